@@ -1,0 +1,10 @@
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
+pkg_check_modules(LIBUV REQUIRED IMPORTED_TARGET libuv)
+pkg_check_modules(READLINE REQUIRED IMPORTED_TARGET readline)
+
+if(BUILD_TESTING)
+  find_package(Threads REQUIRED)
+  find_package(GTest REQUIRED CONFIG)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
+endif()

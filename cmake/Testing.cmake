@@ -1,0 +1,38 @@
+# vantacore_add_test(NAME name SOURCES file... [LIBS target...] [LABELS label...] [ISOLATED]
+#                    [TIMEOUT seconds])
+#
+# One executable and one ctest entry. It is linked with googletest, the library, the software device
+# and tests/support. ISOLATED runs each test in a process of its own (tests/support/isolated_main.cpp),
+# which every test needs that touches a singleton of the library.
+function(vantacore_add_test)
+  cmake_parse_arguments(PARSE_ARGV 0 TEST "ISOLATED" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS")
+  if(NOT TEST_NAME OR NOT TEST_SOURCES OR TEST_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "vantacore_add_test: NAME and SOURCES are required, "
+      "and nothing else than named arguments is understood: ${ARGV}")
+  endif()
+  if(NOT TEST_TIMEOUT)
+    set(TEST_TIMEOUT 300)
+  endif()
+  add_executable(${TEST_NAME} ${TEST_SOURCES})
+  target_link_libraries(${TEST_NAME} PRIVATE
+    ${TEST_LIBS} test_support
+    $<IF:$<BOOL:${TEST_ISOLATED}>,vantacore_isolated_main,GTest::gtest_main>
+    GTest::gmock GTest::gtest vantacore_system)
+  add_test(NAME ${TEST_NAME} COMMAND ${TEST_NAME} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set_tests_properties(${TEST_NAME} PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
+endfunction()
+
+# vantacore_add_benchmark(NAME name SOURCES file... [LIBS target...])
+#
+# An executable of google benchmark, built on demand by the target `benchmarks`.
+function(vantacore_add_benchmark)
+  cmake_parse_arguments(PARSE_ARGV 0 BENCH "" "NAME" "SOURCES;LIBS")
+  if(NOT BENCH_NAME OR NOT BENCH_SOURCES OR BENCH_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "vantacore_add_benchmark: NAME and SOURCES are required, "
+      "and nothing else than named arguments is understood: ${ARGV}")
+  endif()
+  add_executable(${BENCH_NAME} EXCLUDE_FROM_ALL ${BENCH_SOURCES})
+  target_link_libraries(${BENCH_NAME} PRIVATE
+    ${BENCH_LIBS} test_support benchmark::benchmark_main benchmark::benchmark vantacore_system)
+  add_dependencies(benchmarks ${BENCH_NAME})
+endfunction()
