@@ -8,7 +8,7 @@ import re
 import sys
 
 ENTRY = re.compile(
-    r'^Output:\n-+\n(.*?)^<end of output>\n.*?^Test (Passed|Failed|Timeout|Not Run)?',
+    r'^Output:\n-+\n(.*?)^<end of output>\n.*?^Test ([A-Z][\w ]*)\.$',
     re.M | re.S)
 OWN_LINE = re.compile(r'^(\d+) passed, (\d+) failed$', re.M)
 GTEST_PASSED = re.compile(r'^\[  PASSED  \] (\d+) tests?\.$', re.M)
