@@ -1,0 +1,106 @@
+#include "tests/support/device_fixture.h"
+
+#include <json/reader.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+namespace test_support {
+
+namespace {
+
+constexpr std::uint64_t STEP_MILLISECONDS = 10;
+constexpr std::uint64_t QUIET_MILLISECONDS = 300;  // three periods of the configuration scheduler
+
+Json::Value ParseOrDie(const std::string& json) {
+  Json::Value document;
+  std::string errors;
+  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+  if (!reader->parse(json.data(), json.data() + json.size(), &document, &errors)) {
+    std::fprintf(stderr, "a test's document is no JSON: %s\n%s\n", errors.c_str(), json.c_str());
+    std::abort();
+  }
+  return document;
+}
+
+}  // namespace
+
+void SocketRecorder::RegisterDescriptor(int fd, int mode, int id) {
+  calls.push_back("register fd=" + std::to_string(fd) + " mode=" + std::to_string(mode) +
+                  " id=" + std::to_string(id));
+}
+
+void SocketRecorder::RemoveDescriptor(int fd, int id) {
+  calls.push_back("remove fd=" + std::to_string(fd) + " id=" + std::to_string(id));
+}
+
+void SocketRecorder::ChangeDescriptorMode(int fd, int mode) {
+  calls.push_back("change fd=" + std::to_string(fd) + " mode=" + std::to_string(mode));
+}
+
+Device::Device() : stack([this] { return loop.Now() / 1000; }) {
+  Tarsel::TimerLoop::SetCurrent(&loop);
+  stack.MakeCurrent();
+}
+
+Device::~Device() { Control().SetCallObserver({}); }
+
+void Device::Start(unsigned short defaultVlan) {
+  Tarsel::DcRouterMgr* manager = Tarsel::DcRouterMgr::GetInstance();
+  manager->Initialize(defaultVlan, &ipInterface);
+  manager->SckInterfaceInitialize(&sockets);
+}
+
+bool Device::Reload(const std::string& json, const std::string& fileName,
+                    Tarsel::DclConfigObject::OptionType type) {
+  // The document ends with this call: whoever kept a node of it is found out by the sanitizer.
+  const Tarsel::Options document(ParseOrDie(json));
+  return Manager().Reload(document, Tarsel::string(fileName.c_str()), type);
+}
+
+bool Device::Settle(std::uint64_t limitMilliseconds) {
+  std::uint64_t seen = Activity();
+  std::uint64_t quiet = 0;
+  for (std::uint64_t gone = 0; gone < limitMilliseconds; gone += STEP_MILLISECONDS) {
+    loop.AdvanceMilliseconds(STEP_MILLISECONDS);
+    const std::uint64_t now = Activity();
+    quiet = now == seen && stack.IsIdle() ? quiet + STEP_MILLISECONDS : 0;
+    seen = now;
+    if (quiet >= QUIET_MILLISECONDS) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Calls that ask something of the stack: its own runs and the identifier builders are no sign that
+// anything goes on.
+std::uint64_t Device::Activity() {
+  using routing_stack::Call;
+  std::uint64_t count = 0;
+  for (int i = 0; i < static_cast<int>(Call::kCount); ++i) {
+    const Call call = static_cast<Call>(i);
+    switch (call) {
+      case Call::kNbbScheduler:
+      case Call::kSmsGetRouteOid:
+      case Call::kSmsSetEiOid:
+      case Call::kSmsSetEaOid:
+      case Call::kSmsSetRedistOid:
+        break;
+      default:
+        count += Control().CountOf(call);
+    }
+  }
+  return count;
+}
+
+void Device::RecordCalls() {
+  Control().SetCallObserver(
+      [this](routing_stack::Call, const std::string& line) { m_calls.push_back(line); });
+}
+
+std::vector<std::string> Device::TakeCalls() { return std::exchange(m_calls, {}); }
+
+}  // namespace test_support
