@@ -1,0 +1,147 @@
+// The levers of the software routing stack, for tests and for lab commands; nothing else uses them.
+#ifndef DEVICE_STACK_STACK_CONTROL_H
+#define DEVICE_STACK_STACK_CONTROL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "stack/sms.h"
+
+namespace routing_stack {
+
+class Engine;
+
+/// The kinds of rows that are requested.
+enum class RowType { kRtm, kInterface, kAddress, kRoute, kRedistribution, kProtocol };
+
+/// Every function of the stack that the library can call, for counting and for the call log.
+enum class Call {
+  kSmsiInit,
+  kNbbScheduler,
+  kInvokeCallback,
+  kNbbTripsControl,
+  kNbbSetIpsFilter,
+  kNbbGetIpsTracing,
+  kSmsActRtm,
+  kSmsUpdateRoute,
+  kSmsActInterface,
+  kSmsBldInterface,
+  kSmsActIpaddr,
+  kSmsActRedist,
+  kSmsBldRedist,
+  kSmsGetRouteOid,
+  kSmsSetEiOid,
+  kSmsSetEaOid,
+  kSmsSetRedistOid,
+  kSmsGetNextEi,
+  kSmsGetNextEa,
+  kSmsGetNextRtmRoute,
+  kSmsGetNextRtmRib,
+  kProtocolRow,
+  kCount
+};
+
+/// How one request is to be answered instead of the normal way.
+struct Answer {
+  enum Kind {
+    kStatus,  // the row is left alone and answered with `status` (5 asks for a retry)
+    kNever,   // no answer, no completion: the row's queue stands still
+    kTwice,   // done normally, answered and completed twice
+    kLate     // done normally, `delayMs` later
+  };
+  Kind kind = kStatus;
+  unsigned int status = 5;
+  std::uint64_t delayMs = 0;
+};
+
+/// A protocol's candidate put straight into the RIB, as a running protocol would.
+struct Candidate {
+  std::uint32_t instance = 0;
+  int addressType = 1;
+  unsigned char destination[16] = {};
+  std::uint32_t prefixLength = 0;
+  unsigned char nextHop[16] = {};
+  std::uint32_t ifIndex = 0;  // 0: found by resolving the next hop
+  std::uint32_t proto = 14;   // 8 RIP, 13 OSPF, 14 BGP
+  std::uint32_t metric = 0;
+  bool internal = false;  // internal OSPF or BGP: chooses the distance
+};
+
+/// A rule as the stack holds it.
+struct RedistributionRow {
+  std::uint32_t vlan, source, destination;
+};
+
+class SMS_API Control {
+ public:
+  explicit Control(Engine& engine) : m_engine(engine) {}
+
+  /// The next `times` requests of the type (or for the row) are answered so; scripts for a row come
+  /// before those for its type, earlier scripts before later ones.
+  void Script(RowType type, const Answer& answer, unsigned int times);
+  void ScriptRow(const unsigned int* oid, unsigned int length, const Answer& answer,
+                 unsigned int times);
+  void ClearScripts();
+
+  /// A request that would make the table larger than `rows` is answered with `status`. SIZE_MAX
+  /// lifts the limit.
+  void SetLimit(RowType type, std::size_t rows, unsigned int status);
+
+  /// While held, nbb_scheduler() does no work; requests queue up.
+  void Hold();
+  void Release();
+
+  /// The stack forgets everything: tables, events, descriptors, scripts stay. Running walks end with
+  /// an error; readiness is announced again.
+  void Restart();
+
+  /// Events are worked off inside the very call that queued them.
+  void SetSynchronous(bool on);
+  /// The events worked off in one run; some thousands by default.
+  void SetSliceEvents(unsigned int events);
+  /// Announces readiness once more, as a faulty stack would.
+  void RepeatReady();
+
+  /// Calls received since the last reset.
+  std::uint64_t CountOf(Call call) const;
+  void ResetCounts();
+  static const char* NameOf(Call call);
+
+  /// Sees each call but the pure identifier builders, before its effect, as the function's own name
+  /// with its arguments in order: "sms_update_route(1, 1, 1, 1, 10.9.0.0, 16, 10.1.2.1, 196608, 3,
+  /// 10, 6)". Addresses are texts, names are quoted; sms_act_rtm shows the words that are not zero as
+  /// "0=10 1=1". nbb_scheduler is not shown. An empty observer ends it.
+  using CallObserver = std::function<void(Call call, const std::string& line)>;
+  void SetCallObserver(CallObserver observer);
+
+  void PutCandidate(const Candidate& candidate);
+  /// Removes the protocol's candidate for the prefix and next hop; false when there is none.
+  bool RemoveCandidate(const Candidate& candidate);
+
+  /// A descriptor that the stack registers with the host on its next run, and what its handler
+  /// queues: tests see the whole way round. `mask` are event bits.
+  void RegisterDescriptor(int fd, int id, unsigned int mask,
+                          std::function<void(int events)> handler);
+  void ChangeDescriptorMask(int fd, unsigned int mask);
+  void UnregisterDescriptor(int fd, int id);
+
+  // The tables' contents, in key order.
+  std::vector<amb_stubs_i3_ei> Interfaces() const;
+  std::vector<amb_stubs_i3_ea> Addresses() const;
+  std::vector<amb_cipr_rtm_rib> Rib() const;
+  std::vector<amb_cipr_rtm_route> Routes() const;
+  std::vector<RedistributionRow> Redistributions() const;
+  std::vector<std::uint32_t> Instances() const;
+  /// All tables as text, one row a line, without ages: equal texts are equal states.
+  std::string Dump() const;
+
+ private:
+  Engine& m_engine;
+};
+
+}  // namespace routing_stack
+
+#endif

@@ -1,0 +1,85 @@
+// The two kinds of configuration item: static routes and redistribution rules.
+#ifndef VANTACORE_CFG_ITEMS_H
+#define VANTACORE_CFG_ITEMS_H
+
+#include <cstdint>
+
+#include "vantacore/cfg_sched.h"
+#include "vantacore/export.h"
+#include "vantacore/mib_oid.h"
+
+namespace Tarsel {
+
+/// Scheduler row types.
+constexpr std::uint32_t ROW_TYPE_REDISTRIBUTION = 0x3D000002;
+constexpr std::uint32_t ROW_TYPE_STATIC_ROUTE = 0x3D000003;
+
+/// The path type of a static route.
+constexpr std::int32_t PATH_TYPE_STATIC = 0x30000;
+/// Destination protocol codes that are told apart; every other destination is BGP.
+constexpr std::int32_t PROTOCOL_CODE_RIP = 0x80000;
+constexpr std::int32_t PROTOCOL_CODE_OSPF = 0xD0000;
+
+/// One static route of one VLAN. It waits until the RTM instance of its own address family is ready.
+class VANTACORE_API StaticRouteItem : public CfgItem {
+ public:
+  /// `type` 1 is IPv4 (4 bytes of each address are copied), anything else IPv6 (16 bytes). A null
+  /// address is left all zero. The last argument is kept and not used.
+  StaticRouteItem(unsigned int vlan, int type, int rowStatus, int adminStatus,
+                  const unsigned char* dest, int prefixLen, const unsigned char* nexthop,
+                  unsigned int ifIndex, unsigned int metric, int pathType, unsigned int extra);
+
+  bool CfgListReady() override;
+  bool CfgItemReady() override;
+  void PrintItem(DcConsole* console) const override;
+  void Send() override;
+  const MibOid& GetOid() override;
+
+ private:
+  unsigned short GetInstance() const;
+
+  std::int32_t m_type;
+  std::uint32_t m_vlan;
+  std::int32_t m_rowStatus;
+  std::int32_t m_adminStatus;
+  unsigned char m_dest[16];
+  std::int32_t m_prefixLen;
+  unsigned char m_nexthop[16];
+  std::uint32_t m_ifIndex;
+  std::uint32_t m_metric;
+  std::int32_t m_pathType;
+  std::uint32_t m_extra;
+  MibOid m_oid;
+};
+
+/// One redistribution rule of one VLAN. Once the VLAN's RTM instance exists, a rule whose destination
+/// router is not ready is dropped when its turn comes, instead of waiting.
+class VANTACORE_API RouteRedistributeItem : public CfgItem {
+ public:
+  /// All numbers 0 but the instance, which is 1.
+  RouteRedistributeItem();
+  /// `vlan` may carry the IPv6 instance bit.
+  RouteRedistributeItem(int rowStatus, int adminStatus, int source, int destination, int priority,
+                        unsigned int vlan, unsigned int extra);
+
+  bool CfgListReady() override;
+  bool CfgItemReady() override;
+  void PrintItem(DcConsole* console) const override;
+  void Send() override;
+  const MibOid& GetOid() override;
+  bool RemoveOnNotReady() const override;
+
+ private:
+  std::int32_t m_rowStatus;
+  std::int32_t m_adminStatus;
+  std::int32_t m_source;
+  std::int32_t m_destination;
+  std::int32_t m_priority;
+  std::uint32_t m_instance;
+  std::uint32_t m_extra;
+  MibOid m_oid;
+};
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,73 @@
+// A small table of configured static routes, and its record.
+#ifndef VANTACORE_CFG_ROUTE_H
+#define VANTACORE_CFG_ROUTE_H
+
+#include <cstdint>
+#include <list>
+
+#include "tarsel/string.h"
+#include "vantacore/export.h"
+
+namespace Tarsel {
+
+class DcConsole;
+
+/// One static route. A plain value; a default one is all zero.
+struct VANTACORE_API CfgRouteEntry {
+  std::int32_t type = 0;               // 1 IPv4, anything else IPv6
+  unsigned char destination[16] = {};  // the first 4 bytes for IPv4
+  unsigned char gateway[16] = {};      // likewise
+  std::uint32_t prefixLen = 0;
+  std::uint32_t ifIndex = 0;
+  std::uint16_t metric = 0;  // printed as "Cost"
+  std::uint16_t other = 0;   // stored and copied only
+  std::int32_t pathType = 0;
+  std::int32_t rowStatus = 0;
+  std::int32_t adminStatus = 0;
+
+  /// The significant bytes of an address of this entry's family: 4 or 16.
+  unsigned int GetAddressLength() const { return type == 1 ? 4U : 16U; }
+  /// `address`, of this entry's family, as text.
+  string Format(const void* address) const;
+};
+
+/// The configured static routes of one VLAN, in the order in which they were added. For the other
+/// libraries of the device; nothing inside this library creates one.
+class VANTACORE_API CfgRoute {
+ public:
+  explicit CfgRoute(unsigned short vlan);
+  ~CfgRoute();
+  CfgRoute(const CfgRoute&) = delete;
+  CfgRoute& operator=(const CfgRoute&) = delete;
+
+  /// The first entry when it is this route, else null: later entries are never looked at. The
+  /// pointer is valid until the entry is deleted.
+  CfgRouteEntry* GetCfgRouteEntry(int type, const void* dest, unsigned int prefixLen,
+                                  const void* gateway);
+  /// Updates the route when it stands at the front (false), appends it otherwise (true), even if it
+  /// stands further behind.
+  bool AddEntry(int type, const void* dest, unsigned int prefixLen, const void* gateway,
+                unsigned long ifIndex, unsigned short other, unsigned short metric, long pathType,
+                long rowStatus, long adminStatus);
+  /// Removes every entry of this route and interface index; the count stays. Always true.
+  bool DelEntry(int type, const void* dest, unsigned int prefixLen, const void* gateway,
+                unsigned long ifIndex);
+  /// Calls `callback` on each entry, front to back. It must not add or delete entries.
+  void IterateAll(void (*callback)(CfgRouteEntry*, void*), void* context);
+  /// Empties the table and sets the count to 0.
+  void CleanList();
+
+  /// The table on a console. The header and the last line go by the count of additions.
+  void PrintTable(DcConsole* console);
+  /// The same through the log, level 0.
+  void PrintList();
+
+ private:
+  std::list<CfgRouteEntry> m_entries;
+  std::uint32_t m_count;  // additions since construction or CleanList
+  std::uint32_t m_vlan;
+};
+
+}  // namespace Tarsel
+
+#endif

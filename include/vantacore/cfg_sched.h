@@ -1,0 +1,132 @@
+// The timed scheduler of configuration items.
+#ifndef VANTACORE_CFG_SCHED_H
+#define VANTACORE_CFG_SCHED_H
+
+#include <cstdint>
+#include <map>
+
+#include "tarsel/timer.h"
+#include "vantacore/export.h"
+#include "vantacore/mib_oid.h"
+
+namespace Tarsel {
+
+class DcConsole;
+
+/// Names a bucket of items.
+struct VANTACORE_API CfgKey {
+  std::uint32_t instance;  // the VLAN, or the protocol instance, of the items
+  std::uint32_t rowType;   // 0x3D000003 static routes, 0x3D000002 redistribution rules
+};
+
+/// Orders keys by instance, then by row type.
+struct VANTACORE_API CfgKeyCompare {
+  bool operator()(const CfgKey& a, const CfgKey& b) const;
+};
+
+/// A configuration item: something that becomes a row of the stack once its time has come. Created
+/// New; the scheduler owns it from Insert on. The order of the virtual operations is fixed.
+class VANTACORE_API CfgItem {
+ public:
+  enum ACTION_ITEM_STATE : int {
+    NEW = 0,    // waiting to be sent
+    ISSUED = 1  // handed to the serializer and not answered yet
+  };
+
+  CfgItem();
+  CfgItem(const CfgItem&) = delete;
+  CfgItem& operator=(const CfgItem&) = delete;
+  virtual ~CfgItem();
+
+  /// Whether the bucket that holds the item may be processed at all.
+  virtual bool CfgListReady() = 0;
+  /// Whether this item may be sent now.
+  virtual bool CfgItemReady() = 0;
+  /// One line on the console.
+  virtual void PrintItem(DcConsole* console) const = 0;
+  /// Builds the request, queues it in the serializer and marks the item issued. When the request
+  /// cannot be built the item stays New and is tried again.
+  virtual void Send() = 0;
+  /// The identity of the item's row. It must not change after the item has been inserted. The
+  /// reference is valid while the item lives.
+  virtual const MibOid& GetOid() = 0;
+  /// The stack has reported the outcome of the row. The base does nothing.
+  virtual void SetInMib(bool inMib, unsigned int status);
+  /// Whether this item may take the place of `existing` (a CfgItem of the same row). The base: yes.
+  virtual bool Replace(void* existing);
+  /// Whether the item is to be dropped when its turn comes and it is not ready. The base: no.
+  virtual bool RemoveOnNotReady() const;
+  virtual void SetActionState(ACTION_ITEM_STATE state);
+  virtual void SetReasonCode(unsigned long code);
+  /// Whether an issued item concerns (a, b). The base: no.
+  virtual bool IsInFlight(unsigned int a, unsigned int b) const;
+
+  ACTION_ITEM_STATE GetActionState() const { return m_actionState; }
+  /// The last status that the stack reported, 0 until then.
+  std::uint32_t GetReasonCode() const { return m_reasonCode; }
+  /// Counted retries.
+  std::uint32_t GetRetryCount() const { return m_retryCount; }
+  void SetRetryCount(std::uint32_t count) { m_retryCount = count; }
+  /// "New", "Issued", or "Invalid" for any other value.
+  static const char* StateText(ACTION_ITEM_STATE state);
+
+ private:
+  std::uint32_t m_reasonCode;
+  ACTION_ITEM_STATE m_actionState;
+  std::uint32_t m_retryCount;
+};
+
+/// Holds items in buckets. A periodic timer ("CfgScheduler", 100 ticks, started by the first Insert
+/// and never stopped) walks the buckets in key order and sends what is New and ready, at most 31 New
+/// items examined per pass; the next pass goes on with the bucket after the one where the last
+/// stopped. The one scheduler of the process is a member of DcRouterMgr.
+class VANTACORE_API CfgSched : public PeriodicTimer {
+ public:
+  CfgSched();
+  /// Deletes the buckets and the items in them.
+  ~CfgSched() override;
+
+  /// Takes ownership of a New item. An item of the same row is replaced when the new item's Replace
+  /// agrees: the candidate is the one nearest the back; the new item takes the front entry's place,
+  /// or goes one position further forward for any other. Otherwise it is appended. Null is ignored.
+  void Insert(CfgKey key, CfgItem* item);
+  /// The stack reported `status` for the probe's row and the item is to stay: resent later when
+  /// `retry` is set and fewer than ten retries were counted. `item` is only asked for its row.
+  void Update(CfgKey key, CfgItem* item, unsigned int status, bool retry);
+  /// The stack reported `status` for the probe's row and the item is done: an Issued one is deleted,
+  /// a New one stays. `item` is only asked for its row.
+  void Remove(CfgKey key, CfgItem* item, unsigned int status);
+  /// One pass; both arguments are ignored.
+  void OnTimeout(unsigned int, void*);
+  /// Makes every item New again, with no reason and no retries.
+  void Reset();
+
+  /// 1 when the bucket holds an issued item whose IsInFlight(a, b) answers true, else 0.
+  int RouteMapInFlight(CfgKey key, unsigned int a, unsigned int b);
+  int AggrAddrInFlight(CfgKey key, unsigned int a, unsigned int b);
+
+  /// Every item, in bucket and list order.
+  void Print(DcConsole* console);
+  /// The number of buckets.
+  void PrintSummary(DcConsole* console);
+
+ private:
+  struct Bucket;
+  typedef std::map<CfgKey, Bucket*, CfgKeyCompare> Buckets;
+
+  bool ProcessBucket(CfgKey key, unsigned int& examined);
+  int HasInFlight(CfgKey key, unsigned int a, unsigned int b);
+
+  Buckets m_buckets;
+  CfgKey m_resumeKey;  // where the next pass starts; (1, 0) is the first bucket
+  struct Pass;
+  Pass* m_pass;  // the pass on the call stack, if any
+};
+
+/// The scheduler of the process, for the libraries that reach it without the router manager. Null
+/// until the router manager exists.
+extern VANTACORE_API CfgSched* g_cfgsched;
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,54 @@
+// The interface table of one VLAN.
+#ifndef VANTACORE_DC_INTERFACE_CONSOLE_COMMAND_H
+#define VANTACORE_DC_INTERFACE_CONSOLE_COMMAND_H
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <utility>
+
+#include "stack/rows.h"
+#include "vantacore/dc_console_command.h"
+#include "vantacore/export.h"
+
+namespace Tarsel {
+
+/// Prints the stack's interfaces of a VLAN with their IPv4 or IPv6 addresses. It walks the interface
+/// table, then the address table, keeps whole rows and prints at the end.
+class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
+ public:
+  /// The VLAN is m_default_vlan in the first form.
+  DcInterfaceConsoleCommand(DcConsole* console, bool ipv6);
+  DcInterfaceConsoleCommand(DcConsole* console, unsigned short vlan, bool ipv6);
+  ~DcInterfaceConsoleCommand() override;
+
+  /// Takes no words; always true.
+  bool Parse(int argc, char** argv) override;
+  unsigned int Display(unsigned int context, unsigned int result, const void* row) override;
+
+  unsigned int HandleEiEntry(unsigned int context, unsigned int result, const void* row);
+  unsigned int HandleEaEntry(unsigned int context, unsigned int result, const void* row);
+  /// Starts the second walk; with a stack that answers at once the command is gone afterwards.
+  void SwitchToEaEntries();
+
+  static string GetIfFlagHelpStr();
+  /// The letters of the row's flags.
+  static string GetIfFlagsStr(const amb_stubs_i3_ei* row);
+
+ private:
+  void PrintTable() const;
+
+  typedef unsigned int (DcInterfaceConsoleCommand::*Handler)(unsigned int, unsigned int,
+                                                             const void*);
+  typedef std::pair<amb_stubs_i3_ei, std::list<amb_stubs_i3_ea>> Entry;
+
+  bool m_ipv6;
+  unsigned int m_instance;
+  const char* (*m_prefixStr)(const unsigned char* addr, unsigned int len);
+  Handler m_handler;
+  std::map<std::uint32_t, Entry> m_interfaces;
+};
+
+}  // namespace Tarsel
+
+#endif

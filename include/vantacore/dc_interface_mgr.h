@@ -1,0 +1,128 @@
+// The registry of the device's IP interfaces.
+#ifndef VANTACORE_DC_INTERFACE_MGR_H
+#define VANTACORE_DC_INTERFACE_MGR_H
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <unordered_set>
+
+#include "tarsel/address.h"
+#include "tarsel/string.h"
+#include "vantacore/export.h"
+
+namespace Tarsel {
+
+class IpInterface;
+
+/// The process-wide registry of interfaces and addresses, per VLAN. Each event first queues the
+/// matching rows for the stack, then updates the record; rows are queued for unknown interfaces too,
+/// except by ChangeIpAddress. Interface indices are the host's and the stack's. Never destroyed.
+class VANTACORE_API DcInterfaceMgr {
+ public:
+  /// The host's interface types; no value but 0, "none found", has a meaning here.
+  enum IntfType : unsigned int { INTF_TYPE_NONE = 0 };
+
+  static DcInterfaceMgr* GetInstance();
+  /// The default interface is stored and handed back only.
+  void Initialize(unsigned int defaultInterface);
+  unsigned int GetDefaultInterface() const;
+
+  // --- interface events ---
+
+  /// `flags`: 1 MPLS tunnel, 2 loopback, 4 point-to-point, 8 broadcast, 16 multicast, 32 unnumbered
+  /// (never told to the IPv6 instance). `extra` goes to the stack unchanged. `status`: 1 up, 2 down.
+  /// An interface that is known keeps its first name, type and addresses.
+  void AddInterface(unsigned short vlan, unsigned int ifIndex, const char* name, IntfType type,
+                    unsigned int flags, unsigned int extra, unsigned int status);
+  /// `name` serves the stack's row only.
+  void RemoveInterface(unsigned short vlan, unsigned int ifIndex, const char* name);
+  void SetInterfaceUp(unsigned short vlan, unsigned int ifIndex, const char* name);
+  void SetInterfaceDown(unsigned short vlan, unsigned int ifIndex, const char* name);
+  /// Queues the interface's rows for both instances of the VLAN; the record is not touched.
+  void SetInterfaceStatus(unsigned short vlan, unsigned int ifIndex, const char* name,
+                          unsigned int rowStatus, unsigned int operStatus, unsigned int ifAttr,
+                          unsigned int flags, unsigned int extra);
+
+  // --- address events ---
+
+  /// An interface has one IPv4 address: a later one takes the place of an earlier.
+  void AddIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& addr,
+                    const Ip4Addr& mask);
+  /// Clears the stored address, whichever it is.
+  void DeleteIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& addr,
+                       const Ip4Addr& mask);
+  /// Replaces the stored address and tells the VLAN's routers; nothing for an unknown interface.
+  void ChangeIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& addr,
+                       const Ip4Addr& mask);
+  /// Queues the address's row; the record is not touched.
+  void UpdateIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& addr,
+                       const Ip4Addr& mask, unsigned int rowStatus);
+
+  /// Stores the prefix of the address; lengths above 128 count as 128.
+  void AddIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip6Addr& addr,
+                    unsigned int prefixLen);
+  /// Only a stored prefix of length 128 is ever removed.
+  void DeleteIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip6Addr& addr,
+                       unsigned int prefixLen);
+  void UpdateIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip6Addr& addr,
+                       unsigned int prefixLen, unsigned int rowStatus);
+
+  // --- queries ---
+
+  /// False, outputs untouched, when the interface is not registered.
+  bool GetIfIpAddr(unsigned short vlan, unsigned int ifIndex, Ip4Addr& addr, Ip4Addr& mask);
+  /// By the name index, which is one for all VLANs.
+  bool GetIfIpAddr(unsigned short vlan, const char* name, Ip4Addr& addr);
+  /// "lo" for an unregistered interface. Valid while the interface is registered.
+  const char* GetIfName(unsigned short vlan, unsigned int ifIndex);
+  bool GetIfIndex(const char* name, unsigned int& ifIndex);
+  /// The type of an interface of VLAN 1; 0 for any other.
+  IntfType GetIfType(const char* name);
+  /// No such interface need exist. A null or empty name is ignored.
+  void SetPrimaryInterface(unsigned short vlan, const char* name);
+  /// Null when none was set. Valid until the next SetPrimaryInterface of the VLAN.
+  const char* GetPrimaryInterface(unsigned short vlan) const;
+
+ protected:
+  DcInterfaceMgr();
+  ~DcInterfaceMgr();
+
+ private:
+  struct Tables;
+
+  static DcInterfaceMgr* m_instance;
+
+  std::uint32_t m_defaultInterface;
+  Tables* m_tables;
+};
+
+/// The record of one interface.
+class VANTACORE_API IpInterface {
+ public:
+  struct VANTACORE_API Key {
+    unsigned short vlan;
+    std::uint32_t ifIndex;
+
+    /// Orders by VLAN, then by interface index; names play no part.
+    static bool NameCompare(const Key& a, const Key& b);
+  };
+
+  /// The first four address bytes as one native word.
+  static std::size_t Ip6PrefixHash(const Ip6Prefix& prefix);
+
+  IpInterface(const Key& key_, const char* name_, DcInterfaceMgr::IntfType type_);
+
+  Key key;
+  std::uint32_t ifIndex;
+  string name;
+  DcInterfaceMgr::IntfType type;
+  std::uint32_t status;  // 1 up, 2 down
+  Ip4Addr address;
+  Ip4Addr mask;
+  std::unordered_set<Ip6Prefix, std::size_t (*)(const Ip6Prefix&)> prefixes;
+};
+
+}  // namespace Tarsel
+
+#endif

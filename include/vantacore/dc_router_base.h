@@ -1,0 +1,146 @@
+// The common base of the protocol routers, and what it requires of a protocol's configuration.
+#ifndef VANTACORE_DC_ROUTER_BASE_H
+#define VANTACORE_DC_ROUTER_BASE_H
+
+#include <map>
+#include <vector>
+
+#include "host/dc_host_interfaces.h"
+#include "tarsel/address.h"
+#include "tarsel/options.h"
+#include "tarsel/string.h"
+#include "vantacore/dcl_config_object.h"
+#include "vantacore/export.h"
+
+namespace Tarsel {
+
+/// A protocol's configuration: what one router makes of its member of a document. Owned by the
+/// router. The order of the virtual operations is fixed.
+class VANTACORE_API DcProtoConfigBase {
+ public:
+  virtual ~DcProtoConfigBase();
+  /// Takes the router's own sub-tree of one source.
+  virtual void ParseOptions(const OptionsNode& node, const string& name,
+                            DclConfigObject::OptionType type) = 0;
+  /// Forgets what that source configured.
+  virtual void DeleteOptions(const string& name, DclConfigObject::OptionType type) = 0;
+};
+
+/// The configuration of a protocol that runs on interfaces: it decides whether its router is enabled
+/// and ready, and its router keeps configuration lists.
+class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
+ public:
+  /// The values that the router base tells apart; others are legal.
+  enum ConfigStatus : int { DISABLED = 0, ENABLED = 1, READY = 2 };
+  /// 0 gone, 1 present and not ready; any other value is present and ready.
+  enum IfStatus : int { IF_GONE = 0, IF_NOT_READY = 1, IF_READY = 2 };
+
+  virtual bool IsEnabled() = 0;
+  /// Shows the configuration on a console. For the protocol's own console handler.
+  virtual void Display(DcConsole* console) = 0;
+  virtual bool IsReady() = 0;
+  virtual bool IsReady(unsigned int ifIndex) = 0;
+  /// `status` is the stack's operational status: 1 up, 2 down.
+  virtual void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) = 0;
+  virtual void ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& address) = 0;
+};
+
+/// The configuration lists that one source fills. Owns them; deleting it deletes their objects
+/// without touching the stack.
+class VANTACORE_API DcConfigLists {
+ public:
+  DcConfigLists(const string& name, DclConfigObject::OptionType type);
+  DcConfigLists(const DcConfigLists&) = delete;
+  DcConfigLists& operator=(const DcConfigLists&) = delete;
+  virtual ~DcConfigLists();
+
+  /// Takes ownership of `list`; lists are parsed in the order in which they were added.
+  void AddList(DCLConfigList* list) { lists.push_back(list); }
+  const std::vector<DCLConfigList*>& GetLists() const { return lists; }
+  const string& GetName() const { return name; }
+  DclConfigObject::OptionType GetType() const { return type; }
+
+ private:
+  std::vector<DCLConfigList*> lists;
+  string name;
+  DclConfigObject::OptionType type;
+};
+
+/// One protocol's router of one VLAN. Created and deleted by the router manager. The order of the
+/// virtual operations and of the fields is fixed.
+class VANTACORE_API DcRouterBase {
+ public:
+  /// `name` is the protocol's name and the document member that configures it. Takes ownership of
+  /// `config`, which may be null and may already refer to this router.
+  DcRouterBase(const string& name, unsigned short vlan, DcProtoConfigBase* config);
+  DcRouterBase(const DcRouterBase&) = delete;
+  DcRouterBase& operator=(const DcRouterBase&) = delete;
+  virtual ~DcRouterBase();
+
+  /// The text is not looked at.
+  virtual void SetStatus(string text, DcProtoInterfaceBase::ConfigStatus status);
+  /// New, empty lists for a source; owned by the caller.
+  virtual DcConfigLists* CreateConfigLists(const string& name, DclConfigObject::OptionType type);
+  /// The concrete router adds its lists; false refuses the source, which is asked again on its next
+  /// reload.
+  virtual bool CreateConfigList(DcConfigLists& lists) = 0;
+
+  /// Applies a source: `node` is the VLAN's entry. A source without this router's member, or with an
+  /// empty one, is withdrawn. Returns 1.
+  int Reload(const OptionsNode& node, const string& name, DclConfigObject::OptionType type);
+  /// Withdraws a source. Its objects are dropped without touching the stack.
+  void DeleteOptions(const string& name, DclConfigObject::OptionType type);
+
+  /// The protocol configuration when it is one of an interface protocol, else null.
+  DcProtoInterfaceBase* GetInterface() const;
+  /// Stored for routers without an interface protocol's configuration, whose status it is.
+  void SetStatus(DcProtoInterfaceBase::ConfigStatus newStatus);
+  bool IsEnabled() const;
+  bool IsReady() const;
+  /// Whether the interface is known through SetInterfaceStatus.
+  bool IsEnabled(unsigned int ifIndex) const;
+  bool IsReady(unsigned int ifIndex) const;
+  void SetInterfaceStatus(unsigned int ifIndex, DcProtoInterfaceBase::IfStatus newStatus);
+  /// Tells the protocol configuration, then every list. Ignored without an interface protocol.
+  void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int newStatus);
+  /// Tells the protocol configuration only.
+  void ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& address);
+
+  /// Four address bytes as dotted decimal.
+  string FormatIpv4Addr(const void* address) const;
+
+  unsigned short GetVlan() const { return vlan; }
+  const string& GetName() const { return name; }
+  /// "NAME:VLAN", as in OSPF:12.
+  const string& GetDisplayName() const { return displayName; }
+  /// The lists by source name.
+  const std::map<string, DcConfigLists*>& GetConfigLists() const { return configLists; }
+
+  /// Store the host's interfaces, borrowed for the life of the process.
+  static void Initialize(DcIpInterface* ipInterface);
+  static void SocketInitialize(DcSckInterface* sckInterface);
+  static DcIpInterface* GetIpInterface() { return m_ip_interface; }
+  /// Descriptors on the host's event loop; dropped while there is no socket interface.
+  static void SetSckDescriptor(int fd, int mode, int id);
+  static void RemoveSckDescriptor(int fd, int id);
+  static void ChangeWorkMask(int fd, int mode);
+
+ protected:
+  static DcIpInterface* m_ip_interface;
+  static DcSckInterface* m_sck_interface;
+
+ private:
+  void DropConfigLists(const string& source);
+
+  std::map<string, DcConfigLists*> configLists;
+  DcProtoConfigBase* protoConfig;
+  std::map<unsigned int, bool> ifStatus;  // interface index to "ready"
+  string name;
+  string displayName;
+  unsigned short vlan;
+  DcProtoInterfaceBase::ConfigStatus status;
+};
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,184 @@
+// The router manager: VLANs, their protocol routers, configuration documents, network events.
+#ifndef VANTACORE_DC_ROUTER_MGR_H
+#define VANTACORE_DC_ROUTER_MGR_H
+
+#include <map>
+#include <set>
+
+#include "host/dc_host_interfaces.h"
+#include "tarsel/address.h"
+#include "tarsel/options.h"
+#include "tarsel/string.h"
+#include "vantacore/cfg_sched.h"
+#include "vantacore/dc_scheduler.h"
+#include "vantacore/dcl_config_object.h"
+#include "vantacore/export.h"
+#include "vantacore/serializer.h"
+
+namespace Tarsel {
+
+class DcConsole;
+class DcRouterBase;
+
+/// A console handler and its line in the help. `argv[0]` is the word under which it is registered;
+/// the context is the host's.
+struct VANTACORE_API DcRouterCmdHandler {
+  typedef void (*Handler)(void* context, DcConsole* console, int argc, char** argv);
+
+  DcRouterCmdHandler(Handler handler_, const char* description_)
+      : handler(handler_), description(description_) {}
+
+  Handler handler;
+  string description;
+};
+
+/// The process-wide object at the top of the library. It owns the VLANs, one router per protocol and
+/// VLAN, the stack scheduler, the configuration scheduler and the serializer. Everything runs on the
+/// host's event-loop thread. It is never destroyed.
+class VANTACORE_API DcRouterMgr {
+ public:
+  /// The protocols, in the order in which a VLAN's routers are created and visited.
+  enum ProtocolType : int {
+    PROTOCOL_BGP = 0,
+    PROTOCOL_OSPFV2 = 1,
+    PROTOCOL_OSPFV3 = 2,
+    PROTOCOL_RIPV2 = 3,
+    PROTOCOL_RIPNG = 4,
+    PROTOCOL_IGMP = 5,
+    PROTOCOL_MLD = 6
+  };
+  static constexpr int PROTOCOL_COUNT = 7;
+
+  /// One VLAN. The manager owns the record and the routers.
+  struct VlanRouters {
+    std::set<string> configFiles;  // the documents that configure the VLAN
+    std::multimap<ProtocolType, DcRouterBase*> routers;
+  };
+  typedef std::map<unsigned short, VlanRouters*> VlanMap;
+  typedef std::map<string, DcRouterCmdHandler> CmdHandlers;
+
+  /// A visitor of routers; its result is not looked at.
+  class VANTACORE_API DcRouterIteratorFunc {
+   public:
+    virtual ~DcRouterIteratorFunc();
+    virtual void Invoke(DcRouterBase* router) = 0;
+  };
+
+  // --- life ---
+
+  /// The singleton, created on first use. Null when it cannot be allocated.
+  static DcRouterMgr* GetInstance();
+  /// One-time start-up with the default VLAN: hands `ipIf` (borrowed for the life of the process) to
+  /// the routers and starts the stack.
+  void Initialize(unsigned short vid, DcIpInterface* ipIf);
+  void SetVlanId(unsigned short vid) { m_vlanId = vid; }
+  /// The default VLAN, 0 before Initialize.
+  unsigned short GetVlanId() const { return m_vlanId; }
+
+  // --- configuration documents ---
+
+  /// Applies a document under a name: creates the VLANs that it names for the first time (VLAN_OPTIONS
+  /// only), hands each VLAN's entry to its routers, and withdraws the document from VLANs that it no
+  /// longer names. A VLAN lives while a document names it. The document is only read during the
+  /// call. Always true; entries that cannot be used are traced and passed over.
+  bool Reload(Options const& doc, string const& fileName, DclConfigObject::OptionType type);
+  /// Withdraws a document; nothing happens for a name that was never loaded.
+  void DeleteOptions(string const& fileName, DclConfigObject::OptionType type);
+
+  // --- VLANs and routers ---
+
+  /// Creates a VLAN with its RTM instances and seven routers. The table's end when that fails. A VLAN
+  /// made directly belongs to no document and lives until DeleteVlan, or until a document that names
+  /// it is withdrawn.
+  VlanMap::iterator CreateVlan(unsigned short vid, OptionsNode const& node,
+                               DclConfigObject::OptionType type);
+  /// Deletes the RTM instances, then the routers. Requests of the VLAN that are still pending stay
+  /// where they are.
+  void DeleteVlan(unsigned short vid);
+  const VlanMap& GetVlans() const { return m_vlans; }
+  /// The VLAN's router, or null.
+  DcRouterBase* GetDcRouterByVID(unsigned short vid, ProtocolType type);
+  /// The same by stack instance id, IPv4 or IPv6; a type above 6 is traced and answers null.
+  DcRouterBase* GetDcRouterByInstanceID(unsigned int instanceId, ProtocolType type);
+  /// Visits every router of the type, VLANs in ascending order. `fn` must not create or delete VLANs.
+  void ForEachDcRouter(DcRouterIteratorFunc* fn, ProtocolType type);
+  /// The display name, "" for a value that is no protocol.
+  static const char* RouterName(ProtocolType type);
+  /// The number of one bits of a mask.
+  static unsigned int bitcount(Ip4Addr mask);
+
+  // --- network events ---
+
+  /// The interface's operational status has changed: told to every router of the VLAN.
+  void ProcessInterfaceStatusChange(unsigned short vid, unsigned int ifIndex,
+                                    unsigned short status);
+  /// The interface's IPv4 address has changed: told to every router of the VLAN.
+  void ProcessIPAddressChange(unsigned short vid, unsigned int ifIndex, Ip4Addr const& addr);
+  /// A remote has joined on the interface: added to the VLAN's IGMP router when that is enabled.
+  void JoinNetwork(unsigned short vid, unsigned int ifIndex);
+  /// A remote has left. The multicast router keeps the interface.
+  void LeaveNetwork(unsigned short vid, unsigned int ifIndex);
+  /// Binds the host's event loop for the stack's descriptors; borrowed for the life of the process.
+  void SckInterfaceInitialize(DcSckInterface* sck);
+  /// The pointer is not kept.
+  void QuorpInterfaceInitialize(DcQuorpInterface* peer);
+  void SetFiledescriptors(int fd, int id, int mode);
+  void RemoveFiledescriptors(int fd, int id);
+  void ChangeMask(int fd, int mode);
+  /// A registered descriptor is ready: runs the stack's handler.
+  void SocketCallback(int fd, int events);
+  /// The stack's tracing. `filter` is handed to the stack as it is.
+  void TripsControl(bool on);
+  void SetIPSFilter(char* filter, unsigned short value);
+  bool GetIPSTracing() const;
+  /// A BGP console action for the VLAN (low 16 bits of `vid`); nothing without a BGP router.
+  void BgpPeerAct(unsigned int vid, int argc, char** argv);
+
+  // --- console ---
+
+  /// Register a handler under a word of the `ip` or `ip6` tree. The first registration of a word
+  /// stays. The description is copied.
+  void AddIp4RouterCmdHandler(const char* name, DcRouterCmdHandler::Handler handler,
+                              const char* description);
+  void AddIp6RouterCmdHandler(const char* name, DcRouterCmdHandler::Handler handler,
+                              const char* description);
+  const CmdHandlers& GetIp4ConCmdHandlers() const { return m_ip4CmdHandlers; }
+  const CmdHandlers& GetIp6ConCmdHandlers() const { return m_ip6CmdHandlers; }
+
+  /// The handlers of `ip protocol` and `ip6 protocol`. Afterwards the console belongs to a running
+  /// command (DcConsoleCommand::Owns), has been deleted, or is still the caller's.
+  static void ConCmdIp4Rtm(void* context, DcConsole* console, int argc, char** argv);
+  static void ConCmdIp6Rtm(void* context, DcConsole* console, int argc, char** argv);
+  /// Print the summary and delete the console.
+  void ConCmdIp4RtmSummary(DcConsole* console);
+  void ConCmdIp6RtmSummary(DcConsole* console);
+  /// The `ips` command; `argv` begins after that word. The console stays the caller's.
+  void ConCmdIpsTrace(DcConsole* console, int argc, char** argv);
+
+  // --- engines ---
+
+  DcScheduler& GetScheduler() { return m_scheduler; }
+  CfgSched& GetCfgSched() { return m_cfgSched; }
+  Serializer& GetSerializer() { return m_serializer; }
+
+ protected:
+  DcRouterMgr();
+  ~DcRouterMgr();
+
+ private:
+  static DcRouterMgr* m_instance;
+
+  const char* m_vlanConfigKey;
+  VlanMap m_vlans;
+  std::map<string, std::set<unsigned short>> m_configVlans;  // the mirror of configFiles
+  DcScheduler m_scheduler;
+  CfgSched m_cfgSched;
+  Serializer m_serializer;
+  CmdHandlers m_ip4CmdHandlers;
+  CmdHandlers m_ip6CmdHandlers;
+  unsigned short m_vlanId;
+};
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,119 @@
+// Routing Table Manager instances, static routes and redistribution.
+#ifndef VANTACORE_DC_RTM_MGR_H
+#define VANTACORE_DC_RTM_MGR_H
+
+#include <cstdint>
+#include <map>
+
+#include "stack/rows.h"
+#include "tarsel/address.h"
+#include "tarsel/options.h"
+#include "vantacore/dcl_config_object.h"
+#include "vantacore/export.h"
+
+namespace Tarsel {
+
+/// The process-wide manager of the stack's RTM entities: two instances for each VLAN, IPv4 and IPv6.
+/// An IP protocol number selects the family throughout: 0 IPv4, 41 IPv6. It is also the entry for
+/// static routes and redistribution rules and the place where the stack's answers to them arrive.
+class VANTACORE_API DcRtmMgr {
+ public:
+  /// Set in the protocol instance id of a VLAN's IPv6 instance; the IPv4 instance id is the VLAN id.
+  static constexpr unsigned short IP6_INSTANCE_BIT = 0x8000;
+  /// The class label of traces.
+  static const char* const __class__;
+
+  /// The settings of one instance.
+  struct RTMData {
+    bool ready = false;  // set by the stack only
+    std::uint32_t dead_rpm_timer = 60;
+    std::uint32_t ospfv2_internal = 40;
+    std::uint32_t ospfv3_internal = 40;
+    std::uint32_t ospfv2_external = 110;
+    std::uint32_t ospfv3_external = 110;
+    std::uint32_t ripv2 = 120;
+    std::uint32_t ripng = 120;
+    std::uint32_t ebgp = 200;
+    std::uint32_t ibgp = 20;
+  };
+
+  /// The singleton, created on first use and never destroyed. Null when it cannot be allocated;
+  /// callers take that as the absence of an RTM manager.
+  static DcRtmMgr* GetInstance();
+
+  static unsigned short GetDclProtocolInstanceIdFromVlan(unsigned short vlan, int proto);
+
+  // --- instances ---
+
+  /// Creates or changes both instances of a VLAN from its document entry; a document of another type
+  /// than VLAN_OPTIONS changes nothing. True on success.
+  bool UpdateRtmConfig(unsigned short vlan, OptionsNode const& node,
+                       DclConfigObject::OptionType type);
+  /// Destroys both instances, known or not.
+  void DeleteRtmConfig(unsigned short vlan);
+  /// Reads "RTM" of a VLAN entry into `data`, which keeps what the entry does not name; with an
+  /// "ADMIN_DISTANCE" object, distances that it does not name become 0. True when there was a
+  /// non-empty "RTM" object.
+  bool GetRTMConfig(OptionsNode const& node, RTMData* data);
+  /// Sends the instance's row unless its settings are unchanged. Always true.
+  bool CreateRTMInstance(unsigned short vlan, int proto, RTMData const& data);
+  void DeleteRTMInstance(unsigned short vlan, int proto);
+  /// Fills the row of a known instance for the stack; false, the row untouched, for an unknown one.
+  bool GetRTMConfig(unsigned short instance, amb_cipr_rtm_entity* entity);
+
+  /// Whether the instance (id taken as it is) has a record.
+  bool HasRtmRecord(unsigned short instance) const;
+  /// Its ready flag; false when there is no record.
+  bool IsRtmReady(unsigned short instance) const;
+  /// Sets its ready flag; makes a record of defaults when there is none.
+  void SetRtmReady(unsigned short instance);
+
+  // --- static routes ---
+
+  /// Queues a route request. `type` 1 is IPv4 (4 address bytes), 2 IPv6 (16). Row status 1 active, 6
+  /// destroy; admin status 1 up, 2 down.
+  void UpdateStaticRoute(unsigned int vlan, int type, const unsigned char* dest, int prefixLen,
+                         const unsigned char* nexthop, unsigned int ifIndex, unsigned int metric,
+                         int pathType, int rowStatus, int adminStatus);
+  void UpdateStaticRoute(unsigned short vlan, const Ip4Addr& dest, int prefixLen,
+                         const Ip4Addr& nexthop, unsigned int ifIndex, unsigned short metric,
+                         int pathType, unsigned int rowStatus, unsigned int adminStatus);
+  void UpdateStaticRoute(unsigned short vlan, const Ip6Addr& dest, int prefixLen,
+                         const Ip6Addr& nexthop, unsigned int ifIndex, unsigned short metric,
+                         int pathType, unsigned int rowStatus, unsigned int adminStatus);
+  /// The stack's answer to a route request. Status 1 is success; 6 is success for a destroy; 5, and
+  /// any failure of a destroy, is tried again; anything else is given up.
+  void UpdateRouteCallback(unsigned short vlan, int type, const unsigned char* dest,
+                           unsigned int prefixLen, const unsigned char* nexthop,
+                           unsigned int ifIndex, int metric, int pathType, int rowStatus,
+                           int adminStatus, unsigned int unused, unsigned int status);
+
+  // --- redistribution ---
+
+  /// Queues a redistribution rule. `vlan` may carry the IPv6 instance bit; source and destination
+  /// are the stack's protocol codes.
+  void Redistribute(unsigned int rowStatus, unsigned int adminStatus, unsigned int source,
+                    unsigned int destination, unsigned short vlan);
+  /// Queues the rule that a change asks for: added when it is enabled now, withdrawn when it no
+  /// longer is, nothing when the two are equal.
+  void HandleRedistributionStatusChange(unsigned short vlan, unsigned int source,
+                                        unsigned int destination, bool wasEnabled, bool isEnabled);
+  /// The stack's answer to a rule, judged like a route's.
+  void UpdateRedistributionCallback(unsigned short vlan, unsigned int source,
+                                    unsigned int destination, unsigned int adminStatus,
+                                    unsigned int rowStatus, unsigned int extra,
+                                    unsigned int status);
+
+ protected:
+  DcRtmMgr();
+  ~DcRtmMgr();
+
+ private:
+  static DcRtmMgr* m_instance;
+
+  std::map<unsigned short, RTMData> m_rtmData;  // by protocol instance id
+};
+
+}  // namespace Tarsel
+
+#endif

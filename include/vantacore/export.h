@@ -1,0 +1,7 @@
+// Marks the library's public classes and functions.
+#ifndef VANTACORE_EXPORT_H
+#define VANTACORE_EXPORT_H
+
+#define VANTACORE_API __attribute__((visibility("default")))
+
+#endif

@@ -1,0 +1,35 @@
+// Which kinds of routes a VLAN hands on to its routing protocols.
+#ifndef VANTACORE_REDISTRIBUTION_PROFILE_H
+#define VANTACORE_REDISTRIBUTION_PROFILE_H
+
+#include "tarsel/options.h"
+#include "vantacore/export.h"
+
+namespace Tarsel {
+
+/// Five flags, all on by default. A plain value.
+class VANTACORE_API RedistributionProfile {
+ public:
+  RedistributionProfile();
+  /// Note the order: it is not that of the fields.
+  RedistributionProfile(bool static_, bool connected, bool bgp, bool ospf, bool rip);
+  RedistributionProfile(const RedistributionProfile& other) = default;
+  RedistributionProfile& operator=(const RedistributionProfile& other);
+
+  bool operator==(const RedistributionProfile& other) const;
+  bool operator!=(const RedistributionProfile& other) const;
+  void Reset();
+  /// Takes the flags that "REDISTRIBUTION" of a VLAN entry names; the others keep their values.
+  /// False, and nothing changed, when the member is absent or empty.
+  bool ParseOption(const OptionsNode& node);
+
+  bool static_;
+  bool connected;
+  bool rip;
+  bool ospf;
+  bool bgp;
+};
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,75 @@
+// One configured static route as a document states it.
+#ifndef VANTACORE_ROUTE_CONFIG_H
+#define VANTACORE_ROUTE_CONFIG_H
+
+#include "tarsel/address.h"
+#include "tarsel/options.h"
+#include "tarsel/string.h"
+#include "vantacore/export.h"
+
+namespace Tarsel {
+
+/// An IPv4 static route. A value class with a virtual interface, whose order is fixed. `operator<`
+/// is less-or-equal: no order for sorted containers or std::sort.
+class VANTACORE_API Ip4RouteConfig {
+ public:
+  Ip4RouteConfig();
+  Ip4RouteConfig(const Ip4RouteConfig& other);
+  /// The interface is left empty and the metric stored as it is.
+  Ip4RouteConfig(unsigned short vlan, const Ip4Addr& network, const Ip4Addr& netmask,
+                 const Ip4Addr& gateway, unsigned char metric);
+  virtual ~Ip4RouteConfig();
+
+  virtual Ip4RouteConfig& operator=(const Ip4RouteConfig& other);
+  /// All fields equal.
+  virtual bool operator==(const Ip4RouteConfig& other) const;
+  /// Equal but for the interface; this record's metric 255 matches any metric.
+  virtual bool operator()(const Ip4RouteConfig& other) const;
+  virtual bool operator<(const Ip4RouteConfig& other) const;
+  /// By masked network, then gateway (as the words lie in memory), then metric; true when `a` sorts
+  /// before or with `b`.
+  static bool Compare(const Ip4RouteConfig& a, const Ip4RouteConfig& b);
+
+  /// Reads "interface", "network", "netmask", "gateway", "metric" and "routemetricmode". The metric
+  /// is stored plus one, in 8 bits, unless the mode begins with "passthrough". False at the first
+  /// value that cannot be read; the fields read before it have changed.
+  bool ParseGroup(unsigned short vid, const OptionsNode& group);
+
+  unsigned short vlan;
+  string interface;
+  Ip4Addr network;
+  Ip4Addr netmask;
+  Ip4Addr gateway;
+  unsigned char metric;
+};
+
+/// An IPv6 static route; the same contract with these differences: the prefix is read from "network"
+/// and "prefix" (the length), the metric is stored as it is, and the order is by prefix address,
+/// prefix length, gateway (big-endian) and metric.
+class VANTACORE_API Ip6RouteConfig {
+ public:
+  Ip6RouteConfig();
+  Ip6RouteConfig(const Ip6RouteConfig& other);
+  Ip6RouteConfig(unsigned short vlan, const Ip6Addr& network, const Ip6Prefix& prefix,
+                 const Ip6Addr& gateway, unsigned char metric);
+  virtual ~Ip6RouteConfig();
+
+  virtual Ip6RouteConfig& operator=(const Ip6RouteConfig& other);
+  virtual bool operator==(const Ip6RouteConfig& other) const;
+  virtual bool operator()(const Ip6RouteConfig& other) const;
+  virtual bool operator<(const Ip6RouteConfig& other) const;
+  static bool Compare(const Ip6RouteConfig& a, const Ip6RouteConfig& b);
+
+  bool ParseGroup(unsigned short vid, const OptionsNode& group);
+
+  unsigned short vlan;
+  string interface;
+  Ip6Addr network;
+  Ip6Prefix prefix;
+  Ip6Addr gateway;
+  unsigned char metric;
+};
+
+}  // namespace Tarsel
+
+#endif

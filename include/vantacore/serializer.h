@@ -1,0 +1,53 @@
+// At most one request per row of the routing stack.
+#ifndef VANTACORE_SERIALIZER_H
+#define VANTACORE_SERIALIZER_H
+
+#include <memory>
+
+#include "vantacore/export.h"
+#include "vantacore/mib_oid.h"
+
+namespace Tarsel {
+
+class MibAction;
+
+/// Queues row requests per row and keeps at most one of each row in the stack. Rows are independent
+/// of each other. Until the stack signals that it is ready nothing is issued. The one serializer of
+/// the process is a member of DcRouterMgr.
+///
+/// An action belongs to the serializer from Insert on. It is issued at most once and destroyed right
+/// after; an action that is still queued when the queues are forgotten is not destroyed.
+class VANTACORE_API Serializer {
+ public:
+  Serializer();
+  Serializer(const Serializer&) = delete;
+  Serializer& operator=(const Serializer&) = delete;
+  ~Serializer();
+
+  /// Queues an action for a row. An idle row's action is issued at once (not shared) when the stack
+  /// is ready. A null action only makes the row known.
+  void Insert(MibOid oid, MibAction* action);
+  /// Issues the row's front action (shared); non-zero when a request was issued.
+  int Send(MibOid oid);
+  /// Retires the row's front entry; an emptied row is forgotten.
+  void Remove(MibOid oid);
+  /// The stack has finished with the row: Remove, then Send, whose result is returned. `oid` must
+  /// not be null when `len` is not 0.
+  int RunPendingAction(unsigned int* oid, unsigned int len);
+  /// The stack is ready: issues every busy row's front action (shared), rows in the order in which
+  /// they became busy. The result of the last Send. A repeated signal issues nothing that is already
+  /// in flight.
+  int RunPendingActions();
+  /// Issues and destroys one action; false when it is null or the stack is not ready yet.
+  bool IssueMibRequest(MibAction* action, bool shared);
+  /// Forgets all queues. Readiness stays.
+  void Reset();
+
+ private:
+  struct Rows;
+  std::unique_ptr<Rows> m_rows;
+};
+
+}  // namespace Tarsel
+
+#endif

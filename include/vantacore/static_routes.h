@@ -1,0 +1,39 @@
+// Static routes for the other components of the host process, without knowing the RTM manager.
+#ifndef VANTACORE_STATIC_ROUTES_H
+#define VANTACORE_STATIC_ROUTES_H
+
+#include "tarsel/address.h"
+#include "vantacore/export.h"
+
+namespace Tarsel {
+
+// Each function queues one request for the VLAN's routing table. IPv4: the prefix length is the
+// number of one bits of `mask`. IPv6: adding a route uses the prefix's own address and ignores
+// `address`; the other functions use `address` and only the length of `prefix`, so they name the
+// added row when `address` is the prefix's address. A route replaces a pending request for the same
+// row: enabling or disabling one whose addition is still pending loses its metric and type.
+
+/// Always 1. `metric` is cut to 16 bits; a static route has type 0x30000; admin status 1 up, 2 down.
+VANTACORE_API int AddRoute(unsigned short vlan, const Ip4Addr& destination, const Ip4Addr& mask,
+                           const Ip4Addr& gateway, unsigned int ifIndex, unsigned int metric,
+                           long type, long adminStatus);
+VANTACORE_API int AddRoute(unsigned short vlan, const Ip6Addr& address, const Ip6Prefix& prefix,
+                           const Ip6Addr& gateway, unsigned int ifIndex, unsigned int metric,
+                           long type, long adminStatus);
+VANTACORE_API void RemoveRoute(unsigned short vlan, const Ip4Addr& destination, const Ip4Addr& mask,
+                               const Ip4Addr& gateway, unsigned int ifIndex);
+VANTACORE_API void RemoveRoute(unsigned short vlan, const Ip6Addr& address, const Ip6Prefix& prefix,
+                               const Ip6Addr& gateway, unsigned int ifIndex);
+VANTACORE_API void EnableRoute(unsigned short vlan, const Ip4Addr& destination, const Ip4Addr& mask,
+                               const Ip4Addr& gateway, unsigned int ifIndex);
+VANTACORE_API void EnableRoute(unsigned short vlan, const Ip6Addr& address, const Ip6Prefix& prefix,
+                               const Ip6Addr& gateway, unsigned int ifIndex);
+VANTACORE_API void DisableRoute(unsigned short vlan, const Ip4Addr& destination,
+                                const Ip4Addr& mask, const Ip4Addr& gateway, unsigned int ifIndex);
+VANTACORE_API void DisableRoute(unsigned short vlan, const Ip6Addr& address,
+                                const Ip6Prefix& prefix, const Ip6Addr& gateway,
+                                unsigned int ifIndex);
+
+}  // namespace Tarsel
+
+#endif

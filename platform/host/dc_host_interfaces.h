@@ -1,0 +1,38 @@
+// Interfaces that the host hands to the library at start-up. All are borrowed for the life of the
+// process.
+#ifndef HOST_DC_HOST_INTERFACES_H
+#define HOST_DC_HOST_INTERFACES_H
+
+#include "tarsel/export.h"
+
+namespace Tarsel {
+
+/// The host's knowledge of IP interfaces, for the protocol routers; the library itself only keeps
+/// the pointer.
+class TARSEL_API DcIpInterface {
+ public:
+  virtual ~DcIpInterface() = default;
+  /// Whether the interface exists on the VLAN and is operationally up.
+  virtual bool IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const = 0;
+};
+
+/// The host's event loop, for the descriptors of the routing stack. `id` is the stack's own value.
+/// `mode` is the number that the callback API made of the stack's event mask. The order of the
+/// operations is fixed.
+class TARSEL_API DcSckInterface {
+ public:
+  virtual ~DcSckInterface() = default;
+  virtual void RegisterDescriptor(int fd, int mode, int id) = 0;
+  virtual void RemoveDescriptor(int fd, int id) = 0;
+  virtual void ChangeDescriptorMode(int fd, int mode) = 0;
+};
+
+/// The device's peer; announced at start-up and not used by the library.
+class TARSEL_API DcQuorpInterface {
+ public:
+  virtual ~DcQuorpInterface() = default;
+};
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,41 @@
+// The multicast routers and their console commands.
+#ifndef ROUTERS_MULTICAST_ROUTER_H
+#define ROUTERS_MULTICAST_ROUTER_H
+
+#include "tarsel/export.h"
+#include "vantacore/dc_console_command.h"
+#include "vantacore/dc_router_base.h"
+
+namespace Tarsel {
+
+/// IGMP (IPv4, configured by the member "IGMP") or MLD (IPv6, "MLD") of one VLAN.
+class TARSEL_API DcMulticastRouter : public DcRouterBase {
+ public:
+  /// `ipProto` is 0 for IGMP, 41 for MLD.
+  DcMulticastRouter(unsigned short vid, int ipProto);
+  ~DcMulticastRouter() override;
+  bool CreateConfigList(DcConfigLists& lists) override;
+
+  /// A remote has joined on the interface.
+  void AddInterface(unsigned int ifIndex);
+
+  static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv, bool ipv6);
+  /// Console handler of `ip igmp`; vantacore supplies it and calls ConsoleCommand.
+  static void Ip4ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
+};
+
+/// Lists multicast interfaces and groups: `mcast-database`.
+class TARSEL_API MulticastRoutingTableConsoleCommand : public DcConsoleCommand {
+ public:
+  MulticastRoutingTableConsoleCommand(DcConsole* console, bool ipv6);
+  ~MulticastRoutingTableConsoleCommand() override;
+  bool Parse(int argc, char** argv) override;
+  unsigned int Display(unsigned int context, unsigned int result, const void* row) override;
+
+ private:
+  bool m_ipv6;
+};
+
+}  // namespace Tarsel
+
+#endif

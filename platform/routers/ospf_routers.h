@@ -1,0 +1,84 @@
+// The OSPF routers.
+#ifndef ROUTERS_OSPF_ROUTERS_H
+#define ROUTERS_OSPF_ROUTERS_H
+
+#include <map>
+#include <memory>
+
+#include "tarsel/export.h"
+#include "vantacore/dc_ospf_router_base.h"
+
+namespace Tarsel {
+
+class DcConsole;
+
+/// The area and interface bookkeeping that both OSPF routers share.
+class TARSEL_API DcOspfRouter : public DcOspfRouterBase {
+ public:
+  DcOspfRouter(const string& name, unsigned short vid, int ipProto, DcProtoConfigBase* config);
+  ~DcOspfRouter() override;
+
+  bool CreateConfigList(DcConfigLists& lists) override;
+  unsigned int GetInstanceId() const override;
+  void ActivateArea(unsigned int areaId) override;
+  void DeactivateArea(unsigned int areaId) override;
+  bool IsAreaActive(unsigned int areaId) const override;
+  void AddAreaInterface(unsigned int areaId, unsigned int ifIndex) override;
+  void RemoveAreaInterface(unsigned int areaId, unsigned int ifIndex) override;
+  void SetRouterId(unsigned int routerId) override;
+  unsigned int GetRouterId() const override;
+  void SetAdminStatus(bool up) override;
+  bool GetAdminStatus() const override;
+  void SetReferenceBandwidth(unsigned int megabitsPerSecond) override;
+  void SetPassiveInterface(unsigned int ifIndex, bool passive) override;
+  void DisplayAreas(DcConsole* console) const override;
+
+ private:
+  unsigned int m_instance;
+  unsigned int m_routerId;
+  unsigned int m_referenceBandwidth;
+  bool m_adminUp;
+  std::set<unsigned int> m_passive;
+};
+
+/// OSPFv2 of one VLAN; configured by the member "OSPF".
+class TARSEL_API DcOspfv2Router : public DcOspfRouter {
+ public:
+  explicit DcOspfv2Router(unsigned short vid);
+  /// Console handler of `ip ospf`.
+  static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
+};
+
+/// OSPFv3 of one VLAN; configured by the member "OSPFV3".
+class TARSEL_API DcOspfv3Router : public DcOspfRouter {
+ public:
+  explicit DcOspfv3Router(unsigned short vid);
+  /// Console handler of `ip6 ospf`.
+  static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
+};
+
+/// OSPFv3's protocol configuration. Created with the router that is being built: the constructor
+/// only keeps the reference.
+class TARSEL_API Ospfv3Interface : public DcProtoInterfaceBase {
+ public:
+  explicit Ospfv3Interface(DcRouterBase& router);
+  ~Ospfv3Interface() override;
+
+  void ParseOptions(const OptionsNode& node, const string& name,
+                    DclConfigObject::OptionType type) override;
+  void DeleteOptions(const string& name, DclConfigObject::OptionType type) override;
+  bool IsEnabled() override;
+  void Display(DcConsole* console) override;
+  bool IsReady() override;
+  bool IsReady(unsigned int ifIndex) override;
+  void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) override;
+  void ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& address) override;
+
+ private:
+  struct State;
+  std::unique_ptr<State> m_state;
+};
+
+}  // namespace Tarsel
+
+#endif

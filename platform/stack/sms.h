@@ -1,0 +1,98 @@
+/* The C functions of the routing stack that the library calls.
+ *
+ * 1. The stack is single-threaded and runs only inside nbb_scheduler(). The sms_act_, sms_update_ and
+ *    sms_bld_ functions take a request and return; its outcome is reported later through the callback
+ *    API (vantacore/dcrouter_api.h).
+ * 2. All pointers are read during the call and never kept, except the context of a walk.
+ * 3. Row status: 1 active, 4 create and go, 6 destroy. Admin and operational status: 1 up, 2 down.
+ *    Address type: 1 IPv4 (4 bytes), anything else IPv6 (16 bytes).
+ * 4. The identifier builders are pure. They write at most SMS_OID_MAX sub-identifiers into the
+ *    caller's buffer, which has room for that many, and return their count.
+ */
+#ifndef STACK_SMS_H
+#define STACK_SMS_H
+
+#include "stack/rows.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define SMS_API __attribute__((visibility("default")))
+
+enum { SMS_OID_MAX = 130 };
+
+/* Life and scheduling. */
+
+/* Starts the stack with a blank-separated list of protocol components, which is copied. */
+SMS_API void smsi_init(char* components);
+/* Does a bounded piece of work. Milliseconds until the next run is needed, 0 for at once, negative
+ * when nothing is scheduled. */
+SMS_API int nbb_scheduler(void);
+/* A descriptor that the stack registered is ready. */
+SMS_API void InvokeCallback(int fd, int events);
+
+/* Tracing. */
+
+SMS_API void nbb_trips_control(int on);
+SMS_API void nbb_set_ips_filter(char* filter, unsigned short value);
+SMS_API int nbb_get_ips_tracing(void);
+/* Failures that the stack counted; the caller sets it to 0 before a trace call. */
+extern SMS_API unsigned int nbb_os_failures;
+
+/* Row requests. */
+
+SMS_API void sms_act_rtm(amb_cipr_rtm_entity* row);
+SMS_API void sms_update_route(int not_shared, int row_status, int admin_status, int address_type,
+                              const unsigned char* destination, unsigned int prefix_length,
+                              const unsigned char* next_hop, int path_type, unsigned int if_index,
+                              unsigned short instance, unsigned short metric);
+SMS_API void sms_act_interface(int row_status, unsigned int oper_status, unsigned int instance,
+                               unsigned int if_index, const char* name, unsigned int if_attr,
+                               unsigned int flags, unsigned int extra);
+/* The same request, for a row whose previous request has just ended. */
+SMS_API void sms_bld_amb_test_i3_ei(int row_status, unsigned int oper_status, unsigned int instance,
+                                    unsigned int if_index, const char* name, unsigned int if_attr,
+                                    unsigned int flags, unsigned int extra);
+SMS_API void sms_act_ipaddr(int row_status, unsigned int vlan_or_instance, int address_type,
+                            unsigned int if_index, const unsigned char* address,
+                            unsigned int prefix_length);
+SMS_API void sms_act_cipr_redist(int row_status, int admin_status, int source, int destination,
+                                 unsigned int vlan, unsigned int zero);
+/* The same request, for a row whose previous request has just ended. */
+SMS_API void sms_bld_amb_test_cipr_redist(int row_status, int admin_status, int source,
+                                          int destination, unsigned int vlan, unsigned int zero);
+
+/* Row identifiers. */
+
+SMS_API unsigned int sms_get_route_oid(unsigned int* buffer, unsigned short instance,
+                                       int address_type, const unsigned char* destination,
+                                       unsigned int prefix_length, const unsigned char* next_hop,
+                                       unsigned int if_index);
+SMS_API unsigned int sms_set_i3_ei_oid(unsigned int* buffer, unsigned int instance,
+                                       unsigned int if_index);
+SMS_API unsigned int sms_set_i3_ea_oid(unsigned int* buffer, unsigned int instance,
+                                       unsigned int if_index, const void* address,
+                                       int address_type);
+SMS_API unsigned int sms_set_cipr_redist_oid(unsigned int* buffer, unsigned int vlan,
+                                             unsigned int source, unsigned int destination);
+
+/* Walks. Every row is reported with result 1 and stays valid during the call; the end with result 7
+ * and a null row, a failure with another result. The handler answers non-zero for the next row;
+ * after a zero answer the stack forgets the walk and never touches `command` again. */
+
+typedef unsigned char (*sms_response)(void* command, unsigned int context, unsigned int result,
+                                      void* row);
+
+/* From the first row of `instance` on, later instances included. */
+SMS_API void sms_get_next_i3_ei(unsigned int instance, sms_response response, void* command);
+SMS_API void sms_get_next_i3_ea(unsigned int instance, sms_response response, void* command);
+/* The whole table, every instance. */
+SMS_API void sms_get_next_rtm_route(sms_response response, void* command);
+SMS_API void sms_get_next_rtm_rib(sms_response response, void* command);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
