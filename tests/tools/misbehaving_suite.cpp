@@ -35,6 +35,13 @@ TEST(Bad, FailsAtExit) {
   std::atexit([] { _exit(23); });
 }
 
+TEST(Bad, Leaks) {
+  static int* volatile lost = nullptr;
+  lost = new int(1);
+  EXPECT_EQ(1, *lost);
+  lost = nullptr;
+}
+
 TEST(Bad, Hangs) {
   for (;;) {
     pause();

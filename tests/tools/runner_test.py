@@ -1,6 +1,6 @@
 """Tests the runner of isolated suites and the script that sums tests up.
 
-runner_test.py MISBEHAVING_SUITE SUM_TESTS_SCRIPT
+runner_test.py MISBEHAVING_SUITE SUM_TESTS_SCRIPT [sanitized]
 """
 
 import os
@@ -11,6 +11,7 @@ import time
 import unittest
 
 SUITE, SUM = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
+SANITIZED = sys.argv[3:] == ['sanitized']
 
 
 def run(*arguments, **environment):
@@ -49,6 +50,10 @@ class Runner(unittest.TestCase):
 
     def test_failing_at_exit_is_a_failure(self):
         self.refuses('Bad.FailsAtExit', 'exit status 23')
+
+    if SANITIZED:
+        def test_leak_is_a_failure(self):
+            self.refuses('Bad.Leaks', 'detected memory leaks', 'exit status')
 
     def test_hanging_test_is_killed(self):
         start = time.monotonic()
