@@ -2,9 +2,9 @@
 #ifndef ROUTERS_OSPF_ROUTERS_H
 #define ROUTERS_OSPF_ROUTERS_H
 
-#include <map>
-#include <memory>
+#include <set>
 
+#include "routers/protocol_interface.h"
 #include "tarsel/export.h"
 #include "vantacore/dc_ospf_router_base.h"
 
@@ -57,26 +57,10 @@ class TARSEL_API DcOspfv3Router : public DcOspfRouter {
   static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
 };
 
-/// OSPFv3's protocol configuration. Created with the router that is being built: the constructor
-/// only keeps the reference.
-class TARSEL_API Ospfv3Interface : public DcProtoInterfaceBase {
+/// OSPFv3's protocol configuration.
+class TARSEL_API Ospfv3Interface : public ProtocolInterface {
  public:
   explicit Ospfv3Interface(DcRouterBase& router);
-  ~Ospfv3Interface() override;
-
-  void ParseOptions(const OptionsNode& node, const string& name,
-                    DclConfigObject::OptionType type) override;
-  void DeleteOptions(const string& name, DclConfigObject::OptionType type) override;
-  bool IsEnabled() override;
-  void Display(DcConsole* console) override;
-  bool IsReady() override;
-  bool IsReady(unsigned int ifIndex) override;
-  void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) override;
-  void ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& address) override;
-
- private:
-  struct State;
-  std::unique_ptr<State> m_state;
 };
 
 }  // namespace Tarsel

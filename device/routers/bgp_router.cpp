@@ -1,0 +1,40 @@
+#include "routers/bgp_router.h"
+
+#include "router_table.h"
+#include "routers/protocol_interface.h"
+#include "tarsel/trace.h"
+
+namespace Tarsel {
+
+// One router serves both families; it is ready with the VLAN's IPv4 instance.
+DcBgpRouter::DcBgpRouter(unsigned short vid)
+    : DcRouterBase("BGP", vid, new ProtocolInterface(*this, 0)) {}
+
+DcBgpRouter::~DcBgpRouter() = default;
+
+bool DcBgpRouter::CreateConfigList(DcConfigLists&) { return true; }
+
+DcBgpRouter* DcBgpRouter::GetRouter(unsigned int instance) {
+  return static_cast<DcBgpRouter*>(
+      DcRouterMgr::GetInstance()->GetDcRouterByInstanceID(instance, DcRouterMgr::PROTOCOL_BGP));
+}
+
+// There are no sessions to act on; the log says what was asked.
+void DcBgpRouter::DummyConsoleCommand(unsigned short vid, int argc, char** argv) {
+  string words;
+  for (int i = 0; i < argc; ++i) {
+    words.AppendFmt(" %s", argv[i]);
+  }
+  TRACE(1, "BGP:%u runs no sessions, nothing done for:%s\n", static_cast<unsigned int>(vid),
+        words.c_str());
+}
+
+void DcBgpRouter::Ip4ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
+  ShowRouters(console, "ip", DcRouterMgr::PROTOCOL_BGP, argc, argv);
+}
+
+void DcBgpRouter::Ip6ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
+  ShowRouters(console, "ip6", DcRouterMgr::PROTOCOL_BGP, argc, argv);
+}
+
+}  // namespace Tarsel

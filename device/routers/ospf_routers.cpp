@@ -1,0 +1,96 @@
+#include "routers/ospf_routers.h"
+
+#include "host/dc_console.h"
+#include "router_table.h"
+#include "vantacore/dc_rtm_mgr.h"
+
+namespace Tarsel {
+
+namespace {
+
+constexpr unsigned int DEFAULT_REFERENCE_BANDWIDTH = 100;  // Mbit/s
+
+}  // namespace
+
+DcOspfRouter::DcOspfRouter(const string& member, unsigned short vid, int ipProto,
+                           DcProtoConfigBase* config)
+    : DcOspfRouterBase(member, vid, config),
+      m_instance(DcRtmMgr::GetDclProtocolInstanceIdFromVlan(vid, ipProto)),
+      m_routerId(0),
+      m_referenceBandwidth(DEFAULT_REFERENCE_BANDWIDTH),
+      m_adminUp(true) {}
+
+DcOspfRouter::~DcOspfRouter() = default;
+
+bool DcOspfRouter::CreateConfigList(DcConfigLists&) { return true; }
+
+unsigned int DcOspfRouter::GetInstanceId() const { return m_instance; }
+
+void DcOspfRouter::ActivateArea(unsigned int areaId) { m_areas[areaId].active = true; }
+
+void DcOspfRouter::DeactivateArea(unsigned int areaId) {
+  const auto found = m_areas.find(areaId);
+  if (found != m_areas.end()) {
+    found->second.active = false;
+  }
+}
+
+bool DcOspfRouter::IsAreaActive(unsigned int areaId) const {
+  const auto found = m_areas.find(areaId);
+  return found != m_areas.end() && found->second.active;
+}
+
+void DcOspfRouter::AddAreaInterface(unsigned int areaId, unsigned int ifIndex) {
+  m_areas[areaId].interfaces.insert(ifIndex);
+}
+
+void DcOspfRouter::RemoveAreaInterface(unsigned int areaId, unsigned int ifIndex) {
+  const auto found = m_areas.find(areaId);
+  if (found != m_areas.end()) {
+    found->second.interfaces.erase(ifIndex);
+  }
+}
+
+void DcOspfRouter::SetRouterId(unsigned int routerId) { m_routerId = routerId; }
+unsigned int DcOspfRouter::GetRouterId() const { return m_routerId; }
+void DcOspfRouter::SetAdminStatus(bool up) { m_adminUp = up; }
+bool DcOspfRouter::GetAdminStatus() const { return m_adminUp; }
+
+void DcOspfRouter::SetReferenceBandwidth(unsigned int megabitsPerSecond) {
+  m_referenceBandwidth = megabitsPerSecond;
+}
+
+void DcOspfRouter::SetPassiveInterface(unsigned int ifIndex, bool passive) {
+  if (passive) {
+    m_passive.insert(ifIndex);
+  } else {
+    m_passive.erase(ifIndex);
+  }
+}
+
+void DcOspfRouter::DisplayAreas(DcConsole* console) const {
+  console->Print("%s: %s, reference bandwidth %u Mbit/s, %lu passive interfaces\n",
+                 GetDisplayName().c_str(), m_adminUp ? "up" : "down", m_referenceBandwidth,
+                 static_cast<unsigned long>(m_passive.size()));
+  for (const auto& [areaId, area] : m_areas) {
+    console->Print("  area %u.%u.%u.%u: %s, %lu interfaces\n", areaId >> 24, areaId >> 16 & 255,
+                   areaId >> 8 & 255, areaId & 255, area.active ? "active" : "not active",
+                   static_cast<unsigned long>(area.interfaces.size()));
+  }
+}
+
+DcOspfv2Router::DcOspfv2Router(unsigned short vid)
+    : DcOspfRouter("OSPF", vid, 0, new ProtocolInterface(*this, 0)) {}
+
+void DcOspfv2Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
+  ShowRouters(console, "ip", DcRouterMgr::PROTOCOL_OSPFV2, argc, argv);
+}
+
+DcOspfv3Router::DcOspfv3Router(unsigned short vid)
+    : DcOspfRouter("OSPFV3", vid, 41, new Ospfv3Interface(*this)) {}
+
+void DcOspfv3Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
+  ShowRouters(console, "ip6", DcRouterMgr::PROTOCOL_OSPFV3, argc, argv);
+}
+
+}  // namespace Tarsel
