@@ -54,8 +54,11 @@ class VANTACORE_API DcConfigLists {
   DcConfigLists& operator=(const DcConfigLists&) = delete;
   virtual ~DcConfigLists();
 
-  /// Takes ownership of `list`; lists are parsed in the order in which they were added.
-  void AddList(DCLConfigList* list) { lists.push_back(list); }
+  /// Takes ownership of `list`; lists are parsed in the order in which they were added. A null, from
+  /// an allocation that failed, is passed over.
+  void AddList(DCLConfigList* list) {
+    if (list != nullptr) lists.push_back(list);
+  }
   const std::vector<DCLConfigList*>& GetLists() const { return lists; }
   const string& GetName() const { return name; }
   DclConfigObject::OptionType GetType() const { return type; }
@@ -130,6 +133,7 @@ class VANTACORE_API DcRouterBase {
   static DcSckInterface* m_sck_interface;
 
  private:
+  DcConfigLists* FindOrCreateConfigLists(const string& source, DclConfigObject::OptionType type);
   void DropConfigLists(const string& source);
 
   std::map<string, DcConfigLists*> configLists;
