@@ -14,14 +14,17 @@
 namespace Tarsel {
 
 /// The process-wide manager of the stack's RTM entities: two instances for each VLAN, IPv4 and IPv6.
-/// An IP protocol number selects the family throughout: 0 IPv4, 41 IPv6. It is also the entry for
-/// static routes and redistribution rules and the place where the stack's answers to them arrive.
+/// It is also the entry for static routes and redistribution rules and the place where the stack's
+/// answers to them arrive.
 class VANTACORE_API DcRtmMgr {
  public:
   /// Set in the protocol instance id of a VLAN's IPv6 instance; the IPv4 instance id is the VLAN id.
   static constexpr unsigned short IP6_INSTANCE_BIT = 0x8000;
+  /// IP protocol numbers select the family throughout.
+  static constexpr int PROTO_IPV4 = 0;
+  static constexpr int PROTO_IPV6 = 41;
   /// The class label of traces.
-  static const char* const __class__;
+  static const char* const __class__;  // NOLINT(bugprone-reserved-identifier): a published name
 
   /// The settings of one instance.
   struct RTMData {
@@ -41,6 +44,8 @@ class VANTACORE_API DcRtmMgr {
   /// callers take that as the absence of an RTM manager.
   static DcRtmMgr* GetInstance();
 
+  /// The instance id of a VLAN's family: with IP6_INSTANCE_BIT for PROTO_IPV6, the VLAN id itself
+  /// for any other protocol.
   static unsigned short GetDclProtocolInstanceIdFromVlan(unsigned short vlan, int proto);
 
   // --- instances ---
@@ -55,7 +60,8 @@ class VANTACORE_API DcRtmMgr {
   /// "ADMIN_DISTANCE" object, distances that it does not name become 0. True when there was a
   /// non-empty "RTM" object.
   bool GetRTMConfig(OptionsNode const& node, RTMData* data);
-  /// Sends the instance's row unless its settings are unchanged. Always true.
+  /// Sends the instance's row unless its settings are unchanged. Any protocol but PROTO_IPV4 gives
+  /// the row the IPv6 distances. Always true.
   bool CreateRTMInstance(unsigned short vlan, int proto, RTMData const& data);
   void DeleteRTMInstance(unsigned short vlan, int proto);
   /// Fills the row of a known instance for the stack; false, the row untouched, for an unknown one.
