@@ -4,7 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <memory>
 #include <unordered_set>
 
 #include "tarsel/address.h"
@@ -23,6 +23,10 @@ class VANTACORE_API DcInterfaceMgr {
   /// The host's interface types; no value but 0, "none found", has a meaning here.
   enum IntfType : unsigned int { INTF_TYPE_NONE = 0 };
 
+  DcInterfaceMgr(const DcInterfaceMgr&) = delete;
+  DcInterfaceMgr& operator=(const DcInterfaceMgr&) = delete;
+
+  /// The singleton, created on first use.
   static DcInterfaceMgr* GetInstance();
   /// The default interface is stored and handed back only.
   void Initialize(unsigned int defaultInterface);
@@ -83,6 +87,8 @@ class VANTACORE_API DcInterfaceMgr {
   void SetPrimaryInterface(unsigned short vlan, const char* name);
   /// Null when none was set. Valid until the next SetPrimaryInterface of the VLAN.
   const char* GetPrimaryInterface(unsigned short vlan) const;
+  /// The record of a registered interface, or null. Valid while the interface is registered.
+  const IpInterface* FindInterface(unsigned short vlan, unsigned int ifIndex) const;
 
  protected:
   DcInterfaceMgr();
@@ -93,11 +99,13 @@ class VANTACORE_API DcInterfaceMgr {
 
   static DcInterfaceMgr* m_instance;
 
+  IpInterface* Find(unsigned short vlan, unsigned int ifIndex);
+
   std::uint32_t m_defaultInterface;
-  Tables* m_tables;
+  std::unique_ptr<Tables> m_tables;
 };
 
-/// The record of one interface.
+/// The record of one interface. Its name and type are those of its first registration.
 class VANTACORE_API IpInterface {
  public:
   struct VANTACORE_API Key {
@@ -108,19 +116,22 @@ class VANTACORE_API IpInterface {
     static bool NameCompare(const Key& a, const Key& b);
   };
 
+  typedef std::unordered_set<Ip6Prefix, std::size_t (*)(const Ip6Prefix&)> PrefixSet;
+
   /// The first four address bytes as one native word.
   static std::size_t Ip6PrefixHash(const Ip6Prefix& prefix);
 
+  /// Down, without addresses.
   IpInterface(const Key& key_, const char* name_, DcInterfaceMgr::IntfType type_);
 
   Key key;
-  std::uint32_t ifIndex;
+  std::uint32_t ifIndex;  // the key's once more; nothing reads it
   string name;
   DcInterfaceMgr::IntfType type;
   std::uint32_t status;  // 1 up, 2 down
   Ip4Addr address;
   Ip4Addr mask;
-  std::unordered_set<Ip6Prefix, std::size_t (*)(const Ip6Prefix&)> prefixes;
+  PrefixSet prefixes;
 };
 
 }  // namespace Tarsel

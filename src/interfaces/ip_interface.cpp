@@ -1,0 +1,32 @@
+#include <cstring>
+
+#include "vantacore/dc_interface_mgr.h"
+
+namespace Tarsel {
+
+namespace {
+
+constexpr std::uint32_t STATUS_DOWN = 2;
+
+}  // namespace
+
+bool IpInterface::Key::NameCompare(const Key& a, const Key& b) {
+  return a.vlan != b.vlan ? a.vlan < b.vlan : a.ifIndex < b.ifIndex;
+}
+
+std::size_t IpInterface::Ip6PrefixHash(const Ip6Prefix& prefix) {
+  std::uint32_t word;
+  std::memcpy(&word, prefix.GetAddress().GetBytes(), sizeof word);
+  return word;
+}
+
+IpInterface::IpInterface(const Key& key_, const char* name_, DcInterfaceMgr::IntfType type_)
+    : key(key_),
+      ifIndex(key_.ifIndex),
+      name(name_),
+      type(type_),
+      status(STATUS_DOWN),
+      // A set of a hash function asks for a bucket count as well: the container's own.
+      prefixes(PrefixSet().bucket_count(), &IpInterface::Ip6PrefixHash) {}
+
+}  // namespace Tarsel
