@@ -11,7 +11,9 @@
 
 namespace Tarsel {
 
+class CfgBucket;
 class DcConsole;
+struct CfgNode;
 
 /// Names a bucket of items.
 struct VANTACORE_API CfgKey {
@@ -111,16 +113,21 @@ class VANTACORE_API CfgSched : public PeriodicTimer {
   void PrintSummary(DcConsole* console);
 
  private:
-  struct Bucket;
-  typedef std::map<CfgKey, Bucket*, CfgKeyCompare> Buckets;
+  typedef std::map<CfgKey, CfgBucket*, CfgKeyCompare> Buckets;
+  struct Walk;
+  struct Call;
 
-  bool ProcessBucket(CfgKey key, unsigned int& examined);
+  bool WalkBucket(CfgBucket* bucket, unsigned int& examined);
+  bool ExamineNew(CfgBucket* bucket, CfgNode* node);
+  CfgItem* Unlink(CfgBucket* bucket, CfgNode* node);
+  void Delete(CfgItem* item);
+  void Erase(Buckets::iterator position);
   int HasInFlight(CfgKey key, unsigned int a, unsigned int b);
 
   Buckets m_buckets;
   CfgKey m_resumeKey;  // where the next pass starts; (1, 0) is the first bucket
-  struct Pass;
-  Pass* m_pass;  // the pass on the call stack, if any
+  Walk* m_walk;        // the innermost walk over a bucket that is on the call stack, if any
+  Call* m_call;        // the innermost call of an item, likewise
 };
 
 /// The scheduler of the process, for the libraries that reach it without the router manager. Null

@@ -1,0 +1,82 @@
+// One bucket of the configuration scheduler: a list of items and an index over their rows.
+#ifndef CFG_BUCKET_H
+#define CFG_BUCKET_H
+
+#include <cstdint>
+
+#include "oid_table.h"
+#include "vantacore/cfg_sched.h"
+
+namespace Tarsel {
+
+/// A place in a bucket's list.
+struct CfgNode {
+  CfgItem* item;
+  CfgNode* prev;
+  CfgNode* next;
+  CfgNode* samePrev;  // the ring of the row's items; the first one's predecessor is the last one
+  CfgNode* sameNext;
+  std::uint32_t hash;
+};
+
+/// The items in their list order, which is what the scheduler's behaviour is made of. Beside it
+/// stands an index so that no search walks the list: the items of one row form a ring in list order,
+/// and a table finds the ring's first item by the row's identifier. A ring has more than one item
+/// only when an item has refused to replace an earlier one. The index relies on an item's identity
+/// staying what it was when the item came.
+class CfgBucket {
+ public:
+  /// A row's identity; refers to the identifier that it was made from.
+  struct Row {
+    explicit Row(const MibOid& oid_)
+        : oid(oid_), hash(HashOid(oid_.GetSubIds(), oid_.GetUsableLength())) {}
+    const MibOid& oid;
+    const std::uint32_t hash;
+  };
+
+  CfgBucket();
+  CfgBucket(const CfgBucket&) = delete;
+  CfgBucket& operator=(const CfgBucket&) = delete;
+  /// Deletes the nodes. The items are the scheduler's.
+  ~CfgBucket();
+
+  bool IsEmpty() const { return m_front == nullptr; }
+  CfgNode* GetFront() const { return m_front; }
+
+  /// The row's item nearest the front, or nearest the back; null when there is none.
+  CfgNode* FindFirst(const Row& row) const;
+  CfgNode* FindLast(const Row& row) const;
+  /// The row's first item that is issued, or null.
+  CfgNode* FindFirstIssued(const Row& row) const;
+
+  /// Puts `item` at the back. `last` is what FindLast answers for its row.
+  void Append(CfgItem* item, const Row& row, CfgNode* last);
+  /// Gives `item` the place that a replacement of `last`, the last item of its row, is to have: the
+  /// front when `last` stands there, otherwise in front of the predecessor. `last` stays linked.
+  void InsertFor(CfgNode* last, CfgItem* item);
+  /// Unlinks and deletes the node.
+  void Unlink(CfgNode* node);
+
+  /// A pass over the bucket need not be repeated when it left no New item behind and none has come
+  /// since. StartPass assumes so; a New item that stays, or comes, must be reported with Disturb.
+  void StartPass() { m_quietSince = s_newItems; }
+  void Disturb() { m_quietSince = 0; }
+  bool IsQuiet() const { return m_quietSince == s_newItems; }
+
+  /// Some item, in whatever bucket and by whomever, has been made New again.
+  static void NoteNewItem() { ++s_newItems; }
+
+ private:
+  CfgNode* NewNode(CfgItem* item, std::uint32_t hash, CfgNode* before);
+
+  static std::uint64_t s_newItems;
+
+  CfgNode* m_front;
+  CfgNode* m_back;
+  OidTable<CfgNode> m_rows;  // the first item of each row
+  std::uint64_t m_quietSince;
+};
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,311 @@
+// The configuration scheduler.
+//
+// Buckets of items, in the order of their keys; each bucket keeps its items in an order that is part
+// of the behaviour (cfg_bucket.h). An item is New until a pass sends it, then Issued until the stack
+// answers: Remove ends it, Update makes it New again for a later pass or leaves it Issued for good.
+// A bucket lives from the first Insert under its key until a pass or a Remove finds it empty.
+//
+// A pass examines at most 31 New items, so that a large configuration reaches the stack in slices,
+// and the next pass starts with the bucket behind the one where the last one stopped.
+//
+// An item's Send and SetInMib are calls into the unknown: a stack, or another library, may answer at
+// once and so call Insert, Update or Remove from inside. Therefore a pass holds its place by keys and
+// by a cursor that Unlink moves on, and an item that has to go while it is being called is unlinked
+// at once but deleted when that call has returned.
+#include "vantacore/cfg_sched.h"
+
+#include <iterator>
+
+#include "cfg_bucket.h"
+#include "host/dc_console.h"
+#include "tarsel/trace.h"
+
+namespace Tarsel {
+
+namespace {
+
+constexpr unsigned int TICKS = 100;
+constexpr unsigned int EXAMINED_PER_PASS = 31;
+constexpr std::uint32_t MAX_RETRIES = 9;
+constexpr unsigned int STATUS_SUCCESS = 1;
+constexpr CfgKey FIRST_BUCKET = {1, 0};
+
+}  // namespace
+
+CfgSched* g_cfgsched = nullptr;
+
+bool CfgKeyCompare::operator()(const CfgKey& a, const CfgKey& b) const {
+  return a.instance != b.instance ? a.instance < b.instance : a.rowType < b.rowType;
+}
+
+// A walk over a bucket.
+struct CfgSched::Walk {
+  Walk(CfgSched& sched_, CfgBucket* bucket_)
+      : sched(sched_), bucket(bucket_), cursor(bucket_->GetFront()), outer(sched_.m_walk) {
+    sched.m_walk = this;
+  }
+  ~Walk() { sched.m_walk = outer; }
+  Walk(const Walk&) = delete;
+  Walk& operator=(const Walk&) = delete;
+
+  CfgSched& sched;
+  CfgBucket* bucket;
+  CfgNode* cursor;  // what comes next
+  Walk* outer;
+};
+
+// A call of an item that may lead back into the scheduler.
+struct CfgSched::Call {
+  Call(CfgSched& sched_, CfgItem* item_)
+      : sched(sched_), item(item_), dropped(false), outer(sched_.m_call) {
+    sched.m_call = this;
+  }
+  ~Call() {
+    sched.m_call = outer;
+    if (dropped) {
+      sched.Delete(item);
+    }
+  }
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+
+  CfgSched& sched;
+  CfgItem* item;
+  bool dropped;
+  Call* outer;
+};
+
+CfgSched::CfgSched()
+    : PeriodicTimer("CfgScheduler"), m_resumeKey(FIRST_BUCKET), m_walk(nullptr), m_call(nullptr) {
+  SetCallback(new MemberCallback2<CfgSched, unsigned int, void*>(this, &CfgSched::OnTimeout));
+}
+
+CfgSched::~CfgSched() {
+  Reset();
+  for (const auto& entry : m_buckets) {
+    for (CfgNode* node = entry.second->GetFront(); node != nullptr; node = node->next) {
+      delete node->item;
+    }
+    delete entry.second;
+  }
+}
+
+void CfgSched::Insert(CfgKey key, CfgItem* item) {
+  if (item == nullptr) {
+    return;
+  }
+  CfgBucket*& bucket = m_buckets[key];
+  if (bucket == nullptr) {
+    bucket = new CfgBucket;
+  }
+  const CfgBucket::Row row(item->GetOid());
+  CfgNode* last = bucket->FindLast(row);
+  bucket->Disturb();
+  if (last != nullptr && item->Replace(last->item)) {
+    // The front entry is the last that a search from the back comes to.
+    TRACE(5, "REPLACED ------- %d item.............\n", last == bucket->GetFront() ? 2 : 1);
+    bucket->InsertFor(last, item);
+    Delete(Unlink(bucket, last));
+  } else {
+    bucket->Append(item, row, last);
+  }
+  if (!IsRunning()) {
+    Start(TICKS);
+  }
+}
+
+void CfgSched::Update(CfgKey key, CfgItem* item, unsigned int status, bool retry) {
+  const auto position = m_buckets.find(key);
+  if (item == nullptr || position == m_buckets.end()) {
+    return;
+  }
+  CfgNode* node = position->second->FindFirstIssued(CfgBucket::Row(item->GetOid()));
+  if (node == nullptr) {
+    return;
+  }
+  CfgItem* found = node->item;
+  found->SetReasonCode(status);
+  if (status != STATUS_SUCCESS) {
+    found->SetRetryCount(found->GetRetryCount() + 1);
+  }
+  if (retry && found->GetRetryCount() <= MAX_RETRIES) {
+    found->SetActionState(CfgItem::NEW);
+  }
+}
+
+void CfgSched::Remove(CfgKey key, CfgItem* item, unsigned int status) {
+  auto position = m_buckets.find(key);
+  if (item == nullptr || position == m_buckets.end()) {
+    return;
+  }
+  CfgNode* node = position->second->FindFirst(CfgBucket::Row(item->GetOid()));
+  if (node != nullptr) {
+    Call call(*this, node->item);
+    call.item->SetInMib(true, status);
+    if (!call.dropped && call.item->GetActionState() == CfgItem::ISSUED) {
+      TRACE(5, "Removing the handle\n");
+      Delete(Unlink(position->second, node));
+    }
+  }
+  position = m_buckets.find(key);
+  if (position != m_buckets.end() && position->second->IsEmpty()) {
+    Erase(position);
+  }
+}
+
+// Takes the node out of the bucket and gives back its item.
+CfgItem* CfgSched::Unlink(CfgBucket* bucket, CfgNode* node) {
+  for (Walk* walk = m_walk; walk != nullptr; walk = walk->outer) {
+    if (walk->cursor == node) {
+      walk->cursor = node->next;
+    }
+  }
+  CfgItem* item = node->item;
+  bucket->Unlink(node);
+  return item;
+}
+
+// Deletes an item that is in no bucket any more, at once or when the calls of it have returned.
+void CfgSched::Delete(CfgItem* item) {
+  bool called = false;
+  for (Call* call = m_call; call != nullptr; call = call->outer) {
+    if (call->item == item) {
+      call->dropped = true;
+      called = true;
+    }
+  }
+  if (!called) {
+    delete item;
+  }
+}
+
+void CfgSched::Erase(Buckets::iterator position) {
+  for (Walk* walk = m_walk; walk != nullptr; walk = walk->outer) {
+    if (walk->bucket == position->second) {
+      walk->bucket = nullptr;
+    }
+  }
+  delete position->second;
+  m_buckets.erase(position);
+}
+
+void CfgSched::OnTimeout(unsigned int, void*) {
+  auto position = m_buckets.find(m_resumeKey);
+  if (position == m_buckets.end()) {
+    position = m_buckets.begin();
+  }
+  unsigned int examined = 0;
+  while (position != m_buckets.end()) {
+    if (position->second->IsQuiet()) {
+      ++position;
+      continue;
+    }
+    const CfgKey key = position->first;
+    const auto following = std::next(position);
+    const bool isLast = following == m_buckets.end();
+    const CfgKey next = isLast ? FIRST_BUCKET : following->first;
+    if (!WalkBucket(position->second, examined)) {
+      m_resumeKey = next;
+      return;
+    }
+    position = m_buckets.find(key);
+    if (position != m_buckets.end() && position->second->IsEmpty()) {
+      Erase(position);
+    }
+    position = isLast ? m_buckets.end() : m_buckets.lower_bound(next);
+  }
+  m_resumeKey = FIRST_BUCKET;
+}
+
+// Whether the pass may go on behind this bucket.
+bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
+  Walk walk(*this, bucket);
+  bucket->StartPass();
+  while (CfgNode* node = walk.cursor) {
+    CfgItem* item = node->item;
+    if (!item->CfgListReady()) {
+      bucket->Disturb();
+      break;
+    }
+    walk.cursor = node->next;
+    if (item->GetActionState() != CfgItem::NEW) {
+      continue;
+    }
+    if (!ExamineNew(bucket, node)) {
+      bucket->Disturb();
+    }
+    if (++examined == EXAMINED_PER_PASS) {
+      if (walk.bucket != nullptr) {
+        bucket->Disturb();
+      }
+      return false;
+    }
+  }
+  return true;
+}
+
+// Sends the item of the node, drops it or leaves it; false when it stays New.
+bool CfgSched::ExamineNew(CfgBucket* bucket, CfgNode* node) {
+  CfgItem* item = node->item;
+  if (item->CfgItemReady()) {
+    TRACE(5, "OnTIMEOUT Sending MIB ACTION\n");
+    Call call(*this, item);
+    item->Send();
+    return call.dropped || item->GetActionState() != CfgItem::NEW;
+  }
+  if (!item->RemoveOnNotReady()) {
+    return false;
+  }
+  Delete(Unlink(bucket, node));
+  return true;
+}
+
+void CfgSched::Reset() {
+  for (const auto& entry : m_buckets) {
+    for (CfgNode* node = entry.second->GetFront(); node != nullptr; node = node->next) {
+      node->item->SetReasonCode(0);
+      node->item->SetActionState(CfgItem::NEW);
+      node->item->SetRetryCount(0);
+    }
+  }
+}
+
+int CfgSched::HasInFlight(CfgKey key, unsigned int a, unsigned int b) {
+  const auto position = m_buckets.find(key);
+  if (position == m_buckets.end()) {
+    return 0;
+  }
+  const CfgNode* node = position->second->GetFront();
+  for (; node != nullptr; node = node->next) {
+    if (node->item->GetActionState() == CfgItem::ISSUED && node->item->IsInFlight(a, b)) {
+      return 1;
+    }
+  }
+  return 0;
+}
+
+int CfgSched::RouteMapInFlight(CfgKey key, unsigned int a, unsigned int b) {
+  return HasInFlight(key, a, b);
+}
+
+int CfgSched::AggrAddrInFlight(CfgKey key, unsigned int a, unsigned int b) {
+  return HasInFlight(key, a, b);
+}
+
+void CfgSched::Print(DcConsole* console) {
+  unsigned int number = 0;
+  for (const auto& entry : m_buckets) {
+    const CfgNode* node = entry.second->GetFront();
+    for (; node != nullptr; node = node->next) {
+      console->Print("==== Item %u ====\n", number++);
+      node->item->PrintItem(console);
+      console->Print("\n");
+    }
+  }
+}
+
+void CfgSched::PrintSummary(DcConsole* console) {
+  console->Print("Pending Item Buckets: %lu\n", static_cast<unsigned long>(m_buckets.size()));
+}
+
+}  // namespace Tarsel

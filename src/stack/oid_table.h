@@ -1,0 +1,135 @@
+// A hash table from row identifiers to the records that carry them.
+#ifndef OID_TABLE_H
+#define OID_TABLE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace Tarsel {
+
+inline std::uint32_t HashOid(const unsigned int* subIds, unsigned int count) {
+  constexpr std::uint64_t MULTIPLIER = 0x9E3779B97F4A7C15U;
+  std::uint64_t hash = count;
+  for (unsigned int i = 0; i < count; i += 2) {
+    const std::uint64_t high = i + 1 < count ? subIds[i + 1] : 0;
+    hash = (hash ^ (high << 32 | subIds[i])) * MULTIPLIER;
+    hash ^= hash >> 32;
+  }
+  return static_cast<std::uint32_t>(hash);
+}
+
+/// Finds entries by the hash of their identifier. An identifier is 524 bytes long, so the table
+/// neither copies it nor looks into an entry whose hash differs: a slot is a pointer and a hash, the
+/// caller compares identifiers. Open addressing with linear probing; the size follows the number of
+/// entries both ways, so that a burst leaves no memory behind. The entries are not owned.
+template <class Entry>
+class OidTable {
+ public:
+  OidTable() : m_count(0) {}
+
+  std::size_t GetCount() const { return m_count; }
+
+  /// The entry with this hash for which `same(entry)` answers true, or null.
+  template <class Same>
+  Entry* Find(std::uint32_t hash, Same same) const {
+    if (m_count == 0) {
+      return nullptr;
+    }
+    for (std::size_t i = hash & Mask(); m_slots[i].entry != nullptr; i = (i + 1) & Mask()) {
+      if (m_slots[i].hash == hash && same(*m_slots[i].entry)) {
+        return m_slots[i].entry;
+      }
+    }
+    return nullptr;
+  }
+
+  /// `entry` must not be in the table.
+  void Add(std::uint32_t hash, Entry* entry) {
+    if ((m_count + 1) * 4 > m_slots.size() * 3) {
+      Resize(m_slots.empty() ? MIN_SLOTS : m_slots.size() * 2);
+    }
+    ++m_count;
+    Place(hash, entry);
+  }
+
+  /// `to` takes the place of `from`, which must be in the table.
+  void Replace(std::uint32_t hash, const Entry* from, Entry* to) {
+    m_slots[SlotOf(hash, from)].entry = to;
+  }
+
+  /// `entry` must be in the table.
+  void Erase(std::uint32_t hash, const Entry* entry) {
+    std::size_t hole = SlotOf(hash, entry);
+    for (std::size_t i = (hole + 1) & Mask(); m_slots[i].entry != nullptr; i = (i + 1) & Mask()) {
+      // An entry may move back to the hole unless that lies before the slot where its probe starts.
+      const std::size_t distance = (i - m_slots[i].hash) & Mask();
+      if (distance >= ((i - hole) & Mask())) {
+        m_slots[hole] = m_slots[i];
+        hole = i;
+      }
+    }
+    m_slots[hole].entry = nullptr;
+    --m_count;
+    if (m_slots.size() > MIN_SLOTS && m_count * 8 < m_slots.size()) {
+      Resize(m_slots.size() / 2);
+    }
+  }
+
+  template <class Visit>
+  void ForEach(Visit visit) const {
+    for (const Slot& slot : m_slots) {
+      if (slot.entry != nullptr) {
+        visit(slot.entry);
+      }
+    }
+  }
+
+  void Clear() {
+    std::vector<Slot>().swap(m_slots);
+    m_count = 0;
+  }
+
+ private:
+  struct Slot {
+    Entry* entry = nullptr;
+    std::uint32_t hash = 0;
+  };
+  static constexpr std::size_t MIN_SLOTS = 4;
+
+  std::size_t Mask() const { return m_slots.size() - 1; }
+
+  std::size_t SlotOf(std::uint32_t hash, const Entry* entry) const {
+    std::size_t i = hash & Mask();
+    while (m_slots[i].entry != entry) {
+      i = (i + 1) & Mask();
+    }
+    return i;
+  }
+
+  void Place(std::uint32_t hash, Entry* entry) {
+    std::size_t i = hash & Mask();
+    while (m_slots[i].entry != nullptr) {
+      i = (i + 1) & Mask();
+    }
+    m_slots[i].entry = entry;
+    m_slots[i].hash = hash;
+  }
+
+  void Resize(std::size_t slots) {
+    std::vector<Slot> old(slots);
+    old.swap(m_slots);
+    for (const Slot& slot : old) {
+      if (slot.entry != nullptr) {
+        Place(slot.hash, slot.entry);
+      }
+    }
+  }
+
+  std::vector<Slot> m_slots;  // none, or a power of two
+  std::size_t m_count;
+};
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,100 @@
+#include <new>
+
+#include "host/dc_console.h"
+#include "stack/sms.h"
+#include "vantacore/cfg_items.h"
+#include "vantacore/dc_router_base.h"
+#include "vantacore/dc_router_mgr.h"
+#include "vantacore/dc_rtm_mgr.h"
+#include "vantacore/mib_action.h"
+
+namespace Tarsel {
+
+namespace {
+
+DcRouterMgr::ProtocolType DestinationRouter(std::int32_t destination, bool isIp6) {
+  switch (destination) {
+    case PROTOCOL_CODE_OSPF:
+      return isIp6 ? DcRouterMgr::PROTOCOL_OSPFV3 : DcRouterMgr::PROTOCOL_OSPFV2;
+    case PROTOCOL_CODE_RIP:
+      return isIp6 ? DcRouterMgr::PROTOCOL_RIPNG : DcRouterMgr::PROTOCOL_RIPV2;
+    default:
+      return DcRouterMgr::PROTOCOL_BGP;
+  }
+}
+
+// The rule's instance as it is, the IPv6 bit included.
+unsigned short InstanceOf(std::uint32_t instance) {
+  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(static_cast<unsigned short>(instance), 0);
+}
+
+void BuildOid(MibOid& oid, std::uint32_t instance, std::int32_t source, std::int32_t destination) {
+  unsigned int subIds[SMS_OID_MAX];
+  const unsigned int count = sms_set_cipr_redist_oid(
+      subIds, instance, static_cast<unsigned int>(source), static_cast<unsigned int>(destination));
+  oid.SetOid(subIds, count);
+}
+
+}  // namespace
+
+RouteRedistributeItem::RouteRedistributeItem() : RouteRedistributeItem(0, 0, 0, 0, 0, 1, 0) {}
+
+RouteRedistributeItem::RouteRedistributeItem(int rowStatus, int adminStatus, int source,
+                                             int destination, int priority, unsigned int vlan,
+                                             unsigned int extra)
+    : m_rowStatus(rowStatus),
+      m_adminStatus(adminStatus),
+      m_source(source),
+      m_destination(destination),
+      m_priority(priority),
+      m_instance(vlan),
+      m_extra(extra) {}
+
+bool RouteRedistributeItem::CfgListReady() {
+  const DcRtmMgr* rtm = DcRtmMgr::GetInstance();
+  return rtm != nullptr && rtm->IsRtmReady(InstanceOf(m_instance));
+}
+
+bool RouteRedistributeItem::CfgItemReady() {
+  const bool isIp6 = (m_instance & DcRtmMgr::IP6_INSTANCE_BIT) != 0;
+  const auto vlan = static_cast<unsigned short>(m_instance & ~DcRtmMgr::IP6_INSTANCE_BIT);
+  // An instance may be ready without its VLAN: the stack can announce one that nobody created.
+  const DcRouterBase* router =
+      DcRouterMgr::GetInstance()->GetDcRouterByVID(vlan, DestinationRouter(m_destination, isIp6));
+  return router != nullptr && router->IsReady();
+}
+
+bool RouteRedistributeItem::RemoveOnNotReady() const {
+  const DcRtmMgr* rtm = DcRtmMgr::GetInstance();
+  return rtm != nullptr && rtm->HasRtmRecord(InstanceOf(m_instance));
+}
+
+const MibOid& RouteRedistributeItem::GetOid() {
+  if (m_oid.GetLength() == 0) {
+    BuildOid(m_oid, m_instance, m_source, m_destination);
+  }
+  return m_oid;
+}
+
+void RouteRedistributeItem::Send() {
+  MibAction* action = new (std::nothrow) RedistAction(
+      m_rowStatus, m_adminStatus, m_source, m_destination, m_priority, m_instance, m_extra);
+  if (action == nullptr) {
+    return;
+  }
+  MibOid oid;
+  BuildOid(oid, m_instance, m_source, m_destination);
+  DcRouterMgr::GetInstance()->GetSerializer().Insert(oid, action);
+  SetActionState(ISSUED);
+}
+
+void RouteRedistributeItem::PrintItem(DcConsole* console) const {
+  console->Print(
+      "RedistItem: Instance(%d) Dest(0x%x) Src(0x%x) Priority(0x%x) RowStatus(%d) AdminStatus(%d) "
+      "ActionState(%s) ReasonCode(%d)\n",
+      static_cast<int>(m_instance), static_cast<unsigned int>(m_destination),
+      static_cast<unsigned int>(m_source), static_cast<unsigned int>(m_priority), m_rowStatus,
+      m_adminStatus, StateText(GetActionState()), static_cast<int>(GetReasonCode()));
+}
+
+}  // namespace Tarsel

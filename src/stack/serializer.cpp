@@ -1,0 +1,304 @@
+// The request serializer.
+//
+// A row has a record from the first Insert for it until its queue empties. The record's front entry
+// is the request that the stack has (issued), or the one that goes out next (waiting); the others
+// wait behind it. An issued request's action no longer exists: only the mark stays in front, and the
+// stack's completion takes it away.
+//
+// Until the ready signal nothing is issued, and the order in which rows became busy is recorded. That
+// record keeps the form that the removal algorithm of the standard library gives it: a row that
+// empties is overwritten by its successors, and the length stays, so that the last ones stand there
+// more than once. The ready signal's answer is that of the last place in it. A row that empties
+// before the signal therefore keeps its record (forgotten), since the places refer to records. After
+// the signal every busy row has its front entry issued, so that the order cannot matter any more and
+// is dropped; later signals find nothing to issue.
+//
+// A stack call may call back at once, and so end the very row whose request is being issued: the
+// mark is set before the call, and nothing of the row is touched after it. While the ready signal
+// releases the rows, records stay (forgotten), because the places walked over refer to them.
+#include "vantacore/serializer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "oid_table.h"
+#include "vantacore/mib_action.h"
+
+namespace Tarsel {
+
+namespace {
+
+// A row's name as the caller gave it.
+struct OidRef {
+  OidRef(const unsigned int* subIds_, unsigned int length_)
+      : subIds(subIds_),
+        length(length_),
+        usable(std::min(length_, MibOid::MAX_LENGTH)),
+        hash(HashOid(subIds_, usable)) {}
+  explicit OidRef(const MibOid& oid) : OidRef(oid.GetSubIds(), oid.GetLength()) {}
+
+  const unsigned int* subIds;
+  unsigned int length;
+  unsigned int usable;
+  std::uint32_t hash;
+};
+
+struct Waiting {
+  MibAction* action;
+  Waiting* next;
+};
+
+// One row. The sub-identifiers in use lie behind it: a route's are a fraction of the 520 bytes that
+// an identifier can take.
+struct Row {
+  enum State : unsigned char {
+    FORGOTTEN,  // not busy; the record only holds a place in the arrival order
+    EMPTY,      // known, without any request
+    WAITING,    // the front request has not been issued
+    ISSUED      // the stack has the front request
+  };
+
+  explicit Row(const OidRef& oid)
+      : front(nullptr),
+        first(nullptr),
+        last(nullptr),
+        hash(oid.hash),
+        length(oid.length),
+        state(EMPTY),
+        listed(false) {
+    std::copy_n(oid.subIds, oid.usable, SubIds());
+  }
+
+  unsigned int* SubIds() { return reinterpret_cast<unsigned int*>(this + 1); }
+  bool Is(const OidRef& oid) {
+    return length == oid.length &&
+           std::memcmp(SubIds(), oid.subIds, oid.usable * sizeof *oid.subIds) == 0;
+  }
+
+  MibAction* front;  // null once issued
+  Waiting* first;    // behind the front
+  Waiting* last;
+  std::uint32_t hash;
+  std::uint32_t length;
+  State state;
+  bool listed;  // has, or had, a place in the arrival order
+};
+
+Row* NewRow(const OidRef& oid) {
+  const std::size_t size = sizeof(Row) + oid.usable * sizeof(unsigned int);
+  void* memory = ::operator new(size, std::nothrow);
+  return memory != nullptr ? new (memory) Row(oid) : nullptr;
+}
+
+// The actions in the row are left alone.
+void DeleteRow(Row* row) {
+  while (row->first != nullptr) {
+    Waiting* next = row->first->next;
+    delete row->first;
+    row->first = next;
+  }
+  ::operator delete(row);
+}
+
+void Append(Row* row, MibAction* action) {
+  Waiting* entry = new Waiting{action, nullptr};
+  (row->first != nullptr ? row->last->next : row->first) = entry;
+  row->last = entry;
+}
+
+// Takes the front entry away; false when none is left.
+bool PopFront(Row* row) {
+  Waiting* next = row->first;
+  if (next == nullptr) {
+    row->state = Row::EMPTY;
+    return false;
+  }
+  row->front = next->action;
+  row->first = next->next;
+  row->state = Row::WAITING;
+  delete next;
+  return true;
+}
+
+// std::remove without its freedom: the places behind the new end keep what they held.
+void CloseGap(std::vector<Row*>& places, const Row* gone) {
+  auto to = std::find(places.begin(), places.end(), gone);
+  for (auto from = to; from != places.end(); ++from) {
+    if (*from != gone) {
+      *to++ = *from;
+    }
+  }
+}
+
+}  // namespace
+
+struct Serializer::Rows {
+  struct Release {
+    std::vector<Row*> places;
+    bool cancelled;
+  };
+
+  Row* Find(const OidRef& oid) const;
+  Row* FindBusy(const OidRef& oid) const;
+  Row* Add(const OidRef& oid);
+  void Remove(const OidRef& oid);
+  void Forget(Row* row);
+  void EndRelease();
+  void Clear();
+
+  OidTable<Row> table;
+  std::vector<Row*> arrivals;    // rows in the order in which they became busy, until ready
+  Release* releasing = nullptr;  // the ready signal's walk, while it runs
+  bool ready = false;
+};
+
+Row* Serializer::Rows::Find(const OidRef& oid) const {
+  return table.Find(oid.hash, [&oid](Row& row) { return row.Is(oid); });
+}
+
+Row* Serializer::Rows::FindBusy(const OidRef& oid) const {
+  Row* row = Find(oid);
+  return row != nullptr && row->state != Row::FORGOTTEN ? row : nullptr;
+}
+
+// The record of a row that has become busy, or is; null when there is no memory for one.
+Row* Serializer::Rows::Add(const OidRef& oid) {
+  Row* row = Find(oid);
+  if (row == nullptr) {
+    row = NewRow(oid);
+    if (row == nullptr) {
+      return nullptr;
+    }
+    table.Add(oid.hash, row);
+  } else if (row->state != Row::FORGOTTEN) {
+    return row;
+  }
+  row->state = Row::EMPTY;
+  if (!ready) {
+    row->listed = true;
+    arrivals.push_back(row);
+  }
+  return row;
+}
+
+void Serializer::Rows::Remove(const OidRef& oid) {
+  Row* row = FindBusy(oid);
+  if (row != nullptr && !PopFront(row)) {
+    Forget(row);
+  }
+}
+
+void Serializer::Rows::Forget(Row* row) {
+  CloseGap(arrivals, row);
+  if (row->listed) {
+    row->state = Row::FORGOTTEN;
+    return;
+  }
+  table.Erase(row->hash, row);
+  DeleteRow(row);
+}
+
+// No place refers to a record any more.
+void Serializer::Rows::EndRelease() {
+  std::vector<Row*> forgotten;
+  table.ForEach([&forgotten](Row* row) {
+    row->listed = false;
+    if (row->state == Row::FORGOTTEN) {
+      forgotten.push_back(row);
+    }
+  });
+  for (Row* row : forgotten) {
+    Forget(row);
+  }
+}
+
+void Serializer::Rows::Clear() {
+  table.ForEach(DeleteRow);
+  table.Clear();
+  arrivals.clear();
+  if (releasing != nullptr) {
+    releasing->cancelled = true;
+  }
+}
+
+namespace {
+
+// The front request of a row that is to issue it; null when the stack has it already.
+MibAction* TakeFront(Row* row) {
+  if (row->state != Row::WAITING) {
+    return nullptr;
+  }
+  MibAction* action = row->front;
+  row->front = nullptr;
+  row->state = Row::ISSUED;
+  return action;
+}
+
+}  // namespace
+
+Serializer::Serializer() : m_rows(new Rows) {}
+
+Serializer::~Serializer() { Reset(); }
+
+bool Serializer::IssueMibRequest(MibAction* action, bool shared) {
+  if (action == nullptr || !m_rows->ready) {
+    return false;
+  }
+  action->IssueReq(shared);
+  delete action;
+  return true;
+}
+
+void Serializer::Insert(MibOid oid, MibAction* action) {
+  Row* row = m_rows->Add(OidRef(oid));
+  if (row == nullptr || action == nullptr) {
+    return;
+  }
+  if (row->state != Row::EMPTY) {
+    Append(row, action);
+    return;
+  }
+  row->front = action;
+  row->state = Row::WAITING;
+  if (m_rows->ready) {
+    IssueMibRequest(TakeFront(row), false);
+  }
+}
+
+int Serializer::Send(MibOid oid) {
+  Row* row = m_rows->FindBusy(OidRef(oid));
+  return row != nullptr && m_rows->ready ? IssueMibRequest(TakeFront(row), true) : 0;
+}
+
+void Serializer::Remove(MibOid oid) { m_rows->Remove(OidRef(oid)); }
+
+int Serializer::RunPendingAction(unsigned int* oid, unsigned int len) {
+  const OidRef row(oid, std::min(len, MibOid::MAX_LENGTH));
+  m_rows->Remove(row);
+  Row* next = m_rows->FindBusy(row);
+  return next != nullptr && m_rows->ready ? IssueMibRequest(TakeFront(next), true) : 0;
+}
+
+int Serializer::RunPendingActions() {
+  if (m_rows->ready) {
+    return 0;
+  }
+  m_rows->ready = true;
+  Rows::Release release{std::move(m_rows->arrivals), false};
+  m_rows->arrivals.clear();
+  m_rows->releasing = &release;
+  int result = 0;
+  for (Row* row : release.places) {
+    // A request that forgets all queues takes the records behind the remaining places with it.
+    result = release.cancelled ? 0 : IssueMibRequest(TakeFront(row), true);
+  }
+  m_rows->releasing = nullptr;
+  m_rows->EndRelease();
+  return result;
+}
+
+void Serializer::Reset() { m_rows->Clear(); }
+
+}  // namespace Tarsel
