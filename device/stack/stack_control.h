@@ -134,6 +134,10 @@ class SMS_API Control {
   std::vector<amb_cipr_rtm_rib> Rib() const;
   std::vector<amb_cipr_rtm_route> Routes() const;
   std::vector<RedistributionRow> Redistributions() const;
+  /// The installed routes that the rules of an instance hand to a protocol: a protocol code is the
+  /// route-protocol code shifted left by 16 bits.
+  std::vector<amb_cipr_rtm_route> Redistributed(std::uint32_t instance,
+                                                std::uint32_t destination) const;
   std::vector<std::uint32_t> Instances() const;
   /// All tables as text, one row a line, without ages: equal texts are equal states.
   std::string Dump() const;

@@ -1,0 +1,384 @@
+// The exported C functions: each one notes the call and forwards to the engine that is current.
+
+#include <algorithm>
+#include <cstring>
+
+#include "engine.h"
+#include "protocol_rows.h"
+#include "protocol_table.h"
+#include "redistributed.h"
+
+using namespace routing_stack;
+
+unsigned int nbb_os_failures = 0;
+
+namespace {
+
+constexpr std::size_t kNameBytes = sizeof(amb_stubs_i3_ei::name) - 1;
+
+// Without a current engine there is nobody to note a call; `line` is not asked then either.
+template <typename Line>
+Engine* Note(Call call, Line line) {
+  Engine* const engine = Engine::Current();
+  if (engine != nullptr) {
+    engine->Calls().Note(call, line);
+  }
+  return engine;
+}
+
+void Count(Call call) {
+  Engine* const engine = Engine::Current();
+  if (engine != nullptr) {
+    engine->Calls().Count(call);
+  }
+}
+
+unsigned int CopyOid(const Oid& oid, unsigned int* buffer) {
+  if (buffer == nullptr) {
+    return 0;
+  }
+  std::copy(oid.words, oid.words + oid.length, buffer);
+  return oid.length;
+}
+
+void CopyAddress(unsigned char (&to)[16], const unsigned char* from, int addressType) {
+  if (from != nullptr) {
+    std::memcpy(to, from, addressType == 1 ? 4 : 16);
+  }
+}
+
+void RequestInterface(Call call, int rowStatus, unsigned int operStatus, unsigned int instance,
+                      unsigned int ifIndex, const char* name, unsigned int ifAttr,
+                      unsigned int flags, unsigned int extra) {
+  Engine* const engine = Note(call, [=] {
+    return CallLine(call)
+        .Number(rowStatus)
+        .Number(operStatus)
+        .Number(instance)
+        .Number(ifIndex)
+        .Text(name)
+        .Number(ifAttr)
+        .Number(flags)
+        .Number(extra);
+  });
+  if (engine == nullptr) {
+    return;
+  }
+  InterfaceRequest request;
+  request.rowStatus = rowStatus;
+  request.operStatus = operStatus;
+  request.key = {instance, ifIndex};
+  request.name.assign(name != nullptr ? name : "", name != nullptr ? strnlen(name, kNameBytes) : 0);
+  request.flags = flags;
+  request.extra = extra;
+  engine->Submit(std::move(request));
+}
+
+void RequestRedistribution(Call call, int rowStatus, int adminStatus, int source, int destination,
+                           unsigned int vlan, unsigned int zero) {
+  Engine* const engine = Note(call, [=] {
+    return CallLine(call)
+        .Number(rowStatus)
+        .Number(adminStatus)
+        .Number(source)
+        .Number(destination)
+        .Number(vlan)
+        .Number(zero);
+  });
+  if (engine == nullptr) {
+    return;
+  }
+  RedistributionRequest request;
+  request.rowStatus = rowStatus;
+  request.adminStatus = adminStatus;
+  request.key = {vlan, static_cast<std::uint32_t>(source), static_cast<std::uint32_t>(destination)};
+  engine->Submit(std::move(request));
+}
+
+void StartWalk(Call call, WalkTable table, unsigned int instance, bool hasInstance,
+               sms_response response, void* command) {
+  Engine* const engine = Note(call, [=] {
+    CallLine line(call);
+    return hasInstance ? line.Number(instance) : line;
+  });
+  if (engine != nullptr) {
+    engine->StartWalk(table, instance, response, command);
+  }
+}
+
+}  // namespace
+
+// Life and scheduling.
+
+void smsi_init(char* components) {
+  Engine* const engine =
+      Note(Call::kSmsiInit, [=] { return CallLine(Call::kSmsiInit).Text(components); });
+  if (engine != nullptr) {
+    engine->Start();
+  }
+}
+
+int nbb_scheduler(void) {
+  Engine* const engine = Engine::Current();
+  if (engine == nullptr) {
+    return -1;
+  }
+  engine->Calls().Count(Call::kNbbScheduler);
+  return engine->Run();
+}
+
+void InvokeCallback(int fd, int events) {
+  Engine* const engine = Note(Call::kInvokeCallback, [=] {
+    return CallLine(Call::kInvokeCallback).Number(fd).Number(events);
+  });
+  if (engine != nullptr) {
+    engine->DescriptorReady(fd, events);
+  }
+}
+
+// Tracing.
+
+void nbb_trips_control(int on) {
+  Engine* const engine =
+      Note(Call::kNbbTripsControl, [=] { return CallLine(Call::kNbbTripsControl).Number(on); });
+  if (engine != nullptr) {
+    engine->trace.on = on != 0;
+  }
+}
+
+void nbb_set_ips_filter(char* filter, unsigned short value) {
+  Engine* const engine = Note(Call::kNbbSetIpsFilter, [=] {
+    return CallLine(Call::kNbbSetIpsFilter).Text(filter).Number(value);
+  });
+  if (filter == nullptr) {
+    ++nbb_os_failures;
+  } else if (engine != nullptr) {
+    engine->trace.filters[value] = filter;
+  }
+}
+
+int nbb_get_ips_tracing(void) {
+  Engine* const engine =
+      Note(Call::kNbbGetIpsTracing, [] { return CallLine(Call::kNbbGetIpsTracing); });
+  return engine != nullptr && engine->trace.on ? 1 : 0;
+}
+
+// Row requests.
+
+void sms_act_rtm(amb_cipr_rtm_entity* row) {
+  constexpr int kFamilyWord = 30;
+  Engine* const engine =
+      Note(Call::kSmsActRtm, [=] { return CallLine(Call::kSmsActRtm).Words(row); });
+  if (engine == nullptr || row == nullptr) {
+    return;
+  }
+  RtmRequest request;
+  request.instance = row->word[0];
+  request.rowStatus = row->word[1];
+  request.family = row->word[kFamilyWord];
+  engine->Submit(std::move(request));
+}
+
+void sms_update_route(int not_shared, int row_status, int admin_status, int address_type,
+                      const unsigned char* destination, unsigned int prefix_length,
+                      const unsigned char* next_hop, int path_type, unsigned int if_index,
+                      unsigned short instance, unsigned short metric) {
+  Engine* const engine = Note(Call::kSmsUpdateRoute, [=] {
+    return CallLine(Call::kSmsUpdateRoute)
+        .Number(not_shared)
+        .Number(row_status)
+        .Number(admin_status)
+        .Number(address_type)
+        .Bytes(destination, address_type)
+        .Number(prefix_length)
+        .Bytes(next_hop, address_type)
+        .Number(path_type)
+        .Number(if_index)
+        .Number(instance)
+        .Number(metric);
+  });
+  if (engine == nullptr) {
+    return;
+  }
+  RouteRequest request;
+  request.rowStatus = row_status;
+  request.adminStatus = admin_status;
+  request.addressType = address_type;
+  request.pathType = path_type;
+  request.hasDestination = destination != nullptr;
+  CopyAddress(request.destination, destination, address_type);
+  CopyAddress(request.nextHop, next_hop, address_type);
+  request.prefixLength = prefix_length;
+  request.ifIndex = if_index;
+  request.instance = instance;
+  request.metric = metric;
+  engine->Submit(std::move(request));
+}
+
+void sms_act_interface(int row_status, unsigned int oper_status, unsigned int instance,
+                       unsigned int if_index, const char* name, unsigned int if_attr,
+                       unsigned int flags, unsigned int extra) {
+  RequestInterface(Call::kSmsActInterface, row_status, oper_status, instance, if_index, name,
+                   if_attr, flags, extra);
+}
+
+void sms_bld_amb_test_i3_ei(int row_status, unsigned int oper_status, unsigned int instance,
+                            unsigned int if_index, const char* name, unsigned int if_attr,
+                            unsigned int flags, unsigned int extra) {
+  RequestInterface(Call::kSmsBldInterface, row_status, oper_status, instance, if_index, name,
+                   if_attr, flags, extra);
+}
+
+void sms_act_ipaddr(int row_status, unsigned int vlan_or_instance, int address_type,
+                    unsigned int if_index, const unsigned char* address,
+                    unsigned int prefix_length) {
+  Engine* const engine = Note(Call::kSmsActIpaddr, [=] {
+    return CallLine(Call::kSmsActIpaddr)
+        .Number(row_status)
+        .Number(vlan_or_instance)
+        .Number(address_type)
+        .Number(if_index)
+        .Bytes(address, address_type)
+        .Number(prefix_length);
+  });
+  if (engine == nullptr) {
+    return;
+  }
+  AddressRequest request;
+  request.rowStatus = row_status;
+  request.addressType = address_type;
+  const Family family = FamilyOf(address_type);
+  request.key = {{vlan_or_instance, if_index}, family, Address::FromBytes(address, family)};
+  request.prefixLength = prefix_length;
+  engine->Submit(std::move(request));
+}
+
+void sms_act_cipr_redist(int row_status, int admin_status, int source, int destination,
+                         unsigned int vlan, unsigned int zero) {
+  RequestRedistribution(Call::kSmsActRedist, row_status, admin_status, source, destination, vlan,
+                        zero);
+}
+
+void sms_bld_amb_test_cipr_redist(int row_status, int admin_status, int source, int destination,
+                                  unsigned int vlan, unsigned int zero) {
+  RequestRedistribution(Call::kSmsBldRedist, row_status, admin_status, source, destination, vlan,
+                        zero);
+}
+
+// Row identifiers.
+
+unsigned int sms_get_route_oid(unsigned int* buffer, unsigned short instance, int address_type,
+                               const unsigned char* destination, unsigned int prefix_length,
+                               const unsigned char* next_hop, unsigned int if_index) {
+  Count(Call::kSmsGetRouteOid);
+  return CopyOid(RouteOid(instance, address_type, destination, prefix_length, next_hop, if_index),
+                 buffer);
+}
+
+unsigned int sms_set_i3_ei_oid(unsigned int* buffer, unsigned int instance, unsigned int if_index) {
+  Count(Call::kSmsSetEiOid);
+  return CopyOid(InterfaceOid(instance, if_index), buffer);
+}
+
+unsigned int sms_set_i3_ea_oid(unsigned int* buffer, unsigned int instance, unsigned int if_index,
+                               const void* address, int address_type) {
+  Count(Call::kSmsSetEaOid);
+  return CopyOid(
+      AddressOid(instance, if_index, static_cast<const unsigned char*>(address), address_type),
+      buffer);
+}
+
+unsigned int sms_set_cipr_redist_oid(unsigned int* buffer, unsigned int vlan, unsigned int source,
+                                     unsigned int destination) {
+  Count(Call::kSmsSetRedistOid);
+  return CopyOid(RedistributionOid(vlan, source, destination), buffer);
+}
+
+// Walks.
+
+void sms_get_next_i3_ei(unsigned int instance, sms_response response, void* command) {
+  StartWalk(Call::kSmsGetNextEi, WalkTable::kInterfaces, instance, true, response, command);
+}
+
+void sms_get_next_i3_ea(unsigned int instance, sms_response response, void* command) {
+  StartWalk(Call::kSmsGetNextEa, WalkTable::kAddresses, instance, true, response, command);
+}
+
+void sms_get_next_rtm_route(sms_response response, void* command) {
+  StartWalk(Call::kSmsGetNextRtmRoute, WalkTable::kRoutes, 0, false, response, command);
+}
+
+void sms_get_next_rtm_rib(sms_response response, void* command) {
+  StartWalk(Call::kSmsGetNextRtmRib, WalkTable::kRib, 0, false, response, command);
+}
+
+// Protocol rows.
+
+void sms_act_protocol_row(int not_shared, unsigned int table, int row_status, int admin_status,
+                          unsigned int instance, const unsigned char* key, unsigned int key_length,
+                          const char* payload) {
+  const std::size_t stored = std::min<std::size_t>(key_length, kProtocolKeyBytes);
+  const std::string bytes(key != nullptr ? reinterpret_cast<const char*>(key) : "",
+                          key != nullptr ? stored : 0);
+  Engine* const engine = Note(Call::kProtocolRow, [&] {
+    return CallLine(Call::kProtocolRow)
+        .Number(not_shared)
+        .Number(table)
+        .Number(row_status)
+        .Number(admin_status)
+        .Number(instance)
+        .Text(bytes)
+        .Text(payload);
+  });
+  if (engine == nullptr) {
+    return;
+  }
+  ProtocolRequest request;
+  request.rowStatus = row_status;
+  request.adminStatus = admin_status;
+  request.key = {instance, table, bytes};
+  request.keyLength = key_length;
+  request.payload = payload != nullptr ? payload : "";
+  engine->Submit(std::move(request));
+}
+
+unsigned int sms_get_protocol_row_oid(unsigned int* buffer, unsigned int table,
+                                      unsigned int instance, const unsigned char* key,
+                                      unsigned int key_length) {
+  return CopyOid(ProtocolOid(table, instance, key, key_length), buffer);
+}
+
+void sms_register_protocol_answer(sms_protocol_answer answer) { SetProtocolAnswer(answer); }
+
+int sms_get_next_protocol_row(unsigned int table, unsigned int instance, const unsigned char* key,
+                              unsigned int key_length, sms_protocol_row* row) {
+  const Engine* const engine = Engine::Current();
+  if (engine == nullptr || row == nullptr) {
+    return 0;
+  }
+  const auto& rows = engine->GetTables().protocolRows;
+  const std::string after(key != nullptr ? reinterpret_cast<const char*>(key) : "",
+                          key != nullptr ? key_length : 0);
+  const auto next = rows.upper_bound({instance, table, after});
+  if (next == rows.end() || next->first.instance != instance || next->first.table != table) {
+    return 0;
+  }
+  std::memset(row, 0, sizeof *row);
+  row->table = table;
+  row->instance = instance;
+  row->key_length = static_cast<unsigned int>(
+      next->first.key.copy(reinterpret_cast<char*>(row->key), sizeof row->key));
+  row->admin_status = next->second.adminStatus;
+  row->payload = next->second.payload.c_str();
+  return 1;
+}
+
+int sms_get_next_redistributed(unsigned int instance, unsigned int destination,
+                               const amb_cipr_rtm_route* previous, amb_cipr_rtm_route* row) {
+  const Engine* const engine = Engine::Current();
+  return engine != nullptr && row != nullptr &&
+                 NextRedistributed(engine->GetTables(), engine->Now(), instance, destination,
+                                   previous, row)
+             ? 1
+             : 0;
+}

@@ -1,0 +1,60 @@
+// Counts the calls that the stack receives, and shows them to an observer.
+#ifndef DEVICE_STACK_CALL_LOG_H
+#define DEVICE_STACK_CALL_LOG_H
+
+#include <array>
+#include <string>
+
+#include "address.h"
+#include "stack_control.h"
+
+namespace routing_stack {
+
+const char* NameOfCall(Call call);
+
+/// A call as text: the function's name with its arguments in order.
+class CallLine {
+ public:
+  explicit CallLine(Call call) : m_text(std::string(NameOfCall(call)) + "(") {}
+
+  CallLine& Number(long long value) { return Add(std::to_string(value)); }
+  CallLine& Text(const char* text);
+  CallLine& Text(const std::string& text) { return Add("\"" + text + "\""); }
+  CallLine& Bytes(const unsigned char* bytes, int addressType);
+  /// The words that are not zero as "index=value", separated by blanks.
+  CallLine& Words(const amb_cipr_rtm_entity* entity);
+
+  std::string Get() const { return m_text + ")"; }
+
+ private:
+  CallLine& Add(const std::string& argument);
+
+  std::string m_text;
+  bool m_isFirst = true;
+};
+
+class CallLog {
+ public:
+  void Count(Call call) { ++m_counts[static_cast<std::size_t>(call)]; }
+  /// Counts the call and shows it; `line` makes a CallLine and is asked only when somebody looks.
+  template <typename Line>
+  void Note(Call call, Line line) {
+    Count(call);
+    if (m_observer) {
+      const Control::CallObserver observer = m_observer;  // it may replace itself
+      observer(call, line().Get());
+    }
+  }
+
+  std::uint64_t CountOf(Call call) const;
+  void Reset() { m_counts = {}; }
+  void SetObserver(Control::CallObserver observer) { m_observer = std::move(observer); }
+
+ private:
+  std::array<std::uint64_t, static_cast<std::size_t>(Call::kCount)> m_counts{};
+  Control::CallObserver m_observer;
+};
+
+}  // namespace routing_stack
+
+#endif

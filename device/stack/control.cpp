@@ -1,0 +1,182 @@
+// The control header's levers, and the tables as it shows them.
+
+#include "stack_control.h"
+
+#include "engine.h"
+#include "redistributed.h"
+
+namespace routing_stack {
+
+void Control::Script(RowType type, const Answer& answer, unsigned int times) {
+  m_engine.m_scripts.Add(type, answer, times);
+}
+
+void Control::ScriptRow(const unsigned int* oid, unsigned int length, const Answer& answer,
+                        unsigned int times) {
+  m_engine.m_scripts.AddRow(oid, length, answer, times);
+}
+
+void Control::ClearScripts() { m_engine.m_scripts.Clear(); }
+
+void Control::SetLimit(RowType type, std::size_t rows, unsigned int status) {
+  m_engine.m_tables.limits[static_cast<std::size_t>(type)] = {rows, status};
+}
+
+void Control::Hold() { m_engine.m_held = true; }
+
+void Control::Release() {
+  m_engine.m_held = false;
+  if (m_engine.m_started && !m_engine.IsIdle()) {
+    Engine::AskForRun();
+    m_engine.Settle();
+  }
+}
+
+void Control::Restart() { m_engine.Restart(); }
+void Control::SetSynchronous(bool on) { m_engine.m_synchronous = on; }
+
+void Control::SetSliceEvents(unsigned int events) {
+  m_engine.m_sliceEvents = events != 0 ? events : 1;
+}
+
+void Control::RepeatReady() { m_engine.SubmitOwn(ReadyEvent{}); }
+
+std::uint64_t Control::CountOf(Call call) const { return m_engine.m_calls.CountOf(call); }
+void Control::ResetCounts() { m_engine.m_calls.Reset(); }
+const char* Control::NameOf(Call call) { return NameOfCall(call); }
+
+void Control::SetCallObserver(CallObserver observer) {
+  m_engine.m_calls.SetObserver(std::move(observer));
+}
+
+namespace {
+
+bool IsRoutingProtocol(std::uint32_t proto) {
+  return proto == kRip || proto == kOspf || proto == kBgp;
+}
+
+CandidateKey KeyOf(const Candidate& candidate) {
+  const Family family = FamilyOf(candidate.addressType);
+  const std::uint32_t length = std::min(candidate.prefixLength, MaximalLength(family));
+  CandidateKey key;
+  key.prefix = Prefix::Of(Address::FromBytes(candidate.destination, family), length);
+  key.proto = static_cast<std::uint8_t>(candidate.proto);
+  key.ifIndex = candidate.ifIndex;
+  key.nextHop = Address::FromBytes(candidate.nextHop, family);
+  return key;
+}
+
+// The instance that can hold the candidate, or null.
+Instance* InstanceFor(const Tables& tables, const Candidate& candidate) {
+  Instance* const instance = tables.FindInstance(candidate.instance);
+  const bool fits = instance != nullptr && IsRoutingProtocol(candidate.proto) &&
+                    instance->family == FamilyOf(candidate.addressType);
+  return fits ? instance : nullptr;
+}
+
+}  // namespace
+
+void Control::PutCandidate(const Candidate& candidate) {
+  Instance* const instance = InstanceFor(m_engine.m_tables, candidate);
+  if (instance != nullptr) {
+    CandidateValues values;
+    values.metric = candidate.metric;
+    values.internal = candidate.internal;
+    instance->rib.Put(KeyOf(candidate), values);
+  }
+}
+
+bool Control::RemoveCandidate(const Candidate& candidate) {
+  Instance* const instance = InstanceFor(m_engine.m_tables, candidate);
+  return instance != nullptr && instance->rib.Remove(KeyOf(candidate));
+}
+
+void Control::RegisterDescriptor(int fd, int id, unsigned int mask,
+                                 std::function<void(int events)> handler) {
+  m_engine.m_descriptors.Add(fd, id, std::move(handler));
+  m_engine.SubmitOwn(DescriptorEvent{DescriptorEvent::kRegister, fd, id, mask});
+}
+
+void Control::ChangeDescriptorMask(int fd, unsigned int mask) {
+  if (m_engine.m_descriptors.Has(fd)) {
+    m_engine.SubmitOwn(DescriptorEvent{DescriptorEvent::kChange, fd, 0, mask});
+  }
+}
+
+void Control::UnregisterDescriptor(int fd, int id) {
+  if (m_engine.m_descriptors.Has(fd)) {
+    m_engine.m_descriptors.Remove(fd);
+    m_engine.SubmitOwn(DescriptorEvent{DescriptorEvent::kUnregister, fd, id, 0});
+  }
+}
+
+std::vector<amb_stubs_i3_ei> Control::Interfaces() const {
+  std::vector<amb_stubs_i3_ei> rows;
+  for (const auto& [key, row] : m_engine.m_tables.interfaces) {
+    rows.push_back(ToRow(key, row));
+  }
+  return rows;
+}
+
+std::vector<amb_stubs_i3_ea> Control::Addresses() const {
+  std::vector<amb_stubs_i3_ea> rows;
+  for (const auto& [key, row] : m_engine.m_tables.addresses) {
+    rows.push_back(ToRow(key, row));
+  }
+  return rows;
+}
+
+std::vector<amb_cipr_rtm_rib> Control::Rib() const {
+  std::vector<amb_cipr_rtm_rib> rows;
+  const std::uint64_t now = m_engine.Now();
+  for (const auto& [id, instance] : m_engine.m_tables.instances) {
+    const RibEntry* entry = instance->rib.After(nullptr);
+    for (; entry != nullptr; entry = instance->rib.After(entry->key)) {
+      rows.push_back(ToRibRow(id, *entry, now));
+    }
+  }
+  return rows;
+}
+
+std::vector<amb_cipr_rtm_route> Control::Routes() const {
+  std::vector<amb_cipr_rtm_route> rows;
+  const std::uint64_t now = m_engine.Now();
+  for (const auto& [id, instance] : m_engine.m_tables.instances) {
+    const RibEntry* entry = instance->rib.InstalledAfter(nullptr);
+    for (; entry != nullptr; entry = instance->rib.InstalledAfter(&entry->key->prefix)) {
+      rows.push_back(ToRouteRow(id, *entry, now));
+    }
+  }
+  return rows;
+}
+
+std::vector<RedistributionRow> Control::Redistributions() const {
+  std::vector<RedistributionRow> rows;
+  for (const auto& row : m_engine.m_tables.redistributions) {
+    rows.push_back({row.first.instance, row.first.source, row.first.destination});
+  }
+  return rows;
+}
+
+std::vector<amb_cipr_rtm_route> Control::Redistributed(std::uint32_t instance,
+                                                       std::uint32_t destination) const {
+  std::vector<amb_cipr_rtm_route> rows;
+  amb_cipr_rtm_route row;
+  const amb_cipr_rtm_route* previous = nullptr;
+  while (
+      NextRedistributed(m_engine.m_tables, m_engine.Now(), instance, destination, previous, &row)) {
+    rows.push_back(row);
+    previous = &row;
+  }
+  return rows;
+}
+
+std::vector<std::uint32_t> Control::Instances() const {
+  std::vector<std::uint32_t> ids;
+  for (const auto& instance : m_engine.m_tables.instances) {
+    ids.push_back(instance.first);
+  }
+  return ids;
+}
+
+}  // namespace routing_stack

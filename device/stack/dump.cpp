@@ -1,0 +1,85 @@
+// All tables as text, for comparing states.
+
+#include <sstream>
+
+#include "engine.h"
+
+namespace routing_stack {
+
+namespace {
+
+const char* UpOrDown(bool up) { return up ? " up" : " down"; }
+
+void DumpInstances(const Tables& tables, std::ostream& out) {
+  for (const auto& [id, instance] : tables.instances) {
+    const Distances& distances = instance->rib.GetDistances();
+    out << "instance " << id << (instance->family == Family::kIp4 ? " ipv4" : " ipv6") << " ospf "
+        << distances.ospfInternal << '/' << distances.ospfExternal << " bgp "
+        << distances.internalBgp << '/' << distances.externalBgp << " rip " << distances.rip
+        << '\n';
+  }
+}
+
+void DumpInterfaces(const Tables& tables, std::ostream& out) {
+  for (const auto& [key, row] : tables.interfaces) {
+    out << "interface " << key.instance << '/' << key.ifIndex << " \"" << row.name << "\" flags "
+        << row.flags << UpOrDown(row.IsUp()) << " mtu " << row.mtu << '\n';
+  }
+  for (const auto& [key, row] : tables.addresses) {
+    out << "address " << key.interface.instance << '/' << key.interface.ifIndex << ' '
+        << key.address.ToText(key.family) << '/' << row.prefixLength << '\n';
+  }
+}
+
+void DumpRoute(std::uint32_t id, const Instance& instance, const RibEntry& entry,
+               std::ostream& out) {
+  const CandidateKey& key = *entry.key;
+  out << id << ' ' << key.prefix.address.ToText(instance.family) << '/'
+      << static_cast<unsigned int>(key.prefix.length) << " proto "
+      << static_cast<unsigned int>(key.proto) << " via " << key.nextHop.ToText(instance.family)
+      << " if " << key.ifIndex << " out " << entry.OutInterface() << " metric "
+      << entry.values.metric << UpOrDown(entry.values.adminUp);
+}
+
+void DumpRibs(const Tables& tables, std::ostream& out) {
+  for (const auto& [id, instance] : tables.instances) {
+    const Rib& rib = instance->rib;
+    for (const RibEntry* e = rib.After(nullptr); e != nullptr; e = rib.After(e->key)) {
+      DumpRoute(id, *instance, *e, out << "rib ");
+      out << (e->installed ? " fib\n" : "\n");
+    }
+  }
+  for (const auto& [id, instance] : tables.instances) {
+    const Rib& rib = instance->rib;
+    const RibEntry* e = rib.InstalledAfter(nullptr);
+    for (; e != nullptr; e = rib.InstalledAfter(&e->key->prefix)) {
+      DumpRoute(id, *instance, *e, out << "route ");
+      out << '\n';
+    }
+  }
+}
+
+void DumpRules(const Tables& tables, std::ostream& out) {
+  for (const auto& [key, adminStatus] : tables.redistributions) {
+    out << "redistribution " << key.instance << ' ' << key.source << ' ' << key.destination
+        << UpOrDown(adminStatus == 1) << '\n';
+  }
+  for (const auto& [key, row] : tables.protocolRows) {
+    out << "protocol " << key.instance << ' ' << key.table << " \"" << key.key << "\" \""
+        << row.payload << '"' << UpOrDown(row.adminStatus == 1) << '\n';
+  }
+}
+
+}  // namespace
+
+std::string Control::Dump() const {
+  std::ostringstream out;
+  const Tables& tables = m_engine.m_tables;
+  DumpInstances(tables, out);
+  DumpInterfaces(tables, out);
+  DumpRibs(tables, out);
+  DumpRules(tables, out);
+  return out.str();
+}
+
+}  // namespace routing_stack

@@ -1,0 +1,261 @@
+#include "engine.h"
+
+#include <algorithm>
+#include <climits>
+#include <utility>
+
+#include "vantacore/dcrouter_api.h"
+
+namespace routing_stack {
+
+namespace {
+
+constexpr unsigned int kDefaultSliceEvents = 2000;
+constexpr std::uint64_t kLongestRunMs = 4;
+constexpr unsigned int kUnitsBetweenClockReadings = 32;
+
+Engine* g_current = nullptr;
+
+bool IsDestroy(const RtmRequest& request) { return request.rowStatus == kDestroy; }
+
+}  // namespace
+
+Engine::Engine(Clock clock)
+    : m_clock(std::move(clock)),
+      m_tables(m_clock),
+      m_control(*this),
+      m_sliceEvents(kDefaultSliceEvents) {}
+
+Engine::~Engine() {
+  if (g_current == this) {
+    g_current = nullptr;
+  }
+}
+
+Engine* Engine::Current() { return g_current; }
+void Engine::MakeCurrent() { g_current = this; }
+
+void Engine::AskForRun() {
+  if (cIsNBaseRescheduled() == 0) {
+    cRescheduleNBase();
+  }
+}
+
+void Engine::Start() {
+  if (m_started) {
+    return;
+  }
+  m_started = true;
+  m_queue.PushFront(ReadyEvent{});
+  AskForRun();
+  Settle();
+}
+
+void Engine::Submit(Event event) {
+  const RtmRequest* const entity = std::get_if<RtmRequest>(&event);
+  if (entity != nullptr && IsDestroy(*entity)) {
+    ++m_waitingDestroys[entity->instance];
+  }
+  m_queue.Push(std::move(event));
+  AskForRun();
+  Settle();
+}
+
+// For what the stack does of its own accord: the host hears of it once the stack is started.
+void Engine::SubmitOwn(Event event) {
+  m_queue.Push(std::move(event));
+  if (m_started) {
+    AskForRun();
+    Settle();
+  }
+}
+
+void Engine::StartWalk(WalkTable table, std::uint32_t instance, sms_response handler,
+                       void* command) {
+  if (handler == nullptr) {
+    return;
+  }
+  Walk walk;
+  walk.table = table;
+  walk.number = ++m_lastWalk;
+  walk.handler = handler;
+  walk.command = command;
+  walk.instance = instance;
+  Submit(std::move(walk));
+}
+
+void Engine::DescriptorReady(int fd, int events) {
+  m_descriptors.Ready(fd, events);
+  if (!m_queue.IsEmpty() || m_tables.HasWork()) {
+    AskForRun();
+    Settle();
+  }
+}
+
+bool Engine::IsIdle() const {
+  return m_queue.IsEmpty() && !m_queue.HasLater() && !m_tables.HasWork();
+}
+
+int Engine::Run() {
+  if (m_running || !m_started || m_held) {
+    return NextRun();
+  }
+  m_running = true;
+  const std::uint64_t begin = m_clock();
+  m_queue.TakeDue(begin);
+  unsigned int units = 0;
+  while (units < m_sliceEvents && WorkOne()) {
+    ++units;
+    if (units % kUnitsBetweenClockReadings == 0 && m_clock() - begin >= kLongestRunMs) {
+      break;
+    }
+  }
+  m_running = false;
+  return NextRun();
+}
+
+// In synchronous mode, works everything off before the call returns, however deep inside of
+// callbacks it was made.
+void Engine::Settle() {
+  if (!m_synchronous || !m_started) {
+    return;
+  }
+  m_queue.TakeDue(m_clock());
+  while (WorkOne()) {
+  }
+}
+
+int Engine::NextRun() const {
+  if (!m_started || m_held) {
+    return -1;
+  }
+  if (!m_queue.IsEmpty() || m_tables.HasWork()) {
+    return 0;
+  }
+  if (!m_queue.HasLater()) {
+    return -1;
+  }
+  const std::uint64_t now = m_clock();
+  const std::uint64_t due = m_queue.FirstDue();
+  const std::uint64_t wait = due > now ? due - now : 0;
+  return static_cast<int>(std::min<std::uint64_t>(wait, INT_MAX));
+}
+
+bool Engine::WorkOne() {
+  if (m_held) {
+    return false;
+  }
+  if (m_tables.HasWork()) {
+    m_tables.Work();
+    return true;
+  }
+  if (m_queue.IsEmpty()) {
+    return false;
+  }
+  Event event = m_queue.Pop();
+  std::visit([this](auto& one) { Serve(one); }, event);
+  return true;
+}
+
+void Engine::Serve(ReadyEvent&) { cI3Ready(); }
+
+void Engine::Serve(RtmRequest& request) {
+  const std::uint32_t instance = request.instance;
+  const auto destroys = m_waitingDestroys.find(instance);
+  if (!IsDestroy(request)) {
+    // An instance that is to go again is not reported ready in between.
+    if (destroys == m_waitingDestroys.end()) {
+      Judge(request);
+    }
+    return;
+  }
+  if (!request.judged && destroys != m_waitingDestroys.end() && --destroys->second == 0) {
+    m_waitingDestroys.erase(destroys);
+  }
+  m_queue.RemoveLater([instance](const Event& event) {
+    const RtmRequest* const late = std::get_if<RtmRequest>(&event);
+    return late != nullptr && late->instance == instance && !IsDestroy(*late);
+  });
+  Judge(request);
+}
+
+void Engine::Serve(Walk& walk) {
+  const unsigned int life = m_life;
+  if (walk.Step(m_tables, m_clock())) {
+    walk.failure = life == m_life ? 0u : static_cast<unsigned int>(kAgentError);
+    m_queue.Push(std::move(walk));
+  }
+}
+
+void Engine::Serve(DescriptorEvent& event) {
+  switch (event.kind) {
+    case DescriptorEvent::kRegister:
+      cRegisterWorkWithEventloop(event.fd, event.id, event.mask);
+      break;
+    case DescriptorEvent::kChange:
+      cChangeMask(event.fd, event.mask);
+      break;
+    case DescriptorEvent::kUnregister:
+      cUnregisterWorkWithEventloop(event.fd, event.id);
+      break;
+  }
+}
+
+template <typename AnyRequest>
+void Engine::Judge(AnyRequest& request) {
+  const Oid oid = request.GetOid();
+  Answer answer;
+  if (request.judged || !m_scripts.Concerns(AnyRequest::kType) ||
+      !m_scripts.Take(AnyRequest::kType, oid, &answer)) {
+    const unsigned int status = request.Apply(m_tables);
+    Report(request, oid, status);
+    return;
+  }
+  switch (answer.kind) {
+    case Answer::kNever:
+      break;
+    case Answer::kStatus:
+      Report(request, oid, answer.status);
+      break;
+    case Answer::kTwice: {
+      const unsigned int status = request.Apply(m_tables);
+      Report(request, oid, status);
+      Report(request, oid, status);
+      break;
+    }
+    case Answer::kLate:
+      request.judged = true;
+      m_queue.PushLater(m_clock() + answer.delayMs, std::move(request));
+      break;
+  }
+}
+
+template <typename AnyRequest>
+void Engine::Report(const AnyRequest& request, const Oid& oid, unsigned int status) {
+  request.Answer(status);
+  if (AnyRequest::kIsCompleted) {
+    Oid key = oid;  // the callback takes a pointer to what it might change
+    cRunPendingAction(key.words, key.length);
+  }
+}
+
+void Engine::Restart() {
+  ++m_life;
+  std::deque<Event> forgotten = m_queue.TakeAll();
+  m_tables.Clear();
+  m_descriptors.Clear();
+  m_waitingDestroys.clear();
+  m_queue.Push(ReadyEvent{});
+  for (Event& event : forgotten) {
+    if (Walk* const walk = std::get_if<Walk>(&event)) {
+      walk->failure = kAgentError;
+      m_queue.Push(std::move(event));
+    }
+  }
+  if (m_started) {
+    AskForRun();
+    Settle();
+  }
+}
+
+}  // namespace routing_stack

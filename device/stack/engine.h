@@ -1,0 +1,106 @@
+// The engine of the software routing stack.
+//
+// Data: the tables (tables.h), a queue of events (event_queue.h), and what the control header sets:
+// scripts, limits, holds. Nothing else; two engines do not share anything.
+//
+// A call of the C interface only copies its arguments into an event and, when the host has no run
+// scheduled, asks for one. All answers come from Run(), which takes one unit of work after the other:
+// first what still follows from earlier changes (the tables' own work), then the next event. Each
+// event therefore finds settled tables, and its consequences are visible before the next one. A run
+// ends after a slice of units, or when the clock says that it took long enough.
+//
+// Life: an engine is made stopped; it queues requests but does not work on them. Start() puts the
+// announcement of readiness in front of everything. From then on it runs, unless it is held.
+// Restart() is a crash and a new start in one: only scripts, limits and the mode stay.
+//
+// Events are taken out of the queue before anything is called, since every callback may queue more,
+// restart the engine, or, in synchronous mode, work on the queue from inside.
+#ifndef DEVICE_STACK_ENGINE_H
+#define DEVICE_STACK_ENGINE_H
+
+#include <map>
+#include <string>
+
+#include "call_log.h"
+#include "descriptors.h"
+#include "event_queue.h"
+#include "scripts.h"
+
+namespace routing_stack {
+
+class Engine {
+ public:
+  explicit Engine(Clock clock);
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+  ~Engine();
+
+  /// The engine behind the C functions, or null.
+  static Engine* Current();
+  void MakeCurrent();
+
+  void Start();
+  /// Milliseconds until the next run, 0 while there is work, -1 when nothing is scheduled.
+  int Run();
+  void Submit(Event event);
+  void StartWalk(WalkTable table, std::uint32_t instance, sms_response handler, void* command);
+  void DescriptorReady(int fd, int events);
+
+  bool IsIdle() const;
+  Control& GetControl() { return m_control; }
+  CallLog& Calls() { return m_calls; }
+  const Tables& GetTables() const { return m_tables; }
+  std::uint64_t Now() const { return m_clock(); }
+
+  /// The stack's own trace: on or off, and a filter text for each of its codes.
+  struct Trace {
+    bool on = false;
+    std::map<unsigned short, std::string> filters;
+  } trace;
+
+ private:
+  friend class Control;
+
+  void Serve(ReadyEvent& event);
+  void Serve(RtmRequest& request);
+  void Serve(Walk& walk);
+  void Serve(DescriptorEvent& event);
+  template <typename AnyRequest>
+  void Serve(AnyRequest& request) {
+    Judge(request);
+  }
+  template <typename AnyRequest>
+  void Judge(AnyRequest& request);
+  template <typename AnyRequest>
+  static void Report(const AnyRequest& request, const Oid& oid, unsigned int status);
+
+  bool WorkOne();
+  void Settle();
+  int NextRun() const;
+  static void AskForRun();
+
+  void Restart();
+  void SubmitOwn(Event event);
+
+  const Clock m_clock;
+  Tables m_tables;
+  EventQueue m_queue;
+  Scripts m_scripts;
+  CallLog m_calls;
+  Descriptors m_descriptors;
+  Control m_control;
+
+  bool m_started = false;
+  bool m_running = false;
+  bool m_held = false;
+  bool m_synchronous = false;
+  unsigned int m_sliceEvents;
+  unsigned int m_lastWalk = 0;
+  unsigned int m_life = 0;  // counts restarts
+  // Destroy requests of an instance that wait: what was asked for before them is cancelled.
+  std::map<std::uint32_t, unsigned int> m_waitingDestroys;
+};
+
+}  // namespace routing_stack
+
+#endif

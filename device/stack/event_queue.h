@@ -1,0 +1,58 @@
+// What the stack still has to do: first in, first out, and a second queue of what is due later.
+#ifndef DEVICE_STACK_EVENT_QUEUE_H
+#define DEVICE_STACK_EVENT_QUEUE_H
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <variant>
+
+#include "requests.h"
+#include "walks.h"
+
+namespace routing_stack {
+
+/// The stack is ready for row requests.
+struct ReadyEvent {};
+
+/// A descriptor's registration, new mask or removal that the host has to be told.
+struct DescriptorEvent {
+  enum Kind { kRegister, kChange, kUnregister } kind;
+  int fd;
+  int id;
+  unsigned int mask;
+};
+
+using Event = std::variant<ReadyEvent, RtmRequest, InterfaceRequest, AddressRequest, RouteRequest,
+                           RedistributionRequest, ProtocolRequest, Walk, DescriptorEvent>;
+
+class EventQueue {
+ public:
+  void Push(Event event) { m_events.push_back(std::move(event)); }
+  void PushFront(Event event) { m_events.push_front(std::move(event)); }
+  /// To be done at `due`; events of the same time in the order in which they came.
+  void PushLater(std::uint64_t due, Event event) { m_later.emplace(due, std::move(event)); }
+
+  bool IsEmpty() const { return m_events.empty(); }
+  bool HasLater() const { return !m_later.empty(); }
+  /// When the first later event is due; there is one.
+  std::uint64_t FirstDue() const { return m_later.begin()->first; }
+
+  /// Puts what is due behind what waits.
+  void TakeDue(std::uint64_t now);
+  /// The queue is not empty.
+  Event Pop();
+
+  /// Removes the later events that satisfy the condition.
+  void RemoveLater(const std::function<bool(const Event&)>& condition);
+  /// Removes everything and gives it back in order, what was due later at the end.
+  std::deque<Event> TakeAll();
+
+ private:
+  std::deque<Event> m_events;
+  std::multimap<std::uint64_t, Event> m_later;
+};
+
+}  // namespace routing_stack
+
+#endif

@@ -1,0 +1,83 @@
+// How the next hops of one instance are reached: the interfaces that are up, the connected prefixes,
+// and for every next hop in use whether it resolves and over which interface.
+//
+// Candidates share a next hop. When an interface or a connected prefix comes or goes, the next hops
+// that it can concern are found as a range of the sorted table and looked at again; only those that
+// became usable or unusable hand their candidates out for a new choice. A flap therefore costs what hangs
+// on the interface, and it is done in steps.
+//
+// A next hop resolves so:
+//  - without an interface: through the longest connected prefix that covers it (of several
+//    interfaces with that prefix, the lowest index); the unspecified address never does;
+//  - with an interface that is not up: not at all;
+//  - with one that is up: when it is unspecified (directly attached), when it is an IPv6 link-local
+//    address, or when a connected prefix of this interface covers it.
+#ifndef DEVICE_STACK_NEXT_HOPS_H
+#define DEVICE_STACK_NEXT_HOPS_H
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "address.h"
+#include "link.h"
+
+namespace routing_stack {
+
+struct NextHop : Link {  // linked while it has candidates to hand out
+  bool usable = false;
+  std::uint32_t outInterface = 0;  // 0: not determined
+  Link settled;                    // candidates that were chosen among since the last change
+  Link stale;                      // those that still have to be
+};
+
+class NextHops {
+ public:
+  explicit NextHops(Family family) : m_family(family) {}
+
+  void SetInterface(std::uint32_t ifIndex, bool up);
+
+  /// A connected prefix counts its addresses. True when this one is its first.
+  bool AddConnected(const Prefix& prefix, std::uint32_t ifIndex);
+  /// True when this one was its last.
+  bool RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex);
+
+  /// The next hop, resolved; stays where it is until it is released.
+  NextHop* Acquire(const Address& address, std::uint32_t ifIndex);
+  /// Forgets the next hop when no candidate is linked to it.
+  void Release(const Address& address, std::uint32_t ifIndex);
+
+  bool HasWork() const { return !m_ranges.empty() || !m_changed.IsAlone(); }
+  /// A bounded step; gives the candidate that has to be placed again, or null.
+  Link* Work();
+
+ private:
+  using Key = std::pair<std::uint32_t, Address>;  // interface as asked for, address
+  struct Range {
+    Key next;
+    Address last;
+    bool begun;
+  };
+  /// Prefixes of equal length and address stand together, lowest interface first.
+  using ConnectedKey = std::pair<Prefix, std::uint32_t>;
+
+  void Resolve(const Key& key, NextHop& hop) const;
+  std::uint32_t LongestConnected(const Address& address) const;
+  bool IsOnLink(const Address& address, std::uint32_t ifIndex) const;
+  void ResolveCovered(const Prefix& prefix, std::uint32_t ifIndex);
+  void ResolveNext();
+
+  const Family m_family;
+  std::set<std::uint32_t> m_up;
+  std::map<ConnectedKey, unsigned> m_connected;
+  std::map<unsigned, std::size_t, std::greater<unsigned>> m_lengths;  // longest first
+  std::map<Key, NextHop> m_hops;
+  std::deque<Range> m_ranges;
+  Link m_changed;
+};
+
+}  // namespace routing_stack
+
+#endif

@@ -1,0 +1,45 @@
+// Row identifiers: {table, key...}. Addresses take one sub-identifier for each four bytes.
+#ifndef DEVICE_STACK_OID_H
+#define DEVICE_STACK_OID_H
+
+#include <cstddef>
+
+#include "stack/sms.h"
+
+namespace routing_stack {
+
+/// The first sub-identifier of a row's identifier.
+enum class Table : unsigned int {
+  kInterface = 1,
+  kAddress = 2,
+  kRoute = 3,
+  kRedistribution = 4,
+  kProtocol = 5,
+  kRtm = 6  // no request is answered with it; scripts name an entity's row by {6, instance}
+};
+
+constexpr std::size_t kProtocolKeyBytes = 64;
+
+struct Oid {
+  unsigned int words[SMS_OID_MAX];
+  unsigned int length = 0;
+
+  void Add(unsigned int word) { words[length++] = word; }
+  /// Four bytes a word, the last one filled up with zeros; zeros for a null pointer.
+  void AddBytes(const unsigned char* bytes, std::size_t count);
+};
+
+Oid InterfaceOid(unsigned int instance, unsigned int ifIndex);
+Oid AddressOid(unsigned int instance, unsigned int ifIndex, const unsigned char* address,
+               int addressType);
+Oid RouteOid(unsigned short instance, int addressType, const unsigned char* destination,
+             unsigned int prefixLength, const unsigned char* nextHop, unsigned int ifIndex);
+Oid RedistributionOid(unsigned int vlan, unsigned int source, unsigned int destination);
+/// Of a key that is too long the first bytes and the length count: such a row is never stored.
+Oid ProtocolOid(unsigned int table, unsigned int instance, const unsigned char* key,
+                std::size_t keyLength);
+Oid RtmOid(unsigned int instance);
+
+}  // namespace routing_stack
+
+#endif

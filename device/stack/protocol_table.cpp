@@ -1,0 +1,58 @@
+// Rows of the protocols' own tables. Row status 1 or 4 creates the row or overwrites it, 6 removes
+// it. The refusals are those of the redistribution rules; a key that is empty or too long is a wrong
+// value as well.
+
+#include "protocol_table.h"
+#include "protocol_rows.h"
+#include "requests.h"
+
+namespace routing_stack {
+
+namespace {
+
+// Registered by another library when it is loaded or set up, before or after any stack exists.
+sms_protocol_answer g_answer = nullptr;
+
+}  // namespace
+
+void SetProtocolAnswer(sms_protocol_answer answer) { g_answer = answer; }
+
+Oid ProtocolRequest::GetOid() const {
+  // No bytes were read from a null key, whatever length came with it.
+  const auto* bytes = reinterpret_cast<const unsigned char*>(key.key.data());
+  return ProtocolOid(key.table, key.instance, key.key.empty() ? nullptr : bytes, keyLength);
+}
+
+unsigned int ProtocolRequest::Apply(Tables& tables) const {
+  const auto row = tables.protocolRows.find(key);
+  const bool isThere = row != tables.protocolRows.end() && keyLength == key.key.size();
+  if (rowStatus == kDestroy) {
+    if (!isThere) {
+      return kAbsent;
+    }
+    tables.protocolRows.erase(row);
+    return kDone;
+  }
+  if (!Creates(rowStatus) || !IsAdminStatus(adminStatus) || keyLength == 0 ||
+      keyLength != key.key.size()) {
+    return kWrongValue;
+  }
+  if (tables.FindInstance(key.instance) == nullptr) {
+    return kRetry;
+  }
+  const unsigned int room = isThere ? static_cast<unsigned int>(kDone)
+                                    : tables.RoomFor(kType, tables.protocolRows.size());
+  if (room == kDone) {
+    tables.protocolRows[key] = {adminStatus, payload};
+  }
+  return room;
+}
+
+void ProtocolRequest::Answer(unsigned int status) const {
+  if (g_answer != nullptr) {
+    g_answer(key.table, key.instance, reinterpret_cast<const unsigned char*>(key.key.data()),
+             static_cast<unsigned int>(key.key.size()), rowStatus, adminStatus, status);
+  }
+}
+
+}  // namespace routing_stack

@@ -1,0 +1,128 @@
+// The row requests, one kind for each type of row: a copy of the call's arguments.
+//
+// Each kind says which row it names (GetOid), how the row's rules judge it and what it does to the
+// tables (Apply gives the status of the answer), and how its outcome is reported (Answer). When, how
+// often and with which status that happens is the engine's business; so is the completion of the row,
+// which every kind but the entity's gets after its answer.
+#ifndef DEVICE_STACK_REQUESTS_H
+#define DEVICE_STACK_REQUESTS_H
+
+#include <string>
+
+#include "oid.h"
+#include "tables.h"
+
+namespace routing_stack {
+
+struct Request {
+  bool judged = false;  // scripts have had their say
+};
+
+/// An entity's row. It is asked back when its turn comes; a new instance is reported ready.
+struct RtmRequest : Request {
+  static constexpr RowType kType = RowType::kRtm;
+  static constexpr bool kIsCompleted = false;
+
+  std::uint32_t instance = 0;
+  std::uint32_t rowStatus = 0;
+  std::uint32_t family = 0;  // 1 IPv4, 2 IPv6, else told by the instance's id
+  bool isNew = false;        // set by Apply
+
+  Oid GetOid() const { return RtmOid(instance); }
+  unsigned int Apply(Tables& tables);
+  void Answer(unsigned int status) const;
+
+ private:
+  unsigned int Create(Tables& tables);
+};
+
+/// Stored whatever exists, and never answered with a status: refusals leave the table as it is.
+struct InterfaceRequest : Request {
+  static constexpr RowType kType = RowType::kInterface;
+  static constexpr bool kIsCompleted = true;
+
+  int rowStatus = 0;
+  std::uint32_t operStatus = 0;
+  InterfaceKey key;
+  std::string name;
+  std::uint32_t flags = 0;
+  std::uint32_t extra = 0;  // of a creation: the MTU, 0 for the default
+
+  Oid GetOid() const { return InterfaceOid(key.instance, key.ifIndex); }
+  unsigned int Apply(Tables& tables) const;
+  void Answer(unsigned int) const {}
+};
+
+/// As the interface's.
+struct AddressRequest : Request {
+  static constexpr RowType kType = RowType::kAddress;
+  static constexpr bool kIsCompleted = true;
+
+  int rowStatus = 0;
+  int addressType = 0;
+  AddressKey key;
+  std::uint32_t prefixLength = 0;
+
+  Oid GetOid() const;
+  unsigned int Apply(Tables& tables) const;
+  void Answer(unsigned int) const {}
+};
+
+struct RouteRequest : Request {
+  static constexpr RowType kType = RowType::kRoute;
+  static constexpr bool kIsCompleted = true;
+
+  int rowStatus = 0;
+  int adminStatus = 0;
+  int addressType = 0;
+  int pathType = 0;
+  bool hasDestination = true;  // false for a null pointer
+  unsigned char destination[16] = {};
+  unsigned char nextHop[16] = {};
+  std::uint32_t prefixLength = 0;
+  std::uint32_t ifIndex = 0;
+  std::uint16_t instance = 0;
+  std::uint16_t metric = 0;
+
+  Oid GetOid() const;
+  unsigned int Apply(Tables& tables) const;
+  void Answer(unsigned int status) const;
+
+ private:
+  unsigned int Check() const;
+  CandidateKey Key() const;
+  unsigned int Store(Tables& tables) const;
+  unsigned int Destroy(Tables& tables) const;
+};
+
+struct RedistributionRequest : Request {
+  static constexpr RowType kType = RowType::kRedistribution;
+  static constexpr bool kIsCompleted = true;
+
+  int rowStatus = 0;
+  int adminStatus = 0;
+  RedistributionKey key;
+
+  Oid GetOid() const { return RedistributionOid(key.instance, key.source, key.destination); }
+  unsigned int Apply(Tables& tables) const;
+  void Answer(unsigned int status) const;
+};
+
+struct ProtocolRequest : Request {
+  static constexpr RowType kType = RowType::kProtocol;
+  static constexpr bool kIsCompleted = true;
+
+  int rowStatus = 0;
+  int adminStatus = 0;
+  ProtocolKey key;            // of a key that is too long the first bytes
+  std::size_t keyLength = 0;  // as requested
+  std::string payload;
+
+  Oid GetOid() const;
+  unsigned int Apply(Tables& tables) const;
+  void Answer(unsigned int status) const;
+};
+
+}  // namespace routing_stack
+
+#endif

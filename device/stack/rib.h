@@ -1,0 +1,133 @@
+// The routing information base of one instance.
+//
+// Candidates are kept in the order of their keys: prefix, protocol, next hop, interface. Those that
+// are eligible (requested up, next hop usable) stand a second time in the order of preference within
+// their prefix: lowest administrative distance, then lowest metric, then, as a fixed tie-break, the
+// order of the keys (lowest protocol code, lowest next hop, lowest interface index). The first of a
+// prefix is the one in the forwarding table. Both orders are search trees, so that every change costs
+// the logarithm of the table, however many candidates a prefix has.
+//
+// What follows from an interface, a connected prefix or changed distances is worked off in bounded
+// steps; until HasWork() is false the choice of some prefixes may be an older one.
+#ifndef DEVICE_STACK_RIB_H
+#define DEVICE_STACK_RIB_H
+
+#include <map>
+#include <set>
+
+#include "next_hops.h"
+#include "routing_stack.h"
+
+namespace routing_stack {
+
+/// Route-protocol codes, as the rows show them.
+enum Protocol : std::uint32_t { kConnected = 2, kStatic = 3, kRip = 8, kOspf = 13, kBgp = 14 };
+
+struct CandidateKey {
+  Prefix prefix;
+  std::uint8_t proto = 0;
+  std::uint32_t ifIndex = 0;  // as requested, 0 when it is to be found
+  Address nextHop;
+};
+bool operator<(const CandidateKey& a, const CandidateKey& b);
+
+/// The administrative distances of an instance.
+struct Distances {
+  std::uint32_t ospfInternal = 0;
+  std::uint32_t ospfExternal = 0;
+  std::uint32_t externalBgp = 0;
+  std::uint32_t internalBgp = 0;
+  std::uint32_t rip = 0;
+
+  std::uint32_t Of(std::uint32_t proto, bool internal) const;
+};
+bool operator==(const Distances& a, const Distances& b);
+
+struct CandidateValues {
+  std::uint32_t metric = 0;
+  bool adminUp = true;
+  bool internal = false;
+};
+
+struct RibEntry : Link {  // linked to its next hop
+  const CandidateKey* key = nullptr;
+  const NextHop* via = nullptr;  // null for a connected route
+  CandidateValues values;
+  std::uint32_t distance = 0;
+  bool ranked = false;
+  bool installed = false;
+  std::uint64_t created = 0;      // by the clock
+  std::uint64_t installedAt = 0;  // meaningful while installed
+
+  /// 0 while it is not determined.
+  std::uint32_t OutInterface() const { return via == nullptr ? key->ifIndex : via->outInterface; }
+};
+
+class Rib {
+ public:
+  Rib(Family family, const Clock& clock) : m_clock(clock), m_hops(family) {}
+
+  void SetDistances(const Distances& distances);
+  void SetInterface(std::uint32_t ifIndex, bool up) { m_hops.SetInterface(ifIndex, up); }
+  void AddConnected(const Prefix& prefix, std::uint32_t ifIndex);
+  void RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex);
+
+  /// Adds or overwrites a static route or a protocol's candidate. True when it is new.
+  bool Put(const CandidateKey& key, const CandidateValues& values);
+  /// False when there is none.
+  bool Remove(const CandidateKey& key);
+  bool Has(const CandidateKey& key) const { return m_entries.count(key) != 0; }
+
+  bool HasWork() const { return m_ranking || m_hops.HasWork(); }
+  /// One bounded step towards the right choice for every prefix.
+  void Work();
+
+  /// Frees a bounded number of candidates of a RIB that is no longer in use; false when none is
+  /// left.
+  bool Shrink();
+
+  /// The first candidate after `key`, or the very first for a null pointer; null at the end.
+  const RibEntry* After(const CandidateKey* key) const;
+  /// The same over the installed candidates, after a prefix.
+  const RibEntry* InstalledAfter(const Prefix* prefix) const;
+  /// The first of these that satisfies a condition.
+  template <typename Condition>
+  const RibEntry* InstalledAfter(const Prefix* prefix, Condition condition) const {
+    auto next = prefix == nullptr ? m_ranked.begin() : m_ranked.upper_bound(*prefix);
+    while (next != m_ranked.end() && !((*next)->installed && condition(**next))) {
+      ++next;
+    }
+    return next == m_ranked.end() ? nullptr : *next;
+  }
+
+  const Distances& GetDistances() const { return m_distances; }
+
+ private:
+  struct ByPreference {
+    using is_transparent = void;
+    bool operator()(const RibEntry* a, const RibEntry* b) const;
+    bool operator()(const RibEntry* a, const Prefix& b) const { return a->key->prefix < b; }
+    bool operator()(const Prefix& a, const RibEntry* b) const { return a < b->key->prefix; }
+  };
+
+  RibEntry* Best(const Prefix& prefix) const;
+  RibEntry& Add(const CandidateKey& key, const CandidateValues& values);
+  /// Puts an entry at its place in the order of preference, or takes it out, and installs whichever
+  /// is then the first of its prefix.
+  void Place(RibEntry& entry, bool eligible, const CandidateValues& values);
+  void Place(RibEntry& entry);
+  void RankNext();
+
+  const Clock& m_clock;
+  NextHops m_hops;
+  Distances m_distances;
+  std::map<CandidateKey, RibEntry> m_entries;
+  std::set<RibEntry*, ByPreference> m_ranked;
+  bool m_ranking = false;  // the distances have changed
+  bool m_rankingBegun = false;
+  CandidateKey m_rankedUpTo;
+};
+
+}  // namespace routing_stack
+
+#endif

@@ -1,0 +1,14 @@
+#include "routing_stack.h"
+
+#include "engine.h"
+
+namespace routing_stack {
+
+RoutingStack::RoutingStack(Clock clock) : m_engine(std::make_unique<Engine>(std::move(clock))) {}
+RoutingStack::~RoutingStack() = default;
+
+void RoutingStack::MakeCurrent() { m_engine->MakeCurrent(); }
+Control& RoutingStack::GetControl() { return m_engine->GetControl(); }
+bool RoutingStack::IsIdle() const { return m_engine->IsIdle(); }
+
+}  // namespace routing_stack

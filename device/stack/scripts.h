@@ -1,0 +1,42 @@
+// How the next requests are to be answered instead of the normal way.
+#ifndef DEVICE_STACK_SCRIPTS_H
+#define DEVICE_STACK_SCRIPTS_H
+
+#include <array>
+#include <deque>
+#include <map>
+#include <vector>
+
+#include "oid.h"
+#include "stack_control.h"
+
+namespace routing_stack {
+
+class Scripts {
+ public:
+  void Add(RowType type, const Answer& answer, unsigned int times);
+  void AddRow(const unsigned int* oid, unsigned int length, const Answer& answer,
+              unsigned int times);
+  void Clear();
+
+  /// Whether any script could concern a request of the type: saves building identifiers.
+  bool Concerns(RowType type) const;
+  /// Takes one answer for the row, from its own scripts or from its type's. False when there is
+  /// none.
+  bool Take(RowType type, const Oid& oid, Answer* answer);
+
+ private:
+  struct Entry {
+    Answer answer;
+    unsigned int times;
+  };
+  using Entries = std::deque<Entry>;
+  static bool TakeFirst(Entries& entries, Answer* answer);
+
+  std::array<Entries, 6> m_types;
+  std::map<std::vector<unsigned int>, Entries> m_rows;
+};
+
+}  // namespace routing_stack
+
+#endif
