@@ -166,6 +166,10 @@ class VANTACORE_API DcRouterMgr {
   ~DcRouterMgr();
 
  private:
+  VlanRouters* PrepareVlan(const OptionsNode& entry, int number, const string& file,
+                           DclConfigObject::OptionType type);
+  bool WithdrawFromVlan(unsigned short vid, const string& file, DclConfigObject::OptionType type);
+
   static DcRouterMgr* m_instance;
 
   const char* m_vlanConfigKey;
