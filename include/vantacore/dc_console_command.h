@@ -112,8 +112,9 @@ class VANTACORE_API DcConsoleCommand {
   static string DclTimerIntervalString(unsigned int seconds);
   /// Nothing is printed for length 0 or perLine 0.
   void HexDump(const unsigned char* data, unsigned int length, unsigned int perLine) const;
-  /// `count` bytes at the cursor as numbers, then as characters from `perLine` back. The data must
-  /// reach `perLine - count` bytes before the cursor, else the characters begin at the cursor.
+  /// One line: `count` bytes at the cursor as numbers, then `count` characters from `perLine` bytes
+  /// back, behind which the cursor is left. The data must reach `perLine - count` bytes before the
+  /// cursor; HexDump sees to that.
   void HexDumpLine(const unsigned char*& cursor, unsigned int count, unsigned int perLine) const;
 
   /// The default VLAN of commands; set by DcRouterMgr::Initialize.
@@ -127,6 +128,10 @@ class VANTACORE_API DcConsoleCommand {
   unsigned short m_vlan;
   const char* m_usage;
   const char* m_description;
+
+ private:
+  void DumpLine(const unsigned char*& cursor, unsigned int count, unsigned int perLine,
+                unsigned int rewind) const;
 };
 
 }  // namespace Tarsel

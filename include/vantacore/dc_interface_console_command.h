@@ -36,11 +36,12 @@ class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
   static string GetIfFlagsStr(const amb_stubs_i3_ei* row);
 
  private:
-  void PrintTable() const;
-
   typedef unsigned int (DcInterfaceConsoleCommand::*Handler)(unsigned int, unsigned int,
                                                              const void*);
   typedef std::pair<amb_stubs_i3_ei, std::list<amb_stubs_i3_ea>> Entry;
+
+  void PrintTable() const;
+  void PrintInterface(const Entry& entry) const;
 
   bool m_ipv6;
   unsigned int m_instance;

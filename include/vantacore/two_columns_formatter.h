@@ -36,6 +36,8 @@ class VANTACORE_API TwoColumnsFormatter {
   const char* Segment(const char* text, unsigned int width);
 
  private:
+  void AppendColumn(const char*& text, unsigned int width, unsigned int reach);
+
   std::vector<string> m_first;
   std::vector<string> m_second;
   string m_output;
