@@ -118,9 +118,12 @@ class VANTACORE_API CfgSched : public PeriodicTimer {
   struct Call;
 
   bool WalkBucket(CfgBucket* bucket, unsigned int& examined);
+  void ExamineItems(Walk& walk, unsigned int& examined);
   bool ExamineNew(CfgBucket* bucket, CfgNode* node);
   CfgItem* Unlink(CfgBucket* bucket, CfgNode* node);
   void Delete(CfgItem* item);
+  template <class Operation>
+  bool Guard(CfgItem* item, Operation operation);
   void Erase(Buckets::iterator position);
   int HasInFlight(CfgKey key, unsigned int a, unsigned int b);
 

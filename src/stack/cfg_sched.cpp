@@ -40,38 +40,15 @@ bool CfgKeyCompare::operator()(const CfgKey& a, const CfgKey& b) const {
 
 // A walk over a bucket.
 struct CfgSched::Walk {
-  Walk(CfgSched& sched_, CfgBucket* bucket_)
-      : sched(sched_), bucket(bucket_), cursor(bucket_->GetFront()), outer(sched_.m_walk) {
-    sched.m_walk = this;
-  }
-  ~Walk() { sched.m_walk = outer; }
-  Walk(const Walk&) = delete;
-  Walk& operator=(const Walk&) = delete;
-
-  CfgSched& sched;
-  CfgBucket* bucket;
-  CfgNode* cursor;  // what comes next
+  CfgBucket* bucket;  // null once it has been erased
+  CfgNode* cursor;    // what comes next
   Walk* outer;
 };
 
 // A call of an item that may lead back into the scheduler.
 struct CfgSched::Call {
-  Call(CfgSched& sched_, CfgItem* item_)
-      : sched(sched_), item(item_), dropped(false), outer(sched_.m_call) {
-    sched.m_call = this;
-  }
-  ~Call() {
-    sched.m_call = outer;
-    if (dropped) {
-      sched.Delete(item);
-    }
-  }
-  Call(const Call&) = delete;
-  Call& operator=(const Call&) = delete;
-
-  CfgSched& sched;
   CfgItem* item;
-  bool dropped;
+  bool dropped;  // to be deleted when the call has returned
   Call* outer;
 };
 
@@ -140,9 +117,9 @@ void CfgSched::Remove(CfgKey key, CfgItem* item, unsigned int status) {
   }
   CfgNode* node = position->second->FindFirst(CfgBucket::Row(item->GetOid()));
   if (node != nullptr) {
-    Call call(*this, node->item);
-    call.item->SetInMib(true, status);
-    if (!call.dropped && call.item->GetActionState() == CfgItem::ISSUED) {
+    CfgItem* found = node->item;
+    if (Guard(found, [found, status] { found->SetInMib(true, status); }) &&
+        found->GetActionState() == CfgItem::ISSUED) {
       TRACE(5, "Removing the handle\n");
       Delete(Unlink(position->second, node));
     }
@@ -163,6 +140,19 @@ CfgItem* CfgSched::Unlink(CfgBucket* bucket, CfgNode* node) {
   CfgItem* item = node->item;
   bucket->Unlink(node);
   return item;
+}
+
+// Makes the call; false when the item has been deleted in its course.
+template <class Operation>
+bool CfgSched::Guard(CfgItem* item, Operation operation) {
+  Call call{item, false, m_call};
+  m_call = &call;
+  operation();
+  m_call = call.outer;
+  if (call.dropped) {
+    Delete(item);
+  }
+  return !call.dropped;
 }
 
 // Deletes an item that is in no bucket any more, at once or when the calls of it have returned.
@@ -219,29 +209,33 @@ void CfgSched::OnTimeout(unsigned int, void*) {
 
 // Whether the pass may go on behind this bucket.
 bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
-  Walk walk(*this, bucket);
+  Walk walk{bucket, bucket->GetFront(), m_walk};
+  m_walk = &walk;
   bucket->StartPass();
-  while (CfgNode* node = walk.cursor) {
-    CfgItem* item = node->item;
-    if (!item->CfgListReady()) {
-      bucket->Disturb();
-      break;
+  ExamineItems(walk, examined);
+  const bool goOn = examined < EXAMINED_PER_PASS;
+  if (!goOn && walk.bucket != nullptr) {
+    bucket->Disturb();
+  }
+  m_walk = walk.outer;
+  return goOn;
+}
+
+void CfgSched::ExamineItems(Walk& walk, unsigned int& examined) {
+  while (walk.cursor != nullptr && examined < EXAMINED_PER_PASS) {
+    CfgNode* node = walk.cursor;
+    if (!node->item->CfgListReady()) {
+      walk.bucket->Disturb();
+      return;
     }
     walk.cursor = node->next;
-    if (item->GetActionState() != CfgItem::NEW) {
-      continue;
-    }
-    if (!ExamineNew(bucket, node)) {
-      bucket->Disturb();
-    }
-    if (++examined == EXAMINED_PER_PASS) {
-      if (walk.bucket != nullptr) {
-        bucket->Disturb();
+    if (node->item->GetActionState() == CfgItem::NEW) {
+      ++examined;
+      if (!ExamineNew(walk.bucket, node)) {
+        walk.bucket->Disturb();
       }
-      return false;
     }
   }
-  return true;
 }
 
 // Sends the item of the node, drops it or leaves it; false when it stays New.
@@ -249,9 +243,7 @@ bool CfgSched::ExamineNew(CfgBucket* bucket, CfgNode* node) {
   CfgItem* item = node->item;
   if (item->CfgItemReady()) {
     TRACE(5, "OnTIMEOUT Sending MIB ACTION\n");
-    Call call(*this, item);
-    item->Send();
-    return call.dropped || item->GetActionState() != CfgItem::NEW;
+    return !Guard(item, [item] { item->Send(); }) || item->GetActionState() != CfgItem::NEW;
   }
   if (!item->RemoveOnNotReady()) {
     return false;
