@@ -152,6 +152,8 @@ void nbb_set_ips_filter(char* filter, unsigned short value) {
   });
   if (filter == nullptr) {
     ++nbb_os_failures;
+  } else if (engine != nullptr && *filter == '\0') {
+    engine->trace.filters.erase(value);
   } else if (engine != nullptr) {
     engine->trace.filters[value] = filter;
   }

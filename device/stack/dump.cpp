@@ -1,5 +1,6 @@
 // All tables as text, for comparing states.
 
+#include <cstring>
 #include <sstream>
 
 #include "engine.h"
@@ -10,13 +11,28 @@ namespace {
 
 const char* UpOrDown(bool up) { return up ? " up" : " down"; }
 
+std::string RouterId(const Instance& instance) {
+  unsigned char bytes[4];
+  std::memcpy(bytes, &instance.routerId, sizeof bytes);
+  return Address::FromBytes(bytes, Family::kIp4).ToText(Family::kIp4);
+}
+
 void DumpInstances(const Tables& tables, std::ostream& out) {
   for (const auto& [id, instance] : tables.instances) {
     const Distances& distances = instance->rib.GetDistances();
     out << "instance " << id << (instance->family == Family::kIp4 ? " ipv4" : " ipv6") << " ospf "
         << distances.ospfInternal << '/' << distances.ospfExternal << " bgp "
         << distances.internalBgp << '/' << distances.externalBgp << " rip " << distances.rip
-        << '\n';
+        << " router-id " << RouterId(*instance) << '\n';
+  }
+}
+
+void DumpTrace(const Engine::Trace& trace, std::ostream& out) {
+  if (trace.on) {
+    out << "trace\n";
+  }
+  for (const auto& [code, filter] : trace.filters) {
+    out << "trace filter " << code << " \"" << filter << "\"\n";
   }
 }
 
@@ -75,6 +91,7 @@ void DumpRules(const Tables& tables, std::ostream& out) {
 std::string Control::Dump() const {
   std::ostringstream out;
   const Tables& tables = m_engine.m_tables;
+  DumpTrace(m_engine.trace, out);
   DumpInstances(tables, out);
   DumpInterfaces(tables, out);
   DumpRibs(tables, out);

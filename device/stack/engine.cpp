@@ -245,6 +245,7 @@ void Engine::Restart() {
   m_tables.Clear();
   m_descriptors.Clear();
   m_waitingDestroys.clear();
+  trace = {};
   m_queue.Push(ReadyEvent{});
   for (Event& event : forgotten) {
     if (Walk* const walk = std::get_if<Walk>(&event)) {

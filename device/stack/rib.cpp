@@ -60,7 +60,7 @@ void Rib::AddConnected(const Prefix& prefix, std::uint32_t ifIndex) {
     key.prefix = prefix;
     key.proto = kConnected;
     key.ifIndex = ifIndex;
-    Place(Add(key, {}));
+    Place(Add(key, {}), {});
   }
 }
 
@@ -77,28 +77,30 @@ void Rib::RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex) {
 bool Rib::Put(const CandidateKey& key, const CandidateValues& values) {
   const auto entry = m_entries.find(key);
   if (entry != m_entries.end()) {
-    Place(entry->second, values.adminUp && entry->second.via->usable, values);
+    Place(entry->second, values);
     return false;
   }
   RibEntry& added = Add(key, values);
-  NextHop* hop = m_hops.Acquire(key.nextHop, key.ifIndex);
-  added.via = hop;
-  hop->settled.PushBack(added);
-  Place(added);
+  added.via = m_hops.Acquire(key.nextHop, key.ifIndex);
+  added.via->settled.PushBack(added);
+  Place(added, values);
   return true;
 }
 
-bool Rib::Remove(const CandidateKey& key) {
+bool Rib::Remove(const CandidateKey& reference) {
+  const CandidateKey key = reference;  // it may be the entry's own
   const auto entry = m_entries.find(key);
   if (entry == m_entries.end()) {
     return false;
   }
-  Place(entry->second, false, entry->second.values);
-  entry->second.Unlink();
-  if (entry->second.via != nullptr) {
+  RibEntry* const before = Best(key.prefix);
+  Rank(entry->second, false, entry->second.values);
+  InstallBest(key.prefix, before);
+  const bool hasNextHop = entry->second.via != nullptr;
+  m_entries.erase(entry);
+  if (hasNextHop) {
     m_hops.Release(key.nextHop, key.ifIndex);
   }
-  m_entries.erase(entry);
   return true;
 }
 
@@ -115,22 +117,33 @@ RibEntry* Rib::Best(const Prefix& prefix) const {
   return first != m_ranked.end() && (*first)->key->prefix == prefix ? *first : nullptr;
 }
 
-void Rib::Place(RibEntry& entry) {
-  Place(entry, entry.values.adminUp && (entry.via == nullptr || entry.via->usable), entry.values);
+void Rib::Place(RibEntry& entry, const CandidateValues& values) {
+  RibEntry* const before = Best(entry.key->prefix);
+  Rank(entry, IsEligible(entry, values), values);
+  InstallBest(entry.key->prefix, before);
 }
 
-void Rib::Place(RibEntry& entry, bool eligible, const CandidateValues& values) {
-  RibEntry* const before = Best(entry.key->prefix);
-  if (entry.ranked) {
+bool Rib::IsEligible(const RibEntry& entry, const CandidateValues& values) {
+  return values.adminUp && (entry.via == nullptr || entry.via->usable);
+}
+
+void Rib::Rank(RibEntry& entry, bool eligible, const CandidateValues& values) {
+  const std::uint32_t distance = m_distances.Of(entry.key->proto, values.internal);
+  const bool keepsPlace = entry.ranked == eligible && entry.distance == distance &&
+                          entry.values.metric == values.metric;
+  if (entry.ranked && !keepsPlace) {
     m_ranked.erase(&entry);
   }
   entry.values = values;
-  entry.distance = m_distances.Of(entry.key->proto, values.internal);
+  entry.distance = distance;
   entry.ranked = eligible;
-  if (eligible) {
+  if (eligible && !keepsPlace) {
     m_ranked.insert(&entry);
   }
-  RibEntry* const after = Best(entry.key->prefix);
+}
+
+void Rib::InstallBest(const Prefix& prefix, RibEntry* before) {
+  RibEntry* const after = Best(prefix);
   if (after == before) {
     return;
   }
@@ -143,29 +156,46 @@ void Rib::Place(RibEntry& entry, bool eligible, const CandidateValues& values) {
   }
 }
 
+// All candidates of the prefix at once: one by one, a candidate that is about to lose its next hop,
+// too, would be installed in between.
+void Rib::Refresh(const Prefix& prefix) {
+  RibEntry* const before = Best(prefix);
+  CandidateKey first;
+  first.prefix = prefix;
+  for (auto it = m_entries.lower_bound(first); it != m_entries.end() && it->first.prefix == prefix;
+       ++it) {
+    RibEntry& entry = it->second;
+    Rank(entry, IsEligible(entry, entry.values), entry.values);
+    if (entry.via != nullptr) {
+      entry.via->settled.PushBack(entry);
+    }
+  }
+  InstallBest(prefix, before);
+}
+
 void Rib::Work() {
   if (m_ranking) {
-    RankNext();
+    RefreshNext();
     return;
   }
   Link* const candidate = m_hops.Work();
   if (candidate != nullptr) {
-    Place(*static_cast<RibEntry*>(candidate));
+    Refresh(static_cast<RibEntry*>(candidate)->key->prefix);
   }
 }
 
-void Rib::RankNext() {
-  const auto next = m_rankingBegun ? m_entries.upper_bound(m_rankedUpTo) : m_entries.begin();
+void Rib::RefreshNext() {
+  CandidateKey behind;  // every candidate of the last prefix
+  behind.prefix = m_refreshedUpTo;
+  behind.proto = UINT8_MAX;
+  const auto next = m_rankingBegun ? m_entries.lower_bound(behind) : m_entries.begin();
   if (next == m_entries.end()) {
     m_ranking = false;
     return;
   }
-  m_rankedUpTo = next->first;
+  m_refreshedUpTo = next->first.prefix;
   m_rankingBegun = true;
-  RibEntry& entry = next->second;
-  if (entry.distance != m_distances.Of(entry.key->proto, entry.values.internal)) {
-    Place(entry);
-  }
+  Refresh(m_refreshedUpTo);
 }
 
 bool Rib::Shrink() {

@@ -51,7 +51,7 @@ struct CandidateValues {
 
 struct RibEntry : Link {  // linked to its next hop
   const CandidateKey* key = nullptr;
-  const NextHop* via = nullptr;  // null for a connected route
+  NextHop* via = nullptr;  // null for a connected route
   CandidateValues values;
   std::uint32_t distance = 0;
   bool ranked = false;
@@ -112,11 +112,15 @@ class Rib {
 
   RibEntry* Best(const Prefix& prefix) const;
   RibEntry& Add(const CandidateKey& key, const CandidateValues& values);
-  /// Puts an entry at its place in the order of preference, or takes it out, and installs whichever
-  /// is then the first of its prefix.
-  void Place(RibEntry& entry, bool eligible, const CandidateValues& values);
-  void Place(RibEntry& entry);
-  void RankNext();
+  static bool IsEligible(const RibEntry& entry, const CandidateValues& values);
+  /// Puts an entry at its place in the order of preference, or takes it out.
+  void Rank(RibEntry& entry, bool eligible, const CandidateValues& values);
+  /// After a change of the order, with what was the best before it.
+  void InstallBest(const Prefix& prefix, RibEntry* before);
+  void Place(RibEntry& entry, const CandidateValues& values);
+  /// Draws the consequences of changed next hops and distances for one prefix.
+  void Refresh(const Prefix& prefix);
+  void RefreshNext();
 
   const Clock& m_clock;
   NextHops m_hops;
@@ -125,7 +129,7 @@ class Rib {
   std::set<RibEntry*, ByPreference> m_ranked;
   bool m_ranking = false;  // the distances have changed
   bool m_rankingBegun = false;
-  CandidateKey m_rankedUpTo;
+  Prefix m_refreshedUpTo;
 };
 
 }  // namespace routing_stack
