@@ -17,9 +17,6 @@ target_link_libraries(vantacore_system INTERFACE
 # Some distributions drop libraries that the executable itself does not refer to.
 target_link_options(vantacore_system INTERFACE -Wl,--no-as-needed)
 
-# TEMPORARY, until all four libraries are complete.
-target_link_options(vantacore_system INTERFACE -Wl,--allow-shlib-undefined)
-
 # TEMPORARY, until every folder has its sources: gives a target without sources an empty one.
 function(vantacore_allow_empty target)
   get_target_property(sources ${target} SOURCES)

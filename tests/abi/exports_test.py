@@ -85,11 +85,12 @@ class Exports(unittest.TestCase):
                                 for symbol in self.exported), name)
 
     def test_every_public_class_can_be_linked_to(self):
-        classes = re.findall(r'\b(?:class|struct)\s+VANTACORE_API\s+(\w+)', header_text())
-        self.assertGreater(len(classes), 10)
-        missing = [name for name in classes
-                   if not any('Tarsel::%s::' % name in symbol or
-                              symbol.endswith(' for Tarsel::' + name) for symbol in self.exported)]
+        # Plain structures may be all in their header.
+        classes = set(re.findall(r'\bclass\s+VANTACORE_API\s+(\w+)', header_text()))
+        self.assertGreater(len(classes), 30)
+        members = '\n'.join(self.exported)
+        missing = [name for name in sorted(classes)
+                   if not re.search(r'\bTarsel::(\w+::)*%s(<\w+>)?::' % name, members)]
         self.assertEqual(missing, [])
 
     def test_nothing_else_is_exported(self):
