@@ -1,0 +1,131 @@
+#include "tests/scenarios/scenario.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "tests/scenarios/events.h"
+#include "tests/support/device_fixture.h"
+
+namespace scenarios {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  if (!stream) throw std::runtime_error("cannot read " + path.string());
+  std::ostringstream text;
+  text << stream.rdbuf();
+  return text.str();
+}
+
+unsigned long ReadBudget(const fs::path& path) {
+  std::istringstream lines(ReadFile(path));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind("budget: ", 0) == 0) return std::stoul(line.substr(8));
+  }
+  throw std::runtime_error(path.string() + ": there is no line \"budget: N\"");
+}
+
+bool IsStep(const std::string& file) {
+  return file.size() > 3 && std::isdigit(static_cast<unsigned char>(file[0])) &&
+         std::isdigit(static_cast<unsigned char>(file[1])) && file[2] == '-';
+}
+
+bool EndsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+Tarsel::DclConfigObject::OptionType TypeOf(const std::string& name) {
+  if (name.rfind("remote", 0) == 0) return Tarsel::DclConfigObject::REMOTE_OPTIONS;
+  if (name.rfind("other", 0) == 0) return static_cast<Tarsel::DclConfigObject::OptionType>(7);
+  return Tarsel::DclConfigObject::VLAN_OPTIONS;
+}
+
+unsigned long CountRequests(routing_stack::Control& control) {
+  using routing_stack::Call;
+  unsigned long count = 0;
+  for (Call call :
+       {Call::kSmsActRtm, Call::kSmsUpdateRoute, Call::kSmsActInterface, Call::kSmsBldInterface,
+        Call::kSmsActIpaddr, Call::kSmsActRedist, Call::kSmsBldRedist, Call::kProtocolRow}) {
+    count += static_cast<unsigned long>(control.CountOf(call));
+  }
+  return count;
+}
+
+void ApplyStep(test_support::Device& device, const Step& step) {
+  if (EndsWith(step.name, ".json")) {
+    device.Reload(step.text, step.name, TypeOf(step.name));
+    return;
+  }
+  std::istringstream lines(step.text);
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.empty() && line[0] != '#') ApplyEvent(device, line);
+  }
+}
+
+/// What an operator sees by default: messages up to level 1 and those without a level.
+void WriteMessages(std::ostream& out, const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    if (line.rfind("10:", 0) == 0 || line.rfind("5:", 0) == 0) continue;
+    out << "message " << line;
+  }
+}
+
+}  // namespace
+
+std::vector<fs::path> Folders() {
+  std::vector<fs::path> folders;
+  for (const fs::directory_entry& entry : fs::directory_iterator("tests/scenarios")) {
+    if (entry.is_directory()) folders.push_back(entry.path());
+  }
+  std::sort(folders.begin(), folders.end());
+  return folders;
+}
+
+Scenario Load(const fs::path& folder) {
+  Scenario scenario;
+  scenario.folder = folder;
+  scenario.budget = ReadBudget(folder / "about.txt");
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+    const std::string file = entry.path().filename().string();
+    if (IsStep(file)) {
+      scenario.steps.push_back({file, file.substr(3), ReadFile(entry.path())});
+    } else if (file != "about.txt" && file != "expected.txt") {
+      throw std::runtime_error(entry.path().string() + ": neither a step nor a known file");
+    }
+  }
+  if (scenario.steps.empty()) throw std::runtime_error(folder.string() + ": no steps");
+  std::sort(scenario.steps.begin(), scenario.steps.end(),
+            [](const Step& a, const Step& b) { return a.file < b.file; });
+  if (fs::exists(folder / "expected.txt")) scenario.expected = ReadFile(folder / "expected.txt");
+  return scenario;
+}
+
+std::string Play(const Scenario& scenario, unsigned long& requests) {
+  std::ostringstream out;
+  test_support::TraceCapture traces;
+  test_support::Device device;
+  device.RecordCalls();
+  device.Start();
+  if (!device.Settle()) throw std::runtime_error("the device does not start");
+  device.TakeCalls();
+  traces.Take();
+  for (const Step& step : scenario.steps) {
+    ApplyStep(device, step);
+    const bool settled = device.Settle();
+    out << "=== " << step.file << "\n";
+    for (const std::string& call : device.TakeCalls()) out << "call " << call << "\n";
+    WriteMessages(out, traces.Take());
+    for (const std::string& report : traces.TakeAssertions()) out << "assertion " << report << "\n";
+    if (!settled) out << "not settled\n";
+    out << "--- tables\n" << device.Dump();
+  }
+  requests = CountRequests(device.Control());
+  return out.str();
+}
+
+}  // namespace scenarios

@@ -1,0 +1,34 @@
+// One scenario: a folder of numbered steps and what is expected of them.
+#ifndef TESTS_SCENARIOS_SCENARIO_H
+#define TESTS_SCENARIOS_SCENARIO_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace scenarios {
+
+struct Step {
+  std::string file;  // "10-vlans.json"
+  std::string name;  // "vlans.json"
+  std::string text;
+};
+
+struct Scenario {
+  std::filesystem::path folder;
+  unsigned long budget = 0;
+  std::vector<Step> steps;
+  std::string expected;
+};
+
+/// The folders below tests/scenarios, in name order. Working directory: the project's root.
+std::vector<std::filesystem::path> Folders();
+/// Throws std::runtime_error with the file's name when something is missing or malformed.
+Scenario Load(const std::filesystem::path& folder);
+/// Applies all steps to a fresh device and writes down what came of them; `requests` counts the row
+/// requests.
+std::string Play(const Scenario& scenario, unsigned long& requests);
+
+}  // namespace scenarios
+
+#endif
