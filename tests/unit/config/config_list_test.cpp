@@ -1,0 +1,695 @@
+// Configuration object lists: the difference between a document and what the stack has.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "test_documents.h"
+#include "test_objects.h"
+#include "tests/support/trace_capture.h"
+
+namespace {
+
+using config_test::Node;
+using config_test::TestList;
+using config_test::TestObject;
+using config_test::TestRouter;
+using config_test::World;
+using test_support::TraceCapture;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
+using namespace Tarsel;
+
+static_assert(std::is_abstract_v<DCLConfigList>);
+static_assert(std::is_abstract_v<DclConfigListIteratorFunc>);
+
+constexpr unsigned short VLAN = 12;
+constexpr auto VLAN_OPTIONS = DclConfigObject::VLAN_OPTIONS;
+constexpr auto REMOTE_OPTIONS = DclConfigObject::REMOTE_OPTIONS;
+
+std::string Group(unsigned int id, const std::string& value, const std::string& more = "") {
+  return R"({"Name": "TEST_12_)" + std::to_string(id) + R"(", "value": ")" + value + '"' + more +
+         "}";
+}
+
+// {"LIST": [groups]}
+std::string ListOf(const std::vector<std::string>& groups) {
+  std::string json;
+  for (const std::string& group : groups) {
+    json += (json.empty() ? "" : ", ") + group;
+  }
+  return R"({"LIST": [)" + json + "]}";
+}
+
+class ConfigListTest : public testing::Test {
+ protected:
+  void Parse(const std::string& json, const char* source = "file",
+             DclConfigObject::OptionType type = VLAN_OPTIONS) {
+    const Node node(json);
+    list.Parse(node, source, type);
+  }
+  // A list that has committed 1=a, 2=b, 3=c.
+  void ParseThree() {
+    Parse(ListOf({Group(1, "a"), Group(2, "b"), Group(3, "c")}));
+    world.Take();
+    trace.Take();
+  }
+
+  TraceCapture trace;
+  World world;
+  TestRouter router{VLAN};
+  TestList list{&router, world};
+};
+
+// ---- new groups
+
+TEST_F(ConfigListTest, NewGroupsAreAppendedAndCommittedInDocumentOrder) {
+  Parse(ListOf({Group(7, "x"), Group(3, "y")}));
+  EXPECT_EQ(list.Contents(), "7=x 3=y");
+  EXPECT_THAT(world.calls, ElementsAre("commit 7=x", "commit 3=y"));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("5:TestList:: ActionReq: 1 InMib: 0  Vlan: 12   ID: 7 RowStatus C\n",
+                          "5:TestList:: ActionReq: 1 InMib: 0  Vlan: 12   ID: 3 RowStatus C\n"));
+  EXPECT_THAT(trace.Assertions(), IsEmpty());
+}
+
+TEST_F(ConfigListTest, MembersComeInKeyOrder) {
+  Parse(R"({"LIST": {"z": )" + Group(1, "z") + R"(, "b": )" + Group(2, "b") + R"(, "aa": )" +
+        Group(3, "aa") + R"(, "a10": )" + Group(4, "a10") + R"(, "a9": )" + Group(5, "a9") +
+        R"(, "B": )" + Group(6, "B") + "}}");
+  EXPECT_EQ(list.Contents(), "6=B 4=a10 5=a9 3=aa 2=b 1=z");
+}
+
+TEST_F(ConfigListTest, ANewObjectCarriesSourceTypeAndTheRoutersVlan) {
+  Parse(ListOf({Group(7, "x")}), "folder/file", REMOTE_OPTIONS);
+  ASSERT_EQ(list.Size(), 1u);
+  EXPECT_EQ(list.At(0)->GetName(), "folder/file");
+  EXPECT_EQ(list.At(0)->GetType(), REMOTE_OPTIONS);
+  EXPECT_EQ(list.At(0)->GetVlan(), VLAN);
+  EXPECT_EQ(&list.At(0)->GetRouter(), &router);
+}
+
+TEST_F(ConfigListTest, AKindOfDocumentWithoutANameIsPassedOn) {
+  Parse(ListOf({Group(7, "x")}), "file", static_cast<DclConfigObject::OptionType>(4711));
+  EXPECT_EQ(list.At(0)->GetType(), 4711);
+}
+
+TEST_F(ConfigListTest, TheTemporaryObjectIsDeletedInEveryCase) {
+  Parse(ListOf({Group(1, "a"), Group(2, "b"), Group(2, "b"), Group(3, "", R"(, "reject": true)")}));
+  EXPECT_EQ(world.live, 2);
+  Parse(ListOf({Group(1, "a"), Group(2, "changed")}));
+  EXPECT_EQ(world.live, 2);
+  world.cloneFails = true;
+  Parse(ListOf({Group(1, "a"), Group(2, "changed"), Group(9, "x")}));
+  EXPECT_EQ(world.live, 2);
+}
+
+// ---- the same document again
+
+TEST_F(ConfigListTest, AnUnchangedDocumentSendsNothing) {
+  ParseThree();
+  Parse(ListOf({Group(1, "a"), Group(2, "b"), Group(3, "c")}));
+  EXPECT_THAT(world.calls, IsEmpty());
+  EXPECT_THAT(trace.Lines(), IsEmpty());
+  EXPECT_EQ(list.Contents(), "1=a 2=b 3=c");
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_FALSE(list.At(i)->GetActionReq());
+    EXPECT_TRUE(list.At(i)->GetInMib());
+  }
+}
+
+TEST_F(ConfigListTest, TheOrderOfGroupsDoesNotMatter) {
+  ParseThree();
+  Parse(ListOf({Group(3, "c"), Group(1, "a"), Group(2, "b")}));
+  EXPECT_THAT(world.calls, IsEmpty());
+  EXPECT_EQ(list.Contents(), "1=a 2=b 3=c");
+}
+
+TEST_F(ConfigListTest, AnUnchangedObjectKeepsSourceAndType) {
+  ParseThree();
+  Parse(ListOf({Group(1, "a"), Group(2, "B"), Group(3, "c")}), "other", REMOTE_OPTIONS);
+  EXPECT_EQ(list.At(0)->GetName(), "file");
+  EXPECT_EQ(list.At(0)->GetType(), VLAN_OPTIONS);
+  EXPECT_EQ(list.At(1)->GetName(), "file");
+}
+
+TEST_F(ConfigListTest, AParseTakesAnUnsentChangeBack) {
+  world.forgetful = {2};
+  ParseThree();
+  EXPECT_TRUE(list.At(1)->GetActionReq());
+  Parse(ListOf({Group(1, "a"), Group(2, "b"), Group(3, "c")}));
+  EXPECT_FALSE(list.At(1)->GetActionReq());
+  EXPECT_THAT(world.calls, IsEmpty());
+}
+
+// ---- changed groups
+
+TEST_F(ConfigListTest, AChangedObjectIsUpdatedInPlace) {
+  ParseThree();
+  const TestObject* second = list.At(1);
+  Parse(ListOf({Group(1, "a"), Group(2, "new"), Group(3, "c")}));
+  EXPECT_EQ(list.Contents(), "1=a 2=new 3=c");
+  EXPECT_EQ(list.At(1), second);
+  EXPECT_THAT(world.calls, ElementsAre("update 2=new", "commit 2=new"));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("5:TestList:: ActionReq: 1 InMib: 1  Vlan: 12   ID: 2 RowStatus M\n"));
+  EXPECT_THAT(trace.Assertions(), IsEmpty());
+}
+
+TEST_F(ConfigListTest, CommitsFollowListOrderWithNewOnesLast) {
+  ParseThree();
+  Parse(ListOf({Group(9, "new"), Group(3, "C"), Group(1, "A"), Group(8, "new")}));
+  EXPECT_THAT(world.calls,
+              ElementsAre("update 3=C", "update 1=A", "destroy 2=b", "commit 1=A", "commit 2=b",
+                          "delete 2=b", "commit 3=C", "commit 9=new", "commit 8=new"));
+  EXPECT_EQ(list.Contents(), "1=A 3=C 9=new 8=new");
+}
+
+// ---- vanished groups
+
+TEST_F(ConfigListTest, AVanishedObjectIsDestroyedAndCommitted) {
+  ParseThree();
+  Parse(ListOf({Group(1, "a"), Group(3, "c")}));
+  EXPECT_THAT(world.calls, ElementsAre("destroy 2=b", "commit 2=b", "delete 2=b"));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("5:TestList:: ActionReq: 1 InMib: 1  Vlan: 12   ID: 2 RowStatus D\n"));
+  EXPECT_EQ(list.Contents(), "1=a 3=c");
+}
+
+TEST_F(ConfigListTest, VanishedObjectsAreMarkedInPointerOrder) {
+  for (unsigned int id = 1; id <= 40; ++id) {
+    list.Append(VLAN, id);
+  }
+  std::vector<TestObject*> byPointer;
+  for (std::size_t i = 0; i < list.Size(); ++i) {
+    byPointer.push_back(list.At(i));
+  }
+  std::sort(byPointer.begin(), byPointer.end(), std::less<TestObject*>());
+  std::vector<std::string> expected;
+  for (const TestObject* object : byPointer) {
+    expected.push_back("destroy " + std::to_string(object->GetId()) + "=");
+  }
+  for (unsigned int id = 1; id <= 40; ++id) {
+    world.pending.insert(id);
+  }
+  Parse("{}");
+  world.calls.resize(40);
+  EXPECT_EQ(world.calls, expected);
+}
+
+TEST_F(ConfigListTest, AVanishedObjectStaysUntilItsCommitIsFinished) {
+  ParseThree();
+  world.pending = {2};
+  Parse(ListOf({Group(1, "a"), Group(3, "c")}));
+  EXPECT_THAT(world.Take(), ElementsAre("destroy 2=b", "commit 2=b"));
+  EXPECT_EQ(list.Contents(), "1=a 2=b 3=c");
+  world.pending.clear();
+  list.At(1)->SetActionReq(true);
+  list.CommitToMib();
+  EXPECT_THAT(world.calls, ElementsAre("commit 2=b", "delete 2=b"));
+  EXPECT_EQ(list.Contents(), "1=a 3=c");
+}
+
+TEST_F(ConfigListTest, AVanishedObjectThatReturnsBeforeItsDestroyIsAnsweredIsSentAgain) {
+  ParseThree();
+  world.pending = {2};
+  Parse(ListOf({Group(1, "a"), Group(3, "c")}));
+  world.Take();
+  Parse(ListOf({Group(1, "a"), Group(2, "b"), Group(3, "c")}));
+  EXPECT_THAT(world.calls, ElementsAre("update 2=b", "commit 2=b"));
+  EXPECT_EQ(list.Contents(), "1=a 2=b 3=c");
+}
+
+TEST_F(ConfigListTest, WithoutTheKeyEveryObjectIsDestroyed) {
+  for (const char* json : {"{}", R"({"LIST": null})", R"({"LIST": {}})", R"({"LIST": []})",
+                           R"({"LIST": 5})", R"({"LIST": "text"})", "null", "5", "[1]",
+                           R"({"OTHER": [)"
+                           R"({"Name": "TEST_12_1", "value": "a"}]})"}) {
+    ParseThree();
+    Parse(json);
+    EXPECT_THAT(world.Take(), UnorderedElementsAre("destroy 1=a", "destroy 2=b", "destroy 3=c",
+                                                   "commit 1=a", "delete 1=a", "commit 2=b",
+                                                   "delete 2=b", "commit 3=c", "delete 3=c"))
+        << json;
+    EXPECT_EQ(list.Size(), 0u) << json;
+  }
+}
+
+TEST_F(ConfigListTest, ANullOrEmptyElementIsSkippedAndItsFormerObjectVanishes) {
+  for (const char* element : {"null", "{}", "[]"}) {
+    ParseThree();
+    Parse(ListOf({Group(1, "a"), element, Group(3, "c")}));
+    EXPECT_THAT(world.Take(), ElementsAre("destroy 2=b", "commit 2=b", "delete 2=b")) << element;
+    EXPECT_EQ(list.Contents(), "1=a 3=c") << element;
+    list.Clear();
+    world.Take();
+  }
+}
+
+TEST_F(ConfigListTest, ARejectedElementIsDroppedSilentlyAndItsFormerObjectVanishes) {
+  ParseThree();
+  Parse(ListOf({Group(1, "a"), Group(2, "b", R"(, "reject": true)"), Group(3, "C")}));
+  EXPECT_THAT(world.calls,
+              ElementsAre("update 3=C", "destroy 2=b", "commit 2=b", "delete 2=b", "commit 3=C"));
+  EXPECT_THAT(trace.Assertions(), IsEmpty());
+  EXPECT_THAT(trace.AtLevel(0), IsEmpty());
+}
+
+TEST_F(ConfigListTest, AScalarElementReachesTheObjectsParser) {
+  Parse(R"({"LIST": [5, "text"]})");
+  EXPECT_THAT(world.calls, ElementsAre("commit 0="));
+  EXPECT_EQ(list.Contents(), "0=");
+}
+
+// ---- two groups with the same key
+
+TEST_F(ConfigListTest, TheSecondGroupOfAKeyIsReportedAndProcessedAllTheSame) {
+  Parse(ListOf({Group(5, "a"), Group(5, "a")}));
+  EXPECT_THAT(trace.TakeAssertions(), ElementsAre(StartsWith("res == 1|dcl_config_object|")));
+  EXPECT_EQ(list.Contents(), "5=a");
+  EXPECT_THAT(world.Take(), ElementsAre("commit 5=a"));
+
+  Parse(ListOf({Group(5, "a"), Group(5, "b")}));
+  EXPECT_THAT(trace.TakeAssertions(), ElementsAre(StartsWith("res == 1|dcl_config_object|")));
+  EXPECT_THAT(world.Take(), ElementsAre("update 5=b", "commit 5=b"));
+  EXPECT_EQ(list.Contents(), "5=b");
+
+  Parse(ListOf({Group(6, "x"), Group(6, "y"), Group(6, "y")}));
+  EXPECT_THAT(trace.TakeAssertions(), ElementsAre(StartsWith("res == 1|dcl_config_object|"),
+                                                  StartsWith("res == 1|dcl_config_object|")));
+  EXPECT_THAT(world.Take(),
+              ElementsAre("update 6=y", "destroy 5=b", "commit 5=b", "delete 5=b", "commit 6=y"));
+  EXPECT_EQ(list.Contents(), "6=y");
+}
+
+TEST_F(ConfigListTest, TheCallsWorkOutsideOfAParse) {
+  const Node node(ListOf({Group(1, "a")}));
+  EXPECT_EQ(list.ParseOptions(node, "file", VLAN_OPTIONS), 1);
+  EXPECT_THAT(trace.Assertions(), IsEmpty());
+  EXPECT_THAT(world.calls, IsEmpty()) << "nothing is committed";
+  EXPECT_EQ(list.Contents(), "1=a");
+  // Nothing is unclaimed now, so the match is reported.
+  EXPECT_EQ(list.ParseOptions(node, "file", VLAN_OPTIONS), 1);
+  EXPECT_THAT(trace.Assertions(), ElementsAre(StartsWith("res == 1|dcl_config_object|")));
+}
+
+// ---- FindNewObjectAndUpdate
+
+TEST_F(ConfigListTest, AnEmptyListAnswersTwo) {
+  TestObject parsed(router, world);
+  EXPECT_EQ(list.FindNewObjectAndUpdate(&parsed), 2);
+}
+
+TEST_F(ConfigListTest, TheWalkAsksInListOrderAndStopsAtTheFirstMatch) {
+  for (unsigned int id = 1; id <= 4; ++id) {
+    list.Append(VLAN, id);
+  }
+  std::vector<unsigned int> asked;
+  int answer = 0;
+  world.compare = [&](TestObject& object, TestObject&) {
+    asked.push_back(object.GetId());
+    return object.GetId() == 3 ? answer : 2;
+  };
+  TestObject parsed(router, world);
+  parsed.temporary = true;
+  list.At(2)->SetActionReq(false);
+  EXPECT_EQ(list.FindNewObjectAndUpdate(&parsed), 0);
+  EXPECT_THAT(asked, ElementsAre(1, 2, 3));
+  EXPECT_FALSE(list.At(2)->GetActionReq());
+  EXPECT_THAT(world.calls, IsEmpty());
+  asked.clear();
+  answer = 1;
+  EXPECT_EQ(list.FindNewObjectAndUpdate(&parsed), 1);
+  EXPECT_THAT(asked, ElementsAre(1, 2, 3));
+  EXPECT_TRUE(list.At(2)->GetActionReq());
+  EXPECT_THAT(world.calls, ElementsAre("update 3="));
+}
+
+TEST_F(ConfigListTest, WithoutAMatchTheLastAnswerCountsAndOnlyTwoIsNew) {
+  for (unsigned int id = 1; id <= 3; ++id) {
+    list.Append(VLAN, id)->SetActionReq(false);
+  }
+  for (int last : {2, 3, -1, 4711}) {
+    world.compare = [last](TestObject& object, TestObject&) {
+      return object.GetId() == 3 ? last : object.GetId() == 2 ? 5 : 2;
+    };
+    TestObject parsed(router, world);
+    parsed.temporary = true;
+    EXPECT_EQ(list.FindNewObjectAndUpdate(&parsed), last);
+    const std::size_t before = list.Size();
+    const Node group(Group(9, "x"));
+    EXPECT_EQ(list.ParseGroup(group, "file", VLAN_OPTIONS), 1);
+    EXPECT_EQ(list.Size(), before + (last == 2 ? 1 : 0)) << last;
+    if (list.Size() > before) {
+      list.At(before)->SetKey(99, 99);
+      list.Clear(99);
+    }
+  }
+  EXPECT_THAT(trace.Assertions(), IsEmpty());
+}
+
+// ---- ParseObjectFromOption and ParseGroup
+
+TEST_F(ConfigListTest, ParseObjectFromOptionFillsTheObjectBeforeItsParser) {
+  const Node group(Group(5, "a"));
+  DclConfigObject* object = list.ParseObjectFromOption(group, "source", REMOTE_OPTIONS);
+  ASSERT_NE(object, nullptr);
+  EXPECT_EQ(object->GetName(), "source");
+  EXPECT_EQ(object->GetType(), REMOTE_OPTIONS);
+  EXPECT_EQ(object->GetVlan(), VLAN);
+  EXPECT_EQ(object->GetId(), 5u);
+  EXPECT_EQ(static_cast<TestObject*>(object)->parsedVlan, VLAN);
+  EXPECT_EQ(list.Size(), 0u);
+  delete object;
+}
+
+TEST_F(ConfigListTest, ParseObjectFromOptionDeletesARejectedObject) {
+  const Node group(Group(5, "a", R"(, "reject": true)"));
+  EXPECT_EQ(list.ParseObjectFromOption(group, "source", VLAN_OPTIONS), nullptr);
+  EXPECT_EQ(world.live, 0);
+  EXPECT_EQ(list.ParseGroup(group, "source", VLAN_OPTIONS), 1);
+  EXPECT_EQ(list.Size(), 0u);
+  EXPECT_THAT(trace.Assertions(), IsEmpty());
+}
+
+TEST_F(ConfigListTest, AFactoryThatYieldsNothingIsReportedAndTheGroupIgnored) {
+  world.createFails = true;
+  const Node group(Group(5, "a"));
+  EXPECT_EQ(list.ParseObjectFromOption(group, "file", VLAN_OPTIONS), nullptr);
+  EXPECT_THAT(trace.TakeAssertions(), ElementsAre(StartsWith("new_obj|dcl_config_object|")));
+  EXPECT_EQ(list.ParseGroup(group, "file", VLAN_OPTIONS), 1);
+  EXPECT_THAT(trace.TakeAssertions(), ElementsAre(StartsWith("new_obj|dcl_config_object|")));
+  EXPECT_EQ(list.Size(), 0u);
+}
+
+TEST_F(ConfigListTest, ACloneThatYieldsNothingIsReportedAndNothingAppended) {
+  world.cloneFails = true;
+  Parse(ListOf({Group(5, "a"), Group(6, "b")}));
+  EXPECT_THAT(trace.Assertions(), ElementsAre(StartsWith("obj|dcl_config_object|"),
+                                              StartsWith("obj|dcl_config_object|")));
+  EXPECT_EQ(list.Size(), 0u);
+  EXPECT_EQ(world.live, 0);
+}
+
+// ---- entries without an object
+
+TEST_F(ConfigListTest, AMissingObjectIsReportedAndPassedOver) {
+  list.AppendNull();
+  list.Append(VLAN, 1, "a");
+  Parse(ListOf({Group(1, "a"), Group(2, "b")}));
+  EXPECT_THAT(trace.Assertions(), ElementsAre(StartsWith("obj|dcl_config_object|"),
+                                              StartsWith("obj|dcl_config_object|"),
+                                              StartsWith("dclco|dcl_config_object|")));
+  EXPECT_EQ(list.Contents(), "null 1=a 2=b");
+  EXPECT_THAT(world.calls, ElementsAre("commit 2=b"));
+}
+
+TEST_F(ConfigListTest, NoOperationTouchesAMissingObject) {
+  list.AppendNull();
+  TestObject parsed(router, world);
+  parsed.temporary = true;
+  EXPECT_EQ(list.FindNewObjectAndUpdate(&parsed), 2);
+  list.CommitToMib();
+  list.SetDestroy();
+  list.Clear(VLAN);
+  list.Clear(VLAN, true);
+  list.Clear(VLAN, false);
+  list.DisplayList(nullptr, {});
+  EXPECT_FALSE(list.CheckInMib(0, 0));
+  list.DeleteOptions("file", VLAN_OPTIONS);
+  EXPECT_EQ(list.Size(), 1u);
+  list.Clear();
+  EXPECT_EQ(list.Size(), 0u);
+  EXPECT_THAT(world.calls, IsEmpty());
+}
+
+// ---- CommitToMib
+
+TEST_F(ConfigListTest, CommitSkipsObjectsWithoutAPendingChange) {
+  for (unsigned int id = 1; id <= 3; ++id) {
+    list.Append(VLAN, id)->SetActionReq(id != 2);
+  }
+  list.CommitToMib();
+  EXPECT_THAT(world.calls, ElementsAre("commit 1=", "commit 3="));
+  EXPECT_EQ(trace.Lines().size(), 2u);
+}
+
+TEST_F(ConfigListTest, CommitStartsAgainFromTheHeadAfterEachDeletedObject) {
+  world.forgetful = {1, 3};
+  world.finished = {2, 4};
+  for (unsigned int id = 1; id <= 4; ++id) {
+    list.Append(VLAN, id);
+  }
+  list.CommitToMib();
+  EXPECT_THAT(world.calls,
+              ElementsAre("commit 1=", "commit 2=", "delete 2=", "commit 1=", "commit 3=",
+                          "commit 4=", "delete 4=", "commit 1=", "commit 3="));
+  EXPECT_EQ(trace.Lines().size(), 7u);
+  EXPECT_EQ(list.Contents(), "1= 3=");
+}
+
+TEST_F(ConfigListTest, ACommitMayGiveAnEarlierObjectSomethingToDo) {
+  for (unsigned int id = 1; id <= 3; ++id) {
+    list.Append(VLAN, id);
+  }
+  world.finished = {3};
+  world.onCommit = [this](TestObject& object) {
+    if (object.GetId() == 2 && world.calls.size() == 2) {
+      list.At(0)->SetActionReq(true);
+    }
+  };
+  list.CommitToMib();
+  EXPECT_THAT(world.calls,
+              ElementsAre("commit 1=", "commit 2=", "commit 3=", "delete 3=", "commit 1="));
+}
+
+TEST_F(ConfigListTest, AnEarlierObjectsNewChangeWaitsWhenNothingWasDeleted) {
+  list.Append(VLAN, 1);
+  list.Append(VLAN, 2);
+  world.onCommit = [this](TestObject& object) {
+    if (object.GetId() == 2) {
+      list.At(0)->SetActionReq(true);
+    }
+  };
+  list.CommitToMib();
+  EXPECT_THAT(world.calls, ElementsAre("commit 1=", "commit 2="));
+  EXPECT_TRUE(list.At(0)->GetActionReq());
+}
+
+// ---- SetDestroy and DeleteOptions
+
+TEST_F(ConfigListTest, SetDestroyMarksEveryObjectAndSendsNothing) {
+  ParseThree();
+  list.SetDestroy();
+  EXPECT_THAT(world.calls, ElementsAre("destroy 1=a", "destroy 2=b", "destroy 3=c"));
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_TRUE(list.At(i)->GetActionReq());
+    EXPECT_TRUE(list.At(i)->GetInMib());
+  }
+}
+
+TEST_F(ConfigListTest, DeleteOptionsDestroysEveryObjectWhateverItsSource) {
+  ParseThree();
+  list.At(1)->SetSource("another", REMOTE_OPTIONS);
+  list.DeleteOptions("neither", static_cast<DclConfigObject::OptionType>(99));
+  EXPECT_THAT(world.calls,
+              ElementsAre("destroy 1=a", "destroy 2=b", "destroy 3=c", "commit 1=a", "delete 1=a",
+                          "commit 2=b", "delete 2=b", "commit 3=c", "delete 3=c"));
+  EXPECT_EQ(list.Size(), 0u);
+}
+
+// ---- clearing
+
+TEST_F(ConfigListTest, ClearDeletesEveryObjectInOrderWithoutTouchingTheStack) {
+  ParseThree();
+  list.Clear();
+  EXPECT_THAT(world.calls, ElementsAre("delete 1=a", "delete 2=b", "delete 3=c"));
+  EXPECT_EQ(list.Size(), 0u);
+  EXPECT_THAT(trace.Lines(), IsEmpty());
+}
+
+TEST_F(ConfigListTest, TheDestructorDeletesEveryObjectInOrderWithoutTouchingTheStack) {
+  {
+    TestList other(&router, world);
+    other.Append(VLAN, 1);
+    other.Append(VLAN, 2);
+    other.AppendNull();
+  }
+  EXPECT_THAT(world.calls, ElementsAre("delete 1=", "delete 2="));
+  EXPECT_THAT(trace.Lines(), IsEmpty());
+}
+
+struct ClearCase {
+  std::vector<unsigned short> vlans;
+  const char* deleted;  // ids in the order of their deletion
+  const char* left;     // ids in list order
+};
+
+TEST_F(ConfigListTest, ClearOfAVlanStepsOverTheFollowerAndWrapsToTheHead) {
+  // The ids are the positions, from 1.
+  for (const ClearCase& c :
+       {ClearCase{{3, 3, 4}, "1", "2 3"}, ClearCase{{3, 3, 3}, "1 3 2", ""},
+        ClearCase{{3, 3, 4, 3}, "1 4 2", "3"}, ClearCase{{3}, "1", ""}, ClearCase{{}, "", ""},
+        ClearCase{{4, 3}, "2", "1"}, ClearCase{{3, 4, 3}, "1 3", "2"},
+        ClearCase{{3, 3, 3, 3}, "1 3", "2 4"}, ClearCase{{3, 3, 3, 3, 3}, "1 3 5 2", "4"},
+        ClearCase{{4, 4, 5}, "", "1 2 3"}}) {
+    std::string expected;
+    for (unsigned int id = 1; id <= c.vlans.size(); ++id) {
+      list.Append(c.vlans[id - 1], id);
+    }
+    list.Clear(3);
+    std::string deleted;
+    for (const std::string& call : world.Take()) {
+      EXPECT_THAT(call, StartsWith("delete "));
+      deleted += (deleted.empty() ? "" : " ") + call.substr(7, call.size() - 8);
+    }
+    EXPECT_EQ(deleted, c.deleted);
+    std::string left;
+    for (std::size_t i = 0; i < list.Size(); ++i) {
+      left += (left.empty() ? "" : " ") + std::to_string(list.At(i)->GetId());
+    }
+    EXPECT_EQ(left, c.left);
+    list.Clear();
+    world.Take();
+  }
+}
+
+TEST_F(ConfigListTest, ClearOfAVlanComparesAll32Bits) {
+  list.Append(3, 1);
+  list.Clear(65536u + 3u);
+  EXPECT_EQ(list.Size(), 1u);
+  list.Clear(65536u + 3u, true);
+  EXPECT_FALSE(list.At(0)->GetSuspended());
+}
+
+TEST_F(ConfigListTest, SuspendingMarksTheVlansObjectsOnly) {
+  list.Append(3, 1)->SetActionReq(false);
+  list.Append(4, 2)->SetActionReq(false);
+  list.Append(3, 3)->SetActionReq(false);
+  list.Clear(3, true);
+  EXPECT_TRUE(list.At(0)->GetSuspended());
+  EXPECT_FALSE(list.At(1)->GetSuspended());
+  EXPECT_TRUE(list.At(2)->GetSuspended());
+  EXPECT_FALSE(list.At(0)->GetActionReq());
+  EXPECT_THAT(world.calls, IsEmpty());
+  EXPECT_THAT(trace.Lines(), IsEmpty());
+}
+
+TEST_F(ConfigListTest, ResumingCommitsTheVlansObjectsAndKeepsEvenTheFinishedOnes) {
+  list.Append(3, 1)->SetActionReq(false);
+  list.Append(4, 2)->SetActionReq(false);
+  list.Append(3, 3)->SetActionReq(false);
+  list.Clear(3, true);
+  world.finished = {1};
+  world.forgetful = {3};
+  bool suspendedInCommit = false;
+  bool requiredInCommit = true;
+  world.onCommit = [&](TestObject& object) {
+    suspendedInCommit = suspendedInCommit || object.GetSuspended();
+    requiredInCommit = requiredInCommit && object.GetActionReq();
+  };
+  list.Clear(3, false);
+  EXPECT_THAT(world.calls, ElementsAre("commit 1=", "commit 3="));
+  EXPECT_THAT(trace.Lines(),
+              ElementsAre("5:TestList:: ActionReq: 1 InMib: 0  Vlan: 3   ID: 1 RowStatus C\n",
+                          "5:TestList:: ActionReq: 1 InMib: 0  Vlan: 3   ID: 3 RowStatus C\n"));
+  EXPECT_FALSE(suspendedInCommit);
+  EXPECT_TRUE(requiredInCommit);
+  EXPECT_EQ(list.Size(), 3u);
+  EXPECT_FALSE(list.At(0)->GetSuspended());
+  EXPECT_FALSE(list.At(2)->GetSuspended());
+  EXPECT_TRUE(list.At(2)->GetActionReq());
+  EXPECT_FALSE(list.At(1)->GetActionReq());
+}
+
+TEST_F(ConfigListTest, ResumingNeedsNoSuspension) {
+  list.Append(3, 1)->SetActionReq(false);
+  list.Clear(3, false);
+  EXPECT_THAT(world.calls, ElementsAre("commit 1="));
+}
+
+// ---- queries
+
+TEST_F(ConfigListTest, CheckInMibAsksForVlanIdAndFlag) {
+  list.Append(3, 7);
+  EXPECT_FALSE(list.CheckInMib(3, 7));
+  list.At(0)->SetInMib(true);
+  EXPECT_TRUE(list.CheckInMib(3, 7));
+  EXPECT_FALSE(list.CheckInMib(4, 7));
+  EXPECT_FALSE(list.CheckInMib(3, 8));
+}
+
+TEST_F(ConfigListTest, CheckInMibLooksBeyondAnObjectOfTheSameKeyThatIsNotThere) {
+  list.Append(3, 7);
+  list.Append(3, 7)->SetInMib(true);
+  EXPECT_TRUE(list.CheckInMib(3, 7));
+}
+
+TEST_F(ConfigListTest, DisplayListFiltersByVlanAndIdAndZeroIsAny) {
+  list.Append(3, 1);
+  list.Append(3, 2);
+  list.Append(4, 2);
+  const auto displayed = [this](unsigned int id, unsigned short vlan) {
+    DclConfigDisplayFilter filter;
+    filter.id = id;
+    filter.vlan = vlan;
+    list.DisplayList(nullptr, filter);
+    return world.Take();
+  };
+  EXPECT_THAT(displayed(0, 0), ElementsAre("display(0) 1=", "display(0) 2=", "display(0) 2="));
+  EXPECT_THAT(displayed(2, 0), ElementsAre("display(2) 2=", "display(2) 2="));
+  EXPECT_THAT(displayed(0, 3), ElementsAre("display(0) 1=", "display(0) 2="));
+  EXPECT_THAT(displayed(2, 4), ElementsAre("display(2) 2="));
+  EXPECT_THAT(displayed(1, 4), IsEmpty());
+}
+
+TEST_F(ConfigListTest, DisplayListHandsTheConsoleOn) {
+  list.Append(3, 1);
+  int something;
+  auto* console = reinterpret_cast<DcConsole*>(&something);
+  list.DisplayList(console, {});
+  EXPECT_EQ(list.At(0)->displayedOn, console);
+}
+
+class Visitor : public DclConfigListIteratorFunc {
+ public:
+  bool operator()(DclConfigObject* object) override {
+    visited.push_back(object->GetId());
+    return object->GetId() != stopAt;
+  }
+  std::vector<unsigned int> visited;
+  unsigned int stopAt = 0;
+};
+
+TEST_F(ConfigListTest, ForEachVisitsInListOrder) {
+  list.Append(3, 7);
+  list.Append(3, 5);
+  Visitor visitor;
+  EXPECT_EQ(list.ForEach(&visitor), 1);
+  EXPECT_THAT(visitor.visited, ElementsAre(7, 5));
+}
+
+TEST_F(ConfigListTest, ForEachStopsAtTheFirstFalse) {
+  for (unsigned int id : {7, 5, 6}) {
+    list.Append(3, id);
+  }
+  Visitor visitor;
+  visitor.stopAt = 5;
+  EXPECT_EQ(list.ForEach(&visitor), 0);
+  EXPECT_THAT(visitor.visited, ElementsAre(7, 5));
+  visitor.stopAt = 6;
+  EXPECT_EQ(list.ForEach(&visitor), 0) << "also at the last object";
+}
+
+TEST_F(ConfigListTest, ForEachOfAnEmptyListIsOneAndOfNoVisitorZero) {
+  Visitor visitor;
+  EXPECT_EQ(list.ForEach(&visitor), 1);
+  EXPECT_EQ(list.ForEach(nullptr), 0);
+}
+
+}  // namespace
