@@ -1,0 +1,35 @@
+#include "batch_session.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace host {
+
+BatchSession::BatchSession(const SessionContext& context, unsigned short vlan)
+    : Session(context, vlan), m_lines(context.loop, STDIN_FILENO) {}
+
+void BatchSession::Start() { SettleThenReady(); }
+
+void BatchSession::Write(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+// Nobody is left to read the rest.
+void BatchSession::Flush() {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    Leave(EXIT_FAILED);
+  }
+}
+
+void BatchSession::Ready() {
+  m_lines.Next([this](const std::optional<std::string>& line) {
+    if (line) {
+      Execute(*line);
+    } else {
+      Leave(HadUnknownWord() ? EXIT_UNKNOWN_WORD : EXIT_DONE);
+    }
+  });
+}
+
+}  // namespace host

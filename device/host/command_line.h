@@ -1,0 +1,28 @@
+// The daemon's command line.
+#ifndef DEVICE_HOST_COMMAND_LINE_H
+#define DEVICE_HOST_COMMAND_LINE_H
+
+#include <optional>
+#include <string>
+
+namespace host {
+
+struct CommandLine {
+  std::string configDirectory;
+  int logLevel = 1;
+  bool isDaemon = false;
+  unsigned tickMicroseconds = 1000;
+};
+
+/// What to do instead of running: print a text and end.
+struct Ending {
+  std::string text;
+  bool isError = false;
+};
+
+/// Fills `line`, or answers how the process is to end.
+std::optional<Ending> ParseCommandLine(int argc, char** argv, CommandLine& line);
+
+}  // namespace host
+
+#endif

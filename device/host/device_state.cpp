@@ -1,0 +1,170 @@
+#include "device_state.h"
+
+#include <algorithm>
+
+#include "vantacore/dc_interface_mgr.h"
+#include "vantacore/dc_router_mgr.h"
+
+namespace host {
+
+using Tarsel::DcInterfaceMgr;
+using Tarsel::DcRouterMgr;
+
+namespace {
+
+constexpr unsigned int STATUS_UP = 1;
+constexpr unsigned int STATUS_DOWN = 2;
+
+constexpr std::uint32_t FLAG_LOOPBACK = 2;
+
+// The numbers that network management gives to interface types.
+constexpr unsigned int TYPE_ETHERNET = 6;
+constexpr unsigned int TYPE_LOOPBACK = 24;
+
+unsigned int StatusOf(const Interface& interface) { return interface.up ? STATUS_UP : STATUS_DOWN; }
+
+DcInterfaceMgr::IntfType TypeOf(const Interface& interface) {
+  return static_cast<DcInterfaceMgr::IntfType>(interface.flags & FLAG_LOOPBACK ? TYPE_LOOPBACK
+                                                                               : TYPE_ETHERNET);
+}
+
+bool Contains(const std::vector<Tarsel::Ip6Prefix>& prefixes, const Tarsel::Ip6Prefix& prefix) {
+  return std::find(prefixes.begin(), prefixes.end(), prefix) != prefixes.end();
+}
+
+void AddInterface(const InterfaceKey& key, const Interface& interface) {
+  DcInterfaceMgr::GetInstance()->AddInterface(key.first, key.second, interface.name.c_str(),
+                                              TypeOf(interface), interface.flags, interface.mtu,
+                                              StatusOf(interface));
+}
+
+void TellStatus(const InterfaceKey& key, const Interface& interface) {
+  DcRouterMgr::GetInstance()->ProcessInterfaceStatusChange(
+      key.first, key.second, static_cast<unsigned short>(StatusOf(interface)));
+}
+
+void TellAddress(const InterfaceKey& key, const Tarsel::Ip4Addr& address) {
+  DcRouterMgr::GetInstance()->ProcessIPAddressChange(key.first, key.second, address);
+}
+
+}  // namespace
+
+void DeviceState::Apply(const DeviceDocument& wanted) {
+  for (const auto& [key, interface] : m_interfaces) {
+    if (wanted.interfaces.count(key) == 0) {
+      Remove(key, interface);
+    }
+  }
+  for (const auto& [key, interface] : wanted.interfaces) {
+    const auto known = m_interfaces.find(key);
+    if (known == m_interfaces.end()) {
+      Add(key, interface);
+    } else {
+      Change(key, known->second, interface);
+    }
+  }
+  // The library keeps a VLAN's primary interface for good, so one that is no longer named stays.
+  for (const auto& [vlan, name] : wanted.primaries) {
+    const auto known = m_primaries.find(vlan);
+    if (known == m_primaries.end() || known->second != name) {
+      DcInterfaceMgr::GetInstance()->SetPrimaryInterface(vlan, name.c_str());
+    }
+  }
+  m_interfaces = wanted.interfaces;
+  m_primaries = wanted.primaries;
+}
+
+void DeviceState::Add(const InterfaceKey& key, const Interface& interface) {
+  AddInterface(key, interface);
+  TellStatus(key, interface);
+  ChangeIp4(key, std::nullopt, interface.ip4);
+  ChangeIp6(key, {}, interface.ip6);
+}
+
+void DeviceState::Remove(const InterfaceKey& key, const Interface& interface) {
+  ChangeIp6(key, interface.ip6, {});
+  ChangeIp4(key, interface.ip4, std::nullopt);
+  Interface down = interface;
+  down.up = false;
+  TellStatus(key, down);
+  DcInterfaceMgr::GetInstance()->RemoveInterface(key.first, key.second, interface.name.c_str());
+}
+
+void DeviceState::Change(const InterfaceKey& key, const Interface& from, const Interface& to) {
+  if (from.name != to.name) {  // the registry keeps the name that an interface came with
+    Remove(key, from);
+    Add(key, to);
+    return;
+  }
+  if (from.flags != to.flags || from.mtu != to.mtu) {
+    AddInterface(key, to);
+  } else if (from.up != to.up) {
+    DcInterfaceMgr* registry = DcInterfaceMgr::GetInstance();
+    const auto set = to.up ? &DcInterfaceMgr::SetInterfaceUp : &DcInterfaceMgr::SetInterfaceDown;
+    (registry->*set)(key.first, key.second, to.name.c_str());
+  }
+  if (from.up != to.up) {
+    TellStatus(key, to);
+  }
+  ChangeIp4(key, from.ip4, to.ip4);
+  ChangeIp6(key, from.ip6, to.ip6);
+}
+
+void DeviceState::ChangeIp4(const InterfaceKey& key, const std::optional<Ip4Network>& from,
+                            const std::optional<Ip4Network>& to) {
+  DcInterfaceMgr* registry = DcInterfaceMgr::GetInstance();
+  if (from && to) {
+    if (from->address != to->address || from->mask != to->mask) {
+      registry->ChangeIpAddress(key.first, key.second, to->address, to->mask);
+    }
+  } else if (to) {
+    registry->AddIpAddress(key.first, key.second, to->address, to->mask);
+    TellAddress(key, to->address);
+  } else if (from) {
+    registry->DeleteIpAddress(key.first, key.second, from->address, from->mask);
+    TellAddress(key, Tarsel::IP4_ANY);
+  }
+}
+
+void DeviceState::ChangeIp6(const InterfaceKey& key, const std::vector<Tarsel::Ip6Prefix>& from,
+                            const std::vector<Tarsel::Ip6Prefix>& to) {
+  DcInterfaceMgr* registry = DcInterfaceMgr::GetInstance();
+  for (const Tarsel::Ip6Prefix& prefix : from) {
+    if (!Contains(to, prefix)) {
+      registry->DeleteIpAddress(key.first, key.second, prefix.GetAddress(), prefix.GetLength());
+    }
+  }
+  for (const Tarsel::Ip6Prefix& prefix : to) {
+    if (!Contains(from, prefix)) {
+      registry->AddIpAddress(key.first, key.second, prefix.GetAddress(), prefix.GetLength());
+    }
+  }
+}
+
+void DeviceState::AnnounceTo(unsigned short vlan) const {
+  const auto end = m_interfaces.end();
+  for (auto i = m_interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {
+    TellStatus(i->first, i->second);
+    if (i->second.ip4) {
+      TellAddress(i->first, i->second.ip4->address);
+    }
+  }
+}
+
+std::optional<std::uint32_t> DeviceState::IndexOf(unsigned short vlan,
+                                                  const std::string& name) const {
+  const auto end = m_interfaces.end();
+  for (auto i = m_interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {
+    if (i->second.name == name) {
+      return i->first.second;
+    }
+  }
+  return std::nullopt;
+}
+
+bool DeviceState::IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const {
+  const auto found = m_interfaces.find({vlan, ifIndex});
+  return found != m_interfaces.end() && found->second.up;
+}
+
+}  // namespace host

@@ -1,0 +1,42 @@
+// The interfaces as the library has been told of them.
+#ifndef DEVICE_HOST_DEVICE_STATE_H
+#define DEVICE_HOST_DEVICE_STATE_H
+
+#include <optional>
+
+#include "device_document.h"
+#include "host/dc_host_interfaces.h"
+
+namespace host {
+
+/// Brings the library's interface registry to what a device document says, by the differences only:
+/// what is the same in both is not mentioned to the library again.
+class DeviceState : public Tarsel::DcIpInterface {
+ public:
+  /// The default VLAN is not looked at: the library takes it once, at start-up.
+  void Apply(const DeviceDocument& wanted);
+
+  /// Tells a VLAN's routers, which are new, about the interfaces that were there before them.
+  void AnnounceTo(unsigned short vlan) const;
+
+  /// The index of the VLAN's interface of that name, if there is one.
+  std::optional<std::uint32_t> IndexOf(unsigned short vlan, const std::string& name) const;
+
+  bool IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const override;
+
+ private:
+  void Add(const InterfaceKey& key, const Interface& interface);
+  void Remove(const InterfaceKey& key, const Interface& interface);
+  void Change(const InterfaceKey& key, const Interface& from, const Interface& to);
+  void ChangeIp4(const InterfaceKey& key, const std::optional<Ip4Network>& from,
+                 const std::optional<Ip4Network>& to);
+  void ChangeIp6(const InterfaceKey& key, const std::vector<Tarsel::Ip6Prefix>& from,
+                 const std::vector<Tarsel::Ip6Prefix>& to);
+
+  std::map<InterfaceKey, Interface> m_interfaces;
+  std::map<unsigned short, std::string> m_primaries;
+};
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,63 @@
+// From an operator's line to the handler that carries it out.
+#ifndef DEVICE_HOST_DISPATCHER_H
+#define DEVICE_HOST_DISPATCHER_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host_console.h"
+
+namespace host {
+
+using Words = std::vector<std::string>;
+
+/// What became of a line at once; its output may still be on the way (Invocation::over).
+struct Reply {
+  bool isUnknown = false;   // a word is known neither here nor in the library's registries
+  bool hasChanged = false;  // it may take a while until the effect is there
+  bool isQuit = false;
+};
+
+/// The words of the operator's console. The host's own are matched whole; behind `ip` and `ip6` stand
+/// the words of the library's registries, whose handlers take the rest. `show` may precede whatever
+/// shows something.
+class Dispatcher {
+ public:
+  /// `reload` carries out the command of that name.
+  explicit Dispatcher(std::function<void()> reload);
+
+  /// Carries out a line for a session whose VLAN is `vlan`; the line may change it. All output goes
+  /// to the invocation, which is over when the command is; an empty line is over at once.
+  Reply Execute(const std::string& line, unsigned short& vlan,
+                const std::shared_ptr<Invocation>& invocation) const;
+
+  /// The words that may stand behind `before`, as far as they are known, and begin with `begun`.
+  static Words Complete(Words before, const std::string& begun);
+  static Words Split(const std::string& line);
+
+ private:
+  struct Call;
+  struct Word;
+  static const Word WORDS[];
+
+  static const Word* Find(const std::string& name);
+  static Words Following(Words before);
+  static void Unknown(Call& call);
+
+  void Run(Call& call) const;
+  void Help(Call& call) const;
+  void Quit(Call& call) const;
+  void Vrf(Call& call) const;
+  void Reload(Call& call) const;
+  void Ip(Call& call) const;
+  void Rtm(Call& call) const;
+  void Show(Call& call) const;
+
+  std::function<void()> m_reload;
+};
+
+}  // namespace host
+
+#endif

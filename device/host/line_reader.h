@@ -1,0 +1,38 @@
+// Lines from a descriptor, whatever it is, without ever waiting for it.
+#ifndef DEVICE_HOST_LINE_READER_H
+#define DEVICE_HOST_LINE_READER_H
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "loop_handles.h"
+
+namespace host {
+
+class LineReader {
+ public:
+  /// The descriptor is the caller's. Pipes and sockets are watched; files, which are always ready, are
+  /// read when a line is wanted.
+  LineReader(uv_loop_s* loop, int fd);
+
+  /// Hands over the next line without its end, or nothing at the end of the input or on an error, at
+  /// once or later. A line is cut after some thousand characters. One call at a time.
+  void Next(std::function<void(const std::optional<std::string>& line)> callback);
+
+ private:
+  bool TakeLine(std::string& line);
+  bool Read();
+  void Look();
+
+  int m_fd;
+  LoopPoll m_poll;
+  std::function<void(const std::optional<std::string>&)> m_callback;
+  std::string m_buffer;
+  bool m_isSkipping = false;  // the rest of a line that was too long
+  bool m_isAtEnd = false;
+};
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,53 @@
+// Brings the configuration folder into force, at start-up and again whenever it is asked to.
+#ifndef DEVICE_HOST_LOADER_H
+#define DEVICE_HOST_LOADER_H
+
+#include <map>
+#include <set>
+#include <string>
+
+#include "config_folder.h"
+#include "device_state.h"
+#include "report.h"
+#include "route_feeder.h"
+#include "settle.h"
+
+namespace host {
+
+/// The order is that of start-up: interfaces, the VLAN document, remote documents, routes. One thing
+/// comes before all that: a route of a VLAN that is about to go has to be removed while the VLAN is
+/// still there, since requests for a VLAN that is gone wait until it comes back. So such routes are
+/// removed first, and the rest follows when their answers are in.
+class Loader {
+ public:
+  /// Everything is borrowed.
+  Loader(ConfigFolder& folder, DeviceState& device, Settle& answers, Report report);
+
+  /// Applies the folder as it has been read, before anything else is there.
+  void Start() { Apply(); }
+  /// Reads the folder again and applies it. A reload that is asked for while another waits for answers
+  /// happens afterwards.
+  void Reload();
+  bool IsBusy() const { return m_isWaiting; }
+  const RouteFeeder& GetRoutes() const { return m_feeder; }
+
+ private:
+  std::set<unsigned short> FindLeavingVlans() const;
+  void Apply();
+  void ApplyDocuments();
+  void ApplyRoutes();
+
+  ConfigFolder& m_folder;
+  DeviceState& m_device;
+  Settle& m_answers;
+  const Report m_report;
+  RouteFeeder m_feeder;
+  std::map<std::string, Tarsel::DclConfigObject::OptionType> m_applied;
+  std::set<RouteKey> m_waitingRoutes;
+  bool m_isWaiting = false;
+  bool m_isAskedAgain = false;
+};
+
+}  // namespace host
+
+#endif

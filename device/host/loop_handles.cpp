@@ -1,0 +1,123 @@
+// libuv closes a handle some turns after it is asked to, so each lives on the heap and is freed then.
+// A callback is copied before it is called: it may replace or destroy its own holder.
+#include "loop_handles.h"
+
+#include <fcntl.h>
+#include <uv.h>
+
+#include <exception>
+
+#include "tarsel/trace.h"
+
+namespace host {
+
+namespace {
+
+// An exception that nobody took must not end the device's routing.
+template <class... Arguments>
+void Guard(const std::function<void(Arguments...)> callback, Arguments... arguments) {
+  try {
+    if (callback) {
+      callback(arguments...);
+    }
+  } catch (const std::exception& problem) {
+    Tarsel::TRACE(0, "An event was not handled: %s\n", problem.what());
+  }
+}
+
+template <class Handle>
+void Close(Handle* handle) {
+  uv_close(reinterpret_cast<uv_handle_t*>(&handle->uv),
+           [](uv_handle_t* closed) { delete static_cast<Handle*>(closed->data); });
+}
+
+}  // namespace
+
+struct LoopTimer::Handle {
+  uv_timer_t uv;
+  std::function<void()> callback;
+};
+
+LoopTimer::LoopTimer(uv_loop_s* loop) : m_handle(new Handle) {
+  uv_timer_init(loop, &m_handle->uv);
+  m_handle->uv.data = m_handle;
+}
+
+LoopTimer::~LoopTimer() {
+  m_handle->callback = nullptr;
+  Close(m_handle);
+}
+
+void LoopTimer::Start(std::uint64_t milliseconds, std::function<void()> callback) {
+  m_handle->callback = std::move(callback);
+  uv_timer_start(
+      &m_handle->uv, [](uv_timer_t* timer) { Guard(static_cast<Handle*>(timer->data)->callback); },
+      milliseconds, 0);
+}
+
+void LoopTimer::Stop() { uv_timer_stop(&m_handle->uv); }
+
+struct LoopPoll::Handle {
+  uv_poll_t uv;
+  std::function<void(int)> callback;
+};
+
+LoopPoll::LoopPoll(uv_loop_s* loop, int fd) : m_handle(new Handle) {
+  // libuv makes the descriptor non-blocking, and with it whoever shares it: a terminal's input is
+  // usually its output too.
+  const int flags = fcntl(fd, F_GETFL);
+  const int problem = uv_poll_init(loop, &m_handle->uv, fd);
+  if (flags != -1) {
+    fcntl(fd, F_SETFL, flags);
+  }
+  if (problem != 0) {
+    delete m_handle;
+    m_handle = nullptr;
+    return;
+  }
+  m_handle->uv.data = m_handle;
+}
+
+LoopPoll::~LoopPoll() {
+  if (m_handle) {
+    m_handle->callback = nullptr;
+    Close(m_handle);
+  }
+}
+
+void LoopPoll::Start(int events, std::function<void(int)> callback) {
+  if (!m_handle) {
+    return;
+  }
+  m_handle->callback = std::move(callback);
+  if (events == 0) {
+    uv_poll_stop(&m_handle->uv);
+    return;
+  }
+  uv_poll_start(&m_handle->uv, events, [](uv_poll_t* poll, int status, int come) {
+    Guard(static_cast<Handle*>(poll->data)->callback, status < 0 ? status : come);
+  });
+}
+
+struct LoopSignal::Handle {
+  uv_signal_t uv;
+  std::function<void()> callback;
+};
+
+LoopSignal::LoopSignal(uv_loop_s* loop, int number, std::function<void()> callback)
+    : m_handle(new Handle) {
+  m_handle->callback = std::move(callback);
+  uv_signal_init(loop, &m_handle->uv);
+  m_handle->uv.data = m_handle;
+  uv_signal_start(
+      &m_handle->uv,
+      [](uv_signal_t* signal, int) { Guard(static_cast<Handle*>(signal->data)->callback); },
+      number);
+}
+
+LoopSignal::~LoopSignal() {
+  m_handle->callback = nullptr;
+  Close(m_handle);
+}
+
+}  // namespace host

@@ -1,0 +1,20 @@
+// vantacored: the library and the software device as one process.
+#include <cstdio>
+#include <exception>
+
+#include "command_line.h"
+#include "daemon.h"
+
+int main(int argc, char** argv) {
+  try {
+    host::CommandLine line;
+    if (const auto ending = host::ParseCommandLine(argc, argv, line)) {
+      std::fputs(ending->text.c_str(), ending->isError ? stderr : stdout);
+      return ending->isError ? 2 : 0;
+    }
+    return host::Daemon(line).Run();
+  } catch (const std::exception& problem) {
+    std::fprintf(stderr, "vantacored: %s\n", problem.what());
+    return host::EXIT_FAILED;
+  }
+}

@@ -1,0 +1,56 @@
+#include "session.h"
+
+#include "tarsel/trace.h"
+
+namespace host {
+
+namespace {
+
+constexpr unsigned SETTLE_LIMIT_MILLISECONDS = 5000;
+
+}  // namespace
+
+Session::Session(const SessionContext& context, unsigned short vlan)
+    : m_context(context), m_vlan(vlan), m_wake(context.loop) {}
+
+Session::~Session() { Detach(); }
+
+void Session::Detach() {
+  if (m_invocation) {
+    m_invocation->write = nullptr;
+    m_invocation->over = nullptr;
+  }
+}
+
+// A command ends deep inside the library or the stack, so the session goes on from the loop.
+void Session::Execute(const std::string& line) {
+  Detach();
+  m_invocation = std::make_shared<Invocation>();
+  m_invocation->write = [this](const std::string& text) { Write(text); };
+  m_invocation->over = [this] { m_wake.Start(0, [this] { Over(); }); };
+  m_reply = m_context.dispatcher.Execute(line, m_vlan, m_invocation);
+}
+
+void Session::Over() {
+  Flush();
+  m_hadUnknownWord |= m_reply.isUnknown;
+  if (m_reply.isQuit) {
+    Leave(m_hadUnknownWord ? EXIT_UNKNOWN_WORD : EXIT_DONE);
+  } else if (m_reply.hasChanged) {
+    SettleThenReady();
+  } else {
+    Ready();
+  }
+}
+
+void Session::SettleThenReady() {
+  m_context.settle.Wait(SETTLE_LIMIT_MILLISECONDS, [this](bool settled) {
+    if (!settled) {
+      Tarsel::TRACE("Requests are still under way after %u s; going on\n",
+                    SETTLE_LIMIT_MILLISECONDS / 1000);
+    }
+    Ready();
+  });
+}
+
+}  // namespace host

@@ -1,0 +1,68 @@
+// One operator at a console.
+#ifndef DEVICE_HOST_SESSION_H
+#define DEVICE_HOST_SESSION_H
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "dispatcher.h"
+#include "loop_handles.h"
+#include "settle.h"
+
+namespace host {
+
+constexpr int EXIT_DONE = 0;
+constexpr int EXIT_FAILED = 1;
+constexpr int EXIT_UNKNOWN_WORD = 2;
+
+/// What every session needs; borrowed.
+struct SessionContext {
+  uv_loop_s* loop;
+  const Dispatcher& dispatcher;
+  Settle& settle;
+  /// The session is over, with this exit status for the process.
+  std::function<void(int status)> leave;
+};
+
+/// Takes one line at a time: the next one when the command is over, its output is written and, if it
+/// changed something, things have settled.
+class Session {
+ public:
+  Session(const SessionContext& context, unsigned short vlan);
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  /// A walk that is still going on loses its output.
+  virtual ~Session();
+
+  virtual void Start() = 0;
+
+ protected:
+  virtual void Write(const std::string& text) = 0;
+  /// The output so far is complete.
+  virtual void Flush() = 0;
+  /// The next line may come.
+  virtual void Ready() = 0;
+
+  void Execute(const std::string& line);
+  void SettleThenReady();
+  void Leave(int status) { m_context.leave(status); }
+  uv_loop_s* GetLoop() const { return m_context.loop; }
+  unsigned short GetVlan() const { return m_vlan; }
+  bool HadUnknownWord() const { return m_hadUnknownWord; }
+
+ private:
+  void Over();
+  void Detach();
+
+  const SessionContext m_context;
+  unsigned short m_vlan;
+  LoopTimer m_wake;
+  std::shared_ptr<Invocation> m_invocation;
+  Reply m_reply;
+  bool m_hadUnknownWord = false;
+};
+
+}  // namespace host
+
+#endif
