@@ -17,7 +17,7 @@ void LinkRing(CfgNode* node, CfgNode* before) {
 // 0 is the mark of a bucket that is not quiet.
 std::uint64_t CfgBucket::s_newItems = 1;
 
-CfgBucket::CfgBucket() : m_front(nullptr), m_back(nullptr), m_quietSince(0) {}
+CfgBucket::CfgBucket() : m_front(nullptr), m_back(nullptr), m_quietFrom(0), m_quietSince(0) {}
 
 CfgBucket::~CfgBucket() {
   while (m_front != nullptr) {

@@ -57,10 +57,12 @@ class CfgBucket {
   /// Unlinks and deletes the node.
   void Unlink(CfgNode* node);
 
-  /// A pass over the bucket need not be repeated when it left no New item behind and none has come
-  /// since. StartPass assumes so; a New item that stays, or comes, must be reported with Disturb.
-  void StartPass() { m_quietSince = s_newItems; }
-  void Disturb() { m_quietSince = 0; }
+  /// A pass over the bucket need not be repeated when the last one left no New item behind and none
+  /// has come since. A New item that stays, or comes, is reported with Disturb, also between the
+  /// start and the end of a pass.
+  void StartPass() { m_quietFrom = s_newItems; }
+  void EndPass() { m_quietSince = m_quietFrom; }
+  void Disturb() { m_quietFrom = m_quietSince = 0; }
   bool IsQuiet() const { return m_quietSince == s_newItems; }
 
   /// Some item, in whatever bucket and by whomever, has been made New again.
@@ -73,8 +75,9 @@ class CfgBucket {
 
   CfgNode* m_front;
   CfgNode* m_back;
-  OidTable<CfgNode> m_rows;  // the first item of each row
-  std::uint64_t m_quietSince;
+  OidTable<CfgNode> m_rows;    // the first item of each row
+  std::uint64_t m_quietFrom;   // what m_quietSince becomes when the pass ends undisturbed
+  std::uint64_t m_quietSince;  // the count of new items at the last such pass
 };
 
 }  // namespace Tarsel

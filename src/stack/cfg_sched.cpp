@@ -214,8 +214,8 @@ bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
   bucket->StartPass();
   ExamineItems(walk, examined);
   const bool goOn = examined < EXAMINED_PER_PASS;
-  if (!goOn && walk.bucket != nullptr) {
-    bucket->Disturb();
+  if (walk.bucket != nullptr && goOn) {
+    bucket->EndPass();
   }
   m_walk = walk.outer;
   return goOn;
