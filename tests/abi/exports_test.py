@@ -1,6 +1,6 @@
 """Checks what the built library exports and what it asks others for.
 
-exports_test.py NM READELF HEADERS LIBRARY DEVICE_LIBRARY...
+exports_test.py COMPILER NM READELF HEADERS LIBRARY DEVICE_LIBRARY...
 """
 
 import glob
@@ -10,8 +10,8 @@ import subprocess
 import sys
 import unittest
 
-NM, READELF, HEADERS, LIBRARY = sys.argv[1:5]
-DEVICE_LIBRARIES = sys.argv[5:]
+COMPILER, NM, READELF, HEADERS, LIBRARY = sys.argv[1:6]
+DEVICE_LIBRARIES = sys.argv[6:]
 
 CALLBACKS = set('''
     cRescheduleNBase cIsNBaseRescheduled cIsIpv6Instance cGetIp4Instance cGetIp6Instance
@@ -33,9 +33,9 @@ NEEDED = re.compile(r'(libjsoncpp|libstdc\+\+|libm|libgcc_s|libc|ld-linux[\w-]*|
                     r'\.so[.\d]*$')
 
 
-def symbols(library, which, demangle=True):
+def symbols(library, which):
     """The dynamic symbols of a library as {name: nm's letter}."""
-    command = [NM, '--dynamic', which, library] + (['--demangle'] if demangle else [])
+    command = [NM, '--dynamic', '--demangle', which, library]
     output = subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout.decode()
     found = {}
     for line in output.splitlines():
@@ -52,6 +52,17 @@ def dynamic_section(tag):
     output = subprocess.run([READELF, '--dynamic', '--wide', LIBRARY], check=True,
                             stdout=subprocess.PIPE).stdout.decode()
     return re.findall(r'\(%s\).*\[(.*)\]' % tag, output)
+
+
+def interceptors():
+    """In a sanitizer build: the functions of the run-time library that the sanitizer stands in for."""
+    found = set()
+    for library in dynamic_section('NEEDED'):
+        if library.startswith('libasan.'):
+            path = subprocess.run([COMPILER, '-print-file-name=' + library], check=True,
+                                  stdout=subprocess.PIPE).stdout.decode().strip()
+            found |= {without_version(name) for name in symbols(path, '--defined-only')}
+    return found
 
 
 def header_text():
@@ -116,11 +127,12 @@ class Imports(unittest.TestCase):
         cls.device = set()
         for library in DEVICE_LIBRARIES:
             cls.device |= {without_version(name) for name in symbols(library, '--defined-only')}
+        cls.interceptors = interceptors()
 
     def is_known(self, name):
         if RUNTIME_VERSION.search(name) or RUNTIME_UNVERSIONED.match(name):
             return True
-        if JSONCPP.match(name) or SANITIZER.match(name):
+        if JSONCPP.match(name) or SANITIZER.match(name) or name in self.interceptors:
             return True
         return bool(IN_NAMESPACE.match(name) or STACK_FUNCTION.match(name)) and name in self.device
 
