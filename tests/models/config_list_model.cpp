@@ -141,15 +141,14 @@ int Model::Find(const Object& parsed) {
   return answer;
 }
 
-bool Model::Claim(Object* object) {
+void Model::Claim(Object* object) {
   const auto found = std::find(m_unclaimed.begin(), m_unclaimed.end(), object);
   if (found == m_unclaimed.end()) {
     m_outcome.assertions.push_back("res == 1|dcl_config_object");
     ++m_counts.of["an object is claimed twice"];
-    return false;
+    return;
   }
   m_unclaimed.erase(found);
-  return true;
 }
 
 // ---- committing
@@ -311,7 +310,6 @@ void Model::Drop() { m_outcome.events.push_back({Event::DROPPED, 0}); }
 void Model::DeleteAt(std::size_t position) {
   Object* object = m_objects[position];
   m_objects.erase(m_objects.begin() + static_cast<std::ptrdiff_t>(position));
-  // A parse that is under way elsewhere would still know it; nothing parses and clears at once.
   if (object != nullptr) {
     Note(Event::DELETED, *object);
     delete object;
@@ -323,9 +321,8 @@ void Model::Dump(const Object& object) {
   const int status = object.concrete.destroyed ? 6 : object.inMib ? 1 : 4;
   char line[256];
   std::snprintf(line, sizeof line,
-                "5:%s:: ActionReq: %d InMib: %d  Vlan: %u   ID: %u RowStatus %c\n",
-                m_label.c_str(), object.actionReq, object.inMib, object.vlan, object.id,
-                letters[status]);
+                "5:%s:: ActionReq: %d InMib: %d  Vlan: %u   ID: %u RowStatus %c\n", m_label.c_str(),
+                object.actionReq, object.inMib, object.vlan, object.id, letters[status]);
   m_outcome.traces.push_back(line);
 }
 

@@ -23,6 +23,9 @@ class Model {
   using AddressOf = std::function<std::uintptr_t(unsigned int serial)>;
 
   Model(const std::string& label, AddressOf addressOf);
+  Model(const Model&) = delete;
+  Model& operator=(const Model&) = delete;
+  ~Model() { Clear(); }
 
   void SetRouterVlan(unsigned int vlan) { m_routerVlan = vlan; }
 
@@ -64,7 +67,7 @@ class Model {
 
   bool ParseObjectFromOption(Object& object, const Group& group, const std::string& name, int type);
   int Find(const Object& parsed);
-  bool Claim(Object* object);
+  void Claim(Object* object);
   void Drop();
   void DeleteAt(std::size_t position);
   void Dump(const Object& object);

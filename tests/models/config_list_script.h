@@ -65,9 +65,11 @@ inline CommitEffect Commit(const Concrete& mine) {
   CommitEffect effect;
   effect.clearsActionReq = dice % 5 != 0;
   effect.inMib = !mine.destroyed;
-  effect.finished = mine.destroyed ? (dice >> 4) % 4 != 0 : (dice >> 4) % 16 == 0;
-  if ((dice >> 8) % 4 == 0 && mine.serial > 1) {
-    effect.wakes = 1 + (dice >> 12) % mine.serial;
+  effect.finished = mine.destroyed ? (dice >> 4) % 4 != 0 : (dice >> 4) % 6 == 0;
+  // Objects that were made shortly before are the likeliest to be in the list still.
+  const unsigned int back = 1 + (dice >> 12) % 12;
+  if ((dice >> 8) % 2 == 0 && mine.serial > back) {
+    effect.wakes = mine.serial - back;
   }
   return effect;
 }
