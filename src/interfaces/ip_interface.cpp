@@ -26,7 +26,7 @@ IpInterface::IpInterface(const Key& key_, const char* name_, DcInterfaceMgr::Int
       name(name_),
       type(type_),
       status(STATUS_DOWN),
-      // A set of a hash function asks for a bucket count as well: the container's own.
-      prefixes(PrefixSet().bucket_count(), &IpInterface::Ip6PrefixHash) {}
+      // At least 0 buckets: as many as the container starts with by itself.
+      prefixes(0, &IpInterface::Ip6PrefixHash) {}
 
 }  // namespace Tarsel
