@@ -16,18 +16,3 @@ target_link_libraries(vantacore_system INTERFACE
   vantacore protocol_routers routing_stack tarsel_base PkgConfig::JSONCPP)
 # Some distributions drop libraries that the executable itself does not refer to.
 target_link_options(vantacore_system INTERFACE -Wl,--no-as-needed)
-
-# TEMPORARY, until every folder has its sources: gives a target without sources an empty one.
-function(vantacore_allow_empty target)
-  get_target_property(sources ${target} SOURCES)
-  if(NOT sources)
-    set(file ${PROJECT_BINARY_DIR}/placeholder-${target}.cpp)
-    get_target_property(type ${target} TYPE)
-    if(type STREQUAL "EXECUTABLE")
-      file(WRITE ${file} "int main() { return 1; }\n")
-    else()
-      file(WRITE ${file} "")
-    endif()
-    target_sources(${target} PRIVATE ${file})
-  endif()
-endfunction()
