@@ -1,0 +1,43 @@
+#include "tests/unit/manager/console_session.h"
+
+#include "vantacore/dc_console_command.h"
+
+namespace console_session {
+
+using Tarsel::DcConsoleCommand;
+using Tarsel::DcRouterMgr;
+
+Execution Execute(Tarsel::DcRouterCmdHandler::Handler handler, std::vector<std::string> words,
+                  unsigned short vlan) {
+  std::vector<char*> argv;
+  for (std::string& word : words) {
+    argv.push_back(word.data());
+  }
+  argv.push_back(nullptr);
+
+  Execution run;
+  run.log = test_support::NewConsoleLog(vlan);
+  run.console = new test_support::RecordingConsole(run.log);
+  handler(nullptr, run.console, static_cast<int>(words.size()), argv.data());
+  if (run.log->destroyed) {
+    run.owner = Owner::kGone;
+  } else if (DcConsoleCommand::Owns(run.console)) {
+    run.owner = Owner::kCommand;
+  } else {
+    run.owner = Owner::kCaller;
+    delete run.console;
+  }
+  return run;
+}
+
+Execution Ip(std::vector<std::string> words, unsigned short vlan) {
+  const auto& handlers = DcRouterMgr::GetInstance()->GetIp4ConCmdHandlers();
+  return Execute(handlers.find(words[0].c_str())->second.handler, words, vlan);
+}
+
+Execution Ip6(std::vector<std::string> words, unsigned short vlan) {
+  const auto& handlers = DcRouterMgr::GetInstance()->GetIp6ConCmdHandlers();
+  return Execute(handlers.find(words[0].c_str())->second.handler, words, vlan);
+}
+
+}  // namespace console_session
