@@ -2,6 +2,7 @@
 
 #include <uv.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "device/base/timer_loop.h"
@@ -37,20 +38,24 @@ Settle::Settle(uv_loop_s* loop, routing_stack::RoutingStack& stack, std::functio
 
 void Settle::Wait(std::uint64_t limitMilliseconds, std::function<void(bool)> done) {
   m_done = std::move(done);
-  m_begin = m_quietSince = NowMilliseconds();
+  m_begin = m_lastLook = NowMilliseconds();
   m_limit = limitMilliseconds;
+  m_quiet = 0;
   m_requests = CountRequests();
   m_timer.Start(LOOK_MILLISECONDS, [this] { Look(); });
 }
 
+// Time in which the loop was kept from turning is not quiet: nobody had a chance to ask.
 void Settle::Look() {
   const std::uint64_t now = NowMilliseconds();
   const std::uint64_t requests = CountRequests();
+  m_quiet += std::min(now - m_lastLook, 2 * LOOK_MILLISECONDS);
+  m_lastLook = now;
   if (requests != m_requests || !m_stack.IsIdle() || (m_isBusy && m_isBusy())) {
-    m_quietSince = now;
+    m_quiet = 0;
     m_requests = requests;
   }
-  const bool settled = now - m_quietSince >= QuietMilliseconds();
+  const bool settled = m_quiet >= QuietMilliseconds();
   if (settled || (m_limit != 0 && now - m_begin >= m_limit)) {
     std::exchange(m_done, {})(settled);
   } else {

@@ -34,7 +34,8 @@ class Settle {
   std::function<void(bool)> m_done;
   std::uint64_t m_begin = 0;
   std::uint64_t m_limit = 0;
-  std::uint64_t m_quietSince = 0;
+  std::uint64_t m_lastLook = 0;
+  std::uint64_t m_quiet = 0;
   std::uint64_t m_requests = 0;
 };
 

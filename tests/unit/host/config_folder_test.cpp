@@ -1,0 +1,123 @@
+#include "device/host/config_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "reported_lines.h"
+#include "tests/support/scratch_folder.h"
+
+namespace {
+
+using Tarsel::DclConfigObject;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ConfigFolder : public testing::Test {
+ protected:
+  ConfigFolder() {
+    files.Write("device.json", "{\"default_vlan\": 10}");
+    files.Write("vlans.json", Vlan(10));
+  }
+
+  static std::string Vlan(int vid, const std::string& members = "") {
+    return "{\"VLAN_CONFIGURATIONS\": {\"v\": {\"vid\": " + std::to_string(vid) +
+           (members.empty() ? "" : ", ") + members + "}}}";
+  }
+  static std::string Route(const std::string& metric) {
+    return R"("STATIC_ROUTES": {"r": {"network": "10.9.0.0", "netmask": "255.255.0.0",
+              "gateway": "10.1.2.1", "metric": ")" +
+           metric + "\"}}";
+  }
+  std::vector<std::string> Names() const {
+    std::vector<std::string> names;
+    for (const auto& file : folder.GetFiles()) {
+      names.push_back(file->name);
+    }
+    return names;
+  }
+
+  test_support::ScratchFolder files;
+  ReportedLines reported;
+  host::ConfigFolder folder{files.Path(), reported.report};
+};
+
+TEST_F(ConfigFolder, ReadsTheVlanDocumentFirstAndRemotesByName) {
+  files.Write("remote/b.json", Vlan(11));
+  files.Write("remote/a.json", Vlan(12));
+  files.Write("remote/notes.txt", "no document");
+  files.Write("remote/.hidden.json", "no document");
+  folder.Read();
+  EXPECT_THAT(reported.lines, IsEmpty());
+  EXPECT_THAT(Names(), ElementsAre("vlans.json", "remote/a.json", "remote/b.json"));
+  EXPECT_EQ(folder.GetFiles()[0]->type, DclConfigObject::VLAN_OPTIONS);
+  EXPECT_EQ(folder.GetFiles()[1]->type, DclConfigObject::REMOTE_OPTIONS);
+  EXPECT_THAT(folder.GetFiles()[1]->vlans, ElementsAre(12));
+  EXPECT_EQ(folder.GetDevice().defaultVlan, 10);
+}
+
+TEST_F(ConfigFolder, NeedsNoRemotes) {
+  folder.Read();
+  EXPECT_THAT(Names(), ElementsAre("vlans.json"));
+}
+
+TEST_F(ConfigFolder, ReportsMissingDocuments) {
+  files.Remove("device.json");
+  files.Remove("vlans.json");
+  folder.Read();
+  EXPECT_THAT(reported.lines, ElementsAre("device.json: cannot be read: No such file or directory",
+                                          "vlans.json: cannot be read: No such file or directory"));
+  EXPECT_THAT(Names(), IsEmpty());
+  EXPECT_EQ(folder.GetDevice().defaultVlan, 1);
+}
+
+TEST_F(ConfigFolder, KeepsWhatItReadFromAFileThatIsBrokenNow) {
+  files.Write("remote/a.json", Vlan(10));
+  folder.Read();
+  files.Write("device.json", "{");
+  files.Write("vlans.json", "{\"VLAN_CONFIGURATIONS\": 5}");
+  files.Write("remote/a.json", "x");
+  folder.Read();
+  EXPECT_EQ(reported.lines.size(), 3u);
+  EXPECT_THAT(Names(), ElementsAre("vlans.json", "remote/a.json"));
+  EXPECT_THAT(folder.GetFiles()[0]->vlans, ElementsAre(10));
+  EXPECT_EQ(folder.GetDevice().defaultVlan, 10);
+}
+
+TEST_F(ConfigFolder, DropsARemoteThatHasGone) {
+  files.Write("remote/a.json", Vlan(10));
+  folder.Read();
+  files.Remove("remote/a.json");
+  folder.Read();
+  EXPECT_THAT(Names(), ElementsAre("vlans.json"));
+  EXPECT_THAT(reported.lines, IsEmpty());
+}
+
+TEST_F(ConfigFolder, KeepsTheRemotesWhenTheyCannotBeListed) {
+  files.Write("remote/a.json", Vlan(10));
+  folder.Read();
+  files.Remove("remote");
+  files.Write("remote", "a file");
+  folder.Read();
+  EXPECT_THAT(Names(), ElementsAre("vlans.json", "remote/a.json"));
+  EXPECT_THAT(reported.lines, ElementsAre("remote: cannot be listed: Not a directory",
+                                          "remote/a.json: cannot be read: Not a directory"));
+}
+
+TEST_F(ConfigFolder, CollectsTheRoutesOfAllFiles) {
+  files.Write("vlans.json", Vlan(10, Route("1")));
+  files.Write("remote/a.json", Vlan(10, Route("1")));
+  files.Write("remote/b.json", Vlan(10, Route("2")));
+  files.Write("remote/c.json", Vlan(11, Route("2")));
+  folder.Read();
+  EXPECT_THAT(reported.lines, IsEmpty());
+  const host::RouteSet routes = folder.CollectRoutes();
+  EXPECT_EQ(routes.size(), 2u);
+  EXPECT_EQ(routes.begin()->second.metric, 2u);
+  EXPECT_THAT(reported.lines,
+              ElementsAre("remote/b.json: VLAN 10: STATIC_ROUTES.r: the same route has metric 2 at "
+                          "vlans.json: VLAN 10: STATIC_ROUTES.r, which stays"));
+}
+
+}  // namespace

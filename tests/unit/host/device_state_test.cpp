@@ -1,0 +1,153 @@
+#include "device/host/device_state.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "reported_lines.h"
+#include "tests/support/device_fixture.h"
+#include "vantacore/dc_interface_mgr.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class DeviceState : public test_support::DeviceFixture {
+ protected:
+  void SetUp() override {
+    Start(10);
+    Reload("{\"VLAN_CONFIGURATIONS\": {\"v\": {\"vid\": 10}}}", "vlans.json");
+    ASSERT_TRUE(Settle());
+    TakeCalls();
+    traces.Take();
+  }
+
+  // Applies a document whose interfaces are these, and lets the stack answer.
+  void Apply(const std::string& interfaces, const std::string& primaries = "") {
+    state.Apply(host::ReadDeviceDocument(
+        ParsedJson("{\"default_vlan\": 10, \"interfaces\": [" + interfaces +
+                   "], \"primary_interfaces\": {" + primaries + "}}"),
+        "device.json", reported.report));
+    ASSERT_THAT(reported.lines, IsEmpty());
+    ASSERT_TRUE(Settle());
+  }
+  static std::string Eth0(const std::string& members = "") {
+    return "{\"name\": \"eth0\", \"vlan\": 10, \"index\": 3" +
+           std::string(members.empty() ? "" : ", ") + members + "}";
+  }
+
+  host::DeviceState state;
+  ReportedLines reported;
+};
+
+TEST_F(DeviceState, AddsInterfacesWithTheirAddresses) {
+  Apply(
+      Eth0("\"flags\": [\"broadcast\"], \"mtu\": 9000, \"ipv4\": \"10.1.0.1/16\", \"ipv6\": "
+           "[\"2001:db8::1/64\"]"));
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(4, 1, 10, 3, \"eth0\", 0, 8, 9000)",
+                                       "sms_act_interface(4, 1, 32778, 3, \"eth0\", 0, 8, 9000)",
+                                       "sms_act_ipaddr(1, 10, 1, 3, 10.1.0.1, 16)",
+                                       "sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::1, 64)"));
+  EXPECT_TRUE(traces.Contains("10:Updating Interface Status of Interface 3\n"));
+  EXPECT_TRUE(traces.Contains("10:Updating IP Address Change to Interface 3\n"));
+}
+
+TEST_F(DeviceState, AddsInterfacesThatAreDown) {
+  Apply(Eth0("\"up\": false"));
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(4, 2, 10, 3, \"eth0\", 0, 0, 1500)",
+                                       "sms_act_interface(4, 2, 32778, 3, \"eth0\", 0, 0, 1500)"));
+  EXPECT_FALSE(state.IsInterfaceUp(10, 3));
+}
+
+TEST_F(DeviceState, MentionsNothingTwice) {
+  const std::string eth0 = Eth0("\"ipv4\": \"10.1.0.1/16\", \"ipv6\": [\"2001:db8::1/64\"]");
+  Apply(eth0, "\"10\": \"eth0\"");
+  TakeCalls();
+  traces.Take();
+  Apply(eth0, "\"10\": \"eth0\"");
+  EXPECT_THAT(TakeCalls(), IsEmpty());
+  EXPECT_FALSE(traces.Contains("Updating"));
+}
+
+TEST_F(DeviceState, TakesAnInterfaceDownAndUp) {
+  Apply(Eth0());
+  TakeCalls();
+  traces.Take();
+  Apply(Eth0("\"up\": false"));
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(1, 2, 10, 3, \"eth0\", 0, 0, 0)",
+                                       "sms_act_interface(1, 2, 32778, 3, \"eth0\", 0, 0, 0)"));
+  EXPECT_TRUE(traces.Contains("10:Updating Interface Status of Interface 3\n"));
+  EXPECT_FALSE(state.IsInterfaceUp(10, 3));
+  Apply(Eth0());
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(1, 1, 10, 3, \"eth0\", 0, 0, 0)",
+                                       "sms_act_interface(1, 1, 32778, 3, \"eth0\", 0, 0, 0)"));
+  EXPECT_TRUE(state.IsInterfaceUp(10, 3));
+}
+
+TEST_F(DeviceState, SendsTheWholeRowWhenMtuOrFlagsChange) {
+  Apply(Eth0());
+  TakeCalls();
+  Apply(Eth0("\"mtu\": 9000, \"up\": false"));
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(4, 2, 10, 3, \"eth0\", 0, 0, 9000)",
+                                       "sms_act_interface(4, 2, 32778, 3, \"eth0\", 0, 0, 9000)"));
+}
+
+TEST_F(DeviceState, ChangesAddresses) {
+  Apply(Eth0("\"ipv4\": \"10.1.0.1/16\", \"ipv6\": [\"2001:db8::1/64\", \"2001:db8::2/64\"]"));
+  TakeCalls();
+  Apply(Eth0("\"ipv4\": \"10.1.0.2/16\", \"ipv6\": [\"2001:db8::2/64\", \"2001:db8::3/64\"]"));
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 10, 1, 3, 10.1.0.1, 16)",
+                                       "sms_act_ipaddr(1, 10, 1, 3, 10.1.0.2, 16)",
+                                       "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::1, 64)",
+                                       "sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::3, 64)"));
+  Apply(Eth0());
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 10, 1, 3, 10.1.0.2, 16)",
+                                       "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::2, 64)",
+                                       "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::3, 64)"));
+}
+
+TEST_F(DeviceState, RemovesAnInterfaceWithItsAddresses) {
+  Apply(Eth0("\"ipv4\": \"10.1.0.1/16\", \"ipv6\": [\"2001:db8::1/64\"]"));
+  TakeCalls();
+  Apply("");
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::1, 64)",
+                                       "sms_act_ipaddr(6, 10, 1, 3, 10.1.0.1, 16)",
+                                       "sms_act_interface(6, 2, 10, 3, \"eth0\", 0, 0, 0)",
+                                       "sms_act_interface(6, 2, 32778, 3, \"eth0\", 0, 0, 0)"));
+  EXPECT_FALSE(state.IndexOf(10, "eth0"));
+}
+
+TEST_F(DeviceState, GivesAnInterfaceANewName) {
+  Apply(Eth0());
+  Apply("{\"name\": \"wan\", \"vlan\": 10, \"index\": 3}");
+  EXPECT_STREQ(Tarsel::DcInterfaceMgr::GetInstance()->GetIfName(10, 3), "wan");
+  EXPECT_EQ(state.IndexOf(10, "wan"), 3u);
+  EXPECT_FALSE(state.IndexOf(10, "eth0"));
+}
+
+TEST_F(DeviceState, SetsPrimaries) {
+  Apply(Eth0(), "\"10\": \"eth0\"");
+  EXPECT_STREQ(Tarsel::DcInterfaceMgr::GetInstance()->GetPrimaryInterface(10), "eth0");
+}
+
+TEST_F(DeviceState, FindsAnInterfaceOnItsOwnVlanOnly) {
+  Apply(Eth0() + ", {\"name\": \"eth0\", \"vlan\": 20, \"index\": 7}");
+  EXPECT_EQ(state.IndexOf(10, "eth0"), 3u);
+  EXPECT_EQ(state.IndexOf(20, "eth0"), 7u);
+  EXPECT_FALSE(state.IndexOf(11, "eth0"));
+  EXPECT_TRUE(state.IsInterfaceUp(20, 7));
+  EXPECT_FALSE(state.IsInterfaceUp(20, 3));
+}
+
+TEST_F(DeviceState, AnnouncesWhatANewVlansRoutersMissed) {
+  Apply(Eth0("\"ipv4\": \"10.1.0.1/16\"") + ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4}");
+  traces.Take();
+  state.AnnounceTo(10);
+  EXPECT_THAT(traces.Take(), ElementsAre("10:Updating Interface Status of Interface 3\n",
+                                         "10:Updating IP Address Change to Interface 3\n"));
+}
+
+}  // namespace

@@ -1,0 +1,222 @@
+#include "device/host/dispatcher.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/device_fixture.h"
+#include "vantacore/dc_console_command.h"
+
+namespace {
+
+using host::Invocation;
+using host::Reply;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class Dispatcher : public test_support::DeviceFixture {
+ protected:
+  void SetUp() override {
+    Start(10);
+    Reload(R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "RIPV2": {"enabled": true}},
+                                       "b": {"vid": 20}}})",
+           "vlans.json");
+    ASSERT_TRUE(Settle());
+  }
+
+  Reply Execute(const std::string& line) {
+    output.clear();
+    overs = 0;
+    invocation = std::make_shared<Invocation>();
+    invocation->write = [this](const std::string& text) { output += text; };
+    invocation->over = [this] { ++overs; };
+    return dispatcher.Execute(line, vlan, invocation);
+  }
+  // A console is the only other holder of its invocation.
+  bool ConsoleIsGone() const { return invocation.use_count() == 1; }
+  void ExpectOver() const {
+    EXPECT_EQ(overs, 1);
+    EXPECT_TRUE(invocation->isOver);
+    EXPECT_TRUE(ConsoleIsGone());
+  }
+
+  int reloads = 0;
+  host::Dispatcher dispatcher{[this] { ++reloads; }};
+  unsigned short vlan = 10;
+  std::shared_ptr<Invocation> invocation;
+  std::string output;
+  int overs = 0;
+};
+
+TEST_F(Dispatcher, DoesNothingForAnEmptyLine) {
+  const Reply reply = Execute("  \t ");
+  EXPECT_FALSE(reply.isUnknown);
+  EXPECT_EQ(output, "");
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, ListsItsWords) {
+  Execute("help");
+  for (const char* usage :
+       {"  ip [<word> ...] ", "  ip6 [<word> ...] ", "  rtm route|rib ", "  show <command> ",
+        "  vrf <vid> ", "  reload ", "  help ", "  quit "}) {
+    EXPECT_THAT(output, HasSubstr(usage));
+  }
+  ExpectOver();
+  const std::string help = output;
+  Execute("?");
+  EXPECT_EQ(output, help);
+}
+
+TEST_F(Dispatcher, ListsTheRegistries) {
+  EXPECT_FALSE(Execute("ip").isUnknown);
+  EXPECT_EQ(output,
+            "  ip bgp                              BGP4 Routing Configuration\n"
+            "  ip igmp                             IGMP Routing Configuration\n"
+            "  ip ospf                             OSPFv2 Routing Configuration\n"
+            "  ip protocol                         Routing Protocol Configuration\n"
+            "  ip rip                              RIPv2 Routing Configuration\n");
+  ExpectOver();
+  Execute("show ip6 ?");
+  EXPECT_THAT(output, StartsWith("  ip6 bgp "));
+  EXPECT_THAT(output, HasSubstr("OPSFv3 Routing Configuration"));
+}
+
+TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
+  EXPECT_TRUE(Execute("foo bar").isUnknown);
+  EXPECT_EQ(output, "\"foo\" is unknown. Possible: ip ip6 rtm show vrf reload help ? quit exit\n");
+  ExpectOver();
+  EXPECT_TRUE(Execute("ip foo").isUnknown);
+  EXPECT_EQ(output,
+            "\"ip\" is understood, \"foo\" behind it is not. Possible: bgp igmp ospf protocol "
+            "rip\n");
+  ExpectOver();
+  EXPECT_TRUE(Execute("show ip6 foo").isUnknown);
+  EXPECT_EQ(output,
+            "\"show ip6\" is understood, \"foo\" behind it is not. Possible: bgp ospf protocol "
+            "rip\n");
+  EXPECT_TRUE(Execute("rtm foo").isUnknown);
+  EXPECT_EQ(output, "\"rtm\" is understood, \"foo\" behind it is not. Possible: route rib\n");
+  EXPECT_TRUE(Execute("show quit").isUnknown);
+  EXPECT_EQ(output, "\"show\" is understood, \"quit\" behind it is not. Possible: ip ip6 rtm\n");
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, MatchesItsWordsWhole) {
+  EXPECT_TRUE(Execute("hel").isUnknown);
+  EXPECT_TRUE(Execute("IP").isUnknown);
+  EXPECT_TRUE(Execute("ip prot").isUnknown);
+}
+
+TEST_F(Dispatcher, Quits) {
+  EXPECT_TRUE(Execute("quit").isQuit);
+  ExpectOver();
+  EXPECT_TRUE(Execute("exit").isQuit);
+}
+
+TEST_F(Dispatcher, Reloads) {
+  EXPECT_TRUE(Execute("reload").hasChanged);
+  EXPECT_EQ(reloads, 1);
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, ChangesTheSessionsVlan) {
+  Execute("vrf 20");
+  EXPECT_EQ(vlan, 20);
+  EXPECT_EQ(output, "");
+  ExpectOver();
+  Execute("vrf 30");
+  EXPECT_EQ(output, "VLAN 30 is not present\n");
+  for (const char* line : {"vrf", "vrf x", "vrf 10 20", "vrf 65546"}) {
+    EXPECT_FALSE(Execute(line).isUnknown);
+    EXPECT_EQ(output, "Usage: vrf <vid>\n") << line;
+  }
+  EXPECT_EQ(vlan, 20);
+}
+
+// What a handler does with its console, and what is left to do.
+
+TEST_F(Dispatcher, DeletesAConsoleThatAHandlerLeaves) {
+  for (const char* line : {"ip protocol", "ip protocol pending-actions", "ip protocol ips status",
+                           "ip6 rip", "ip bgp", "ip6 protocol"}) {
+    EXPECT_FALSE(Execute(line).isUnknown);
+    ExpectOver();
+  }
+  EXPECT_THAT(output, StartsWith("Usage: \n"));
+}
+
+TEST_F(Dispatcher, NoticesAConsoleThatAHandlerDeleted) {
+  Execute("ip protocol summary");
+  EXPECT_THAT(output, HasSubstr("    10     No     No    Yes     No\n"));
+  ExpectOver();
+  Execute("ip6 protocol summary");
+  ExpectOver();
+  Execute("ip protocol database vrf 77");
+  EXPECT_EQ(output, "VLAN 77 is not present\n");
+  ExpectOver();
+  Execute("ip protocol mcast-database vrf 77");
+  EXPECT_EQ(output, "VLAN 77 is not present\nFail to parse mcast-database sub command.\n");
+  ExpectOver();
+  Execute("ip protocol mcast-database");
+  EXPECT_EQ(output, "  VLAN            IFACE GROUP\nEnd of Table\n");
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, LeavesAConsoleToTheCommandThatWalks) {
+  for (const char* line : {"ip protocol database", "ip6 protocol database vrf 20", "rtm rib",
+                           "show rtm route ipv6 vrf 20"}) {
+    Execute(line);
+    EXPECT_EQ(overs, 0) << line;
+    EXPECT_FALSE(ConsoleIsGone()) << line;
+    ASSERT_TRUE(Settle());
+    EXPECT_EQ(output, "End of table\n") << line;
+    ExpectOver();
+  }
+}
+
+TEST_F(Dispatcher, FindsACommandGoneWhenTheStackAnswersAtOnce) {
+  Control().SetSynchronous(true);
+  Execute("ip protocol database");
+  EXPECT_EQ(output, "End of table\n");
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, LetsAWalkRunOutWhenItsSessionHasGone) {
+  Execute("ip protocol database");
+  invocation->write = nullptr;
+  invocation->over = nullptr;
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(output, "");
+  EXPECT_EQ(overs, 0);
+  EXPECT_TRUE(ConsoleIsGone());
+}
+
+TEST_F(Dispatcher, BindsCommandsToTheSessionsVlan) {
+  vlan = 77;
+  Execute("ip protocol database");
+  EXPECT_EQ(output, "VLAN 77 is not present\n");
+  Execute("rtm route ipv6");
+  EXPECT_EQ(output, "VLAN 77 is not present\n");
+}
+
+TEST_F(Dispatcher, ReportsWordsThatTheRtmCommandsRefuse) {
+  EXPECT_FALSE(Execute("rtm rib proto isis").isUnknown);
+  EXPECT_THAT(output, StartsWith("Usage: rtm rib [vrf <vid>] "));
+  ExpectOver();
+  Execute("rtm");
+  EXPECT_THAT(output, StartsWith("  rtm route [ipv6] "));
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, CompletesWords) {
+  EXPECT_THAT(host::Dispatcher::Complete({}, "r"), ElementsAre("rtm", "reload"));
+  EXPECT_THAT(host::Dispatcher::Complete({"show"}, ""), ElementsAre("ip", "ip6", "rtm"));
+  EXPECT_THAT(host::Dispatcher::Complete({"ip"}, "p"), ElementsAre("protocol"));
+  EXPECT_THAT(host::Dispatcher::Complete({"show", "ip", "protocol"}, "s"), ElementsAre("summary"));
+  EXPECT_THAT(host::Dispatcher::Complete({"rtm", "rib"}, "i"), ElementsAre("ipv6"));
+  EXPECT_THAT(host::Dispatcher::Complete({"nothing", "known"}, ""), IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,98 @@
+#include "device/host/settle.h"
+
+#include <gtest/gtest.h>
+#include <uv.h>
+
+#include <optional>
+
+#include "tests/support/device_fixture.h"
+#include "vantacore/dc_interface_mgr.h"
+
+namespace {
+
+// The stack of a device in virtual time, watched in real time: nothing happens in it unless a test
+// makes it happen.
+class Settle : public test_support::DeviceFixture {
+ protected:
+  Settle() {
+    uv_loop_init(&m_loop);
+    Tarsel::TimerLoop::SetTickMicroseconds(100);  // three periods are 30 ms
+    Start(10);
+  }
+  ~Settle() override {
+    m_settle.reset();
+    uv_run(&m_loop, UV_RUN_DEFAULT);
+    uv_loop_close(&m_loop);
+  }
+
+  void Wait(unsigned limit, std::function<bool()> isBusy = {}) {
+    m_settle.emplace(&m_loop, stack, std::move(isBusy));
+    m_begin = uv_hrtime();
+    m_settle->Wait(limit, [this](bool settled) { m_result = settled; });
+  }
+  // How long the wait took in milliseconds.
+  std::uint64_t Finish() {
+    while (!m_result) {
+      uv_run(&m_loop, UV_RUN_ONCE);
+    }
+    return (uv_hrtime() - m_begin) / 1000000;
+  }
+
+  uv_loop_t m_loop;
+  std::optional<host::Settle> m_settle;
+  std::optional<bool> m_result;
+  std::uint64_t m_begin = 0;
+};
+
+TEST_F(Settle, EndsAfterThreeQuietPeriods) {
+  loop.AdvanceMilliseconds(1000);  // the stack has started
+  Wait(0);
+  EXPECT_GE(Finish(), 30u);
+  EXPECT_TRUE(*m_result);
+}
+
+TEST_F(Settle, WaitsWhileTheStackHasSomethingToDo) {
+  ASSERT_FALSE(stack.IsIdle());  // it has not announced itself yet
+  Wait(100);
+  EXPECT_GE(Finish(), 100u);
+  EXPECT_FALSE(*m_result);
+}
+
+TEST_F(Settle, BeginsAnewWithEachRequest) {
+  loop.AdvanceMilliseconds(1000);
+  int requests = 0;
+  Wait(0, [this, &requests] {  // asked at every look
+    if (requests < 20) {
+      ++requests;
+      Tarsel::DcInterfaceMgr::GetInstance()->SetInterfaceUp(10, 3, "eth0");
+      loop.AdvanceMilliseconds(1000);
+    }
+    return false;
+  });
+  EXPECT_GE(Finish(), 130u);  // twenty looks and thirty quiet milliseconds
+  EXPECT_TRUE(*m_result);
+  EXPECT_EQ(requests, 20);
+}
+
+TEST_F(Settle, CountsNoTimeInWhichTheLoopStoodStill) {
+  loop.AdvanceMilliseconds(1000);
+  int looks = 0;
+  Wait(0, [&looks] {
+    ++looks;
+    return false;
+  });
+  while (uv_hrtime() - m_begin < 60000000) {
+  }
+  Finish();
+  EXPECT_GE(looks, 3);
+}
+
+TEST_F(Settle, WaitsForOtherWork) {
+  loop.AdvanceMilliseconds(1000);
+  const std::uint64_t begin = uv_hrtime();
+  Wait(0, [begin] { return uv_hrtime() - begin < 50000000; });
+  EXPECT_GE(Finish(), 80u);
+  EXPECT_TRUE(*m_result);
+}
+
+}  // namespace
