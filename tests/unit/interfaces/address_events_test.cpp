@@ -183,6 +183,24 @@ TEST_F(AddressChange, StoredAddressMayBeGivenAsTheNewOne) {
   EXPECT_EQ(told.size(), 7U);
 }
 
+// The stack may call another component from inside of a request, and that one may take the interface
+// away.
+TEST_F(AddressChange, InterfaceMayGoWhileItsRowsAreQueued) {
+  Register(10, 3, "eth0");
+  bool removed = false;
+  Control().SetCallObserver([&](routing_stack::Call call, const std::string&) {
+    if (call == routing_stack::Call::kSmsActIpaddr && !removed) {
+      removed = true;
+      registry.RemoveInterface(10, 3, "eth0");
+    }
+  });
+  registry.ChangeIpAddress(10, 3, OTHER, OTHER_MASK);
+  EXPECT_TRUE(removed);
+  EXPECT_EQ(StoredAddress(10, 3), "none");
+  EXPECT_EQ(told.size(), 7U);
+  EXPECT_EQ(told[0], "0 address 3 10.1.9.9");
+}
+
 // --- IPv6 ---
 
 TEST_F(AddressEvents, Ipv6RowGoesToTheIpv6Instance) {
