@@ -4,7 +4,7 @@
 #include "routers/bgp_router.h"
 #include "routers/multicast_router.h"
 #include "routers/ospf_routers.h"
-#include "routers/rip_interfaces.h"
+#include "routers/protocol_interface.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_rip_routers.h"
 
@@ -70,8 +70,8 @@ const char* NameOf(const DcRouterBase& router) { return router.GetDisplayName().
 
 }  // namespace
 
-ProtocolInterface::ProtocolInterface(DcRouterBase& router, int ipProto)
-    : m_router(router), m_ipProto(ipProto) {}
+// The protocols' configurations: what the router base asks of them. Their construction is the device
+// library's.
 
 ProtocolInterface::~ProtocolInterface() {
   TRACE(10, "~%s destroyed\n", NameOf(m_router));
@@ -94,10 +94,6 @@ bool ProtocolInterface::IsEnabled() {
   return GetBehaviour().enabled.count(NameOf(m_router)) != 0;
 }
 
-void ProtocolInterface::Display(DcConsole*) {}
-bool ProtocolInterface::IsReady() { return false; }
-bool ProtocolInterface::IsReady(unsigned int) { return false; }
-
 void ProtocolInterface::ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) {
   TRACE(10, "~%s interface %u status %u\n", NameOf(m_router), ifIndex, status);
 }
@@ -106,9 +102,7 @@ void ProtocolInterface::ProcessIPAddressChange(unsigned int ifIndex, const Ip4Ad
   TRACE(10, "~%s interface %u address %s\n", NameOf(m_router), ifIndex, address.ToString().c_str());
 }
 
-Ripv2Interface::Ripv2Interface(DcRouterBase& router) : ProtocolInterface(router, 0) {}
-RipngInterface::RipngInterface(DcRouterBase& router) : ProtocolInterface(router, 41) {}
-Ospfv3Interface::Ospfv3Interface(DcRouterBase& router) : ProtocolInterface(router, 41) {}
+// The routers.
 
 DcBgpRouter::DcBgpRouter(unsigned short vid)
     : DcRouterBase("BGP", vid, new ProtocolInterface(*this, 0)) {}
@@ -133,7 +127,7 @@ DcOspfv2Router::DcOspfv2Router(unsigned short vid)
 void DcOspfv2Router::ConsoleCommand(void*, DcConsole*, int, char**) {}
 
 DcOspfv3Router::DcOspfv3Router(unsigned short vid)
-    : DcOspfRouter("OSPFV3", vid, 41, new Ospfv3Interface(*this)) {}
+    : DcOspfRouter("OSPFV3", vid, 41, new ProtocolInterface(*this, 41)) {}
 void DcOspfv3Router::ConsoleCommand(void*, DcConsole*, int, char**) {}
 
 void DcRipv2Router::ConsoleCommand(void*, DcConsole*, int, char**) {}

@@ -1,8 +1,9 @@
 // Protocol routers that write down what the manager does with them.
 //
-// recording_routers.cpp defines the classes of platform/routers in the test program, which therefore
-// come before those of the device's router library. Each event is a trace message at level 10, so that
-// it stands in the capture at its place among the library's own messages: "~BGP:10 parse vlans.json 0".
+// recording_routers.cpp defines operations of the classes of platform/routers in the test program,
+// where they come before those of the device's router library. Each event is a trace message at level
+// 10, so that it stands in the capture at its place among the library's own messages:
+// "~BGP:10 parse vlans.json 0".
 #ifndef TESTS_UNIT_MANAGER_RECORDING_ROUTERS_H
 #define TESTS_UNIT_MANAGER_RECORDING_ROUTERS_H
 
