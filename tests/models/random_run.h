@@ -1,0 +1,65 @@
+// Seeds and sizes of randomised tests.
+#ifndef TESTS_MODELS_RANDOM_RUN_H
+#define TESTS_MODELS_RANDOM_RUN_H
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <random>
+#include <string>
+
+namespace test_models {
+
+/// Draws from one generator whose seed is printed; VANTACORE_SEED repeats a run.
+class Random {
+ public:
+  Random() : m_seed(ChooseSeed()), m_engine(m_seed) { std::printf("VANTACORE_SEED=%u\n", m_seed); }
+
+  unsigned int GetSeed() const { return m_seed; }
+  /// 0 to below - 1.
+  unsigned int Below(unsigned int below) {
+    return std::uniform_int_distribution<unsigned int>(0, below - 1)(m_engine);
+  }
+  bool Percent(unsigned int percent) { return Below(100) < percent; }
+
+ private:
+  static unsigned int ChooseSeed() {
+    const char* text = std::getenv("VANTACORE_SEED");
+    return text != nullptr ? static_cast<unsigned int>(std::strtoul(text, nullptr, 10))
+                           : std::random_device()();
+  }
+
+  const unsigned int m_seed;
+  std::mt19937 m_engine;
+};
+
+/// `count` at VANTACORE_RANDOM_SCALE percent (100 without it), at least 1.
+inline unsigned int Scaled(unsigned int count) {
+  const char* text = std::getenv("VANTACORE_RANDOM_SCALE");
+  const std::uint64_t percent = text != nullptr ? std::strtoul(text, nullptr, 10) : 100;
+  const std::uint64_t scaled = count * percent / 100;
+  return scaled > 0 ? static_cast<unsigned int>(scaled) : 1;
+}
+
+/// How often the hard cases came about.
+class Occurrences {
+ public:
+  void operator()(const std::string& what) { ++m_counts[what]; }
+  /// Fails unless it came about `count` times; a shortened run, where chance weighs more, is held to
+  /// half of its share.
+  void ExpectAtLeast(unsigned int count, const std::string& what) {
+    std::printf("%9u %s\n", m_counts[what], what.c_str());
+    const unsigned int share = Scaled(count);
+    EXPECT_GE(m_counts[what], share < count ? share / 2 : share) << what;
+  }
+
+ private:
+  std::map<std::string, unsigned int> m_counts;
+};
+
+}  // namespace test_models
+
+#endif
