@@ -1,11 +1,21 @@
+# vantacore_compile_quickly(target)
+#
+# Compiling a suite takes longer than running it: it is not optimised, and the headers of googletest
+# and of the standard library are read once for all suites (test_headers in tests/support).
+function(vantacore_compile_quickly target)
+  target_compile_options(${target} PRIVATE -O0)
+  target_precompile_headers(${target} REUSE_FROM test_headers)
+endfunction()
+
 # vantacore_add_test(NAME name SOURCES file... [LIBS target...] [LABELS label...] [ISOLATED]
-#                    [TIMEOUT seconds])
+#                    [OPTIMISED] [TIMEOUT seconds])
 #
 # One executable and one ctest entry. It is linked with googletest, the library, the software device
 # and tests/support. ISOLATED runs each test in a process of its own (tests/support/isolated_main.cpp),
-# which every test needs that touches a singleton of the library.
+# which every test needs that touches a singleton of the library. OPTIMISED is for suites that compute
+# much themselves.
 function(vantacore_add_test)
-  cmake_parse_arguments(PARSE_ARGV 0 TEST "ISOLATED" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 0 TEST "ISOLATED;OPTIMISED" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS")
   if(NOT TEST_NAME OR NOT TEST_SOURCES OR TEST_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "vantacore_add_test: NAME and SOURCES are required, "
       "and nothing else than named arguments is understood: ${ARGV}")
@@ -14,8 +24,9 @@ function(vantacore_add_test)
     set(TEST_TIMEOUT 300)
   endif()
   add_executable(${TEST_NAME} ${TEST_SOURCES})
-  # Compiling a suite takes longer than running it; what it tests is optimised as usual.
-  target_compile_options(${TEST_NAME} PRIVATE -O1)
+  if(NOT TEST_OPTIMISED)
+    vantacore_compile_quickly(${TEST_NAME})
+  endif()
   target_link_libraries(${TEST_NAME} PRIVATE
     ${TEST_LIBS} test_support
     $<IF:$<BOOL:${TEST_ISOLATED}>,vantacore_isolated_main,GTest::gtest_main>

@@ -1,0 +1,1 @@
+// Carries the precompiled headers of the suites; it has no code of its own.
