@@ -33,6 +33,23 @@ void Count(Call call) {
   }
 }
 
+// No stored key is longer than the limit, so one byte more tells that a key is not among them.
+std::string KeyText(const unsigned char* key, unsigned int length) {
+  const std::size_t looked = std::min<std::size_t>(length, kProtocolKeyBytes + 1);
+  return key != nullptr ? std::string(reinterpret_cast<const char*>(key), looked) : std::string();
+}
+
+int FillRow(const std::pair<const ProtocolKey, ProtocolRow>& stored, sms_protocol_row* row) {
+  std::memset(row, 0, sizeof *row);
+  row->table = stored.first.table;
+  row->instance = stored.first.instance;
+  row->key_length = static_cast<unsigned int>(
+      stored.first.key.copy(reinterpret_cast<char*>(row->key), sizeof row->key));
+  row->admin_status = stored.second.adminStatus;
+  row->payload = stored.second.payload.c_str();
+  return 1;
+}
+
 unsigned int CopyOid(const Oid& oid, unsigned int* buffer) {
   if (buffer == nullptr) {
     return 0;
@@ -352,6 +369,17 @@ unsigned int sms_get_protocol_row_oid(unsigned int* buffer, unsigned int table,
 
 void sms_register_protocol_answer(sms_protocol_answer answer) { SetProtocolAnswer(answer); }
 
+int sms_get_protocol_row(unsigned int table, unsigned int instance, const unsigned char* key,
+                         unsigned int key_length, sms_protocol_row* row) {
+  const Engine* const engine = Engine::Current();
+  if (engine == nullptr || row == nullptr) {
+    return 0;
+  }
+  const auto& rows = engine->GetTables().protocolRows;
+  const auto found = rows.find({instance, table, KeyText(key, key_length)});
+  return found != rows.end() ? FillRow(*found, row) : 0;
+}
+
 int sms_get_next_protocol_row(unsigned int table, unsigned int instance, const unsigned char* key,
                               unsigned int key_length, sms_protocol_row* row) {
   const Engine* const engine = Engine::Current();
@@ -359,20 +387,11 @@ int sms_get_next_protocol_row(unsigned int table, unsigned int instance, const u
     return 0;
   }
   const auto& rows = engine->GetTables().protocolRows;
-  const std::string after(key != nullptr ? reinterpret_cast<const char*>(key) : "",
-                          key != nullptr ? key_length : 0);
-  const auto next = rows.upper_bound({instance, table, after});
+  const auto next = rows.upper_bound({instance, table, KeyText(key, key_length)});
   if (next == rows.end() || next->first.instance != instance || next->first.table != table) {
     return 0;
   }
-  std::memset(row, 0, sizeof *row);
-  row->table = table;
-  row->instance = instance;
-  row->key_length = static_cast<unsigned int>(
-      next->first.key.copy(reinterpret_cast<char*>(row->key), sizeof row->key));
-  row->admin_status = next->second.adminStatus;
-  row->payload = next->second.payload.c_str();
-  return 1;
+  return FillRow(*next, row);
 }
 
 int sms_get_next_redistributed(unsigned int instance, unsigned int destination,

@@ -47,6 +47,11 @@ typedef struct sms_protocol_row {
   const char* payload; /* valid until the stack runs again */
 } sms_protocol_row;
 
+/* One row: 1 with it filled in, 0 (row untouched) when it is not there. */
+SMS_API int sms_get_protocol_row(unsigned int table, unsigned int instance,
+                                 const unsigned char* key, unsigned int key_length,
+                                 sms_protocol_row* row);
+
 /* The row after a key in the table of an instance, in the order of the keys' bytes; the first one for
  * a null key. 1 with the row filled in, 0 (row untouched) when there is none. */
 SMS_API int sms_get_next_protocol_row(unsigned int table, unsigned int instance,

@@ -199,7 +199,7 @@ void Rib::RefreshNext() {
 }
 
 bool Rib::Shrink() {
-  constexpr int kEntriesPerStep = 16;
+  constexpr int kEntriesPerStep = 8;
   for (int i = 0; i < kEntriesPerStep && !m_ranked.empty(); ++i) {
     m_ranked.erase(m_ranked.begin());
   }

@@ -80,22 +80,27 @@ class SMS_API Control {
   explicit Control(Engine& engine) : m_engine(engine) {}
 
   /// The next `times` requests of the type (or for the row) are answered so; scripts for a row come
-  /// before those for its type, earlier scripts before later ones.
+  /// before those for its type, earlier scripts before later ones. A row is named by the identifier
+  /// that its builder makes; an entity, which has none, by {6, instance}. Requests that are not
+  /// answered with a status (interfaces, addresses) are completed, whatever status is scripted.
   void Script(RowType type, const Answer& answer, unsigned int times);
   void ScriptRow(const unsigned int* oid, unsigned int length, const Answer& answer,
                  unsigned int times);
   void ClearScripts();
 
-  /// A request that would make the table larger than `rows` is answered with `status`. SIZE_MAX
-  /// lifts the limit.
+  /// A request that would make the table larger than `rows` is answered with `status` and changes
+  /// nothing; changes of existing rows are not concerned. SIZE_MAX lifts the limit. Protocol
+  /// candidates do not count as routes.
   void SetLimit(RowType type, std::size_t rows, unsigned int status);
 
-  /// While held, nbb_scheduler() does no work; requests queue up.
+  /// While held, nbb_scheduler() does no work and says that nothing is scheduled; requests queue up.
+  /// Releasing asks the host for a run when something waits.
   void Hold();
   void Release();
 
-  /// The stack forgets everything: tables, events, descriptors, scripts stay. Running walks end with
-  /// an error; readiness is announced again.
+  /// The stack forgets everything: tables, events, its trace settings, and its descriptors, of which
+  /// the host is told nothing. Scripts, limits, mode and counters stay. Readiness is announced again,
+  /// then walks that were running end with result 8.
   void Restart();
 
   /// Events are worked off inside the very call that queued them.
@@ -113,10 +118,13 @@ class SMS_API Control {
   /// Sees each call but the pure identifier builders, before its effect, as the function's own name
   /// with its arguments in order: "sms_update_route(1, 1, 1, 1, 10.9.0.0, 16, 10.1.2.1, 196608, 3,
   /// 10, 6)". Addresses are texts, names are quoted; sms_act_rtm shows the words that are not zero as
-  /// "0=10 1=1". nbb_scheduler is not shown. An empty observer ends it.
+  /// "0=10 1=1"; a walk shows its instance, if it takes one; a null pointer is "null". nbb_scheduler
+  /// is not shown. An empty observer ends it.
   using CallObserver = std::function<void(Call call, const std::string& line)>;
   void SetCallObserver(CallObserver observer);
 
+  /// Takes effect at once, in front of requests that wait. Ignored when the instance does not exist
+  /// or has the other family, and for other protocols than those three; host bits are cut off.
   void PutCandidate(const Candidate& candidate);
   /// Removes the protocol's candidate for the prefix and next hop; false when there is none.
   bool RemoveCandidate(const Candidate& candidate);

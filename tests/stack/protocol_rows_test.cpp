@@ -104,6 +104,29 @@ TEST_F(ProtocolRowsTest, KeysAreBytesInTheirOrder) {
               ElementsAre("B=4 1", "a=2 1", std::string("a\0b", 3) + "=1 1", "\xff=3 1"));
 }
 
+TEST_F(ProtocolRowsTest, OneRowIsFoundByItsWholeKey) {
+  const std::string longest(64, 'k');
+  Send(1, 10, longest, "one", 2);
+  const std::string longer(100, 'k');
+  const auto get = [](unsigned int table, unsigned int instance, const std::string& key,
+                      unsigned int length, sms_protocol_row* row) {
+    return sms_get_protocol_row(table, instance, reinterpret_cast<const unsigned char*>(key.data()),
+                                length, row);
+  };
+  sms_protocol_row row = {};
+  EXPECT_EQ(0, get(2, 10, longer, 63, &row));
+  EXPECT_EQ(0, get(2, 10, longer, 65, &row));
+  EXPECT_EQ(0, get(2, 10, longer, 100, &row));
+  EXPECT_EQ(0, get(3, 10, longest, 64, &row));
+  EXPECT_EQ(0, get(2, 11, longest, 64, &row));
+  EXPECT_EQ(0, get(2, 10, longest, 64, nullptr));
+  EXPECT_EQ(0u, row.key_length);
+  EXPECT_EQ(1, get(2, 10, longest, 64, &row));
+  EXPECT_EQ(64u, row.key_length);
+  EXPECT_EQ(2, row.admin_status);
+  EXPECT_STREQ("one", row.payload);
+}
+
 TEST_F(ProtocolRowsTest, TablesAndInstancesAreApart) {
   AddInstance(11);
   Settle();
