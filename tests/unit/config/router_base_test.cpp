@@ -336,6 +336,26 @@ TEST_F(InterfaceRouterTest, TheWithdrawnNameMayBeThatOfTheListsThatGo) {
   EXPECT_THAT(Sources(), IsEmpty());
 }
 
+// A protocol configuration that keeps the name of its source, and forgets it when that is withdrawn.
+class NamedConfig : public InterfaceConfig {
+ public:
+  using InterfaceConfig::InterfaceConfig;
+  void DeleteOptions(const string&, DclConfigObject::OptionType) override { source = ""; }
+
+  string source = "file";
+};
+
+TEST(RouterTest, TheWithdrawnNameMayBelongToTheConfiguration) {
+  World world;
+  auto* config = new NamedConfig(world);
+  TestRouter router(12, config);
+  const Node node(R"({"TEST": {"tag": "x"}})");
+  router.Reload(node, "file", VLAN_OPTIONS);
+  ASSERT_EQ(router.GetConfigLists().size(), 1u);
+  router.DeleteOptions(config->source, VLAN_OPTIONS);
+  EXPECT_THAT(router.GetConfigLists(), IsEmpty());
+}
+
 TEST_F(InterfaceRouterTest, ADisablingReloadDropsTheSourcesListsWithoutSending) {
   LoadOne("file");
   LoadOne("other");
@@ -376,6 +396,17 @@ TEST_F(InterfaceRouterTest, ARefusedSourceGetsNoListsAndIsAskedAgain) {
   EXPECT_THAT(world.Take(),
               ElementsAre("parse x file 0", "enabled?", "create file 0", "commit 1="));
   EXPECT_THAT(Sources(), ElementsAre("file"));
+}
+
+TEST_F(InterfaceRouterTest, WhatARefusedSourceHadAlreadyAddedIsDeleted) {
+  router.createLists = [this](DcConfigLists& lists) {
+    auto* list = new TestList(&router, world);
+    list->Append(12, 1);
+    lists.AddList(list);
+    return false;
+  };
+  Reload(R"({"TEST": {"tag": "x"}})");
+  EXPECT_EQ(world.live, 0);
 }
 
 TEST_F(InterfaceRouterTest, AMemberThatIsNoObjectIsParsedAllTheSame) {
@@ -493,6 +524,12 @@ TEST(RouterEndTest, AnObjectThatGoesWithItsRouterFindsNoConfiguration) {
   EXPECT_EQ(answer, nullptr);
 }
 
+class EndingList : public TestList {
+ public:
+  using TestList::TestList;
+  ~EndingList() override { world.calls.push_back("list gone"); }
+};
+
 TEST(ConfigListsTest, TheEndClearsAndDeletesTheLists) {
   TraceCapture trace;
   World world;
@@ -505,12 +542,12 @@ TEST(ConfigListsTest, TheEndClearsAndDeletesTheLists) {
   EXPECT_THAT(lists->GetLists(), IsEmpty());
   EXPECT_THAT(router.GetConfigLists(), IsEmpty()) << "they are the caller's";
   for (unsigned int id = 1; id <= 2; ++id) {
-    auto* list = new TestList(&router, world);
+    auto* list = new EndingList(&router, world);
     list->Append(12, id);
     lists->AddList(list);
   }
   delete lists;
-  EXPECT_THAT(world.calls, ElementsAre("delete 1=", "delete 2="));
+  EXPECT_THAT(world.calls, ElementsAre("delete 1=", "list gone", "delete 2=", "list gone"));
   EXPECT_THAT(trace.Lines(), IsEmpty());
 }
 
