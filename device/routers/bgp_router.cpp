@@ -1,10 +1,24 @@
 #include "routers/bgp_router.h"
 
-#include "router_table.h"
+#include <new>
+
+#include "bgp_peer.h"
 #include "routers/protocol_interface.h"
+#include "row_object.h"
+#include "show_protocol.h"
 #include "tarsel/trace.h"
+#include "vantacore/dc_rtm_mgr.h"
 
 namespace Tarsel {
+
+namespace {
+
+const ProtocolView IP4_VIEW = {
+    "ip", DcRouterMgr::PROTOCOL_BGP, DcRtmMgr::PROTO_IPV4, CODE_BGP, {&BGP_PEERS}, nullptr};
+const ProtocolView IP6_VIEW = {
+    "ip6", DcRouterMgr::PROTOCOL_BGP, DcRtmMgr::PROTO_IPV6, CODE_BGP, {&BGP_PEERS}, nullptr};
+
+}  // namespace
 
 // One router serves both families; it is ready with the VLAN's IPv4 instance.
 DcBgpRouter::DcBgpRouter(unsigned short vid)
@@ -12,7 +26,10 @@ DcBgpRouter::DcBgpRouter(unsigned short vid)
 
 DcBgpRouter::~DcBgpRouter() = default;
 
-bool DcBgpRouter::CreateConfigList(DcConfigLists&) { return true; }
+bool DcBgpRouter::CreateConfigList(DcConfigLists& lists) {
+  lists.AddList(new (std::nothrow) ConfigRowList<BgpPeer>(*this, BGP_PEERS));
+  return true;
+}
 
 DcBgpRouter* DcBgpRouter::GetRouter(unsigned int instance) {
   return static_cast<DcBgpRouter*>(
@@ -30,11 +47,11 @@ void DcBgpRouter::DummyConsoleCommand(unsigned short vid, int argc, char** argv)
 }
 
 void DcBgpRouter::Ip4ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowRouters(console, "ip", DcRouterMgr::PROTOCOL_BGP, argc, argv);
+  ShowProtocol(console, IP4_VIEW, argc, argv);
 }
 
 void DcBgpRouter::Ip6ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowRouters(console, "ip6", DcRouterMgr::PROTOCOL_BGP, argc, argv);
+  ShowProtocol(console, IP6_VIEW, argc, argv);
 }
 
 }  // namespace Tarsel

@@ -1,36 +1,55 @@
-// `mcast-database [vrf <vid>] [group <address>]`: the VLAN's multicast interfaces. They are the
-// router's, not the stack's, so the command needs no walk: it prints and ends within Parse.
+// `mcast-database [vrf <vid>] [group <address>]`: the VLAN's multicast interfaces and the groups that
+// they receive. A remote joins the VLAN's network as a whole, so a joined interface receives every
+// group; the others receive those of the document. All of it is the router's, not the stack's, so the
+// command needs no walk: it prints and ends within Parse.
 #include "host/dc_console.h"
 #include "multicast_interface.h"
+#include "multicast_row.h"
 #include "routers/multicast_router.h"
-#include "vantacore/config_parser.h"
+#include "row_object.h"
 #include "vantacore/dc_interface_mgr.h"
 #include "vantacore/dc_router_mgr.h"
+#include "vantacore/dc_rtm_mgr.h"
 
 namespace Tarsel {
 
 namespace {
 
-bool IsGroup(const char* text, bool ipv6) {
-  if (ipv6) {
-    Ip6Addr group;
-    return ParseIp6Address(group, text) && group.GetBytes()[0] == 0xFF;
-  }
-  Ip4Addr group;
-  return ParseAddress(group, text) && (group.GetBytes()[0] & 0xF0) == 0xE0;
+const char EVERY_GROUP[] = "*";
+
+const char* InterfaceName(unsigned short vlan, unsigned int ifIndex) {
+  return DcInterfaceMgr::GetInstance()->GetIfName(vlan, ifIndex);
 }
 
-template <bool ipv6>
-bool ParseGroup(DcConsoleCommand& command, const char* text) {
-  if (!IsGroup(text, ipv6)) {
-    command.Print("Invalid group address %s\n", text);
-    return false;
-  }
-  return true;  // every joined interface receives every group: nothing to filter
-}
+/// Prints a line per group of each configured interface.
+class GroupPrinter : public DclConfigListIteratorFunc {
+ public:
+  GroupPrinter(const DcConsoleCommand& command, const string& wanted)
+      : m_command(command), m_wanted(wanted) {}
 
-const DcConsoleCommand::ConsoleCommandValueOption GROUP4("group", false, ParseGroup<false>);
-const DcConsoleCommand::ConsoleCommandValueOption GROUP6("group", false, ParseGroup<true>);
+  bool operator()(DclConfigObject* object) override {
+    const auto* const row = static_cast<ConfigRow<MulticastRow>*>(object);
+    for (const string& group : row->GetColumns().groups) {
+      if (m_wanted.empty() || m_wanted == group) {
+        PrintLine(row->GetVlan(), row->GetId(), group.c_str(), row->Describe().c_str());
+      }
+    }
+    return true;
+  }
+
+  void PrintLine(unsigned short vlan, unsigned int ifIndex, const char* group,
+                 const char* state) const {
+    m_command.Print("%6u %16s %-39s %s\n", static_cast<unsigned int>(vlan),
+                    InterfaceName(vlan, ifIndex), group, state);
+  }
+
+ private:
+  const DcConsoleCommand& m_command;
+  const string& m_wanted;
+};
+
+const DcConsoleCommand::ConsoleCommandValueOption GROUP(
+    "group", false, MulticastRoutingTableConsoleCommand::ParseGroup);
 
 }  // namespace
 
@@ -42,28 +61,42 @@ MulticastRoutingTableConsoleCommand::MulticastRoutingTableConsoleCommand(DcConso
 
 MulticastRoutingTableConsoleCommand::~MulticastRoutingTableConsoleCommand() = default;
 
+bool MulticastRoutingTableConsoleCommand::ParseGroup(DcConsoleCommand& command, const char* text) {
+  auto& self = static_cast<MulticastRoutingTableConsoleCommand&>(command);
+  self.m_group = ParseGroupAddress(text, self.m_ipv6 ? DcRtmMgr::PROTO_IPV6 : DcRtmMgr::PROTO_IPV4);
+  if (self.m_group.empty()) {
+    self.Print("Invalid group address %s\n", text);
+    return false;
+  }
+  return true;
+}
+
 bool MulticastRoutingTableConsoleCommand::Parse(int argc, char** argv) {
   m_vlan = m_console->GetVlan(argc, argv);
-  if (!vlan_option.Parse(*this, argc, argv) ||
-      !(m_ipv6 ? GROUP6 : GROUP4).Parse(*this, argc, argv) || argc != 0) {
+  if (!vlan_option.Parse(*this, argc, argv) || !GROUP.Parse(*this, argc, argv) || argc != 0) {
     Print("Usage: %s\n", m_usage);
     return false;
   }
-  DcRouterBase* router = DcRouterMgr::GetInstance()->GetDcRouterByVID(
+  DcRouterBase* const router = DcRouterMgr::GetInstance()->GetDcRouterByVID(
       m_vlan, m_ipv6 ? DcRouterMgr::PROTOCOL_MLD : DcRouterMgr::PROTOCOL_IGMP);
-  if (!router) {
+  if (router == nullptr) {
     Print("VLAN %u is not present\n", static_cast<unsigned int>(m_vlan));
     return false;
   }
-  Print("%6s %16s %s\n", "VLAN", "IFACE", "GROUP");
-  for (const unsigned int ifIndex :
-       static_cast<MulticastInterface*>(router->GetInterface())->GetJoined()) {
-    Print("%6u %16s %s\n", static_cast<unsigned int>(m_vlan),
-          DcInterfaceMgr::GetInstance()->GetIfName(m_vlan, ifIndex), "*");
-  }
+  PrintTable(*router);
   TableEnd();
   delete this;
   return true;
+}
+
+void MulticastRoutingTableConsoleCommand::PrintTable(DcRouterBase& router) const {
+  auto* const multicast = static_cast<MulticastInterface*>(router.GetInterface());
+  Print("%6s %16s %-39s %s\n", "VLAN", "IFACE", "GROUP", "STATE");
+  GroupPrinter printer(*this, m_group);
+  for (const unsigned int ifIndex : multicast->GetJoined()) {
+    printer.PrintLine(m_vlan, ifIndex, EVERY_GROUP, "joined");
+  }
+  multicast->ForEachRow(printer);
 }
 
 unsigned int MulticastRoutingTableConsoleCommand::Display(unsigned int, unsigned int result,

@@ -1,16 +1,45 @@
 #include "routers/multicast_router.h"
 
+#include <new>
+
 #include "multicast_interface.h"
-#include "router_table.h"
+#include "multicast_row.h"
+#include "row_object.h"
+#include "show_protocol.h"
+#include "vantacore/dc_interface_mgr.h"
+#include "vantacore/dc_rtm_mgr.h"
 
 namespace Tarsel {
 
+namespace {
+
+void ShowJoined(DcConsole* console, DcRouterBase& router) {
+  for (const unsigned int ifIndex :
+       static_cast<MulticastInterface*>(router.GetInterface())->GetJoined()) {
+    console->Print("  joined    %s\n",
+                   DcInterfaceMgr::GetInstance()->GetIfName(router.GetVlan(), ifIndex));
+  }
+}
+
+const ProtocolView IP4_VIEW = {"ip",      DcRouterMgr::PROTOCOL_IGMP, DcRtmMgr::PROTO_IPV4,
+                               CODE_NONE, {&IGMP_INTERFACES},         ShowJoined};
+const ProtocolView IP6_VIEW = {"ip6",     DcRouterMgr::PROTOCOL_MLD, DcRtmMgr::PROTO_IPV6,
+                               CODE_NONE, {&MLD_INTERFACES},         ShowJoined};
+
+}  // namespace
+
 DcMulticastRouter::DcMulticastRouter(unsigned short vid, int ipProto)
-    : DcRouterBase(ipProto == 41 ? "MLD" : "IGMP", vid, new MulticastInterface(*this, ipProto)) {}
+    : DcRouterBase(ipProto == DcRtmMgr::PROTO_IPV6 ? "MLD" : "IGMP", vid,
+                   new MulticastInterface(*this, ipProto)),
+      m_ipProto(ipProto) {}
 
 DcMulticastRouter::~DcMulticastRouter() = default;
 
-bool DcMulticastRouter::CreateConfigList(DcConfigLists&) { return true; }
+bool DcMulticastRouter::CreateConfigList(DcConfigLists& lists) {
+  lists.AddList(new (std::nothrow) ConfigRowList<MulticastRow>(
+      *this, m_ipProto == DcRtmMgr::PROTO_IPV6 ? MLD_INTERFACES : IGMP_INTERFACES));
+  return true;
+}
 
 void DcMulticastRouter::AddInterface(unsigned int ifIndex) {
   static_cast<MulticastInterface*>(GetInterface())->Join(ifIndex);
@@ -18,8 +47,7 @@ void DcMulticastRouter::AddInterface(unsigned int ifIndex) {
 
 void DcMulticastRouter::ConsoleCommand(void*, DcConsole* console, int argc, char** argv,
                                        bool ipv6) {
-  ShowRouters(console, ipv6 ? "ip6" : "ip",
-              ipv6 ? DcRouterMgr::PROTOCOL_MLD : DcRouterMgr::PROTOCOL_IGMP, argc, argv);
+  ShowProtocol(console, ipv6 ? IP6_VIEW : IP4_VIEW, argc, argv);
 }
 
 }  // namespace Tarsel

@@ -1,7 +1,11 @@
 #include "routers/ospf_routers.h"
 
+#include <new>
+
 #include "host/dc_console.h"
-#include "router_table.h"
+#include "ospf_rows.h"
+#include "row_object.h"
+#include "show_protocol.h"
 #include "vantacore/dc_rtm_mgr.h"
 
 namespace Tarsel {
@@ -10,21 +14,38 @@ namespace {
 
 constexpr unsigned int DEFAULT_REFERENCE_BANDWIDTH = 100;  // Mbit/s
 
+void ShowAreas(DcConsole* console, DcRouterBase& router) {
+  static_cast<DcOspfRouterBase&>(router).DisplayAreas(console);
+}
+
+const ProtocolView IP4_VIEW = {"ip",      DcRouterMgr::PROTOCOL_OSPFV2,        DcRtmMgr::PROTO_IPV4,
+                               CODE_OSPF, {&OSPFV2_AREAS, &OSPFV2_INTERFACES}, ShowAreas};
+const ProtocolView IP6_VIEW = {"ip6",     DcRouterMgr::PROTOCOL_OSPFV3,        DcRtmMgr::PROTO_IPV6,
+                               CODE_OSPF, {&OSPFV3_AREAS, &OSPFV3_INTERFACES}, ShowAreas};
+
 }  // namespace
 
 DcOspfRouter::DcOspfRouter(const string& member, unsigned short vid, int ipProto,
                            DcProtoConfigBase* config)
     : DcOspfRouterBase(member, vid, config),
-      m_instance(DcRtmMgr::GetDclProtocolInstanceIdFromVlan(vid, ipProto)),
+      m_ipProto(ipProto),
       m_routerId(0),
       m_referenceBandwidth(DEFAULT_REFERENCE_BANDWIDTH),
       m_adminUp(true) {}
 
 DcOspfRouter::~DcOspfRouter() = default;
 
-bool DcOspfRouter::CreateConfigList(DcConfigLists&) { return true; }
+// Areas come first, since interfaces are in them.
+bool DcOspfRouter::CreateConfigList(DcConfigLists& lists) {
+  const bool isVersion2 = m_ipProto == DcRtmMgr::PROTO_IPV4;
+  lists.AddList(new (std::nothrow)
+                    ConfigRowList<OspfArea>(*this, isVersion2 ? OSPFV2_AREAS : OSPFV3_AREAS));
+  lists.AddList(new (std::nothrow) ConfigRowList<OspfInterface>(
+      *this, isVersion2 ? OSPFV2_INTERFACES : OSPFV3_INTERFACES));
+  return true;
+}
 
-unsigned int DcOspfRouter::GetInstanceId() const { return m_instance; }
+unsigned int DcOspfRouter::GetInstanceId() const { return GetInstance(GetVlan(), m_ipProto); }
 
 void DcOspfRouter::ActivateArea(unsigned int areaId) { m_areas[areaId].active = true; }
 
@@ -83,14 +104,14 @@ DcOspfv2Router::DcOspfv2Router(unsigned short vid)
     : DcOspfRouter("OSPF", vid, 0, new ProtocolInterface(*this, 0)) {}
 
 void DcOspfv2Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowRouters(console, "ip", DcRouterMgr::PROTOCOL_OSPFV2, argc, argv);
+  ShowProtocol(console, IP4_VIEW, argc, argv);
 }
 
 DcOspfv3Router::DcOspfv3Router(unsigned short vid)
     : DcOspfRouter("OSPFV3", vid, 41, new Ospfv3Interface(*this)) {}
 
 void DcOspfv3Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowRouters(console, "ip6", DcRouterMgr::PROTOCOL_OSPFV3, argc, argv);
+  ShowProtocol(console, IP6_VIEW, argc, argv);
 }
 
 }  // namespace Tarsel

@@ -4,13 +4,18 @@
 // configuration, which it owns. The configuration keeps what each document said, so that withdrawing
 // one leaves the others' word standing, and what the host reported about interfaces. Readiness is
 // never stored: it is asked of the RTM manager, since the stack announces it there.
+//
+// The rows of a protocol's tables are configuration objects (row_object.h), one list per document and
+// table: the router's lists, or, for a router that has none, lists that are kept here. Their requests
+// go through the serializer; the answers find them through the row registry.
 #include "routers/protocol_interface.h"
 
 #include <algorithm>
 
+#include "group_reader.h"
 #include "host/dc_console.h"
+#include "protocol_tables.h"
 #include "routers/ospf_routers.h"
-#include "routers/rip_interfaces.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_rtm_mgr.h"
 
@@ -19,6 +24,7 @@ namespace Tarsel {
 namespace {
 
 constexpr unsigned int STATUS_UP = 1;
+constexpr int FIELD_INTERFACE = 2;
 
 // A protocol that is named is meant to run; "enabled" is there to switch it off without taking its
 // configuration out of the document.
@@ -28,45 +34,121 @@ bool ReadEnabled(const OptionsNode& node, const string& displayName, const strin
           displayName.c_str());
     return false;
   }
+  bool enabled = false;
+  if (node.AsVal(enabled, "enabled")) {
+    return enabled;
+  }
   if (node.GetChildNode("enabled").IsNull()) {
     return true;
   }
-  bool enabled = false;
-  if (!node.AsVal(enabled, "enabled")) {
-    TRACE("%s: %s: \"enabled\" must be true or false\n", source.c_str(), displayName.c_str());
-  }
-  return enabled;
+  TRACE("%s: %s: \"enabled\" must be true or false\n", source.c_str(), displayName.c_str());
+  return false;
 }
 
-const char* YesNo(bool value) { return value ? "Yes" : "No"; }
-
 }  // namespace
+
+unsigned int GetInstance(unsigned short vlan, int ipProto) {
+  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(vlan, ipProto);
+}
 
 ProtocolInterface::ProtocolInterface(DcRouterBase& router, int ipProto)
     : m_router(router), m_ipProto(ipProto) {}
 
 ProtocolInterface::~ProtocolInterface() = default;
 
+// ---- documents
+
 void ProtocolInterface::ParseOptions(const OptionsNode& node, const string& name,
-                                     DclConfigObject::OptionType) {
-  m_enabledBy[name] = ReadEnabled(node, m_router.GetDisplayName(), name);
+                                     DclConfigObject::OptionType type) {
+  Source& source = FindOrAddSource(name, type);
+  source.enabled = ReadEnabled(node, m_router.GetDisplayName(), name);
+  source.interfaces.clear();
+  ReadInterfaces(node.GetChildNode("INTERFACES"), source);
+  ReadRows(node, source);
+}
+
+ProtocolInterface::Source& ProtocolInterface::FindOrAddSource(const string& name,
+                                                              DclConfigObject::OptionType type) {
+  const auto found = std::find_if(m_sources.begin(), m_sources.end(),
+                                  [&name](const Source& source) { return source.name == name; });
+  if (found != m_sources.end() && found->type == type) {
+    return *found;
+  }
+  if (found != m_sources.end()) {
+    m_sources.erase(found);  // the same document as another kind
+  }
+  const auto after = std::find_if(m_sources.begin(), m_sources.end(), [&](const Source& source) {
+    return type != source.type ? type < source.type : name < source.name;
+  });
+  return *m_sources.insert(after, Source{name, type, false, {}, nullptr});
+}
+
+void ProtocolInterface::ReadInterfaces(const OptionsNode& list, Source& source) {
+  for (const OptionsNode& node : list) {
+    GroupReader reader(node, source.name, m_router.GetDisplayName());
+    bool enabled = true;
+    if (reader.ReadName("", m_router.GetVlan())) {
+      reader.ReadFlag("enabled", enabled);
+    }
+    if (reader.IsGood()) {
+      source.interfaces[DclConfigObject::ParseKeyFromName(reader.GetName(), FIELD_INTERFACE)] =
+          enabled;
+    }
+  }
+}
+
+DCLConfigList* ProtocolInterface::CreateRows() { return nullptr; }
+
+void ProtocolInterface::ReadRows(const OptionsNode& node, Source& source) {
+  if (!IsEnabled()) {
+    source.rows.reset();
+    return;
+  }
+  if (source.rows == nullptr) {
+    source.rows.reset(CreateRows());
+  }
+  if (source.rows != nullptr) {
+    source.rows->Parse(node, source.name, source.type);
+  }
 }
 
 void ProtocolInterface::DeleteOptions(const string& name, DclConfigObject::OptionType) {
-  m_enabledBy.erase(name);
+  const auto found = std::find_if(m_sources.begin(), m_sources.end(),
+                                  [&name](const Source& source) { return source.name == name; });
+  if (found != m_sources.end()) {
+    m_sources.erase(found);
+  }
 }
+
+// The last document that names the interface has the word.
+bool ProtocolInterface::IsTaken(unsigned int ifIndex) const {
+  for (auto source = m_sources.rbegin(); source != m_sources.rend(); ++source) {
+    const auto named = source->interfaces.find(ifIndex);
+    if (named != source->interfaces.end()) {
+      return !named->second;
+    }
+  }
+  return false;
+}
+
+void ProtocolInterface::ForEachRow(DclConfigListIteratorFunc& visitor) {
+  for (const Source& source : m_sources) {
+    if (source.rows != nullptr) {
+      source.rows->ForEach(&visitor);
+    }
+  }
+  for (const auto& [name, lists] : m_router.GetConfigLists()) {
+    for (DCLConfigList* list : lists->GetLists()) {
+      list->ForEach(&visitor);
+    }
+  }
+}
+
+// ---- status
 
 bool ProtocolInterface::IsEnabled() {
-  return std::any_of(m_enabledBy.begin(), m_enabledBy.end(),
-                     [](const auto& source) { return source.second; });
-}
-
-void ProtocolInterface::Display(DcConsole* console) {
-  const auto up = std::count_if(m_interfaces.begin(), m_interfaces.end(),
-                                [](const auto& entry) { return entry.second.up; });
-  console->Print("%6u %8s %6s %8lu of %lu\n", static_cast<unsigned int>(m_router.GetVlan()),
-                 YesNo(IsEnabled()), YesNo(IsReady()), static_cast<unsigned long>(up),
-                 static_cast<unsigned long>(m_interfaces.size()));
+  return std::any_of(m_sources.begin(), m_sources.end(),
+                     [](const Source& source) { return source.enabled; });
 }
 
 bool ProtocolInterface::IsReady() {
@@ -77,8 +159,28 @@ bool ProtocolInterface::IsReady() {
 
 bool ProtocolInterface::IsReady(unsigned int ifIndex) {
   const auto found = m_interfaces.find(ifIndex);
-  return found != m_interfaces.end() && found->second.up && IsEnabled();
+  if (found == m_interfaces.end() || !found->second.up || !m_router.IsEnabled(ifIndex)) {
+    return false;
+  }
+  const bool lacksAddress = m_ipProto == DcRtmMgr::PROTO_IPV4 && found->second.isAddressKnown &&
+                            found->second.address == IP4_ANY;
+  return !lacksAddress && !IsTaken(ifIndex) && IsEnabled();
 }
+
+void ProtocolInterface::Display(DcConsole* console) {
+  if (!IsEnabled()) {
+    console->Print("VLAN %u: disabled\n", static_cast<unsigned int>(m_router.GetVlan()));
+    return;
+  }
+  const auto ready = std::count_if(m_interfaces.begin(), m_interfaces.end(),
+                                   [this](const auto& entry) { return IsReady(entry.first); });
+  console->Print("VLAN %u: enabled, %s, %lu of %lu interfaces ready\n",
+                 static_cast<unsigned int>(m_router.GetVlan()), IsReady() ? "ready" : "not ready",
+                 static_cast<unsigned long>(ready),
+                 static_cast<unsigned long>(m_interfaces.size()));
+}
+
+// ---- events
 
 void ProtocolInterface::ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) {
   const bool up = status == STATUS_UP;
@@ -87,11 +189,12 @@ void ProtocolInterface::ProcessInterfaceStatusChange(unsigned int ifIndex, unsig
 }
 
 void ProtocolInterface::ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& address) {
-  m_interfaces[ifIndex].address = address;
+  Interface& interface = m_interfaces[ifIndex];
+  interface.address = address;
+  interface.isAddressKnown = true;
 }
 
-Ospfv3Interface::Ospfv3Interface(DcRouterBase& router) : ProtocolInterface(router, 41) {}
-Ripv2Interface::Ripv2Interface(DcRouterBase& router) : ProtocolInterface(router, 0) {}
-RipngInterface::RipngInterface(DcRouterBase& router) : ProtocolInterface(router, 41) {}
+Ospfv3Interface::Ospfv3Interface(DcRouterBase& router)
+    : ProtocolInterface(router, DcRtmMgr::PROTO_IPV6) {}
 
 }  // namespace Tarsel

@@ -22,6 +22,9 @@ class TARSEL_API DcMulticastRouter : public DcRouterBase {
   static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv, bool ipv6);
   /// Console handler of `ip igmp`; vantacore supplies it and calls ConsoleCommand.
   static void Ip4ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
+
+ private:
+  int m_ipProto;
 };
 
 /// Lists multicast interfaces and groups: `mcast-database`.
@@ -32,8 +35,14 @@ class TARSEL_API MulticastRoutingTableConsoleCommand : public DcConsoleCommand {
   bool Parse(int argc, char** argv) override;
   unsigned int Display(unsigned int context, unsigned int result, const void* row) override;
 
+  /// The handler of "group <address>".
+  static bool ParseGroup(DcConsoleCommand& command, const char* text);
+
  private:
+  void PrintTable(DcRouterBase& router) const;
+
   bool m_ipv6;
+  string m_group;  // the one that is asked for; empty for all
 };
 
 }  // namespace Tarsel

@@ -34,7 +34,7 @@ class TARSEL_API DcOspfRouter : public DcOspfRouterBase {
   void DisplayAreas(DcConsole* console) const override;
 
  private:
-  unsigned int m_instance;
+  int m_ipProto;
   unsigned int m_routerId;
   unsigned int m_referenceBandwidth;
   bool m_adminUp;

@@ -3,6 +3,8 @@
 #define ROUTERS_PROTOCOL_INTERFACE_H
 
 #include <map>
+#include <memory>
+#include <vector>
 
 #include "tarsel/export.h"
 #include "vantacore/dc_router_base.h"
@@ -11,8 +13,13 @@ namespace Tarsel {
 
 /// The configuration of one protocol of one VLAN. Several documents may configure it: the protocol is
 /// enabled while any of them says so, and a document that names the protocol without "enabled" does.
-/// It is ready while it is enabled and the VLAN's RTM instance of its family is; an interface is ready
-/// while the protocol is enabled and the interface is up.
+/// Under "INTERFACES" a document may take single interfaces from the protocol; when several documents
+/// name the same one, remote documents count before the VLAN document, and the last by name among
+/// those of a kind.
+///
+/// It is ready while it is enabled and the VLAN's RTM instance of its family is. An interface is ready
+/// while the protocol is enabled, no document has taken it, the router knows it and it is up, and for
+/// an IPv4 protocol its address, once reported, is not 0.0.0.0.
 ///
 /// It is created with the router that is being built, so the constructor only keeps the reference.
 class TARSEL_API ProtocolInterface : public DcProtoInterfaceBase {
@@ -25,22 +32,46 @@ class TARSEL_API ProtocolInterface : public DcProtoInterfaceBase {
                     DclConfigObject::OptionType type) override;
   void DeleteOptions(const string& name, DclConfigObject::OptionType type) override;
   bool IsEnabled() override;
-  /// One line: VLAN, enabled, ready, and the interfaces that are up among those that are known.
+  /// One line: VLAN, enabled, ready, and the interfaces that are ready among those that are known.
   void Display(DcConsole* console) override;
   bool IsReady() override;
   bool IsReady(unsigned int ifIndex) override;
   void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) override;
   void ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& address) override;
 
+  /// Visits all rows that documents configure, document by document.
+  void ForEachRow(DclConfigListIteratorFunc& visitor);
+
+ protected:
+  /// A list for the rows of one document, owned by the caller, for a protocol that keeps its rows here
+  /// and not in its router's lists; null for others. As with the router's lists, withdrawing the
+  /// document or disabling the protocol forgets the rows and leaves them in the stack.
+  virtual DCLConfigList* CreateRows();
+
+  DcRouterBase& GetRouter() const { return m_router; }
+
  private:
+  struct Source {
+    string name;
+    DclConfigObject::OptionType type;
+    bool enabled;
+    std::map<unsigned int, bool> interfaces;  // the named ones: left to the protocol or not
+    std::unique_ptr<DCLConfigList> rows;
+  };
   struct Interface {
     bool up = false;
+    bool isAddressKnown = false;
     Ip4Addr address;
   };
 
+  Source& FindOrAddSource(const string& name, DclConfigObject::OptionType type);
+  void ReadInterfaces(const OptionsNode& list, Source& source);
+  void ReadRows(const OptionsNode& node, Source& source);
+  bool IsTaken(unsigned int ifIndex) const;
+
   DcRouterBase& m_router;
   int m_ipProto;
-  std::map<string, bool> m_enabledBy;  // by source
+  std::vector<Source> m_sources;  // those that count for more come later
   std::map<unsigned int, Interface> m_interfaces;
 };
 

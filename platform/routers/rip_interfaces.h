@@ -7,16 +7,23 @@
 
 namespace Tarsel {
 
-/// RIPv2's configuration, without configuration lists.
+/// RIPv2's configuration. The routers of both RIP versions add no lists, so their configurations keep
+/// the rows of "IF_LIST" themselves.
 class TARSEL_API Ripv2Interface : public ProtocolInterface {
  public:
   explicit Ripv2Interface(DcRouterBase& router);
+
+ protected:
+  DCLConfigList* CreateRows() override;
 };
 
 /// RIPng's.
 class TARSEL_API RipngInterface : public ProtocolInterface {
  public:
   explicit RipngInterface(DcRouterBase& router);
+
+ protected:
+  DCLConfigList* CreateRows() override;
 };
 
 }  // namespace Tarsel

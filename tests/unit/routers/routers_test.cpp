@@ -144,26 +144,6 @@ TEST_F(Routers, FollowTheirInterfaces) {
   EXPECT_FALSE(rip->IsReady(3));
 }
 
-TEST_F(Routers, AreShownByTheirConsoleHandlers) {
-  Load("\"OSPF\": {\"enabled\": true}");
-  ASSERT_TRUE(Settle());
-  Manager().ProcessInterfaceStatusChange(10, 3, 1);
-  Manager().ProcessInterfaceStatusChange(10, 4, 2);
-  Manager().ProcessIPAddressChange(10, 5, Tarsel::Ip4Addr(10, 1, 0, 1));
-  const std::string header = "   VID  Enabled  Ready Interfaces up\n";
-  const auto& ip4 = Manager().GetIp4ConCmdHandlers();
-  const auto& ip6 = Manager().GetIp6ConCmdHandlers();
-  EXPECT_EQ(Show(ip4, "ospf"), header + "    10      Yes    Yes        1 of 3\n");
-  for (const char* name : {"bgp", "rip", "igmp"}) {
-    EXPECT_EQ(Show(ip4, name), header + "    10       No     No        1 of 3\n") << name;
-  }
-  for (const char* name : {"bgp", "ospf"}) {
-    EXPECT_EQ(Show(ip6, name), header + "    10       No     No        1 of 3\n") << name;
-  }
-  EXPECT_EQ(Show(ip4, "bgp", {"peers"}), "Usage: ip bgp\n");
-  EXPECT_EQ(Show(ip6, "ospf", {"areas"}), "Usage: ip6 ospf\n");
-}
-
 TEST_F(Routers, AreFoundByBgpInstance) {
   Load("");
   EXPECT_EQ(Tarsel::DcBgpRouter::GetRouter(10), Router(DcRouterMgr::PROTOCOL_BGP));
@@ -238,6 +218,8 @@ class MulticastCommand : public Routers {
     return isAccepted;
   }
 
+  const std::string HEADER =
+      "  VLAN            IFACE GROUP                                   STATE\n";
   std::shared_ptr<ConsoleLog> log;
 };
 
@@ -246,18 +228,17 @@ TEST_F(MulticastCommand, ListsTheInterfacesThatRemotesJoinedOn) {
   Manager().JoinNetwork(10, 9);
   Manager().JoinNetwork(10, 3);
   EXPECT_TRUE(Run({}));
-  EXPECT_EQ(log->all,
-            "  VLAN            IFACE GROUP\n"
-            "    10             eth0 *\n"
-            "    10               lo *\n"
-            "End of Table\n");
+  EXPECT_EQ(log->all, HEADER +
+                          "    10             eth0 *                                       joined\n"
+                          "    10               lo *                                       joined\n"
+                          "End of Table\n");
   EXPECT_EQ(log->ends, 1);
   EXPECT_TRUE(log->destroyed);
 }
 
 TEST_F(MulticastCommand, TakesAVlanAndAGroup) {
   EXPECT_TRUE(Run({"vrf", "10", "group", "239.1.1.1"}));
-  EXPECT_EQ(log->all, "  VLAN            IFACE GROUP\nEnd of Table\n");
+  EXPECT_EQ(log->all, HEADER + "End of Table\n");
   EXPECT_TRUE(Run({"group", "ff05::1"}, true));
   EXPECT_TRUE(log->destroyed);
 }

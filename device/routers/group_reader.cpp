@@ -1,0 +1,77 @@
+#include "group_reader.h"
+
+#include <cstring>
+
+#include "tarsel/text.h"
+#include "tarsel/trace.h"
+#include "vantacore/dcl_config_object.h"
+
+namespace Tarsel {
+
+namespace {
+
+constexpr int FIELD_VLAN = 1;
+constexpr int ID_FIELDS = 3;  // protocol, VLAN, id
+
+int CountFields(const char* name) {
+  int fields = 1;
+  for (; *name != '\0'; ++name) {
+    fields += *name == '_' ? 1 : 0;
+  }
+  return fields;
+}
+
+}  // namespace
+
+GroupReader::GroupReader(const OptionsNode& node, const string& source, const string& router)
+    : m_node(node), m_source(source), m_router(router), m_good(true) {}
+
+bool GroupReader::ReadName(const char* protocol, unsigned short vlan) {
+  m_node.GetAsString(m_name, "Name");
+  const char* const name = m_name.c_str();
+  if (!strcasestrstart(protocol, name) || CountFields(name) < ID_FIELDS ||
+      DclConfigObject::ParseKeyFromName(name, FIELD_VLAN) != vlan) {
+    string expected;
+    expected.Format("%s_%u_<number>", *protocol != '\0' ? protocol : "<protocol>",
+                    static_cast<unsigned int>(vlan));
+    Reject("Name", expected.c_str());
+  }
+  return m_good;
+}
+
+void GroupReader::ReadFlag(const char* key, bool& value) {
+  if (!m_node.AsVal(value, key) && !m_node.GetChildNode(key).IsNull()) {
+    Reject(key, "true or false");
+  }
+}
+
+void GroupReader::ReadNumber(const char* key, unsigned int& value, unsigned int low,
+                             unsigned int high) {
+  unsigned int number = value;
+  int length = 0;
+  if (!ReadDCLMibValue(m_node, key, number, length) ? !m_node.GetChildNode(key).IsNull()
+                                                    : (number < low || number > high)) {
+    string expected;
+    expected.Format("a number of %u to %u", low, high);
+    Reject(key, expected.c_str());
+    return;
+  }
+  value = number;
+}
+
+void GroupReader::ReadDotted(const char* key, unsigned char (&bytes)[4]) {
+  unsigned int length = 0;
+  if (!ReadDCLMibIpAddress(m_node, key, bytes, length) && !m_node.GetChildNode(key).IsNull()) {
+    Reject(key, "four numbers with dots between them");
+  }
+}
+
+void GroupReader::Reject(const char* key, const char* expected) {
+  if (m_good) {
+    TRACE("%s: %s: \"%s\" of \"%s\" must be %s\n", m_source.c_str(), m_router.c_str(), key,
+          m_name.c_str(), expected);
+  }
+  m_good = false;
+}
+
+}  // namespace Tarsel

@@ -1,0 +1,202 @@
+// What becomes of a row.
+//
+// Each change is a request of its own, numbered by the row. The serializer passes a row's requests on
+// one after the other, so several may wait; every answer tells whether the row exists, but only that
+// to the latest request decides what comes next. A refusal that asks for a retry makes the row due
+// after a while, up to a limit; any other is kept for the operator until the configuration changes.
+#include "protocol_row.h"
+
+#include <new>
+#include <tuple>
+#include <utility>
+
+#include "device/stack/protocol_rows.h"
+#include "row_registry.h"
+#include "tarsel/trace.h"
+#include "vantacore/dc_router_mgr.h"
+#include "vantacore/mib_action.h"
+
+namespace Tarsel {
+
+namespace {
+
+enum RowStatus : int { ROW_ACTIVE = 1, ROW_CREATE = 4, ROW_DESTROY = 6 };
+enum AnswerStatus : unsigned int { ANSWER_DONE = 1, ANSWER_RETRY = 5, ANSWER_ABSENT = 6 };
+constexpr int ADMIN_UP = 1;
+constexpr int ADMIN_DOWN = 2;
+constexpr unsigned int MAX_REFUSALS = 10;
+
+const unsigned char* KeyBytes(const RowName& name) {
+  return reinterpret_cast<const unsigned char*>(name.key.data());
+}
+
+unsigned int KeyLength(const RowName& name) { return static_cast<unsigned int>(name.key.size()); }
+
+MibOid OidOf(const RowName& name) {
+  unsigned int buffer[MibOid::MAX_LENGTH];
+  const unsigned int length =
+      sms_get_protocol_row_oid(buffer, name.table, name.instance, KeyBytes(name), KeyLength(name));
+  return MibOid(buffer, length);
+}
+
+/// A write of a protocol row. Who asked for it may have gone by the time it is issued.
+class ProtocolRowAction : public MibAction {
+ public:
+  ProtocolRowAction(std::weak_ptr<ProtocolRow> asker, unsigned int sequence, RowName name,
+                    int rowStatus, int adminStatus, const string& contents)
+      : m_asker(std::move(asker)),
+        m_sequence(sequence),
+        m_name(std::move(name)),
+        m_rowStatus(rowStatus),
+        m_adminStatus(adminStatus),
+        m_contents(contents) {}
+
+  void IssueReq(bool shared) override {
+    TRACE(5,
+          "ProtocolRowAction: shared_context = %d row_status = %d table = %u instance = %u "
+          "key = %s\n",
+          shared, m_rowStatus, m_name.table, m_name.instance, m_name.key.c_str());
+    RowRegistry::Get().NoteIssued(m_name, m_asker, m_sequence, m_rowStatus);
+    sms_act_protocol_row(shared ? 0 : 1, m_name.table, m_rowStatus, m_adminStatus, m_name.instance,
+                         KeyBytes(m_name), KeyLength(m_name), m_contents.c_str());
+  }
+
+ private:
+  std::weak_ptr<ProtocolRow> m_asker;
+  unsigned int m_sequence;
+  RowName m_name;
+  int m_rowStatus;
+  int m_adminStatus;
+  string m_contents;
+};
+
+}  // namespace
+
+bool operator<(const RowName& a, const RowName& b) {
+  return std::tie(a.instance, a.table, a.key) < std::tie(b.instance, b.table, b.key);
+}
+
+bool operator<(const SourceRank& a, const SourceRank& b) {
+  return std::tie(a.type, a.name) < std::tie(b.type, b.name);
+}
+
+ProtocolRow::ProtocolRow(Owner& owner, RowName name, SourceRank rank)
+    : m_owner(owner),
+      m_name(std::move(name)),
+      m_rank(std::move(rank)),
+      m_phase(SETTLED),
+      m_inStack(false),
+      m_removing(false),
+      m_isDue(false),
+      m_askedStatus(0),
+      m_sequence(0),
+      m_status(0),
+      m_refusals(0) {
+  RowRegistry::Get().Add(*this);
+}
+
+ProtocolRow::~ProtocolRow() { RowRegistry::Get().Drop(*this); }
+
+// ---- requests
+
+void ProtocolRow::Write(int adminStatus, const string& contents) {
+  m_removing = false;
+  if (RowRegistry::Get().FindCounting(m_name) != this) {
+    m_phase = SETTLED;  // the other document's contents stand; this one's turn comes when it goes
+    return;
+  }
+  Ask(m_inStack ? ROW_ACTIVE : ROW_CREATE, adminStatus, contents);
+}
+
+bool ProtocolRow::Remove() {
+  if (!m_removing) {
+    RowRegistry::Get().StopCounting(*this);
+  }
+  if (RowRegistry::Get().FindCounting(m_name) != nullptr) {
+    return true;  // the row is another document's now
+  }
+  if (m_phase == ASKED) {
+    if (m_askedStatus == ROW_DESTROY) {
+      return false;
+    }
+  } else if (!m_inStack) {
+    return true;
+  }
+  Ask(ROW_DESTROY, ADMIN_DOWN, string());
+  return false;
+}
+
+// The state is complete before the request is handed on, since it may be answered at once.
+void ProtocolRow::Ask(int rowStatus, int adminStatus, const string& contents) {
+  auto* const action = new (std::nothrow)
+      ProtocolRowAction(weak_from_this(), m_sequence + 1, m_name, rowStatus, adminStatus, contents);
+  if (action == nullptr) {
+    TRACE(1, "Error in Allocating ProtocolRowAction\n");
+    Judge(false, ANSWER_RETRY);
+    return;
+  }
+  ++m_sequence;
+  m_phase = ASKED;
+  m_askedStatus = rowStatus;
+  DcRouterMgr::GetInstance()->GetSerializer().Insert(OidOf(m_name), action);
+}
+
+// ---- answers
+
+void ProtocolRow::Answered(unsigned int sequence, int rowStatus, unsigned int status) {
+  const bool done = status == ANSWER_DONE || (rowStatus == ROW_DESTROY && status == ANSWER_ABSENT);
+  if (done) {
+    m_inStack = rowStatus != ROW_DESTROY;
+  }
+  if (sequence == m_sequence) {
+    Judge(done, status);
+  }
+  m_owner.RowChanged();
+}
+
+void ProtocolRow::Judge(bool done, unsigned int status) {
+  m_status = status;
+  if (done) {
+    m_phase = SETTLED;
+    m_refusals = 0;
+    if (m_removing) {
+      RowRegistry::Get().MakeDue(*this);
+    }
+  } else if (status == ANSWER_RETRY && ++m_refusals < MAX_REFUSALS) {
+    m_phase = WAITING;
+    RowRegistry::Get().MakeDue(*this);
+  } else {
+    m_phase = REFUSED;
+    TRACE(0, "The stack refuses to %s row %s of table %u in instance %u: status %u\n",
+          m_removing ? "drop" : "write", m_name.key.c_str(), m_name.table, m_name.instance, status);
+  }
+}
+
+// ---- display
+
+string ProtocolRow::Describe() const {
+  string text;
+  if (!m_removing && RowRegistry::Get().FindCounting(m_name) != this) {
+    text = "overridden";
+  } else if (m_phase == SETTLED) {
+    text = m_removing ? string("gone") : DescribePresence();
+  } else if (m_phase == ASKED) {
+    text = m_removing ? "leaving" : "pending";
+  } else {
+    text.Format("%s%s (status %u)", m_removing ? "leaving, " : "",
+                m_phase == WAITING ? "retried" : "refused", m_status);
+  }
+  return text;
+}
+
+// The stack may have lost the row since it said yes.
+string ProtocolRow::DescribePresence() const {
+  sms_protocol_row row;
+  if (!sms_get_protocol_row(m_name.table, m_name.instance, KeyBytes(m_name), KeyLength(m_name),
+                            &row)) {
+    return "lost";
+  }
+  return row.admin_status == ADMIN_UP ? "active" : "down";
+}
+
+}  // namespace Tarsel

@@ -1,0 +1,38 @@
+// The interfaces of RIP.
+#ifndef DEVICE_ROUTERS_RIP_ROW_H
+#define DEVICE_ROUTERS_RIP_ROW_H
+
+#include <string>
+
+#include "group_reader.h"
+#include "tarsel/string.h"
+
+namespace Tarsel {
+
+class DcRouterBase;
+
+/// The columns of an interface, named RIP_<vlan>_<interface index>.
+struct RipRow {
+  static constexpr const char* LIST = "RipInterfaces";
+  static constexpr const char* MEMBER = "IF_LIST";
+
+  unsigned int cost = 1;
+  bool passive = false;
+  bool enabled = true;
+  int ipProto;
+
+  explicit RipRow(int proto) : ipProto(proto) {}
+  void Read(GroupReader& reader);
+  bool IsSameRow(const RipRow&) const { return true; }
+  std::string GetKey(unsigned int id) const { return std::to_string(id); }
+  string GetContents() const;
+  int GetIpProto() const { return ipProto; }
+  void Enter(DcRouterBase&, unsigned int) const {}
+  void Leave(DcRouterBase&, unsigned int) const {}
+};
+
+bool operator==(const RipRow& a, const RipRow& b);
+
+}  // namespace Tarsel
+
+#endif

@@ -1,0 +1,152 @@
+// An answer of the stack names a row, not a request and not an object. The serializer has at most one
+// request of a row in the stack, so the request that was issued last is the one that is answered; who
+// asked for it is held weakly, since a document may have been withdrawn meanwhile.
+//
+// What follows from an answer, a retry or the end of an object, changes configuration lists. An
+// answer may arrive while a list is being committed, if the stack answers from inside the request, so
+// it is only noted here and done by a timer.
+#include "row_registry.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "device/stack/protocol_rows.h"
+
+namespace Tarsel {
+
+namespace {
+
+constexpr unsigned int DUE_MS = 100;
+// What is due at once may be much: it is done in portions, with the event loop's turn in between.
+constexpr std::size_t MAX_PORTION = 200;
+constexpr unsigned int NEXT_PORTION_MS = 1;
+
+bool HasLowerRank(const ProtocolRow* a, const ProtocolRow* b) {
+  return a->GetRank() < b->GetRank();
+}
+
+}  // namespace
+
+RowRegistry& RowRegistry::Get() {
+  static RowRegistry* const registry = new RowRegistry;
+  return *registry;
+}
+
+RowRegistry::RowRegistry() : m_timer("ProtocolRows") {
+  m_timer.SetCallback(
+      new MemberCallback2<RowRegistry, unsigned int, void*>(this, &RowRegistry::OnTimeout));
+  sms_register_protocol_answer(&RowRegistry::OnAnswer);
+}
+
+// ---- who wants which row
+
+void RowRegistry::Add(ProtocolRow& row) {
+  std::vector<ProtocolRow*>& rows = m_entries[row.GetName()].rows;
+  rows.insert(std::upper_bound(rows.begin(), rows.end(), &row, HasLowerRank), &row);
+}
+
+void RowRegistry::Drop(ProtocolRow& row) {
+  StopCounting(row);
+  const auto entry = m_entries.find(row.GetName());
+  std::vector<ProtocolRow*>& rows = entry->second.rows;
+  rows.erase(std::find(rows.begin(), rows.end(), &row));
+  Forget(entry);
+}
+
+ProtocolRow* RowRegistry::FindCounting(const RowName& name) const {
+  const auto entry = m_entries.find(name);
+  if (entry == m_entries.end()) {
+    return nullptr;
+  }
+  const std::vector<ProtocolRow*>& rows = entry->second.rows;
+  const auto found = std::find_if(rows.rbegin(), rows.rend(),
+                                  [](const ProtocolRow* row) { return !row->IsRemoving(); });
+  return found != rows.rend() ? *found : nullptr;
+}
+
+bool RowRegistry::IsConfigured(const RowName& name) const {
+  const auto entry = m_entries.find(name);
+  return entry != m_entries.end() && !entry->second.rows.empty();
+}
+
+void RowRegistry::StopCounting(ProtocolRow& row) {
+  const bool counted = FindCounting(row.GetName()) == &row;
+  row.m_removing = true;
+  if (!counted) {
+    return;
+  }
+  if (ProtocolRow* const next = FindCounting(row.GetName())) {
+    next->Renew();
+    MakeDue(*next);
+  }
+}
+
+// Entries that nobody needs any more go.
+void RowRegistry::Forget(Entries::iterator entry) {
+  if (entry->second.rows.empty() && entry->second.inFlight.rowStatus == 0) {
+    m_entries.erase(entry);
+  }
+}
+
+// ---- requests and answers
+
+void RowRegistry::NoteIssued(const RowName& name, const std::weak_ptr<ProtocolRow>& asker,
+                             unsigned int sequence, int rowStatus) {
+  m_entries[name].inFlight = {asker, sequence, rowStatus};
+}
+
+void RowRegistry::OnAnswer(unsigned int table, unsigned int instance, const unsigned char* key,
+                           unsigned int keyLength, int rowStatus, int, unsigned int status) {
+  Get().Answer({table, instance, std::string(reinterpret_cast<const char*>(key), keyLength)},
+               rowStatus, status);
+}
+
+void RowRegistry::Answer(const RowName& name, int rowStatus, unsigned int status) {
+  const auto entry = m_entries.find(name);
+  if (entry == m_entries.end() || entry->second.inFlight.rowStatus != rowStatus) {
+    return;  // a repeated answer
+  }
+  const InFlight answered = std::exchange(entry->second.inFlight, InFlight());
+  if (const std::shared_ptr<ProtocolRow> row = answered.asker.lock()) {
+    row->Answered(answered.sequence, rowStatus, status);
+  } else {
+    Forget(entry);
+  }
+}
+
+// ---- what follows later
+
+void RowRegistry::MakeDue(ProtocolRow& row) {
+  if (row.m_isDue) {
+    return;
+  }
+  row.m_isDue = true;
+  m_due.push_back(row.weak_from_this());
+  if (!m_timer.IsRunning()) {
+    m_timer.Start(DUE_MS);
+  }
+}
+
+void RowRegistry::OnTimeout(unsigned int, void*) {
+  std::vector<DCLConfigList*> lists;
+  for (std::size_t i = 0; i < MAX_PORTION && !m_due.empty(); ++i) {
+    const std::shared_ptr<ProtocolRow> row = m_due.front().lock();
+    m_due.pop_front();
+    if (row == nullptr) {
+      continue;
+    }
+    row->m_isDue = false;
+    DCLConfigList* const list = &row->m_owner.RowDue();
+    if (std::find(lists.begin(), lists.end(), list) == lists.end()) {
+      lists.push_back(list);
+    }
+  }
+  for (DCLConfigList* list : lists) {
+    list->CommitToMib();
+  }
+  if (!m_due.empty() && !m_timer.IsRunning()) {
+    m_timer.Start(NEXT_PORTION_MS);
+  }
+}
+
+}  // namespace Tarsel
