@@ -11,12 +11,26 @@
 namespace {
 
 using config_test::Node;
+using config_test::TestRouter;
 using test_support::FailingNew;
 using namespace Tarsel;
 
+// A configuration that allocates nothing, so that the first allocation is the router's.
+class EnabledConfig : public DcProtoInterfaceBase {
+ public:
+  void ParseOptions(const OptionsNode&, const string&, DclConfigObject::OptionType) override {}
+  void DeleteOptions(const string&, DclConfigObject::OptionType) override {}
+  bool IsEnabled() override { return true; }
+  void Display(DcConsole*) override {}
+  bool IsReady() override { return true; }
+  bool IsReady(unsigned int) override { return true; }
+  void ProcessInterfaceStatusChange(unsigned int, unsigned int) override {}
+  void ProcessIPAddressChange(unsigned int, const Ip4Addr&) override {}
+};
+
 TEST(AllocationTest, ListsThatCannotBeMadeAreAskedForAgain) {
-  DcRipv2Router router(12);
-  const Node node(R"({"RIPV2": {"enabled": true}})");
+  TestRouter router(12, new EnabledConfig);
+  const Node node(R"({"TEST": {"tag": "x"}})");
   {
     FailingNew failure(1);
     EXPECT_EQ(router.Reload(node, "file", DclConfigObject::VLAN_OPTIONS), 1);
