@@ -49,7 +49,7 @@ void TellAddress(const InterfaceKey& key, const Tarsel::Ip4Addr& address) {
 
 }  // namespace
 
-void DeviceState::Apply(const DeviceDocument& wanted) {
+void DeviceState::Apply(const DeviceDocument& wanted, const std::set<unsigned short>& vlans) {
   for (const auto& [key, interface] : m_interfaces) {
     if (wanted.interfaces.count(key) == 0) {
       Remove(key, interface);
@@ -63,15 +63,34 @@ void DeviceState::Apply(const DeviceDocument& wanted) {
       Change(key, known->second, interface);
     }
   }
-  // The library keeps a VLAN's primary interface for good, so one that is no longer named stays.
+  m_interfaces = wanted.interfaces;
   for (const auto& [vlan, name] : wanted.primaries) {
-    const auto known = m_primaries.find(vlan);
-    if (known == m_primaries.end() || known->second != name) {
-      DcInterfaceMgr::GetInstance()->SetPrimaryInterface(vlan, name.c_str());
+    SetPrimary(vlan, name);
+  }
+  for (const unsigned short vlan : vlans) {
+    if (wanted.primaries.count(vlan) == 0) {
+      SetPrimary(vlan, FirstWithIp4(vlan));
     }
   }
-  m_interfaces = wanted.interfaces;
-  m_primaries = wanted.primaries;
+}
+
+// The stack asks for a new VLAN's primary interface, and the library counts on there being one.
+std::string DeviceState::FirstWithIp4(unsigned short vlan) const {
+  const auto end = m_interfaces.end();
+  for (auto i = m_interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {
+    if (i->second.ip4) {
+      return i->second.name;
+    }
+  }
+  return "lo";
+}
+
+void DeviceState::SetPrimary(unsigned short vlan, const std::string& name) {
+  std::string& known = m_primaries[vlan];
+  if (known != name) {
+    DcInterfaceMgr::GetInstance()->SetPrimaryInterface(vlan, name.c_str());
+    known = name;
+  }
 }
 
 void DeviceState::Add(const InterfaceKey& key, const Interface& interface) {

@@ -3,6 +3,7 @@
 #define DEVICE_HOST_DEVICE_STATE_H
 
 #include <optional>
+#include <set>
 
 #include "device_document.h"
 #include "host/dc_host_interfaces.h"
@@ -13,8 +14,10 @@ namespace host {
 /// what is the same in both is not mentioned to the library again.
 class DeviceState : public Tarsel::DcIpInterface {
  public:
-  /// The default VLAN is not looked at: the library takes it once, at start-up.
-  void Apply(const DeviceDocument& wanted);
+  /// The default VLAN is not looked at: the library takes it once, at start-up. Each of `vlans`, and
+  /// each VLAN that the document speaks of, has a primary interface afterwards: the one that the
+  /// document names, else the first with an IPv4 address, else "lo", which has none.
+  void Apply(const DeviceDocument& wanted, const std::set<unsigned short>& vlans);
 
   /// Tells a VLAN's routers, which are new, about the interfaces that were there before them.
   void AnnounceTo(unsigned short vlan) const;
@@ -32,6 +35,9 @@ class DeviceState : public Tarsel::DcIpInterface {
                  const std::optional<Ip4Network>& to);
   void ChangeIp6(const InterfaceKey& key, const std::vector<Tarsel::Ip6Prefix>& from,
                  const std::vector<Tarsel::Ip6Prefix>& to);
+
+  std::string FirstWithIp4(unsigned short vlan) const;
+  void SetPrimary(unsigned short vlan, const std::string& name);
 
   std::map<InterfaceKey, Interface> m_interfaces;
   std::map<unsigned short, std::string> m_primaries;

@@ -66,7 +66,11 @@ std::set<unsigned short> Loader::FindLeavingVlans() const {
 }
 
 void Loader::Apply() {
-  m_device.Apply(m_folder.GetDevice());
+  VlanIds named;
+  for (const auto& file : m_folder.GetFiles()) {
+    named.insert(file->vlans.begin(), file->vlans.end());
+  }
+  m_device.Apply(m_folder.GetDevice(), named);
   const VlanIds before = ExistingVlans();
   ApplyDocuments();
   for (const unsigned short vlan : ExistingVlans()) {

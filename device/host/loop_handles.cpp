@@ -57,6 +57,30 @@ void LoopTimer::Start(std::uint64_t milliseconds, std::function<void()> callback
 
 void LoopTimer::Stop() { uv_timer_stop(&m_handle->uv); }
 
+// A timer without delay would not do: libuv runs it again and again within one turn.
+struct LoopTask::Handle {
+  uv_idle_t uv;
+  std::function<void()> callback;
+};
+
+LoopTask::LoopTask(uv_loop_s* loop) : m_handle(new Handle) {
+  uv_idle_init(loop, &m_handle->uv);
+  m_handle->uv.data = m_handle;
+}
+
+LoopTask::~LoopTask() {
+  m_handle->callback = nullptr;
+  Close(m_handle);
+}
+
+void LoopTask::Post(std::function<void()> callback) {
+  m_handle->callback = std::move(callback);
+  uv_idle_start(&m_handle->uv, [](uv_idle_t* idle) {
+    uv_idle_stop(idle);
+    Guard(static_cast<Handle*>(idle->data)->callback);
+  });
+}
+
 struct LoopPoll::Handle {
   uv_poll_t uv;
   std::function<void(int)> callback;

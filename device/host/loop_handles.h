@@ -26,6 +26,21 @@ class LoopTimer {
   Handle* m_handle;
 };
 
+/// Calls back in the loop's next turn, after which descriptors and timers have had theirs.
+class LoopTask {
+ public:
+  explicit LoopTask(uv_loop_s* loop);
+  LoopTask(const LoopTask&) = delete;
+  LoopTask& operator=(const LoopTask&) = delete;
+  ~LoopTask();
+
+  void Post(std::function<void()> callback);
+
+ private:
+  struct Handle;
+  Handle* m_handle;
+};
+
 /// Watches a descriptor, which is the caller's and must stay open meanwhile.
 class LoopPoll {
  public:

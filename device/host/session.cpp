@@ -27,13 +27,16 @@ void Session::Execute(const std::string& line) {
   Detach();
   m_invocation = std::make_shared<Invocation>();
   m_invocation->write = [this](const std::string& text) { Write(text); };
-  m_invocation->over = [this] { m_wake.Start(0, [this] { Over(); }); };
+  m_invocation->over = [this] { m_wake.Post([this] { Over(); }); };
   m_reply = m_context.dispatcher.Execute(line, m_vlan, m_invocation);
 }
 
 void Session::Over() {
   Flush();
   m_hadUnknownWord |= m_reply.isUnknown;
+  if (m_hasLeft) {
+    return;
+  }
   if (m_reply.isQuit) {
     Leave(m_hadUnknownWord ? EXIT_UNKNOWN_WORD : EXIT_DONE);
   } else if (m_reply.hasChanged) {
@@ -41,6 +44,11 @@ void Session::Over() {
   } else {
     Ready();
   }
+}
+
+void Session::Leave(int status) {
+  m_hasLeft = true;
+  m_context.leave(status);
 }
 
 void Session::SettleThenReady() {

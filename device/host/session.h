@@ -46,7 +46,8 @@ class Session {
 
   void Execute(const std::string& line);
   void SettleThenReady();
-  void Leave(int status) { m_context.leave(status); }
+  /// No line is taken afterwards.
+  void Leave(int status);
   uv_loop_s* GetLoop() const { return m_context.loop; }
   unsigned short GetVlan() const { return m_vlan; }
   bool HadUnknownWord() const { return m_hadUnknownWord; }
@@ -57,10 +58,11 @@ class Session {
 
   const SessionContext m_context;
   unsigned short m_vlan;
-  LoopTimer m_wake;
+  LoopTask m_wake;
   std::shared_ptr<Invocation> m_invocation;
   Reply m_reply;
   bool m_hadUnknownWord = false;
+  bool m_hasLeft = false;
 };
 
 }  // namespace host

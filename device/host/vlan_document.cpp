@@ -1,6 +1,7 @@
 #include "vlan_document.h"
 
 #include <map>
+#include <utility>
 
 #include "json_members.h"
 
@@ -38,12 +39,18 @@ class Checker {
     const Place place = m_file.Member(GROUP);
     if (group.isObject()) {
       for (const std::string& name : group.getMemberNames()) {
-        CheckEntry(group[name], place.Member(name));
+        if (!CheckEntry(group[name], place.Member(name))) {
+          group.removeMember(name);
+        }
       }
     } else if (group.isArray()) {
+      Json::Value good(Json::arrayValue);
       for (Json::ArrayIndex i = 0; i < group.size(); ++i) {
-        CheckEntry(group[i], place.Element(i));
+        if (CheckEntry(group[i], place.Element(i))) {
+          good.append(std::move(group[i]));
+        }
       }
+      group = std::move(good);
     } else {
       Complain(place, "expected an object of VLANs, found " + Describe(group));
       return false;
@@ -56,26 +63,24 @@ class Checker {
     m_report(place.Text() + ": " + problem);
   }
 
-  // The library skips empty entries without a word.
-  void CheckEntry(Json::Value& entry, const Place& place) {
+  // Whether the entry is one that can be applied. An empty one says nothing and is no mistake.
+  bool CheckEntry(const Json::Value& entry, const Place& place) {
     if (IsEmpty(entry)) {
-      return;
+      return false;
     }
     if (!entry.isObject()) {
       Complain(place, "expected an object, found " + Describe(entry));
-      entry = Json::Value();
-      return;
+      return false;
     }
-    const Json::Value& read = entry;  // asking a changeable value for a member would create it
-    const Json::Value& vid = read["vid"];
+    const Json::Value& vid = entry["vid"];
     if (!vid.isInt()) {
       Complain(place.Member("vid"), "expected a VLAN id, found " +
                                         (vid.isNull() ? std::string("nothing") : Describe(vid)));
-      entry = Json::Value();
-      return;
+      return false;
     }
     CheckVlan(static_cast<unsigned short>(vid.asInt()), place);
-    CheckContents(read, place);
+    CheckContents(entry, place);
+    return true;
   }
 
   void CheckVlan(unsigned short vlan, const Place& place) {

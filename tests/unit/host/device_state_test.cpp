@@ -28,9 +28,10 @@ class DeviceState : public test_support::DeviceFixture {
   // Applies a document whose interfaces are these, and lets the stack answer.
   void Apply(const std::string& interfaces, const std::string& primaries = "") {
     state.Apply(host::ReadDeviceDocument(
-        ParsedJson("{\"default_vlan\": 10, \"interfaces\": [" + interfaces +
-                   "], \"primary_interfaces\": {" + primaries + "}}"),
-        "device.json", reported.report));
+                    ParsedJson("{\"default_vlan\": 10, \"interfaces\": [" + interfaces +
+                               "], \"primary_interfaces\": {" + primaries + "}}"),
+                    "device.json", reported.report),
+                {10, 11});
     ASSERT_THAT(reported.lines, IsEmpty());
     ASSERT_TRUE(Settle());
   }
@@ -131,6 +132,16 @@ TEST_F(DeviceState, GivesAnInterfaceANewName) {
 TEST_F(DeviceState, SetsPrimaries) {
   Apply(Eth0(), "\"10\": \"eth0\"");
   EXPECT_STREQ(Tarsel::DcInterfaceMgr::GetInstance()->GetPrimaryInterface(10), "eth0");
+}
+
+TEST_F(DeviceState, ChoosesThePrimariesThatNobodyNames) {
+  const Tarsel::DcInterfaceMgr* registry = Tarsel::DcInterfaceMgr::GetInstance();
+  Apply(Eth0() + ", {\"name\": \"eth1\", \"vlan\": 10, \"index\": 4, \"ipv4\": \"10.1.0.1/16\"}");
+  EXPECT_STREQ(registry->GetPrimaryInterface(10), "eth1");
+  EXPECT_STREQ(registry->GetPrimaryInterface(11), "lo");
+  EXPECT_EQ(registry->GetPrimaryInterface(12), nullptr);
+  Apply(Eth0("\"ipv4\": \"10.1.0.1/16\""));
+  EXPECT_STREQ(registry->GetPrimaryInterface(10), "eth0");
 }
 
 TEST_F(DeviceState, FindsAnInterfaceOnItsOwnVlanOnly) {

@@ -61,17 +61,15 @@ TEST_F(CheckVlanDocument, TakesOutEntriesWithoutAVlanId) {
                   "vlans.json: VLAN_CONFIGURATIONS.d.vid: expected a VLAN id, found nothing",
                   "vlans.json: VLAN_CONFIGURATIONS.e.vid: expected a VLAN id, found 3000000000"));
   EXPECT_THAT(vlans, ElementsAre(10));
-  EXPECT_EQ(document["VLAN_CONFIGURATIONS"]["f"]["vid"].asInt(), 10);
-  for (const char* entry : {"a", "b", "c", "d", "e"}) {
-    EXPECT_TRUE(document["VLAN_CONFIGURATIONS"][entry].isNull()) << entry;
-  }
+  EXPECT_EQ(document["VLAN_CONFIGURATIONS"], ParsedJson("{\"f\": {\"vid\": 10}}"));
 }
 
 TEST_F(CheckVlanDocument, NamesElementsOfAnArrayByIndex) {
-  EXPECT_TRUE(Check("{\"VLAN_CONFIGURATIONS\": [{\"vid\": 10}, 5]}"));
+  EXPECT_TRUE(Check("{\"VLAN_CONFIGURATIONS\": [{}, 5, {\"vid\": 10}]}"));
   EXPECT_THAT(reported.lines,
               ElementsAre("vlans.json: VLAN_CONFIGURATIONS[1]: expected an object, found 5"));
   EXPECT_THAT(vlans, ElementsAre(10));
+  EXPECT_EQ(document["VLAN_CONFIGURATIONS"], ParsedJson("[{\"vid\": 10}]"));
 }
 
 TEST_F(CheckVlanDocument, CutsIdsLikeTheLibrary) {

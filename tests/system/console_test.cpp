@@ -1,0 +1,255 @@
+// The console on a pipe and on a terminal, and the process around it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include "daemon_process.h"
+#include "tests/support/scratch_folder.h"
+
+namespace {
+
+using system_test::Arguments;
+using system_test::DaemonProcess;
+using system_test::Result;
+using system_test::RunDaemon;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+// A device with one VLAN, on a clock that makes the library's scheduler turn quickly.
+class Console : public testing::Test {
+ protected:
+  Console() {
+    folder.Write("device.json", R"({"default_vlan": 10, "interfaces": [
+      {"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16"}]})");
+    folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {
+      "a": {"vid": 10, "RIPV2": {"enabled": true}}, "b": {"vid": 20}}})");
+  }
+
+  Arguments With(const Arguments& more = {}) const {
+    Arguments arguments = {"--config", folder.Path(), "--tick-us", "100"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+  }
+  Result Run(const std::string& input, const Arguments& more = {}) const {
+    return RunDaemon(With(more), input);
+  }
+
+  test_support::ScratchFolder folder;
+};
+
+TEST_F(Console, EndsWithItsInput) {
+  const Result result = Run("");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(Console, PrintsEachCommandsOutputInOrder) {
+  const Result result = Run("ip protocol summary\n\nrtm rib\nip6 protocol summary");
+  EXPECT_THAT(result.output, StartsWith("   VID  BGP4+ OSPFv2  RIPv2   IGMP\n"
+                                        "    10     No     No    Yes     No\n"
+                                        "    20     No     No     No     No\n"
+                                        "\n VLAN "));
+  EXPECT_THAT(result.output, EndsWith("End of table\n"
+                                      "   VID  BGP4+ OSPFv3  RIPng    MLD\n"
+                                      "    10     No     No     No     No\n"
+                                      "    20     No     No     No     No\n"));
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(Console, HasSettledBeforeTheFirstCommand) {
+  const Result result = Run("rtm route\n");
+  EXPECT_THAT(result.output, HasSubstr("10.1.0.0/16"));
+  EXPECT_THAT(result.output, EndsWith("End of table\n"));
+}
+
+TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
+  const Result result = Run("foo\nip bar\nvrf 20\n");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.output,
+            "\"foo\" is unknown. Possible: ip ip6 rtm show vrf reload help ? quit exit\n"
+            "\"ip\" is understood, \"bar\" behind it is not. Possible: bgp igmp ospf protocol "
+            "rip\n");
+  EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(Console, CallsNoWordUnknownThatAHandlerRefuses) {
+  EXPECT_EQ(Run("ip protocol foo\nrtm rib proto isis\nvrf x\n").status, 0);
+}
+
+TEST_F(Console, QuitsBeforeTheEndOfItsInput) {
+  for (const char* word : {"quit", "exit"}) {
+    const Result result = Run(std::string(word) + "\nip protocol summary\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "");
+  }
+  EXPECT_EQ(Run("foo\nquit\n").status, 2);
+}
+
+TEST_F(Console, BindsCommandsToTheSessionsVlan) {
+  const Result result = Run("rtm rib\nvrf 20\nrtm rib\nvrf 30\n");
+  EXPECT_THAT(result.output, HasSubstr("10.1.0.0/16"));
+  EXPECT_THAT(result.output, EndsWith("End of table\nEnd of table\nVLAN 30 is not present\n"));
+}
+
+TEST_F(Console, TakesALineOfAnyLength) {
+  const Result result = Run(std::string(100000, 'x') + "\nip protocol summary\n");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.output, StartsWith("\"" + std::string(60, 'x') + "...\" is unknown."));
+  EXPECT_THAT(result.output, HasSubstr("    10     No     No    Yes     No\n"));
+}
+
+TEST_F(Console, TakesBytesThatAreNoText) {
+  std::string noise;
+  for (int i = 0; i < 256; ++i) {
+    noise += static_cast<char>(i);
+  }
+  EXPECT_EQ(Run(noise + "\nip " + noise + "\nrtm rib dest " + noise + "\n").status, 2);
+}
+
+TEST_F(Console, EndsWhenNobodyReadsItsOutput) {
+  // `head` leaves after the first line; the pipe is full long before the input ends.
+  std::string input;
+  for (int i = 0; i < 20000; ++i) {
+    input += "help\n";
+  }
+  folder.Write("input", input);
+  const std::string command = std::string(VANTACORED_COMMAND);
+  std::string words = command;
+  for (char& c : words) {
+    c = c == ';' ? ' ' : c;
+  }
+  const std::string line = "set -o pipefail; " + words + " --config " + folder.Path() +
+                           " --tick-us 100 < " + folder.PathOf("input") + " | head -n 1 > " +
+                           folder.PathOf("output");
+  const int status = std::system(("bash -c '" + line + "'").c_str());
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+}
+
+TEST_F(Console, ShowsTheLogUpToTheLevelAskedFor) {
+  EXPECT_THAT(Run("").errors, IsEmpty());
+  const Result talkative = Run("", {"--log", "10"});
+  EXPECT_THAT(talkative.errors, HasSubstr("Creating VLAN 10\n"));
+  EXPECT_THAT(talkative.errors, HasSubstr("Starting Metaswitch\n"));
+  EXPECT_THAT(talkative.output, IsEmpty());
+}
+
+TEST_F(Console, ExplainsItself) {
+  const Result help = RunDaemon({"--help"}, "");
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.output, StartsWith("Usage: vantacored --config DIR [OPTION...]\n"));
+  EXPECT_EQ(help.errors, "");
+  const Result version = RunDaemon({"--version"}, "");
+  EXPECT_EQ(version.status, 0);
+  EXPECT_THAT(version.output, StartsWith("vantacored "));
+}
+
+TEST_F(Console, RefusesOptionsThatItDoesNotKnow) {
+  const Result result = RunDaemon({"--colour"}, "");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(result.errors,
+            "vantacored: no such option: \"--colour\"\nvantacored --help tells more.\n");
+}
+
+TEST_F(Console, NeedsAFolder) {
+  const Result result = RunDaemon({"--config", folder.PathOf("nowhere")}, "ip protocol summary\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(result.errors, folder.PathOf("nowhere") + ": No such file or directory\n");
+}
+
+TEST_F(Console, EndsCleanlyOnSignals) {
+  for (const int number : {SIGINT, SIGTERM}) {
+    DaemonProcess daemon(With(), DaemonProcess::PIPES);
+    daemon.Send("ip protocol summary\n");
+    daemon.ReadUntil("    20 ");
+    daemon.Kill(number);
+    EXPECT_EQ(daemon.Wait(), 0);
+    EXPECT_EQ(daemon.Errors(), "");
+  }
+}
+
+class Daemon : public Console {};
+
+TEST_F(Daemon, IgnoresItsStandardInput) {
+  DaemonProcess daemon(With({"--daemon", "--log", "10"}), DaemonProcess::PIPES);
+  daemon.Send("ip protocol summary\nquit\n");
+  daemon.CloseInput();
+  daemon.ReadErrorsUntil("Scheduling Timer Expired");
+  daemon.Kill(SIGTERM);
+  EXPECT_EQ(daemon.Wait(), 0);
+  EXPECT_EQ(daemon.Output(), "");
+}
+
+TEST_F(Daemon, ReadsTheFolderAgainOnHangUp) {
+  DaemonProcess daemon(With({"--daemon", "--log", "10"}), DaemonProcess::PIPES);
+  daemon.ReadErrorsUntil("Creating VLAN 20\n");
+  daemon.ReadErrorsUntil("Scheduling Timer Expired");
+  folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10}}})");
+  daemon.Kill(SIGHUP);
+  daemon.ReadErrorsUntil("Deleted VLAN 20\n");
+  daemon.Kill(SIGTERM);
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
+class Terminal : public Console {
+ protected:
+  Terminal() : daemon(With(), DaemonProcess::TERMINAL) { daemon.ReadUntil(PROMPT); }
+
+  // Sends a line and returns what is shown until the next prompt.
+  std::string Type(const std::string& line) {
+    daemon.Send(line + "\n");
+    return daemon.ReadUntil(PROMPT);
+  }
+
+  static constexpr const char* PROMPT = "vantacore[10]> ";
+  DaemonProcess daemon;
+};
+
+TEST_F(Terminal, PromptsAndEchoes) {
+  EXPECT_THAT(Type("ip protocol summary"),
+              StartsWith("ip protocol summary\r\n   VID  BGP4+ OSPFv2  RIPv2   IGMP\r\n"));
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
+TEST_F(Terminal, PromptsAgainWhenAWalkIsOver) {
+  EXPECT_THAT(Type("rtm rib"), HasSubstr("End of table\r\n"));
+}
+
+TEST_F(Terminal, ShowsTheSessionsVlan) {
+  daemon.Send("vrf 20\n");
+  daemon.ReadUntil("vantacore[20]> ");
+}
+
+TEST_F(Terminal, CompletesWords) {
+  EXPECT_THAT(Type("sh\tip pro\tsu\t"), HasSubstr("show ip protocol summary \r\n   VID "));
+}
+
+TEST_F(Terminal, RemembersLines) {
+  Type("ip protocol summary");
+  EXPECT_THAT(Type("\x10"), HasSubstr("ip protocol summary\r\n   VID "));  // control-P
+}
+
+TEST_F(Terminal, WaitsUntilAReloadHasSettled) {
+  folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10}, "c": {"vid": 30}}})");
+  Type("reload");
+  EXPECT_THAT(Type("ip protocol summary"), HasSubstr("    30     No"));
+}
+
+TEST_F(Terminal, LeavesAtTheEndOfInput) {
+  daemon.Send("\x04");  // control-D
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
+TEST_F(Terminal, LeavesOnInterrupt) {
+  daemon.Send("ip pro\x03");  // control-C in the middle of a line
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
+}  // namespace

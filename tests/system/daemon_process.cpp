@@ -1,0 +1,194 @@
+#include "daemon_process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace system_test {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds PATIENCE(30);
+
+// VANTACORED_COMMAND is the daemon, behind an emulator when it is built for another machine.
+[[noreturn]] void Execute(const Arguments& arguments) {
+  Arguments words;
+  std::string command = VANTACORED_COMMAND;
+  for (std::size_t end; (end = command.find(';')) != std::string::npos;) {
+    words.push_back(command.substr(0, end));
+    command.erase(0, end + 1);
+  }
+  words.push_back(command);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : words) {
+    argv.push_back(&word[0]);
+  }
+  argv.push_back(nullptr);
+  setenv("TERM", "dumb", 1);
+  execvp(argv[0], argv.data());
+  std::perror(argv[0]);
+  _exit(127);
+}
+
+void Check(bool ok, const char* what) {
+  if (!ok) {
+    std::perror(what);
+    std::abort();
+  }
+}
+
+}  // namespace
+
+DaemonProcess::DaemonProcess(const Arguments& arguments, Streams streams) {
+  std::signal(SIGPIPE, SIG_IGN);
+  if (streams == TERMINAL) {
+    int master = -1;
+    m_pid = forkpty(&master, nullptr, nullptr, nullptr);
+    Check(m_pid >= 0, "forkpty");
+    if (m_pid == 0) {
+      Execute(arguments);
+    }
+    m_input = m_output.fd = master;
+    return;
+  }
+  int pipes[3][2];
+  for (auto& ends : pipes) {
+    Check(pipe2(ends, O_CLOEXEC) == 0, "pipe");
+  }
+  m_pid = fork();
+  Check(m_pid >= 0, "fork");
+  if (m_pid == 0) {
+    std::signal(SIGPIPE, SIG_DFL);
+    dup2(pipes[0][0], STDIN_FILENO);
+    dup2(pipes[1][1], STDOUT_FILENO);
+    dup2(pipes[2][1], STDERR_FILENO);
+    Execute(arguments);
+  }
+  m_input = pipes[0][1];
+  m_output.fd = pipes[1][0];
+  m_errors.fd = pipes[2][0];
+  close(pipes[0][0]);
+  close(pipes[1][1]);
+  close(pipes[2][1]);
+}
+
+DaemonProcess::~DaemonProcess() {
+  if (m_pid > 0) {
+    kill(m_pid, SIGKILL);
+    waitpid(m_pid, nullptr, 0);
+  }
+  CloseInput();
+  for (Stream* stream : {&m_output, &m_errors}) {
+    if (stream->fd >= 0) {
+      close(stream->fd);
+    }
+  }
+}
+
+void DaemonProcess::Send(const std::string& text) {
+  EXPECT_EQ(write(m_input, text.data(), text.size()), static_cast<ssize_t>(text.size()))
+      << "the daemon takes no input";
+}
+
+void DaemonProcess::CloseInput() {
+  if (m_input >= 0 && m_input != m_output.fd) {
+    close(m_input);
+  }
+  m_input = -1;
+}
+
+void DaemonProcess::Kill(int number) { kill(m_pid, number); }
+
+std::string DaemonProcess::ReadUntil(const std::string& text) { return ReadUntil(m_output, text); }
+
+std::string DaemonProcess::ReadErrorsUntil(const std::string& text) {
+  return ReadUntil(m_errors, text);
+}
+
+std::string DaemonProcess::ReadUntil(Stream& stream, const std::string& text) {
+  const auto end = Clock::now() + PATIENCE;
+  for (;;) {
+    const std::size_t found = stream.text.find(text, stream.read);
+    if (found != std::string::npos) {
+      const std::size_t begin = stream.read;
+      stream.read = found + text.size();
+      return stream.text.substr(begin, stream.read - begin);
+    }
+    if (Clock::now() > end || !Pump()) {
+      ADD_FAILURE() << "waited for " << testing::PrintToString(text) << "; there was "
+                    << testing::PrintToString(stream.text.substr(stream.read))
+                    << "; errors: " << testing::PrintToString(m_errors.text);
+      return {};
+    }
+  }
+}
+
+int DaemonProcess::Wait() {
+  const auto end = Clock::now() + PATIENCE;
+  while (Clock::now() < end && Pump()) {
+  }
+  int status = 0;
+  for (;;) {
+    const pid_t ended = waitpid(m_pid, &status, WNOHANG);
+    Check(ended >= 0, "waitpid");
+    if (ended == m_pid) {
+      m_pid = -1;
+      return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+    if (Clock::now() > end) {
+      ADD_FAILURE() << "the daemon does not end; output: " << testing::PrintToString(m_output.text)
+                    << "; errors: " << testing::PrintToString(m_errors.text);
+      kill(m_pid, SIGKILL);
+    }
+    usleep(1000);
+  }
+}
+
+// Takes what has come within a tenth of a second; false when nothing will come any more.
+bool DaemonProcess::Pump() {
+  pollfd polls[] = {{m_output.fd, POLLIN, 0}, {m_errors.fd, POLLIN, 0}};
+  poll(polls, 2, 100);
+  if (polls[0].revents != 0) {
+    Take(m_output);
+  }
+  if (polls[1].revents != 0) {
+    Take(m_errors);
+  }
+  return m_output.fd >= 0 || m_errors.fd >= 0;
+}
+
+void DaemonProcess::Take(Stream& stream) {
+  char bytes[4096];
+  const ssize_t count = read(stream.fd, bytes, sizeof bytes);
+  if (count > 0) {
+    stream.text.append(bytes, static_cast<std::size_t>(count));
+    return;
+  }
+  if (stream.fd == m_input) {
+    m_input = -1;
+  }
+  close(stream.fd);
+  stream.fd = -1;
+}
+
+Result RunDaemon(const Arguments& arguments, const std::string& input) {
+  DaemonProcess daemon(arguments, DaemonProcess::PIPES);
+  daemon.Send(input);
+  daemon.CloseInput();
+  const int status = daemon.Wait();
+  return {status, daemon.Output(), daemon.Errors()};
+}
+
+}  // namespace system_test

@@ -1,0 +1,72 @@
+// The real daemon as a process of a test's own.
+#ifndef TESTS_SYSTEM_DAEMON_PROCESS_H
+#define TESTS_SYSTEM_DAEMON_PROCESS_H
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace system_test {
+
+using Arguments = std::vector<std::string>;
+
+/// Runs the daemon with its standard streams in the test's hands. Whatever is waited for fails the
+/// test after half a minute; a process that is still there at the end is killed.
+class DaemonProcess {
+ public:
+  enum Streams {
+    PIPES,    // standard input, output and error are three pipes
+    TERMINAL  // all three are one terminal; Output() has everything
+  };
+
+  DaemonProcess(const Arguments& arguments, Streams streams);
+  DaemonProcess(const DaemonProcess&) = delete;
+  DaemonProcess& operator=(const DaemonProcess&) = delete;
+  ~DaemonProcess();
+
+  void Send(const std::string& text);
+  void CloseInput();
+  /// Sends a signal.
+  void Kill(int number);
+
+  /// Waits until the output (or the errors) since the last such call contain `text`; returns that
+  /// output up to the end of `text`.
+  std::string ReadUntil(const std::string& text);
+  std::string ReadErrorsUntil(const std::string& text);
+  /// Waits for the end of the process: its exit status, or minus the signal that ended it.
+  int Wait();
+
+  /// Everything so far.
+  const std::string& Output() const { return m_output.text; }
+  const std::string& Errors() const { return m_errors.text; }
+
+ private:
+  struct Stream {
+    int fd = -1;
+    std::string text;
+    std::size_t read = 0;  // how much of it has been returned
+  };
+
+  std::string ReadUntil(Stream& stream, const std::string& text);
+  bool Pump();
+  void Take(Stream& stream);
+
+  pid_t m_pid = -1;
+  int m_input = -1;
+  Stream m_output;
+  Stream m_errors;
+};
+
+struct Result {
+  int status;
+  std::string output;
+  std::string errors;
+};
+
+/// Runs the daemon to its end with this standard input.
+Result RunDaemon(const Arguments& arguments, const std::string& input);
+
+}  // namespace system_test
+
+#endif

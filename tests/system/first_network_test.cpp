@@ -1,0 +1,41 @@
+// What a newcomer sees: the example that ./run starts with.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "daemon_process.h"
+
+namespace {
+
+using system_test::Result;
+using system_test::RunDaemon;
+
+std::string MaskAges(const std::string& text) {
+  return std::regex_replace(text, std::regex(" +[0-9]+ (connnected|static) *\n"), " AGE $1\n");
+}
+
+// The committed expectation. With VANTACORE_REWRITE set it is written anew, to be reviewed.
+std::string Expected(const std::string& actual) {
+  const std::string path = "tests/system/expected/first-network.txt";
+  if (std::getenv("VANTACORE_REWRITE")) {
+    std::ofstream(path) << actual;
+  }
+  std::stringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+TEST(FirstNetwork, PrintsItsTables) {
+  const Result result = RunDaemon({"--config", "examples/first-network"},
+                                  "ip protocol summary\n"
+                                  "ip protocol database vrf 10\n"
+                                  "ip6 protocol database vrf 10\n");
+  const std::string actual = MaskAges(result.output);
+  EXPECT_EQ(actual, Expected(actual));
+  EXPECT_EQ(result.errors, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+}  // namespace

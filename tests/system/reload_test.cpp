@@ -1,0 +1,213 @@
+// The configuration folder changes under a running daemon.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "daemon_process.h"
+#include "tests/support/scratch_folder.h"
+
+namespace {
+
+using system_test::DaemonProcess;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+struct Route {
+  std::string network;
+  std::string gateway;
+  std::string interface = "eth0";
+  unsigned metric = 1;
+};
+
+class Reload : public testing::Test {
+ protected:
+  void Start() {
+    WriteDevice({"eth0"});
+    daemon = std::make_unique<DaemonProcess>(
+        system_test::Arguments{"--config", folder.Path(), "--tick-us", "100"},
+        DaemonProcess::PIPES);
+  }
+  ~Reload() override {
+    if (daemon) {
+      daemon->CloseInput();
+      EXPECT_EQ(daemon->Wait(), 0);
+      EXPECT_EQ(daemon->Errors(), expectedErrors);
+    }
+  }
+
+  // Interface ethN of VLAN 10 has index N+1 and address 10.N.0.1/16.
+  void WriteDevice(const std::vector<std::string>& names) {
+    std::string interfaces;
+    for (const std::string& name : names) {
+      const std::string number = name.substr(3);
+      interfaces += (interfaces.empty() ? "" : ",");
+      interfaces += "{\"name\": \"" + name +
+                    "\", \"vlan\": 10, \"index\": " + std::to_string(std::stoi(number) + 1) +
+                    ", \"ipv4\": \"10." + number + ".0.1/16\"}";
+    }
+    folder.Write("device.json", "{\"default_vlan\": 10, \"interfaces\": [" + interfaces + "]}");
+  }
+  static std::string Entry(unsigned vlan, const std::vector<Route>& routes) {
+    std::string text;
+    for (const Route& route : routes) {
+      text +=
+          std::string(text.empty() ? "" : ", ") + "\"r" + route.network + "\": {\"network\": \"" +
+          route.network + "\", \"netmask\": \"255.255.0.0\", \"gateway\": \"" + route.gateway +
+          "\", \"interface\": \"" + route.interface +
+          "\", \"routemetricmode\": \"passthrough\", \"metric\": " + std::to_string(route.metric) +
+          "}";
+    }
+    return "\"v" + std::to_string(vlan) + "\": {\"vid\": " + std::to_string(vlan) +
+           ", \"STATIC_ROUTES\": {" + text + "}}";
+  }
+  void Write(const std::string& name, const std::vector<std::string>& entries) {
+    std::string text;
+    for (const std::string& entry : entries) {
+      text += (text.empty() ? "" : ", ") + entry;
+    }
+    folder.Write(name, "{\"VLAN_CONFIGURATIONS\": {" + text + "}}");
+  }
+
+  std::string Ask(const std::string& line, const std::string& end) {
+    daemon->Send(line + "\n");
+    return daemon->ReadUntil(end);
+  }
+  // Reads the folder again and shows the table of VLAN 10. The session takes the second line when
+  // the first has settled.
+  std::string ReloadAndShow() {
+    daemon->Send("reload\n");
+    return Show();
+  }
+  std::string Show() { return Ask("rtm rib vrf 10", "End of table\n"); }
+
+  test_support::ScratchFolder folder;
+  std::unique_ptr<DaemonProcess> daemon;
+  std::string expectedErrors;
+};
+
+TEST_F(Reload, AddsAndRemovesRoutes) {
+  Write("vlans.json", {Entry(10, {{"10.50.0.0", "10.0.0.2"}, {"10.51.0.0", "10.0.0.2"}})});
+  Start();
+  EXPECT_THAT(Show(), HasSubstr("10.50.0.0/16"));
+  Write("vlans.json", {Entry(10, {{"10.51.0.0", "10.0.0.2"}, {"10.52.0.0", "10.0.0.2"}})});
+  const std::string table = ReloadAndShow();
+  EXPECT_THAT(table, Not(HasSubstr("10.50.0.0/16")));
+  EXPECT_THAT(table, HasSubstr("10.51.0.0/16"));
+  EXPECT_THAT(table, HasSubstr("10.52.0.0/16"));
+}
+
+TEST_F(Reload, ChangesAMetric) {
+  Write("vlans.json", {Entry(10, {{"10.50.0.0", "10.0.0.2", "eth0", 5}})});
+  Start();
+  EXPECT_THAT(Ask("rtm rib proto static detail", "End of table\n"),
+              HasSubstr("Metric1             :  5 "));
+  Write("vlans.json", {Entry(10, {{"10.50.0.0", "10.0.0.2", "eth0", 9}})});
+  daemon->Send("reload\n");
+  EXPECT_THAT(Ask("rtm rib proto static detail", "End of table\n"),
+              HasSubstr("Metric1             :  9 "));
+}
+
+TEST_F(Reload, AddsAndRemovesVlans) {
+  Write("vlans.json", {Entry(10, {})});
+  Start();
+  Show();
+  Write("vlans.json", {Entry(10, {}), Entry(20, {})});
+  daemon->Send("reload\n");
+  EXPECT_THAT(Ask("ip protocol summary", "    20     No     No     No     No\n"),
+              HasSubstr("    10 "));
+  Write("vlans.json", {Entry(20, {})});
+  daemon->Send("reload\n");
+  EXPECT_THAT(Ask("ip protocol summary", "    20     No     No     No     No\n"),
+              Not(HasSubstr("    10 ")));
+  daemon->Send("rtm rib vrf 10\n");
+  daemon->ReadUntil("VLAN 10 is not present\n");
+}
+
+TEST_F(Reload, LeavesNothingOfAVlanThatGoes) {
+  std::vector<Route> routes;
+  for (int i = 0; i < 100; ++i) {
+    routes.push_back({"10." + std::to_string(100 + i) + ".0.0", "10.0.0.2"});
+  }
+  Write("vlans.json", {Entry(10, routes), Entry(20, {})});
+  Start();
+  EXPECT_THAT(Show(), HasSubstr("10.199.0.0/16"));
+  Write("vlans.json", {Entry(20, {})});
+  daemon->Send("reload\nip protocol pending-actions summary\n");
+  daemon->ReadUntil("Pending Item Buckets: 0\n");
+  Write("vlans.json", {Entry(10, {})});
+  EXPECT_THAT(ReloadAndShow(), Not(HasSubstr("static")));
+}
+
+TEST_F(Reload, KeepsARouteWhileOneFileHasIt) {
+  const Route shared = {"10.50.0.0", "10.0.0.2"};
+  Write("vlans.json", {Entry(10, {shared})});
+  Write("remote/a.json", {Entry(10, {shared})});
+  Start();
+  EXPECT_THAT(Show(), HasSubstr("10.50.0.0/16"));
+  Write("vlans.json", {Entry(10, {})});
+  EXPECT_THAT(ReloadAndShow(), HasSubstr("10.50.0.0/16"));
+  folder.Remove("remote/a.json");
+  EXPECT_THAT(ReloadAndShow(), Not(HasSubstr("10.50.0.0/16")));
+}
+
+TEST_F(Reload, KeepsAVlanWhileARemoteDocumentHasIt) {
+  Write("vlans.json", {Entry(10, {{"10.50.0.0", "10.0.0.2"}})});
+  Write("remote/a.json", {Entry(10, {{"10.51.0.0", "10.0.0.2"}})});
+  Start();
+  Show();
+  Write("vlans.json", {Entry(20, {})});
+  const std::string table = ReloadAndShow();
+  EXPECT_THAT(table, Not(HasSubstr("10.50.0.0/16")));
+  EXPECT_THAT(table, HasSubstr("10.51.0.0/16"));
+  folder.Remove("remote/a.json");
+  daemon->Send("reload\nrtm rib vrf 10\n");
+  daemon->ReadUntil("VLAN 10 is not present\n");
+}
+
+TEST_F(Reload, AddsAWaitingRouteWhenItsInterfaceAppears) {
+  Write("vlans.json", {Entry(10, {{"10.50.0.0", "10.1.0.2", "eth1"}})});
+  expectedErrors =
+      "vlans.json: VLAN 10: STATIC_ROUTES.\"r10.50.0.0\": waits for interface \"eth1\"\n";
+  Start();
+  EXPECT_THAT(Show(), Not(HasSubstr("10.50.0.0/16")));
+  EXPECT_THAT(ReloadAndShow(), Not(HasSubstr("10.50.0.0/16")));  // and says so only once
+  WriteDevice({"eth0", "eth1"});
+  EXPECT_THAT(ReloadAndShow(), HasSubstr("10.50.0.0/16"));
+  WriteDevice({"eth0"});
+  expectedErrors += expectedErrors;
+  EXPECT_THAT(ReloadAndShow(), Not(HasSubstr("10.50.0.0/16")));
+}
+
+TEST_F(Reload, KeepsWhatABrokenDocumentSaidBefore) {
+  Write("vlans.json", {Entry(10, {{"10.50.0.0", "10.0.0.2"}})});
+  Start();
+  Show();
+  folder.Write("vlans.json", "{");
+  folder.Write("device.json", "[]");
+  const std::string table = ReloadAndShow();
+  EXPECT_THAT(table, HasSubstr("10.50.0.0/16"));
+  EXPECT_THAT(table, HasSubstr("10.0.0.0/16"));
+  expectedErrors =
+      "device.json:1:1: expected an object\n"
+      "vlans.json:1:2: not JSON: Missing '}' or object member name\n";
+}
+
+TEST_F(Reload, CostsTheStackNothingWhenNothingHasChanged) {
+  Write("vlans.json", {Entry(10, {{"10.50.0.0", "10.0.0.2"}})});
+  WriteDevice({"eth0"});
+  daemon = std::make_unique<DaemonProcess>(
+      system_test::Arguments{"--config", folder.Path(), "--tick-us", "100", "--log", "10"},
+      DaemonProcess::PIPES);
+  daemon->ReadErrorsUntil("Route Programmed Successfully\n");
+  daemon->Send("reload\nip protocol summary\n");
+  daemon->CloseInput();
+  EXPECT_EQ(daemon->Wait(), 0);
+  const std::string& log = daemon->Errors();
+  const std::string after = log.substr(log.rfind("Reloading Configuration in all VLANs\n"));
+  // Any request makes the stack ask for a run.
+  EXPECT_THAT(after, Not(HasSubstr("Rescheduling Metaswitch\n")));
+  EXPECT_THAT(after, HasSubstr("Creating RTM Instance 10\n"));
+  daemon.reset();
+}
+
+}  // namespace
