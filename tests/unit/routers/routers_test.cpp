@@ -1,14 +1,7 @@
 // The protocol routers of the software device, through the library's router manager.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "routers/bgp_router.h"
-#include "routers/multicast_router.h"
 #include "routers/ospf_routers.h"
-#include "tests/support/device_fixture.h"
-#include "tests/support/recording_console.h"
-#include "vantacore/dc_interface_mgr.h"
-#include "vantacore/dc_rip_routers.h"
+#include "tests/unit/routers/router_fixture.h"
 #include "vantacore/dc_rtm_mgr.h"
 
 namespace {
@@ -16,7 +9,6 @@ namespace {
 using Tarsel::DclConfigObject;
 using Tarsel::DcRouterBase;
 using Tarsel::DcRouterMgr;
-using test_support::ConsoleLog;
 using test_support::NewConsoleLog;
 using test_support::RecordingConsole;
 using testing::ElementsAre;
@@ -28,34 +20,7 @@ constexpr DcRouterMgr::ProtocolType ALL[] = {
     DcRouterMgr::PROTOCOL_MLD};
 constexpr const char* MEMBERS[] = {"BGP", "OSPF", "OSPFV3", "RIPV2", "RIPNG", "IGMP", "MLD"};
 
-class Routers : public test_support::DeviceFixture {
- protected:
-  void SetUp() override { Start(10); }
-
-  void Load(const std::string& members, const std::string& fileName = "vlans.json",
-            DclConfigObject::OptionType type = DclConfigObject::VLAN_OPTIONS) {
-    Reload("{\"VLAN_CONFIGURATIONS\": {\"v\": {\"vid\": 10" +
-               std::string(members.empty() ? "" : ", ") + members + "}}}",
-           fileName, type);
-  }
-  DcRouterBase* Router(DcRouterMgr::ProtocolType type) {
-    return Manager().GetDcRouterByVID(10, type);
-  }
-  std::vector<std::string> Skipped() const { return traces.AtLevel(-1); }
-  // What a console handler prints; the console stays with the caller.
-  std::string Show(DcRouterMgr::CmdHandlers handlers, const char* name,
-                   std::vector<std::string> words = {}) {
-    words.insert(words.begin(), name);
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-      argv.push_back(&word[0]);
-    }
-    const auto log = NewConsoleLog(10);
-    RecordingConsole console(log);
-    handlers.at(name).handler(nullptr, &console, static_cast<int>(argv.size()), argv.data());
-    return log->all;
-  }
-};
+class Routers : public RouterFixture {};
 
 TEST_F(Routers, AreDisabledUntilADocumentNamesThem) {
   Load("");
@@ -191,70 +156,6 @@ TEST_F(Routers, KeepOspfAreas) {
             "  area 0.0.0.1: active, 1 interfaces\n");
   ospf->DeactivateArea(1);
   EXPECT_FALSE(ospf->IsAreaActive(1));
-}
-
-class MulticastCommand : public Routers {
- protected:
-  void SetUp() override {
-    Routers::SetUp();
-    Load("\"IGMP\": {\"enabled\": true}");
-    Tarsel::DcInterfaceMgr::GetInstance()->AddInterface(
-        10, 3, "eth0", Tarsel::DcInterfaceMgr::INTF_TYPE_NONE, 0, 0, 1);
-  }
-
-  // Runs the command; a refused one is deleted, as its contract asks.
-  bool Run(std::vector<std::string> words, bool ipv6 = false) {
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-      argv.push_back(&word[0]);
-    }
-    log = NewConsoleLog(10);
-    auto* command =
-        new Tarsel::MulticastRoutingTableConsoleCommand(new RecordingConsole(log), ipv6);
-    const bool isAccepted = command->Parse(static_cast<int>(argv.size()), argv.data());
-    if (!isAccepted) {
-      delete command;
-    }
-    return isAccepted;
-  }
-
-  const std::string HEADER =
-      "  VLAN            IFACE GROUP                                   STATE\n";
-  std::shared_ptr<ConsoleLog> log;
-};
-
-TEST_F(MulticastCommand, ListsTheInterfacesThatRemotesJoinedOn) {
-  Manager().JoinNetwork(10, 3);
-  Manager().JoinNetwork(10, 9);
-  Manager().JoinNetwork(10, 3);
-  EXPECT_TRUE(Run({}));
-  EXPECT_EQ(log->all, HEADER +
-                          "    10             eth0 *                                       joined\n"
-                          "    10               lo *                                       joined\n"
-                          "End of Table\n");
-  EXPECT_EQ(log->ends, 1);
-  EXPECT_TRUE(log->destroyed);
-}
-
-TEST_F(MulticastCommand, TakesAVlanAndAGroup) {
-  EXPECT_TRUE(Run({"vrf", "10", "group", "239.1.1.1"}));
-  EXPECT_EQ(log->all, HEADER + "End of Table\n");
-  EXPECT_TRUE(Run({"group", "ff05::1"}, true));
-  EXPECT_TRUE(log->destroyed);
-}
-
-TEST_F(MulticastCommand, RefusesWhatItDoesNotUnderstand) {
-  const std::string usage = "Usage: mcast-database [vrf <vid>] [group <address>]\n";
-  EXPECT_FALSE(Run({"group", "10.1.1.1"}));
-  EXPECT_EQ(log->all, "Invalid group address 10.1.1.1\n" + usage);
-  EXPECT_FALSE(Run({"group", "239.1.1.1"}, true));
-  EXPECT_EQ(log->all, "Invalid group address 239.1.1.1\n" + usage);
-  EXPECT_FALSE(Run({"detail"}));
-  EXPECT_EQ(log->all, usage);
-  EXPECT_FALSE(Run({"vrf", "77"}));
-  EXPECT_EQ(log->all, "VLAN 77 is not present\n");
-  EXPECT_EQ(log->ends, 0);
-  EXPECT_TRUE(log->destroyed);
 }
 
 }  // namespace
