@@ -7,13 +7,16 @@
 // operation does, and ResponseHandler touches the command after Display only in order to delete it.
 //
 // The consoles of all live commands are kept in one place, so that a dispatcher can tell a console
-// that a command holds on to from one that has been left to it.
+// that a command holds on to from one that has been left to it. They are kept by command: a subclass
+// may take the console away from the base, and its hold must end with it all the same, or a later
+// console at the same address would pass for held.
 //
 // The options and the text helpers have files of their own beside this one.
 #include "vantacore/dc_console_command.h"
 
+#include <algorithm>
 #include <cstdarg>
-#include <set>
+#include <map>
 
 #include "vantacore/config_parser.h"
 
@@ -21,26 +24,12 @@ namespace Tarsel {
 
 namespace {
 
-typedef std::multiset<const DcConsole*> Consoles;
+typedef std::map<const DcConsoleCommand*, const DcConsole*> Consoles;
 
 // Never destroyed: a command may outlive the destruction of static objects at the process's end.
 Consoles& HeldConsoles() {
   static Consoles* const consoles = new Consoles;
   return *consoles;
-}
-
-void Hold(const DcConsole* console) {
-  if (console != nullptr) {
-    HeldConsoles().insert(console);
-  }
-}
-
-// One command's hold; another command's hold on the same console stays.
-void LetGo(const DcConsole* console) {
-  const Consoles::iterator held = HeldConsoles().find(console);
-  if (held != HeldConsoles().end()) {
-    HeldConsoles().erase(held);
-  }
 }
 
 struct ResponseMessage {
@@ -65,15 +54,21 @@ DcConsoleCommand::DcConsoleCommand(DcConsole* console, const char* usage, const 
 DcConsoleCommand::DcConsoleCommand(DcConsole* console, unsigned short vlan, const char* usage,
                                    const char* description)
     : m_console(console), m_mark(0), m_vlan(vlan), m_usage(usage), m_description(description) {
-  Hold(console);
+  if (console != nullptr) {
+    HeldConsoles().emplace(this, console);
+  }
 }
 
 DcConsoleCommand::~DcConsoleCommand() {
-  LetGo(m_console);
+  HeldConsoles().erase(this);
   delete m_console;
 }
 
-bool DcConsoleCommand::Owns(const DcConsole* console) { return HeldConsoles().count(console) != 0; }
+bool DcConsoleCommand::Owns(const DcConsole* console) {
+  const Consoles& held = HeldConsoles();
+  return std::any_of(held.begin(), held.end(),
+                     [console](const auto& hold) { return hold.second == console; });
+}
 
 unsigned int DcConsoleCommand::Display(unsigned int, unsigned int, const void*) { return 0; }
 

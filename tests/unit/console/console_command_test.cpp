@@ -90,6 +90,9 @@ TEST(ConsoleCommand, AConsoleIsOwnedUntilItsLastHolderGoes) {
   }
   EXPECT_TRUE(DcConsoleCommand::Owns(console));
   EXPECT_FALSE(outer.log->destroyed);
+  outer.command.reset();
+  EXPECT_TRUE(outer.log->destroyed);
+  EXPECT_FALSE(DcConsoleCommand::Owns(console));
 }
 
 // --- output ---
