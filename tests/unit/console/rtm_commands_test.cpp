@@ -215,6 +215,29 @@ TYPED_TEST(RtmCommands, TheConsolesVlanCountsAndVrfOverridesIt) {
   EXPECT_EQ("VLAN 4464 is not present\n", cut.log->all);
 }
 
+// Notes the words of the VLAN query.
+class AskedConsole : public RecordingConsole {
+ public:
+  using RecordingConsole::RecordingConsole;
+  unsigned short GetVlan(int argc, char** argv) override {
+    asked.assign(argv, argv + argc);
+    return RecordingConsole::GetVlan(argc, argv);
+  }
+
+  std::vector<std::string> asked;
+};
+
+TYPED_TEST(RtmCommands, TheConsoleIsAskedWithAllWords) {
+  auto* const console = new AskedConsole(NewConsoleLog(10));
+  typename TypeParam::Command command(console, IP4);
+  char vrf[] = "vrf";
+  char vid[] = "10";
+  char detail[] = "detail";
+  char* argv[] = {vrf, vid, detail};
+  EXPECT_TRUE(command.Parse(3, argv));
+  EXPECT_THAT(console->asked, testing::ElementsAre("vrf", "10", "detail"));
+}
+
 TYPED_TEST(RtmCommands, BothViewsAskForTheIpv4Instance) {
   DcRtmMgr::GetInstance()->SetRtmReady(0x8000 | 20);
   DcRtmMgr::GetInstance()->SetRtmReady(30);

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,16 @@ typedef std::vector<std::string> Lines;
 constexpr DclConfigObject::OptionType VLAN_DOCUMENT = DclConfigObject::VLAN_OPTIONS;
 
 class RouterMgr : public ManagerFixture {};
+
+// Notes whom it visits.
+class Visitor : public DcRouterMgr::DcRouterIteratorFunc {
+ public:
+  void Invoke(DcRouterBase* router) override {
+    visited.push_back(router->GetDisplayName().c_str());
+  }
+
+  Lines visited;
+};
 
 // --- the singleton ---
 
@@ -97,6 +108,22 @@ TEST_F(RouterMgr, InitializeSetsTheDefaultVlanAndStartsTheStack) {
   EXPECT_EQ(7, DcConsoleCommand::m_default_vlan);
   EXPECT_EQ(7, Manager().GetVlanId());
   EXPECT_EQ(1U, Control().CountOf(routing_stack::Call::kSmsiInit));
+}
+
+TEST_F(RouterMgr, EverythingIsInPlaceWhenTheStackIsStarted) {
+  Manager();
+  int starts = 0;
+  Control().SetCallObserver([this, &starts](routing_stack::Call call, const std::string&) {
+    if (call != routing_stack::Call::kSmsiInit) {
+      return;
+    }
+    ++starts;
+    EXPECT_EQ(&ipInterface, DcRouterBase::GetIpInterface());
+    EXPECT_EQ(7, DcConsoleCommand::m_default_vlan);
+    EXPECT_EQ(7, Manager().GetVlanId());
+  });
+  Manager().Initialize(7, &ipInterface);
+  EXPECT_EQ(1, starts);
 }
 
 // --- registries of console words ---
@@ -388,6 +415,46 @@ TEST_F(RouterMgr, RouterIsNoLongerFoundWhileItIsDestroyed) {
   EXPECT_EQ(6U, traces.CountOf("10:~MLD:12 interface 3 status 1\n"));
 }
 
+TEST_F(RouterMgr, EveryVisitPassesOverARouterThatIsBeingDestroyed) {
+  Visitor visitor;
+  Start();
+  Manager().CreateVlan(12, NoOptions(), VLAN_DOCUMENT);
+  auto log = test_support::NewConsoleLog();
+  GetBehaviour().enabled = {"BGP:12"};
+  GetBehaviour().onDestroy = [this, &visitor, &log](const std::string& name) {
+    if (name == "BGP:12") {
+      Manager().ForEachDcRouter(&visitor, DcRouterMgr::PROTOCOL_BGP);
+      Manager().ProcessIPAddressChange(12, 3, Ip4Addr(10, 1, 2, 3));
+      Manager().ConCmdIp4RtmSummary(new test_support::RecordingConsole(log));
+    }
+  };
+  traces.Take();
+  Manager().DeleteVlan(12);
+  GetBehaviour().onDestroy = nullptr;
+  EXPECT_THAT(visitor.visited, IsEmpty());
+  EXPECT_EQ(0U, traces.CountOf("10:~BGP:12 interface 3 address 10.1.2.3\n"));
+  EXPECT_EQ(1U, traces.CountOf("10:~OSPF:12 interface 3 address 10.1.2.3\n"));
+  EXPECT_THAT(log->all, testing::EndsWith("    12     No     No     No     No\n"));
+}
+
+// A protocol has one router in practice; the record can hold more, of which the first is looked up
+// and deleted and all are visited.
+TEST_F(RouterMgr, OfSeveralRoutersOfATypeTheFirstCountsAndGoes) {
+  Start();
+  auto& routers = Manager().CreateVlan(12, NoOptions(), VLAN_DOCUMENT)->second->routers;
+  DcRouterBase* const first = routers.find(DcRouterMgr::PROTOCOL_RIPNG)->second;
+  const std::unique_ptr<DcRouterBase> second(new DcRipngRouter(99));
+  routers.emplace(DcRouterMgr::PROTOCOL_RIPNG, second.get());
+  EXPECT_EQ(first, Manager().GetDcRouterByVID(12, DcRouterMgr::PROTOCOL_RIPNG));
+  Visitor visitor;
+  Manager().ForEachDcRouter(&visitor, DcRouterMgr::PROTOCOL_RIPNG);
+  EXPECT_THAT(visitor.visited, ElementsAre("RIPNG:12", "RIPNG:99"));
+  traces.Take();
+  Manager().DeleteVlan(12);
+  EXPECT_THAT(TakeRouterEvents(), ElementsAreArray(AllRouters(12, " destroyed")));
+  EXPECT_THAT(Manager().GetVlans(), IsEmpty());
+}
+
 // Whoever feeds routes has to withdraw them before the VLAN goes; what is left waits for its return.
 TEST_F(RouterMgr, PendingRoutesOutliveTheirVlan) {
   Start();
@@ -438,15 +505,6 @@ TEST_F(RouterMgr, LookUpByInstanceReportsTypesAboveTheLast) {
   EXPECT_EQ(nullptr, Manager().GetDcRouterByInstanceID(12, static_cast<ProtocolType>(-1)));
   EXPECT_THAT(traces.Take(), IsEmpty());
 }
-
-class Visitor : public DcRouterMgr::DcRouterIteratorFunc {
- public:
-  void Invoke(DcRouterBase* router) override {
-    visited.push_back(router->GetDisplayName().c_str());
-  }
-
-  Lines visited;
-};
 
 TEST_F(RouterMgr, VisitsTheRoutersOfOneTypeInVlanOrder) {
   Start();
