@@ -26,7 +26,8 @@
 //   answer TYPE status CODE TIMES                      answer TYPE never|twice|late TIMES
 //   limit TYPE ROWS STATUS
 //
-// Protocol codes are the stack's, in hexadecimal; TYPE is rtm, interface, address, route or rule.
+// Protocol codes are the stack's, in hexadecimal; TYPE is rtm, interface, address, route, rule or
+// protocol.
 
 namespace scenarios {
 namespace {
@@ -232,7 +233,8 @@ routing_stack::RowType ReadRowType(Words& words) {
       {"interface", routing_stack::RowType::kInterface},
       {"address", routing_stack::RowType::kAddress},
       {"route", routing_stack::RowType::kRoute},
-      {"rule", routing_stack::RowType::kRedistribution}};
+      {"rule", routing_stack::RowType::kRedistribution},
+      {"protocol", routing_stack::RowType::kProtocol}};
   const auto found = types.find(words.Next());
   if (found == types.end()) words.Fail("unknown row type");
   return found->second;
