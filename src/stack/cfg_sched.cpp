@@ -216,6 +216,9 @@ bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
   const bool goOn = examined < EXAMINED_PER_PASS;
   if (walk.bucket != nullptr && goOn) {
     bucket->EndPass();
+  } else if (walk.bucket != nullptr) {
+    // Stopped short inside another pass, it must not leave its start for that one to end.
+    bucket->Disturb();
   }
   m_walk = walk.outer;
   return goOn;

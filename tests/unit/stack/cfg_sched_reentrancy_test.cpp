@@ -151,6 +151,21 @@ TEST_F(CfgSchedReentrancy, APassInsideAPass) {
   EXPECT_THAT(log.Take(), ElementsAre("send 11"));
 }
 
+// The inner pass leaves items behind that the outer one has passed already.
+TEST_F(CfgSchedReentrancy, WhatAPassInsideAPassLeavesIsNotForgotten) {
+  for (int id = 1; id <= 40; ++id) {
+    InsertIssued(KEY, static_cast<unsigned int>(id), id);
+  }
+  Insert(KEY, 41, 41)->onSend = [this] {
+    sched.Reset();
+    Tick();
+  };
+  Tick();
+  EXPECT_EQ(32U, CountSends());
+  Tick();
+  EXPECT_EQ(9U, CountSends());
+}
+
 TEST_F(CfgSchedReentrancy, SetInMibMayReplaceTheItemThatIsTold) {
   InsertIssued(KEY, 1, 1)->onInMib = [this] { Insert(KEY, 1, 2); };
   Remove(KEY, 1);
