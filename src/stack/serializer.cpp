@@ -19,7 +19,6 @@
 #include "vantacore/serializer.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <vector>
 
@@ -73,8 +72,8 @@ struct Row {
 
   unsigned int* SubIds() { return reinterpret_cast<unsigned int*>(this + 1); }
   bool Is(const OidRef& oid) {
-    return length == oid.length &&
-           std::memcmp(SubIds(), oid.subIds, oid.usable * sizeof *oid.subIds) == 0;
+    // The empty identifier may come without an array, which memcmp would not take.
+    return length == oid.length && std::equal(oid.subIds, oid.subIds + oid.usable, SubIds());
   }
 
   MibAction* front;  // null once issued

@@ -294,6 +294,16 @@ TEST_F(SerializerTest, CompletionIdentifiersAreCutLikeThoseOfRows) {
   EXPECT_THAT(log.Take(), ElementsAre("issue y shared", "end y"));
 }
 
+TEST_F(SerializerTest, TheEmptyIdentifierIsARowToo) {
+  serializer.RunPendingActions();
+  serializer.Insert(MibOid(), new ScriptedAction(log, "x"));
+  serializer.Insert(MibOid(), new ScriptedAction(log, "y"));
+  log.Take();
+  EXPECT_EQ(1, serializer.RunPendingAction(nullptr, 0));
+  EXPECT_THAT(log.Take(), ElementsAre("issue y shared", "end y"));
+  EXPECT_EQ(0, serializer.RunPendingAction(nullptr, 0));
+}
+
 TEST_F(SerializerTest, ARawLengthIsPartOfTheRowsName) {
   serializer.RunPendingActions();
   MibOid raw;
