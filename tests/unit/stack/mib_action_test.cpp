@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "tests/support/device_fixture.h"
@@ -89,6 +90,32 @@ TEST_F(MibActionTest, RouteOfAnyTypeButOneIsIp6) {
   Issue(action, false);
   EXPECT_THAT(Calls(), ElementsAre("sms_update_route(1, 1, 2, 0, 2001:db8:9::, 48, 2001:db8::1, "
                                    "196608, 3, 32778, 6)"));
+}
+
+TEST_F(MibActionTest, RouteOfTypeOneTakesFourBytesOfAnAddress) {
+  CfgRouteEntry entry = Route4();
+  std::fill_n(entry.destination + 4, 12, static_cast<unsigned char>(0xEE));
+  std::fill_n(entry.gateway + 4, 12, static_cast<unsigned char>(0xEE));
+  const RouteAction action(entry, 10);
+  CfgRouteEntry copy;  // what an action carries
+  std::memcpy(static_cast<void*>(&copy), reinterpret_cast<const char*>(&action) + sizeof(void*),
+              sizeof copy);
+  const unsigned char destination[16] = {10, 9, 0, 0};
+  const unsigned char gateway[16] = {10, 1, 2, 1};
+  EXPECT_TRUE(std::equal(destination, destination + 16, copy.destination));
+  EXPECT_TRUE(std::equal(gateway, gateway + 16, copy.gateway));
+}
+
+TEST_F(MibActionTest, RouteTextsOfTypeOneComeFromFourBytes) {
+  CfgRouteEntry entry = Route4();
+  std::fill_n(entry.destination + 4, 12, static_cast<unsigned char>(0xEE));
+  std::fill_n(entry.gateway + 4, 12, static_cast<unsigned char>(0xEE));
+  EXPECT_EQ(entry.Format(entry.destination), "10.9.0.0");
+  RouteAction action(entry, 10);
+  Issue(action, false);
+  EXPECT_THAT(Calls(), ElementsAre("sms_update_route(1, 1, 2, 1, 10.9.0.0, 16, 10.1.2.1, 196608, "
+                                   "3, 10, 6)"));
+  EXPECT_TRUE(traces.Contains(" ipaddr = 10.9.0.0/16 gw = 10.1.2.1 "));
 }
 
 TEST_F(MibActionTest, RouteHasItsOwnCopy) {
