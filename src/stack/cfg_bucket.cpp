@@ -27,22 +27,28 @@ CfgBucket::~CfgBucket() {
   }
 }
 
-CfgNode* CfgBucket::FindFirst(const Row& row) const {
-  return m_rows.Find(row.hash, [&row](CfgNode& node) { return node.item->GetOid() == row.oid; });
+CfgBucket::First CfgBucket::FindRow(const Row& row) const {
+  return m_rows.Find(row.hash,
+                     [&row](const First& first) { return first.item->GetOid() == row.oid; });
 }
+
+CfgNode* CfgBucket::FindFirst(const Row& row) const { return FindRow(row).node; }
 
 CfgNode* CfgBucket::FindLast(const Row& row) const {
-  CfgNode* first = FindFirst(row);
-  return first != nullptr ? first->samePrev : nullptr;
+  const First first = FindRow(row);
+  return first ? first.node->samePrev : nullptr;
 }
 
-CfgNode* CfgBucket::FindFirstIssued(const Row& row) const {
-  CfgNode* first = FindFirst(row);
-  CfgNode* node = first;
-  while (node != nullptr && node->item->GetActionState() != CfgItem::ISSUED) {
-    node = node->sameNext != first ? node->sameNext : nullptr;
+CfgItem* CfgBucket::FindFirstIssued(const Row& row) const {
+  const First first = FindRow(row);
+  if (!first || first.item->GetActionState() == CfgItem::ISSUED) {
+    return first.item;
   }
-  return node;
+  CfgNode* node = first.node->sameNext;
+  while (node != first.node && node->item->GetActionState() != CfgItem::ISSUED) {
+    node = node->sameNext;
+  }
+  return node != first.node ? node->item : nullptr;
 }
 
 // A node in the list, in a ring of its own. A null `before` is the end of the list.
@@ -60,7 +66,7 @@ void CfgBucket::Append(CfgItem* item, const Row& row, CfgNode* last) {
   if (last != nullptr) {
     LinkRing(node, last->sameNext);
   } else {
-    m_rows.Add(row.hash, node);
+    m_rows.Add(row.hash, First{node, item});
   }
 }
 
@@ -76,16 +82,17 @@ void CfgBucket::InsertFor(CfgNode* last, CfgItem* item) {
   }
   LinkRing(node, pred);
   if (pred == first) {
-    m_rows.Replace(node->hash, first, node);
+    m_rows.Replace(node->hash, First{first, first->item}, First{node, item});
   }
 }
 
 void CfgBucket::Unlink(CfgNode* node) {
-  if (node->sameNext == node) {
-    m_rows.Erase(node->hash, node);
-  } else if (m_rows.Find(node->hash, [node](CfgNode& entry) { return &entry == node; }) !=
-             nullptr) {
-    m_rows.Replace(node->hash, node, node->sameNext);
+  const First entry{node, node->item};
+  CfgNode* next = node->sameNext;
+  if (next == node) {
+    m_rows.Erase(node->hash, entry);
+  } else if (m_rows.Find(node->hash, [&entry](const First& first) { return first == entry; })) {
+    m_rows.Replace(node->hash, entry, First{next, next->item});
   }
   node->samePrev->sameNext = node->sameNext;
   node->sameNext->samePrev = node->samePrev;

@@ -47,7 +47,7 @@ class CfgBucket {
   CfgNode* FindFirst(const Row& row) const;
   CfgNode* FindLast(const Row& row) const;
   /// The row's first item that is issued, or null.
-  CfgNode* FindFirstIssued(const Row& row) const;
+  CfgItem* FindFirstIssued(const Row& row) const;
 
   /// Puts `item` at the back. `last` is what FindLast answers for its row.
   void Append(CfgItem* item, const Row& row, CfgNode* last);
@@ -69,13 +69,23 @@ class CfgBucket {
   static void NoteNewItem() { ++s_newItems; }
 
  private:
+  // What the table holds for a row. The item stands beside its node so that a lookup, which has to
+  // look at the item's identifier, need not fetch the node first.
+  struct First {
+    CfgNode* node = nullptr;
+    CfgItem* item = nullptr;
+    explicit operator bool() const { return node != nullptr; }
+    bool operator==(const First& other) const { return node == other.node; }
+  };
+
+  First FindRow(const Row& row) const;
   CfgNode* NewNode(CfgItem* item, std::uint32_t hash, CfgNode* before);
 
   static std::uint64_t s_newItems;
 
   CfgNode* m_front;
   CfgNode* m_back;
-  OidTable<CfgNode> m_rows;    // the first item of each row
+  OidTable<First> m_rows;      // the first item of each row
   std::uint64_t m_quietFrom;   // what m_quietSince becomes when the pass ends undisturbed
   std::uint64_t m_quietSince;  // the count of new items at the last such pass
 };

@@ -96,11 +96,10 @@ void CfgSched::Update(CfgKey key, CfgItem* item, unsigned int status, bool retry
   if (item == nullptr || position == m_buckets.end()) {
     return;
   }
-  CfgNode* node = position->second->FindFirstIssued(CfgBucket::Row(item->GetOid()));
-  if (node == nullptr) {
+  CfgItem* found = position->second->FindFirstIssued(CfgBucket::Row(item->GetOid()));
+  if (found == nullptr) {
     return;
   }
-  CfgItem* found = node->item;
   found->SetReasonCode(status);
   if (status != STATUS_SUCCESS) {
     found->SetRetryCount(found->GetRetryCount() + 1);

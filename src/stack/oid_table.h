@@ -20,9 +20,10 @@ inline std::uint32_t HashOid(const unsigned int* subIds, unsigned int count) {
 }
 
 /// Finds entries by the hash of their identifier. An identifier is 524 bytes long, so the table
-/// neither copies it nor looks into an entry whose hash differs: a slot is a pointer and a hash, the
-/// caller compares identifiers. Open addressing with linear probing; the size follows the number of
-/// entries both ways, so that a burst leaves no memory behind. The entries are not owned.
+/// neither copies it nor looks into an entry whose hash differs: a slot is an entry and a hash, the
+/// caller compares identifiers. An entry is a pointer, or something small that behaves like one: its
+/// default value is none. Open addressing with linear probing; the size follows the number of entries
+/// both ways, so that a burst leaves no memory behind. Nothing is owned.
 template <class Entry>
 class OidTable {
  public:
@@ -30,22 +31,22 @@ class OidTable {
 
   std::size_t GetCount() const { return m_count; }
 
-  /// The entry with this hash for which `same(entry)` answers true, or null.
+  /// The entry with this hash for which `same(entry)` answers true, or none.
   template <class Same>
-  Entry* Find(std::uint32_t hash, Same same) const {
+  Entry Find(std::uint32_t hash, Same same) const {
     if (m_count == 0) {
-      return nullptr;
+      return Entry();
     }
-    for (std::size_t i = hash & Mask(); m_slots[i].entry != nullptr; i = (i + 1) & Mask()) {
-      if (m_slots[i].hash == hash && same(*m_slots[i].entry)) {
+    for (std::size_t i = hash & Mask(); m_slots[i].entry; i = (i + 1) & Mask()) {
+      if (m_slots[i].hash == hash && same(m_slots[i].entry)) {
         return m_slots[i].entry;
       }
     }
-    return nullptr;
+    return Entry();
   }
 
   /// `entry` must not be in the table.
-  void Add(std::uint32_t hash, Entry* entry) {
+  void Add(std::uint32_t hash, Entry entry) {
     if ((m_count + 1) * 4 > m_slots.size() * 3) {
       Resize(m_slots.empty() ? MIN_SLOTS : m_slots.size() * 2);
     }
@@ -54,14 +55,12 @@ class OidTable {
   }
 
   /// `to` takes the place of `from`, which must be in the table.
-  void Replace(std::uint32_t hash, const Entry* from, Entry* to) {
-    m_slots[SlotOf(hash, from)].entry = to;
-  }
+  void Replace(std::uint32_t hash, Entry from, Entry to) { m_slots[SlotOf(hash, from)].entry = to; }
 
   /// `entry` must be in the table.
-  void Erase(std::uint32_t hash, const Entry* entry) {
+  void Erase(std::uint32_t hash, Entry entry) {
     std::size_t hole = SlotOf(hash, entry);
-    for (std::size_t i = (hole + 1) & Mask(); m_slots[i].entry != nullptr; i = (i + 1) & Mask()) {
+    for (std::size_t i = (hole + 1) & Mask(); m_slots[i].entry; i = (i + 1) & Mask()) {
       // An entry may move back to the hole unless that lies before the slot where its probe starts.
       const std::size_t distance = (i - m_slots[i].hash) & Mask();
       if (distance >= ((i - hole) & Mask())) {
@@ -69,7 +68,7 @@ class OidTable {
         hole = i;
       }
     }
-    m_slots[hole].entry = nullptr;
+    m_slots[hole].entry = Entry();
     --m_count;
     if (m_slots.size() > MIN_SLOTS && m_count * 8 < m_slots.size()) {
       Resize(m_slots.size() / 2);
@@ -79,7 +78,7 @@ class OidTable {
   template <class Visit>
   void ForEach(Visit visit) const {
     for (const Slot& slot : m_slots) {
-      if (slot.entry != nullptr) {
+      if (slot.entry) {
         visit(slot.entry);
       }
     }
@@ -92,24 +91,24 @@ class OidTable {
 
  private:
   struct Slot {
-    Entry* entry = nullptr;
+    Entry entry = Entry();
     std::uint32_t hash = 0;
   };
   static constexpr std::size_t MIN_SLOTS = 4;
 
   std::size_t Mask() const { return m_slots.size() - 1; }
 
-  std::size_t SlotOf(std::uint32_t hash, const Entry* entry) const {
+  std::size_t SlotOf(std::uint32_t hash, Entry entry) const {
     std::size_t i = hash & Mask();
-    while (m_slots[i].entry != entry) {
+    while (!(m_slots[i].entry == entry)) {
       i = (i + 1) & Mask();
     }
     return i;
   }
 
-  void Place(std::uint32_t hash, Entry* entry) {
+  void Place(std::uint32_t hash, Entry entry) {
     std::size_t i = hash & Mask();
-    while (m_slots[i].entry != nullptr) {
+    while (m_slots[i].entry) {
       i = (i + 1) & Mask();
     }
     m_slots[i].entry = entry;
@@ -120,7 +119,7 @@ class OidTable {
     std::vector<Slot> old(slots);
     old.swap(m_slots);
     for (const Slot& slot : old) {
-      if (slot.entry != nullptr) {
+      if (slot.entry) {
         Place(slot.hash, slot.entry);
       }
     }

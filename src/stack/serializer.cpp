@@ -147,14 +147,14 @@ struct Serializer::Rows {
   void EndRelease();
   void Clear();
 
-  OidTable<Row> table;
+  OidTable<Row*> table;
   std::vector<Row*> arrivals;    // rows in the order in which they became busy, until ready
   Release* releasing = nullptr;  // the ready signal's walk, while it runs
   bool ready = false;
 };
 
 Row* Serializer::Rows::Find(const OidRef& oid) const {
-  return table.Find(oid.hash, [&oid](Row& row) { return row.Is(oid); });
+  return table.Find(oid.hash, [&oid](Row* row) { return row->Is(oid); });
 }
 
 Row* Serializer::Rows::FindBusy(const OidRef& oid) const {

@@ -1,0 +1,48 @@
+#include "bench/allocated_bytes.h"
+
+#include <malloc.h>
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::size_t g_bytes = 0;
+
+std::size_t SizeOf(void* memory) { return malloc_usable_size(memory) + sizeof(std::size_t); }
+
+void* Allocate(std::size_t size) {
+  void* memory = std::malloc(size);
+  if (memory != nullptr) {
+    g_bytes += SizeOf(memory);
+  }
+  return memory;
+}
+
+void Release(void* memory) {
+  if (memory != nullptr) {
+    g_bytes -= SizeOf(memory);
+    std::free(memory);
+  }
+}
+
+}  // namespace
+
+std::size_t bench::AllocatedBytes() { return g_bytes; }
+
+void* operator new(std::size_t size) {
+  void* memory = Allocate(size);
+  if (memory == nullptr) {
+    throw std::bad_alloc();
+  }
+  return memory;
+}
+void* operator new[](std::size_t size) { return operator new(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* memory) noexcept { Release(memory); }
+void operator delete[](void* memory) noexcept { Release(memory); }
+void operator delete(void* memory, std::size_t) noexcept { Release(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { Release(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { Release(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { Release(memory); }
