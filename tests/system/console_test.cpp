@@ -67,6 +67,15 @@ TEST_F(Console, HasSettledBeforeTheFirstCommand) {
   EXPECT_THAT(result.output, EndsWith("End of table\n"));
 }
 
+TEST_F(Console, GoesOnAfterFiveSecondsWithoutSettling) {
+  // The library's scheduler looks at its items every hundred seconds.
+  const Result result =
+      RunDaemon({"--config", folder.Path(), "--tick-us", "1000000"}, "ip protocol summary\n");
+  EXPECT_EQ(result.errors, "Requests are still under way after 5 s; going on\n");
+  EXPECT_THAT(result.output, HasSubstr("    10     No     No    Yes     No\n"));
+  EXPECT_EQ(result.status, 0);
+}
+
 TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
   const Result result = Run("foo\nip bar\nvrf 20\n");
   EXPECT_EQ(result.status, 2);

@@ -1,0 +1,165 @@
+#include "device/host/loader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <uv.h>
+
+#include <optional>
+
+#include "reported_lines.h"
+#include "tests/support/device_fixture.h"
+#include "tests/support/scratch_folder.h"
+#include "vantacore/dc_router_base.h"
+#include "vantacore/dc_router_base.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+// The device's time is virtual, the loader's waiting is real: Turn() lets both go on.
+class Loader : public test_support::DeviceFixture {
+ protected:
+  Loader() {
+    uv_loop_init(&m_loop);
+    Tarsel::TimerLoop::SetTickMicroseconds(100);
+    m_files.Write("device.json", R"({"default_vlan": 10, "interfaces": [
+      {"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16"}]})");
+    m_answers.emplace(&m_loop, stack);
+    m_loader.emplace(m_folder, m_device, *m_answers, reported.report);
+  }
+  ~Loader() override {
+    m_loader.reset();
+    m_answers.reset();
+    uv_run(&m_loop, UV_RUN_DEFAULT);
+    uv_loop_close(&m_loop);
+  }
+
+  void StartWith(const std::string& entries) {
+    WriteVlans(entries);
+    m_folder.Read();
+    Start(10);
+    m_loader->Start();
+    ASSERT_TRUE(Settle());
+    TakeCalls();
+  }
+  void WriteVlans(const std::string& entries) {
+    m_files.Write("vlans.json", "{\"VLAN_CONFIGURATIONS\": {" + entries + "}}");
+  }
+  void Turn() {
+    uv_run(&m_loop, UV_RUN_NOWAIT);
+    loop.AdvanceMilliseconds(1);
+  }
+  void TurnUntilDone() {
+    const std::uint64_t begin = uv_hrtime();
+    while (m_loader->IsBusy() && uv_hrtime() - begin < 20000000000) {
+      Turn();
+    }
+    EXPECT_FALSE(m_loader->IsBusy());
+  }
+  std::vector<unsigned> Vlans() {
+    std::vector<unsigned> vlans;
+    for (const auto& vlan : Manager().GetVlans()) {
+      vlans.push_back(vlan.first);
+    }
+    return vlans;
+  }
+
+  const std::string WITH_ROUTE = R"("a": {"vid": 10, "STATIC_ROUTES": {"r": {"interface": "eth0",
+    "network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1"}}})";
+  uv_loop_t m_loop;
+  test_support::ScratchFolder m_files;
+  ReportedLines reported;
+  host::ConfigFolder m_folder{m_files.Path(), reported.report};
+  host::DeviceState m_device;
+  std::optional<host::Settle> m_answers;
+  std::optional<host::Loader> m_loader;
+};
+
+TEST_F(Loader, StartsInTheOrderOfTheDevice) {
+  WriteVlans(WITH_ROUTE);
+  m_folder.Read();
+  Start(10);
+  TakeCalls();
+  m_loader->Start();
+  // Interfaces wait in the library until the stack has announced itself, routes until the instance
+  // is ready.
+  EXPECT_THAT(TakeCalls(),
+              ElementsAre(HasSubstr("sms_act_rtm(0=10 "), HasSubstr("sms_act_rtm(0=32778 ")));
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(
+      TakeCalls(),
+      ElementsAre(HasSubstr("sms_bld_amb_test_i3_ei("), HasSubstr("sms_bld_amb_test_i3_ei("),
+                  HasSubstr("sms_act_ipaddr("), HasSubstr("sms_update_route(")));
+  EXPECT_THAT(reported.lines, IsEmpty());
+}
+
+TEST_F(Loader, TellsTheRoutersOfANewVlanAboutItsInterfaces) {
+  StartWith("\"a\": {\"vid\": 20}");
+  WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": true}}, "b": {"vid": 20})");
+  m_loader->Reload();
+  EXPECT_TRUE(Manager().GetDcRouterByVID(10, Tarsel::DcRouterMgr::PROTOCOL_RIPV2)->IsReady(3));
+}
+
+TEST_F(Loader, RemovesRoutesBeforeTheirVlanGoes) {
+  StartWith(WITH_ROUTE + ", \"b\": {\"vid\": 20}");
+  WriteVlans("\"b\": {\"vid\": 20}");
+  Control().Hold();
+  m_loader->Reload();
+  EXPECT_TRUE(m_loader->IsBusy());
+  for (int i = 0; i < 100; ++i) {
+    Turn();
+  }
+  EXPECT_TRUE(m_loader->IsBusy());  // nobody has answered
+  EXPECT_THAT(Vlans(), ElementsAre(10, 20));
+  Control().Release();
+  TurnUntilDone();
+  EXPECT_THAT(Vlans(), ElementsAre(20));
+  EXPECT_THAT(TakeCalls(), ElementsAre(HasSubstr("sms_update_route(1, 6, 2, 1, 10.9.0.0, 16, "),
+                                       HasSubstr("sms_act_rtm(0=10 1=6 "),
+                                       HasSubstr("sms_act_rtm(0=32778 1=6 ")));
+  EXPECT_THAT(m_loader->GetRoutes().GetRows(), IsEmpty());
+}
+
+TEST_F(Loader, WaitsForNothingWhenAVlanHasNoRoutes) {
+  StartWith("\"a\": {\"vid\": 10}, \"b\": {\"vid\": 20}");
+  WriteVlans("\"a\": {\"vid\": 10}");
+  m_loader->Reload();
+  EXPECT_FALSE(m_loader->IsBusy());
+  EXPECT_THAT(Vlans(), ElementsAre(10));
+}
+
+TEST_F(Loader, ReadsAgainWhenAskedWhileItWaits) {
+  StartWith(WITH_ROUTE);
+  WriteVlans("\"b\": {\"vid\": 20}");
+  m_loader->Reload();
+  ASSERT_TRUE(m_loader->IsBusy());
+  WriteVlans("\"c\": {\"vid\": 30}");
+  m_loader->Reload();
+  m_loader->Reload();
+  TurnUntilDone();
+  EXPECT_THAT(Vlans(), ElementsAre(30));
+}
+
+TEST_F(Loader, BringsRoutesBackWithTheirVlan) {
+  StartWith(WITH_ROUTE + ", \"b\": {\"vid\": 20}");
+  WriteVlans("\"b\": {\"vid\": 20}");
+  m_loader->Reload();
+  TurnUntilDone();
+  WriteVlans(WITH_ROUTE + ", \"b\": {\"vid\": 20}");
+  m_loader->Reload();
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(Dump(), HasSubstr("10.9.0.0/16"));
+}
+
+TEST_F(Loader, AsksForNothingWhenNothingHasChanged) {
+  StartWith(WITH_ROUTE);
+  m_loader->Reload();
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(TakeCalls(), IsEmpty());
+}
+
+}  // namespace
