@@ -13,6 +13,7 @@
 #include "report.h"
 #include "vantacore/config_parser.h"
 #include "vantacore/dc_console_command.h"
+#include "vantacore/dc_interface_console_command.h"
 #include "vantacore/dc_router_mgr.h"
 #include "vantacore/rtm_commands.h"
 
@@ -51,6 +52,10 @@ const Dispatcher::Word Dispatcher::WORDS[] = {
     {"ip6", &Dispatcher::Ip, "ip6 [<word> ...]", "IPv6 commands; alone, lists them", true},
     {"rtm", &Dispatcher::Rtm, "rtm route|rib [ipv6] [<option> ...]",
      "Installed routes, or all candidates", true},
+    {"interface", &Dispatcher::Interface, "interface [vrf <vid>]",
+     "Interfaces with their IPv4 addresses", true},
+    {"interface6", &Dispatcher::Interface, "interface6 [vrf <vid>]",
+     "Interfaces with their IPv6 addresses", true},
     {"show", &Dispatcher::Show, "show <command>", "The same as the command alone", false},
     {"vrf", &Dispatcher::Vrf, "vrf <vid>", "Choose the VLAN that commands are about", false},
     {"reload", &Dispatcher::Reload, "reload", "Read the configuration folder again", false},
@@ -79,6 +84,8 @@ const Followers FOLLOWERS[] = {
     {"rtm", {"route", "rib"}},
     {"rtm route", {"ipv6", "vrf", "dest", "proto", "detail"}},
     {"rtm rib", {"ipv6", "vrf", "dest", "proto", "detail"}},
+    {"interface", {"vrf"}},
+    {"interface6", {"vrf"}},
 };
 
 const DcRouterMgr::CmdHandlers& Registry(const std::string& tree) {
@@ -117,12 +124,26 @@ void WithConsole(const std::shared_ptr<Invocation>& invocation, Words words, Han
 
 // A command that refuses its words is deleted, its console with it; one that accepts them lives until
 // its walk ends.
-template <class Command>
-void Walk(DcConsole* console, bool ip6, int argc, char** argv) {
-  auto* command = new Command(console, ip6 ? 41 : 0);
+void Walk(DcConsoleCommand* command, int argc, char** argv) {
   if (!command->Parse(argc, argv)) {
     delete command;
   }
+}
+
+// Reads the id of a VLAN that exists, or says why there is none.
+bool ReadVlan(const std::string& text, const std::string& usage, const Invocation& invocation,
+              unsigned short& vlan) {
+  unsigned int number = 0;
+  if (text.empty() || !Tarsel::ParseNumber(&number, text.c_str()) || number > 65535) {
+    invocation.Write("Usage: " + usage + "\n");
+    return false;
+  }
+  if (DcRouterMgr::GetInstance()->GetVlans().count(static_cast<unsigned short>(number)) == 0) {
+    invocation.Write("VLAN " + std::to_string(number) + " is not present\n");
+    return false;
+  }
+  vlan = static_cast<unsigned short>(number);
+  return true;
 }
 
 }  // namespace
@@ -220,14 +241,7 @@ void Dispatcher::Help(Call& call) const {
 void Dispatcher::Quit(Call& call) const { call.reply.isQuit = true; }
 
 void Dispatcher::Vrf(Call& call) const {
-  unsigned int vlan = 0;
-  if (call.CountAfter() != 1 || !Tarsel::ParseNumber(&vlan, call.Next().c_str()) || vlan > 65535) {
-    call.Write("Usage: vrf <vid>\n");
-  } else if (DcRouterMgr::GetInstance()->GetVlans().count(static_cast<unsigned short>(vlan)) == 0) {
-    call.Write("VLAN " + std::to_string(vlan) + " is not present\n");
-  } else {
-    call.vlan = static_cast<unsigned short>(vlan);
-  }
+  ReadVlan(call.CountAfter() == 1 ? call.Next() : "", "vrf <vid>", *call.invocation, call.vlan);
 }
 
 void Dispatcher::Reload(Call& call) const {
@@ -273,12 +287,32 @@ void Dispatcher::Rtm(Call& call) const {
   call.hasConsole = true;
   WithConsole(call.invocation, {call.words.begin() + call.at + (ip6 ? 2 : 1), call.words.end()},
               [&](DcConsole* console, int argc, char** argv) {
+                const int family = ip6 ? 41 : 0;
+                DcConsoleCommand* command = nullptr;
                 if (isRib) {
-                  Walk<Tarsel::RtmRibCommand>(console, ip6, argc, argv);
+                  command = new Tarsel::RtmRibCommand(console, family);
                 } else {
-                  Walk<Tarsel::RtmRouteCommand>(console, ip6, argc, argv);
+                  command = new Tarsel::RtmRouteCommand(console, family);
                 }
+                Walk(command, argc, argv);
               });
+}
+
+// The command itself takes no words and would show any VLAN, also one that nobody has heard of.
+void Dispatcher::Interface(Call& call) const {
+  const bool ip6 = call.Current() == "interface6";
+  const std::string usage = call.Current() + " [vrf <vid>]";
+  unsigned short vlan = call.vlan;
+  if (call.CountAfter() > 0) {
+    const bool isChosen = call.CountAfter() == 2 && call.Next() == "vrf";
+    if (!ReadVlan(isChosen ? call.words.back() : "", usage, *call.invocation, vlan)) {
+      return;
+    }
+  }
+  call.hasConsole = true;
+  WithConsole(call.invocation, {}, [&](DcConsole* console, int argc, char** argv) {
+    Walk(new Tarsel::DcInterfaceConsoleCommand(console, vlan, ip6), argc, argv);
+  });
 }
 
 void Dispatcher::Show(Call& call) const {

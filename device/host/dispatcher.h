@@ -53,6 +53,7 @@ class Dispatcher {
   void Reload(Call& call) const;
   void Ip(Call& call) const;
   void Rtm(Call& call) const;
+  void Interface(Call& call) const;
   void Show(Call& call) const;
 
   std::function<void()> m_reload;

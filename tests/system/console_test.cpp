@@ -80,10 +80,26 @@ TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
   const Result result = Run("foo\nip bar\nvrf 20\n");
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.output,
-            "\"foo\" is unknown. Possible: ip ip6 rtm show vrf reload help ? quit exit\n"
+            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload help ? "
+            "quit exit\n"
             "\"ip\" is understood, \"bar\" behind it is not. Possible: bgp igmp ospf protocol "
             "rip\n");
   EXPECT_EQ(result.errors, "");
+}
+
+TEST_F(Console, ShowsTheInterfacesOfAVlan) {
+  const Result result = Run("interface\nvrf 20\nshow interface6 vrf 10\ninterface\n");
+  const std::string head =
+      "\nFlags:\nB-Broadcast M-Multicast L-Loopback\nT-MPLS Tunnel P-Point2Point U-Unnumbered\n"
+      "VLAN    IfIndex     IfName Status    MTU  Flags IPAddress\n";
+  EXPECT_EQ(result.output, head +
+                               "  10          3       eth0     UP   1500        10.1.0.1/16\n"
+                               "End of Table\n" +
+                               head +
+                               "  10          3       eth0     UP   1500        \n"
+                               "End of Table\n" +
+                               head + "End of Table\n");
+  EXPECT_EQ(result.status, 0);
 }
 
 TEST_F(Console, CallsNoWordUnknownThatAHandlerRefuses) {

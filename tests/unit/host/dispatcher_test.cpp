@@ -5,6 +5,7 @@
 
 #include "tests/support/device_fixture.h"
 #include "vantacore/dc_console_command.h"
+#include "vantacore/dc_interface_mgr.h"
 
 namespace {
 
@@ -60,8 +61,9 @@ TEST_F(Dispatcher, DoesNothingForAnEmptyLine) {
 TEST_F(Dispatcher, ListsItsWords) {
   Execute("help");
   for (const char* usage :
-       {"  ip [<word> ...] ", "  ip6 [<word> ...] ", "  rtm route|rib ", "  show <command> ",
-        "  vrf <vid> ", "  reload ", "  help ", "  quit "}) {
+       {"  ip [<word> ...] ", "  ip6 [<word> ...] ", "  rtm route|rib ", "  interface [vrf <vid>] ",
+        "  interface6 [vrf <vid>] ", "  show <command> ", "  vrf <vid> ", "  reload ", "  help ",
+        "  quit "}) {
     EXPECT_THAT(output, HasSubstr(usage));
   }
   ExpectOver();
@@ -86,7 +88,10 @@ TEST_F(Dispatcher, ListsTheRegistries) {
 
 TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   EXPECT_TRUE(Execute("foo bar").isUnknown);
-  EXPECT_EQ(output, "\"foo\" is unknown. Possible: ip ip6 rtm show vrf reload help ? quit exit\n");
+  EXPECT_EQ(
+      output,
+      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload help ? quit "
+      "exit\n");
   ExpectOver();
   EXPECT_TRUE(Execute("ip foo").isUnknown);
   EXPECT_EQ(output,
@@ -100,7 +105,9 @@ TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   EXPECT_TRUE(Execute("rtm foo").isUnknown);
   EXPECT_EQ(output, "\"rtm\" is understood, \"foo\" behind it is not. Possible: route rib\n");
   EXPECT_TRUE(Execute("show quit").isUnknown);
-  EXPECT_EQ(output, "\"show\" is understood, \"quit\" behind it is not. Possible: ip ip6 rtm\n");
+  EXPECT_EQ(output,
+            "\"show\" is understood, \"quit\" behind it is not. Possible: ip ip6 rtm "
+            "interface interface6\n");
   ExpectOver();
 }
 
@@ -210,9 +217,55 @@ TEST_F(Dispatcher, ReportsWordsThatTheRtmCommandsRefuse) {
   ExpectOver();
 }
 
+TEST_F(Dispatcher, ShowsTheInterfacesOfAVlan) {
+  auto* registry = Tarsel::DcInterfaceMgr::GetInstance();
+  const auto ethernet = static_cast<Tarsel::DcInterfaceMgr::IntfType>(6);
+  registry->AddInterface(10, 3, "eth0", ethernet, 8, 9000, 1);
+  registry->AddInterface(20, 4, "eth1", ethernet, 16, 0, 2);
+  Tarsel::Ip4Addr address4;
+  ASSERT_TRUE(Tarsel::Parse_IpAddr()(address4, "10.1.0.1"));
+  registry->AddIpAddress(10, 3, address4, Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[16]));
+  Tarsel::Ip6Addr address6;
+  ASSERT_TRUE(address6.FromString("2001:db8::1"));
+  registry->AddIpAddress(10, 3, address6, 64);
+  ASSERT_TRUE(Settle());
+
+  const std::string head =
+      "\nFlags:\nB-Broadcast M-Multicast L-Loopback\nT-MPLS Tunnel P-Point2Point U-Unnumbered\n"
+      "VLAN    IfIndex     IfName Status    MTU  Flags IPAddress\n";
+  const struct {
+    const char* line;
+    const char* rows;
+  } commands[] = {
+      {"interface", "  10          3       eth0     UP   9000      B 10.1.0.1/16\n"},
+      {"interface6", "  10          3       eth0     UP   9000      B 2001:db8::1/64\n"},
+      {"show interface vrf 20", "  20          4       eth1   DOWN   1500      M \n"},
+  };
+  for (const auto& command : commands) {
+    EXPECT_FALSE(Execute(command.line).isUnknown);
+    EXPECT_EQ(overs, 0) << command.line;
+    ASSERT_TRUE(Settle());
+    EXPECT_EQ(output, head + command.rows + "End of Table\n") << command.line;
+    ExpectOver();
+  }
+}
+
+TEST_F(Dispatcher, RefusesOtherWordsBehindInterface) {
+  for (const char* words : {"vrf", "vrf x", "vrf 65546", "vrf 10 20", "eth0"}) {
+    EXPECT_FALSE(Execute(std::string("interface6 ") + words).isUnknown);
+    EXPECT_EQ(output, "Usage: interface6 [vrf <vid>]\n") << words;
+    ExpectOver();
+  }
+  Execute("interface vrf 30");
+  EXPECT_EQ(output, "VLAN 30 is not present\n");
+  ExpectOver();
+}
+
 TEST_F(Dispatcher, CompletesWords) {
   EXPECT_THAT(host::Dispatcher::Complete({}, "r"), ElementsAre("rtm", "reload"));
-  EXPECT_THAT(host::Dispatcher::Complete({"show"}, ""), ElementsAre("ip", "ip6", "rtm"));
+  EXPECT_THAT(host::Dispatcher::Complete({"show"}, ""),
+              ElementsAre("ip", "ip6", "rtm", "interface", "interface6"));
+  EXPECT_THAT(host::Dispatcher::Complete({"interface6"}, "v"), ElementsAre("vrf"));
   EXPECT_THAT(host::Dispatcher::Complete({"ip"}, "p"), ElementsAre("protocol"));
   EXPECT_THAT(host::Dispatcher::Complete({"show", "ip", "protocol"}, "s"), ElementsAre("summary"));
   EXPECT_THAT(host::Dispatcher::Complete({"rtm", "rib"}, "i"), ElementsAre("ipv6"));
