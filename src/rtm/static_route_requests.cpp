@@ -60,20 +60,19 @@ void InsertItem(const CfgKey& key, CfgItem* item) {
 
 void HandleAnswer(const CfgKey& key, CfgItem& probe, int rowStatus, unsigned int status,
                   const OutcomeTexts& texts) {
-  CfgSched* scheduler = GetScheduler();
   const bool destroy = rowStatus == ROW_DESTROY;
+  const bool done = status == STATUS_DONE || (status == STATUS_GONE && destroy);
+  const bool retry = status == STATUS_RETRY || destroy;
+  // The log tells the outcome first: asking for the scheduler may create the manager, or fail.
+  TRACE(10, "%s", done ? texts.done : retry ? texts.retry : texts.giveUp);
+  CfgSched* scheduler = GetScheduler();
   if (scheduler == nullptr) {
     return;
   }
-  if (status == STATUS_DONE || (status == STATUS_GONE && destroy)) {
-    TRACE(10, "%s", texts.done);
+  if (done) {
     scheduler->Remove(key, &probe, status);
-  } else if (status == STATUS_RETRY || destroy) {
-    TRACE(10, "%s", texts.retry);
-    scheduler->Update(key, &probe, status, true);
   } else {
-    TRACE(10, "%s", texts.giveUp);
-    scheduler->Update(key, &probe, status, false);
+    scheduler->Update(key, &probe, status, retry);
   }
 }
 

@@ -111,4 +111,30 @@ TEST_F(RtmAllocation, RequestsWithoutARouterManagerAreDropped) {
   EXPECT_FALSE(Manager().GetCfgSched().IsRunning());
 }
 
+TEST_F(RtmAllocation, OutcomeIsLoggedThoughThereIsNoRouterManager) {
+  const unsigned char address[4] = {10, 0, 0, 0};
+  DcRtmMgr* rtm = DcRtmMgr::GetInstance();
+  {
+    const FailingNew failing(1);
+    rtm->UpdateRouteCallback(10, 1, address, 8, address, 1, 1, 0x30000, 1, 1, 0, 3);
+    EXPECT_TRUE(failing.HasFailed());
+  }
+  EXPECT_THAT(
+      traces.Take(),
+      ElementsAre("10:Route Update Response from Metaswitch: vlan = 10, dest= 10.0.0.0/8 "
+                  "nexthop: 10.0.0.0\n",
+                  "10:Unable to set route. No retry!!!\n", "10:Creating new Instance of Manager\n",
+                  "0:Error in allocating DcRouterMgr\n"));
+  {
+    const FailingNew failing(1);
+    rtm->UpdateRedistributionCallback(10, 2, 3, 1, 1, 0, 1);
+    EXPECT_TRUE(failing.HasFailed());
+  }
+  EXPECT_THAT(
+      traces.Take(),
+      ElementsAre("10:Redistribution Response from Metaswitch: vlan=10 src=2 dst=3 status=1\n",
+                  "10:Redistribution Request Success\n", "10:Creating new Instance of Manager\n",
+                  "0:Error in allocating DcRouterMgr\n"));
+}
+
 }  // namespace
