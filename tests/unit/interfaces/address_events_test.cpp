@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <string>
+#include <utility>
 
 #include "tests/unit/interfaces/interface_fixture.h"
 #include "vantacore/dc_router_base.h"
@@ -78,12 +81,33 @@ TEST_F(AddressEvents, RequestKeepsItsRowStatus) {
                                        "sms_act_ipaddr(5, 32778, 2, 3, 2001:db8::1, 64)"));
 }
 
+// The stack may ask for the address from inside of a request: it finds what was there before.
+TEST_F(AddressEvents, RecordFollowsWhenTheRowIsQueued) {
+  Register(10, 3, "eth0");
+  Lines seen;
+  Control().SetCallObserver([&](routing_stack::Call call, const std::string&) {
+    if (call == routing_stack::Call::kSmsActIpaddr) {
+      seen.push_back(StoredAddress(10, 3) + " " + std::to_string(Prefixes(10, 3).size()));
+    }
+  });
+  registry.AddIpAddress(10, 3, ADDRESS, MASK);
+  registry.AddIpAddress(10, 3, Address6("2001:db8::1"), 128);
+  Forget();
+  registry.DeleteIpAddress(10, 3, ADDRESS, MASK);
+  registry.DeleteIpAddress(10, 3, Address6("2001:db8::1"), 128);
+  EXPECT_THAT(seen, ElementsAre("0.0.0.0/0.0.0.0 0", "10.1.2.3/255.255.255.0 0",
+                                "10.1.2.3/255.255.255.0 1", "0.0.0.0/0.0.0.0 1"));
+  EXPECT_THAT(Prefixes(10, 3), IsEmpty());
+}
+
 // --- changing an IPv4 address ---
 
-// Writes down what a router's protocol is told.
+using Tell = std::function<void(const std::string&)>;
+
+// Hands on what a router's protocol is told.
 class AddressRecorder : public Tarsel::DcProtoInterfaceBase {
  public:
-  AddressRecorder(std::string name, Lines& log) : m_name(std::move(name)), m_log(log) {}
+  AddressRecorder(std::string name, Tell tell) : m_name(std::move(name)), m_tell(std::move(tell)) {}
 
   void ParseOptions(const Tarsel::OptionsNode&, const Tarsel::string&,
                     Tarsel::DclConfigObject::OptionType) override {}
@@ -93,22 +117,21 @@ class AddressRecorder : public Tarsel::DcProtoInterfaceBase {
   bool IsReady() override { return true; }
   bool IsReady(unsigned int) override { return true; }
   void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) override {
-    m_log.push_back(m_name + " status " + std::to_string(ifIndex) + " " + std::to_string(status));
+    m_tell(m_name + " status " + std::to_string(ifIndex) + " " + std::to_string(status));
   }
   void ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& address) override {
-    m_log.push_back(m_name + " address " + std::to_string(ifIndex) + " " +
-                    address.ToString().c_str());
+    m_tell(m_name + " address " + std::to_string(ifIndex) + " " + address.ToString().c_str());
   }
 
  private:
   const std::string m_name;
-  Lines& m_log;
+  const Tell m_tell;
 };
 
 class RecordingRouter : public Tarsel::DcRouterBase {
  public:
-  RecordingRouter(const std::string& member, unsigned short vid, Lines& log)
-      : DcRouterBase(member.c_str(), vid, new AddressRecorder(member, log)) {}
+  RecordingRouter(const std::string& member, unsigned short vid, const Tell& tell)
+      : DcRouterBase(member.c_str(), vid, new AddressRecorder(member, tell)) {}
   bool CreateConfigList(Tarsel::DcConfigLists&) override { return true; }
 };
 
@@ -120,12 +143,16 @@ class AddressChange : public InterfaceFixture {
     for (int type = DcRouterMgr::PROTOCOL_COUNT - 1; type >= 0; --type) {
       Manager().GetVlans().at(10)->routers.emplace(
           static_cast<DcRouterMgr::ProtocolType>(type),
-          new RecordingRouter(std::to_string(type), 10, told));
+          new RecordingRouter(std::to_string(type), 10, [this](const std::string& what) {
+            told.push_back(what);
+            storedWhenTold = StoredAddress(10, 3);
+          }));
     }
     Forget();
   }
 
   Lines told;
+  std::string storedWhenTold;
 };
 
 TEST_F(AddressChange, OldAddressIsWithdrawnBeforeTheNewOneIsAdded) {
@@ -144,6 +171,21 @@ TEST_F(AddressChange, EveryRouterOfTheVlanIsToldInOrder) {
   EXPECT_EQ(told, (Lines{"0 address 3 10.1.9.9", "1 address 3 10.1.9.9", "2 address 3 10.1.9.9",
                          "3 address 3 10.1.9.9", "4 address 3 10.1.9.9", "5 address 3 10.1.9.9",
                          "6 address 3 10.1.9.9"}));
+}
+
+TEST_F(AddressChange, NewAddressIsStoredAfterTheRowsAndBeforeTheRoutersAreTold) {
+  Register(10, 3, "eth0");
+  registry.AddIpAddress(10, 3, ADDRESS, MASK);
+  Forget();
+  Lines storedWhenQueued;
+  Control().SetCallObserver([&](routing_stack::Call call, const std::string&) {
+    if (call == routing_stack::Call::kSmsActIpaddr) {
+      storedWhenQueued.push_back(StoredAddress(10, 3));
+    }
+  });
+  registry.ChangeIpAddress(10, 3, OTHER, OTHER_MASK);
+  EXPECT_EQ(storedWhenQueued, Lines(2, "10.1.2.3/255.255.255.0"));
+  EXPECT_EQ(storedWhenTold, "10.1.9.9/255.255.0.0");
 }
 
 TEST_F(AddressChange, NoOtherEventTellsTheRouters) {

@@ -207,6 +207,25 @@ TEST_F(InterfaceEvents, MissingNameIsEmpty) {
   EXPECT_STREQ(registry.GetIfName(10, 3), "");
 }
 
+// The stack may ask for the interface from inside of a request: it finds what was there before.
+TEST_F(InterfaceEvents, RecordFollowsWhenTheRowsAreQueued) {
+  Lines seen;
+  Control().SetCallObserver([&](routing_stack::Call call, const std::string&) {
+    if (call == routing_stack::Call::kSmsActInterface) {
+      seen.push_back(IndexOf("eth0") + " " + std::to_string(Status(10, 3)));
+    }
+  });
+  Register(10, 3, "eth0");
+  registry.SetInterfaceDown(10, 3, "eth0");
+  Forget();
+  registry.SetInterfaceUp(10, 3, "eth0");
+  Forget();
+  registry.RemoveInterface(10, 3, "eth0");
+  EXPECT_THAT(seen,
+              ElementsAre("unknown 0", "unknown 0", "3 1", "3 1", "3 2", "3 2", "3 1", "3 1"));
+  EXPECT_EQ(IndexOf("eth0"), "unknown");
+}
+
 // The stack has not announced its readiness yet.
 class EarlyInterfaceEvents : public InterfaceEvents {
  protected:

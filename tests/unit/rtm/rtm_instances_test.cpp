@@ -62,6 +62,16 @@ class RtmInstances : public test_support::DeviceFixture {
     return words;
   }
 
+  // The dead timers of VLAN 10's two records, as the stack would be told them.
+  std::string DeadTimers() {
+    std::string text;
+    for (const unsigned short instance : {10, 0x800A}) {
+      amb_cipr_rtm_entity row;
+      text += rtm.GetRTMConfig(instance, &row) ? " " + std::to_string(row.word[28]) : " none";
+    }
+    return text;
+  }
+
   DcRtmMgr& rtm = *DcRtmMgr::GetInstance();
 };
 
@@ -255,6 +265,34 @@ TEST_F(RtmInstances, ReadinessOfAnUnknownInstanceMakesARecordOfDefaults) {
   EXPECT_THAT(AskedRow(10), ElementsAre("0=10", "1=1", "2=1", "6=40", "7=110", "8=200", "9=20",
                                         "14=120", "28=60"));
   EXPECT_THAT(Calls(), IsEmpty());
+}
+
+// --- the stack calls back from inside of the row requests ---
+
+TEST_F(RtmInstances, RecordIsInPlaceWhileItsRowIsSent) {
+  Lines seen;
+  Control().SetCallObserver([&](routing_stack::Call call, const std::string&) {
+    if (call == routing_stack::Call::kSmsActRtm) {
+      seen.push_back(DeadTimers());
+    }
+  });
+  Update(10, "{}");
+  Update(10, R"({"RTM": {"dead_rpm_timer": 61}})");
+  rtm.DeleteRtmConfig(10);
+  EXPECT_THAT(seen, ElementsAre(" 60 none", " 60 60", " 61 60", " 61 61", " 61 61", " none 61"));
+  EXPECT_EQ(DeadTimers(), " none none");
+}
+
+TEST_F(RtmInstances, ReadinessReportedFromInsideARowStaysWithTheRecordAndGoesWithIt) {
+  Control().SetCallObserver([&](routing_stack::Call call, const std::string&) {
+    if (call == routing_stack::Call::kSmsActRtm) {
+      rtm.SetRtmReady(10);
+    }
+  });
+  rtm.CreateRTMInstance(10, 0, DcRtmMgr::RTMData());
+  EXPECT_TRUE(rtm.IsRtmReady(10));
+  rtm.DeleteRTMInstance(10, 0);
+  EXPECT_FALSE(rtm.HasRtmRecord(10));
 }
 
 // Such a record equals the default settings, so an instance that the stack reported ready too late
