@@ -53,6 +53,8 @@ void ConfigFolder::ReadConfig(const std::string& name, Tarsel::DclConfigObject::
       CheckVlanDocument(document, name, m_report, file->vlans)) {
     file->document = Tarsel::Options(std::move(document));
     ReadRoutes(file->document, name, file->routes, m_report);
+    file->profiles = ReadProfiles(file->document);
+    file->protocols = ReadProtocols(file->document);
     m_files.push_back(std::move(file));
     return;
   }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "device_document.h"
+#include "redistribution_plan.h"
 #include "report.h"
 #include "route.h"
 #include "tarsel/options.h"
@@ -22,6 +23,8 @@ struct ConfigFile {
   Tarsel::Options document;
   VlanIds vlans;
   RouteSet routes;
+  Profiles profiles;
+  ProtocolSets protocols;
 };
 
 /// Reads the folder. A file that cannot be used is reported, and what was read from it before stays

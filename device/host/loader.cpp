@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "route_plan.h"
+#include "vantacore/dc_router_base.h"
 #include "vantacore/dc_router_mgr.h"
 
 namespace host {
@@ -21,6 +22,16 @@ VlanIds ExistingVlans() {
   return vlans;
 }
 
+bool IsEnabledNow(unsigned short vlan, DcRouterMgr::ProtocolType protocol) {
+  const Tarsel::DcRouterBase* router = DcRouterMgr::GetInstance()->GetDcRouterByVID(vlan, protocol);
+  return router && router->IsEnabled();
+}
+
+bool Enables(const ConfigFile& file, unsigned short vlan, DcRouterMgr::ProtocolType protocol) {
+  const auto set = file.protocols.find(vlan);
+  return set != file.protocols.end() && (set->second & 1u << protocol) != 0;
+}
+
 }  // namespace
 
 Loader::Loader(ConfigFolder& folder, DeviceState& device, Settle& answers, Report report)
@@ -32,7 +43,11 @@ void Loader::Reload() {
     return;
   }
   m_folder.Read();
-  if (m_feeder.RemoveVlans(FindLeavingVlans()) == 0) {
+  const std::size_t requests =
+      m_feeder.RemoveVlans(FindLeavingVlans()) +
+      m_redistribution.Withdraw(PlanRedistribution(
+          [this](unsigned short vlan, auto protocol) { return WillBeEnabled(vlan, protocol); }));
+  if (requests == 0) {
     Apply();
     return;
   }
@@ -65,6 +80,26 @@ std::set<unsigned short> Loader::FindLeavingVlans() const {
   return leaving;
 }
 
+// A protocol runs when the VLAN document enables it. A remote document is for protocols that run: it
+// can keep one enabled, when it is known already, but cannot start one.
+bool Loader::WillBeEnabled(unsigned short vlan, DcRouterMgr::ProtocolType protocol) const {
+  return std::any_of(m_folder.GetFiles().begin(), m_folder.GetFiles().end(), [&](const auto& file) {
+    return Enables(*file, vlan, protocol) &&
+           (file->type == DclConfigObject::VLAN_OPTIONS ||
+            (m_applied.count(file->name) != 0 && IsEnabledNow(vlan, protocol)));
+  });
+}
+
+// Profiles are the VLAN document's, like all that concerns a VLAN's routing tables.
+Rules Loader::PlanRedistribution(const IsEnabled& isEnabled) const {
+  for (const auto& file : m_folder.GetFiles()) {
+    if (file->type == DclConfigObject::VLAN_OPTIONS) {
+      return PlanRules(file->profiles, isEnabled);
+    }
+  }
+  return {};
+}
+
 void Loader::Apply() {
   VlanIds named;
   for (const auto& file : m_folder.GetFiles()) {
@@ -79,6 +114,7 @@ void Loader::Apply() {
     }
   }
   ApplyRoutes();
+  m_redistribution.Push(PlanRedistribution(IsEnabledNow));
 }
 
 void Loader::ApplyDocuments() {

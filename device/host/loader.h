@@ -8,16 +8,19 @@
 
 #include "config_folder.h"
 #include "device_state.h"
+#include "redistribution_feeder.h"
 #include "report.h"
 #include "route_feeder.h"
 #include "settle.h"
 
 namespace host {
 
-/// The order is that of start-up: interfaces, the VLAN document, remote documents, routes. One thing
-/// comes before all that: a route of a VLAN that is about to go has to be removed while the VLAN is
-/// still there, since requests for a VLAN that is gone wait until it comes back. So such routes are
-/// removed first, and the rest follows when their answers are in.
+/// The order is that of start-up: interfaces, the VLAN document, remote documents, routes,
+/// redistribution. One thing comes before all that: a route of a VLAN that is about to go has to be
+/// removed while the VLAN is still there, since requests for a VLAN that is gone wait until it comes
+/// back; and a redistribution rule has to be withdrawn while its protocol is enabled, since requests
+/// for a protocol that is not are thrown away. So these are removed first, and the rest follows when
+/// the answers are in.
 class Loader {
  public:
   /// Everything is borrowed.
@@ -30,9 +33,12 @@ class Loader {
   void Reload();
   bool IsBusy() const { return m_isWaiting; }
   const RouteFeeder& GetRoutes() const { return m_feeder; }
+  const RedistributionFeeder& GetRedistribution() const { return m_redistribution; }
 
  private:
   std::set<unsigned short> FindLeavingVlans() const;
+  bool WillBeEnabled(unsigned short vlan, Tarsel::DcRouterMgr::ProtocolType protocol) const;
+  Rules PlanRedistribution(const IsEnabled& isEnabled) const;
   void Apply();
   void ApplyDocuments();
   void ApplyRoutes();
@@ -42,6 +48,7 @@ class Loader {
   Settle& m_answers;
   const Report m_report;
   RouteFeeder m_feeder;
+  RedistributionFeeder m_redistribution;
   std::map<std::string, Tarsel::DclConfigObject::OptionType> m_applied;
   std::set<RouteKey> m_waitingRoutes;
   bool m_isWaiting = false;

@@ -10,7 +10,6 @@
 #include "tests/support/device_fixture.h"
 #include "tests/support/scratch_folder.h"
 #include "vantacore/dc_router_base.h"
-#include "vantacore/dc_router_base.h"
 
 namespace {
 
