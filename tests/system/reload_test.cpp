@@ -96,6 +96,75 @@ TEST_F(Reload, AddsAndRemovesRoutes) {
   EXPECT_THAT(table, HasSubstr("10.52.0.0/16"));
 }
 
+// The profile and the protocols of VLAN 10, which has one static route.
+class Redistribution : public Reload {
+ protected:
+  void Write(const std::string& members) {
+    const std::string entry = Entry(10, {{"10.50.0.0", "10.0.0.2"}});
+    Reload::Write("vlans.json", {entry.substr(0, entry.size() - 1) + members + "}"});
+  }
+  std::string ShowRip() {
+    daemon->Send("ip rip\n");
+    const std::string shown = Show();
+    return shown.substr(0, shown.find("\n VLAN "));
+  }
+  std::string ReloadAndShowRip() {
+    daemon->Send("reload\n");
+    return ShowRip();
+  }
+
+  static constexpr const char* STATIC = "receives  10.50.0.0/16 static via 10.0.0.2 metric 1\n";
+  static constexpr const char* CONNECTED = "receives  10.0.0.0/16 connected via ";
+};
+
+TEST_F(Redistribution, FollowsTheProfile) {
+  Write(R"(, "RIPV2": {"enabled": true})");
+  Start();
+  EXPECT_THAT(ShowRip(), Not(HasSubstr("receives")));
+  Write(R"(, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"bgp": false})");
+  const std::string all = ReloadAndShowRip();
+  EXPECT_THAT(all, HasSubstr(STATIC));
+  EXPECT_THAT(all, HasSubstr(CONNECTED));
+  Write(R"(, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"static": false})");
+  const std::string some = ReloadAndShowRip();
+  EXPECT_THAT(some, Not(HasSubstr(STATIC)));
+  EXPECT_THAT(some, HasSubstr(CONNECTED));
+  Write(R"(, "RIPV2": {"enabled": true})");
+  EXPECT_THAT(ReloadAndShowRip(), Not(HasSubstr("receives")));
+}
+
+TEST_F(Redistribution, IsThereFromTheStart) {
+  Write(R"(, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"bgp": false})");
+  Start();
+  EXPECT_THAT(ShowRip(), HasSubstr(STATIC));
+}
+
+// The rules go before the protocol does: afterwards nobody could withdraw them any more.
+TEST_F(Redistribution, LeavesNothingWithAProtocolThatIsDisabled) {
+  Write(R"(, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"bgp": false})");
+  Start();
+  EXPECT_THAT(ShowRip(), HasSubstr(STATIC));
+  Write(R"(, "RIPV2": {"enabled": false}, "REDISTRIBUTION": {"bgp": false})");
+  EXPECT_THAT(ReloadAndShowRip(), Not(HasSubstr("receives")));
+  Write(R"(, "RIPV2": {"enabled": true})");
+  EXPECT_THAT(ReloadAndShowRip(), Not(HasSubstr("receives")));
+  Write(R"(, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"bgp": false})");
+  EXPECT_THAT(ReloadAndShowRip(), HasSubstr(STATIC));
+}
+
+TEST_F(Redistribution, GoesWithItsVlanAndComesBack) {
+  Write(R"(, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"bgp": false})");
+  Start();
+  EXPECT_THAT(ShowRip(), HasSubstr(STATIC));
+  Reload::Write("vlans.json", {Entry(20, {})});
+  daemon->Send("reload\nip protocol pending-actions summary\n");
+  daemon->ReadUntil("Pending Item Buckets: 0\n");
+  Write(R"(, "RIPV2": {"enabled": true})");
+  EXPECT_THAT(ReloadAndShowRip(), Not(HasSubstr("receives")));
+  Write(R"(, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"bgp": false})");
+  EXPECT_THAT(ReloadAndShowRip(), HasSubstr(STATIC));
+}
+
 TEST_F(Reload, ChangesAMetric) {
   Write("vlans.json", {Entry(10, {{"10.50.0.0", "10.0.0.2", "eth0", 5}})});
   Start();
