@@ -40,7 +40,7 @@ bool GroupReader::ReadName(const char* protocol, unsigned short vlan) {
 }
 
 void GroupReader::ReadFlag(const char* key, bool& value) {
-  if (!m_node.AsVal(value, key) && !m_node.GetChildNode(key).IsNull()) {
+  if (!m_node.AsVal(value, key) && IsThere()) {
     Reject(key, "true or false");
   }
 }
@@ -49,8 +49,7 @@ void GroupReader::ReadNumber(const char* key, unsigned int& value, unsigned int 
                              unsigned int high) {
   unsigned int number = value;
   int length = 0;
-  if (!ReadDCLMibValue(m_node, key, number, length) ? !m_node.GetChildNode(key).IsNull()
-                                                    : (number < low || number > high)) {
+  if (ReadDCLMibValue(m_node, key, number, length) ? number < low || number > high : IsThere()) {
     string expected;
     expected.Format("a number of %u to %u", low, high);
     Reject(key, expected.c_str());
@@ -65,6 +64,9 @@ void GroupReader::ReadDotted(const char* key, unsigned char (&bytes)[4]) {
     Reject(key, "four numbers with dots between them");
   }
 }
+
+// After a typed read that failed: there is an error text for an absent member, none for a wrong one.
+bool GroupReader::IsThere() const { return m_node.GetErrorText()[0] == '\0'; }
 
 void GroupReader::Reject(const char* key, const char* expected) {
   if (m_good) {

@@ -32,6 +32,8 @@ class GroupReader {
   const OptionsNode& GetNode() const { return m_node; }
 
  private:
+  bool IsThere() const;
+
   const OptionsNode& m_node;
   const string& m_source;
   const string& m_router;
