@@ -48,7 +48,8 @@ Daemon::Daemon(const CommandLine& line)
       m_answers(m_loop.Get(), m_stack),
       m_loader(m_folder, m_device, m_answers, Log),
       m_settle(m_loop.Get(), m_stack, [this] { return m_loader.IsBusy(); }),
-      m_dispatcher([this] { m_loader.Reload(); }) {}
+      m_lab(m_stack.GetControl(), m_device, line.tickMicroseconds),
+      m_dispatcher([this] { m_loader.Reload(); }, m_lab) {}
 
 Daemon::~Daemon() = default;
 

@@ -12,6 +12,7 @@
 #include "device/stack/routing_stack.h"
 #include "device_state.h"
 #include "dispatcher.h"
+#include "lab.h"
 #include "loader.h"
 #include "session.h"
 #include "settle.h"
@@ -57,6 +58,7 @@ class Daemon {
   Settle m_answers;  // the loader's
   Loader m_loader;
   Settle m_settle;  // the session's
+  Lab m_lab;
   Dispatcher m_dispatcher;
   std::unique_ptr<Session> m_session;
   std::vector<std::unique_ptr<LoopSignal>> m_signals;

@@ -44,28 +44,6 @@ bool SplitPrefix(const std::string& text, std::uint32_t maximum, std::string& ad
   return slash != std::string::npos && ReadNumber(text.substr(slash + 1), maximum, length);
 }
 
-bool ReadIp4(const std::string& text, Ip4Network& network) {
-  std::string address;
-  std::uint32_t length = 0;
-  if (!SplitPrefix(text, 32, address, length) ||
-      !Tarsel::ParseAddress(network.address, address.c_str())) {
-    return false;
-  }
-  network.mask = Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[length]);
-  return true;
-}
-
-bool ReadIp6(const std::string& text, Tarsel::Ip6Prefix& prefix) {
-  std::string text6;
-  std::uint32_t length = 0;
-  Tarsel::Ip6Addr address;
-  if (!SplitPrefix(text, 128, text6, length) || !Tarsel::ParseIp6Address(address, text6.c_str())) {
-    return false;
-  }
-  prefix = Tarsel::Ip6Prefix(address, length);
-  return true;
-}
-
 bool IsName(const std::string& name) {
   return !name.empty() && name.size() <= MAX_NAME &&
          std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isgraph(c); });
@@ -141,6 +119,7 @@ class Reader {
   void ReadOptional(JsonMembers& members, Interface& interface) {
     members.Number("mtu", MIN_MTU, MAX_MTU, interface.mtu);
     members.Bool("up", interface.up);
+    members.Bool("joined", interface.joined);
     if (const Json::Value* flags = members.Array("flags")) {
       for (Json::ArrayIndex i = 0; i < flags->size(); ++i) {
         ReadFlag((*flags)[i], members.PlaceOf("flags").Element(i), interface);
@@ -149,7 +128,7 @@ class Reader {
     std::string address;
     Ip4Network network;
     if (members.Text("ipv4", address)) {
-      if (ReadIp4(address, network)) {
+      if (host::ReadPrefix(address, network)) {
         interface.ip4 = network;
       } else {
         members.Complain("ipv4", "expected an IPv4 address/length, found " + Quote(address));
@@ -178,7 +157,7 @@ class Reader {
 
   void ReadPrefix(const Json::Value& value, const Place& place, Interface& interface) {
     Tarsel::Ip6Prefix prefix;
-    if (!value.isString() || !ReadIp6(value.asString(), prefix)) {
+    if (!value.isString() || !host::ReadPrefix(value.asString(), prefix)) {
       Complain(place, "expected an IPv6 address/length, found " + Describe(value));
       return;
     }
@@ -217,6 +196,28 @@ class Reader {
 };
 
 }  // namespace
+
+bool ReadPrefix(const std::string& text, Ip4Network& network) {
+  std::string address;
+  std::uint32_t length = 0;
+  if (!SplitPrefix(text, 32, address, length) ||
+      !Tarsel::ParseAddress(network.address, address.c_str())) {
+    return false;
+  }
+  network.mask = Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[length]);
+  return true;
+}
+
+bool ReadPrefix(const std::string& text, Tarsel::Ip6Prefix& prefix) {
+  std::string text6;
+  std::uint32_t length = 0;
+  Tarsel::Ip6Addr address;
+  if (!SplitPrefix(text, 128, text6, length) || !Tarsel::ParseIp6Address(address, text6.c_str())) {
+    return false;
+  }
+  prefix = Tarsel::Ip6Prefix(address, length);
+  return true;
+}
 
 DeviceDocument ReadDeviceDocument(const Json::Value& document, const std::string& file,
                                   const Report& report) {

@@ -3,11 +3,12 @@
 //   { "default_vlan": 10,
 //     "interfaces": [
 //       { "name": "eth0", "vlan": 10, "index": 3, "flags": ["broadcast", "multicast"], "mtu": 1500,
-//         "up": true, "ipv4": "10.1.0.1/16", "ipv6": ["2001:db8:1::1/64"] } ],
+//         "up": true, "joined": false, "ipv4": "10.1.0.1/16", "ipv6": ["2001:db8:1::1/64"] } ],
 //     "primary_interfaces": { "10": "eth0" } }
 //
 // "name", "vlan" and "index" are required. An interface is up and has an MTU of 1500 unless the
-// document says otherwise. It has one IPv4 address, as in the library, and any number of IPv6 ones.
+// document says otherwise; "joined" says that a remote has joined on it. It has one IPv4 address,
+// as in the library, and any number of IPv6 ones.
 #ifndef DEVICE_HOST_DEVICE_DOCUMENT_H
 #define DEVICE_HOST_DEVICE_DOCUMENT_H
 
@@ -38,6 +39,7 @@ struct Interface {
   std::uint32_t flags = 0;  // DcInterfaceMgr::AddInterface's bits
   std::uint32_t mtu = 1500;
   bool up = true;
+  bool joined = false;
   std::optional<Ip4Network> ip4;
   std::vector<Tarsel::Ip6Prefix> ip6;  // each with its host bits
 };
@@ -47,6 +49,10 @@ struct DeviceDocument {
   std::map<InterfaceKey, Interface> interfaces;
   std::map<unsigned short, std::string> primaries;  // by VLAN
 };
+
+/// Read "ADDRESS/LENGTH". False, and nothing else is sure, for any other text.
+bool ReadPrefix(const std::string& text, Ip4Network& network);
+bool ReadPrefix(const std::string& text, Tarsel::Ip6Prefix& prefix);
 
 /// Reads the document. What cannot be used is reported and left out: a member that may be absent by
 /// itself, an interface without its required members as a whole.

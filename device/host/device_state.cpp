@@ -43,6 +43,17 @@ void TellStatus(const InterfaceKey& key, const Interface& interface) {
       key.first, key.second, static_cast<unsigned short>(StatusOf(interface)));
 }
 
+void TellRegistryStatus(const InterfaceKey& key, const Interface& interface) {
+  const auto set =
+      interface.up ? &DcInterfaceMgr::SetInterfaceUp : &DcInterfaceMgr::SetInterfaceDown;
+  (DcInterfaceMgr::GetInstance()->*set)(key.first, key.second, interface.name.c_str());
+}
+
+void TellJoined(const InterfaceKey& key, bool joined) {
+  const auto tell = joined ? &DcRouterMgr::JoinNetwork : &DcRouterMgr::LeaveNetwork;
+  (DcRouterMgr::GetInstance()->*tell)(key.first, key.second);
+}
+
 void TellAddress(const InterfaceKey& key, const Tarsel::Ip4Addr& address) {
   DcRouterMgr::GetInstance()->ProcessIPAddressChange(key.first, key.second, address);
 }
@@ -98,6 +109,10 @@ void DeviceState::Add(const InterfaceKey& key, const Interface& interface) {
   TellStatus(key, interface);
   ChangeIp4(key, std::nullopt, interface.ip4);
   ChangeIp6(key, {}, interface.ip6);
+  const auto& vlans = DcRouterMgr::GetInstance()->GetVlans();
+  if (interface.joined && vlans.count(key.first) != 0) {
+    TellJoined(key, true);  // a VLAN that is still to come is told by AnnounceTo
+  }
 }
 
 void DeviceState::Remove(const InterfaceKey& key, const Interface& interface) {
@@ -118,15 +133,16 @@ void DeviceState::Change(const InterfaceKey& key, const Interface& from, const I
   if (from.flags != to.flags || from.mtu != to.mtu) {
     AddInterface(key, to);
   } else if (from.up != to.up) {
-    DcInterfaceMgr* registry = DcInterfaceMgr::GetInstance();
-    const auto set = to.up ? &DcInterfaceMgr::SetInterfaceUp : &DcInterfaceMgr::SetInterfaceDown;
-    (registry->*set)(key.first, key.second, to.name.c_str());
+    TellRegistryStatus(key, to);
   }
   if (from.up != to.up) {
     TellStatus(key, to);
   }
   ChangeIp4(key, from.ip4, to.ip4);
   ChangeIp6(key, from.ip6, to.ip6);
+  if (from.joined != to.joined) {
+    TellJoined(key, to.joined);
+  }
 }
 
 void DeviceState::ChangeIp4(const InterfaceKey& key, const std::optional<Ip4Network>& from,
@@ -160,12 +176,67 @@ void DeviceState::ChangeIp6(const InterfaceKey& key, const std::vector<Tarsel::I
   }
 }
 
+void DeviceState::SetStatus(const InterfaceKey& key, bool up) {
+  Interface& interface = m_interfaces.at(key);
+  interface.up = up;
+  TellRegistryStatus(key, interface);
+  TellStatus(key, interface);
+}
+
+void DeviceState::SetJoined(const InterfaceKey& key, bool joined) {
+  m_interfaces.at(key).joined = joined;
+  TellJoined(key, joined);
+}
+
+void DeviceState::AddAddress(const InterfaceKey& key, const Ip4Network& network) {
+  m_interfaces.at(key).ip4 = network;
+  DcInterfaceMgr::GetInstance()->AddIpAddress(key.first, key.second, network.address, network.mask);
+  TellAddress(key, network.address);
+}
+
+void DeviceState::ChangeAddress(const InterfaceKey& key, const Ip4Network& network) {
+  m_interfaces.at(key).ip4 = network;
+  DcInterfaceMgr::GetInstance()->ChangeIpAddress(key.first, key.second, network.address,
+                                                 network.mask);
+}
+
+void DeviceState::DeleteAddress(const InterfaceKey& key, const Ip4Network& network) {
+  m_interfaces.at(key).ip4.reset();
+  DcInterfaceMgr::GetInstance()->DeleteIpAddress(key.first, key.second, network.address,
+                                                 network.mask);
+  TellAddress(key, Tarsel::IP4_ANY);
+}
+
+void DeviceState::AddAddress(const InterfaceKey& key, const Tarsel::Ip6Prefix& prefix) {
+  Forget(key, prefix.GetAddress());
+  m_interfaces.at(key).ip6.push_back(prefix);
+  DcInterfaceMgr::GetInstance()->AddIpAddress(key.first, key.second, prefix.GetAddress(),
+                                              prefix.GetLength());
+}
+
+void DeviceState::DeleteAddress(const InterfaceKey& key, const Tarsel::Ip6Prefix& prefix) {
+  Forget(key, prefix.GetAddress());
+  DcInterfaceMgr::GetInstance()->DeleteIpAddress(key.first, key.second, prefix.GetAddress(),
+                                                 prefix.GetLength());
+}
+
+// The length is no part of an address's identity.
+void DeviceState::Forget(const InterfaceKey& key, const Tarsel::Ip6Addr& address) {
+  std::vector<Tarsel::Ip6Prefix>& prefixes = m_interfaces.at(key).ip6;
+  prefixes.erase(std::remove_if(prefixes.begin(), prefixes.end(),
+                                [&](const auto& prefix) { return prefix.GetAddress() == address; }),
+                 prefixes.end());
+}
+
 void DeviceState::AnnounceTo(unsigned short vlan) const {
   const auto end = m_interfaces.end();
   for (auto i = m_interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {
     TellStatus(i->first, i->second);
     if (i->second.ip4) {
       TellAddress(i->first, i->second.ip4->address);
+    }
+    if (i->second.joined) {
+      TellJoined(i->first, true);
     }
   }
 }

@@ -19,6 +19,19 @@ class DeviceState : public Tarsel::DcIpInterface {
   /// document names, else the first with an IPv4 address, else "lo", which has none.
   void Apply(const DeviceDocument& wanted, const std::set<unsigned short>& vlans);
 
+  /// What happens to an interface by itself, between two documents: told to the library each time,
+  /// also when it is no news. The interface must be there. A later document is compared with what
+  /// these leave.
+  void SetStatus(const InterfaceKey& key, bool up);
+  void SetJoined(const InterfaceKey& key, bool joined);
+  /// A second IPv4 address takes the first one's place here as in the library.
+  void AddAddress(const InterfaceKey& key, const Ip4Network& network);
+  void AddAddress(const InterfaceKey& key, const Tarsel::Ip6Prefix& prefix);
+  void ChangeAddress(const InterfaceKey& key, const Ip4Network& network);
+  /// Whichever IPv4 address is named, the interface has none afterwards, as in the library.
+  void DeleteAddress(const InterfaceKey& key, const Ip4Network& network);
+  void DeleteAddress(const InterfaceKey& key, const Tarsel::Ip6Prefix& prefix);
+
   /// Tells a VLAN's routers, which are new, about the interfaces that were there before them.
   void AnnounceTo(unsigned short vlan) const;
 
@@ -35,6 +48,8 @@ class DeviceState : public Tarsel::DcIpInterface {
                  const std::optional<Ip4Network>& to);
   void ChangeIp6(const InterfaceKey& key, const std::vector<Tarsel::Ip6Prefix>& from,
                  const std::vector<Tarsel::Ip6Prefix>& to);
+
+  void Forget(const InterfaceKey& key, const Tarsel::Ip6Addr& address);
 
   std::string FirstWithIp4(unsigned short vlan) const;
   void SetPrimary(unsigned short vlan, const std::string& name);

@@ -59,6 +59,8 @@ const Dispatcher::Word Dispatcher::WORDS[] = {
     {"show", &Dispatcher::Show, "show <command>", "The same as the command alone", false},
     {"vrf", &Dispatcher::Vrf, "vrf <vid>", "Choose the VLAN that commands are about", false},
     {"reload", &Dispatcher::Reload, "reload", "Read the configuration folder again", false},
+    {"lab", &Dispatcher::Lab, "lab [<word> ...]",
+     "Make things happen to the device; alone, lists how", false},
     {"help", &Dispatcher::Help, "help", "This list; ? does the same", false},
     {"?", &Dispatcher::Help, nullptr, nullptr, false},
     {"quit", &Dispatcher::Quit, "quit", "Leave; exit does the same", false},
@@ -148,7 +150,8 @@ bool ReadVlan(const std::string& text, const std::string& usage, const Invocatio
 
 }  // namespace
 
-Dispatcher::Dispatcher(std::function<void()> reload) : m_reload(std::move(reload)) {}
+Dispatcher::Dispatcher(std::function<void()> reload, host::Lab& lab)
+    : m_reload(std::move(reload)), m_lab(lab) {}
 
 Words Dispatcher::Split(const std::string& line) {
   std::istringstream stream(line);
@@ -209,6 +212,8 @@ Words Dispatcher::Following(Words before) {
     for (const auto& handler : Registry(before[0])) {
       words.push_back(handler.first.c_str());
     }
+  } else if (before[0] == "lab" && !isShow) {
+    words = host::Lab::Following({before.begin() + 1, before.end()});
   } else {
     const std::string line = Joined(before);
     const auto* found = std::find_if(std::begin(FOLLOWERS), std::end(FOLLOWERS),
@@ -322,6 +327,21 @@ void Dispatcher::Show(Call& call) const {
   }
   ++call.at;
   Run(call);
+}
+
+void Dispatcher::Lab(Call& call) const {
+  if (call.CountAfter() == 0 || IsHelp(call.Next())) {
+    call.Write(host::Lab::Help());
+    return;
+  }
+  const LabReply reply =
+      m_lab.Execute({call.words.begin() + call.at + 1, call.words.end()}, call.vlan);
+  call.Write(reply.text);
+  call.reply.hasChanged = reply.hasChanged;
+  if (reply.unknownAt != std::string::npos) {
+    call.at += 1 + reply.unknownAt;
+    Unknown(call);
+  }
 }
 
 }  // namespace host

@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "host_console.h"
+#include "lab.h"
 
 namespace host {
-
-using Words = std::vector<std::string>;
 
 /// What became of a line at once; its output may still be on the way (Invocation::over).
 struct Reply {
@@ -22,11 +21,11 @@ struct Reply {
 
 /// The words of the operator's console. The host's own are matched whole; behind `ip` and `ip6` stand
 /// the words of the library's registries, whose handlers take the rest. `show` may precede whatever
-/// shows something.
+/// shows something. Behind `lab` stand the lab's.
 class Dispatcher {
  public:
-  /// `reload` carries out the command of that name.
-  explicit Dispatcher(std::function<void()> reload);
+  /// `reload` carries out the command of that name; `lab` is borrowed.
+  Dispatcher(std::function<void()> reload, host::Lab& lab);
 
   /// Carries out a line for a session whose VLAN is `vlan`; the line may change it. All output goes
   /// to the invocation, which is over when the command is; an empty line is over at once.
@@ -55,8 +54,10 @@ class Dispatcher {
   void Rtm(Call& call) const;
   void Interface(Call& call) const;
   void Show(Call& call) const;
+  void Lab(Call& call) const;
 
   std::function<void()> m_reload;
+  host::Lab& m_lab;
 };
 
 }  // namespace host

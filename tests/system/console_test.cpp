@@ -79,11 +79,12 @@ TEST_F(Console, GoesOnAfterFiveSecondsWithoutSettling) {
 TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
   const Result result = Run("foo\nip bar\nvrf 20\n");
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.output,
-            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload help ? "
-            "quit exit\n"
-            "\"ip\" is understood, \"bar\" behind it is not. Possible: bgp igmp ospf protocol "
-            "rip\n");
+  EXPECT_EQ(
+      result.output,
+      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload lab help "
+      "? quit exit\n"
+      "\"ip\" is understood, \"bar\" behind it is not. Possible: bgp igmp ospf protocol "
+      "rip\n");
   EXPECT_EQ(result.errors, "");
 }
 
@@ -100,6 +101,18 @@ TEST_F(Console, ShowsTheInterfacesOfAVlan) {
                                "End of Table\n" +
                                head + "End of Table\n");
   EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(Console, FollowsLabCommands) {
+  const Result result = Run(
+      "lab interface eth0 down\nrtm route\nlab interface eth0 up\nrtm route\n"
+      "lab stack hold\nlab stack release\nlab tick fast\nlab tick normal\nlab join eth7\n");
+  EXPECT_EQ(result.output.substr(0, 13), "End of table\n");
+  EXPECT_THAT(result.output, HasSubstr("10.1.0.0/16"));
+  EXPECT_THAT(result.output, EndsWith("End of table\nVLAN 10 has no interface \"eth7\"\n"));
+  EXPECT_EQ(result.errors, "");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(Run("lab foo\n").status, 2);
 }
 
 TEST_F(Console, CallsNoWordUnknownThatAHandlerRefuses) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "reported_lines.h"
 #include "tests/support/device_fixture.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_mgr.h"
@@ -44,7 +45,9 @@ class Dispatcher : public test_support::DeviceFixture {
   }
 
   int reloads = 0;
-  host::Dispatcher dispatcher{[this] { ++reloads; }};
+  host::DeviceState state;
+  host::Lab lab{Control(), state, 1000};
+  host::Dispatcher dispatcher{[this] { ++reloads; }, lab};
   unsigned short vlan = 10;
   std::shared_ptr<Invocation> invocation;
   std::string output;
@@ -88,10 +91,10 @@ TEST_F(Dispatcher, ListsTheRegistries) {
 
 TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   EXPECT_TRUE(Execute("foo bar").isUnknown);
-  EXPECT_EQ(
-      output,
-      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload help ? quit "
-      "exit\n");
+  EXPECT_EQ(output,
+            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload lab "
+            "help ? quit "
+            "exit\n");
   ExpectOver();
   EXPECT_TRUE(Execute("ip foo").isUnknown);
   EXPECT_EQ(output,
@@ -259,6 +262,42 @@ TEST_F(Dispatcher, RefusesOtherWordsBehindInterface) {
   Execute("interface vrf 30");
   EXPECT_EQ(output, "VLAN 30 is not present\n");
   ExpectOver();
+}
+
+TEST_F(Dispatcher, HandsLabCommandsOn) {
+  state.Apply(host::ReadDeviceDocument(ParsedJson(R"({"default_vlan": 10, "interfaces": [
+                {"name": "eth0", "vlan": 10, "index": 3},
+                {"name": "eth1", "vlan": 20, "index": 4}]})"),
+                                       "device.json", [](const std::string&) {}),
+              {10, 20});
+  EXPECT_TRUE(Execute("lab interface eth0 down").hasChanged);
+  EXPECT_EQ(output, "");
+  EXPECT_FALSE(state.IsInterfaceUp(10, 3));
+  ExpectOver();
+  vlan = 20;
+  Execute("lab interface eth1 down");
+  EXPECT_FALSE(state.IsInterfaceUp(20, 4));
+  EXPECT_FALSE(Execute("lab interface eth0 down").hasChanged);
+  EXPECT_EQ(output, "VLAN 20 has no interface \"eth0\"\n");
+  Execute("lab");
+  EXPECT_EQ(output, host::Lab::Help());
+  Execute("lab ?");
+  EXPECT_EQ(output, host::Lab::Help());
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, KeepsLabCommandsApart) {
+  EXPECT_TRUE(Execute("lab foo").isUnknown);
+  EXPECT_EQ(output,
+            "\"lab\" is understood, \"foo\" behind it is not. Possible: interface address join "
+            "leave stack tick\n");
+  ExpectOver();
+  EXPECT_FALSE(Execute("lab stack hold on").isUnknown);
+  EXPECT_EQ(output, "Usage: lab stack hold|release\n");
+  EXPECT_TRUE(Execute("show lab tick fast").isUnknown);
+  EXPECT_THAT(host::Dispatcher::Complete({"lab", "stack"}, "re"),
+              ElementsAre("refuse", "retry", "release"));
+  EXPECT_THAT(host::Dispatcher::Complete({"show", "lab"}, ""), IsEmpty());
 }
 
 TEST_F(Dispatcher, CompletesWords) {

@@ -1,0 +1,62 @@
+// The lab: commands that make happen what happens to a device by itself.
+#ifndef DEVICE_HOST_LAB_H
+#define DEVICE_HOST_LAB_H
+
+#include <string>
+
+#include "device_state.h"
+#include "lab_grammar.h"
+
+namespace routing_stack {
+class Control;
+struct Answer;
+}  // namespace routing_stack
+
+namespace host {
+
+/// What became of a lab command.
+struct LabReply {
+  std::string text;
+  /// Words were expected where these stand, counted from the first; npos when all are known.
+  std::size_t unknownAt = std::string::npos;
+  bool hasChanged = false;  // it may take a while until the effect is there
+};
+
+/// Interfaces and addresses change, remotes join and leave, the stack answers badly or not at all,
+/// time goes faster: for people who try things out, apart from an operator's words.
+class Lab {
+ public:
+  /// Everything is borrowed. `tickMicroseconds` is the length of a tick to come back to.
+  Lab(routing_stack::Control& stack, DeviceState& device, unsigned int tickMicroseconds);
+
+  /// Carries out the words behind `lab` for a session whose VLAN is `vlan`.
+  LabReply Execute(const Words& words, unsigned short vlan);
+
+  /// The words that may stand behind `before`, as far as they are known.
+  static Words Following(const Words& before);
+  /// Each command with what it does, a line each.
+  static std::string Help();
+
+ private:
+  struct Call;
+  struct Command;
+  static const Command COMMANDS[];
+
+  bool FindInterface(Call& call, const std::string& name, InterfaceKey& key) const;
+  bool ReadVlan(Call& call) const;
+
+  void Interface(Call& call);
+  void Address(Call& call);
+  void Join(Call& call);
+  void Answers(Call& call);
+  void Hold(Call& call);
+  void Tick(Call& call);
+
+  routing_stack::Control& m_stack;
+  DeviceState& m_device;
+  const unsigned int m_tickMicroseconds;
+};
+
+}  // namespace host
+
+#endif
