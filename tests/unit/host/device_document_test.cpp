@@ -35,7 +35,7 @@ TEST_F(ReadDeviceDocument, TakesEverything) {
     "default_vlan": 10,
     "interfaces": [
       {"name": "eth0", "vlan": 10, "index": 3, "flags": ["broadcast", "multicast"], "mtu": 9000,
-       "up": false, "ipv4": "10.1.2.3/20", "ipv6": ["2001:db8::1/64", "fe80::1/10"]},
+       "up": false, "joined": true, "ipv4": "10.1.2.3/20", "ipv6": ["2001:db8::1/64", "fe80::1/10"]},
       {"name": "eth0", "vlan": 20, "index": 3, "flags": ["mpls-tunnel", "loopback",
        "point-to-point", "unnumbered"]}],
     "primary_interfaces": {"10": "eth0"}})");
@@ -47,6 +47,7 @@ TEST_F(ReadDeviceDocument, TakesEverything) {
   EXPECT_EQ(first.flags, 24u);
   EXPECT_EQ(first.mtu, 9000u);
   EXPECT_FALSE(first.up);
+  EXPECT_TRUE(first.joined);
   EXPECT_EQ(first.ip4->address, Tarsel::Ip4Addr(10, 1, 2, 3));
   EXPECT_EQ(first.ip4->mask, Tarsel::Ip4Addr(255, 255, 240, 0));
   ASSERT_EQ(first.ip6.size(), 2u);
@@ -59,6 +60,7 @@ TEST_F(ReadDeviceDocument, TakesEverything) {
 TEST_F(ReadDeviceDocument, HasDefaults) {
   const DeviceDocument document = ReadInterface("");
   EXPECT_TRUE(Only(document).up);
+  EXPECT_FALSE(Only(document).joined);
   EXPECT_EQ(Only(document).mtu, 1500u);
   EXPECT_EQ(Only(document).flags, 0u);
   EXPECT_FALSE(Only(document).ip4);

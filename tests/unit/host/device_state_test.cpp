@@ -63,6 +63,20 @@ TEST_F(DeviceState, AddsInterfacesThatAreDown) {
   EXPECT_FALSE(state.IsInterfaceUp(10, 3));
 }
 
+// VLAN 10 is there and its IGMP router disabled, which joins do not wake; VLAN 11 is still to come.
+TEST_F(DeviceState, TellsOfRemotesThatJoin) {
+  const std::string skipped =
+      "Connected remote to inet with VLAN 11 before loading VLAN options... Skipping\n";
+  Apply(Eth0("\"joined\": true") +
+        ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4, \"joined\": true}");
+  EXPECT_FALSE(traces.Contains(skipped));
+  state.AnnounceTo(11);
+  EXPECT_TRUE(traces.Contains(skipped));
+  traces.Take();
+  Apply(Eth0("\"joined\": true") + ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4}");
+  EXPECT_TRUE(traces.Contains(skipped));
+}
+
 TEST_F(DeviceState, MentionsNothingTwice) {
   const std::string eth0 = Eth0("\"ipv4\": \"10.1.0.1/16\", \"ipv6\": [\"2001:db8::1/64\"]");
   Apply(eth0, "\"10\": \"eth0\"");
