@@ -1,15 +1,62 @@
-# The library with its headers, and, as a component of its own, the platform's headers, which a device
-# maker replaces by the real ones.
-install(TARGETS vantacore
+# Components: library (the shared library), development (its headers, the CMake package and the
+# pkg-config file), platform (the platform's headers, which a device maker replaces by the real ones) and
+# device (the software device's libraries and headers, for those who have no real device at hand).
+include(CMakePackageConfigHelpers)
+
+set(VANTACORE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vantacore)
+
+target_compile_features(vantacore INTERFACE cxx_std_17)
+target_include_directories(vantacore INTERFACE
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vantacore-platform>)
+target_link_libraries(vantacore INTERFACE $<INSTALL_INTERFACE:PkgConfig::JSONCPP>)
+
+install(TARGETS vantacore EXPORT vantacore
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
   NAMELINK_COMPONENT development)
+install(EXPORT vantacore NAMESPACE vantacore:: FILE vantacore-library.cmake
+  DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vantacore
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN *.h)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-platform COMPONENT platform
   FILES_MATCHING PATTERN *.h)
 
+# The device: one target for all of it. The libraries refer to each other without naming each other,
+# so none may be left out because the executable itself does not refer to it.
+add_library(vantacore_device INTERFACE)
+set_target_properties(vantacore_device PROPERTIES EXPORT_NAME device)
+target_include_directories(vantacore_device INTERFACE
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device>)
+target_link_options(vantacore_device INTERFACE -Wl,--no-as-needed)
+target_link_libraries(vantacore_device INTERFACE
+  vantacore protocol_routers routing_stack tarsel_base)
+install(TARGETS vantacore_device protocol_routers routing_stack tarsel_base EXPORT vantacore-device
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT device)
+install(EXPORT vantacore-device NAMESPACE vantacore:: FILE vantacore-device.cmake
+  DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT device)
+foreach(header base/timer_loop.h base/trace_control.h
+    stack/protocol_rows.h stack/routing_stack.h stack/stack_control.h)
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES ${PROJECT_SOURCE_DIR}/device/${header}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device/device/${folder} COMPONENT device)
+endforeach()
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vantacoreConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/vantacoreConfig.cmake
+  INSTALL_DESTINATION ${VANTACORE_PACKAGE_DIR} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/vantacoreConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/vantacoreConfig.cmake ${PROJECT_BINARY_DIR}/vantacoreConfigVersion.cmake
+  DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT development)
+
 file(RELATIVE_PATH VANTACORE_LIBDIR_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR} /prefix)
-configure_file(${PROJECT_SOURCE_DIR}/cmake/vantacore.pc.in ${PROJECT_BINARY_DIR}/vantacore.pc @ONLY)
+foreach(package vantacore vantacore-device)
+  configure_file(
+    ${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/vantacore.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/vantacore-device.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT device)
