@@ -16,6 +16,7 @@
 
 #include "batch_session.h"
 #include "device/base/trace_control.h"
+#include "device/stack/stack_control.h"
 #include "tarsel/trace.h"
 #include "terminal_session.h"
 #include "vantacore/dc_router_mgr.h"
@@ -48,7 +49,7 @@ Daemon::Daemon(const CommandLine& line)
       m_answers(m_loop.Get(), m_stack),
       m_loader(m_folder, m_device, m_answers, Log),
       m_settle(m_loop.Get(), m_stack, [this] { return m_loader.IsBusy(); }),
-      m_lab(m_stack.GetControl(), m_device, line.tickMicroseconds),
+      m_lab(m_stack.GetControl(), m_device, line.tickMicroseconds, [this] { RestartStack(); }),
       m_dispatcher([this] { m_loader.Reload(); }, m_lab) {}
 
 Daemon::~Daemon() = default;
@@ -103,6 +104,12 @@ void Daemon::StartSession() {
     m_session = std::make_unique<BatchSession>(context, vlan);
   }
   m_session->Start();
+}
+
+void Daemon::RestartStack() {
+  m_stack.GetControl().Restart();
+  m_descriptors.Clear();
+  m_loader.BringBack();
 }
 
 void Daemon::Stop(int status) {

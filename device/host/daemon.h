@@ -46,6 +46,7 @@ class Daemon {
   void StartUp();
   void WatchSignals();
   void StartSession();
+  void RestartStack();
   void Stop(int status);
 
   const CommandLine m_line;

@@ -20,6 +20,9 @@ class Descriptors : public Tarsel::DcSckInterface {
   void RemoveDescriptor(int fd, int id) override;
   void ChangeDescriptorMode(int fd, int mode) override;
 
+  /// Watches none any more, for a stack that has been restarted and knows nothing of them.
+  void Clear() { m_polls.clear(); }
+
  private:
   uv_loop_s* m_loop;
   std::map<int, std::unique_ptr<LoopPoll>> m_polls;

@@ -228,6 +228,22 @@ void DeviceState::Forget(const InterfaceKey& key, const Tarsel::Ip6Addr& address
                  prefixes.end());
 }
 
+void DeviceState::BringBack() const {
+  DcInterfaceMgr* registry = DcInterfaceMgr::GetInstance();
+  for (const auto& [key, interface] : m_interfaces) {
+    AddInterface(key, interface);
+    if (interface.ip4) {
+      registry->AddIpAddress(key.first, key.second, interface.ip4->address, interface.ip4->mask);
+    }
+    for (const Tarsel::Ip6Prefix& prefix : interface.ip6) {
+      registry->AddIpAddress(key.first, key.second, prefix.GetAddress(), prefix.GetLength());
+    }
+  }
+  for (const auto& [vlan, name] : m_primaries) {
+    registry->SetPrimaryInterface(vlan, name.c_str());
+  }
+}
+
 void DeviceState::AnnounceTo(unsigned short vlan) const {
   const auto end = m_interfaces.end();
   for (auto i = m_interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {

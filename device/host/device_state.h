@@ -32,6 +32,9 @@ class DeviceState : public Tarsel::DcIpInterface {
   void DeleteAddress(const InterfaceKey& key, const Ip4Network& network);
   void DeleteAddress(const InterfaceKey& key, const Tarsel::Ip6Prefix& prefix);
 
+  /// Registers everything again, for a stack that has lost it.
+  void BringBack() const;
+
   /// Tells a VLAN's routers, which are new, about the interfaces that were there before them.
   void AnnounceTo(unsigned short vlan) const;
 

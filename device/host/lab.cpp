@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <utility>
 
 #include "device/base/timer_loop.h"
 #include "device/stack/stack_control.h"
@@ -39,6 +40,7 @@ const Lab::Command Lab::COMMANDS[] = {
      "rtm|interface|address|route|redistribution|protocol <n> times",
      "How the stack answers its next requests", &Lab::Answers},
     {"stack hold|release", "The stack stands still, or goes on", &Lab::Hold},
+    {"stack restart", "The stack loses everything and is told again", &Lab::Restart},
     {"tick fast|normal", "The length of a timer tick", &Lab::Tick},
 };
 
@@ -65,8 +67,12 @@ const std::map<std::string, Answer> ANSWERS = {
 
 }  // namespace
 
-Lab::Lab(routing_stack::Control& stack, DeviceState& device, unsigned int tickMicroseconds)
-    : m_stack(stack), m_device(device), m_tickMicroseconds(tickMicroseconds) {}
+Lab::Lab(routing_stack::Control& stack, DeviceState& device, unsigned int tickMicroseconds,
+         std::function<void()> restart)
+    : m_stack(stack),
+      m_device(device),
+      m_tickMicroseconds(tickMicroseconds),
+      m_restart(std::move(restart)) {}
 
 LabReply Lab::Execute(const Words& words, unsigned short vlan) {
   Call call{words, vlan, {}};
@@ -200,6 +206,11 @@ void Lab::Hold(Call& call) {
     m_stack.Release();
     call.reply.hasChanged = true;
   }
+}
+
+void Lab::Restart(Call& call) {
+  m_restart();
+  call.reply.hasChanged = true;
 }
 
 void Lab::Tick(Call& call) {

@@ -2,6 +2,7 @@
 #ifndef DEVICE_HOST_LAB_H
 #define DEVICE_HOST_LAB_H
 
+#include <functional>
 #include <string>
 
 #include "device_state.h"
@@ -27,7 +28,9 @@ struct LabReply {
 class Lab {
  public:
   /// Everything is borrowed. `tickMicroseconds` is the length of a tick to come back to.
-  Lab(routing_stack::Control& stack, DeviceState& device, unsigned int tickMicroseconds);
+  /// `restart` restarts the stack and brings everything back to it.
+  Lab(routing_stack::Control& stack, DeviceState& device, unsigned int tickMicroseconds,
+      std::function<void()> restart);
 
   /// Carries out the words behind `lab` for a session whose VLAN is `vlan`.
   LabReply Execute(const Words& words, unsigned short vlan);
@@ -50,11 +53,13 @@ class Lab {
   void Join(Call& call);
   void Answers(Call& call);
   void Hold(Call& call);
+  void Restart(Call& call);
   void Tick(Call& call);
 
   routing_stack::Control& m_stack;
   DeviceState& m_device;
   const unsigned int m_tickMicroseconds;
+  const std::function<void()> m_restart;
 };
 
 }  // namespace host

@@ -6,6 +6,7 @@
 #include "route_plan.h"
 #include "vantacore/dc_router_base.h"
 #include "vantacore/dc_router_mgr.h"
+#include "vantacore/dc_rtm_mgr.h"
 
 namespace host {
 
@@ -115,6 +116,34 @@ void Loader::Apply() {
   }
   ApplyRoutes();
   m_redistribution.Push(PlanRedistribution(IsEnabledNow));
+}
+
+// What the library had queued was for the stack that is gone. A VLAN's record of readiness is as well,
+// and would let requests through before the new stack knows the VLAN; so no VLAN outlives this.
+void Loader::BringBack() {
+  DcRouterMgr* manager = DcRouterMgr::GetInstance();
+  manager->GetSerializer().Reset();
+  manager->GetCfgSched().Reset();
+  WithdrawDocuments();
+  for (const unsigned short vlan : ExistingVlans()) {
+    Tarsel::DcRtmMgr::GetInstance()->DeleteRtmConfig(vlan);
+  }
+  m_feeder.Forget();
+  m_redistribution.Forget();
+  ApplyDocuments();
+  m_device.BringBack();
+  for (const unsigned short vlan : ExistingVlans()) {
+    m_device.AnnounceTo(vlan);
+  }
+  ApplyRoutes();
+  m_redistribution.Push(PlanRedistribution(IsEnabledNow));
+}
+
+void Loader::WithdrawDocuments() {
+  for (const auto& [name, type] : m_applied) {
+    DcRouterMgr::GetInstance()->DeleteOptions(name.c_str(), type);
+  }
+  m_applied.clear();
 }
 
 void Loader::ApplyDocuments() {

@@ -31,6 +31,9 @@ class Loader {
   /// Reads the folder again and applies it. A reload that is asked for while another waits for answers
   /// happens afterwards.
   void Reload();
+  /// The stack has been restarted and knows nothing: everything that is in force is brought to it
+  /// again. The library forgets what it was asked for and answered, so it is taken to nothing first.
+  void BringBack();
   bool IsBusy() const { return m_isWaiting; }
   const RouteFeeder& GetRoutes() const { return m_feeder; }
   const RedistributionFeeder& GetRedistribution() const { return m_redistribution; }
@@ -41,6 +44,7 @@ class Loader {
   Rules PlanRedistribution(const IsEnabled& isEnabled) const;
   void Apply();
   void ApplyDocuments();
+  void WithdrawDocuments();
   void ApplyRoutes();
 
   ConfigFolder& m_folder;

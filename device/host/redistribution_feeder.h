@@ -25,6 +25,8 @@ class RedistributionFeeder {
   /// Asks for the withdrawal of what `wanted` lacks, and for nothing new: to be done, and waited
   /// for, before a protocol is disabled. The number of requests made at once.
   std::size_t Withdraw(const Rules& wanted);
+  /// Nothing counts as asked for any more.
+  void Forget() { m_asked.clear(); }
   /// Everything that is asked for.
   const Rules& GetAsked() const { return m_asked; }
   /// Whether rules wait for a protocol to become ready.

@@ -15,6 +15,8 @@ class RouteFeeder {
   std::size_t Push(const Rows& wanted);
   /// Asks for the removal of all routes of these VLANs. The number of requests.
   std::size_t RemoveVlans(const std::set<unsigned short>& vlans);
+  /// Nothing counts as asked for any more.
+  void Forget() { m_rows.clear(); }
   /// Everything that is asked for.
   const Rows& GetRows() const { return m_rows; }
 

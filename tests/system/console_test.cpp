@@ -104,15 +104,23 @@ TEST_F(Console, ShowsTheInterfacesOfAVlan) {
 }
 
 TEST_F(Console, FollowsLabCommands) {
-  const Result result = Run(
-      "lab interface eth0 down\nrtm route\nlab interface eth0 up\nrtm route\n"
-      "lab stack hold\nlab stack release\nlab tick fast\nlab tick normal\nlab join eth7\n");
+  const Result result =
+      Run("lab interface eth0 down\nrtm route\nlab interface eth0 up\nrtm route\n"
+          "lab stack hold\nlab stack release\nlab tick fast\nlab tick normal\nlab join eth7\n");
   EXPECT_EQ(result.output.substr(0, 13), "End of table\n");
   EXPECT_THAT(result.output, HasSubstr("10.1.0.0/16"));
   EXPECT_THAT(result.output, EndsWith("End of table\nVLAN 10 has no interface \"eth7\"\n"));
   EXPECT_EQ(result.errors, "");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(Run("lab foo\n").status, 2);
+}
+
+TEST_F(Console, BringsEverythingBackToARestartedStack) {
+  const std::string tables = Run("rtm rib\ninterface\nip rip\n").output;
+  EXPECT_THAT(tables, HasSubstr("10.1.0.0/16"));
+  const Result result = Run("lab stack restart\nrtm rib\ninterface\nip rip\n");
+  EXPECT_EQ(result.output, tables);
+  EXPECT_EQ(result.errors, "");
 }
 
 TEST_F(Console, CallsNoWordUnknownThatAHandlerRefuses) {

@@ -46,7 +46,8 @@ class Dispatcher : public test_support::DeviceFixture {
 
   int reloads = 0;
   host::DeviceState state;
-  host::Lab lab{Control(), state, 1000};
+  int restarts = 0;
+  host::Lab lab{Control(), state, 1000, [this] { ++restarts; }};
   host::Dispatcher dispatcher{[this] { ++reloads; }, lab};
   unsigned short vlan = 10;
   std::shared_ptr<Invocation> invocation;
@@ -296,7 +297,7 @@ TEST_F(Dispatcher, KeepsLabCommandsApart) {
   EXPECT_EQ(output, "Usage: lab stack hold|release\n");
   EXPECT_TRUE(Execute("show lab tick fast").isUnknown);
   EXPECT_THAT(host::Dispatcher::Complete({"lab", "stack"}, "re"),
-              ElementsAre("refuse", "retry", "release"));
+              ElementsAre("refuse", "retry", "release", "restart"));
   EXPECT_THAT(host::Dispatcher::Complete({"show", "lab"}, ""), IsEmpty());
 }
 

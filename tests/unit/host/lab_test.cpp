@@ -85,7 +85,8 @@ class Lab : public test_support::DeviceFixture {
 
   ReportedLines reported;
   host::DeviceState state;
-  host::Lab lab{Control(), state, 1000};
+  int restarts = 0;
+  host::Lab lab{Control(), state, 1000, [this] { ++restarts; }};
 };
 
 TEST_F(Lab, TakesInterfacesDownAndUpWithTheirRoutes) {
@@ -251,6 +252,11 @@ TEST_F(Lab, HoldsTheStack) {
   EXPECT_THAT(Networks(), IsEmpty());
 }
 
+TEST_F(Lab, RestartsTheStack) {
+  EXPECT_TRUE(Execute("stack restart").hasChanged);
+  EXPECT_EQ(restarts, 1);
+}
+
 TEST_F(Lab, MakesTimeGoFaster) {
   Execute("tick fast");
   EXPECT_EQ(Tarsel::TimerLoop::GetTickMicroseconds(), 10u);
@@ -274,8 +280,8 @@ TEST_F(Lab, SaysWhatItDoesNotUnderstand) {
 TEST_F(Lab, KnowsWhatMayFollow) {
   EXPECT_THAT(host::Lab::Following({}),
               ElementsAre("interface", "address", "join", "leave", "stack", "tick"));
-  EXPECT_THAT(host::Lab::Following({"stack"}),
-              ElementsAre("refuse", "retry", "never", "twice", "late", "hold", "release"));
+  EXPECT_THAT(host::Lab::Following({"stack"}), ElementsAre("refuse", "retry", "never", "twice",
+                                                           "late", "hold", "release", "restart"));
   EXPECT_THAT(host::Lab::Following({"interface"}), IsEmpty());
   EXPECT_THAT(host::Lab::Following({"interface", "eth0"}), ElementsAre("up", "down"));
   EXPECT_THAT(host::Lab::Following({"join", "eth0"}), ElementsAre("vrf"));

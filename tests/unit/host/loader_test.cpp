@@ -6,6 +6,7 @@
 
 #include <optional>
 
+#include "device/stack/stack_control.h"
 #include "reported_lines.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/scratch_folder.h"
@@ -159,6 +160,79 @@ TEST_F(Loader, AsksForNothingWhenNothingHasChanged) {
   m_loader->Reload();
   ASSERT_TRUE(Settle());
   EXPECT_THAT(TakeCalls(), IsEmpty());
+}
+
+// A device with everything: both families, protocols with rows of their own, a remote document,
+// redistribution, a remote that has joined.
+class Restart : public Loader {
+ protected:
+  void SetUp() override {
+    m_files.Write("device.json", R"({"default_vlan": 10, "interfaces": [
+      {"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16", "joined": true,
+       "ipv6": ["2001:db8::1/64"]},
+      {"name": "eth1", "vlan": 20, "index": 4, "ipv4": "10.2.0.1/16", "up": false}]})");
+    m_files.Write("remote/one.json", R"({"VLAN_CONFIGURATIONS": {"b": {"vid": 20,
+      "STATIC_ROUTES": {"r": {"network": "10.7.0.0", "netmask": "255.255.0.0",
+                              "gateway": "10.2.0.9"}}}}})");
+    StartWith(R"("a": {"vid": 10, "RTM": {"dead_rpm_timer": 90}, "BGP": {"enabled": true},
+      "RIPV2": {"enabled": true}, "IGMP": {"enabled": true}, "REDISTRIBUTION": {"rip": false},
+      "STATIC_ROUTES": {"r": {"interface": "eth0", "network": "10.9.0.0",
+                              "netmask": "255.255.0.0", "gateway": "10.1.2.1"}},
+      "STATIC_ROUTES6": {"r": {"network": "2001:db8:9::", "prefix": "48",
+                               "gateway": "2001:db8::2"}}},
+      "b": {"vid": 20, "OSPF": {"enabled": true}})");
+    ASSERT_THAT(Dump(), AllOf(HasSubstr("10.9.0.0/16"), HasSubstr("2001:db8:9::/48"),
+                              HasSubstr("10.7.0.0/16")));
+    ASSERT_EQ(Control().Redistributions().size(), 10u);  // 4 to RIP, 3 and 3 to BGP
+  }
+  void RestartTheStack() {
+    Control().Restart();
+    m_loader->BringBack();
+    ASSERT_TRUE(Settle());
+  }
+};
+
+TEST_F(Restart, BringsEverythingBack) {
+  const std::string before = Dump();
+  Control().Restart();
+  ASSERT_NE(Dump(), before);
+  m_loader->BringBack();
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(Dump(), before);
+  EXPECT_THAT(Vlans(), ElementsAre(10, 20));
+  EXPECT_FALSE(m_loader->GetRedistribution().IsWaiting());
+  // A second time, and nothing more afterwards.
+  RestartTheStack();
+  EXPECT_EQ(Dump(), before);
+  TakeCalls();
+  m_loader->Reload();
+  TurnUntilDone();
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(TakeCalls(), IsEmpty());
+}
+
+TEST_F(Restart, KeepsWhatHappenedToInterfaces) {
+  m_device.SetStatus({20, 4}, true);
+  m_device.SetStatus({10, 3}, false);
+  ASSERT_TRUE(Settle());
+  const std::string before = Dump();
+  RestartTheStack();
+  EXPECT_EQ(Dump(), before);
+}
+
+// What waits for answers that will never come, what was given up, what has not been sent.
+TEST_F(Restart, SendsAgainWhatWasUnderWay) {
+  const std::string before = Dump();
+  RestartTheStack();
+  Control().Script(routing_stack::RowType::kRoute, {routing_stack::Answer::kNever, 0, 0}, 1);
+  Control().Script(routing_stack::RowType::kRoute, {routing_stack::Answer::kStatus, 3, 0}, 1);
+  RestartTheStack();
+  ASSERT_NE(Dump(), before);
+  Control().Hold();
+  m_device.SetStatus({10, 3}, true);
+  Control().Release();
+  RestartTheStack();
+  EXPECT_EQ(Dump(), before);
 }
 
 }  // namespace
