@@ -142,4 +142,17 @@ TEST_F(Descriptors, TellTheStackOfUrgentData) {
   EXPECT_THAT(seen, ElementsAre(4));
 }
 
+TEST_F(Descriptors, ForgetsThemWithTheStackThatHadThem) {
+  Register(READ);
+  SendByte();
+  Control().Restart();
+  descriptors->Clear();
+  RunLoop();
+  EXPECT_THAT(seen, IsEmpty());
+  EXPECT_EQ(uv_loop_alive(&m_loop), 0);
+  Register(READ);
+  RunLoop();
+  EXPECT_EQ(seen.size(), 1u);
+}
+
 }  // namespace
