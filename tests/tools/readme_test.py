@@ -16,12 +16,14 @@ def comparable(text):
 
 with open(README, encoding='utf-8') as file:
     readme = file.read()
-commands = re.search(r"^    printf '(.*)' \| \./run$", readme, re.M).group(1).replace('\\n', '\n')
-wanted = re.search(r'^prints\n\n```\n(.*?)```$', readme, re.M | re.S).group(1)
-result = subprocess.run([DAEMON, '--config', EXAMPLE], input=commands.encode(),
-                        stdout=subprocess.PIPE, timeout=60)
-printed = result.stdout.decode()
-if result.returncode != 0 or comparable(printed) != comparable(wanted):
-    print('The README says:\n%s\nThe daemon (exit status %d) prints:\n%s'
-          % (wanted, result.returncode, printed))
-    sys.exit(1)
+tour = re.findall(r"^    printf '([^\n]*)' \| \./run\n\nprints\n\n```\n(.*?)```$", readme, re.M | re.S)
+if not tour:
+    sys.exit('The README shows no commands with their output.')
+for commands, wanted in tour:
+    result = subprocess.run([DAEMON, '--config', EXAMPLE],
+                            input=commands.replace('\\n', '\n').encode(),
+                            stdout=subprocess.PIPE, timeout=60)
+    printed = result.stdout.decode()
+    if result.returncode != 0 or comparable(printed) != comparable(wanted):
+        sys.exit('The README says:\n%s\nThe daemon (exit status %d) prints:\n%s'
+                 % (wanted, result.returncode, printed))
