@@ -126,6 +126,12 @@ bool ProtocolRow::Remove() {
   return false;
 }
 
+// What another document has written, or is about to, is this one's to remove from now on.
+void ProtocolRow::InheritFrom(const ProtocolRow& other) {
+  const bool isOnItsWay = other.m_phase == ASKED && other.m_askedStatus != ROW_DESTROY;
+  m_inStack = m_inStack || other.m_inStack || isOnItsWay;
+}
+
 // The state is complete before the request is handed on, since it may be answered at once.
 void ProtocolRow::Ask(int rowStatus, int adminStatus, const string& contents) {
   auto* const action = new (std::nothrow)

@@ -74,6 +74,7 @@ class ProtocolRow : public std::enable_shared_from_this<ProtocolRow> {
     REFUSED   // refused for good
   };
 
+  void InheritFrom(const ProtocolRow& other);
   void Ask(int rowStatus, int adminStatus, const string& contents);
   void Answered(unsigned int sequence, int rowStatus, unsigned int status);
   void Judge(bool done, unsigned int status);

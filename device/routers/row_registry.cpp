@@ -47,6 +47,9 @@ void RowRegistry::Add(ProtocolRow& row) {
 
 void RowRegistry::Drop(ProtocolRow& row) {
   StopCounting(row);
+  if (ProtocolRow* const heir = FindCounting(row.GetName())) {
+    heir->InheritFrom(row);
+  }
   const auto entry = m_entries.find(row.GetName());
   std::vector<ProtocolRow*>& rows = entry->second.rows;
   rows.erase(std::find(rows.begin(), rows.end(), &row));

@@ -127,6 +127,16 @@ TEST_F(RowSources, ARowThatAnotherDocumentTakesOverWhileItLeavesIsWritten) {
   EXPECT_EQ(ShowIp("rip").find("gone"), std::string::npos);
 }
 
+TEST_F(RowSources, ARowThatPassesToADocumentThatDropsItBeforeWritingItGoes) {
+  Apply(RIP_WITHOUT_ROWS);
+  ApplyRemote(Rip(3, 7));
+  Apply(Rip(3, 2));
+  LoadRemote(RIP_WITHOUT_ROWS);
+  Load(RIP_WITHOUT_ROWS);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(Rows(), IsEmpty());
+}
+
 TEST_F(RowSources, AllDocumentsMayGoAtOnce) {
   ApplyRemote(Rip(3, 7));
   Reload("{}", "vlans.json");
