@@ -52,6 +52,16 @@ TEST_F(MulticastCommand, ListsTheInterfacesThatRemotesJoinedOn) {
   EXPECT_TRUE(log->destroyed);
 }
 
+// Nothing tells the router of it.
+TEST_F(MulticastCommand, ListsAnInterfaceThatRemotesHaveLeft) {
+  Manager().JoinNetwork(10, 3);
+  Manager().LeaveNetwork(10, 3);
+  EXPECT_TRUE(Run({}));
+  EXPECT_EQ(log->all, HEADER +
+                          "    10             eth0 *                                       joined\n"
+                          "End of Table\n");
+}
+
 TEST_F(MulticastCommand, TakesAVlanAndAGroup) {
   EXPECT_TRUE(Run({"vrf", "10", "group", "239.1.1.1"}));
   EXPECT_EQ(log->all, HEADER + "End of Table\n");
