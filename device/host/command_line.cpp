@@ -17,6 +17,7 @@ constexpr const char* HELP =
     "  --config DIR    the configuration folder: device.json, vlans.json, remote/*.json\n"
     "  --log LEVEL     log up to this level, 0 to 10, on standard error (default 1)\n"
     "  --daemon        no console: standard input is ignored; SIGHUP reads the folder again\n"
+    "  --socket PATH   a socket at which vantacorectl finds the console\n"
     "  --tick-us N     length of a timer tick in microseconds, 10 to 1000000 (default 1000)\n"
     "  --help          this text\n"
     "  --version       the version\n"
@@ -25,15 +26,13 @@ constexpr const char* HELP =
     "line;\n"
     "at its end the exit status is 0, or 2 when a command was unknown.\n";
 
-enum : int { CONFIG = 1, LOG, DAEMON, TICK, HELP_OPTION, VERSION };
+enum : int { CONFIG = 1, LOG, DAEMON, SOCKET, TICK, HELP_OPTION, VERSION };
 
-const option OPTIONS[] = {{"config", required_argument, nullptr, CONFIG},
-                          {"log", required_argument, nullptr, LOG},
-                          {"daemon", no_argument, nullptr, DAEMON},
-                          {"tick-us", required_argument, nullptr, TICK},
-                          {"help", no_argument, nullptr, HELP_OPTION},
-                          {"version", no_argument, nullptr, VERSION},
-                          {nullptr, 0, nullptr, 0}};
+const option OPTIONS[] = {
+    {"config", required_argument, nullptr, CONFIG}, {"log", required_argument, nullptr, LOG},
+    {"daemon", no_argument, nullptr, DAEMON},       {"socket", required_argument, nullptr, SOCKET},
+    {"tick-us", required_argument, nullptr, TICK},  {"help", no_argument, nullptr, HELP_OPTION},
+    {"version", no_argument, nullptr, VERSION},     {nullptr, 0, nullptr, 0}};
 
 Ending Error(const std::string& problem) {
   return {"vantacored: " + problem + "\nvantacored --help tells more.\n", true};
@@ -60,6 +59,9 @@ std::optional<Ending> Take(int option, CommandLine& line) {
       return std::nullopt;
     case DAEMON:
       line.isDaemon = true;
+      return std::nullopt;
+    case SOCKET:
+      line.socketPath = optarg;
       return std::nullopt;
     case TICK:
       if (!ReadNumber(optarg, 10, 1000000, number)) {

@@ -9,6 +9,7 @@ namespace host {
 
 struct CommandLine {
   std::string configDirectory;
+  std::string socketPath;  // empty: none
   int logLevel = 1;
   bool isDaemon = false;
   unsigned tickMicroseconds = 1000;

@@ -59,13 +59,20 @@ int Daemon::Run() {
     std::perror(m_line.configDirectory.c_str());
     return EXIT_FAILED;
   }
+  if (!m_line.socketPath.empty()) {
+    m_server = OpenSocket();
+  }
   StartUp();
   WatchSignals();
+  if (m_server) {
+    m_server->Start();
+  }
   if (!m_line.isDaemon) {
     StartSession();
   }
   uv_run(m_loop.Get(), UV_RUN_DEFAULT);
   m_session.reset();
+  m_server.reset();
   return m_status;
 }
 
@@ -104,6 +111,16 @@ void Daemon::StartSession() {
     m_session = std::make_unique<BatchSession>(context, vlan);
   }
   m_session->Start();
+}
+
+std::unique_ptr<ConsoleServer> Daemon::OpenSocket() {
+  ConsoleServer::Context context{m_dispatcher,
+                                 [this] {
+                                   return std::make_unique<Settle>(
+                                       m_loop.Get(), m_stack, [this] { return m_loader.IsBusy(); });
+                                 },
+                                 [this] { return m_folder.GetDevice().defaultVlan; }};
+  return std::make_unique<ConsoleServer>(m_loop.Get(), m_line.socketPath, std::move(context));
 }
 
 void Daemon::RestartStack() {

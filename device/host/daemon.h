@@ -7,6 +7,7 @@
 
 #include "command_line.h"
 #include "config_folder.h"
+#include "console_server.h"
 #include "descriptors.h"
 #include "device/base/timer_loop.h"
 #include "device/stack/routing_stack.h"
@@ -46,6 +47,7 @@ class Daemon {
   void StartUp();
   void WatchSignals();
   void StartSession();
+  std::unique_ptr<ConsoleServer> OpenSocket();
   void RestartStack();
   void Stop(int status);
 
@@ -62,6 +64,7 @@ class Daemon {
   Lab m_lab;
   Dispatcher m_dispatcher;
   std::unique_ptr<Session> m_session;
+  std::unique_ptr<ConsoleServer> m_server;
   std::vector<std::unique_ptr<LoopSignal>> m_signals;
   int m_status = EXIT_DONE;
 };

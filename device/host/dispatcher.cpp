@@ -134,7 +134,7 @@ void Walk(DcConsoleCommand* command, int argc, char** argv) {
 
 // Reads the id of a VLAN that exists, or says why there is none.
 bool ReadVlan(const std::string& text, const std::string& usage, const Invocation& invocation,
-              unsigned short& vlan) {
+              Reply& reply, unsigned short& vlan) {
   unsigned int number = 0;
   if (text.empty() || !Tarsel::ParseNumber(&number, text.c_str()) || number > 65535) {
     invocation.Write("Usage: " + usage + "\n");
@@ -142,6 +142,7 @@ bool ReadVlan(const std::string& text, const std::string& usage, const Invocatio
   }
   if (DcRouterMgr::GetInstance()->GetVlans().count(static_cast<unsigned short>(number)) == 0) {
     invocation.Write("VLAN " + std::to_string(number) + " is not present\n");
+    reply.isRefused = true;
     return false;
   }
   vlan = static_cast<unsigned short>(number);
@@ -246,7 +247,8 @@ void Dispatcher::Help(Call& call) const {
 void Dispatcher::Quit(Call& call) const { call.reply.isQuit = true; }
 
 void Dispatcher::Vrf(Call& call) const {
-  ReadVlan(call.CountAfter() == 1 ? call.Next() : "", "vrf <vid>", *call.invocation, call.vlan);
+  ReadVlan(call.CountAfter() == 1 ? call.Next() : "", "vrf <vid>", *call.invocation, call.reply,
+           call.vlan);
 }
 
 void Dispatcher::Reload(Call& call) const {
@@ -310,7 +312,7 @@ void Dispatcher::Interface(Call& call) const {
   unsigned short vlan = call.vlan;
   if (call.CountAfter() > 0) {
     const bool isChosen = call.CountAfter() == 2 && call.Next() == "vrf";
-    if (!ReadVlan(isChosen ? call.words.back() : "", usage, *call.invocation, vlan)) {
+    if (!ReadVlan(isChosen ? call.words.back() : "", usage, *call.invocation, call.reply, vlan)) {
       return;
     }
   }
@@ -337,6 +339,7 @@ void Dispatcher::Lab(Call& call) const {
   const LabReply reply =
       m_lab.Execute({call.words.begin() + call.at + 1, call.words.end()}, call.vlan);
   call.Write(reply.text);
+  call.reply.isRefused = !reply.text.empty();  // it says nothing of what it does
   call.reply.hasChanged = reply.hasChanged;
   if (reply.unknownAt != std::string::npos) {
     call.at += 1 + reply.unknownAt;

@@ -15,6 +15,7 @@ namespace host {
 /// What became of a line at once; its output may still be on the way (Invocation::over).
 struct Reply {
   bool isUnknown = false;   // a word is known neither here nor in the library's registries
+  bool isRefused = false;   // understood, but it cannot be done
   bool hasChanged = false;  // it may take a while until the effect is there
   bool isQuit = false;
 };

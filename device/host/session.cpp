@@ -25,10 +25,19 @@ void Session::Detach() {
 // A command ends deep inside the library or the stack, so the session goes on from the loop.
 void Session::Execute(const std::string& line) {
   Detach();
+  m_hasSettled = true;
+  m_reply = {};
   m_invocation = std::make_shared<Invocation>();
   m_invocation->write = [this](const std::string& text) { Write(text); };
   m_invocation->over = [this] { m_wake.Post([this] { Over(); }); };
   m_reply = m_context.dispatcher.Execute(line, m_vlan, m_invocation);
+}
+
+void Session::Interrupt() {
+  if (m_invocation && !m_invocation->isOver) {
+    Detach();
+    m_wake.Post([this] { Over(); });
+  }
 }
 
 void Session::Over() {
@@ -57,6 +66,7 @@ void Session::SettleThenReady() {
       Tarsel::TRACE("Requests are still under way after %u s; going on\n",
                     SETTLE_LIMIT_MILLISECONDS / 1000);
     }
+    m_hasSettled = settled;
     Ready();
   });
 }

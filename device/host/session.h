@@ -50,6 +50,11 @@ class Session {
   void Leave(int status);
   uv_loop_s* GetLoop() const { return m_context.loop; }
   unsigned short GetVlan() const { return m_vlan; }
+  /// A command that is still going on loses its output and is over for this session.
+  void Interrupt();
+  /// What became of the last line.
+  const Reply& GetReply() const { return m_reply; }
+  bool HasSettled() const { return m_hasSettled; }
   bool HadUnknownWord() const { return m_hadUnknownWord; }
 
  private:
@@ -62,6 +67,7 @@ class Session {
   std::shared_ptr<Invocation> m_invocation;
   Reply m_reply;
   bool m_hadUnknownWord = false;
+  bool m_hasSettled = true;
   bool m_hasLeft = false;
 };
 

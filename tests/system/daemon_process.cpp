@@ -21,10 +21,9 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds PATIENCE(30);
 
-// VANTACORED_COMMAND is the daemon, behind an emulator when it is built for another machine.
-[[noreturn]] void Execute(const Arguments& arguments) {
+// The command is a program, behind an emulator when it is built for another machine.
+[[noreturn]] void Execute(std::string command, const Arguments& arguments) {
   Arguments words;
-  std::string command = VANTACORED_COMMAND;
   for (std::size_t end; (end = command.find(';')) != std::string::npos;) {
     words.push_back(command.substr(0, end));
     command.erase(0, end + 1);
@@ -51,14 +50,15 @@ void Check(bool ok, const char* what) {
 
 }  // namespace
 
-DaemonProcess::DaemonProcess(const Arguments& arguments, Streams streams) {
+DaemonProcess::DaemonProcess(const Arguments& arguments, Streams streams,
+                             const std::string& command) {
   std::signal(SIGPIPE, SIG_IGN);
   if (streams == TERMINAL) {
     int master = -1;
     m_pid = forkpty(&master, nullptr, nullptr, nullptr);
     Check(m_pid >= 0, "forkpty");
     if (m_pid == 0) {
-      Execute(arguments);
+      Execute(command, arguments);
     }
     m_input = m_output.fd = master;
     return;
@@ -74,7 +74,7 @@ DaemonProcess::DaemonProcess(const Arguments& arguments, Streams streams) {
     dup2(pipes[0][0], STDIN_FILENO);
     dup2(pipes[1][1], STDOUT_FILENO);
     dup2(pipes[2][1], STDERR_FILENO);
-    Execute(arguments);
+    Execute(command, arguments);
   }
   m_input = pipes[0][1];
   m_output.fd = pipes[1][0];
@@ -183,8 +183,8 @@ void DaemonProcess::Take(Stream& stream) {
   stream.fd = -1;
 }
 
-Result RunDaemon(const Arguments& arguments, const std::string& input) {
-  DaemonProcess daemon(arguments, DaemonProcess::PIPES);
+Result RunDaemon(const Arguments& arguments, const std::string& input, const std::string& command) {
+  DaemonProcess daemon(arguments, DaemonProcess::PIPES, command);
   daemon.Send(input);
   daemon.CloseInput();
   const int status = daemon.Wait();

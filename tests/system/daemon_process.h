@@ -11,7 +11,7 @@ namespace system_test {
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the daemon with its standard streams in the test's hands. Whatever is waited for fails the
+/// Runs the daemon, or its client, with its standard streams in the test's hands. Whatever is waited for fails the
 /// test after half a minute; a process that is still there at the end is killed.
 class DaemonProcess {
  public:
@@ -20,7 +20,8 @@ class DaemonProcess {
     TERMINAL  // all three are one terminal; Output() has everything
   };
 
-  DaemonProcess(const Arguments& arguments, Streams streams);
+  DaemonProcess(const Arguments& arguments, Streams streams,
+                const std::string& command = VANTACORED_COMMAND);
   DaemonProcess(const DaemonProcess&) = delete;
   DaemonProcess& operator=(const DaemonProcess&) = delete;
   ~DaemonProcess();
@@ -64,8 +65,9 @@ struct Result {
   std::string errors;
 };
 
-/// Runs the daemon to its end with this standard input.
-Result RunDaemon(const Arguments& arguments, const std::string& input);
+/// Runs the daemon, or its client, to its end with this standard input.
+Result RunDaemon(const Arguments& arguments, const std::string& input,
+                 const std::string& command = VANTACORED_COMMAND);
 
 }  // namespace system_test
 

@@ -38,10 +38,13 @@ TEST_F(ParseCommandLine, HasDefaults) {
   EXPECT_EQ(line.logLevel, 1);
   EXPECT_FALSE(line.isDaemon);
   EXPECT_EQ(line.tickMicroseconds, 1000u);
+  EXPECT_EQ(line.socketPath, "");
 }
 
 TEST_F(ParseCommandLine, TakesEveryOption) {
-  EXPECT_FALSE(Parse({"--config=there", "--log", "10", "--daemon", "--tick-us=100"}));
+  EXPECT_FALSE(
+      Parse({"--config=there", "--log", "10", "--daemon", "--tick-us=100", "--socket", "s"}));
+  EXPECT_EQ(line.socketPath, "s");
   EXPECT_EQ(line.configDirectory, "there");
   EXPECT_EQ(line.logLevel, 10);
   EXPECT_TRUE(line.isDaemon);
@@ -53,8 +56,8 @@ TEST_F(ParseCommandLine, ExplainsItself) {
   ASSERT_TRUE(ending);
   EXPECT_FALSE(ending->isError);
   EXPECT_THAT(ending->text, StartsWith("Usage: vantacored --config DIR [OPTION...]\n"));
-  for (const char* option :
-       {"--config DIR", "--log LEVEL", "--daemon", "--tick-us N", "--help", "--version"}) {
+  for (const char* option : {"--config DIR", "--log LEVEL", "--daemon", "--socket PATH",
+                             "--tick-us N", "--help", "--version"}) {
     EXPECT_THAT(ending->text, HasSubstr(option));
   }
 }

@@ -312,4 +312,15 @@ TEST_F(Dispatcher, CompletesWords) {
   EXPECT_THAT(host::Dispatcher::Complete({"nothing", "known"}, ""), IsEmpty());
 }
 
+TEST_F(Dispatcher, TellsWhatItRefusesFromWhatNobodyUnderstands) {
+  EXPECT_TRUE(Execute("vrf 30").isRefused);
+  EXPECT_TRUE(Execute("interface vrf 30").isRefused);
+  EXPECT_TRUE(Execute("lab interface eth7 down").isRefused);
+  EXPECT_FALSE(Execute("vrf 20").isRefused);
+  EXPECT_FALSE(Execute("vrf").isRefused);
+  EXPECT_FALSE(Execute("foo").isRefused);
+  EXPECT_FALSE(Execute("lab").isRefused);
+  EXPECT_FALSE(Execute("lab tick normal").isRefused);
+}
+
 }  // namespace

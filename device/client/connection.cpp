@@ -1,0 +1,140 @@
+// An interrupt is let in while the client waits and at no other time, so none is missed between a look
+// at the flag and the wait.
+#include "connection.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+namespace client {
+
+namespace {
+
+volatile std::sig_atomic_t g_isInterrupted = 0;
+
+/// While it lives the first interrupt is noted, and comes only where it is let in.
+class InterruptWatch {
+ public:
+  InterruptWatch() {
+    g_isInterrupted = 0;
+    struct sigaction noted {};
+    noted.sa_handler = [](int) { g_isInterrupted = 1; };
+    noted.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &noted, &m_action);
+    sigset_t interrupt;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    sigprocmask(SIG_BLOCK, &interrupt, &m_mask);
+  }
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+  ~InterruptWatch() {
+    sigaction(SIGINT, &m_action, nullptr);
+    sigprocmask(SIG_SETMASK, &m_mask, nullptr);
+  }
+
+  /// Waits until there is something to read: as poll(), with the interrupt let in.
+  int Wait(int fd, int seconds) const {
+    pollfd polled{fd, POLLIN, 0};
+    const timespec limit{seconds, 0};
+    return ppoll(&polled, 1, &limit, &m_mask);
+  }
+
+ private:
+  struct sigaction m_action {};
+  sigset_t m_mask{};
+};
+
+}  // namespace
+
+Connection::~Connection() {
+  if (m_fd >= 0) {
+    close(m_fd);
+  }
+}
+
+wire::Code Connection::Open(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path) {
+    return Fail(wire::Code::UNREACHABLE, path + ": " + std::strerror(ENAMETOOLONG));
+  }
+  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  m_fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const timeval limit{m_timeoutSeconds, 0};
+  setsockopt(m_fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+  if (connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    return Fail(errno == EAGAIN ? wire::Code::TIMED_OUT : wire::Code::UNREACHABLE,
+                path + ": " + std::strerror(errno));
+  }
+  return Await();
+}
+
+wire::Code Connection::Execute(const std::string& command) {
+  if (command.size() > wire::MAX_TEXT) {
+    std::fprintf(stderr, "vantacorectl: a command has %zu bytes at most\n", wire::MAX_TEXT);
+    return wire::Code::REFUSED;
+  }
+  if (!Send(wire::EncodeCommand(command))) {
+    return Fail(wire::Code::UNREACHABLE, "the daemon has gone");
+  }
+  return Await();
+}
+
+wire::Code Connection::Await() {
+  const InterruptWatch watch;
+  for (;;) {
+    while (const auto message = m_decoder.Next()) {
+      if (message->kind == wire::Message::REPLY) {
+        std::fflush(stdout);
+        m_vlan = message->vlan;
+        m_isOver = message->isLast;
+        return message->code;
+      }
+      std::fwrite(message->text.data(), 1, message->text.size(), stdout);
+    }
+    std::fflush(stdout);
+    if (m_decoder.IsBroken()) {
+      return Fail(wire::Code::UNREACHABLE, "whoever listens there is no daemon");
+    }
+    const int ready = watch.Wait(m_fd, m_timeoutSeconds);
+    if (g_isInterrupted) {
+      g_isInterrupted = 0;
+      m_wasInterrupted = true;
+      Send(wire::EncodeInterrupt());
+    } else if (ready == 0) {
+      return Fail(wire::Code::TIMED_OUT, "the daemon gives no sign");
+    } else if (ready > 0 && !Receive()) {
+      return Fail(wire::Code::UNREACHABLE, "the daemon has gone");
+    }
+  }
+}
+
+bool Connection::Receive() {
+  char bytes[16384];
+  const ssize_t count = recv(m_fd, bytes, sizeof bytes, 0);
+  if (count > 0) {
+    m_decoder.Feed(bytes, static_cast<std::size_t>(count));
+  }
+  return count > 0;
+}
+
+bool Connection::Send(const std::string& bytes) {
+  return send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
+}
+
+wire::Code Connection::Fail(wire::Code code, const std::string& why) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "vantacorectl: %s\n", why.c_str());
+  m_isOver = true;
+  return code;
+}
+
+}  // namespace client

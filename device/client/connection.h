@@ -1,0 +1,47 @@
+// The client's side of a session with the daemon.
+#ifndef DEVICE_CLIENT_CONNECTION_H
+#define DEVICE_CLIENT_CONNECTION_H
+
+#include <string>
+
+#include "device/wire/wire.h"
+
+namespace client {
+
+class Connection {
+ public:
+  /// Nothing is connected yet. `timeoutSeconds`: how long the daemon may give no sign.
+  explicit Connection(int timeoutSeconds) : m_timeoutSeconds(timeoutSeconds) {}
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+  ~Connection();
+
+  /// Waits until the daemon is ready for a command.
+  wire::Code Open(const std::string& path);
+  /// Carries out a command, its output goes to standard output. An interrupt meanwhile stops the
+  /// output; a second one ends the process.
+  wire::Code Execute(const std::string& command);
+
+  /// There will be no further reply.
+  bool IsOver() const { return m_isOver; }
+  bool WasInterrupted() const { return m_wasInterrupted; }
+  /// The VLAN that the session is bound to.
+  unsigned short GetVlan() const { return m_vlan; }
+
+ private:
+  wire::Code Await();
+  bool Receive();
+  bool Send(const std::string& bytes);
+  wire::Code Fail(wire::Code code, const std::string& why);
+
+  int m_timeoutSeconds;
+  int m_fd = -1;
+  wire::Decoder m_decoder;
+  unsigned short m_vlan = 0;
+  bool m_isOver = false;
+  bool m_wasInterrupted = false;
+};
+
+}  // namespace client
+
+#endif

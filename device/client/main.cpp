@@ -1,0 +1,80 @@
+// vantacorectl: the operator's console client.
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+#include "connection.h"
+#include "options.h"
+#include "prompt.h"
+
+namespace {
+
+using client::Connection;
+using wire::Code;
+
+// What a shell expects of a process that was interrupted: that the interrupt ended it.
+void EndAsInterrupted() {
+  std::fflush(stdout);
+  std::signal(SIGINT, SIG_DFL);
+  std::raise(SIGINT);
+}
+
+Code ExecuteLines(Connection& connection) {
+  Code first = Code::DONE;
+  while (!connection.IsOver() && !connection.WasInterrupted()) {
+    const auto line = client::NextLine();
+    if (!line) {
+      break;
+    }
+    const Code code = connection.Execute(*line);
+    first = first == Code::DONE ? code : first;
+  }
+  return first;
+}
+
+// At a prompt the operator has seen each reply; what counts is how the session ended.
+Code Converse(Connection& connection) {
+  Code code = Code::DONE;
+  while (!connection.IsOver()) {
+    const auto line = client::Prompt(connection.GetVlan());
+    if (!line) {
+      return Code::DONE;
+    }
+    code = connection.Execute(*line);
+  }
+  return code;
+}
+
+Code Run(const client::Options& options) {
+  Connection connection(options.timeoutSeconds);
+  Code code = connection.Open(options.socketPath);
+  if (connection.IsOver()) {
+    return code;
+  }
+  if (!options.hasCommand && isatty(STDIN_FILENO)) {
+    return Converse(connection);
+  }
+  code = options.hasCommand ? connection.Execute(options.command) : ExecuteLines(connection);
+  if (connection.WasInterrupted()) {
+    EndAsInterrupted();
+  }
+  return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    client::Options options;
+    if (const auto ending = client::ParseOptions(argc, argv, options)) {
+      std::fputs(ending->text.c_str(), ending->isError ? stderr : stdout);
+      return ending->isError ? static_cast<int>(Code::USAGE) : 0;
+    }
+    return static_cast<int>(Run(options));
+  } catch (const std::exception& problem) {
+    std::fprintf(stderr, "vantacorectl: %s\n", problem.what());
+    return static_cast<int>(Code::REFUSED);
+  }
+}

@@ -1,0 +1,62 @@
+// Where console clients find the daemon: a socket in the file system.
+#ifndef DEVICE_HOST_CONSOLE_SERVER_H
+#define DEVICE_HOST_CONSOLE_SERVER_H
+
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "socket_session.h"
+
+namespace host {
+
+/// Any number of sessions at once up to a limit, each with its own VLAN and its own output.
+class ConsoleServer {
+ public:
+  struct Context {
+    const Dispatcher& dispatcher;  // borrowed
+    /// Each session waits for things to settle on its own.
+    std::function<std::unique_ptr<Settle>()> makeSettle;
+    std::function<unsigned short()> defaultVlan;
+  };
+
+  static constexpr std::size_t MAX_SESSIONS = 64;
+
+  /// Takes the place `path`, also that of a daemon which is no more; only the daemon's user may
+  /// connect. Clients wait until Start(). Throws std::runtime_error when the place cannot be had.
+  ConsoleServer(uv_loop_s* loop, const std::string& path, Context context);
+  ConsoleServer(const ConsoleServer&) = delete;
+  ConsoleServer& operator=(const ConsoleServer&) = delete;
+  /// Hangs up on everybody and gives the place back.
+  ~ConsoleServer();
+
+  /// Serves clients from when things have settled.
+  void Start();
+
+ private:
+  struct Client {
+    std::unique_ptr<Settle> settle;  // outlives the session
+    std::unique_ptr<SocketSession> session;
+    bool isGone = false;
+  };
+
+  void Serve();
+  void Accept();
+  void Welcome(int fd);
+  void Sweep();
+
+  uv_loop_s* m_loop;
+  const std::string m_path;
+  const Context m_context;
+  Socket m_listener;
+  LoopPoll m_poll;
+  LoopTask m_sweep;
+  LoopTimer m_pause;
+  std::unique_ptr<Settle> m_start;
+  std::list<Client> m_clients;
+};
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,73 @@
+// A session whose operator is at the other end of a socket.
+#ifndef DEVICE_HOST_SOCKET_SESSION_H
+#define DEVICE_HOST_SOCKET_SESSION_H
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "device/wire/wire.h"
+#include "output_queue.h"
+#include "session.h"
+
+namespace host {
+
+/// A descriptor that is closed with its owner.
+class Socket {
+ public:
+  explicit Socket(int fd) : m_fd(fd) {}
+  Socket(const Socket&) = delete;
+  Socket& operator=(const Socket&) = delete;
+  ~Socket();
+  int Get() const { return m_fd; }
+
+ private:
+  int m_fd;
+};
+
+/// Speaks device/wire/wire.h. A command is taken when the output of the last one and its reply have
+/// gone out, so a client that reads nothing costs no more than one command's output.
+class SocketSession : public Session {
+ public:
+  /// Owns `fd`. `gone` is told once, from inside the session, that nobody is at the other end any
+  /// more: the session is to be deleted later. The context's own `leave` is not used.
+  SocketSession(const SessionContext& context, unsigned short vlan, int fd,
+                std::function<void()> gone);
+  void Start() override;
+
+ protected:
+  void Write(const std::string& text) override;
+  void Flush() override {}
+  void Ready() override;
+
+ private:
+  bool IsIdle() const { return !m_isRunning && !m_isLast && m_queue.IsEmpty(); }
+  wire::Code GetCode() const;
+  void Finish(wire::Code code, bool isLast);
+  void OnEvents(int events);
+  bool Receive();
+  void GoOn();
+  void TakeMessages();
+  void Take(const wire::Message& message);
+  void StopPrinting();
+  void Watch();
+  void HangUp();
+
+  Socket m_socket;
+  LoopPoll m_poll;
+  std::function<void()> m_gone;
+  wire::Decoder m_decoder;
+  std::optional<wire::Message> m_next;  // a command that has to wait
+  OutputQueue m_queue;
+  std::string m_begin;  // of the command's output
+  std::string m_lastReply;
+  int m_watched = 0;
+  bool m_isRunning = false;
+  bool m_hasFailed = false;  // the command, by an exception
+  bool m_isLast = false;     // the reply that has been given
+  bool m_isGone = false;
+};
+
+}  // namespace host
+
+#endif
