@@ -94,7 +94,11 @@ void Daemon::WatchSignals() {
   const auto watch = [this](int number, std::function<void()> callback) {
     m_signals.push_back(std::make_unique<LoopSignal>(m_loop.Get(), number, std::move(callback)));
   };
-  watch(SIGINT, [this] { Stop(EXIT_DONE); });
+  watch(SIGINT, [this] {
+    if (!m_session || !m_session->StopCommand()) {
+      Stop(EXIT_DONE);
+    }
+  });
   watch(SIGTERM, [this] { Stop(EXIT_DONE); });
   if (m_line.isDaemon) {
     watch(SIGHUP, [this] { m_loader.Reload(); });

@@ -33,11 +33,13 @@ void Session::Execute(const std::string& line) {
   m_reply = m_context.dispatcher.Execute(line, m_vlan, m_invocation);
 }
 
-void Session::Interrupt() {
-  if (m_invocation && !m_invocation->isOver) {
-    Detach();
-    m_wake.Post([this] { Over(); });
+bool Session::Interrupt() {
+  if (!m_invocation || m_invocation->isOver) {
+    return false;
   }
+  Detach();
+  m_wake.Post([this] { Over(); });
+  return true;
 }
 
 void Session::Over() {

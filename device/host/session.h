@@ -36,6 +36,8 @@ class Session {
   virtual ~Session();
 
   virtual void Start() = 0;
+  /// The operator wants the running command to stop. False when there is none, or nobody to ask.
+  virtual bool StopCommand() { return false; }
 
  protected:
   virtual void Write(const std::string& text) = 0;
@@ -50,8 +52,9 @@ class Session {
   void Leave(int status);
   uv_loop_s* GetLoop() const { return m_context.loop; }
   unsigned short GetVlan() const { return m_vlan; }
-  /// A command that is still going on loses its output and is over for this session.
-  void Interrupt();
+  /// A command that is still going on loses its output and is over for this session. False when none
+  /// is.
+  bool Interrupt();
   /// What became of the last line.
   const Reply& GetReply() const { return m_reply; }
   bool HasSettled() const { return m_hasSettled; }

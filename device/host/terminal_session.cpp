@@ -15,6 +15,9 @@ namespace host {
 
 namespace {
 
+constexpr unsigned PROGRESS_MILLISECONDS = 1000;
+const char ERASE_LINE[] = "\r\033[K";
+
 TerminalSession* g_session = nullptr;
 
 char* NextMatch(const char* text, int state) {
@@ -37,7 +40,7 @@ char** CompleteWord(const char* text, int, int) {
 }  // namespace
 
 TerminalSession::TerminalSession(const SessionContext& context, unsigned short vlan)
-    : Session(context, vlan), m_input(context.loop, STDIN_FILENO) {
+    : Session(context, vlan), m_input(context.loop, STDIN_FILENO), m_progress(context.loop) {
   g_session = this;
   rl_readline_name = "vantacored";
   rl_catch_signals = 0;  // signals are the daemon's
@@ -45,19 +48,43 @@ TerminalSession::TerminalSession(const SessionContext& context, unsigned short v
 }
 
 TerminalSession::~TerminalSession() {
+  HideProgress();
   HidePrompt();
   g_session = nullptr;
 }
 
 void TerminalSession::Start() { Ready(); }
 
+bool TerminalSession::StopCommand() { return Interrupt(); }
+
 void TerminalSession::Write(const std::string& text) {
+  HideProgress();
   std::fwrite(text.data(), 1, text.size(), stdout);
+  m_isAtLineStart = text.empty() ? m_isAtLineStart : text.back() == '\n';
 }
 
 void TerminalSession::Flush() { std::fflush(stdout); }
 
+void TerminalSession::ShowProgress() {
+  ++m_seconds;
+  if (m_isAtLineStart) {
+    std::fprintf(stdout, "%sworking for %u s; Ctrl-C stops the output", ERASE_LINE, m_seconds);
+    std::fflush(stdout);
+    m_isShowingProgress = true;
+  }
+  m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
+}
+
+void TerminalSession::HideProgress() {
+  if (m_isShowingProgress) {
+    std::fputs(ERASE_LINE, stdout);
+    m_isShowingProgress = false;
+  }
+}
+
 void TerminalSession::Ready() {
+  m_progress.Stop();
+  HideProgress();
   const std::string prompt = "vantacore[" + std::to_string(GetVlan()) + "]> ";
   rl_callback_handler_install(prompt.c_str(), OnLine);
   m_isPrompting = true;
@@ -81,6 +108,8 @@ void TerminalSession::OnLine(char* line) {
     session.Leave(EXIT_DONE);
     return;
   }
+  session.m_seconds = 0;
+  session.m_progress.Start(PROGRESS_MILLISECONDS, [&session] { session.ShowProgress(); });
   try {
     if (*line) {
       add_history(line);

@@ -8,7 +8,8 @@
 
 namespace host {
 
-/// There is one at most: the line editor is one for the whole process.
+/// There is one at most: the line editor is one for the whole process. A command that has been silent
+/// for a second shows for how long it has been going on.
 class TerminalSession : public Session {
  public:
   TerminalSession(const SessionContext& context, unsigned short vlan);
@@ -16,6 +17,7 @@ class TerminalSession : public Session {
   ~TerminalSession() override;
 
   void Start() override;
+  bool StopCommand() override;
 
  protected:
   void Write(const std::string& text) override;
@@ -25,9 +27,15 @@ class TerminalSession : public Session {
  private:
   static void OnLine(char* line);
   void HidePrompt();
+  void ShowProgress();
+  void HideProgress();
 
   LoopPoll m_input;
+  LoopTimer m_progress;
+  unsigned m_seconds = 0;
   bool m_isPrompting = false;
+  bool m_isShowingProgress = false;
+  bool m_isAtLineStart = true;
 };
 
 }  // namespace host

@@ -293,6 +293,20 @@ TEST_F(Terminal, LeavesAtTheEndOfInput) {
   EXPECT_EQ(daemon.Wait(), 0);
 }
 
+TEST_F(Terminal, ShowsThatACommandIsStillWorkingAndStopsItOnInterrupt) {
+  Type("lab stack hold");
+  daemon.Send("rtm rib\n");  // a stack that is held answers no walk
+  daemon.ReadUntil("working for 1 s; Ctrl-C stops the output");
+  daemon.ReadUntil("working for 2 s");
+  daemon.Send("\x03");
+  daemon.ReadUntil(PROMPT);
+  Type("lab stack release");
+  // The abandoned walk has run out silently; this one is whole.
+  EXPECT_THAT(Type("rtm rib"), HasSubstr("End of table\r\n"));
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
 TEST_F(Terminal, LeavesOnInterrupt) {
   daemon.Send("ip pro\x03");  // control-C in the middle of a line
   EXPECT_EQ(daemon.Wait(), 0);
