@@ -1,27 +1,17 @@
 // A document of many VLANs: parsed by the JSON library, loaded for the first time, loaded again
 // unchanged, and with one VLAN changed. The parse is the yardstick of the same run.
 #include <benchmark/benchmark.h>
-#include <json/json.h>
-
-#include <memory>
 
 #include "bench/device.h"
+#include "bench/json_text.h"
 #include "tarsel/options.h"
 
 namespace {
 
+using bench::ParseJson;
 using Tarsel::DclConfigObject;
 
 constexpr std::uint64_t LIMIT_MS = 100000000;
-
-Json::Value ParseJson(const std::string& text) {
-  Json::Value root;
-  Json::CharReaderBuilder builder;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  std::string errors;
-  if (!reader->parse(text.data(), text.data() + text.size(), &root, &errors)) std::abort();
-  return root;
-}
 
 void CountPerVlan(benchmark::State& state) {
   state.counters["per_vlan"] = benchmark::Counter(

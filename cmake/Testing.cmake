@@ -35,17 +35,19 @@ function(vantacore_add_test)
   set_tests_properties(${TEST_NAME} PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
 endfunction()
 
-# vantacore_add_benchmark(NAME name SOURCES file... [LIBS target...])
+# vantacore_add_benchmark(NAME name SOURCES file... [LIBS target...] [PREPARED])
 #
-# An executable of google benchmark, built on demand by the target `benchmarks`.
+# An executable of google benchmark, built on demand by the target `benchmarks`. PREPARED links the
+# stack that does nothing instead of the software stack.
 function(vantacore_add_benchmark)
-  cmake_parse_arguments(PARSE_ARGV 0 BENCH "" "NAME" "SOURCES;LIBS")
+  cmake_parse_arguments(PARSE_ARGV 0 BENCH "PREPARED" "NAME" "SOURCES;LIBS")
   if(NOT BENCH_NAME OR NOT BENCH_SOURCES OR BENCH_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "vantacore_add_benchmark: NAME and SOURCES are required, "
       "and nothing else than named arguments is understood: ${ARGV}")
   endif()
   add_executable(${BENCH_NAME} EXCLUDE_FROM_ALL ${BENCH_SOURCES})
   target_link_libraries(${BENCH_NAME} PRIVATE
-    ${BENCH_LIBS} test_support benchmark::benchmark_main benchmark::benchmark vantacore_system)
+    ${BENCH_LIBS} test_support benchmark::benchmark_main benchmark::benchmark
+    $<IF:$<BOOL:${BENCH_PREPARED}>,prepared_system,vantacore_system>)
   add_dependencies(benchmarks ${BENCH_NAME})
 endfunction()
