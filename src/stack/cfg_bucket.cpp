@@ -1,5 +1,7 @@
 #include "cfg_bucket.h"
 
+#include <cstring>
+
 namespace Tarsel {
 
 namespace {
@@ -12,35 +14,74 @@ void LinkRing(CfgNode* node, CfgNode* before) {
   before->samePrev = node;
 }
 
+// Items are about this large, and the first lines of the cache that they take hold the state and, for
+// all kinds that there are, the part of the identifier that is in use. The rest is needed when the
+// item goes: its memory is what the allocator hands out next, to be filled.
+constexpr std::size_t CACHE_LINE = 64;
+constexpr std::size_t ITEM_HEAD = 3 * CACHE_LINE;
+constexpr std::size_t ITEM_SIZE = 10 * CACHE_LINE;
+
+void FetchAhead(const CfgItem* item, std::size_t from, std::size_t to) {
+  for (std::size_t offset = from; offset < to; offset += CACHE_LINE) {
+    __builtin_prefetch(reinterpret_cast<const char*>(item) + offset);
+  }
+}
+
 }  // namespace
 
 // 0 is the mark of a bucket that is not quiet.
 std::uint64_t CfgBucket::s_newItems = 1;
 
-CfgBucket::CfgBucket() : m_front(nullptr), m_back(nullptr), m_quietFrom(0), m_quietSince(0) {}
+CfgBucket::CfgBucket()
+    : m_front(nullptr), m_back(nullptr), m_expected(nullptr), m_quietFrom(0), m_quietSince(0) {}
 
-CfgBucket::~CfgBucket() {
-  while (m_front != nullptr) {
-    CfgNode* next = m_front->next;
-    delete m_front;
-    m_front = next;
+// Whether the item is of the row, given that the keys are equal.
+bool CfgBucket::IsItem(const Row& row, CfgItem* item) {
+  const std::size_t size = row.oid.GetUsableLength() * sizeof(unsigned int);
+  return std::memcmp(item->GetOid().GetSubIds(), row.oid.GetSubIds(), size) == 0;
+}
+
+void CfgBucket::Expect(CfgNode* node) {
+  m_expected = node;
+  if (node != nullptr) {
+    FetchAhead(node->item, 0, ITEM_HEAD);
+    m_rows.Prefetch(node->key);
   }
 }
 
-CfgBucket::First CfgBucket::FindRow(const Row& row) const {
-  return m_rows.Find(row.hash,
-                     [&row](const First& first) { return first.item->GetOid() == row.oid; });
+// `size` says how much of the item will be needed.
+CfgBucket::First CfgBucket::FindRow(const Row& row, std::size_t size) {
+  // A ring of one has its first and its last item in hand.
+  CfgNode* node = m_expected;
+  if (node == nullptr || !(node->key == row.key) || node->sameNext != node ||
+      !IsItem(row, node->item)) {
+    node = m_rows
+               .Find(row.key,
+                     [&row, size](const First& entry) {
+                       __builtin_prefetch(entry.node);
+                       FetchAhead(entry.item, 0, size);
+                       return IsItem(row, entry.item);
+                     })
+               .node;
+    if (node == nullptr) {
+      return First();
+    }
+  } else {
+    FetchAhead(node->item, ITEM_HEAD, size);
+  }
+  Expect(node->next);
+  return First{node, node->item};
 }
 
-CfgNode* CfgBucket::FindFirst(const Row& row) const { return FindRow(row).node; }
+CfgNode* CfgBucket::FindFirst(const Row& row) { return FindRow(row, ITEM_SIZE).node; }
 
-CfgNode* CfgBucket::FindLast(const Row& row) const {
-  const First first = FindRow(row);
+CfgNode* CfgBucket::FindLast(const Row& row) {
+  const First first = FindRow(row, ITEM_SIZE);
   return first ? first.node->samePrev : nullptr;
 }
 
-CfgItem* CfgBucket::FindFirstIssued(const Row& row) const {
-  const First first = FindRow(row);
+CfgItem* CfgBucket::FindFirstIssued(const Row& row) {
+  const First first = FindRow(row, ITEM_HEAD);
   if (!first || first.item->GetActionState() == CfgItem::ISSUED) {
     return first.item;
   }
@@ -52,9 +93,10 @@ CfgItem* CfgBucket::FindFirstIssued(const Row& row) const {
 }
 
 // A node in the list, in a ring of its own. A null `before` is the end of the list.
-CfgNode* CfgBucket::NewNode(CfgItem* item, std::uint32_t hash, CfgNode* before) {
+CfgNode* CfgBucket::NewNode(CfgItem* item, const OidKey& key, CfgNode* before) {
   CfgNode* prev = before != nullptr ? before->prev : m_back;
-  CfgNode* node = new CfgNode{item, prev, before, nullptr, nullptr, hash};
+  CfgNode* node = m_nodes.Take();
+  *node = CfgNode{item, prev, before, nullptr, nullptr, key};
   node->samePrev = node->sameNext = node;
   (prev != nullptr ? prev->next : m_front) = node;
   (before != nullptr ? before->prev : m_back) = node;
@@ -62,18 +104,18 @@ CfgNode* CfgBucket::NewNode(CfgItem* item, std::uint32_t hash, CfgNode* before) 
 }
 
 void CfgBucket::Append(CfgItem* item, const Row& row, CfgNode* last) {
-  CfgNode* node = NewNode(item, row.hash, nullptr);
+  CfgNode* node = NewNode(item, row.key, nullptr);
   if (last != nullptr) {
     LinkRing(node, last->sameNext);
   } else {
-    m_rows.Add(row.hash, First{node, item});
+    m_rows.Add(row.key, First{node, item});
   }
 }
 
 void CfgBucket::InsertFor(CfgNode* last, CfgItem* item) {
   CfgNode* first = last->sameNext;
   CfgNode* pred = last->prev;
-  CfgNode* node = NewNode(item, last->hash, pred != nullptr ? pred : last);
+  CfgNode* node = NewNode(item, last->key, pred != nullptr ? pred : last);
   // All other items of the row stand in front of `last` and so in front of the new item, except for
   // the predecessor when it is one of them.
   if (pred == nullptr || last->samePrev != pred) {
@@ -82,23 +124,26 @@ void CfgBucket::InsertFor(CfgNode* last, CfgItem* item) {
   }
   LinkRing(node, pred);
   if (pred == first) {
-    m_rows.Replace(node->hash, First{first, first->item}, First{node, item});
+    m_rows.Replace(node->key, First{first, first->item}, First{node, item});
   }
 }
 
 void CfgBucket::Unlink(CfgNode* node) {
+  if (m_expected == node) {
+    m_expected = node->next;
+  }
   const First entry{node, node->item};
   CfgNode* next = node->sameNext;
   if (next == node) {
-    m_rows.Erase(node->hash, entry);
-  } else if (m_rows.Find(node->hash, [&entry](const First& first) { return first == entry; })) {
-    m_rows.Replace(node->hash, entry, First{next, next->item});
+    m_rows.Erase(node->key, entry);
+  } else if (m_rows.Find(node->key, [&entry](const First& first) { return first == entry; })) {
+    m_rows.Replace(node->key, entry, First{next, next->item});
   }
   node->samePrev->sameNext = node->sameNext;
   node->sameNext->samePrev = node->samePrev;
   (node->prev != nullptr ? node->prev->next : m_front) = node->next;
   (node->next != nullptr ? node->next->prev : m_back) = node->prev;
-  delete node;
+  m_nodes.Give(node);
 }
 
 }  // namespace Tarsel

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "node_pool.h"
 #include "oid_table.h"
 #include "vantacore/cfg_sched.h"
 
@@ -16,7 +17,7 @@ struct CfgNode {
   CfgNode* next;
   CfgNode* samePrev;  // the ring of the row's items; the first one's predecessor is the last one
   CfgNode* sameNext;
-  std::uint32_t hash;
+  OidKey key;
 };
 
 /// The items in their list order, which is what the scheduler's behaviour is made of. Beside it
@@ -24,37 +25,40 @@ struct CfgNode {
 /// and a table finds the ring's first item by the row's identifier. A ring has more than one item
 /// only when an item has refused to replace an earlier one. The index relies on an item's identity
 /// staying what it was when the item came.
+///
+/// With many items it is the fetch from memory that costs, first of the table's slot and then of the
+/// item. Rows mostly come in list order, in documents as in answers, so the node behind the one found
+/// last is tried before the table, and its item is fetched ahead.
 class CfgBucket {
  public:
   /// A row's identity; refers to the identifier that it was made from.
   struct Row {
     explicit Row(const MibOid& oid_)
-        : oid(oid_), hash(HashOid(oid_.GetSubIds(), oid_.GetUsableLength())) {}
+        : oid(oid_), key{HashOid(oid_.GetSubIds(), oid_.GetUsableLength()), oid_.GetLength()} {}
     const MibOid& oid;
-    const std::uint32_t hash;
+    const OidKey key;
   };
 
+  /// The items are the scheduler's.
   CfgBucket();
   CfgBucket(const CfgBucket&) = delete;
   CfgBucket& operator=(const CfgBucket&) = delete;
-  /// Deletes the nodes. The items are the scheduler's.
-  ~CfgBucket();
 
   bool IsEmpty() const { return m_front == nullptr; }
   CfgNode* GetFront() const { return m_front; }
 
   /// The row's item nearest the front, or nearest the back; null when there is none.
-  CfgNode* FindFirst(const Row& row) const;
-  CfgNode* FindLast(const Row& row) const;
+  CfgNode* FindFirst(const Row& row);
+  CfgNode* FindLast(const Row& row);
   /// The row's first item that is issued, or null.
-  CfgItem* FindFirstIssued(const Row& row) const;
+  CfgItem* FindFirstIssued(const Row& row);
 
   /// Puts `item` at the back. `last` is what FindLast answers for its row.
   void Append(CfgItem* item, const Row& row, CfgNode* last);
   /// Gives `item` the place that a replacement of `last`, the last item of its row, is to have: the
   /// front when `last` stands there, otherwise in front of the predecessor. `last` stays linked.
   void InsertFor(CfgNode* last, CfgItem* item);
-  /// Unlinks and deletes the node.
+  /// Takes the node out; it is gone then.
   void Unlink(CfgNode* node);
 
   /// A pass over the bucket need not be repeated when the last one left no New item behind and none
@@ -78,13 +82,17 @@ class CfgBucket {
     bool operator==(const First& other) const { return node == other.node; }
   };
 
-  First FindRow(const Row& row) const;
-  CfgNode* NewNode(CfgItem* item, std::uint32_t hash, CfgNode* before);
+  First FindRow(const Row& row, std::size_t size);
+  static bool IsItem(const Row& row, CfgItem* item);
+  void Expect(CfgNode* node);
+  CfgNode* NewNode(CfgItem* item, const OidKey& key, CfgNode* before);
 
   static std::uint64_t s_newItems;
 
+  NodePool<CfgNode> m_nodes;
   CfgNode* m_front;
   CfgNode* m_back;
+  CfgNode* m_expected;         // behind the one that was found last, or null
   OidTable<First> m_rows;      // the first item of each row
   std::uint64_t m_quietFrom;   // what m_quietSince becomes when the pass ends undisturbed
   std::uint64_t m_quietSince;  // the count of new items at the last such pass

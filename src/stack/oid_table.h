@@ -19,9 +19,19 @@ inline std::uint32_t HashOid(const unsigned int* subIds, unsigned int count) {
   return static_cast<std::uint32_t>(hash);
 }
 
-/// Finds entries by the hash of their identifier. An identifier is 524 bytes long, so the table
-/// neither copies it nor looks into an entry whose hash differs: a slot is an entry and a hash, the
-/// caller compares identifiers. An entry is a pointer, or something small that behaves like one: its
+/// What is kept of an identifier: enough to tell nearly all others apart, and its exact length, which
+/// need then not be fetched from behind the sub-identifiers.
+struct OidKey {
+  std::uint32_t hash;
+  std::uint32_t length;
+  bool operator==(const OidKey& other) const {
+    return hash == other.hash && length == other.length;
+  }
+};
+
+/// Finds entries by their identifier. An identifier is 524 bytes long, so the table neither copies it
+/// nor looks into an entry whose key differs: a slot is an entry and a key, the caller compares the
+/// sub-identifiers. An entry is a pointer, or something small that behaves like one: its
 /// default value is none. Open addressing with linear probing; the size follows the number of entries
 /// both ways, so that a burst leaves no memory behind. Nothing is owned.
 template <class Entry>
@@ -31,38 +41,45 @@ class OidTable {
 
   std::size_t GetCount() const { return m_count; }
 
-  /// The entry with this hash for which `same(entry)` answers true, or none.
+  /// The entry with this key for which `same(entry)` answers true, or none.
   template <class Same>
-  Entry Find(std::uint32_t hash, Same same) const {
+  Entry Find(const OidKey& key, Same same) const {
     if (m_count == 0) {
       return Entry();
     }
-    for (std::size_t i = hash & Mask(); m_slots[i].entry; i = (i + 1) & Mask()) {
-      if (m_slots[i].hash == hash && same(m_slots[i].entry)) {
+    for (std::size_t i = key.hash & Mask(); m_slots[i].entry; i = (i + 1) & Mask()) {
+      if (m_slots[i].key == key && same(m_slots[i].entry)) {
         return m_slots[i].entry;
       }
     }
     return Entry();
   }
 
+  /// Fetches ahead what a search for the key looks at first.
+  void Prefetch(const OidKey& key) const {
+    if (m_count != 0) {
+      __builtin_prefetch(&m_slots[key.hash & Mask()]);
+    }
+  }
+
   /// `entry` must not be in the table.
-  void Add(std::uint32_t hash, Entry entry) {
+  void Add(const OidKey& key, Entry entry) {
     if ((m_count + 1) * 4 > m_slots.size() * 3) {
       Resize(m_slots.empty() ? MIN_SLOTS : m_slots.size() * 2);
     }
     ++m_count;
-    Place(hash, entry);
+    Place(key, entry);
   }
 
   /// `to` takes the place of `from`, which must be in the table.
-  void Replace(std::uint32_t hash, Entry from, Entry to) { m_slots[SlotOf(hash, from)].entry = to; }
+  void Replace(const OidKey& key, Entry from, Entry to) { m_slots[SlotOf(key, from)].entry = to; }
 
   /// `entry` must be in the table.
-  void Erase(std::uint32_t hash, Entry entry) {
-    std::size_t hole = SlotOf(hash, entry);
+  void Erase(const OidKey& key, Entry entry) {
+    std::size_t hole = SlotOf(key, entry);
     for (std::size_t i = (hole + 1) & Mask(); m_slots[i].entry; i = (i + 1) & Mask()) {
       // An entry may move back to the hole unless that lies before the slot where its probe starts.
-      const std::size_t distance = (i - m_slots[i].hash) & Mask();
+      const std::size_t distance = (i - m_slots[i].key.hash) & Mask();
       if (distance >= ((i - hole) & Mask())) {
         m_slots[hole] = m_slots[i];
         hole = i;
@@ -92,27 +109,27 @@ class OidTable {
  private:
   struct Slot {
     Entry entry = Entry();
-    std::uint32_t hash = 0;
+    OidKey key = {0, 0};
   };
   static constexpr std::size_t MIN_SLOTS = 4;
 
   std::size_t Mask() const { return m_slots.size() - 1; }
 
-  std::size_t SlotOf(std::uint32_t hash, Entry entry) const {
-    std::size_t i = hash & Mask();
+  std::size_t SlotOf(const OidKey& key, Entry entry) const {
+    std::size_t i = key.hash & Mask();
     while (!(m_slots[i].entry == entry)) {
       i = (i + 1) & Mask();
     }
     return i;
   }
 
-  void Place(std::uint32_t hash, Entry entry) {
-    std::size_t i = hash & Mask();
+  void Place(const OidKey& key, Entry entry) {
+    std::size_t i = key.hash & Mask();
     while (m_slots[i].entry) {
       i = (i + 1) & Mask();
     }
     m_slots[i].entry = entry;
-    m_slots[i].hash = hash;
+    m_slots[i].key = key;
   }
 
   void Resize(std::size_t slots) {
@@ -120,7 +137,7 @@ class OidTable {
     old.swap(m_slots);
     for (const Slot& slot : old) {
       if (slot.entry) {
-        Place(slot.hash, slot.entry);
+        Place(slot.key, slot.entry);
       }
     }
   }

@@ -37,6 +37,7 @@ struct OidRef {
         usable(std::min(length_, MibOid::MAX_LENGTH)),
         hash(HashOid(subIds_, usable)) {}
   explicit OidRef(const MibOid& oid) : OidRef(oid.GetSubIds(), oid.GetLength()) {}
+  OidKey GetKey() const { return OidKey{hash, length}; }
 
   const unsigned int* subIds;
   unsigned int length;
@@ -63,24 +64,23 @@ struct Row {
       : front(nullptr),
         first(nullptr),
         last(nullptr),
-        hash(oid.hash),
-        length(oid.length),
+        key(oid.GetKey()),
         state(EMPTY),
         listed(false) {
     std::copy_n(oid.subIds, oid.usable, SubIds());
   }
 
   unsigned int* SubIds() { return reinterpret_cast<unsigned int*>(this + 1); }
+  // Whether this is the row, given that the keys are equal.
   bool Is(const OidRef& oid) {
     // The empty identifier may come without an array, which memcmp would not take.
-    return length == oid.length && std::equal(oid.subIds, oid.subIds + oid.usable, SubIds());
+    return std::equal(oid.subIds, oid.subIds + oid.usable, SubIds());
   }
 
   MibAction* front;  // null once issued
   Waiting* first;    // behind the front
   Waiting* last;
-  std::uint32_t hash;
-  std::uint32_t length;
+  OidKey key;
   State state;
   bool listed;  // has, or had, a place in the arrival order
 };
@@ -154,7 +154,7 @@ struct Serializer::Rows {
 };
 
 Row* Serializer::Rows::Find(const OidRef& oid) const {
-  return table.Find(oid.hash, [&oid](Row* row) { return row->Is(oid); });
+  return table.Find(oid.GetKey(), [&oid](Row* row) { return row->Is(oid); });
 }
 
 Row* Serializer::Rows::FindBusy(const OidRef& oid) const {
@@ -170,7 +170,7 @@ Row* Serializer::Rows::Add(const OidRef& oid) {
     if (row == nullptr) {
       return nullptr;
     }
-    table.Add(oid.hash, row);
+    table.Add(oid.GetKey(), row);
   } else if (row->state != Row::FORGOTTEN) {
     return row;
   }
@@ -195,7 +195,7 @@ void Serializer::Rows::Forget(Row* row) {
     row->state = Row::FORGOTTEN;
     return;
   }
-  table.Erase(row->hash, row);
+  table.Erase(row->key, row);
   DeleteRow(row);
 }
 
