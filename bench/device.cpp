@@ -20,35 +20,4 @@ test_support::Device& TheDevice() {
   return *device;
 }
 
-std::string VlanDocument(unsigned int vlans, unsigned int changed) {
-  std::string text = "{\"VLAN_CONFIGURATIONS\": {";
-  for (unsigned int vid = 1; vid <= vlans; ++vid) {
-    const std::string id = std::to_string(vid);
-    const std::string second = std::to_string(vid / 256) + "." + std::to_string(vid % 256);
-    if (vid != 1) text += ",";
-    text += "\n \"vlan" + id + "\": {\"vid\": " + id +
-            ",\n  \"RTM\": {\"dead_rpm_timer\": " + (vid == changed ? "61" : "60") +
-            ", \"ADMIN_DISTANCE\": {\"ospfv2_internal\": 40, \"ospfv2_external\": 110, "
-            "\"ospfv3_internal\": 40, \"ospfv3_external\": 110, \"ripv2\": 120, \"ripng\": 120, "
-            "\"ebgp\": 200, \"ibgp\": 20}},\n"
-            "  \"REDISTRIBUTION\": {\"static\": true, \"connected\": true, \"bgp\": false, "
-            "\"rip\": true, \"ospf\": true},\n"
-            "  \"RIPV2\": {\"enabled\": true}, \"RIPNG\": {\"enabled\": false},\n"
-            "  \"OSPF\": {\"enabled\": true, \"IF_LIST\": {\"i1\": {\"Name\": \"OSPF_" +
-            id +
-            "_3_1_0\", \"area\": \"0.0.0.0\", \"cost\": 10}}},\n"
-            "  \"OSPFV3\": {\"enabled\": true, \"IF_LIST\": {\"i1\": {\"Name\": \"OSPF_" +
-            id +
-            "_4_1_0\", \"area\": \"0.0.0.0\", \"cost\": 10}}},\n"
-            "  \"BGP\": {\"enabled\": true, \"PEERS\": {\"p1\": {\"Name\": \"BGP_" +
-            id + "_1\", \"afi\": 0, \"safi\": 3, \"address\": \"10." + second +
-            ".2\", \"as\": 65001, \"description\": \"upstream of vlan " + id +
-            "\"}}},\n"
-            "  \"IGMP\": {\"enabled\": true}, \"MLD\": {\"enabled\": true}}";
-  }
-  return text + "}}";
-}
-
-std::string EmptyDocument() { return "{\"VLAN_CONFIGURATIONS\": {}}"; }
-
 }  // namespace bench

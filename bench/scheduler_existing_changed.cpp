@@ -6,31 +6,17 @@
 
 #include "bench/allocated_bytes.h"
 #include "device/base/timer_loop.h"
-#include "tarsel/address.h"
-#include "vantacore/cfg_items.h"
+#include "tests/support/silent_items.h"
 #include "vantacore/cfg_sched.h"
 #include "vantacore/dc_rtm_mgr.h"
 
 namespace {
 
 using namespace Tarsel;
+using test_support::SilentRoute;
 
 constexpr CfgKey KEY = {10, ROW_TYPE_STATIC_ROUTE};
 constexpr unsigned int BATCH = 500;
-
-/// A route that counts its sends instead of making them.
-class Route : public StaticRouteItem {
- public:
-  explicit Route(unsigned int number)
-      : StaticRouteItem(10, 1, 1, 1, Destination(number).GetBytes(), 32,
-                        Ip4Addr(10, 1, 2, 1).GetBytes(), 3, 5, PATH_TYPE_STATIC, 0) {}
-  void Send() override { SetActionState(ISSUED); }
-
- private:
-  static Ip4Addr Destination(unsigned int n) {
-    return Ip4Addr(20 + (n >> 24), (n >> 16) & 0xFF, (n >> 8) & 0xFF, n & 0xFF);
-  }
-};
 
 struct Pending {
   Pending(unsigned int count, bool issued) : sched(new CfgSched) {
@@ -45,7 +31,7 @@ struct Pending {
     TimerLoop::SetCurrent(nullptr);
   }
   void Insert(unsigned int number, bool issued) {
-    Route* route = new Route(number);
+    SilentRoute* route = new SilentRoute(number);
     if (issued) {
       route->SetActionState(CfgItem::ISSUED);
     }
@@ -74,7 +60,7 @@ void SchedulerInsert(benchmark::State& state) {
     state.PauseTiming();
     for (unsigned int n = 0; n < BATCH; ++n) {
       pending.Insert(Existing(state) + n, true);  // replaced by an issued one, which can be removed
-      Route probe(Existing(state) + n);
+      SilentRoute probe(Existing(state) + n);
       pending.sched->Remove(KEY, &probe, 1);
     }
     state.ResumeTiming();
@@ -118,7 +104,7 @@ void SchedulerUpdate(benchmark::State& state) {
   Rows rows(state);
   for (auto _ : state) {
     for (unsigned int n = 0; n < BATCH; ++n) {
-      Route probe(rows.Next());
+      SilentRoute probe(rows.Next());
       pending.sched->Update(KEY, &probe, 3, false);
     }
   }
@@ -134,7 +120,7 @@ void SchedulerRemove(benchmark::State& state) {
     }
     state.ResumeTiming();
     for (unsigned int n = 0; n < BATCH; ++n) {
-      Route probe(Existing(state) + n);
+      SilentRoute probe(Existing(state) + n);
       pending.sched->Remove(KEY, &probe, 1);
     }
   }
@@ -167,7 +153,7 @@ void SchedulerTickSettled(benchmark::State& state) {
 // A pass that finds one New item behind all the others, which are issued and are asked on the way.
 void SchedulerTickOneNew(benchmark::State& state) {
   Pending pending(Existing(state), true);
-  Route* last = new Route(Existing(state));
+  SilentRoute* last = new SilentRoute(Existing(state));
   pending.sched->Insert(KEY, last);
   for (auto _ : state) {
     pending.sched->OnTimeout(0, nullptr);

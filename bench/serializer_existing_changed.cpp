@@ -3,39 +3,26 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/allocated_bytes.h"
-#include "stack/sms.h"
-#include "tarsel/address.h"
-#include "vantacore/mib_action.h"
+#include "tests/support/silent_items.h"
 #include "vantacore/serializer.h"
 
 namespace {
 
 using namespace Tarsel;
+using test_support::RowOid;
+using test_support::SilentAction;
 
 constexpr unsigned int BATCH = 500;
 
-class Nothing : public MibAction {
- public:
-  void IssueReq(bool) override {}
-};
-
-MibOid Row(unsigned int n) {
-  const Ip4Addr destination(20 + (n >> 24), (n >> 16) & 0xFF, (n >> 8) & 0xFF, n & 0xFF);
-  unsigned int subIds[SMS_OID_MAX];
-  const unsigned int count = sms_get_route_oid(subIds, 10, 1, destination.GetBytes(), 32,
-                                               Ip4Addr(10, 1, 2, 1).GetBytes(), 3);
-  return MibOid(subIds, count);
-}
-
 void Activate(Serializer& serializer, unsigned int first, unsigned int count) {
   for (unsigned int n = first; n < first + count; ++n) {
-    serializer.Insert(Row(n), new Nothing);
+    serializer.Insert(RowOid(n), new SilentAction);
   }
 }
 
 void Complete(Serializer& serializer, unsigned int first, unsigned int count) {
   for (unsigned int n = first; n < first + count; ++n) {
-    const MibOid row = Row(n);
+    const MibOid row = RowOid(n);
     serializer.RunPendingAction(const_cast<unsigned int*>(row.GetSubIds()), row.GetLength());
   }
 }
