@@ -1,0 +1,108 @@
+"""Checks that docs/operations.md knows every message of the log: messages_test.py ROOT.
+
+The tables of the document give, of each message that the library, the software routers and the daemon
+write, the level and the text as the code has it. The list of the daemon's own complaints gives texts with <...> for what varies; every piece of
+text that device/host builds a complaint from stands there, and no other.
+"""
+
+import ast
+import glob
+import os
+import re
+import sys
+
+LITERALS = r'(?:"(?:[^"\\]|\\.)*"\s*)+'
+TRACE = re.compile(r'\bTRACE\(\s*(?:(\d+)\s*,\s*)?(%s)([,)])' % LITERALS)
+ASSERTION = re.compile(r'\bOnAssert\(\s*(%s)' % LITERALS)
+OUTCOMES = re.compile(r'constexpr OutcomeTexts \w+ = \{(.*?)\};', re.S)
+LITERAL = re.compile(r'"(?:[^"\\]|\\.)*"')
+CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|Error|Explain)\(')
+ROW = re.compile(r'^\| (none|assertion|\d+) \| `([^`]*)` \| [^|]*\w[^|]* \| [^|]*\w[^|]* \|$', re.M)
+
+
+def joined(literals):
+    return ''.join(part[1:-1] for part in LITERAL.findall(literals))
+
+
+def read(path):
+    with open(path, encoding='utf-8') as file:
+        return file.read()
+
+
+FOLDERS = ('src/*', 'device/routers', 'device/host')
+
+
+def messages(root):
+    found = set()
+    calls = 0
+    paths = [path for folder in FOLDERS for path in glob.glob(os.path.join(root, folder, '*.cpp'))]
+    for path in sorted(paths):
+        text = read(path)
+        calls += len(re.findall(r'\b(?:TRACE|OnAssert)\(', text))
+        for level, literals, _ in TRACE.findall(text):
+            calls -= 1
+            message = joined(literals)
+            if message == '%s\\n':  # a complaint, which has its own list
+                continue
+            if message != '%s':
+                found.add((level or 'none', message))
+                continue
+            for table in OUTCOMES.findall(text):  # the texts of an answer's three outcomes
+                found.update((level, outcome[1:-1]) for outcome in LITERAL.findall(table))
+        for literals in ASSERTION.findall(text):
+            calls -= 1
+            found.add(('assertion', joined(literals)))
+    if calls != 0:
+        sys.exit('%d calls write a message that this test cannot read.' % calls)
+    return found
+
+
+def arguments(text, begin):
+    """What stands between the parenthesis at `begin` and its partner."""
+    depth = 0
+    for match in re.compile(r'"(?:[^"\\]|\\.)*"|[()]').finditer(text, begin):
+        depth += {'(': 1, ')': -1}.get(match.group(), 0)
+        if depth == 0:
+            return text[begin:match.end()]
+    return ''
+
+
+def complaints(root):
+    """The pieces that complaints are built from, and all texts of the folder."""
+    pieces, literals = set(), ''
+    for path in sorted(glob.glob(os.path.join(root, 'device', 'host', '*.cpp'))):
+        text = read(path).replace("'\"'", "' '")
+        for match in CALL.finditer(text):
+            pieces.update(joined(part) for part in LITERAL.findall(arguments(text, match.end() - 1)))
+        literals += ''.join(ast.literal_eval(part) + '\n' for part in LITERAL.findall(text))
+    return {piece.strip() for piece in pieces if len(re.findall('[a-z]', piece)) > 2
+            and ' ' in piece.strip()}, literals
+
+
+def main():
+    root = sys.argv[1]
+    document = read(os.path.join(root, 'docs', 'operations.md'))
+    code = messages(root)
+    rows = ROW.findall(document)
+    stated = set(rows)
+    errors = ['not in docs/operations.md: %s | %s' % message for message in sorted(code - stated)]
+    errors += ['not in the code: %s | %s' % message for message in sorted(stated - code)]
+    errors += ['stands twice: %s | %s' % row for row in sorted(stated) if rows.count(row) > 1]
+
+    section = re.search(r'^<!-- complaints -->\n(.*?)^<!-- end of complaints -->', document,
+                        re.M | re.S)
+    if not section or not code:
+        sys.exit('There is nothing to compare.')
+    spans = [' '.join(span.split()) for span in re.findall(r'`([^`]*)`', section.group(1))]
+    pieces, literals = complaints(root)
+    parts = [re.split(r'<[^>]*>', span) for span in spans]
+    errors += ['complaint not in docs/operations.md: ' + piece for piece in sorted(pieces)
+               if not any(piece.replace('\\n', '') in span for span in spans)]
+    errors += ['complaint not in the code: ' + part for span in parts for part in span
+               if len(re.findall('[a-z]', part)) > 2 and part.strip() not in literals]
+    print('\n'.join(errors + ['%d messages, %d pieces of complaints, %d errors'
+                              % (len(code), len(pieces), len(errors))]))
+    sys.exit(1 if errors else 0)
+
+
+main()
