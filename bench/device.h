@@ -12,6 +12,7 @@ namespace bench {
 test_support::Device& TheDevice();
 
 using test_support::EmptyDocument;
+using test_support::FullVlanDocument;
 using test_support::VlanDocument;
 
 }  // namespace bench

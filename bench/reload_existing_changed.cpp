@@ -50,10 +50,9 @@ void ReloadFirst(benchmark::State& state) {
   CountPerVlan(state);
 }
 
-void ReloadUnchanged(benchmark::State& state) {
+void Unchanged(benchmark::State& state, const std::string& text) {
   test_support::Device& device = bench::TheDevice();
-  const Tarsel::Options options(
-      ParseJson(bench::VlanDocument(static_cast<unsigned int>(state.range(0)))));
+  const Tarsel::Options options(ParseJson(text));
   Load(options);
   if (!device.Settle(LIMIT_MS)) state.SkipWithError("not answered");
   const std::uint64_t before = device.Control().CountOf(routing_stack::Call::kSmsActRtm) +
@@ -66,6 +65,14 @@ void ReloadUnchanged(benchmark::State& state) {
   }
   Empty(state);
   CountPerVlan(state);
+}
+
+void ReloadUnchanged(benchmark::State& state) {
+  Unchanged(state, bench::VlanDocument(static_cast<unsigned int>(state.range(0))));
+}
+
+void ReloadUnchangedFull(benchmark::State& state) {
+  Unchanged(state, bench::FullVlanDocument(static_cast<unsigned int>(state.range(0))));
 }
 
 void ReloadOneChanged(benchmark::State& state) {
@@ -95,6 +102,7 @@ void Sizes(benchmark::internal::Benchmark* benchmark) {
 BENCHMARK(ParseOnly)->Apply(Sizes);
 BENCHMARK(ReloadFirst)->Apply(Sizes);
 BENCHMARK(ReloadUnchanged)->Apply(Sizes);
+BENCHMARK(ReloadUnchangedFull)->Apply(Sizes);
 BENCHMARK(ReloadOneChanged)->Apply(Sizes);
 
 }  // namespace

@@ -10,6 +10,9 @@ namespace test_support {
 /// `changed`, when not 0, is a VLAN whose administrative distances differ.
 std::string VlanDocument(unsigned int vlans, unsigned int changed = 0);
 
+/// The same with one row in the list of each of a VLAN's seven routers.
+std::string FullVlanDocument(unsigned int vlans);
+
 /// The document without any VLAN: withdraws the file.
 std::string EmptyDocument();
 
