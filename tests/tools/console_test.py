@@ -1,6 +1,6 @@
 """Checks docs/console.md against the daemon: console_test.py DAEMON DOCUMENT EXAMPLE REPLIES [--update].
 
-A block ```console is one run of the daemon with the configuration folder EXAMPLE. A line "> WORDS" in it
+A block ```console is one run of the daemon with the configuration folder EXAMPLE. A line "$ WORDS" in it
 is a command, and what stands behind it, up to the next one, is what the command prints. The table of
 replies must be that of the header REPLIES. --update writes what the daemon prints into the document.
 """
@@ -57,7 +57,7 @@ def main():
 
     def check(match):
         nonlocal count
-        parts = re.split(r'^> (.*)\n', match.group(1), flags=re.M)
+        parts = re.split(r'^\$ (.*)\n', match.group(1), flags=re.M)
         commands, wanted = parts[1::2], parts[2::2]
         if parts[0] or not commands:
             errors.append('A block does not begin with a command:\n' + match.group(1))
@@ -66,11 +66,11 @@ def main():
         count += len(commands)
         for command, says, prints in zip(commands, wanted, outputs):
             if comparable(says) != comparable(prints):
-                errors.append('> %s\nThe document says:\n%s\nThe daemon prints:\n%s'
+                errors.append('$ %s\nThe document says:\n%s\nThe daemon prints:\n%s'
                               % (command, says, prints))
         bodies = ['\n'.join(line.rstrip() for line in output.strip('\n').split('\n'))
                   for output in outputs]
-        return '```console\n%s```' % ''.join('> %s\n%s' % (command, body and body + '\n')
+        return '```console\n%s```' % ''.join('$ %s\n%s' % (command, body and body + '\n')
                                              for command, body in zip(commands, bodies))
 
     updated = BLOCK.sub(check, text)
