@@ -37,8 +37,9 @@ int StackEvents(int events) {
   if (events < 0) {
     return EVENT_READ;  // the read tells the stack what is wrong
   }
-  return (events & UV_READABLE ? EVENT_READ : 0) | (events & UV_WRITABLE ? EVENT_WRITE : 0) |
-         (events & UV_PRIORITIZED ? EVENT_URGENT : 0);
+  return ((events & UV_READABLE) != 0 ? EVENT_READ : 0) |
+         ((events & UV_WRITABLE) != 0 ? EVENT_WRITE : 0) |
+         ((events & UV_PRIORITIZED) != 0 ? EVENT_URGENT : 0);
 }
 
 }  // namespace

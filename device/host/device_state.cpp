@@ -24,8 +24,8 @@ constexpr unsigned int TYPE_LOOPBACK = 24;
 unsigned int StatusOf(const Interface& interface) { return interface.up ? STATUS_UP : STATUS_DOWN; }
 
 DcInterfaceMgr::IntfType TypeOf(const Interface& interface) {
-  return static_cast<DcInterfaceMgr::IntfType>(interface.flags & FLAG_LOOPBACK ? TYPE_LOOPBACK
-                                                                               : TYPE_ETHERNET);
+  return static_cast<DcInterfaceMgr::IntfType>(
+      (interface.flags & FLAG_LOOPBACK) != 0 ? TYPE_LOOPBACK : TYPE_ETHERNET);
 }
 
 bool Contains(const std::vector<Tarsel::Ip6Prefix>& prefixes, const Tarsel::Ip6Prefix& prefix) {

@@ -42,7 +42,8 @@ char* WriteIp4(char (&buffer)[IP4_TEXT_SIZE], const void* address) {
 
 char* Ip4AddrToStr(char* buffer, const void* address) {
   char text[IP4_TEXT_SIZE];
-  std::memcpy(buffer, text, static_cast<std::size_t>(WriteIp4(text, address) - text) + 1);
+  const char* const end = WriteIp4(text, address);
+  std::memcpy(buffer, text, static_cast<std::size_t>(end - text) + 1);
   return buffer;
 }
 
