@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "tests/scenarios/events.h"
+#include "tests/scenarios/readers.h"
 #include "tests/support/device_fixture.h"
 
 namespace scenarios {
@@ -22,12 +23,17 @@ std::string ReadFile(const fs::path& path) {
   return text.str();
 }
 
-unsigned long ReadBudget(const fs::path& path) {
+void ReadAbout(const fs::path& path, Scenario& scenario) {
   std::istringstream lines(ReadFile(path));
+  bool hasBudget = false;
   for (std::string line; std::getline(lines, line);) {
-    if (line.rfind("budget: ", 0) == 0) return std::stoul(line.substr(8));
+    if (line.rfind("budget: ", 0) == 0) {
+      scenario.budget = std::stoul(line.substr(8));
+      hasBudget = true;
+    }
+    scenario.allMessages = scenario.allMessages || line == "messages: all";
   }
-  throw std::runtime_error(path.string() + ": there is no line \"budget: N\"");
+  if (!hasBudget) throw std::runtime_error(path.string() + ": there is no line \"budget: N\"");
 }
 
 bool IsStep(const std::string& file) {
@@ -56,9 +62,11 @@ unsigned long CountRequests(routing_stack::Control& control) {
   return count;
 }
 
-void ApplyStep(test_support::Device& device, const Step& step) {
+void ApplyStep(test_support::Device& device, const Step& step, std::ostream& out) {
   if (EndsWith(step.name, ".json")) {
-    device.Reload(step.text, step.name, TypeOf(step.name));
+    if (!ReadDocument(device, step.name, step.text, out)) {
+      device.Reload(step.text, step.name, TypeOf(step.name));
+    }
     return;
   }
   std::istringstream lines(step.text);
@@ -67,10 +75,10 @@ void ApplyStep(test_support::Device& device, const Step& step) {
   }
 }
 
-/// What an operator sees by default: messages up to level 1 and those without a level.
-void WriteMessages(std::ostream& out, const std::vector<std::string>& lines) {
+/// What an operator sees by default are messages up to level 1 and those without a level.
+void WriteMessages(std::ostream& out, const std::vector<std::string>& lines, bool all) {
   for (const std::string& line : lines) {
-    if (line.rfind("10:", 0) == 0 || line.rfind("5:", 0) == 0) continue;
+    if (!all && (line.rfind("10:", 0) == 0 || line.rfind("5:", 0) == 0)) continue;
     out << "message " << line;
   }
 }
@@ -89,7 +97,7 @@ std::vector<fs::path> Folders() {
 Scenario Load(const fs::path& folder) {
   Scenario scenario;
   scenario.folder = folder;
-  scenario.budget = ReadBudget(folder / "about.txt");
+  ReadAbout(folder / "about.txt", scenario);
   for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
     const std::string file = entry.path().filename().string();
     if (IsStep(file)) {
@@ -115,11 +123,11 @@ std::string Play(const Scenario& scenario, unsigned long& requests) {
   device.TakeCalls();
   traces.Take();
   for (const Step& step : scenario.steps) {
-    ApplyStep(device, step);
-    const bool settled = device.Settle();
     out << "=== " << step.file << "\n";
+    ApplyStep(device, step, out);
+    const bool settled = device.Settle();
     for (const std::string& call : device.TakeCalls()) out << "call " << call << "\n";
-    WriteMessages(out, traces.Take());
+    WriteMessages(out, traces.Take(), scenario.allMessages);
     for (const std::string& report : traces.TakeAssertions()) out << "assertion " << report << "\n";
     if (!settled) out << "not settled\n";
     out << "--- tables\n" << device.Dump();

@@ -17,6 +17,7 @@ struct Step {
 struct Scenario {
   std::filesystem::path folder;
   unsigned long budget = 0;
+  bool allMessages = false;
   std::vector<Step> steps;
   std::string expected;
 };

@@ -1,0 +1,187 @@
+#include "tests/scenarios/readers.h"
+
+#include <json/reader.h>
+
+#include <sstream>
+#include <stdexcept>
+
+#include "device/host/device_document.h"
+#include "device/host/device_state.h"
+#include "device/host/json_file.h"
+#include "device/host/vlan_document.h"
+#include "tests/support/device_fixture.h"
+#include "vantacore/cfg_items.h"
+#include "vantacore/config_parser.h"
+#include "vantacore/redistribution_profile.h"
+#include "vantacore/route_config.h"
+#include "vantacore/static_routes.h"
+
+namespace scenarios {
+namespace {
+
+using Tarsel::OptionsNode;
+
+bool BeginsWith(const std::string& text, const char* begin) { return text.rfind(begin, 0) == 0; }
+
+Json::Value Parsed(const std::string& name, const std::string& text) {
+  Json::Value value;
+  std::istringstream stream(text);
+  std::string problem;
+  if (!Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &problem)) {
+    throw std::runtime_error(name + ": " + problem);
+  }
+  return value;
+}
+
+// --- routes ---
+
+constexpr unsigned int IF_INDEX = 3;
+
+std::string Describe(const Tarsel::Ip4RouteConfig& route) {
+  return std::string(route.network.ToString().c_str()) + " " + route.netmask.ToString().c_str() +
+         " via " + route.gateway.ToString().c_str() + " of '" + route.interface.c_str() +
+         "' metric " + std::to_string(route.metric);
+}
+
+std::string Describe(const Tarsel::Ip6RouteConfig& route) {
+  return std::string(route.network.ToString().c_str()) + " /" +
+         std::to_string(route.prefix.GetLength()) + " via " + route.gateway.ToString().c_str() +
+         " of '" + route.interface.c_str() + "' metric " + std::to_string(route.metric);
+}
+
+void Add(const Tarsel::Ip4RouteConfig& route) {
+  Tarsel::AddRoute(route.vlan, route.network, route.netmask, route.gateway, IF_INDEX, route.metric,
+                   Tarsel::PATH_TYPE_STATIC, 1);
+}
+
+void Add(const Tarsel::Ip6RouteConfig& route) {
+  Tarsel::AddRoute(route.vlan, route.network, route.prefix, route.gateway, IF_INDEX, route.metric,
+                   Tarsel::PATH_TYPE_STATIC, 1);
+}
+
+template <class Route>
+class RouteReader : public Tarsel::ConfigParser {
+ public:
+  explicit RouteReader(std::ostream& out) : m_out(out) {}
+
+  int ParseVlanOptions(unsigned short vlan, const OptionsNode& group) override {
+    const auto end = group.end();
+    for (auto entry = group.begin(); entry != end; ++entry) {
+      Route route;
+      const bool good = route.ParseGroup(vlan, *entry);
+      m_out << "read " << vlan << " " << entry.GetName().c_str() << ": "
+            << (good ? "" : "refused, read so far: ") << Describe(route) << "\n";
+      if (good) Add(route);
+    }
+    return 1;
+  }
+
+ private:
+  std::ostream& m_out;
+};
+
+void ReadRoutes(const Tarsel::Options& document, std::ostream& out) {
+  const int status4 =
+      RouteReader<Tarsel::Ip4RouteConfig>(out).ParseOptions("STATIC_ROUTES", document);
+  out << "status " << status4 << "\n";
+  const int status6 =
+      RouteReader<Tarsel::Ip6RouteConfig>(out).ParseOptions("STATIC_ROUTES6", document);
+  out << "status " << status6 << "\n";
+}
+
+// --- profiles ---
+
+// Each entry is read into a profile whose flags are all off and into one whose flags are all on.
+void ReadProfiles(const Tarsel::Options& document, std::ostream& out) {
+  const OptionsNode entries = document.GetRootNode();
+  const auto end = entries.end();
+  for (auto entry = entries.begin(); entry != end; ++entry) {
+    Tarsel::RedistributionProfile off(false, false, false, false, false);
+    Tarsel::RedistributionProfile on;
+    const bool first = off.ParseOption(*entry);
+    const bool second = on.ParseOption(*entry);
+    if (first != second) throw std::runtime_error("one entry read in two ways");
+    out << "profile " << entry.GetName().c_str() << ": " << (first ? "there" : "absent");
+    for (const auto* profile : {&off, &on}) {
+      out << (profile == &off ? ", from off" : ", from on") << " static=" << profile->static_
+          << " connected=" << profile->connected << " bgp=" << profile->bgp
+          << " rip=" << profile->rip << " ospf=" << profile->ospf;
+    }
+    out << "\n";
+  }
+}
+
+// --- names of groups ---
+
+constexpr unsigned short CALLERS_VLAN = 77;
+
+void ReadNames(const Tarsel::Options& document, std::ostream& out) {
+  class Parser : public Tarsel::ConfigParser {
+    int ParseVlanOptions(unsigned short, const OptionsNode&) override { return 0; }
+  } parser;
+  const OptionsNode groups = document.GetRootNode();
+  const auto end = groups.end();
+  for (auto group = groups.begin(); group != end; ++group) {
+    for (const char* prefix : {"RIP", "OSPF"}) {
+      unsigned short vlan = CALLERS_VLAN;
+      const int taken = parser.GetVlanFromGroup(prefix, *group, &vlan);
+      out << "name " << group.GetName().c_str() << " for " << prefix << ": "
+          << (taken != 0 ? "taken" : "left") << ", VLAN " << vlan << "\n";
+    }
+  }
+}
+
+// --- what the host of the software device reads ---
+
+host::Report ReportTo(std::ostream& out) {
+  return [&out](const std::string& line) { out << "report " << line << "\n"; };
+}
+
+void ReadDevice(const std::string& name, const std::string& text, std::ostream& out) {
+  static host::DeviceState state;
+  const host::Report report = ReportTo(out);
+  Json::Value json;
+  if (!host::ParseJson(text, name, json, report)) {
+    out << "not applied\n";
+    return;
+  }
+  const host::DeviceDocument document = host::ReadDeviceDocument(json, name, report);
+  out << "default VLAN " << document.defaultVlan << "\n";
+  state.Apply(document, {10});
+}
+
+// The document is reduced to what the library can apply, and then handed to it.
+void ReadChecked(test_support::Device& device, const std::string& name, const std::string& text,
+                 std::ostream& out) {
+  const host::Report report = ReportTo(out);
+  Json::Value document;
+  host::VlanIds vlans;
+  if (host::ParseJson(text, name, document, report) &&
+      host::CheckVlanDocument(document, name, report, vlans)) {
+    device.Reload(document.toStyledString(), name);
+  } else {
+    out << "not applied\n";
+  }
+}
+
+}  // namespace
+
+bool ReadDocument(test_support::Device& device, const std::string& name, const std::string& text,
+                  std::ostream& out) {
+  if (BeginsWith(name, "routes")) {
+    ReadRoutes(Tarsel::Options(Parsed(name, text)), out);
+  } else if (BeginsWith(name, "profiles")) {
+    ReadProfiles(Tarsel::Options(Parsed(name, text)), out);
+  } else if (BeginsWith(name, "names")) {
+    ReadNames(Tarsel::Options(Parsed(name, text)), out);
+  } else if (BeginsWith(name, "device")) {
+    ReadDevice(name, text, out);
+  } else if (BeginsWith(name, "checked")) {
+    ReadChecked(device, name, text, out);
+  } else {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace scenarios
