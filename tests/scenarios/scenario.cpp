@@ -75,10 +75,18 @@ void ApplyStep(test_support::Device& device, const Step& step, std::ostream& out
   }
 }
 
+/// The stack's runs have their own messages, which say nothing about a document.
+bool IsAboutRuns(const std::string& line) {
+  return line.find("Rescheduling ") != std::string::npos ||
+         line.find("Scheduling Timer ") != std::string::npos ||
+         line.find("Scheduler Timer ") != std::string::npos;
+}
+
 /// What an operator sees by default are messages up to level 1 and those without a level.
 void WriteMessages(std::ostream& out, const std::vector<std::string>& lines, bool all) {
   for (const std::string& line : lines) {
     if (!all && (line.rfind("10:", 0) == 0 || line.rfind("5:", 0) == 0)) continue;
+    if (IsAboutRuns(line)) continue;
     out << "message " << line;
   }
 }
