@@ -75,6 +75,9 @@ void LibraryModel::SerializerRemove(const Oid& oid) {
     return;
   }
   if (!found->second.empty()) {
+    if (!found->second.front().issued) {
+      Count("a request is dropped before it was issued");
+    }
     found->second.pop_front();
     if (!found->second.empty()) {
       return;

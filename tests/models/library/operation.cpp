@@ -123,6 +123,12 @@ Json::Value DrawEntry(const Draw& draw, bool sparse) {
   return entry;
 }
 
+std::string ToText(const Json::Value& document) {
+  Json::StreamWriterBuilder writer;
+  writer["indentation"] = "";
+  return Json::writeString(writer, document);
+}
+
 std::string DrawDocument(const Draw& draw, bool isLarge) {
   Json::Value group(draw(3) == 0 ? Json::objectValue : Json::arrayValue);
   for (unsigned int count = draw(40) == 0 ? 0 : (isLarge ? 6 : 1) + draw(5); count > 0; --count) {
@@ -155,9 +161,7 @@ std::string DrawDocument(const Draw& draw, bool isLarge) {
   if (draw(60) != 0) {
     document["VLAN_CONFIGURATIONS"] = group;
   }
-  Json::StreamWriterBuilder writer;
-  writer["indentation"] = "";
-  return Json::writeString(writer, document);
+  return ToText(document);
 }
 
 Json::Value ParseJson(const std::string& text) {
@@ -166,6 +170,30 @@ Json::Value ParseJson(const std::string& text) {
   std::istringstream stream(text);
   Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &errors);
   return value;
+}
+
+// Every value that is left of `value` when one thing is taken out of it, however deep.
+std::vector<Json::Value> WithoutOne(const Json::Value& value) {
+  std::vector<Json::Value> smaller;
+  const auto members = value.isObject() ? value.getMemberNames() : Json::Value::Members();
+  const std::size_t count = value.isArray() ? value.size() : members.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto index = static_cast<Json::ArrayIndex>(i);
+    Json::Value without = value;
+    Json::Value removed;
+    if (value.isArray()) {
+      without.removeIndex(index, &removed);
+    } else {
+      without.removeMember(members[i], &removed);
+    }
+    smaller.push_back(without);
+    for (const Json::Value& child : WithoutOne(removed)) {
+      Json::Value with = value;
+      (value.isArray() ? with[index] : with[members[i]]) = child;
+      smaller.push_back(with);
+    }
+  }
+  return smaller;
 }
 
 std::string DrawWords(const Draw& draw, unsigned int command) {
@@ -411,6 +439,16 @@ std::vector<Operation> DrawBeginning(const Draw& draw) {
   std::vector<Operation> beginning;
   if (draw(5) != 0) {
     beginning.push_back({"stack-ready", {}, ""});
+  } else {
+    // Rows become busy, idle and busy again before the stack is up.
+    for (int i = 0; i < 12; ++i) {
+      const int index = 1 + DrawInt(draw, 3);
+      if (draw(2) == 0) {
+        beginning.push_back({"completion", {0, DrawInt(draw, 2), index - 1, 1}, ""});
+      } else {
+        beginning.push_back({"interface", {IF_UP, 0, index, 0, 0, 1}, ""});
+      }
+    }
   }
   if (draw(5) != 0) {
     beginning.push_back({"reload", {0, 0}, DrawDocument(draw, true)});
@@ -478,6 +516,11 @@ Operation DrawOperation(const Draw& draw) {
   if (kind < 817) {
     return {"refusing", {DrawInt(draw, 2)}, ""};
   }
+  if (kind < 820) {
+    return {"completion",
+            {DrawInt(draw, 3), DrawInt(draw, 2), DrawInt(draw, 240), DrawInt(draw, 4)},
+            ""};
+  }
   if (kind < 826) {
     return {"query", {DrawInt(draw, VLAN_COUNT), 1 + DrawInt(draw, 4), DrawInt(draw, 5)}, ""};
   }
@@ -488,6 +531,16 @@ Operation DrawOperation(const Draw& draw) {
 }
 
 }  // namespace
+
+std::vector<Operation> SmallerDocuments(const Operation& operation) {
+  std::vector<Operation> smaller;
+  if (operation.word == "reload") {
+    for (const Json::Value& document : WithoutOne(ParseJson(operation.text))) {
+      smaller.push_back({operation.word, operation.numbers, ToText(document)});
+    }
+  }
+  return smaller;
+}
 
 void Perform(const Operation& operation, Subject& subject, ScriptedStack& stack) {
   const DoubtfulNumbers n = {operation.numbers};
@@ -579,6 +632,14 @@ void Perform(const Operation& operation, Subject& subject, ScriptedStack& stack)
     subject.SetPrimary(Vlan(n[0]), NAMES[u(1) % 5]);
   } else if (word == "network") {
     subject.Network(static_cast<NetworkEvent>(u(0) % NET_EVENT_COUNT), Vlan(n[1]), u(2), u(3));
+  } else if (word == "completion") {
+    // Of a row that the stack was perhaps never asked for.
+    const unsigned int instance = Vlan(n[0]) | (n[1] != 0 ? 0x8000u : 0u);
+    const Route route = MakeRoute(n[0], n[2]);
+    subject.RunPendingAction(n[3] != 0 ? InterfaceOid(instance, 1 + u(2) % 3)
+                                       : RouteOid(route.vlan | (route.ipv6 ? 0x8000u : 0u),
+                                                  route.ipv6 ? 2 : 1, route.dest, route.prefixLen,
+                                                  route.nexthop, route.ifIndex));
   } else if (word == "one-sided") {
     // For the check of the checker: something that only one side does.
     if (!subject.IsModel()) {

@@ -29,6 +29,9 @@ using Draw = std::function<unsigned int(unsigned int below)>;
 std::vector<Operation> DrawBeginning(const Draw& draw);
 std::vector<Operation> DrawOperations(const Draw& draw);
 
+/// The operations that have a little less in their document, in no particular order.
+std::vector<Operation> SmallerDocuments(const Operation& operation);
+
 void Perform(const Operation& operation, Subject& subject, ScriptedStack& stack);
 
 }  // namespace library_model

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <sstream>
 
 #include "library_subject.h"
@@ -15,7 +16,8 @@ namespace library_model {
 
 namespace {
 
-constexpr unsigned int SECONDS_PER_LIST = 60;
+constexpr unsigned int SECONDS_PER_LIST = 10;
+constexpr std::time_t SECONDS_OF_SHRINKING = 120;
 // The model is quadratic: a list ends there. The operation that reaches it may go beyond.
 constexpr std::size_t LARGEST_POPULATION = 300;
 constexpr std::size_t LINES_AROUND = 6;
@@ -68,6 +70,26 @@ void PlayHere(const Operations& operations, Outcome& outcome) {
     }
     libraryLog.lines.clear();
     modelLog.lines.clear();
+  }
+}
+
+// Takes out of a document what the failure does not need.
+void ShrinkDocument(Operations& operations, std::size_t index, unsigned int& rounds) {
+  for (bool smaller = true; smaller;) {
+    smaller = false;
+    for (const Operation& candidate : SmallerDocuments(operations[index])) {
+      if (rounds == 0) {
+        return;
+      }
+      --rounds;
+      Operations fewer = operations;
+      fewer[index] = candidate;
+      if (!Play(fewer).equal) {
+        operations = fewer;
+        smaller = true;
+        break;
+      }
+    }
   }
 }
 
@@ -170,6 +192,7 @@ Outcome Play(const Operations& operations) {
 }
 
 Operations Shrink(Operations operations, unsigned int rounds) {
+  const std::time_t end = std::time(nullptr) + SECONDS_OF_SHRINKING;
   for (std::size_t chunk = (operations.size() + 1) / 2; chunk > 0;) {
     bool shorter = false;
     for (std::size_t from = 0; from < operations.size() && rounds > 0;) {
@@ -177,7 +200,7 @@ Operations Shrink(Operations operations, unsigned int rounds) {
       const std::size_t to = std::min(from + chunk, operations.size());
       fewer.insert(fewer.end(), operations.begin() + static_cast<std::ptrdiff_t>(to),
                    operations.end());
-      --rounds;
+      rounds = std::time(nullptr) < end ? rounds - 1 : 0;  // lists that hang take long
       if (!Play(fewer).equal) {
         operations = fewer;
         shorter = true;
@@ -189,6 +212,9 @@ Operations Shrink(Operations operations, unsigned int rounds) {
       break;
     }
     chunk = chunk > 1 ? chunk / 2 : 1;
+  }
+  for (std::size_t i = 0; i < operations.size(); ++i) {
+    ShrinkDocument(operations, i, rounds);
   }
   return operations;
 }
