@@ -31,10 +31,10 @@ void Start() {
     Tarsel::SetTraceLevel(0);
     Tarsel::SetTraceSink([](int, const std::string&) {});
     cI3Ready();
-    cSetRtmReady(VLAN);
     return started;
   }();
   (void)loop;
+  cSetRtmReady(VLAN);  // the documents of another benchmark may have taken it away
 }
 
 unsigned int Count(const benchmark::State& state) {
@@ -91,6 +91,9 @@ void RoutesParsed(benchmark::State& state) {
 void RouteMemory(benchmark::State& state) {
   Start();
   std::vector<RouteAnswer> answers = prepared_stack::RouteAnswers(VLAN, Count(state));
+  std::vector<RouteAnswer> first = prepared_stack::RouteAnswers(VLAN, 1);
+  AddRoutes(1);  // what the process keeps from its first route on is not the routes'
+  AnswerAll(first);
   double pending = 0;
   double inFlight = 0;
   for (auto _ : state) {
@@ -153,7 +156,6 @@ void RibRowsSkipped(benchmark::State& state) {
   }
   CountPer(state, "per_row", state.range(0));
   Load("{\"VLAN_CONFIGURATIONS\": {}}");
-  cSetRtmReady(VLAN);
 }
 
 void Sizes(benchmark::internal::Benchmark* benchmark) {
