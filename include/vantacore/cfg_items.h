@@ -10,14 +10,16 @@
 
 namespace Tarsel {
 
-/// Scheduler row types.
+/// Redistribution rules in the scheduler.
 constexpr std::uint32_t ROW_TYPE_REDISTRIBUTION = 0x3D000002;
+/// Static routes in the scheduler.
 constexpr std::uint32_t ROW_TYPE_STATIC_ROUTE = 0x3D000003;
 
 /// The path type of a static route.
 constexpr std::int32_t PATH_TYPE_STATIC = 0x30000;
-/// Destination protocol codes that are told apart; every other destination is BGP.
+/// RIP as a destination of redistribution. RIP and OSPF are told apart; any other code is BGP.
 constexpr std::int32_t PROTOCOL_CODE_RIP = 0x80000;
+/// OSPF as a destination.
 constexpr std::int32_t PROTOCOL_CODE_OSPF = 0xD0000;
 
 /// One static route of one VLAN. It waits until the RTM instance of its own address family is ready.

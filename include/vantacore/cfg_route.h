@@ -14,15 +14,20 @@ class DcConsole;
 
 /// One static route. A plain value; a default one is all zero.
 struct VANTACORE_API CfgRouteEntry {
-  std::int32_t type = 0;               // 1 IPv4, anything else IPv6
-  unsigned char destination[16] = {};  // the first 4 bytes for IPv4
-  unsigned char gateway[16] = {};      // likewise
+  std::int32_t type = 0;               ///< 1 IPv4, anything else IPv6
+  unsigned char destination[16] = {};  ///< the first 4 bytes for IPv4
+  unsigned char gateway[16] = {};      ///< likewise
+  /// Number of leading bits, 0 to 32 or 128; not checked.
   std::uint32_t prefixLen = 0;
+  /// The outgoing interface, 0 for none.
   std::uint32_t ifIndex = 0;
-  std::uint16_t metric = 0;  // printed as "Cost"
-  std::uint16_t other = 0;   // stored and copied only
+  std::uint16_t metric = 0;  ///< printed as "Cost"
+  std::uint16_t other = 0;   ///< stored and copied only
+  /// The stack's kind of path: PATH_TYPE_STATIC or another.
   std::int32_t pathType = 0;
+  /// 1 active, 6 destroy.
   std::int32_t rowStatus = 0;
+  /// 1 up, 2 down.
   std::int32_t adminStatus = 0;
 
   /// The significant bytes of an address of this entry's family: 4 or 16.
@@ -35,6 +40,7 @@ struct VANTACORE_API CfgRouteEntry {
 /// libraries of the device; nothing inside this library creates one.
 class VANTACORE_API CfgRoute {
  public:
+  /// An empty table for a VLAN.
   explicit CfgRoute(unsigned short vlan);
   ~CfgRoute();
   CfgRoute(const CfgRoute&) = delete;

@@ -17,12 +17,13 @@ struct CfgNode;
 
 /// Names a bucket of items.
 struct VANTACORE_API CfgKey {
-  std::uint32_t instance;  // the VLAN, or the protocol instance, of the items
-  std::uint32_t rowType;   // 0x3D000003 static routes, 0x3D000002 redistribution rules
+  std::uint32_t instance;  ///< the VLAN, or the protocol instance, of the items
+  std::uint32_t rowType;   ///< 0x3D000003 static routes, 0x3D000002 redistribution rules
 };
 
 /// Orders keys by instance, then by row type.
 struct VANTACORE_API CfgKeyCompare {
+  /// Whether `a` comes before `b`.
   bool operator()(const CfgKey& a, const CfgKey& b) const;
 };
 
@@ -30,9 +31,10 @@ struct VANTACORE_API CfgKeyCompare {
 /// New; the scheduler owns it from Insert on. The order of the virtual operations is fixed.
 class VANTACORE_API CfgItem {
  public:
+  /// How far an item has come. Other values are legal and shown as "Invalid".
   enum ACTION_ITEM_STATE : int {
-    NEW = 0,    // waiting to be sent
-    ISSUED = 1  // handed to the serializer and not answered yet
+    NEW = 0,    ///< waiting to be sent
+    ISSUED = 1  ///< handed to the serializer and not answered yet
   };
 
   CfgItem();
@@ -58,16 +60,21 @@ class VANTACORE_API CfgItem {
   virtual bool Replace(void* existing);
   /// Whether the item is to be dropped when its turn comes and it is not ready. The base: no.
   virtual bool RemoveOnNotReady() const;
+  /// Sets the state; the scheduler does so when an answer asks for a retry, Send when it has queued
+  /// the request.
   virtual void SetActionState(ACTION_ITEM_STATE state);
+  /// Stores the low 32 bits of the stack's last answer.
   virtual void SetReasonCode(unsigned long code);
   /// Whether an issued item concerns (a, b). The base: no.
   virtual bool IsInFlight(unsigned int a, unsigned int b) const;
 
+  /// The state, New at first.
   ACTION_ITEM_STATE GetActionState() const { return m_actionState; }
   /// The last status that the stack reported, 0 until then.
   std::uint32_t GetReasonCode() const { return m_reasonCode; }
   /// Counted retries.
   std::uint32_t GetRetryCount() const { return m_retryCount; }
+  /// Set by the scheduler: one more with each answer that is no success, 0 by Reset.
   void SetRetryCount(std::uint32_t count) { m_retryCount = count; }
   /// "New", "Issued", or "Invalid" for any other value.
   static const char* StateText(ACTION_ITEM_STATE state);
@@ -105,6 +112,7 @@ class VANTACORE_API CfgSched : public PeriodicTimer {
 
   /// 1 when the bucket holds an issued item whose IsInFlight(a, b) answers true, else 0.
   int RouteMapInFlight(CfgKey key, unsigned int a, unsigned int b);
+  /// The same question under another name.
   int AggrAddrInFlight(CfgKey key, unsigned int a, unsigned int b);
 
   /// Every item, in bucket and list order.

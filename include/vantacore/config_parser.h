@@ -16,7 +16,9 @@ namespace Tarsel {
 VANTACORE_API int ParseAddress(Ip4Addr& addr, const char* text);
 /// The same, or "dynamic" in any letter case, which succeeds and leaves `addr` alone.
 VANTACORE_API int ParseAddressDynamic(Ip4Addr& addr, const char* text);
+/// IPv6 text.
 VANTACORE_API int ParseIp6Address(Ip6Addr& addr, const char* text);
+/// The same, or "dynamic" in any letter case, which succeeds and leaves `addr` alone.
 VANTACORE_API int ParseIp6AddressDynamic(Ip6Addr& addr, const char* text);
 /// Address and length as separate texts.
 VANTACORE_API int ParseIp6Prefix(Ip6Prefix& prefix, const char* address, const char* length);
@@ -33,9 +35,11 @@ VANTACORE_API int ParseRange(unsigned int* low, unsigned int* high, const char* 
 VANTACORE_API char* Ip4AddrToStr(char* buffer, const void* address);
 /// Sixteen bytes as IPv6 text into `buffer` (48 bytes), which is returned.
 VANTACORE_API char* Ip6AddrToStr(char* buffer, const void* address);
-/// The word as it lies in memory.
+/// Dotted decimal of the word as it lies in memory.
 VANTACORE_API string FormatIp4Addr(unsigned int address);
+/// Four bytes in memory order.
 VANTACORE_API string FormatIp4Addr(const void* address);
+/// Sixteen bytes in memory order.
 VANTACORE_API string FormatIp6Addr(const void* address);
 
 /// Walks the per-VLAN list of a document. The order of the virtual operations is fixed.

@@ -24,20 +24,25 @@ class VANTACORE_API DcConsoleCommand {
   /// empty word. Names are borrowed for the life of the option.
   class VANTACORE_API ConsoleCommandOption {
    public:
+    /// `name` is the word in full, as it stands in the table.
     explicit ConsoleCommandOption(const char* name) : m_name(name) {}
     virtual ~ConsoleCommandOption();
     /// False when the words at this place are wrong; consumed words are passed over in argc, argv.
     virtual bool Parse(DcConsoleCommand& cmd, int& argc, char**& argv) const = 0;
 
    protected:
+    /// Whether there is a word (`argc` above 0) and the first one begins the name, letter case
+    /// ignored. An empty word matches.
     bool Matches(int argc, char** argv) const;
 
+    /// The word in full; borrowed.
     const char* m_name;
   };
 
   /// A keyword alone. Never fails.
   class VANTACORE_API ConsoleCommandFlagOption : public ConsoleCommandOption {
    public:
+    /// Called with the command when the keyword was given.
     typedef void (*Handler)(DcConsoleCommand& cmd);
 
     /// `handler` may be null.
@@ -51,8 +56,12 @@ class VANTACORE_API DcConsoleCommand {
   /// A keyword and a value. Without a handler no value is taken.
   class VANTACORE_API ConsoleCommandValueOption : public ConsoleCommandOption {
    public:
+    /// Called with the command and the word behind the keyword, which is valid during the call.
+    /// False refuses the value, and with it the command.
     typedef bool (*Handler)(DcConsoleCommand& cmd, const char* value);
 
+    /// With `mandatory`, words without the keyword are wrong; else the option may be left out.
+    /// `handler` may be null.
     ConsoleCommandValueOption(const char* name, bool mandatory, Handler handler);
     bool Parse(DcConsoleCommand& cmd, int& argc, char**& argv) const override;
 
@@ -63,6 +72,7 @@ class VANTACORE_API DcConsoleCommand {
 
   /// Takes ownership of `console`; the texts are borrowed. The VLAN is m_default_vlan.
   DcConsoleCommand(DcConsole* console, const char* usage, const char* description);
+  /// The same for a given VLAN.
   DcConsoleCommand(DcConsole* console, unsigned short vlan, const char* usage,
                    const char* description);
   DcConsoleCommand(const DcConsoleCommand&) = delete;
@@ -86,6 +96,7 @@ class VANTACORE_API DcConsoleCommand {
 
   /// Sets the VLAN from a number, cut to 16 bits; complains and answers false when it is none.
   bool ParseVlan(const char* text);
+  /// The same as a handler of an option.
   static bool ParseVlan(DcConsoleCommand& cmd, const char* text);
   /// Family 1 is IPv4, any other IPv6.
   static bool DclAddrFromString(int family, DclIpAddress& addr, const char* text);
@@ -101,12 +112,20 @@ class VANTACORE_API DcConsoleCommand {
 
   // Texts. Each helper has one static buffer, overwritten by its next call.
 
+  /// "Up" for 1, "Down" for 2 to 5, DclUnknownStr for any other status.
   static const char* OperStatusStr(int status);
+  /// "Yes" for 1, "No" for 2, DclUnknownStr for any other value.
   static const char* AmbBoolYesNoStr(int value);
+  /// Four address bytes in network order as dotted decimal.
   static const char* DcIp4ToIp4Str(const unsigned char* addr);
+  /// Four address bytes and a prefix length, as in "10.1.0.0/16". The length is printed as it is.
   static const char* ToIp4PrefixStr(const unsigned char* addr, unsigned int len);
+  /// Sixteen address bytes in network order as IPv6 text.
   static const char* ToIp6Str(const unsigned char* addr);
+  /// Sixteen address bytes and a prefix length, as in "2001:db8::/32". The length is printed as it
+  /// is.
   static const char* ToIp6PrefixStr(const unsigned char* addr, unsigned int len);
+  /// Whether the four bytes, in network order, are the address.
   static bool IsEqual(const Ip4Addr& a, const unsigned char* bytes);
   /// Weeks and days, or hh:mm:ss below one day.
   static string DclTimerIntervalString(unsigned int seconds);
@@ -123,10 +142,14 @@ class VANTACORE_API DcConsoleCommand {
   static const ConsoleCommandValueOption vlan_option;
 
  protected:
+  /// Owned; deleted with the command.
   DcConsole* m_console;
-  unsigned short m_mark;  // the subclasses' own, 0 at first
+  unsigned short m_mark;  ///< the subclasses' own, 0 at first
+  /// The VLAN that the command is about.
   unsigned short m_vlan;
+  /// The line behind "Usage: "; borrowed.
   const char* m_usage;
+  /// One line for a help; borrowed.
   const char* m_description;
 
  private:

@@ -19,6 +19,7 @@ class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
  public:
   /// The VLAN is m_default_vlan in the first form.
   DcInterfaceConsoleCommand(DcConsole* console, bool ipv6);
+  /// The same for a given VLAN.
   DcInterfaceConsoleCommand(DcConsole* console, unsigned short vlan, bool ipv6);
   ~DcInterfaceConsoleCommand() override;
 
@@ -26,11 +27,14 @@ class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
   bool Parse(int argc, char** argv) override;
   unsigned int Display(unsigned int context, unsigned int result, const void* row) override;
 
+  /// A response of the first walk: keeps the interface, or begins the second walk at the end.
   unsigned int HandleEiEntry(unsigned int context, unsigned int result, const void* row);
+  /// A response of the second walk: keeps the address, or prints the table at the end.
   unsigned int HandleEaEntry(unsigned int context, unsigned int result, const void* row);
   /// Starts the second walk; with a stack that answers at once the command is gone afterwards.
   void SwitchToEaEntries();
 
+  /// What the letters of the column of flags mean; stands above the table.
   static string GetIfFlagHelpStr();
   /// The letters of the row's flags.
   static string GetIfFlagsStr(const amb_stubs_i3_ei* row);

@@ -30,6 +30,7 @@ class VANTACORE_API DcInterfaceMgr {
   static DcInterfaceMgr* GetInstance();
   /// The default interface is stored and handed back only.
   void Initialize(unsigned int defaultInterface);
+  /// The default interface as last given to Initialize, 0 before.
   unsigned int GetDefaultInterface() const;
 
   // --- interface events ---
@@ -41,7 +42,10 @@ class VANTACORE_API DcInterfaceMgr {
                     unsigned int flags, unsigned int extra, unsigned int status);
   /// `name` serves the stack's row only.
   void RemoveInterface(unsigned short vlan, unsigned int ifIndex, const char* name);
+  /// The interface has come up: stores that, and queues the rows of both instances. An unknown
+  /// interface's rows are queued all the same. `name` serves the stack's rows only.
   void SetInterfaceUp(unsigned short vlan, unsigned int ifIndex, const char* name);
+  /// The interface has gone down; otherwise like SetInterfaceUp.
   void SetInterfaceDown(unsigned short vlan, unsigned int ifIndex, const char* name);
   /// Queues the interface's rows for both instances of the VLAN; the record is not touched.
   void SetInterfaceStatus(unsigned short vlan, unsigned int ifIndex, const char* name,
@@ -69,6 +73,7 @@ class VANTACORE_API DcInterfaceMgr {
   /// Only a stored prefix of length 128 is ever removed.
   void DeleteIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip6Addr& addr,
                        unsigned int prefixLen);
+  /// Queues the address's row; the record is not touched.
   void UpdateIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip6Addr& addr,
                        unsigned int prefixLen, unsigned int rowStatus);
 
@@ -80,6 +85,8 @@ class VANTACORE_API DcInterfaceMgr {
   bool GetIfIpAddr(unsigned short vlan, const char* name, Ip4Addr& addr);
   /// "lo" for an unregistered interface. Valid while the interface is registered.
   const char* GetIfName(unsigned short vlan, unsigned int ifIndex);
+  /// By the name index, which is one for all VLANs. False, `ifIndex` untouched, for a name that is
+  /// not registered.
   bool GetIfIndex(const char* name, unsigned int& ifIndex);
   /// The type of an interface of VLAN 1; 0 for any other.
   IntfType GetIfType(const char* name);
@@ -108,14 +115,18 @@ class VANTACORE_API DcInterfaceMgr {
 /// The record of one interface. Its name and type are those of its first registration.
 class VANTACORE_API IpInterface {
  public:
+  /// What tells interfaces apart.
   struct VANTACORE_API Key {
+    /// The VLAN that the interface is on.
     unsigned short vlan;
+    /// The interface's number within its VLAN.
     std::uint32_t ifIndex;
 
     /// Orders by VLAN, then by interface index; names play no part.
     static bool NameCompare(const Key& a, const Key& b);
   };
 
+  /// Prefixes of an interface.
   typedef std::unordered_set<Ip6Prefix, std::size_t (*)(const Ip6Prefix&)> PrefixSet;
 
   /// The first four address bytes as one native word.
@@ -124,13 +135,19 @@ class VANTACORE_API IpInterface {
   /// Down, without addresses.
   IpInterface(const Key& key_, const char* name_, DcInterfaceMgr::IntfType type_);
 
+  /// VLAN and index.
   Key key;
-  std::uint32_t ifIndex;  // the key's once more; nothing reads it
+  std::uint32_t ifIndex;  ///< the key's once more; nothing reads it
+  /// The name of the first registration.
   string name;
+  /// The type of the first registration.
   DcInterfaceMgr::IntfType type;
-  std::uint32_t status;  // 1 up, 2 down
+  std::uint32_t status;  ///< 1 up, 2 down
+  /// 0.0.0.0 while there is none.
   Ip4Addr address;
+  /// The mask that came with the address.
   Ip4Addr mask;
+  /// The stored IPv6 prefixes.
   PrefixSet prefixes;
 };
 

@@ -15,6 +15,7 @@ namespace Tarsel {
 /// 0.0.0.0).
 class VANTACORE_API DcOspfRouterBase : public DcRouterBase {
  public:
+  /// As DcRouterBase; the area table is empty.
   DcOspfRouterBase(const string& name, unsigned short vlan, DcProtoConfigBase* config);
   ~DcOspfRouterBase() override;
 
@@ -24,19 +25,31 @@ class VANTACORE_API DcOspfRouterBase : public DcRouterBase {
   virtual unsigned int GetInstanceId() const = 0;
   /// An area's row has come to, or gone from, the stack.
   virtual void ActivateArea(unsigned int areaId) = 0;
+  /// The area's row has gone from the stack.
   virtual void DeactivateArea(unsigned int areaId) = 0;
+  /// Whether the area's row is in the stack; false for an unknown area.
   virtual bool IsAreaActive(unsigned int areaId) const = 0;
+  /// An interface takes part in the area; an unknown area begins.
   virtual void AddAreaInterface(unsigned int areaId, unsigned int ifIndex) = 0;
+  /// An interface takes part no longer.
   virtual void RemoveAreaInterface(unsigned int areaId, unsigned int ifIndex) = 0;
+  /// The router id, 0 for none.
   virtual void SetRouterId(unsigned int routerId) = 0;
+  /// The router id as last set, 0 before.
   virtual unsigned int GetRouterId() const = 0;
+  /// Whether the protocol is to run.
   virtual void SetAdminStatus(bool up) = 0;
+  /// The same as last set.
   virtual bool GetAdminStatus() const = 0;
+  /// The bandwidth from which interface costs are derived, in Mbit/s.
   virtual void SetReferenceBandwidth(unsigned int megabitsPerSecond) = 0;
+  /// A passive interface is announced and has no neighbours.
   virtual void SetPassiveInterface(unsigned int ifIndex, bool passive) = 0;
+  /// Prints the areas and their interfaces; the console stays the caller's.
   virtual void DisplayAreas(DcConsole* console) const = 0;
 
  protected:
+  /// By area id.
   std::map<unsigned int, OspfAreaCB> m_areas;
 };
 

@@ -35,13 +35,17 @@ class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
   /// 0 gone, 1 present and not ready; any other value is present and ready.
   enum IfStatus : int { IF_GONE = 0, IF_NOT_READY = 1, IF_READY = 2 };
 
+  /// Whether any source enables the protocol.
   virtual bool IsEnabled() = 0;
   /// Shows the configuration on a console. For the protocol's own console handler.
   virtual void Display(DcConsole* console) = 0;
+  /// Whether the protocol can take rows now.
   virtual bool IsReady() = 0;
+  /// Whether it can take rows of the interface now.
   virtual bool IsReady(unsigned int ifIndex) = 0;
   /// `status` is the stack's operational status: 1 up, 2 down.
   virtual void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) = 0;
+  /// The interface's IPv4 address has changed; 0.0.0.0 is none.
   virtual void ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& address) = 0;
 };
 
@@ -49,6 +53,7 @@ class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
 /// without touching the stack.
 class VANTACORE_API DcConfigLists {
  public:
+  /// Without lists. `name` and `type` are those of the source.
   DcConfigLists(const string& name, DclConfigObject::OptionType type);
   DcConfigLists(const DcConfigLists&) = delete;
   DcConfigLists& operator=(const DcConfigLists&) = delete;
@@ -59,8 +64,11 @@ class VANTACORE_API DcConfigLists {
   void AddList(DCLConfigList* list) {
     if (list != nullptr) lists.push_back(list);
   }
+  /// The lists in the order in which they were added; owned by this object.
   const std::vector<DCLConfigList*>& GetLists() const { return lists; }
+  /// The source's name.
   const string& GetName() const { return name; }
+  /// The source's kind.
   DclConfigObject::OptionType GetType() const { return type; }
 
  private:
@@ -98,11 +106,18 @@ class VANTACORE_API DcRouterBase {
   DcProtoInterfaceBase* GetInterface() const;
   /// Stored for routers without an interface protocol's configuration, whose status it is.
   void SetStatus(DcProtoInterfaceBase::ConfigStatus newStatus);
+  /// What the interface protocol's configuration says; without one, whether the stored status is
+  /// not DISABLED.
   bool IsEnabled() const;
+  /// What the interface protocol's configuration says; without one, whether the stored status is
+  /// READY.
   bool IsReady() const;
   /// Whether the interface is known through SetInterfaceStatus.
   bool IsEnabled(unsigned int ifIndex) const;
+  /// What the interface protocol's configuration says; without one, whether the interface is known
+  /// and not IF_NOT_READY.
   bool IsReady(unsigned int ifIndex) const;
+  /// Stores what the host says of the interface; IF_GONE forgets it.
   void SetInterfaceStatus(unsigned int ifIndex, DcProtoInterfaceBase::IfStatus newStatus);
   /// Tells the protocol configuration, then every list. Ignored without an interface protocol.
   void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int newStatus);
@@ -112,7 +127,9 @@ class VANTACORE_API DcRouterBase {
   /// Four address bytes as dotted decimal.
   string FormatIpv4Addr(const void* address) const;
 
+  /// The VLAN that the router is of.
   unsigned short GetVlan() const { return vlan; }
+  /// The protocol's name, as in OSPF.
   const string& GetName() const { return name; }
   /// "NAME:VLAN", as in OSPF:12.
   const string& GetDisplayName() const { return displayName; }
@@ -121,15 +138,21 @@ class VANTACORE_API DcRouterBase {
 
   /// Store the host's interfaces, borrowed for the life of the process.
   static void Initialize(DcIpInterface* ipInterface);
+  /// The host's event loop for the stack's descriptors; borrowed.
   static void SocketInitialize(DcSckInterface* sckInterface);
+  /// The host's interfaces, or null before Initialize.
   static DcIpInterface* GetIpInterface() { return m_ip_interface; }
   /// Descriptors on the host's event loop; dropped while there is no socket interface.
   static void SetSckDescriptor(int fd, int mode, int id);
+  /// Ends the registration of `fd` under the stack's `id`.
   static void RemoveSckDescriptor(int fd, int id);
+  /// Another mode for a registered descriptor.
   static void ChangeWorkMask(int fd, int mode);
 
  protected:
+  /// Borrowed; null at first.
   static DcIpInterface* m_ip_interface;
+  /// Borrowed; null at first.
   static DcSckInterface* m_sck_interface;
 
  private:

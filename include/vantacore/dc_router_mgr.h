@@ -23,12 +23,16 @@ class DcRouterBase;
 /// A console handler and its line in the help. `argv[0]` is the word under which it is registered;
 /// the context is the host's.
 struct VANTACORE_API DcRouterCmdHandler {
+  /// Carries out a command. The words are valid, and may be changed, during the call.
   typedef void (*Handler)(void* context, DcConsole* console, int argc, char** argv);
 
+  /// Copies the description.
   DcRouterCmdHandler(Handler handler_, const char* description_)
       : handler(handler_), description(description_) {}
 
+  /// What carries out the command.
   Handler handler;
+  /// Its line in the help.
   string description;
 };
 
@@ -47,20 +51,25 @@ class VANTACORE_API DcRouterMgr {
     PROTOCOL_IGMP = 5,
     PROTOCOL_MLD = 6
   };
+  /// How many protocols there are.
   static constexpr int PROTOCOL_COUNT = 7;
 
   /// One VLAN. The manager owns the record and the routers.
   struct VlanRouters {
-    std::set<string> configFiles;  // the documents that configure the VLAN
+    std::set<string> configFiles;  ///< the documents that configure the VLAN
+    /// One of each type; a null stands for one that is being deleted.
     std::multimap<ProtocolType, DcRouterBase*> routers;
   };
+  /// VLANs by id.
   typedef std::map<unsigned short, VlanRouters*> VlanMap;
+  /// Handlers by their word.
   typedef std::map<string, DcRouterCmdHandler> CmdHandlers;
 
   /// A visitor of routers; its result is not looked at.
   class VANTACORE_API DcRouterIteratorFunc {
    public:
     virtual ~DcRouterIteratorFunc();
+    /// Called once for each router, which stays the manager's.
     virtual void Invoke(DcRouterBase* router) = 0;
   };
 
@@ -71,6 +80,7 @@ class VANTACORE_API DcRouterMgr {
   /// One-time start-up with the default VLAN: hands `ipIf` (borrowed for the life of the process) to
   /// the routers and starts the stack.
   void Initialize(unsigned short vid, DcIpInterface* ipIf);
+  /// Changes the default VLAN that GetVlanId answers, and nothing else.
   void SetVlanId(unsigned short vid) { m_vlanId = vid; }
   /// The default VLAN, 0 before Initialize.
   unsigned short GetVlanId() const { return m_vlanId; }
@@ -95,6 +105,7 @@ class VANTACORE_API DcRouterMgr {
   /// Deletes the RTM instances, then the routers. Requests of the VLAN that are still pending stay
   /// where they are.
   void DeleteVlan(unsigned short vid);
+  /// The VLANs, in ascending order. Valid for the life of the manager; changed by documents.
   const VlanMap& GetVlans() const { return m_vlans; }
   /// The VLAN's router, or null.
   DcRouterBase* GetDcRouterByVID(unsigned short vid, ProtocolType type);
@@ -122,14 +133,20 @@ class VANTACORE_API DcRouterMgr {
   void SckInterfaceInitialize(DcSckInterface* sck);
   /// The pointer is not kept.
   void QuorpInterfaceInitialize(DcQuorpInterface* peer);
+  /// The stack registers a descriptor under its own `id`; dropped while there is no event loop.
   void SetFiledescriptors(int fd, int id, int mode);
+  /// The stack ends that registration.
   void RemoveFiledescriptors(int fd, int id);
+  /// The stack wants other events of a registered descriptor.
   void ChangeMask(int fd, int mode);
   /// A registered descriptor is ready: runs the stack's handler.
   void SocketCallback(int fd, int events);
   /// The stack's tracing. `filter` is handed to the stack as it is.
   void TripsControl(bool on);
+  /// Sets a filter of the stack's tracing: `value` 1 type in, 2 type out, 5 process in, 6 process
+  /// out. The stack takes a writable text.
   void SetIPSFilter(char* filter, unsigned short value);
+  /// Whether the stack traces, as last switched by TripsControl.
   bool GetIPSTracing() const;
   /// A BGP console action for the VLAN (low 16 bits of `vid`); nothing without a BGP router.
   void BgpPeerAct(unsigned int vid, int argc, char** argv);
@@ -140,25 +157,33 @@ class VANTACORE_API DcRouterMgr {
   /// stays. The description is copied.
   void AddIp4RouterCmdHandler(const char* name, DcRouterCmdHandler::Handler handler,
                               const char* description);
+  /// The same for the `ip6` tree.
   void AddIp6RouterCmdHandler(const char* name, DcRouterCmdHandler::Handler handler,
                               const char* description);
+  /// The words of the `ip` tree.
   const CmdHandlers& GetIp4ConCmdHandlers() const { return m_ip4CmdHandlers; }
+  /// The words of the `ip6` tree.
   const CmdHandlers& GetIp6ConCmdHandlers() const { return m_ip6CmdHandlers; }
 
   /// The handlers of `ip protocol` and `ip6 protocol`. Afterwards the console belongs to a running
   /// command (DcConsoleCommand::Owns), has been deleted, or is still the caller's.
   static void ConCmdIp4Rtm(void* context, DcConsole* console, int argc, char** argv);
+  /// The handler of `ip6 protocol`; the same holds for its console.
   static void ConCmdIp6Rtm(void* context, DcConsole* console, int argc, char** argv);
   /// Print the summary and delete the console.
   void ConCmdIp4RtmSummary(DcConsole* console);
+  /// The same for the IPv6 protocols.
   void ConCmdIp6RtmSummary(DcConsole* console);
   /// The `ips` command; `argv` begins after that word. The console stays the caller's.
   void ConCmdIpsTrace(DcConsole* console, int argc, char** argv);
 
   // --- engines ---
 
+  /// The timer that runs the stack; lives as long as the manager.
   DcScheduler& GetScheduler() { return m_scheduler; }
+  /// The configuration scheduler; lives as long as the manager.
   CfgSched& GetCfgSched() { return m_cfgSched; }
+  /// The request serializer; lives as long as the manager.
   Serializer& GetSerializer() { return m_serializer; }
 
  protected:

@@ -22,21 +22,31 @@ class VANTACORE_API DcRtmMgr {
   static constexpr unsigned short IP6_INSTANCE_BIT = 0x8000;
   /// IP protocol numbers select the family throughout.
   static constexpr int PROTO_IPV4 = 0;
+  /// The IP protocol number of IPv6.
   static constexpr int PROTO_IPV6 = 41;
   /// The class label of traces.
   static const char* const __class__;  // NOLINT(bugprone-reserved-identifier): a published name
 
   /// The settings of one instance.
   struct RTMData {
-    bool ready = false;  // set by the stack only
+    bool ready = false;  ///< set by the stack only
+    /// The stack's timer for a routing protocol that has died; handed over as it is.
     std::uint32_t dead_rpm_timer = 60;
+    /// Administrative distance of OSPFv2's routes inside of its areas.
     std::uint32_t ospfv2_internal = 40;
+    /// The same of OSPFv3.
     std::uint32_t ospfv3_internal = 40;
+    /// Administrative distance of routes that OSPFv2 has from elsewhere.
     std::uint32_t ospfv2_external = 110;
+    /// The same of OSPFv3.
     std::uint32_t ospfv3_external = 110;
+    /// Administrative distance of RIPv2's routes.
     std::uint32_t ripv2 = 120;
+    /// Administrative distance of RIPng's routes.
     std::uint32_t ripng = 120;
+    /// Administrative distance of BGP routes of other autonomous systems.
     std::uint32_t ebgp = 200;
+    /// Administrative distance of BGP routes of the own one.
     std::uint32_t ibgp = 20;
   };
 
@@ -63,6 +73,7 @@ class VANTACORE_API DcRtmMgr {
   /// Sends the instance's row unless its settings are unchanged. Any protocol but PROTO_IPV4 gives
   /// the row the IPv6 distances. Always true.
   bool CreateRTMInstance(unsigned short vlan, int proto, RTMData const& data);
+  /// Sends the destruction of one instance and forgets its record, known or not.
   void DeleteRTMInstance(unsigned short vlan, int proto);
   /// Fills the row of a known instance for the stack; false, the row untouched, for an unknown one.
   bool GetRTMConfig(unsigned short instance, amb_cipr_rtm_entity* entity);
@@ -81,9 +92,11 @@ class VANTACORE_API DcRtmMgr {
   void UpdateStaticRoute(unsigned int vlan, int type, const unsigned char* dest, int prefixLen,
                          const unsigned char* nexthop, unsigned int ifIndex, unsigned int metric,
                          int pathType, int rowStatus, int adminStatus);
+  /// The same for an IPv4 route.
   void UpdateStaticRoute(unsigned short vlan, const Ip4Addr& dest, int prefixLen,
                          const Ip4Addr& nexthop, unsigned int ifIndex, unsigned short metric,
                          int pathType, unsigned int rowStatus, unsigned int adminStatus);
+  /// The same for an IPv6 route.
   void UpdateStaticRoute(unsigned short vlan, const Ip6Addr& dest, int prefixLen,
                          const Ip6Addr& nexthop, unsigned int ifIndex, unsigned short metric,
                          int pathType, unsigned int rowStatus, unsigned int adminStatus);

@@ -20,6 +20,7 @@ class VANTACORE_API DcScheduler {
 
   /// Starts the stack's components. The timer is first armed when the stack asks for a run.
   void init();
+  /// Sets the timer to `ms` milliseconds from now, whatever it was set to.
   void StartTimer(unsigned int ms);
   /// The timer's expiry; both arguments are ignored.
   void OnTimeout(unsigned int, void*);

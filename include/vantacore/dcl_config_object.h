@@ -31,6 +31,7 @@ class VANTACORE_API DclConfigObject {
   /// of another kind.
   enum OptionType : int { VLAN_OPTIONS = 0, REMOTE_OPTIONS = 1 };
 
+  /// Of a router, which must outlive the object; VLAN and id are 0, nothing pends.
   explicit DclConfigObject(DcRouterBase& router);
   /// Takes vlan, id and router from `other` and leaves the rest at its defaults.
   explicit DclConfigObject(const DclConfigObject* other);
@@ -50,6 +51,7 @@ class VANTACORE_API DclConfigObject {
   virtual unsigned short GetRowStatus() = 0;
   /// The next commit is to remove the row from the stack.
   virtual void SetDestroy() = 0;
+  /// Prints the object; the console stays the caller's.
   virtual void Display(DcConsole* console, unsigned int id) = 0;
   /// Pushes the pending change. True when the object is finished with and is to be deleted from its
   /// list.
@@ -57,15 +59,25 @@ class VANTACORE_API DclConfigObject {
   /// Fills the object from one group of the document; false rejects the group.
   virtual bool ParseOption(const OptionsNode& node, unsigned short vlan) = 0;
 
+  /// Whether the row exists in the stack.
   bool GetInMib() const { return InMib; }
+  /// Set when the stack has answered.
   void SetInMib(bool inMib) { InMib = inMib; }
+  /// Whether a change waits for the next commit.
   bool GetActionReq() const { return ActionReq; }
+  /// Asks for a commit, or takes that back.
   void SetActionReq(bool actionReq) { ActionReq = actionReq; }
+  /// Whether the list has suspended the object.
   bool GetSuspended() const { return Suspended; }
+  /// The VLAN of the object's router.
   unsigned short GetVlan() const { return vlan; }
+  /// The object's number within its table.
   unsigned int GetId() const { return id; }
+  /// The source that the object came from.
   const string& GetName() const { return name; }
+  /// The kind of that source.
   OptionType GetType() const { return type; }
+  /// The router that owns the object's list.
   DcRouterBase& GetRouter() const { return router; }
 
   /// The decimal number right after the n-th '_' of `name`, cut to 16 bits; 0 when there are fewer.
@@ -74,6 +86,7 @@ class VANTACORE_API DclConfigObject {
   unsigned short ParseId(const char* name);
   /// Fields 3 and 4 of an object name.
   static unsigned short ParseNumber(const char* name);
+  /// Field 4 of an object name.
   static unsigned short ParseSecondIndex(const char* name);
 
   /// Reads an address family: 1 becomes 2 (IPv6), anything else and an absent member 1 (IPv4). The
@@ -86,19 +99,21 @@ class VANTACORE_API DclConfigObject {
  protected:
   friend class DCLConfigList;
 
-  unsigned short vlan;   // of the router that owns the object
-  std::uint32_t id;      // within its table
-  string name;           // the configuration source that the object came from
-  OptionType type;       // the kind of that source
-  bool InMib;            // the row exists in the stack
-  bool ActionReq;        // a change waits for the next commit
-  bool Suspended;        // set and cleared by DCLConfigList::Clear(vlan, suspend)
-  DcRouterBase& router;  // the owner
+  unsigned short vlan;   ///< of the router that owns the object
+  std::uint32_t id;      ///< within its table
+  string name;           ///< the configuration source that the object came from
+  OptionType type;       ///< the kind of that source
+  bool InMib;            ///< the row exists in the stack
+  bool ActionReq;        ///< a change waits for the next commit
+  bool Suspended;        ///< set and cleared by DCLConfigList::Clear(vlan, suspend)
+  DcRouterBase& router;  ///< the owner
 };
 
 /// Which objects DisplayList shows; 0 is any.
 struct VANTACORE_API DclConfigDisplayFilter {
+  /// An object's id, or 0 for any.
   unsigned int id = 0;
+  /// An object's VLAN, or 0 for any.
   unsigned short vlan = 0;
 };
 
@@ -106,6 +121,7 @@ struct VANTACORE_API DclConfigDisplayFilter {
 class VANTACORE_API DclConfigListIteratorFunc {
  public:
   virtual ~DclConfigListIteratorFunc();
+  /// Called with one object of the list, which stays the list's and must not be deleted.
   virtual bool operator()(DclConfigObject* object) = 0;
 };
 
@@ -158,15 +174,20 @@ class VANTACORE_API DCLConfigList {
   void Clear(unsigned int vlan);
   /// Suspends the VLAN's objects, or resumes and commits them.
   void Clear(unsigned int vlan, bool suspend);
+  /// Has every object that the filter lets through displayed, in list order.
   void DisplayList(DcConsole* console, const DclConfigDisplayFilter& filter) const;
   /// 1 when every object was visited, 0 when `f` is null or stopped the walk.
   int ForEach(DclConfigListIteratorFunc* f);
 
  protected:
+  /// The owner; outlives the list.
   DcRouterBase* router;
+  /// Owned, in the order in which they were added.
   std::list<DclConfigObject*> objects;
-  std::set<DclConfigObject*> unclaimed;  // not matched yet by the parse under way
+  std::set<DclConfigObject*> unclaimed;  ///< not matched yet by the parse under way
+  /// The list's name in traces; borrowed.
   const char* label;
+  /// The document's member that holds its groups; borrowed.
   const char* key;
 };
 
@@ -181,6 +202,7 @@ VANTACORE_API bool ReadDCLMibIpv6Address(const OptionsNode& node, const char* ke
 /// An integer and length 1; nothing is written otherwise.
 VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, int& value,
                                    int& length);
+/// The same for an unsigned integer.
 VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, unsigned int& value,
                                    int& length);
 /// At most 127 characters, not terminated when there are that many. An absent or empty member is

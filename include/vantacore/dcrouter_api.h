@@ -18,50 +18,55 @@
 extern "C" {
 #endif
 
-/* Asks for a stack run in 5 ms; further requests before that run change nothing. */
+/** Asks for a stack run in 5 ms; further requests before that run change nothing. */
 VANTACORE_API void cRescheduleNBase(void);
-/* Whether such a request is pending. */
+/** Whether such a request is pending. */
 VANTACORE_API int cIsNBaseRescheduled(void);
 
+/** Whether the id is one of an IPv6 instance. */
 VANTACORE_API int cIsIpv6Instance(unsigned int id);
-/* The IPv4 and the IPv6 instance id of the VLAN of id. */
+/** The IPv4 instance id of the VLAN of id. */
 VANTACORE_API unsigned int cGetIp4Instance(unsigned int id);
+/** The IPv6 instance id of the VLAN of id. */
 VANTACORE_API unsigned int cGetIp6Instance(unsigned int id);
 
-/* The outcome of a static route request. `type` is 1 for IPv4 (4 address bytes), 2 for IPv6 (16).
+/** The outcome of a static route request. `type` is 1 for IPv4 (4 address bytes), 2 for IPv6 (16).
  * `unused` is not looked at. `status`: 1 done, 5 worth a retry, 6 with row status 6 gone already. */
 VANTACORE_API void cSetRouteState(unsigned int id, int type, const unsigned char* destination,
                                   unsigned int prefix_length, const unsigned char* next_hop,
                                   unsigned int if_index, int metric, int path_type, int row_status,
                                   int admin_status, unsigned int unused, unsigned int status);
-/* The outcome of a redistribution request; `vlan` is taken as it was requested. */
+/** The outcome of a redistribution request; `vlan` is taken as it was requested. */
 VANTACORE_API void cSetRedistState(unsigned int row_status, unsigned int admin_status,
                                    unsigned int source, unsigned int destination,
                                    unsigned int priority, unsigned int vlan, unsigned int extra,
                                    unsigned int status);
 
-/* Whether the instance has been reported ready; 0 for an unknown one. */
+/** Whether the instance has been reported ready; 0 for an unknown one. */
 VANTACORE_API int cIsRtmReady(unsigned int vid);
-/* Reports the instance ready; a record is made when there is none. */
+/** Reports the instance ready; a record is made when there is none. */
 VANTACORE_API void cSetRtmReady(unsigned int vid);
-/* Fills the entity row of a known instance: 1 on success, 2 (row untouched) otherwise. */
+/** Fills the entity row of a known instance: 1 on success, 2 (row untouched) otherwise. */
 VANTACORE_API int cGetRtmConfig(unsigned int vid, amb_cipr_rtm_entity* entity);
 
-/* The IPv4 address (as it lies in memory) of the VLAN's primary interface. */
+/** The IPv4 address (as it lies in memory) of the VLAN's primary interface; 0 when the VLAN has none,
+ * or nobody knows the interface. */
 VANTACORE_API int cGetAddress(unsigned int id, unsigned int* addr);
-/* The IPv4 address of the VLAN's "eth0". */
+/** The same of the VLAN's "eth0". */
 VANTACORE_API int cGetVlanAddress(unsigned int id, unsigned int* addr);
 
-/* The stack is ready for row requests: releases all that wait. The result is non-zero when the last
+/** The stack is ready for row requests: releases all that wait. The result is non-zero when the last
  * row looked at had a request to issue. */
 VANTACORE_API int cI3Ready(void);
-/* The stack has finished with the row of this identifier: the row's next request is issued. */
+/** The stack has finished with the row of this identifier: the row's next request is issued. */
 VANTACORE_API void cRunPendingAction(unsigned int* key, unsigned int key_len);
 
-/* Descriptors of the stack on the host's event loop. `mask` is a set of event bits 0 to 2; `id` is
- * the stack's own value. */
+/** Registers a descriptor of the stack on the host's event loop. `mask` is a set of event bits 0 to 2;
+ * `id` is the stack's own value. */
 VANTACORE_API void cRegisterWorkWithEventloop(int fd, int id, unsigned int mask);
+/** Ends the registration of `fd` under `id`. */
 VANTACORE_API void cUnregisterWorkWithEventloop(int fd, int id);
+/** Other events for a registered descriptor. */
 VANTACORE_API void cChangeMask(int fd, unsigned int mask);
 
 #ifdef __cplusplus

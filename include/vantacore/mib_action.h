@@ -37,6 +37,7 @@ class VANTACORE_API RouteAction : public MibAction {
 /// An interface of one protocol instance.
 class VANTACORE_API InterfaceAction : public MibAction {
  public:
+  /// Room for a name with its end, in bytes.
   static constexpr unsigned int NAME_SIZE = 256;
 
   /// All numbers 0, the name empty.
@@ -62,6 +63,7 @@ class VANTACORE_API IPv4AddressAction : public MibAction {
  public:
   /// Numbers 0, address and mask 0.0.0.0.
   IPv4AddressAction();
+  /// Keeps the values; the row status as 32 bits.
   IPv4AddressAction(long rowStatus, unsigned int vlan, unsigned int ifIndex, const Ip4Addr& address,
                     Ip4Addr mask);
   void IssueReq(bool shared) override;
@@ -80,6 +82,7 @@ class VANTACORE_API IPv6AddressAction : public MibAction {
  public:
   /// All zero.
   IPv6AddressAction();
+  /// Keeps the values; the row status as 32 bits.
   IPv6AddressAction(long rowStatus, unsigned int vlan, unsigned int ifIndex, const Ip6Addr& address,
                     unsigned int prefixLen);
   void IssueReq(bool shared) override;

@@ -11,6 +11,7 @@ namespace Tarsel {
 /// the serializer's queues and of the scheduler's items.
 class VANTACORE_API MibOid {
  public:
+  /// The most sub-identifiers that are held.
   static constexpr unsigned int MAX_LENGTH = 130;
 
   /// All sub-identifiers zero, length 0.
@@ -25,11 +26,13 @@ class VANTACORE_API MibOid {
 
   /// Same length and same sub-identifiers within it.
   bool operator==(const MibOid& other) const;
+  /// Another length or another sub-identifier.
   bool operator!=(const MibOid& other) const { return !(*this == other); }
 
   /// The sub-identifiers in decimal, joined by ":"; the empty text for the empty identifier.
   string ToString() const;
 
+  /// MAX_LENGTH sub-identifiers; valid while the object lives.
   const unsigned int* GetSubIds() const { return m_subIds; }
   /// The stored length; above 130 only after SetOid with a null array.
   unsigned int GetLength() const { return m_length; }
@@ -44,6 +47,7 @@ class VANTACORE_API MibOid {
 /// Orders identifiers by their sub-identifiers as unsigned numbers, first difference first; a prefix
 /// orders before what it begins.
 struct VANTACORE_API OidCompare {
+  /// Whether `a` comes before `b`.
   bool operator()(const MibOid& a, const MibOid& b) const;
 };
 

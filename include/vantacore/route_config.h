@@ -14,17 +14,20 @@ namespace Tarsel {
 class VANTACORE_API Ip4RouteConfig {
  public:
   Ip4RouteConfig();
+  /// A copy.
   Ip4RouteConfig(const Ip4RouteConfig& other);
   /// The interface is left empty and the metric stored as it is.
   Ip4RouteConfig(unsigned short vlan, const Ip4Addr& network, const Ip4Addr& netmask,
                  const Ip4Addr& gateway, unsigned char metric);
   virtual ~Ip4RouteConfig();
 
+  /// Copies every field.
   virtual Ip4RouteConfig& operator=(const Ip4RouteConfig& other);
   /// All fields equal.
   virtual bool operator==(const Ip4RouteConfig& other) const;
   /// Equal but for the interface; this record's metric 255 matches any metric.
   virtual bool operator()(const Ip4RouteConfig& other) const;
+  /// Compare(*this, other).
   virtual bool operator<(const Ip4RouteConfig& other) const;
   /// By masked network, then gateway (as the words lie in memory), then metric; true when `a` sorts
   /// before or with `b`.
@@ -35,11 +38,17 @@ class VANTACORE_API Ip4RouteConfig {
   /// value that cannot be read; the fields read before it have changed.
   bool ParseGroup(unsigned short vid, const OptionsNode& group);
 
+  /// The VLAN that the route is in.
   unsigned short vlan;
+  /// The outgoing interface by name; empty for none.
   string interface;
+  /// The destination, host bits as the document gives them.
   Ip4Addr network;
+  /// The destination's mask; any bits.
   Ip4Addr netmask;
+  /// The next hop.
   Ip4Addr gateway;
+  /// The metric, 0 to 255; as read plus one unless it is passed through.
   unsigned char metric;
 };
 
@@ -49,24 +58,39 @@ class VANTACORE_API Ip4RouteConfig {
 class VANTACORE_API Ip6RouteConfig {
  public:
   Ip6RouteConfig();
+  /// A copy.
   Ip6RouteConfig(const Ip6RouteConfig& other);
+  /// The interface is left empty and the metric stored as it is.
   Ip6RouteConfig(unsigned short vlan, const Ip6Addr& network, const Ip6Prefix& prefix,
                  const Ip6Addr& gateway, unsigned char metric);
   virtual ~Ip6RouteConfig();
 
+  /// Copies every field.
   virtual Ip6RouteConfig& operator=(const Ip6RouteConfig& other);
+  /// All fields equal.
   virtual bool operator==(const Ip6RouteConfig& other) const;
+  /// Equal but for the interface; this record's metric 255 matches any metric.
   virtual bool operator()(const Ip6RouteConfig& other) const;
+  /// Compare(*this, other).
   virtual bool operator<(const Ip6RouteConfig& other) const;
+  /// True when `a` sorts before or with `b`.
   static bool Compare(const Ip6RouteConfig& a, const Ip6RouteConfig& b);
 
+  /// Reads "interface", "network", "prefix", "gateway" and "metric". False at the first value that
+  /// cannot be read; the fields read before it have changed.
   bool ParseGroup(unsigned short vid, const OptionsNode& group);
 
+  /// The VLAN that the route is in.
   unsigned short vlan;
+  /// The outgoing interface by name; empty for none.
   string interface;
+  /// The destination, host bits as the document gives them.
   Ip6Addr network;
+  /// The destination with its length.
   Ip6Prefix prefix;
+  /// The next hop.
   Ip6Addr gateway;
+  /// The metric as read, 0 to 255.
   unsigned char metric;
 };
 

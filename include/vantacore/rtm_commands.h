@@ -14,34 +14,48 @@ namespace Tarsel {
 template <class T>
 class RtmRTCommand : public DcConsoleCommand {
  public:
+  /// Takes ownership of `console`; the texts are borrowed.
   RtmRTCommand(DcConsole* console, unsigned short family, const char* usage,
                const char* description);
 
   /// Takes the words and checks that the VLAN exists; subclasses start their walk afterwards.
   bool Parse(int argc, char** argv) override;
+  /// A row of the walk: printed when it passes the filters. At the end, or on an error, the command
+  /// is over.
   unsigned int Display(unsigned int context, unsigned int result, const void* row) override;
   /// The detailed view of one row.
   virtual void PrintEntry(const T* row) const;
 
+  /// The handler of "dest"; complains about a text that is no address of the family.
   static bool ParseDestination(DcConsoleCommand& cmd, const char* text);
+  /// The handler of "proto": bgp, connected, ospf, rip or static, in small letters.
   static bool ParseProtocol(DcConsoleCommand& cmd, const char* text);
+  /// The handler of "detail".
   static void SetDetail(DcConsoleCommand& cmd);
   /// Names of the row's protocol and type, "" for codes without one.
   static const char* ProtoStr(const T* row);
+  /// The name of the row's type, "" for codes without one.
   static const char* TypeStr(const T* row);
 
  protected:
+  /// Whether the row is of the VLAN's instance, the destination and the protocol that were asked
+  /// for.
   bool PassesFilters(const T* row) const;
+  /// The line above the rows.
   void PrintTableHeader();
+  /// One line; `>` marks a row of the RIB that is installed.
   void PrintTableRow(const T* row) const;
 
+  /// The grammar: "vrf", "dest", "proto", "detail".
   static const DcConsoleCommand::ConsoleCommandOption* const m_opts[4];
 
-  Ip4Addr m_dest4;  // 0.0.0.0: no filter
-  Ip6Addr m_dest6;  // ::: no filter
+  Ip4Addr m_dest4;  ///< 0.0.0.0: no filter
+  Ip6Addr m_dest6;  ///< ::: no filter
+  /// Whether rows are shown in full.
   bool m_detail;
+  /// 0 for IPv4, 41 for IPv6.
   unsigned short m_family;
-  unsigned int m_proto;  // 0: all protocols
+  unsigned int m_proto;  ///< 0: all protocols
 };
 
 extern template class VANTACORE_API RtmRTCommand<amb_cipr_rtm_route>;
@@ -50,6 +64,7 @@ extern template class VANTACORE_API RtmRTCommand<amb_cipr_rtm_rib>;
 /// The installed routes.
 class VANTACORE_API RtmRouteCommand : public RtmRTCommand<amb_cipr_rtm_route> {
  public:
+  /// Takes ownership of `console`; `family` is 0 for IPv4, 41 for IPv6.
   RtmRouteCommand(DcConsole* console, unsigned short family);
   bool Parse(int argc, char** argv) override;
 };
@@ -57,6 +72,7 @@ class VANTACORE_API RtmRouteCommand : public RtmRTCommand<amb_cipr_rtm_route> {
 /// Every candidate; installed ones are marked.
 class VANTACORE_API RtmRibCommand : public RtmRTCommand<amb_cipr_rtm_rib> {
  public:
+  /// Takes ownership of `console`; `family` is 0 for IPv4, 41 for IPv6.
   RtmRibCommand(DcConsole* console, unsigned short family);
   bool Parse(int argc, char** argv) override;
   void PrintEntry(const amb_cipr_rtm_rib* row) const override;

@@ -17,19 +17,26 @@ namespace Tarsel {
 VANTACORE_API int AddRoute(unsigned short vlan, const Ip4Addr& destination, const Ip4Addr& mask,
                            const Ip4Addr& gateway, unsigned int ifIndex, unsigned int metric,
                            long type, long adminStatus);
+/// The same for an IPv6 route.
 VANTACORE_API int AddRoute(unsigned short vlan, const Ip6Addr& address, const Ip6Prefix& prefix,
                            const Ip6Addr& gateway, unsigned int ifIndex, unsigned int metric,
                            long type, long adminStatus);
+/// Asks for the route's removal; it is queued whether or not the route is known.
 VANTACORE_API void RemoveRoute(unsigned short vlan, const Ip4Addr& destination, const Ip4Addr& mask,
                                const Ip4Addr& gateway, unsigned int ifIndex);
+/// The same for an IPv6 route.
 VANTACORE_API void RemoveRoute(unsigned short vlan, const Ip6Addr& address, const Ip6Prefix& prefix,
                                const Ip6Addr& gateway, unsigned int ifIndex);
+/// Asks for the route to count again, with metric 0 and type 0.
 VANTACORE_API void EnableRoute(unsigned short vlan, const Ip4Addr& destination, const Ip4Addr& mask,
                                const Ip4Addr& gateway, unsigned int ifIndex);
+/// The same for an IPv6 route.
 VANTACORE_API void EnableRoute(unsigned short vlan, const Ip6Addr& address, const Ip6Prefix& prefix,
                                const Ip6Addr& gateway, unsigned int ifIndex);
+/// Asks for the route to stay without being used, with metric 0 and type 0.
 VANTACORE_API void DisableRoute(unsigned short vlan, const Ip4Addr& destination,
                                 const Ip4Addr& mask, const Ip4Addr& gateway, unsigned int ifIndex);
+/// The same for an IPv6 route.
 VANTACORE_API void DisableRoute(unsigned short vlan, const Ip6Addr& address,
                                 const Ip6Prefix& prefix, const Ip6Addr& gateway,
                                 unsigned int ifIndex);

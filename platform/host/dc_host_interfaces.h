@@ -22,8 +22,12 @@ class TARSEL_API DcIpInterface {
 class TARSEL_API DcSckInterface {
  public:
   virtual ~DcSckInterface() = default;
+  /// Watch `fd` for the events of `mode`, and call DcRouterMgr::SocketCallback when one comes. A
+  /// descriptor that is watched already gets the new mode.
   virtual void RegisterDescriptor(int fd, int mode, int id) = 0;
+  /// Watch `fd` no longer; an unknown one is ignored.
   virtual void RemoveDescriptor(int fd, int id) = 0;
+  /// Other events for a registered `fd`; an unknown one is ignored.
   virtual void ChangeDescriptorMode(int fd, int mode) = 0;
 };
 

@@ -12,6 +12,7 @@ class DcConsole;
 /// BGP-4 with both address families, of one VLAN; configured by the member "BGP".
 class TARSEL_API DcBgpRouter : public DcRouterBase {
  public:
+  /// Of one VLAN; made by the router manager.
   explicit DcBgpRouter(unsigned short vid);
   ~DcBgpRouter() override;
   bool CreateConfigList(DcConfigLists& lists) override;
@@ -23,6 +24,7 @@ class TARSEL_API DcBgpRouter : public DcRouterBase {
 
   /// Console handlers of `ip bgp` and `ip6 bgp`.
   static void Ip4ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
+  /// Console handler of `ip6 bgp`.
   static void Ip6ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
 };
 

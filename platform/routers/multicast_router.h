@@ -19,6 +19,7 @@ class TARSEL_API DcMulticastRouter : public DcRouterBase {
   /// A remote has joined on the interface.
   void AddInterface(unsigned int ifIndex);
 
+  /// Shows the routers of one family; `ipv6` chooses MLD. The console stays the caller's.
   static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv, bool ipv6);
   /// Console handler of `ip igmp`; vantacore supplies it and calls ConsoleCommand.
   static void Ip4ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
@@ -30,6 +31,7 @@ class TARSEL_API DcMulticastRouter : public DcRouterBase {
 /// Lists multicast interfaces and groups: `mcast-database`.
 class TARSEL_API MulticastRoutingTableConsoleCommand : public DcConsoleCommand {
  public:
+  /// Takes ownership of `console`.
   MulticastRoutingTableConsoleCommand(DcConsole* console, bool ipv6);
   ~MulticastRoutingTableConsoleCommand() override;
   bool Parse(int argc, char** argv) override;

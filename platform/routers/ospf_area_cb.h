@@ -8,8 +8,8 @@ namespace Tarsel {
 
 /// One OSPF area of a router.
 struct OspfAreaCB {
-  std::set<unsigned int> interfaces;  // indices of the interfaces in the area
-  bool active = false;                // the area's row exists in the stack
+  std::set<unsigned int> interfaces;  ///< indices of the interfaces in the area
+  bool active = false;                ///< the area's row exists in the stack
 };
 
 }  // namespace Tarsel

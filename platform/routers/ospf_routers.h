@@ -15,6 +15,7 @@ class DcConsole;
 /// The area and interface bookkeeping that both OSPF routers share.
 class TARSEL_API DcOspfRouter : public DcOspfRouterBase {
  public:
+  /// `ipProto` is 0 for OSPFv2, 41 for OSPFv3. Takes ownership of `config`.
   DcOspfRouter(const string& name, unsigned short vid, int ipProto, DcProtoConfigBase* config);
   ~DcOspfRouter() override;
 
@@ -44,6 +45,7 @@ class TARSEL_API DcOspfRouter : public DcOspfRouterBase {
 /// OSPFv2 of one VLAN; configured by the member "OSPF".
 class TARSEL_API DcOspfv2Router : public DcOspfRouter {
  public:
+  /// Of one VLAN; made by the router manager.
   explicit DcOspfv2Router(unsigned short vid);
   /// Console handler of `ip ospf`.
   static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
@@ -52,6 +54,7 @@ class TARSEL_API DcOspfv2Router : public DcOspfRouter {
 /// OSPFv3 of one VLAN; configured by the member "OSPFV3".
 class TARSEL_API DcOspfv3Router : public DcOspfRouter {
  public:
+  /// Of one VLAN; made by the router manager.
   explicit DcOspfv3Router(unsigned short vid);
   /// Console handler of `ip6 ospf`.
   static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
@@ -60,6 +63,7 @@ class TARSEL_API DcOspfv3Router : public DcOspfRouter {
 /// OSPFv3's protocol configuration.
 class TARSEL_API Ospfv3Interface : public ProtocolInterface {
  public:
+  /// Keeps the reference only: the router is still being built.
   explicit Ospfv3Interface(DcRouterBase& router);
 };
 

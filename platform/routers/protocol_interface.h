@@ -48,6 +48,7 @@ class TARSEL_API ProtocolInterface : public DcProtoInterfaceBase {
   /// document or disabling the protocol forgets the rows and leaves them in the stack.
   virtual DCLConfigList* CreateRows();
 
+  /// The router that owns this configuration.
   DcRouterBase& GetRouter() const { return m_router; }
 
  private:

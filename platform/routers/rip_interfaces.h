@@ -11,6 +11,7 @@ namespace Tarsel {
 /// the rows of "IF_LIST" themselves.
 class TARSEL_API Ripv2Interface : public ProtocolInterface {
  public:
+  /// Keeps the reference only: the router is still being built.
   explicit Ripv2Interface(DcRouterBase& router);
 
  protected:
@@ -20,6 +21,7 @@ class TARSEL_API Ripv2Interface : public ProtocolInterface {
 /// RIPng's.
 class TARSEL_API RipngInterface : public ProtocolInterface {
  public:
+  /// Keeps the reference only: the router is still being built.
   explicit RipngInterface(DcRouterBase& router);
 
  protected:

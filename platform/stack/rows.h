@@ -13,69 +13,70 @@ extern "C" {
 
 enum { AMB_RTM_ENTITY_WORDS = 39 };
 
-/* A Routing Table Manager entity, one per protocol instance. */
+/** A Routing Table Manager entity, one per protocol instance. */
 typedef struct amb_cipr_rtm_entity {
-  uint32_t word[AMB_RTM_ENTITY_WORDS];
+  uint32_t word
+      [AMB_RTM_ENTITY_WORDS]; /**< the row as the stack numbers its words; word 0 is the instance */
 } amb_cipr_rtm_entity;
 
-/* A route of the route table: the installed ones. IPv4 uses the first four bytes of an address. */
+/** A route of the route table: the installed ones. IPv4 uses the first four bytes of an address. */
 typedef struct amb_cipr_rtm_route {
-  uint32_t instance;
-  unsigned char destination[16];
-  uint32_t prefix_length;
-  unsigned char next_hop[16];
-  uint32_t if_index;
-  uint32_t route_type;  /* 1 other, 2 reject, 3 local, 4 remote */
-  uint32_t route_proto; /* 2 connected, 3 static, 8 RIP, 13 OSPF, 14 BGP */
-  uint32_t age;         /* seconds */
-  uint32_t route_info;
-  uint32_t next_hop_as;
-  uint32_t metric1;
-  uint32_t metric2;
-  uint32_t metric3;
-  uint32_t metric4;
-  uint32_t metric5;
+  uint32_t instance;             /**< the protocol instance: the VLAN, with 0x8000 for IPv6 */
+  unsigned char destination[16]; /**< host bits clear */
+  uint32_t prefix_length;        /**< 0 to 32 or 128 */
+  unsigned char next_hop[16];    /**< all zero for none */
+  uint32_t if_index;             /**< 0 for none */
+  uint32_t route_type;           /**< 1 other, 2 reject, 3 local, 4 remote */
+  uint32_t route_proto;          /**< 2 connected, 3 static, 8 RIP, 13 OSPF, 14 BGP */
+  uint32_t age;                  /**< seconds */
+  uint32_t route_info;           /**< shown only */
+  uint32_t next_hop_as;          /**< shown only; an autonomous system's number */
+  uint32_t metric1;              /**< the metric that routes are compared by */
+  uint32_t metric2;              /**< shown only */
+  uint32_t metric3;              /**< shown only */
+  uint32_t metric4;              /**< shown only */
+  uint32_t metric5;              /**< shown only */
 } amb_cipr_rtm_route;
 
-/* A candidate of the RIB. */
+/** A candidate of the RIB. Its first fields are those of the route table's row. */
 typedef struct amb_cipr_rtm_rib {
-  uint32_t instance;
-  unsigned char destination[16];
-  uint32_t prefix_length;
-  unsigned char next_hop[16];
-  uint32_t if_index;
-  uint32_t route_type;
-  uint32_t route_proto;
-  uint32_t age;
-  uint32_t route_info;
-  uint32_t next_hop_as;
-  uint32_t metric1;
-  uint32_t metric2;
-  uint32_t metric3;
-  uint32_t metric4;
-  uint32_t metric5;
-  uint32_t fib_flag;          /* 1 when installed in the forwarding table */
-  uint32_t interface_pending; /* 1 while the outgoing interface is not determined */
+  uint32_t instance;             /**< the protocol instance: the VLAN, with 0x8000 for IPv6 */
+  unsigned char destination[16]; /**< host bits clear */
+  uint32_t prefix_length;        /**< 0 to 32 or 128 */
+  unsigned char next_hop[16];    /**< all zero for none */
+  uint32_t if_index;             /**< 0 for none */
+  uint32_t route_type;           /**< 1 other, 2 reject, 3 local, 4 remote */
+  uint32_t route_proto;          /**< 2 connected, 3 static, 8 RIP, 13 OSPF, 14 BGP */
+  uint32_t age;                  /**< seconds */
+  uint32_t route_info;           /**< shown only */
+  uint32_t next_hop_as;          /**< shown only; an autonomous system's number */
+  uint32_t metric1;              /**< the metric that routes are compared by */
+  uint32_t metric2;              /**< shown only */
+  uint32_t metric3;              /**< shown only */
+  uint32_t metric4;              /**< shown only */
+  uint32_t metric5;              /**< shown only */
+  uint32_t fib_flag;             /**< 1 when installed in the forwarding table */
+  uint32_t interface_pending;    /**< 1 while the outgoing interface is not determined */
 } amb_cipr_rtm_rib;
 
-/* An interface of the I3 interface table. */
+/** An interface of the I3 interface table. */
 typedef struct amb_stubs_i3_ei {
-  uint32_t instance;
-  uint32_t if_index;
-  char name[256]; /* NUL-terminated */
+  uint32_t instance; /**< the protocol instance: the VLAN, with 0x8000 for IPv6 */
+  uint32_t if_index; /**< 0 for none */
+  char name[256];    /**< NUL-terminated */
   uint32_t
-      flags; /* 1 MPLS tunnel, 2 loopback, 4 point-to-point, 8 broadcast, 16 multicast, 32 unnumbered */
-  uint32_t oper_status; /* 1 up, 2 down */
-  uint32_t mtu;
+      flags; /**< 1 MPLS tunnel, 2 loopback, 4 point-to-point, 8 broadcast, 16 multicast, 32 unnumbered */
+  uint32_t oper_status; /**< 1 up, 2 down */
+  uint32_t mtu;         /**< bytes */
 } amb_stubs_i3_ei;
 
-/* An address of the I3 address table. */
+/** An address of the I3 address table. */
 typedef struct amb_stubs_i3_ea {
-  uint32_t instance;
-  uint32_t if_index;
-  uint32_t address_type; /* 1 IPv4, 2 IPv6 */
-  unsigned char address[16];
-  uint32_t prefix_length;
+  uint32_t instance;         /**< the protocol instance: the VLAN, with 0x8000 for IPv6 */
+  uint32_t if_index;         /**< 0 for none */
+  uint32_t address_type;     /**< 1 IPv4, 2 IPv6 */
+  unsigned char address[16]; /**< IPv4 uses the first four bytes */
+  uint32_t prefix_length;    /**< 0 to 32 or 128 */
 } amb_stubs_i3_ea;
 
 #ifdef __cplusplus

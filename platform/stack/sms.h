@@ -18,62 +18,79 @@
 extern "C" {
 #endif
 
+/** Marks what the stack shares across library boundaries. */
 #define SMS_API __attribute__((visibility("default")))
 
 enum { SMS_OID_MAX = 130 };
 
 /* Life and scheduling. */
 
-/* Starts the stack with a blank-separated list of protocol components, which is copied. */
+/** Starts the stack with a blank-separated list of protocol components, which is copied. */
 SMS_API void smsi_init(char* components);
-/* Does a bounded piece of work. Milliseconds until the next run is needed, 0 for at once, negative
+/** Does a bounded piece of work. Milliseconds until the next run is needed, 0 for at once, negative
  * when nothing is scheduled. */
 SMS_API int nbb_scheduler(void);
-/* A descriptor that the stack registered is ready. */
+/** A descriptor that the stack registered is ready. */
 SMS_API void InvokeCallback(int fd, int events);
 
 /* Tracing. */
 
+/** Switches the trace of messages between components: 0 off, anything else on. */
 SMS_API void nbb_trips_control(int on);
+/** Sets a filter of that trace: `value` 1 type in, 2 type out, 5 process in, 6 process out; the
+ * empty text clears it. */
 SMS_API void nbb_set_ips_filter(char* filter, unsigned short value);
+/** Whether that trace is on. */
 SMS_API int nbb_get_ips_tracing(void);
-/* Failures that the stack counted; the caller sets it to 0 before a trace call. */
+/** Failures that the stack counted; the caller sets it to 0 before a trace call. */
 extern SMS_API unsigned int nbb_os_failures;
 
 /* Row requests. */
 
+/** Sets (row status 1 in word 1) or destroys (6) the instance of word 0. */
 SMS_API void sms_act_rtm(amb_cipr_rtm_entity* row);
+/** Sets or destroys a static route; answered by cSetRouteState with the same values. `not_shared`
+ * is 1 when the row was idle, 0 when a request of it has just ended. */
 SMS_API void sms_update_route(int not_shared, int row_status, int admin_status, int address_type,
                               const unsigned char* destination, unsigned int prefix_length,
                               const unsigned char* next_hop, int path_type, unsigned int if_index,
                               unsigned short instance, unsigned short metric);
+/** Sets or destroys an interface; its end is reported by cRunPendingAction. */
 SMS_API void sms_act_interface(int row_status, unsigned int oper_status, unsigned int instance,
                                unsigned int if_index, const char* name, unsigned int if_attr,
                                unsigned int flags, unsigned int extra);
-/* The same request, for a row whose previous request has just ended. */
+/** The same request, for a row whose previous request has just ended. */
 SMS_API void sms_bld_amb_test_i3_ei(int row_status, unsigned int oper_status, unsigned int instance,
                                     unsigned int if_index, const char* name, unsigned int if_attr,
                                     unsigned int flags, unsigned int extra);
+/** Sets or destroys an address: IPv4 under the VLAN, IPv6 under the IPv6 instance. Its end is
+ * reported by cRunPendingAction. */
 SMS_API void sms_act_ipaddr(int row_status, unsigned int vlan_or_instance, int address_type,
                             unsigned int if_index, const unsigned char* address,
                             unsigned int prefix_length);
+/** Sets or destroys a redistribution rule; answered by cSetRedistState. Protocols are the stack's
+ * codes. */
 SMS_API void sms_act_cipr_redist(int row_status, int admin_status, int source, int destination,
                                  unsigned int vlan, unsigned int zero);
-/* The same request, for a row whose previous request has just ended. */
+/** The same request, for a row whose previous request has just ended. */
 SMS_API void sms_bld_amb_test_cipr_redist(int row_status, int admin_status, int source,
                                           int destination, unsigned int vlan, unsigned int zero);
 
 /* Row identifiers. */
 
+/** The identifier of a static route. */
 SMS_API unsigned int sms_get_route_oid(unsigned int* buffer, unsigned short instance,
                                        int address_type, const unsigned char* destination,
                                        unsigned int prefix_length, const unsigned char* next_hop,
                                        unsigned int if_index);
+/** The identifier of an interface. */
 SMS_API unsigned int sms_set_i3_ei_oid(unsigned int* buffer, unsigned int instance,
                                        unsigned int if_index);
+/** The identifier of an address; no prefix length. */
 SMS_API unsigned int sms_set_i3_ea_oid(unsigned int* buffer, unsigned int instance,
                                        unsigned int if_index, const void* address,
                                        int address_type);
+/** The identifier of a redistribution rule. */
 SMS_API unsigned int sms_set_cipr_redist_oid(unsigned int* buffer, unsigned int vlan,
                                              unsigned int source, unsigned int destination);
 
@@ -81,14 +98,17 @@ SMS_API unsigned int sms_set_cipr_redist_oid(unsigned int* buffer, unsigned int 
  * and a null row, a failure with another result. The handler answers non-zero for the next row;
  * after a zero answer the stack forgets the walk and never touches `command` again. */
 
+/** One response of a walk, as said above. `context` is the stack's own. */
 typedef unsigned char (*sms_response)(void* command, unsigned int context, unsigned int result,
                                       void* row);
 
-/* From the first row of `instance` on, later instances included. */
+/** Walks the interfaces from the first row of `instance` on, later instances included. */
 SMS_API void sms_get_next_i3_ei(unsigned int instance, sms_response response, void* command);
+/** The same for addresses. */
 SMS_API void sms_get_next_i3_ea(unsigned int instance, sms_response response, void* command);
-/* The whole table, every instance. */
+/** Walks the whole route table, every instance. */
 SMS_API void sms_get_next_rtm_route(sms_response response, void* command);
+/** The whole RIB, every instance. */
 SMS_API void sms_get_next_rtm_rib(sms_response response, void* command);
 
 #ifdef __cplusplus

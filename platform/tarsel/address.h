@@ -19,6 +19,7 @@ class TARSEL_API Ip4Addr {
   constexpr Ip4Addr() : m_word(0) {}
   /// From the word as it lies in memory (network order).
   explicit constexpr Ip4Addr(std::uint32_t word) : m_word(word) {}
+  /// a.b.c.d, each from 0 to 255.
   constexpr Ip4Addr(unsigned a, unsigned b, unsigned c, unsigned d)
       : m_word(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? a | b << 8 | c << 16 | d << 24
                                                          : a << 24 | b << 16 | c << 8 | d) {}
@@ -41,10 +42,13 @@ class TARSEL_API Ip4Addr {
   std::uint32_t m_word;
 };
 
+/// The same address.
 constexpr bool operator==(const Ip4Addr& a, const Ip4Addr& b) {
   return a.GetValue() == b.GetValue();
 }
+/// Another address.
 constexpr bool operator!=(const Ip4Addr& a, const Ip4Addr& b) { return !(a == b); }
+/// The bits that are set in both.
 constexpr Ip4Addr operator&(const Ip4Addr& a, const Ip4Addr& b) {
   return Ip4Addr(a.GetValue() & b.GetValue());
 }
@@ -64,6 +68,7 @@ class TARSEL_API Ip6Addr {
   /// From sixteen bytes in network order.
   static Ip6Addr FromBytes(const void* bytes);
 
+  /// The sixteen bytes in network order; valid while the object lives.
   const unsigned char* GetBytes() const { return m_bytes; }
 
   /// True and the value set when `text` is an IPv6 address; false and untouched otherwise.
@@ -76,7 +81,9 @@ class TARSEL_API Ip6Addr {
   alignas(4) unsigned char m_bytes[16];
 };
 
+/// The same sixteen bytes.
 TARSEL_API bool operator==(const Ip6Addr& a, const Ip6Addr& b);
+/// Other bytes.
 TARSEL_API bool operator!=(const Ip6Addr& a, const Ip6Addr& b);
 
 /// An IPv6 prefix: an address and a length of 0 to 128.
@@ -87,7 +94,9 @@ class TARSEL_API Ip6Prefix {
   /// Keeps the address as given, host bits included.
   Ip6Prefix(const Ip6Addr& address, unsigned int length) : m_address(address), m_length(length) {}
 
+  /// The address as given, host bits included.
   const Ip6Addr& GetAddress() const { return m_address; }
+  /// The number of leading bits, 0 to 128.
   unsigned int GetLength() const { return m_length; }
 
   /// Reads "address/length" with a decimal length of 0 to 128; the host bits are cleared. False and
@@ -106,12 +115,16 @@ class TARSEL_API Ip6Prefix {
 
 /// Same address bytes and same length.
 TARSEL_API bool operator==(const Ip6Prefix& a, const Ip6Prefix& b);
+/// Other address bytes or another length.
 TARSEL_API bool operator!=(const Ip6Prefix& a, const Ip6Prefix& b);
 
 // Well-known addresses. They are constants of the program, not objects that start-up code builds, so
 // no other file's initialisation can see them unset.
+/// 255.255.255.255
 constexpr Ip4Addr IP4_BROADCAST(255, 255, 255, 255);
+/// 224.0.0.0, where multicast begins.
 constexpr Ip4Addr IP4_MULTICAST(224, 0, 0, 0);
+/// 0.0.0.0, which stands for none.
 constexpr Ip4Addr IP4_ANY(0, 0, 0, 0);
 
 /// FF02::1, all nodes of the link.

@@ -16,9 +16,12 @@ class TARSEL_API CallbackBuffer2 {
   CallbackBuffer2& operator=(const CallbackBuffer2&) = delete;
   virtual ~CallbackBuffer2() = default;
 
+  /// Calls back.
   virtual void Dispatch(A a, B b) = 0;
 
+  /// One holder more.
   void AddReference() { ++m_references; }
+  /// One holder less; with the last one the callback is deleted.
   void Release() {
     if (--m_references == 0) delete this;
   }
@@ -31,9 +34,12 @@ class TARSEL_API CallbackBuffer2 {
 template <class T, class A, class B>
 class TARSEL_API MemberCallback2 : public CallbackBuffer2<A, B> {
  public:
+  /// The member function.
   typedef void (T::*Member)(A, B);
 
+  /// Borrows `object`.
   MemberCallback2(T* object, Member member) : m_object(object), m_member(member) {}
+  /// Calls the member function.
   void Dispatch(A a, B b) override { (m_object->*m_member)(a, b); }
 
  private:

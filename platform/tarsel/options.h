@@ -32,6 +32,7 @@ class TARSEL_API OptionsNode {
   bool IsNull() const;
   /// True when there is nothing inside: a null node, {} or []. Scalars are never empty.
   bool IsEmpty() const;
+  /// True when there is a JSON object here, also an empty one.
   bool IsObject() const;
 
   /// The member named `key`; a null node when there is none or this is no object.
@@ -53,6 +54,7 @@ class TARSEL_API OptionsNode {
   /// Children in the document's own order: by index for an array, by key for an object. A scalar or
   /// null node has none.
   OptionsNodeIterator begin() const;
+  /// Behind the last child.
   OptionsNodeIterator end() const;
 
  private:
@@ -65,12 +67,16 @@ class TARSEL_API OptionsNode {
 /// Walks the children of a node; valid as long as the document is neither changed nor destroyed.
 class TARSEL_API OptionsNodeIterator {
  public:
+  /// At a place in a document's tree.
   explicit OptionsNodeIterator(const Json::Value::const_iterator& position);
 
   /// A fresh node of the child here, without any error text.
   OptionsNode operator*() const;
+  /// To the next child; not beyond the end.
   OptionsNodeIterator& operator++();
+  /// The same child of the same node.
   bool operator==(const OptionsNodeIterator& other) const;
+  /// Another child.
   bool operator!=(const OptionsNodeIterator& other) const;
 
   /// The child's member name; the empty text for an array's element.
@@ -84,8 +90,10 @@ class TARSEL_API OptionsNodeIterator {
 class TARSEL_API Options {
  public:
   Options();
+  /// Takes the tree over.
   explicit Options(Json::Value document);
 
+  /// The whole document; valid while this object lives unchanged.
   OptionsNode GetRootNode() const;
 
  private:

@@ -14,18 +14,28 @@ namespace Tarsel {
 class TARSEL_API string {
  public:
   string();
+  /// A copy of a NUL-terminated text.
   string(const char* text);  // NOLINT(google-explicit-constructor): texts convert freely
+  /// A copy of `length` characters; they may include NUL.
   string(const char* text, std::size_t length);
+  /// A copy.
   string(const string& other);
+  /// Takes the text over; `other` stays usable.
   string(string&& other) noexcept;
   ~string();
 
+  /// Copies the text.
   string& operator=(const string& other);
+  /// Takes the text over; `other` stays usable.
   string& operator=(string&& other) noexcept;
+  /// Copies a NUL-terminated text.
   string& operator=(const char* text);
 
+  /// Appends a text.
   string& operator+=(const string& other);
+  /// Appends a NUL-terminated text.
   string& operator+=(const char* text);
+  /// Appends one character.
   string& operator+=(char c);
 
   /// Replaces the text by a printf-style result of any length.
@@ -35,7 +45,9 @@ class TARSEL_API string {
 
   /// Number of characters, the terminator not counted.
   std::size_t get_length() const;
+  /// Whether there are no characters.
   bool empty() const;
+  /// Leaves the empty text.
   void clear();
 
   /// The characters with a terminating NUL; never null. Valid until the next change of this object.
@@ -46,10 +58,15 @@ class TARSEL_API string {
 };
 
 // Comparisons are byte-wise; a text orders before every longer text that it begins.
+/// The same bytes.
 TARSEL_API bool operator==(const string& a, const string& b);
+/// The same bytes; null is the empty text.
 TARSEL_API bool operator==(const string& a, const char* b);
+/// Other bytes.
 TARSEL_API bool operator!=(const string& a, const string& b);
+/// Other bytes; null is the empty text.
 TARSEL_API bool operator!=(const string& a, const char* b);
+/// Whether `a` comes before `b`.
 TARSEL_API bool operator<(const string& a, const string& b);
 
 }  // namespace Tarsel

@@ -12,6 +12,7 @@ namespace Tarsel {
 /// again, stopped or destroyed from inside its own or another's callback.
 class TARSEL_API TimerBase {
  public:
+  /// What an expiry calls; the arguments are 0 and null.
   typedef CallbackBuffer2<unsigned int, void*> Callback;
 
   TimerBase(const TimerBase&) = delete;
@@ -20,8 +21,11 @@ class TARSEL_API TimerBase {
 
   /// Takes a reference on `callback` and drops the previous one; null for none.
   void SetCallback(Callback* callback);
+  /// No further expiry; nothing for a timer that does not run.
   void Stop();
+  /// Whether an expiry is to come.
   bool IsRunning() const;
+  /// The name that the timer was made with.
   const char* GetName() const;
 
  protected:
@@ -43,7 +47,9 @@ class TARSEL_API TimerBase {
 /// Fires once, `milliseconds` after its last start; a start while running moves the expiry.
 class TARSEL_API OneShotTimer : public TimerBase {
  public:
+  /// `name` is for the log and is not copied. Not running.
   explicit OneShotTimer(const char* name);
+  /// Fires once, `milliseconds` from now.
   void Start(unsigned int milliseconds);
 };
 
@@ -51,7 +57,10 @@ class TARSEL_API OneShotTimer : public TimerBase {
 /// another length for the platform (device/base's timer loop header).
 class TARSEL_API PeriodicTimer : public TimerBase {
  public:
+  /// `name` is for the log and is not copied. Not running.
   explicit PeriodicTimer(const char* name);
+  /// The first expiry comes after `ticks` ticks, 0 is taken as 1; a start while running begins
+  /// anew.
   void Start(unsigned int ticks);
 };
 
