@@ -19,6 +19,8 @@ namespace {
 
 volatile std::sig_atomic_t g_isInterrupted = 0;
 
+void Print(const std::string& output) { std::fwrite(output.data(), 1, output.size(), stdout); }
+
 /// While it lives the first interrupt is noted, and comes only where it is let in.
 class InterruptWatch {
  public:
@@ -74,7 +76,7 @@ wire::Code Connection::Open(const std::string& path) {
     return Fail(errno == EAGAIN ? wire::Code::TIMED_OUT : wire::Code::UNREACHABLE,
                 path + ": " + std::strerror(errno));
   }
-  return Await();
+  return Await(Print);
 }
 
 wire::Code Connection::Execute(const std::string& command) {
@@ -85,10 +87,18 @@ wire::Code Connection::Execute(const std::string& command) {
   if (!Send(wire::EncodeCommand(command))) {
     return Fail(wire::Code::UNREACHABLE, "the daemon has gone");
   }
-  return Await();
+  return Await(Print);
 }
 
-wire::Code Connection::Await() {
+std::vector<std::string> Connection::Complete(const std::string& begun) {
+  std::vector<std::string> words;
+  if (!m_isOver && begun.size() <= wire::MAX_TEXT && Send(wire::EncodeCompletion(begun))) {
+    Await([&words](const std::string& line) { words.push_back(line.substr(0, line.size() - 1)); });
+  }
+  return words;
+}
+
+wire::Code Connection::Await(const std::function<void(const std::string& output)>& print) {
   const InterruptWatch watch;
   for (;;) {
     while (const auto message = m_decoder.Next()) {
@@ -98,7 +108,7 @@ wire::Code Connection::Await() {
         m_isOver = message->isLast;
         return message->code;
       }
-      std::fwrite(message->text.data(), 1, message->text.size(), stdout);
+      print(message->text);
     }
     std::fflush(stdout);
     if (m_decoder.IsBroken()) {

@@ -2,7 +2,9 @@
 #ifndef DEVICE_CLIENT_CONNECTION_H
 #define DEVICE_CLIENT_CONNECTION_H
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "device/wire/wire.h"
 
@@ -21,6 +23,8 @@ class Connection {
   /// Carries out a command, its output goes to standard output. An interrupt meanwhile stops the
   /// output; a second one ends the process.
   wire::Code Execute(const std::string& command);
+  /// The words that may stand where `begun` ends; none when the daemon does not say.
+  std::vector<std::string> Complete(const std::string& begun);
 
   /// There will be no further reply.
   bool IsOver() const { return m_isOver; }
@@ -29,7 +33,8 @@ class Connection {
   unsigned short GetVlan() const { return m_vlan; }
 
  private:
-  wire::Code Await();
+  /// Until the reply; hands over what comes before it.
+  wire::Code Await(const std::function<void(const std::string& output)>& print);
   bool Receive();
   bool Send(const std::string& bytes);
   wire::Code Fail(wire::Code code, const std::string& why);

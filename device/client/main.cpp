@@ -38,11 +38,14 @@ Code ExecuteLines(Connection& connection) {
 Code Converse(Connection& connection) {
   Code code = Code::DONE;
   while (!connection.IsOver()) {
-    const auto line = client::Prompt(connection.GetVlan());
+    const auto line = client::Prompt(connection.GetVlan(), [&connection](const std::string& begun) {
+      return connection.Complete(begun);
+    });
     if (!line) {
       return Code::DONE;
     }
-    code = connection.Execute(*line);
+    // The daemon may have gone while the line was edited, which has been said then.
+    code = connection.IsOver() ? Code::UNREACHABLE : connection.Execute(*line);
   }
   return code;
 }

@@ -43,7 +43,11 @@ SocketSession::SocketSession(const SessionContext& context, unsigned short vlan,
 void SocketSession::Start() { Ready(); }
 
 void SocketSession::Ready() {
-  Finish(GetCode(), false);
+  const wire::Code code = GetCode();
+  if (code == wire::Code::TIMED_OUT) {
+    m_queue.Add("The command stands; its requests are still under way\n");
+  }
+  Finish(code, false);
   GoOn();
 }
 
@@ -110,7 +114,7 @@ void SocketSession::TakeMessages() {
     if (!m_next) {
       m_next = m_decoder.Next();
     }
-    if (!m_next || (m_next->kind == wire::Message::COMMAND && !IsIdle())) {
+    if (!m_next || (m_next->kind != wire::Message::INTERRUPT && !IsIdle())) {
       break;
     }
     Take(*std::exchange(m_next, std::nullopt));
@@ -126,6 +130,10 @@ void SocketSession::Take(const wire::Message& message) {
     StopPrinting();
     return;
   }
+  if (message.kind == wire::Message::COMPLETION) {
+    Complete(message.text);
+    return;
+  }
   if (message.kind != wire::Message::COMMAND) {
     return;  // clients have nothing to print here
   }
@@ -139,6 +147,15 @@ void SocketSession::Take(const wire::Message& message) {
     m_hasFailed = true;
     Interrupt();
   }
+}
+
+void SocketSession::Complete(const std::string& begun) {
+  const std::size_t word = begun.find_last_of(' ') + 1;  // or the line's beginning
+  for (const std::string& match :
+       Dispatcher::Complete(Dispatcher::Split(begun.substr(0, word)), begun.substr(word))) {
+    m_queue.Add(match + "\n");
+  }
+  Finish(wire::Code::DONE, false);
 }
 
 // All that waits is this command's. A reply of which a part has gone out is on its way anyway.

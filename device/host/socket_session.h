@@ -49,6 +49,7 @@ class SocketSession : public Session {
   void GoOn();
   void TakeMessages();
   void Take(const wire::Message& message);
+  void Complete(const std::string& begun);
   void StopPrinting();
   void Watch();
   void HangUp();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <utility>
 
 namespace wire {
 
@@ -12,6 +13,12 @@ constexpr std::size_t TAG_SIZE = 2;
 
 std::string Line(char tag, const std::string& text) {
   return std::string(1, tag) + ' ' + text + '\n';
+}
+
+std::string LineOfWords(char tag, std::string words) {
+  words.resize(std::min(words.size(), MAX_TEXT));
+  std::replace(words.begin(), words.end(), '\n', ' ');
+  return Line(tag, words);
 }
 
 bool ReadNumber(const std::string& text, long high, long& value) {
@@ -63,6 +70,9 @@ bool Read(const std::string& line, Message& message) {
       return ReadReply(message.text, message);
     case 'R':
       return ReadReply(message.text, message);
+    case 'W':
+      message.kind = Message::COMPLETION;
+      return true;
     default:
       return false;
   }
@@ -70,11 +80,9 @@ bool Read(const std::string& line, Message& message) {
 
 }  // namespace
 
-std::string EncodeCommand(std::string words) {
-  words.resize(std::min(words.size(), MAX_TEXT));
-  std::replace(words.begin(), words.end(), '\n', ' ');
-  return Line('C', words);
-}
+std::string EncodeCommand(std::string words) { return LineOfWords('C', std::move(words)); }
+
+std::string EncodeCompletion(std::string begun) { return LineOfWords('W', std::move(begun)); }
 
 std::string EncodeInterrupt() { return "I\n"; }
 

@@ -3,12 +3,14 @@
 // Everything is a line: a letter, a space, and what the letter asks for.
 //
 //     client:  C <command>       carry this out
+//              W <begun>         which words may stand where this line ends
 //              I                 print no more of it
 //     daemon:  O <text>          a line of output
 //              P <text>          output that does not end its line yet
 //              R <code> <vlan>   the reply: the command is over, the next one may come
 //              Q <code> <vlan>   the reply, and the last: the daemon closes the connection
 //
+// The words that may stand there come as lines of output, with a reply behind them as if to a command.
 // The daemon begins with a reply, as if to a command, when it is ready to take the first. A client
 // sends a command when the reply to the last one has come; an interrupt without a command in progress
 // means nothing. <code> is one of reply_codes.h, <vlan> the VLAN that the session is bound to.
@@ -27,9 +29,9 @@ namespace wire {
 constexpr std::size_t MAX_TEXT = 4096;
 
 struct Message {
-  enum Kind { COMMAND, INTERRUPT, OUTPUT, REPLY };
+  enum Kind { COMMAND, COMPLETION, INTERRUPT, OUTPUT, REPLY };
   Kind kind = COMMAND;
-  std::string text;  // of a command; of output, with the end of its line if it has one
+  std::string text;  // of a command; what is begun; output, with the end of its line if it has one
   Code code = Code::DONE;
   unsigned short vlan = 0;
   bool isLast = false;  // the reply is
@@ -37,6 +39,8 @@ struct Message {
 
 /// Ends of lines in `words` become spaces, which separate words as well. At most MAX_TEXT bytes.
 std::string EncodeCommand(std::string words);
+/// The same for what an operator has begun; the word at its end, or the empty one, is to be completed.
+std::string EncodeCompletion(std::string begun);
 std::string EncodeInterrupt();
 /// One or several messages; long lines go in pieces.
 std::string EncodeOutput(const std::string& text);

@@ -193,6 +193,64 @@ TEST_F(Client, PromptsOnATerminal) {
   ExpectHealthyDaemon();
 }
 
+TEST_F(Client, CompletesWordsAtItsPrompt) {
+  StartDaemon();
+  const auto client = Open(DaemonProcess::TERMINAL);
+  client->ReadUntil("vantacore[10]> ");
+  client->Send("ip pro\tsu\t\n");
+  EXPECT_THAT(client->ReadUntil("vantacore[10]> "),
+              testing::AllOf(HasSubstr("ip protocol summary"), HasSubstr("    10     No     No")));
+  client->Send("lab in\teth0 do\t\n");
+  client->ReadUntil("vantacore[10]> ");
+  client->Send("ip rip vrf 10\n");
+  EXPECT_THAT(client->ReadUntil("vantacore[10]> "), HasSubstr("0 of 1 interfaces ready"));
+  client->Send("quit\n");
+  EXPECT_EQ(client->Wait(), 0);
+  ExpectHealthyDaemon();
+}
+
+TEST_F(Client, IsToldWhichWordsMayStandAtTheEndOfALine) {
+  StartDaemon();
+  RawClient client(path);
+  EXPECT_TRUE(client.ReadReply());
+  const auto complete = [&client](const std::string& begun) {
+    client.Send(wire::EncodeCompletion(begun));
+    const auto [words, reply] = client.Read();
+    EXPECT_TRUE(reply && reply->code == wire::Code::DONE && !reply->isLast);
+    return words;
+  };
+  EXPECT_EQ(complete("i"), "ip\nip6\ninterface\ninterface6\n");
+  EXPECT_EQ(complete("ip "), "bgp\nigmp\nospf\nprotocol\nrip\n");
+  EXPECT_EQ(complete("show  ip6 pro"), "protocol\n");
+  EXPECT_EQ(complete("nothing "), "");
+  EXPECT_THAT(complete(""), HasSubstr("reload\n"));
+  // It waits for the output of a command like the next command does.
+  client.Send("C vrf 20\n" + wire::EncodeCompletion("rtm "));
+  EXPECT_EQ(client.ReadReply()->vlan, 20);
+  EXPECT_EQ(client.Read().first, "route\nrib\n");
+  ExpectHealthyDaemon();
+}
+
+TEST_F(Client, IsToldThatACommandStandsWhoseEffectIsLate) {
+  StartDaemon();
+  RawClient client(path);
+  EXPECT_TRUE(client.ReadReply());
+  client.Send("C lab stack hold\n");
+  EXPECT_EQ(client.ReadReply()->code, wire::Code::DONE);
+  client.Send("C lab interface eth0 down\n");
+  const auto [text, reply] = client.Read();
+  EXPECT_EQ(text, "The command stands; its requests are still under way\n");
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->code, wire::Code::TIMED_OUT);
+  client.Send("C lab stack release\n");
+  EXPECT_TRUE(client.ReadReply());
+  client.Send("C interface vrf 10\n");
+  EXPECT_THAT(client.Read().first, HasSubstr("eth0   DOWN"));
+  daemon->Kill(SIGTERM);
+  EXPECT_EQ(daemon->Wait(), 0);
+  EXPECT_EQ(daemon->Errors(), "Requests are still under way after 5 s; going on\n");
+}
+
 TEST_F(Client, IsToldWhatIsWrongWithItsOwnWords) {
   const Result nothing = system_test::RunDaemon({}, "", VANTACORECTL_COMMAND);
   EXPECT_EQ(nothing.status, 2);

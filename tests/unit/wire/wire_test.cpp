@@ -30,6 +30,7 @@ std::string Shown(const std::string& bytes) {
 
 TEST(Wire, IsLinesThatAPersonCanRead) {
   EXPECT_EQ(wire::EncodeCommand("vrf 20"), "C vrf 20\n");
+  EXPECT_EQ(wire::EncodeCompletion("ip pro"), "W ip pro\n");
   EXPECT_EQ(wire::EncodeInterrupt(), "I\n");
   EXPECT_EQ(wire::EncodeOutput("one\n\ntwo"), "O one\nO \nP two\n");
   EXPECT_EQ(wire::EncodeReply(Code::USAGE, 4094), "R 2 4094\n");
