@@ -128,6 +128,7 @@ class VANTACORE_API CfgSched : public PeriodicTimer {
   bool WalkBucket(CfgBucket* bucket, unsigned int& examined);
   void ExamineItems(Walk& walk, unsigned int& examined);
   bool ExamineNew(CfgBucket* bucket, CfgNode* node);
+  void MoveOn(const CfgNode* node);
   CfgItem* Unlink(CfgBucket* bucket, CfgNode* node);
   void Delete(CfgItem* item);
   template <class Operation>

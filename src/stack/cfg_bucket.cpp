@@ -14,6 +14,11 @@ void LinkRing(CfgNode* node, CfgNode* before) {
   before->samePrev = node;
 }
 
+void LeaveRing(CfgNode* node) {
+  node->samePrev->sameNext = node->sameNext;
+  node->sameNext->samePrev = node->samePrev;
+}
+
 // Items are about this large, and the first lines of the cache that they take hold the state and, for
 // all kinds that there are, the part of the identifier that is in use. The rest is needed when the
 // item goes: its memory is what the allocator hands out next, to be filled.
@@ -92,19 +97,24 @@ CfgItem* CfgBucket::FindFirstIssued(const Row& row) {
   return node != first.node ? node->item : nullptr;
 }
 
-// A node in the list, in a ring of its own. A null `before` is the end of the list.
-CfgNode* CfgBucket::NewNode(CfgItem* item, const OidKey& key, CfgNode* before) {
+// A null `before` is the end of the list.
+void CfgBucket::EnterList(CfgNode* node, CfgNode* before) {
   CfgNode* prev = before != nullptr ? before->prev : m_back;
-  CfgNode* node = m_nodes.Take();
-  *node = CfgNode{item, prev, before, nullptr, nullptr, key};
-  node->samePrev = node->sameNext = node;
+  node->prev = prev;
+  node->next = before;
   (prev != nullptr ? prev->next : m_front) = node;
   (before != nullptr ? before->prev : m_back) = node;
-  return node;
+}
+
+void CfgBucket::LeaveList(CfgNode* node) {
+  (node->prev != nullptr ? node->prev->next : m_front) = node->next;
+  (node->next != nullptr ? node->next->prev : m_back) = node->prev;
 }
 
 void CfgBucket::Append(CfgItem* item, const Row& row, CfgNode* last) {
-  CfgNode* node = NewNode(item, row.key, nullptr);
+  CfgNode* node = m_nodes.Take();
+  *node = CfgNode{item, nullptr, nullptr, node, node, row.key};
+  EnterList(node, nullptr);
   if (last != nullptr) {
     LinkRing(node, last->sameNext);
   } else {
@@ -112,20 +122,31 @@ void CfgBucket::Append(CfgItem* item, const Row& row, CfgNode* last) {
   }
 }
 
-void CfgBucket::InsertFor(CfgNode* last, CfgItem* item) {
+// The node stays the row's, so that it goes on lying near its neighbours.
+CfgItem* CfgBucket::ReplaceLast(CfgNode* last, CfgItem* item) {
+  CfgItem* replaced = last->item;
   CfgNode* first = last->sameNext;
   CfgNode* pred = last->prev;
-  CfgNode* node = NewNode(item, last->key, pred != nullptr ? pred : last);
-  // All other items of the row stand in front of `last` and so in front of the new item, except for
-  // the predecessor when it is one of them.
-  if (pred == nullptr || last->samePrev != pred) {
-    LinkRing(node, first);
-    return;
+  last->item = item;
+  if (m_expected == last) {
+    m_expected = last->next;
   }
-  LinkRing(node, pred);
-  if (pred == first) {
-    m_rows.Replace(node->key, First{first, first->item}, First{node, item});
+  if (pred != nullptr) {
+    LeaveList(last);
+    EnterList(last, pred);
   }
+  // All other items of the row stand in front of the last one and so in front of its new place, except
+  // for the predecessor when it is one of them.
+  if (first == last) {
+    m_rows.Replace(last->key, First{last, replaced}, First{last, item});
+  } else if (last->samePrev == pred) {
+    LeaveRing(last);
+    LinkRing(last, pred);
+    if (pred == first) {
+      m_rows.Replace(last->key, First{first, first->item}, First{last, item});
+    }
+  }
+  return replaced;
 }
 
 void CfgBucket::Unlink(CfgNode* node) {
@@ -139,10 +160,8 @@ void CfgBucket::Unlink(CfgNode* node) {
   } else if (m_rows.Find(node->key, [&entry](const First& first) { return first == entry; })) {
     m_rows.Replace(node->key, entry, First{next, next->item});
   }
-  node->samePrev->sameNext = node->sameNext;
-  node->sameNext->samePrev = node->samePrev;
-  (node->prev != nullptr ? node->prev->next : m_front) = node->next;
-  (node->next != nullptr ? node->next->prev : m_back) = node->prev;
+  LeaveRing(node);
+  LeaveList(node);
   m_nodes.Give(node);
 }
 

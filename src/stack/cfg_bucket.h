@@ -55,9 +55,10 @@ class CfgBucket {
 
   /// Puts `item` at the back. `last` is what FindLast answers for its row.
   void Append(CfgItem* item, const Row& row, CfgNode* last);
-  /// Gives `item` the place that a replacement of `last`, the last item of its row, is to have: the
-  /// front when `last` stands there, otherwise in front of the predecessor. `last` stays linked.
-  void InsertFor(CfgNode* last, CfgItem* item);
+  /// Puts `item` in for that of `last`, the last node of its row, and moves the node to the place that
+  /// a replacement is to have: the front when it stands there, otherwise in front of its predecessor.
+  /// Gives back the item that was replaced.
+  CfgItem* ReplaceLast(CfgNode* last, CfgItem* item);
   /// Takes the node out; it is gone then.
   void Unlink(CfgNode* node);
 
@@ -85,7 +86,8 @@ class CfgBucket {
   First FindRow(const Row& row, std::size_t size);
   static bool IsItem(const Row& row, CfgItem* item);
   void Expect(CfgNode* node);
-  CfgNode* NewNode(CfgItem* item, const OidKey& key, CfgNode* before);
+  void EnterList(CfgNode* node, CfgNode* before);
+  void LeaveList(CfgNode* node);
 
   static std::uint64_t s_newItems;
 

@@ -10,7 +10,7 @@
 //
 // An item's Send and SetInMib are calls into the unknown: a stack, or another library, may answer at
 // once and so call Insert, Update or Remove from inside. Therefore a pass holds its place by keys and
-// by a cursor that Unlink moves on, and an item that has to go while it is being called is unlinked
+// by a cursor that is moved on, and an item that has to go while it is being called is unlinked
 // at once but deleted when that call has returned.
 #include "vantacore/cfg_sched.h"
 
@@ -81,8 +81,8 @@ void CfgSched::Insert(CfgKey key, CfgItem* item) {
   if (last != nullptr && item->Replace(last->item)) {
     // The front entry is the last that a search from the back comes to.
     TRACE(5, "REPLACED ------- %d item.............\n", last == bucket->GetFront() ? 2 : 1);
-    bucket->InsertFor(last, item);
-    Delete(Unlink(bucket, last));
+    MoveOn(last);
+    Delete(bucket->ReplaceLast(last, item));
   } else {
     bucket->Append(item, row, last);
   }
@@ -129,13 +129,18 @@ void CfgSched::Remove(CfgKey key, CfgItem* item, unsigned int status) {
   }
 }
 
-// Takes the node out of the bucket and gives back its item.
-CfgItem* CfgSched::Unlink(CfgBucket* bucket, CfgNode* node) {
+// No walk is to come to the node, which leaves its place.
+void CfgSched::MoveOn(const CfgNode* node) {
   for (Walk* walk = m_walk; walk != nullptr; walk = walk->outer) {
     if (walk->cursor == node) {
       walk->cursor = node->next;
     }
   }
+}
+
+// Takes the node out of the bucket and gives back its item.
+CfgItem* CfgSched::Unlink(CfgBucket* bucket, CfgNode* node) {
+  MoveOn(node);
   CfgItem* item = node->item;
   bucket->Unlink(node);
   return item;
