@@ -19,6 +19,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 // The device's time is virtual, the loader's waiting is real: Turn() lets both go on.
 class Loader : public test_support::DeviceFixture {
@@ -233,6 +234,142 @@ TEST_F(Restart, SendsAgainWhatWasUnderWay) {
   Control().Release();
   RestartTheStack();
   EXPECT_EQ(Dump(), before);
+}
+
+// The reload waits for the answers to its removals when the stack forgets everything: VLAN 10 goes with
+// its routes and rules, VLAN 20 gets a route and the remote document loses one.
+class RestartDuringAReload : public Restart {
+ protected:
+  void BeginToReload() {
+    m_files.Write("remote/one.json", R"({"VLAN_CONFIGURATIONS": {"b": {"vid": 20}}})");
+    WriteVlans(R"("b": {"vid": 20, "OSPF": {"enabled": true}, "REDISTRIBUTION": {"rip": false},
+      "STATIC_ROUTES": {"r": {"network": "10.8.0.0", "netmask": "255.255.0.0",
+                              "gateway": "10.2.0.9"}}})");
+    Control().Hold();
+    m_loader->Reload();
+    ASSERT_TRUE(m_loader->IsBusy());
+  }
+  void TurnSome() {
+    for (int i = 0; i < 100; ++i) {
+      Turn();
+    }
+    ASSERT_TRUE(m_loader->IsBusy());
+  }
+  void RestartAndGoOn() {
+    Control().Restart();
+    m_loader->BringBack();
+    Control().Release();
+    TurnUntilDone();
+    ASSERT_TRUE(Settle());
+  }
+  void ExpectTheNewConfiguration() {
+    EXPECT_THAT(Vlans(), ElementsAre(20));
+    EXPECT_EQ(m_loader->GetRoutes().GetRows().size(), 1u);
+    const std::string after = Dump();
+    EXPECT_THAT(after, AllOf(HasSubstr("instance 20 "), HasSubstr("10.8.0.0/16"),
+                             Not(HasSubstr("instance 10 ")), Not(HasSubstr("10.9.0.0/16")),
+                             Not(HasSubstr("10.7.0.0/16")), Not(HasSubstr("2001:db8:9::/48"))));
+    EXPECT_EQ(Control().Redistributions().size(), 3u);  // static, connected and BGP to OSPF
+    EXPECT_FALSE(m_loader->GetRedistribution().IsWaiting());
+    TakeCalls();
+    m_loader->Reload();
+    EXPECT_FALSE(m_loader->IsBusy());
+    ASSERT_TRUE(Settle());
+    EXPECT_THAT(TakeCalls(), IsEmpty());
+    // What a start with the same documents gives.
+    RestartTheStack();
+    EXPECT_EQ(Dump(), after);
+  }
+};
+
+TEST_F(RestartDuringAReload, EndsWithTheNewConfiguration) {
+  BeginToReload();
+  RestartAndGoOn();
+  ExpectTheNewConfiguration();
+}
+
+TEST_F(RestartDuringAReload, EndsWithTheNewConfigurationAlsoWhenRequestsWereSent) {
+  BeginToReload();
+  TurnSome();
+  EXPECT_THAT(TakeCalls(), Contains(HasSubstr("sms_update_route(1, 6, 2, 1, 10.9.0.0, 16, ")));
+  RestartAndGoOn();
+  ExpectTheNewConfiguration();
+}
+
+TEST_F(RestartDuringAReload, MayHappenTwice) {
+  BeginToReload();
+  TurnSome();
+  Control().Restart();
+  m_loader->BringBack();
+  TurnSome();
+  RestartAndGoOn();
+  ExpectTheNewConfiguration();
+}
+
+// The stack comes back with what the first reload read, and the second one follows.
+TEST_F(RestartDuringAReload, LetsAnotherReloadFollow) {
+  BeginToReload();
+  WriteVlans(R"("c": {"vid": 30})");
+  m_loader->Reload();
+  RestartAndGoOn();
+  EXPECT_THAT(Vlans(), ElementsAre(20, 30));  // the remote document keeps VLAN 20
+  EXPECT_THAT(Dump(), AllOf(HasSubstr("instance 20 "), HasSubstr("instance 30 "),
+                            Not(HasSubstr("instance 10 "))));
+}
+
+// A remote document that is known begins to name a protocol in the very reload in which the VLAN
+// document disables it: the protocol is taken for one that stays, but does not run.
+class RemoteProtocol : public Loader {
+ protected:
+  void SetUp() override {
+    WriteRemote("");
+    StartWith(R"("a": {"vid": 10, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"rip": false}})");
+    ASSERT_EQ(RulesIntoRip(), 4u);
+  }
+  void WriteRemote(const std::string& members) {
+    m_files.Write("remote/one.json",
+                  "{\"VLAN_CONFIGURATIONS\": {\"a\": {\"vid\": 10" + members + "}}}");
+  }
+  std::size_t RulesIntoRip() { return Control().Redistributions().size(); }
+  bool RunsRip() {
+    return Manager().GetDcRouterByVID(10, Tarsel::DcRouterMgr::PROTOCOL_RIPV2)->IsEnabled();
+  }
+};
+
+TEST_F(RemoteProtocol, KeepsItsRulesWhenItIsNamedInTheReloadThatDisablesIt) {
+  WriteRemote(R"(, "RIPV2": {"enabled": true})");
+  WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": false}, "REDISTRIBUTION": {"rip": false}})");
+  m_loader->Reload();
+  EXPECT_FALSE(m_loader->IsBusy());  // nothing is withdrawn beforehand
+  ASSERT_TRUE(Settle());
+  EXPECT_FALSE(RunsRip());
+  EXPECT_EQ(RulesIntoRip(), 4u);
+
+  // A further reload does not help, since requests for a protocol that is not ready are dropped.
+  m_loader->Reload();
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(RulesIntoRip(), 4u);
+
+  // They go when the protocol is enabled again, unless they are wanted then.
+  WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": true}})");
+  m_loader->Reload();
+  TurnUntilDone();
+  for (int i = 0; i < 20000 && m_loader->GetRedistribution().IsWaiting(); ++i) {
+    Turn();
+  }
+  ASSERT_TRUE(Settle());
+  EXPECT_TRUE(RunsRip());
+  EXPECT_EQ(RulesIntoRip(), 0u);
+}
+
+TEST_F(RemoteProtocol, LosesItsRulesWhenOnlyTheVlanDocumentChanges) {
+  WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": false}, "REDISTRIBUTION": {"rip": false}})");
+  m_loader->Reload();
+  EXPECT_TRUE(m_loader->IsBusy());
+  TurnUntilDone();
+  ASSERT_TRUE(Settle());
+  EXPECT_FALSE(RunsRip());
+  EXPECT_EQ(RulesIntoRip(), 0u);
 }
 
 }  // namespace
