@@ -14,6 +14,8 @@ namespace host {
 
 namespace {
 
+constexpr std::size_t MAX_MESSAGE = 160;
+
 class FileDescriptor {
  public:
   explicit FileDescriptor(const std::string& path)
@@ -100,7 +102,8 @@ std::size_t FindTooDeep(const std::string& text) {
   return std::string::npos;
 }
 
-// jsoncpp's errors read "* Line 3, Column 7\n  message\n", and only the first is to the point.
+// jsoncpp's errors read "* Line 3, Column 7\n  message\n", and only the first is to the point. The
+// message may quote a name of the document, whatever that holds.
 std::string FirstError(const std::string& errors) {
   unsigned line = 0;
   unsigned column = 0;
@@ -112,7 +115,8 @@ std::string FirstError(const std::string& errors) {
   if (begin != std::string::npos) {
     message = errors.substr(begin + 3, errors.find('\n', begin + 3) - begin - 3);
   }
-  return std::to_string(line) + ":" + std::to_string(column) + ": not JSON: " + message;
+  return std::to_string(line) + ":" + std::to_string(column) +
+         ": not JSON: " + Printable(message, MAX_MESSAGE);
 }
 
 std::string ParseError(const std::string& text, Json::Value& document) {

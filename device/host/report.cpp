@@ -19,19 +19,23 @@ bool IsPlain(const std::string& name) {
 
 }  // namespace
 
-std::string Quote(const std::string& text) {
-  std::string quoted = "\"";
-  for (std::size_t i = 0; i < text.size() && i < MAX_QUOTED; ++i) {
+std::string Printable(const std::string& text, std::size_t most) {
+  std::string printable;
+  for (std::size_t i = 0; i < text.size() && i < most; ++i) {
     const unsigned char c = static_cast<unsigned char>(text[i]);
     if (c < 0x20 || c == 0x7F) {
       char escaped[5];
       std::snprintf(escaped, sizeof escaped, "\\x%02x", c);
-      quoted += escaped;
+      printable += escaped;
     } else {
-      quoted += text[i];
+      printable += text[i];
     }
   }
-  return quoted + (text.size() > MAX_QUOTED ? "...\"" : "\"");
+  return printable;
+}
+
+std::string Quote(const std::string& text) {
+  return "\"" + Printable(text, MAX_QUOTED) + (text.size() > MAX_QUOTED ? "...\"" : "\"");
 }
 
 Place Place::Member(const std::string& name) const {

@@ -12,6 +12,9 @@ namespace host {
 /// expected there and what was found. Readers report and go on with the rest.
 using Report = std::function<void(const std::string& line)>;
 
+/// At most `most` characters of `text`, those that a terminal would act on as \xNN.
+std::string Printable(const std::string& text, std::size_t most);
+
 /// `text` in quotes, cut to a length that leaves a line readable, without characters that a terminal
 /// would act on.
 std::string Quote(const std::string& text);
