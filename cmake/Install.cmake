@@ -22,17 +22,21 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-platform COMPONENT platform
   FILES_MATCHING PATTERN *.h)
 
-# The device: one target for all of it. The libraries refer to each other without naming each other,
-# so none may be left out because the executable itself does not refer to it.
+# vantacore_platform is what the library needs around it but for a routing stack: the base classes and
+# the protocol routers. vantacore_device has the software stack as well. The libraries refer to each
+# other without naming each other, so none may be left out because the executable itself does not
+# refer to it.
+add_library(vantacore_platform INTERFACE)
+set_target_properties(vantacore_platform PROPERTIES EXPORT_NAME platform)
+target_include_directories(vantacore_platform INTERFACE
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device>)
+target_link_options(vantacore_platform INTERFACE -Wl,--no-as-needed)
+target_link_libraries(vantacore_platform INTERFACE vantacore protocol_routers tarsel_base)
 add_library(vantacore_device INTERFACE)
 set_target_properties(vantacore_device PROPERTIES EXPORT_NAME device)
-target_include_directories(vantacore_device INTERFACE
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device>)
-target_link_options(vantacore_device INTERFACE -Wl,--no-as-needed)
-target_link_libraries(vantacore_device INTERFACE
-  vantacore protocol_routers routing_stack tarsel_base)
-install(TARGETS vantacore_device protocol_routers routing_stack tarsel_base EXPORT vantacore-device
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT device)
+target_link_libraries(vantacore_device INTERFACE vantacore_platform routing_stack)
+install(TARGETS vantacore_platform vantacore_device protocol_routers routing_stack tarsel_base
+  EXPORT vantacore-device LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT device)
 install(EXPORT vantacore-device NAMESPACE vantacore:: FILE vantacore-device.cmake
   DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT device)
 foreach(header base/timer_loop.h base/trace_control.h
@@ -52,11 +56,12 @@ install(FILES
   DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT development)
 
 file(RELATIVE_PATH VANTACORE_LIBDIR_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR} /prefix)
-foreach(package vantacore vantacore-device)
+foreach(package vantacore vantacore-platform vantacore-device)
   configure_file(
     ${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
 endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/vantacore.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
-install(FILES ${PROJECT_BINARY_DIR}/vantacore-device.pc
+install(FILES
+  ${PROJECT_BINARY_DIR}/vantacore-platform.pc ${PROJECT_BINARY_DIR}/vantacore-device.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT device)

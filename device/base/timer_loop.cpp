@@ -76,4 +76,9 @@ bool VirtualLoop::RunUntil(const std::function<bool()>& done, std::uint64_t limi
   return true;
 }
 
+std::uint64_t VirtualLoop::MicrosecondsToNext() const {
+  const std::uint64_t next = m_queue->Earliest();
+  return next == NO_DEADLINE ? NO_DEADLINE : next - std::min(next, m_now);
+}
+
 }  // namespace Tarsel

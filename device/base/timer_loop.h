@@ -62,6 +62,9 @@ class TARSEL_API VirtualLoop : public TimerLoop {
   bool RunNext();
   /// Runs until `done` answers true or `limitMilliseconds` have gone by; returns the last answer.
   bool RunUntil(const std::function<bool()>& done, std::uint64_t limitMilliseconds);
+  /// Microseconds until the next deadline, UINT64_MAX when no timer runs: how long a loop may sleep
+  /// that moves this one along by the time that has gone by.
+  std::uint64_t MicrosecondsToNext() const;
 
  private:
   void DeadlineChanged() override {}

@@ -546,6 +546,21 @@ TEST_F(Timers, RunUntilGivesUpAtTheLimit) {
   EXPECT_TRUE(loop.RunUntil([this] { return loop.Now() == 35000; }, 10));
 }
 
+TEST_F(Timers, TellHowLongTheLoopMaySleep) {
+  EXPECT_EQ(loop.MicrosecondsToNext(), UINT64_MAX);
+  OneShotTimer later("a");
+  OneShotTimer sooner("b");
+  later.Start(20);
+  sooner.Start(5);
+  EXPECT_EQ(loop.MicrosecondsToNext(), 5000u);
+  loop.AdvanceMicroseconds(1500);
+  EXPECT_EQ(loop.MicrosecondsToNext(), 3500u);
+  loop.AdvanceMilliseconds(10);
+  EXPECT_EQ(loop.MicrosecondsToNext(), 8500u);
+  later.Stop();
+  EXPECT_EQ(loop.MicrosecondsToNext(), UINT64_MAX);
+}
+
 TEST_F(Timers, TheLongestTimesNeitherOverflowNorFire) {
   TimerLoop::SetTickMicroseconds(UINT_MAX);
   PeriodicTimer timer("a");
