@@ -8,6 +8,7 @@
 namespace {
 
 std::size_t g_bytes = 0;
+std::size_t g_blocks = 0;
 
 std::size_t SizeOf(void* memory) { return malloc_usable_size(memory) + sizeof(std::size_t); }
 
@@ -15,6 +16,7 @@ void* Allocate(std::size_t size) {
   void* memory = std::malloc(size);
   if (memory != nullptr) {
     g_bytes += SizeOf(memory);
+    ++g_blocks;
   }
   return memory;
 }
@@ -22,6 +24,7 @@ void* Allocate(std::size_t size) {
 void Release(void* memory) {
   if (memory != nullptr) {
     g_bytes -= SizeOf(memory);
+    --g_blocks;
     std::free(memory);
   }
 }
@@ -29,6 +32,7 @@ void Release(void* memory) {
 }  // namespace
 
 std::size_t bench::AllocatedBytes() { return g_bytes; }
+std::size_t bench::AllocatedBlocks() { return g_blocks; }
 
 void* operator new(std::size_t size) {
   void* memory = Allocate(size);

@@ -9,6 +9,8 @@ namespace bench {
 /// The bytes that are allocated now, the allocator's own word per block included. The library's
 /// allocations count as well, since the program's operator new is everybody's.
 std::size_t AllocatedBytes();
+/// How many blocks that are.
+std::size_t AllocatedBlocks();
 
 }  // namespace bench
 
