@@ -85,20 +85,24 @@ soak::Sample Take(double hours, bool restored) {
   return sample;
 }
 
-/// Whether every kind of event happened and the refusals were met with repeated requests.
+void Print(const char* what, std::uint64_t count) {
+  std::printf("%-20s %llu\n", what, static_cast<unsigned long long>(count));
+}
+
+/// Whether every kind of event happened, the commands printed, and the refusals had their effect.
 bool EverythingHappened(soak::Network& network) {
   bool all = true;
   for (int kind = 0; kind < soak::KINDS; ++kind) {
     const std::uint64_t count = network.Happened()[static_cast<std::size_t>(kind)];
-    std::printf("%-20s %llu\n", soak::Network::NameOf(static_cast<soak::Kind>(kind)),
-                static_cast<unsigned long long>(count));
-    // One of them was the rehearsal.
-    all = all && count > 1;
+    Print(soak::Network::NameOf(static_cast<soak::Kind>(kind)), count);
+    all = all && count > 1;  // one of them was the rehearsal
   }
-  std::printf("%-20s %llu\n%-20s %llu\n", "lines on consoles",
-              static_cast<unsigned long long>(network.LinesPrinted()), "route requests",
-              static_cast<unsigned long long>(network.RouteRequests()));
-  return all && network.LinesPrinted() != 0;
+  Print("lines on consoles", network.LinesPrinted());
+  Print("routes asked for", network.RoutesAsked());
+  Print("route requests", network.RouteRequests());
+  Print("routes refused", network.RoutesRefused());
+  return all && network.LinesPrinted() != 0 && network.RouteRequests() > network.RoutesAsked() &&
+         network.RoutesRefused() != 0;
 }
 
 }  // namespace
@@ -131,7 +135,7 @@ int main(int argc, char** argv) {
     samples.push_back(Take(hour, restore));
   }
   if (!EverythingHappened(network)) {
-    std::printf("FAILED: some kind of event never happened\n");
+    std::printf("FAILED: something never happened\n");
     return 1;
   }
   const std::string grown = soak::WhatGrows(samples, warmUp);

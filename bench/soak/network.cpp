@@ -72,6 +72,11 @@ Ip4Addr Destination(unsigned int route) {
   return Ip4Addr(20 + (route >> 16), (route >> 8) & 0xFF, route & 0xFF, 0);
 }
 
+// The inverse.
+unsigned int RouteTo(unsigned int first, unsigned int second, unsigned int third) {
+  return (first - 20) << 16 | second << 8 | third;
+}
+
 [[noreturn]] void Die(const char* what) {
   std::fprintf(stderr, "soak: %s\n", what);
   std::exit(2);
@@ -82,7 +87,11 @@ Ip4Addr Destination(unsigned int route) {
 const char* Network::NameOf(Kind kind) { return RATES[kind].name; }
 
 Network::Network(unsigned int vlans, unsigned int routes, unsigned int seed, std::size_t leakBytes)
-    : m_vlans(vlans), m_routes(routes), m_leakBytes(leakBytes), m_engine(seed) {
+    : m_vlans(vlans),
+      m_routes(routes),
+      m_leakBytes(leakBytes),
+      m_engine(seed),
+      m_routeAsked(routes) {
   Tarsel::SetTraceLevel(0);
   Tarsel::SetTraceSink([](int, const std::string&) {});
   // The VLANs have no primary interface, which the stack's question for one reports each time.
@@ -197,6 +206,8 @@ void Network::Load(unsigned int vlans, unsigned int changed) {
 
 void Network::SetRoute(unsigned int route, bool there) {
   const unsigned int vlan = route % m_vlans + 1;
+  ++m_routesAsked;
+  m_routeAsked[route] = there;
   if (there) {
     Tarsel::AddRoute(static_cast<unsigned short>(vlan), Destination(route), Mask24(),
                      InVlan(vlan, 2), vlan, 5, Tarsel::PATH_TYPE_STATIC, 1);
@@ -300,9 +311,21 @@ void Network::ForgetEndedWalks() {
 
 // --- as it was ---
 
+void Network::CountRefused() {
+  std::vector<bool> there(m_routes);
+  for (const amb_cipr_rtm_rib& row : m_device.Control().Rib()) {
+    const unsigned char* const bytes = row.destination;
+    if (row.route_proto == STATIC_PROTO) there[RouteTo(bytes[0], bytes[1], bytes[2])] = true;
+  }
+  for (unsigned int route = 0; route < m_routes; ++route) {
+    if (there[route] != m_routeAsked[route]) ++m_routesRefused;
+  }
+}
+
 std::string Network::Restore() {
   m_device.Control().ClearScripts();
   if (!m_device.Settle(SETTLE_LIMIT)) return "the device does not settle";
+  if (m_vlansAway == 0) CountRefused();
   m_vlansAway = 0;
   Load(m_vlans, 0);
   AddInterfaces();

@@ -49,10 +49,12 @@ class Network {
   /// Since the start, in the order of Kind.
   const std::array<std::uint64_t, KINDS>& Happened() const { return m_happened; }
   std::uint64_t LinesPrinted() const { return m_linesPrinted; }
-  /// Requests to the stack for routes; above the number of changes by what was asked again.
+  /// Requests of the host for routes, and those that reached the stack: more, by what the library
+  /// asked again of a busy stack.
+  std::uint64_t RoutesAsked() const { return m_routesAsked; }
   std::uint64_t RouteRequests();
-  /// Milliseconds since the start.
-  std::uint64_t Now() const { return m_now; }
+  /// Routes that were found to be other than asked for when all was restored: refused ones.
+  std::uint64_t RoutesRefused() const { return m_routesRefused; }
 
   static const char* NameOf(Kind kind);
 
@@ -70,6 +72,7 @@ class Network {
   void ChangeAddress(unsigned int vlan, unsigned int host);
   void AddInterfaces();
   void AddRoutesOf(unsigned int firstVlan);
+  void CountRefused();
   void VlansGo();
   void Walk();
   void ForgetEndedWalks();
@@ -84,6 +87,9 @@ class Network {
   std::vector<std::shared_ptr<test_support::ConsoleLog>> m_walks;
   std::array<std::uint64_t, KINDS> m_happened{};
   std::uint64_t m_linesPrinted = 0;
+  std::uint64_t m_routesAsked = 0;
+  std::uint64_t m_routesRefused = 0;
+  std::vector<bool> m_routeAsked;  // by number: whether the host last asked for it
   unsigned int m_vlansAway = 0;
 };
 
