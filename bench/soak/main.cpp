@@ -4,8 +4,9 @@
 //
 // The first seventh of the time is the warm-up: the population comes, every kind of event happens, and
 // the allocator finds its size. Every six hours all is restored as it was, and the stack must hold
-// every route. flatness.h says what counts as flat. --leak loses memory at each flap of a link, to see
-// that the soak notices. Prints a line per sample; exit status 0: flat, 1: not, 2: could not be run.
+// every route. tests/support/flatness.h says what counts as flat. --leak loses memory at each flap of a
+// link, to see that the soak notices. Prints a line per sample; exit status 0: flat, 1: not, 2: could
+// not be run.
 #include <time.h>
 #include <unistd.h>
 
@@ -15,8 +16,8 @@
 #include <string>
 
 #include "bench/allocated_bytes.h"
-#include "bench/soak/flatness.h"
 #include "bench/soak/network.h"
+#include "tests/support/flatness.h"
 
 namespace {
 
@@ -75,9 +76,9 @@ double CpuSeconds() {
   return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-soak::Sample Take(double hours, bool restored) {
-  const soak::Sample sample{hours, ResidentBytes(), bench::AllocatedBytes(),
-                            bench::AllocatedBlocks(), restored};
+test_support::Sample Take(double hours, bool restored) {
+  const test_support::Sample sample{hours, ResidentBytes(), bench::AllocatedBytes(),
+                                    bench::AllocatedBlocks(), restored};
   std::printf("%6.0f h  resident %8zu kB  allocated %10zu B in %8zu blocks  cpu %7.1f s%s\n", hours,
               sample.resident / 1024, sample.allocated, sample.blocks, CpuSeconds(),
               restored ? "  restored" : "");
@@ -118,7 +119,7 @@ int main(int argc, char** argv) {
   const double warmUp = hours / 7.0;
   std::printf("%u VLANs, %u routes, %u days, seed %u\n", options.vlans, options.routes,
               options.days, options.seed);
-  std::vector<soak::Sample> samples;
+  std::vector<test_support::Sample> samples;
   samples.reserve(hours + 2);  // before the first sample, so that it does not count as growth
   soak::Network network(options.vlans, options.routes, options.seed, options.leak);
   network.Rehearse();
@@ -138,7 +139,7 @@ int main(int argc, char** argv) {
     std::printf("FAILED: something never happened\n");
     return 1;
   }
-  const std::string grown = soak::WhatGrows(samples, warmUp);
+  const std::string grown = test_support::WhatGrows(samples, warmUp);
   std::printf("%s%s\n", grown.empty() ? "flat" : "FAILED: ", grown.c_str());
   return grown.empty() ? 0 : 1;
 }

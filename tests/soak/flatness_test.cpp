@@ -1,12 +1,12 @@
 // What the soak calls flat: a criterion that never fails would make the soak worth nothing.
-#include "bench/soak/flatness.h"
+#include "tests/support/flatness.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using soak::Sample;
-using soak::WhatGrows;
+using test_support::Sample;
+using test_support::WhatGrows;
 
 constexpr double WARM_UP = 24;
 constexpr std::size_t MIB = 1024 * 1024;

@@ -1,12 +1,12 @@
 // Whether memory stays where it is.
-#ifndef BENCH_SOAK_FLATNESS_H
-#define BENCH_SOAK_FLATNESS_H
+#ifndef TESTS_SUPPORT_FLATNESS_H
+#define TESTS_SUPPORT_FLATNESS_H
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-namespace soak {
+namespace test_support {
 
 /// The memory at one moment, in bytes.
 struct Sample {
@@ -32,6 +32,6 @@ struct Sample {
 /// wrong as well.
 std::string WhatGrows(const std::vector<Sample>& samples, double warmUpHours);
 
-}  // namespace soak
+}  // namespace test_support
 
 #endif

@@ -1,8 +1,8 @@
-#include "bench/soak/flatness.h"
+#include "tests/support/flatness.h"
 
 #include <algorithm>
 
-namespace soak {
+namespace test_support {
 
 namespace {
 
@@ -48,4 +48,4 @@ std::string WhatGrows(const std::vector<Sample>& samples, double warmUpHours) {
   return "";
 }
 
-}  // namespace soak
+}  // namespace test_support
