@@ -48,12 +48,12 @@ class BenchCompare(unittest.TestCase):
         self.assertEqual(self.compare(self.changed(0, 0.04))[0], 0)
 
     def test_a_slower_figure_fails(self):
-        status, text = self.compare(self.changed(0, 0.7))
+        status, text = self.compare(self.changed(0, 0.9))
         self.assertEqual(status, 1)
-        self.assertRegex(text, r"a route .*1\.75.*FAILED")
+        self.assertRegex(text, r"a route .*2\.25.*FAILED")
 
     def test_the_threshold_is_an_option(self):
-        self.assertEqual(self.compare(self.changed(0, 0.7), "--threshold", "2")[0], 0)
+        self.assertEqual(self.compare(self.changed(0, 0.9), "--threshold", "3")[0], 0)
         self.assertEqual(self.compare(self.changed(0, 0.6), "--threshold", "1.2")[0], 1)
 
     def test_memory_has_a_threshold_of_its_own(self):
