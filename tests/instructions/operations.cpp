@@ -151,7 +151,7 @@ void RunList() {
 
 void RunReload() {
   Json::Value root;
-  const std::string text = test_support::VlanDocument(100);
+  const std::string text = test_support::FullVlanDocument(100);
   const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
   Require(reader->parse(text.data(), text.data() + text.size(), &root, nullptr), "no JSON");
   const Options document(root);
