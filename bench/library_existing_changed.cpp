@@ -5,11 +5,11 @@
 
 #include <string>
 
-#include "bench/allocated_bytes.h"
 #include "bench/json_text.h"
 #include "device/base/timer_loop.h"
 #include "device/base/trace_control.h"
 #include "tarsel/options.h"
+#include "tests/support/allocated_bytes.h"
 #include "tests/support/prepared_stack.h"
 #include "tests/support/recording_console.h"
 #include "vantacore/cfg_sched.h"
@@ -97,16 +97,16 @@ void RouteMemory(benchmark::State& state) {
   double pending = 0;
   double inFlight = 0;
   for (auto _ : state) {
-    const std::size_t before = bench::AllocatedBytes();
+    const std::size_t before = test_support::AllocatedBytes();
     const std::size_t sentBefore = prepared_stack::RouteRequests();
     AddRoutes(Count(state));
-    pending = static_cast<double>(bench::AllocatedBytes() - before) / Count(state);
+    pending = static_cast<double>(test_support::AllocatedBytes() - before) / Count(state);
     while (prepared_stack::RouteRequests() - sentBefore < Count(state)) {
       Tarsel::g_cfgsched->OnTimeout(0, nullptr);
     }
-    inFlight = static_cast<double>(bench::AllocatedBytes() - before) / Count(state);
+    inFlight = static_cast<double>(test_support::AllocatedBytes() - before) / Count(state);
     for (RouteAnswer& answer : answers) answer.Give();
-    if (bench::AllocatedBytes() > before) state.SkipWithError("memory is kept");
+    if (test_support::AllocatedBytes() > before) state.SkipWithError("memory is kept");
   }
   state.counters["bytes_per_new_route"] = pending;
   state.counters["bytes_per_route_in_flight"] = inFlight;
@@ -127,10 +127,10 @@ void VlanMemory(benchmark::State& state) {
   }
   text += "}}";
   for (auto _ : state) {
-    const std::size_t before = bench::AllocatedBytes();
+    const std::size_t before = test_support::AllocatedBytes();
     Load(text);
     state.counters["bytes_per_vlan"] =
-        static_cast<double>(bench::AllocatedBytes() - before) / Count(state);
+        static_cast<double>(test_support::AllocatedBytes() - before) / Count(state);
     Load("{\"VLAN_CONFIGURATIONS\": {}}");
   }
 }

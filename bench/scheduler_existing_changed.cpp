@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "bench/allocated_bytes.h"
 #include "device/base/timer_loop.h"
+#include "tests/support/allocated_bytes.h"
 #include "tests/support/silent_items.h"
 #include "vantacore/cfg_sched.h"
 #include "vantacore/dc_rtm_mgr.h"
@@ -131,9 +131,9 @@ void SchedulerRemove(benchmark::State& state) {
 void SchedulerFill(benchmark::State& state) {
   double bytes = 0;
   for (auto _ : state) {
-    const std::size_t before = bench::AllocatedBytes();
+    const std::size_t before = test_support::AllocatedBytes();
     Pending pending(Existing(state), false);
-    bytes = static_cast<double>(bench::AllocatedBytes() - before) / Existing(state);
+    bytes = static_cast<double>(test_support::AllocatedBytes() - before) / Existing(state);
     state.PauseTiming();
     pending.sched.reset();
     state.ResumeTiming();

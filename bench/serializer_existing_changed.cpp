@@ -2,7 +2,7 @@
 // another of their row, the ready signal, memory per busy row.
 #include <benchmark/benchmark.h>
 
-#include "bench/allocated_bytes.h"
+#include "tests/support/allocated_bytes.h"
 #include "tests/support/silent_items.h"
 #include "vantacore/serializer.h"
 
@@ -86,13 +86,13 @@ void SerializerReadySignal(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
     {
-      const std::size_t before = bench::AllocatedBytes();
+      const std::size_t before = test_support::AllocatedBytes();
       Serializer serializer;
       Activate(serializer, 0, Existing(state));
       state.ResumeTiming();
       serializer.RunPendingActions();
       state.PauseTiming();
-      bytes = static_cast<double>(bench::AllocatedBytes() - before) / Existing(state);
+      bytes = static_cast<double>(test_support::AllocatedBytes() - before) / Existing(state);
     }
     state.ResumeTiming();
   }

@@ -15,8 +15,8 @@
 #include <cstring>
 #include <string>
 
-#include "bench/allocated_bytes.h"
 #include "bench/soak/network.h"
+#include "tests/support/allocated_bytes.h"
 #include "tests/support/flatness.h"
 
 namespace {
@@ -77,8 +77,8 @@ double CpuSeconds() {
 }
 
 test_support::Sample Take(double hours, bool restored) {
-  const test_support::Sample sample{hours, ResidentBytes(), bench::AllocatedBytes(),
-                                    bench::AllocatedBlocks(), restored};
+  const test_support::Sample sample{hours, ResidentBytes(), test_support::AllocatedBytes(),
+                                    test_support::AllocatedBlocks(), restored};
   std::printf("%6.0f h  resident %8zu kB  allocated %10zu B in %8zu blocks  cpu %7.1f s%s\n", hours,
               sample.resident / 1024, sample.allocated, sample.blocks, CpuSeconds(),
               restored ? "  restored" : "");

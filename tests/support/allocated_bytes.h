@@ -1,10 +1,10 @@
 // How much memory the process holds through operator new.
-#ifndef BENCH_ALLOCATED_BYTES_H
-#define BENCH_ALLOCATED_BYTES_H
+#ifndef TESTS_SUPPORT_ALLOCATED_BYTES_H
+#define TESTS_SUPPORT_ALLOCATED_BYTES_H
 
 #include <cstddef>
 
-namespace bench {
+namespace test_support {
 
 /// The bytes that are allocated now, the allocator's own word per block included. The library's
 /// allocations count as well, since the program's operator new is everybody's.
@@ -12,6 +12,6 @@ std::size_t AllocatedBytes();
 /// How many blocks that are.
 std::size_t AllocatedBlocks();
 
-}  // namespace bench
+}  // namespace test_support
 
 #endif

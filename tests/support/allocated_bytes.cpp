@@ -1,4 +1,4 @@
-#include "bench/allocated_bytes.h"
+#include "tests/support/allocated_bytes.h"
 
 #include <malloc.h>
 
@@ -31,8 +31,8 @@ void Release(void* memory) {
 
 }  // namespace
 
-std::size_t bench::AllocatedBytes() { return g_bytes; }
-std::size_t bench::AllocatedBlocks() { return g_blocks; }
+std::size_t test_support::AllocatedBytes() { return g_bytes; }
+std::size_t test_support::AllocatedBlocks() { return g_blocks; }
 
 void* operator new(std::size_t size) {
   void* memory = Allocate(size);
