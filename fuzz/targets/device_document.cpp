@@ -1,0 +1,71 @@
+// The device document: any text as what the machine around the library looks like.
+//
+// The input holds up to four texts, separated by the byte 0x1E, which are applied one after the other
+// to the interface registry. Complaints are single lines fit for a terminal; what was read keeps its
+// promises; and when the documents have gone the library and the stack know of no interface any more.
+// The registry's name index keeps the names it has seen; the name lookups do not take part here.
+#include "device/host/device_document.h"
+
+#include "device/host/device_state.h"
+#include "device/host/json_file.h"
+#include "fuzz/support/bytes.h"
+#include "fuzz/support/check.h"
+#include "fuzz/support/device.h"
+
+namespace {
+
+using fuzz::Check;
+using fuzz::Device;
+
+constexpr std::size_t MAX_DOCUMENTS = 4;
+
+host::DeviceDocument ReadText(const std::string& text) {
+  const host::Report report = [](const std::string& line) {
+    for (const char c : line) {
+      Check(static_cast<unsigned char>(c) >= ' ', "a complaint with a control character");
+    }
+    Device::Get().Note(line);
+  };
+  Json::Value document;
+  if (!host::ParseJson(text, "device.json", document, report)) return {};
+  return host::ReadDeviceDocument(document, "device.json", report);
+}
+
+void CheckDocument(const host::DeviceDocument& document) {
+  for (const auto& [key, interface] : document.interfaces) {
+    Check(!interface.name.empty(), "an interface without a name");
+    for (const Tarsel::Ip6Prefix& prefix : interface.ip6) {
+      Check(prefix.GetLength() <= 128, "an address with too long a prefix");
+    }
+  }
+}
+
+void Run(const std::vector<std::string>& texts) {
+  Device& device = Device::Get();
+  host::DeviceState* const state = new host::DeviceState;
+  std::set<unsigned short> vlans;
+  for (const std::string& text : texts) {
+    const host::DeviceDocument document = ReadText(text);
+    CheckDocument(document);
+    state->Apply(document, {10});
+    Check(device.Settle(), "the stack does not come to rest");
+    Check(device.Control().Interfaces().size() <= 2 * document.interfaces.size(),
+          "the stack has more interfaces than the document");
+    for (const auto& entry : document.primaries) vlans.insert(entry.first);
+  }
+  state->Apply({}, vlans);
+  Check(device.Settle(), "the stack does not come to rest at the end");
+  Check(device.Control().Interfaces().empty() && device.Control().Addresses().empty(),
+        "interfaces are left behind:\n" + device.Dump());
+  delete state;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::vector<std::string> texts =
+      fuzz::Split(std::string(reinterpret_cast<const char*>(data), size), '\x1E');
+  if (texts.size() > MAX_DOCUMENTS) return 0;
+  fuzz::RunTwice([&] { Run(texts); });
+  return 0;
+}
