@@ -34,6 +34,24 @@ TEST_F(CfgSchedInsert, FirstInsertStartsTheTimerOfHundredTicks) {
   EXPECT_THAT(log.Take(), ElementsAre("send 1"));
 }
 
+// The identifiers of these two rows have the same hash.
+TEST_F(CfgSchedInsert, RowsThatLookAlikeAreKeptApart) {
+  constexpr unsigned int ROW = 119576;
+  constexpr unsigned int LIKE_IT = 132608;
+  Insert(KEY, 1, 1);
+  Insert(KEY, ROW, 2);
+  Tick();
+  log.Take();
+  Remove(KEY, 1);  // what is expected next is the row behind
+  log.Take();
+  Insert(KEY, LIKE_IT, 3);
+  EXPECT_THAT(log.Take(), IsEmpty());
+  EXPECT_THAT(Order(), ElementsAre(2, 3));
+  Remove(KEY, LIKE_IT);
+  EXPECT_THAT(log.Take(), ElementsAre("in-mib 3 yes 1"));
+  EXPECT_THAT(Order(), ElementsAre(2, 3));
+}
+
 TEST_F(CfgSchedInsert, FurtherInsertsDoNotRestartTheTimer) {
   Insert(KEY, 1, 1);
   loop.AdvanceMilliseconds(60);

@@ -118,6 +118,18 @@ TEST_F(CfgSchedReentrancy, TheBucketBeingWalkedMayGoAndComeBack) {
   EXPECT_THAT(log.Take(), ElementsAre("send 2"));
 }
 
+TEST_F(CfgSchedReentrancy, TheBucketBeingWalkedMayGoForGood) {
+  ScriptedItem* first = Insert(KEY, 1, 1);
+  first->onSend = [this, first] {
+    first->SetActionState(CfgItem::ISSUED);
+    Remove(KEY, 1);
+  };
+  Insert(LATER, 1, 2);
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("send 1", "in-mib 1 yes 1", "end 1", "send 2"));
+  EXPECT_EQ("Pending Item Buckets: 1\n", Summary());
+}
+
 TEST_F(CfgSchedReentrancy, TheBucketBeingWalkedMayGoForGoodAtTheLimit) {
   for (int id = 1; id <= 30; ++id) {
     Insert(KEY, static_cast<unsigned int>(id), id);
