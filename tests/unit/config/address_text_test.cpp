@@ -28,6 +28,16 @@ TEST(Ip4AddrToStrTest, StaysInsideSixteenBytes) {
   EXPECT_EQ(buffer[16], '#');
 }
 
+TEST(Ip4AddrToStrTest, WritesEveryValueOfAByte) {
+  for (unsigned int value = 0; value < 256; ++value) {
+    const auto byte = static_cast<unsigned char>(value);
+    const unsigned char address[] = {byte, 1, byte, 2};
+    const std::string text = std::to_string(value);
+    char buffer[16];
+    EXPECT_EQ(Ip4AddrToStr(buffer, address), text + ".1." + text + ".2");
+  }
+}
+
 TEST(Ip6AddrToStrTest, WritesTheUsualTextAndReturnsTheBuffer) {
   char buffer[48];
   EXPECT_EQ(Ip6AddrToStr(buffer, IP6), buffer);

@@ -193,7 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
         NumberCase{"00000000000000000000000000000000000000000012", 1, 12}, NumberCase{"-0", 1, 0},
         NumberCase{"-1", 1, 4294967295u}, NumberCase{"-5", 1, 4294967291u},
         NumberCase{"-4294967295", 1, 1}, NumberCase{"-4294967296", 1, 4294967295u},
-        NumberCase{"-12345678901", 1, 4294967295u}));
+        NumberCase{"-42949672950", 1, 4294967295u}, NumberCase{"-12345678901", 1, 4294967295u}));
 
 TEST(ParseNumberNullTest, NullTextFailsAndChangesNothing) {
   unsigned int value = 77;
