@@ -69,8 +69,7 @@ bool Device::IsEmpty() {
   }
   return Manager().GetVlans().empty() && Control().Instances().empty() &&
          Control().Interfaces().empty() && Control().Addresses().empty() &&
-         Control().Rib().empty() && Control().Redistributions().empty() &&
-         log->all.find("Instance") == std::string::npos;
+         Control().Rib().empty() && Control().Redistributions().empty() && log->all.empty();
 }
 
 void Device::Withdraw(const std::string& name, Tarsel::DclConfigObject::OptionType type) {
