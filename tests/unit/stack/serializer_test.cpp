@@ -72,6 +72,15 @@ TEST_F(SerializerTest, OnceReadyAnIdleRowIssuesAtOnceUnsharedAndTheNextWaits) {
   EXPECT_THAT(log.Take(), ElementsAre("issue a2 shared", "end a2"));
 }
 
+TEST_F(SerializerTest, RowsOfTheLongestNamesMayDifferInTheLastNumberOnly) {
+  serializer.RunPendingActions();
+  std::vector<unsigned int> name(MibOid::MAX_LENGTH, 7);
+  serializer.Insert(MibOid(name.data(), MibOid::MAX_LENGTH), new ScriptedAction(log, "a1"));
+  name.back() = 8;
+  serializer.Insert(MibOid(name.data(), MibOid::MAX_LENGTH), new ScriptedAction(log, "b1"));
+  EXPECT_THAT(log.Take(), ElementsAre("issue a1", "end a1", "issue b1", "end b1"));
+}
+
 TEST_F(SerializerTest, RowsAreIndependent) {
   serializer.RunPendingActions();
   Insert(A, "a1");
