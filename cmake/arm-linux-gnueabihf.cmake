@@ -1,4 +1,4 @@
-# 32-bit ARM Linux. tools/setup-arm installs the compiler, the emulator and the libraries.
+# 32-bit ARM Linux. tools/setup-cross armhf installs the compiler, the emulator and the libraries.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
