@@ -131,15 +131,17 @@ CfgItem* CfgBucket::ReplaceLast(CfgNode* last, CfgItem* item) {
   if (m_expected == last) {
     m_expected = last->next;
   }
-  if (pred != nullptr) {
-    LeaveList(last);
-    EnterList(last, pred);
-  }
-  // All other items of the row stand in front of the last one and so in front of its new place, except
-  // for the predecessor when it is one of them.
   if (first == last) {
     m_rows.Replace(last->key, First{last, replaced}, First{last, item});
-  } else if (last->samePrev == pred) {
+  }
+  if (pred == nullptr) {
+    return replaced;
+  }
+  LeaveList(last);
+  EnterList(last, pred);
+  // All other items of the row stand in front of the last one and so in front of its new place, except
+  // for the predecessor when it is one of them.
+  if (last->samePrev == pred) {
     LeaveRing(last);
     LinkRing(last, pred);
     if (pred == first) {
