@@ -55,7 +55,7 @@ TEST_F(Settle, EndsAfterThreeQuietPeriods) {
 TEST_F(Settle, WaitsWhileTheStackHasSomethingToDo) {
   ASSERT_FALSE(stack.IsIdle());  // it has not announced itself yet
   Wait(100);
-  EXPECT_GE(Finish(), 99u);  // the loop's clock has whole milliseconds, and may have stood at a late one
+  EXPECT_GE(Finish(), 99u);  // the loop's clock is cut to milliseconds
   EXPECT_FALSE(*m_result);
 }
 
