@@ -226,15 +226,21 @@ int RunAll(const std::vector<std::string>& names, bool verbose) {
 
   const int limit = LimitInSeconds();
   std::vector<std::string> failed;
+  std::size_t passed = 0;
   for (const std::string& name : names) {
-    if (!RunOne(name, verbose, limit, static_cast<Progress*>(shared))) {
-      failed.push_back(name);
+    if (RunOne(name, verbose, limit, static_cast<Progress*>(shared))) {
+      ++passed;
+      continue;
+    }
+    failed.push_back(name);
+    if (GTEST_FLAG_GET(fail_fast)) {
+      break;
     }
   }
   for (const std::string& name : failed) {
     std::printf("failed: %s\n", name.c_str());
   }
-  std::printf("%zu passed, %zu failed\n", names.size() - failed.size(), failed.size());
+  std::printf("%zu passed, %zu failed\n", passed, failed.size());
   return failed.empty() && !names.empty() ? 0 : 1;
 }
 

@@ -42,6 +42,13 @@ class Runner(unittest.TestCase):
     def test_failure_shows_output_and_counts(self):
         self.refuses('Bad.Fails', 'output of a failing test', 'FAILED Bad.Fails')
 
+    def test_fail_fast_ends_with_the_first_failure(self):
+        chosen = '--gtest_filter=Fresh.First:Bad.Fails:Bad.FailsAtExit'
+        self.assertTrue(run(chosen)[1].endswith('1 passed, 2 failed\n'))
+        code, output = run(chosen, '--gtest_fail_fast')
+        self.assertEqual(code, 1, output)
+        self.assertTrue(output.endswith('failed: Bad.Fails\n1 passed, 1 failed\n'), output)
+
     def test_crash_is_a_failure_with_its_signal(self):
         self.refuses('Bad.Crashes', 'output before the crash', 'Bad.Crashes (', 'killed by signal')
 
