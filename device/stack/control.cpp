@@ -33,6 +33,8 @@ void Control::Release() {
 }
 
 void Control::Restart() { m_engine.Restart(); }
+
+void Control::EndLostRequests() { m_engine.EndLostRequests(); }
 void Control::SetSynchronous(bool on) { m_engine.m_synchronous = on; }
 
 void Control::SetSliceEvents(unsigned int events) {

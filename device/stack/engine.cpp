@@ -213,6 +213,9 @@ void Engine::Judge(AnyRequest& request) {
   }
   switch (answer.kind) {
     case Answer::kNever:
+      if (AnyRequest::kIsCompleted) {
+        RememberLost(oid);
+      }
       break;
     case Answer::kStatus:
       Report(request, oid, answer.status);
@@ -239,6 +242,31 @@ void Engine::Report(const AnyRequest& request, const Oid& oid, unsigned int stat
   }
 }
 
+void Engine::RememberLost(const Oid& oid) { m_lost.emplace(oid.words, oid.words + oid.length); }
+
+void Engine::EndLostRequests() {
+  std::set<std::vector<unsigned int>> lost;
+  lost.swap(m_lost);
+  for (std::vector<unsigned int> oid : lost) {  // copies: the callback may change its key
+    cRunPendingAction(oid.data(), static_cast<unsigned int>(oid.size()));
+  }
+}
+
+// What becomes of an event that waits when the stack restarts: walks are ended, rows stand still.
+void Engine::Outlive(Walk& walk) {
+  walk.failure = kAgentError;
+  m_queue.Push(std::move(walk));
+}
+
+template <typename Other>
+void Engine::Outlive(const Other& event) {
+  if constexpr (std::is_base_of_v<Request, Other>) {
+    if (Other::kIsCompleted) {
+      RememberLost(event.GetOid());
+    }
+  }
+}
+
 void Engine::Restart() {
   ++m_life;
   std::deque<Event> forgotten = m_queue.TakeAll();
@@ -248,10 +276,7 @@ void Engine::Restart() {
   trace = {};
   m_queue.Push(ReadyEvent{});
   for (Event& event : forgotten) {
-    if (Walk* const walk = std::get_if<Walk>(&event)) {
-      walk->failure = kAgentError;
-      m_queue.Push(std::move(event));
-    }
+    std::visit([this](auto& one) { Outlive(one); }, event);
   }
   if (m_started) {
     AskForRun();

@@ -19,7 +19,9 @@
 #define DEVICE_STACK_ENGINE_H
 
 #include <map>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "call_log.h"
 #include "descriptors.h"
@@ -80,6 +82,11 @@ class Engine {
   static void AskForRun();
 
   void Restart();
+  void Outlive(Walk& walk);
+  template <typename Other>
+  void Outlive(const Other& event);
+  void RememberLost(const Oid& oid);
+  void EndLostRequests();
   void SubmitOwn(Event event);
 
   const Clock m_clock;
@@ -99,6 +106,8 @@ class Engine {
   unsigned int m_life = 0;  // counts restarts
   // Destroy requests of an instance that wait: what was asked for before them is cancelled.
   std::map<std::uint32_t, unsigned int> m_waitingDestroys;
+  // Rows with a request that was never answered.
+  std::set<std::vector<unsigned int>> m_lost;
 };
 
 }  // namespace routing_stack

@@ -102,6 +102,9 @@ class SMS_API Control {
   /// the host is told nothing. Scripts, limits, mode and counters stay. Readiness is announced again,
   /// then walks that were running end with result 8.
   void Restart();
+  /// Reports the end (cRunPendingAction) of each row whose request was never answered, by a script or
+  /// for a restart, so that what waits behind it goes on. Each such row once, in key order.
+  void EndLostRequests();
 
   /// Events are worked off inside the very call that queued them.
   void SetSynchronous(bool on);

@@ -284,6 +284,23 @@ TEST_F(ControlTest, ARestartForgetsTablesAndEventsAndAnnouncesReadinessAgain) {
   EXPECT_EQ("", control.Dump());
 }
 
+TEST_F(ControlTest, LostRequestsOfAScriptAndOfARestartEndOnceOnDemand) {
+  control.Script(RowType::kRoute, AnswerOf(Answer::kNever), 2);
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  Settle();
+  AddInterface(10, 4);
+  control.Restart();
+  Settle();
+  host.Take();
+  control.EndLostRequests();
+  EXPECT_THAT(host.Take(), ElementsAre(::testing::StartsWith("cRunPendingAction(1"),
+                                       ::testing::StartsWith("cRunPendingAction(3")));
+  control.EndLostRequests();
+  EXPECT_THAT(host.Take(), IsEmpty());
+  EXPECT_EQ("", control.Dump());
+}
+
 TEST_F(ControlTest, WhatIsSentAgainAfterARestartGivesTheSameState) {
   const auto send = [this] {
     AddInstance(10);
