@@ -72,6 +72,12 @@ bool Device::IsEmpty() {
          Control().Rib().empty() && Control().Redistributions().empty() && log->all.empty();
 }
 
+void Device::EndRequests() {
+  Control().EndLostRequests();
+  Check(Settle(), "the device does not come to rest when lost requests end");
+  Manager().GetSerializer().Reset();
+}
+
 void Device::Withdraw(const std::string& name, Tarsel::DclConfigObject::OptionType type) {
   Manager().DeleteOptions(Tarsel::string(name.c_str()), type);
 }

@@ -24,6 +24,9 @@ class Device : public test_support::Device {
   void Align();
   /// Whether the library has neither VLANs nor pending items and the stack no rows.
   bool IsEmpty();
+  /// Rows that were never answered go on, then the library forgets its queues. What still waits in
+  /// them at that moment is lost (and found as a leak), so all of it has to come to its end before.
+  void EndRequests();
   /// Withdraws the document.
   void Withdraw(const std::string& name, Tarsel::DclConfigObject::OptionType type);
 

@@ -278,9 +278,9 @@ void Run::Finish() {
   device.Control().ClearScripts();
   device.Control().SetSynchronous(false);
   device.Control().Release();
-  device.Manager().GetSerializer().Reset();
   device.Withdraw("document0", Tarsel::DclConfigObject::VLAN_OPTIONS);
   device.Withdraw("document1", Tarsel::DclConfigObject::VLAN_OPTIONS);
+  device.EndRequests();
   device.Control().Restart();
   for (const unsigned short vlan : {VLANS[0], VLANS[1], VLANS[2], ROUTE_VLANS[2]}) {
     Ready(vlan);
@@ -303,7 +303,7 @@ void Run::Finish() {
   for (const unsigned short id : m_ready) DcRtmMgr::GetInstance()->DeleteRtmConfig(id);
   Check(device.Settle(), "the device does not come to rest");
   // Late answers must not meet the next input; so the stack forgets, and the library its queues.
-  device.Manager().GetSerializer().Reset();
+  device.EndRequests();
   device.Control().Restart();
   Check(device.Settle(), "the device does not come to rest at the end");
   Check(device.IsEmpty(), "something is left behind:\n" + device.Dump());

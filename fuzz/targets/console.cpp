@@ -112,8 +112,7 @@ class Session {
     device.Control().ClearScripts();
     device.Control().Release();
     device.Manager().TripsControl(false);
-    // Rows that were never answered stand still for good; a restart makes an end of them.
-    device.Manager().GetSerializer().Reset();
+    device.EndRequests();
     device.Control().Restart();
     device.Align();
     Check(device.Settle(), "the device does not come to rest");
