@@ -35,6 +35,9 @@ class ScriptedItem : public Tarsel::CfgItem {
   ~ScriptedItem() override {
     log.lines.push_back("end " + std::to_string(id));
     log.alive.erase(this);
+    if (onEnd) {
+      onEnd();
+    }
   }
 
   bool CfgListReady() override { return isListReady ? isListReady() : log.listReady; }
@@ -85,6 +88,7 @@ class ScriptedItem : public Tarsel::CfgItem {
   std::function<bool()> isListReady;
   std::function<void()> onSend;
   std::function<void()> onInMib;
+  std::function<void()> onEnd;
 };
 
 /// A console that collects what is printed.

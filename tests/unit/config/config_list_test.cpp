@@ -94,6 +94,12 @@ TEST_F(ConfigListTest, ANewObjectCarriesSourceTypeAndTheRoutersVlan) {
   EXPECT_EQ(&list.At(0)->GetRouter(), &router);
 }
 
+TEST_F(ConfigListTest, ANewObjectNeedNotCarryItsVlanItself) {
+  world.cloneLosesVlan = true;
+  Parse(ListOf({Group(7, "x")}));
+  EXPECT_EQ(list.At(0)->GetVlan(), VLAN);
+}
+
 TEST_F(ConfigListTest, AKindOfDocumentWithoutANameIsPassedOn) {
   Parse(ListOf({Group(7, "x")}), "file", static_cast<DclConfigObject::OptionType>(4711));
   EXPECT_EQ(list.At(0)->GetType(), 4711);

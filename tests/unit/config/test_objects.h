@@ -28,6 +28,7 @@ struct World {
   std::function<int(TestObject&, TestObject&)> compare;  // instead of the usual comparison
   bool createFails = false;
   bool cloneFails = false;
+  bool cloneLosesVlan = false;
   int live = 0;  // objects that exist, temporary ones included
 };
 
@@ -161,7 +162,14 @@ class TestList : public Tarsel::DCLConfigList {
     return object;
   }
   Tarsel::DclConfigObject* CloneObject(Tarsel::DclConfigObject* parsed) override {
-    return world.cloneFails ? nullptr : new TestObject(static_cast<TestObject*>(parsed));
+    if (world.cloneFails) {
+      return nullptr;
+    }
+    auto* object = new TestObject(static_cast<TestObject*>(parsed));
+    if (world.cloneLosesVlan) {
+      object->SetKey(0, object->GetId());
+    }
+    return object;
   }
 
   /// Appends an object as it is; null for an entry without an object.

@@ -319,5 +319,23 @@ TEST_F(CfgSchedEnd, DestructionEndsTheItemsAndTheTimer) {
   EXPECT_FALSE(loop.RunNext());
 }
 
+// What an item does at its end may depend on whether the stack still has its request.
+TEST_F(CfgSchedEnd, DestructionEndsItemsAsNewOnes) {
+  std::string ends;
+  {
+    CfgSched shortLived;
+    ScriptedItem* item = New(1, 1);
+    item->onEnd = [&ends, item] {
+      ends = std::string(CfgItem::StateText(item->GetActionState())) + " " +
+             std::to_string(item->GetReasonCode()) + " " + std::to_string(item->GetRetryCount());
+    };
+    shortLived.Insert(KEY, item);
+    shortLived.OnTimeout(0, nullptr);
+    ScriptedItem probe(probes, 1, -1);
+    shortLived.Update(KEY, &probe, 5, false);
+  }
+  EXPECT_EQ("New 0 0", ends);
+}
+
 }  // namespace
 }  // namespace Tarsel

@@ -364,6 +364,28 @@ TEST_F(CfgSchedPass, ABucketThatHadNothingToDoWakesUp) {
   EXPECT_THAT(log.Take(), ElementsAre("send 2"));
 }
 
+// Most buckets only wait for the stack, and a pass comes ten times a second.
+TEST_F(CfgSchedPass, ABucketThatHadNothingToDoIsNotWalkedAgain) {
+  unsigned int asked = 0;
+  for (int id = 1; id <= 5; ++id) {
+    ScriptedItem* item = New(static_cast<unsigned int>(id), id);
+    item->itemReady = id != 3;
+    item->removeOnNotReady = true;
+    item->isListReady = [&asked] { return ++asked > 0; };
+    sched.Insert(KEY, item);
+  }
+  Tick();
+  EXPECT_EQ(5U, asked);
+  EXPECT_THAT(log.Take(), ElementsAre("send 1", "send 2", "end 3", "send 4", "send 5"));
+  Tick();
+  EXPECT_EQ(5U, asked);
+  Update(KEY, 2, 5, true);
+  Tick();
+  EXPECT_EQ(9U, asked);
+  Tick();
+  EXPECT_EQ(9U, asked);
+}
+
 TEST_F(CfgSchedPass, AnItemInsertedAsIssuedIsNotSent) {
   ScriptedItem* item = New(1, 1);
   item->SetActionState(CfgItem::ISSUED);
