@@ -107,11 +107,10 @@ void Append(Row* row, MibAction* action) {
   row->last = entry;
 }
 
-// Takes the front entry away; false when none is left.
+// Lets the next entry take the place of the front one; false when there is none.
 bool PopFront(Row* row) {
   Waiting* next = row->first;
   if (next == nullptr) {
-    row->state = Row::EMPTY;
     return false;
   }
   row->front = next->action;
