@@ -1,4 +1,5 @@
 // What scheduler and serializer hold, and that they give it back.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -16,6 +17,7 @@ namespace {
 
 using test_support::AllocatedBlocks;
 using test_support::AllocatedBytes;
+using testing::ElementsAre;
 
 constexpr CfgKey KEY = {10, 1};
 constexpr unsigned int MANY = 5000;
@@ -89,12 +91,29 @@ TEST_F(SchedulerMemory, RowsThatComeAndGoUseTheSameMemory) {
   CfgSched sched;
   Insert(sched, KEY, 0);
   Insert(sched, KEY, 1);
-  const std::size_t before = AllocatedBlocks();
+  const std::size_t before = AllocatedBytes();
   for (unsigned int row = 1; row < MANY; ++row) {
     Insert(sched, KEY, row + 1);
     Remove(sched, KEY, row);
   }
-  EXPECT_EQ(before, AllocatedBlocks());
+  EXPECT_EQ(before, AllocatedBytes());
+}
+
+// As many as there are, so that a bucket of a few rows is small and a large one is not in pieces.
+TEST_F(SchedulerMemory, NodesComeInBlocks) {
+  CfgSched sched;
+  Insert(sched, KEY, 0);
+  std::vector<unsigned int> rowsWithABlock;
+  for (unsigned int row = 1; row < MANY; ++row) {
+    auto* item = new Item(row);
+    const std::size_t before = AllocatedBlocks();
+    sched.Insert(KEY, item);
+    if (AllocatedBlocks() != before) {
+      EXPECT_EQ(before + 1, AllocatedBlocks());
+      rowsWithABlock.push_back(row);
+    }
+  }
+  EXPECT_THAT(rowsWithABlock, ElementsAre(4, 8, 16, 32, 64, 128, 256, 512, 1024, 2048, 3072, 4096));
 }
 
 // The table of rows shrinks with them. What a node takes stays with its bucket.
@@ -143,6 +162,41 @@ TEST_F(SerializerMemory, NothingStaysOfRowsThatWereAnswered) {
     }
   }
   EXPECT_LE(AllocatedBytes(), before + SMALL_TABLE);
+}
+
+// It is at most three quarters full, and at least an eighth.
+TEST_F(SerializerMemory, TheTableOfRowsFollowsTheirNumber) {
+  constexpr unsigned int FEW = 30;
+  constexpr unsigned int ROWS = 200;
+  constexpr std::size_t ROW_AT_MOST = 200;
+  Serializer serializer;
+  serializer.RunPendingActions();
+  for (unsigned int row = 1; row <= FEW; ++row) {
+    serializer.Insert(MibOid(&row, 1), nullptr);
+  }
+  for (int burst = 0; burst < 2; ++burst) {
+    std::vector<unsigned int> grown;
+    for (unsigned int rows = FEW + 1; rows <= ROWS; ++rows) {
+      const std::size_t before = AllocatedBytes();
+      serializer.Insert(MibOid(&rows, 1), nullptr);
+      if (AllocatedBytes() > before + ROW_AT_MOST) {
+        grown.push_back(rows);
+      }
+    }
+    EXPECT_THAT(grown, ElementsAre(49, 97, 193));
+    std::vector<unsigned int> shrunk;
+    for (unsigned int rows = ROWS; rows > FEW - 20; --rows) {
+      const std::size_t before = AllocatedBytes();
+      serializer.Remove(MibOid(&rows, 1));
+      if (AllocatedBytes() + ROW_AT_MOST < before) {
+        shrunk.push_back(rows - 1);
+      }
+    }
+    EXPECT_THAT(shrunk, ElementsAre(63, 31, 15));
+    for (unsigned int row = FEW - 19; row <= FEW; ++row) {
+      serializer.Insert(MibOid(&row, 1), nullptr);
+    }
+  }
 }
 
 // Before the signal a row that ends keeps its record, to which places in the arrival order refer.
