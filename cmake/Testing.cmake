@@ -8,14 +8,15 @@ function(vantacore_compile_quickly target)
 endfunction()
 
 # vantacore_add_test(NAME name SOURCES file... [LIBS target...] [LABELS label...] [ISOLATED]
-#                    [OPTIMISED] [TIMEOUT seconds])
+#                    [OPTIMISED] [TIMEOUT seconds] [RUNNER word...])
 #
 # One executable and one ctest entry. It is linked with googletest, the library, the software device
 # and tests/support. ISOLATED runs each test in a process of its own (tests/support/isolated_main.cpp),
 # which every test needs that touches a singleton of the library. OPTIMISED is for suites that compute
-# much themselves.
+# much themselves. RUNNER is a command that runs the suite, whose path is appended, and judges it.
 function(vantacore_add_test)
-  cmake_parse_arguments(PARSE_ARGV 0 TEST "ISOLATED;OPTIMISED" "NAME;TIMEOUT" "SOURCES;LIBS;LABELS")
+  cmake_parse_arguments(PARSE_ARGV 0 TEST "ISOLATED;OPTIMISED" "NAME;TIMEOUT"
+    "SOURCES;LIBS;LABELS;RUNNER")
   if(NOT TEST_NAME OR NOT TEST_SOURCES OR TEST_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "vantacore_add_test: NAME and SOURCES are required, "
       "and nothing else than named arguments is understood: ${ARGV}")
@@ -31,7 +32,11 @@ function(vantacore_add_test)
     ${TEST_LIBS} test_support
     $<IF:$<BOOL:${TEST_ISOLATED}>,vantacore_isolated_main,GTest::gtest_main>
     GTest::gmock GTest::gtest vantacore_system)
-  add_test(NAME ${TEST_NAME} COMMAND ${TEST_NAME} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+  set(command ${TEST_NAME})
+  if(TEST_RUNNER)
+    set(command ${TEST_RUNNER} $<TARGET_FILE:${TEST_NAME}>)
+  endif()
+  add_test(NAME ${TEST_NAME} COMMAND ${command} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
   set_tests_properties(${TEST_NAME} PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
 endfunction()
 

@@ -211,7 +211,10 @@ void Redistribute(Device&, Words& words) {
   const unsigned int source = words.Number(16);
   const unsigned int destination = words.Number(16);
   const bool on = words.OneOf("on", "off");
-  DcRtmMgr::GetInstance()->HandleRedistributionStatusChange(vlan, source, destination, !on, on);
+  DcRtmMgr* rtm = DcRtmMgr::GetInstance();
+  if (rtm != nullptr) {  // there is none while there is no memory for it
+    rtm->HandleRedistributionStatusChange(vlan, source, destination, !on, on);
+  }
 }
 
 void Join(Device& device, Words& words) {

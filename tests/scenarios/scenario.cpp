@@ -45,12 +45,6 @@ bool EndsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-Tarsel::DclConfigObject::OptionType TypeOf(const std::string& name) {
-  if (name.rfind("remote", 0) == 0) return Tarsel::DclConfigObject::REMOTE_OPTIONS;
-  if (name.rfind("other", 0) == 0) return static_cast<Tarsel::DclConfigObject::OptionType>(7);
-  return Tarsel::DclConfigObject::VLAN_OPTIONS;
-}
-
 unsigned long CountRequests(routing_stack::Control& control) {
   using routing_stack::Call;
   unsigned long count = 0;
@@ -60,19 +54,6 @@ unsigned long CountRequests(routing_stack::Control& control) {
     count += static_cast<unsigned long>(control.CountOf(call));
   }
   return count;
-}
-
-void ApplyStep(test_support::Device& device, const Step& step, std::ostream& out) {
-  if (EndsWith(step.name, ".json")) {
-    if (!ReadDocument(device, step.name, step.text, out)) {
-      device.Reload(step.text, step.name, TypeOf(step.name));
-    }
-    return;
-  }
-  std::istringstream lines(step.text);
-  for (std::string line; std::getline(lines, line);) {
-    if (!line.empty() && line[0] != '#') ApplyEvent(device, line);
-  }
 }
 
 /// The stack's runs have their own messages, which say nothing about a document.
@@ -119,6 +100,27 @@ Scenario Load(const fs::path& folder) {
             [](const Step& a, const Step& b) { return a.file < b.file; });
   if (fs::exists(folder / "expected.txt")) scenario.expected = ReadFile(folder / "expected.txt");
   return scenario;
+}
+
+bool IsDocument(const Step& step) { return EndsWith(step.name, ".json"); }
+
+Tarsel::DclConfigObject::OptionType TypeOf(const std::string& name) {
+  if (name.rfind("remote", 0) == 0) return Tarsel::DclConfigObject::REMOTE_OPTIONS;
+  if (name.rfind("other", 0) == 0) return static_cast<Tarsel::DclConfigObject::OptionType>(7);
+  return Tarsel::DclConfigObject::VLAN_OPTIONS;
+}
+
+void ApplyStep(test_support::Device& device, const Step& step, std::ostream& out) {
+  if (IsDocument(step)) {
+    if (!ReadDocument(device, step.name, step.text, out)) {
+      device.Reload(step.text, step.name, TypeOf(step.name));
+    }
+    return;
+  }
+  std::istringstream lines(step.text);
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.empty() && line[0] != '#') ApplyEvent(device, line);
+  }
 }
 
 std::string Play(const Scenario& scenario, unsigned long& requests) {

@@ -3,8 +3,15 @@
 #define TESTS_SCENARIOS_SCENARIO_H
 
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
+
+#include "vantacore/dcl_config_object.h"
+
+namespace test_support {
+class Device;
+}
 
 namespace scenarios {
 
@@ -26,6 +33,11 @@ struct Scenario {
 std::vector<std::filesystem::path> Folders();
 /// Throws std::runtime_error with the file's name when something is missing or malformed.
 Scenario Load(const std::filesystem::path& folder);
+bool IsDocument(const Step& step);
+/// What kind of document the name stands for.
+Tarsel::DclConfigObject::OptionType TypeOf(const std::string& name);
+/// Applies one step; what is read by other means than the library's own is written to `out`.
+void ApplyStep(test_support::Device& device, const Step& step, std::ostream& out);
 /// Applies all steps to a fresh device and writes down what came of them; `requests` counts the row
 /// requests.
 std::string Play(const Scenario& scenario, unsigned long& requests);
