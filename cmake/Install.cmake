@@ -1,9 +1,13 @@
 # Components: library (the shared library), development (its headers, the CMake package and the
 # pkg-config file), platform (the platform's headers, which a device maker replaces by the real ones) and
-# device (the software device's libraries and headers, for those who have no real device at hand).
+# device (the software device: daemon, client, and its libraries and headers for those who have no real
+# device at hand).
 include(CMakePackageConfigHelpers)
+include(Compressed)
 
 set(VANTACORE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/vantacore)
+set(VANTACORE_DEVICE_LIBDIR ${CMAKE_INSTALL_LIBDIR} CACHE STRING
+  "Where the software device's libraries are installed")
 
 target_compile_features(vantacore INTERFACE cxx_std_17)
 target_include_directories(vantacore INTERFACE
@@ -36,7 +40,7 @@ add_library(vantacore_device INTERFACE)
 set_target_properties(vantacore_device PROPERTIES EXPORT_NAME device)
 target_link_libraries(vantacore_device INTERFACE vantacore_platform routing_stack)
 install(TARGETS vantacore_platform vantacore_device protocol_routers routing_stack tarsel_base
-  EXPORT vantacore-device LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT device)
+  EXPORT vantacore-device LIBRARY DESTINATION ${VANTACORE_DEVICE_LIBDIR} COMPONENT device)
 install(EXPORT vantacore-device NAMESPACE vantacore:: FILE vantacore-device.cmake
   DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT device)
 foreach(header base/timer_loop.h base/trace_control.h
@@ -44,6 +48,17 @@ foreach(header base/timer_loop.h base/trace_control.h
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${PROJECT_SOURCE_DIR}/device/${header}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device/device/${folder} COMPONENT device)
+endforeach()
+
+# The daemon finds its libraries wherever the whole is put.
+file(RELATIVE_PATH VANTACORE_BINDIR_TO_DEVICE_LIBDIR
+  /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${VANTACORE_DEVICE_LIBDIR})
+set_target_properties(vantacored PROPERTIES
+  INSTALL_RPATH $ORIGIN/${VANTACORE_BINDIR_TO_DEVICE_LIBDIR})
+install(TARGETS vantacored vantacorectl DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT device)
+foreach(page vantacored vantacorectl)
+  vantacore_install_compressed(
+    ${PROJECT_SOURCE_DIR}/docs/man/${page}.1 ${page}.1 ${CMAKE_INSTALL_MANDIR}/man1 device)
 endforeach()
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vantacoreConfig.cmake.in

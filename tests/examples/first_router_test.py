@@ -28,6 +28,11 @@ class FirstRouter(InstalledExample):
             run(CMAKE, '-S', self.example, '-B', os.path.join(self.folder, 'without'), '-G',
                 'Ninja', '-DCMAKE_PREFIX_PATH=' + prefix, '-DCMAKE_CXX_COMPILER=' + COMPILER)
 
+    def test_the_installed_daemon_finds_its_libraries(self):
+        for program in ('vantacored', 'vantacorectl'):
+            self.assertRegex(run(os.path.join(self.prefix, 'bin', program), '--version'),
+                             '^' + program + r' \d+\.\d+\.\d+\n$')
+
     def test_what_is_installed_names_no_folder_of_this_machine(self):
         for folder, _, names in os.walk(self.prefix):
             for name in names:
