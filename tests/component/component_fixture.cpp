@@ -1,5 +1,7 @@
 #include "tests/component/component_fixture.h"
 
+#include <utility>
+
 #include "device/base/trace_control.h"
 #include "tests/support/recording_console.h"
 
@@ -46,12 +48,13 @@ ComponentFixture::~ComponentFixture() {
 
 std::string ComponentFixture::Take() {
   std::string text;
-  for (const std::string& event : m_events) {
+  for (const std::string& event : TakeEvents()) {
     text += event + "\n";
   }
-  m_events.clear();
   return text;
 }
+
+std::vector<std::string> ComponentFixture::TakeEvents() { return std::exchange(m_events, {}); }
 
 std::string ComponentFixture::After(unsigned int milliseconds) {
   loop.AdvanceMilliseconds(milliseconds);
@@ -94,7 +97,7 @@ std::string ComponentFixture::PendingSummary() {
   return log->output;
 }
 
-void ComponentFixture::LoadVlans(std::initializer_list<int> vids, const std::string& member) {
+void ComponentFixture::LoadVlans(const std::vector<int>& vids, const std::string& member) {
   std::string entries;
   for (const int vid : vids) {
     const std::string id = std::to_string(vid);

@@ -31,6 +31,8 @@ class ComponentFixture : public testing::Test, public test_support::Device {
 
   /// What has happened since the last Take, one event a line.
   std::string Take();
+  /// The same as a list.
+  std::vector<std::string> TakeEvents();
   /// Lets time go by and takes what happens meanwhile.
   std::string After(unsigned int milliseconds);
   /// The same without the runs in which the stack does nothing.
@@ -50,7 +52,7 @@ class ComponentFixture : public testing::Test, public test_support::Device {
 
   /// Loads a document with the given VLAN ids; `member` goes into each entry, as in
   /// ", \"OSPF\": {}".
-  void LoadVlans(std::initializer_list<int> vids, const std::string& member = "");
+  void LoadVlans(const std::vector<int>& vids, const std::string& member = "");
 
   Tarsel::DcInterfaceMgr& registry = *Tarsel::DcInterfaceMgr::GetInstance();
 
