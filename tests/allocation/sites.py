@@ -67,31 +67,34 @@ def read_expectations(path):
 
 
 class Places:
-    """Turns the log's places into names of sites; null for those that are not the library's."""
+    """Turns the log's places into names of sites; None for those that are not the library's."""
 
-    def __init__(self, library, sites):
-        self.library = library
-        self.sites = sites
+    def __init__(self):
         self.names = {}
+        self.sites = {}  # by the folder of the sources that the library was made from
 
     def name(self, place):
         if place not in self.names:
-            self.names[place] = self.find(*place.split())
+            module, offset = place.rsplit(' ', 1)
+            ours = os.path.basename(module).startswith('libvantacore.so')
+            self.names[place] = self.find(module, offset) if ours else None
         return self.names[place]
 
     def find(self, module, offset):
-        if not module.startswith('libvantacore.so'):
-            return None
-        output = subprocess.run(['addr2line', '-i', '-e', self.library, offset], check=True,
+        output = subprocess.run(['addr2line', '-i', '-e', module, offset], check=True,
                                 capture_output=True, text=True).stdout
         # Innermost first: the first line in a file that has sites is where the memory was wanted.
         for frame in output.splitlines():
             path, _, number = frame.split(' (')[0].rpartition(':')
-            for file, sites in self.sites.items():
-                if path.endswith('/' + file) and number.isdigit():
-                    before = [site for site in sites if site.line <= int(number)]
-                    if before:
-                        return before[-1].name
+            root, _, file = os.path.normpath(path).rpartition('/src/')
+            if not number.isdigit():
+                continue
+            if root not in self.sites:
+                self.sites[root] = sites_of(root)
+            before = [site for site in self.sites[root].get('src/' + file, [])
+                      if site.line <= int(number)]
+            if before:
+                return before[-1].name
         raise SystemExit(f'no place in the sources for {module} {offset}:\n{output}')
 
 
@@ -152,17 +155,15 @@ def judge(log, places, expected):
 
 def main():
     root, sweep = sys.argv[1:3]
-    library = os.path.join(os.path.dirname(sweep), '..', 'lib', 'libvantacore.so.1')
     expected = read_expectations(os.path.join(os.path.dirname(os.path.abspath(__file__)), 'sites.txt'))
-    sites = sites_of(root)
     with tempfile.TemporaryDirectory() as folder:
         log = os.path.join(folder, 'log')
         environment = dict(os.environ, VANTACORE_ALLOCATION_LOG=log, VANTACORE_RANDOM_SCALE='100')
         status = subprocess.run([sweep], env=environment, check=False).returncode
         if status != 0:
             return 1
-        complaints, refused = judge(log, Places(library, sites), expected)
-    names = {site.name for group in sites.values() for site in group}
+        complaints, refused = judge(log, Places(), expected)
+    names = {site.name for group in sites_of(root).values() for site in group}
     complaints += [f'never refused: {name}' for name in sorted(names - set(refused))]
     complaints += [f'sites.txt names what does not exist: {name}' for name in sorted(set(expected) - names)]
     for complaint in complaints[:40]:

@@ -71,12 +71,11 @@ std::vector<std::string> FailingNew::Places() const {
       places.push_back("unknown 0");
       continue;
     }
-    const std::string file = info.dli_fname;
     char offset[32];
     std::snprintf(offset, sizeof offset, " 0x%zx",
                   reinterpret_cast<std::uintptr_t>(caller) -
                       reinterpret_cast<std::uintptr_t>(info.dli_fbase) - 1);
-    places.push_back(file.substr(file.rfind('/') + 1) + offset);
+    places.push_back(info.dli_fname + std::string(offset));
   }
   return places;
 }

@@ -23,8 +23,8 @@ class FailingNew {
   bool HasFailed() const;
   /// How many allocations have been asked for, the refused ones included.
   unsigned int CountRequests() const;
-  /// Where each refused one was asked for, in order: "libvantacore.so.1 0x1234f", the module's file
-  /// and an offset in it that lies within the calling instruction.
+  /// Where each refused one was asked for, in order: "lib/libvantacore.so.1 0x1234f", the module's
+  /// file and an offset in it that lies within the calling instruction.
   std::vector<std::string> Places() const;
 };
 
