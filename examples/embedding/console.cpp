@@ -61,7 +61,9 @@ void Run(Session& session, std::vector<std::string> words, std::uint64_t now) {
   } else if (words[0] == "quit") {
     session.isOver = true;
   } else {
-    console->Print("Commands: ip protocol ..., rib, interface, wait MILLISECONDS, quit\n");
+    console->Print(
+        "Commands: ip bgp|igmp|ospf|protocol|rip ..., rib ..., interface, wait MILLISECONDS, "
+        "quit\n");
   }
 
   // A command that takes its words lives until its walk ends; one that refuses them is ours.

@@ -5,13 +5,16 @@
 #include <json/json.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <list>
 #include <map>
@@ -19,8 +22,10 @@
 
 #include "console.h"
 #include "device/base/timer_loop.h"
+#include "vantacore/config_parser.h"
 #include "vantacore/dc_interface_mgr.h"
 #include "vantacore/dc_router_mgr.h"
+#include "vantacore/route_config.h"
 #include "vantacore/static_routes.h"
 
 namespace {
@@ -61,35 +66,82 @@ class Interfaces : public Tarsel::DcIpInterface {
   bool IsInterfaceUp(unsigned short, unsigned int) const override { return true; }
 };
 
-// Applies a document of the management plane.
-bool Load(const char* path) {
+// Reads a document of the management plane.
+bool Read(const char* path, Tarsel::Options& document) {
   std::ifstream file(path);
-  Json::Value document;
+  if (!file) {
+    std::perror(path);
+    return false;
+  }
+  Json::Value root;
   std::string problems;
-  if (!Json::parseFromStream(Json::CharReaderBuilder(), file, &document, &problems)) {
+  if (!Json::parseFromStream(Json::CharReaderBuilder(), file, &root, &problems)) {
     std::fprintf(stderr, "%s: %s\n", path, problems.c_str());
     return false;
   }
-  const Tarsel::Options options(document);
-  return DcRouterMgr::GetInstance()->Reload(options, path, Tarsel::DclConfigObject::VLAN_OPTIONS);
+  document = Tarsel::Options(root);
+  return true;
 }
 
-// An interface with an address comes up, and another component of the process wants a route.
-void ReportEvents() {
+// Interface 3 of VLAN 10 comes up with an address. The registry tells the stack; the protocol routers
+// are told here, and only those of a VLAN that is there already.
+void ReportInterface() {
   DcInterfaceMgr* const registry = DcInterfaceMgr::GetInstance();
+  DcRouterMgr* const manager = DcRouterMgr::GetInstance();
   const auto type = static_cast<DcInterfaceMgr::IntfType>(1);
-  const unsigned int broadcastAndMulticast = 8 | 16, up = 1;
-  registry->AddInterface(10, 3, "eth0", type, broadcastAndMulticast, 0, up);
+  const unsigned int broadcastAndMulticast = 8 | 16, mtu = 1500, up = 1;
+  registry->AddInterface(10, 3, "eth0", type, broadcastAndMulticast, mtu, up);
+  manager->ProcessInterfaceStatusChange(10, 3, up);
   registry->AddIpAddress(10, 3, Ip4Addr(10, 1, 2, 3), Ip4Addr(255, 255, 255, 0));
+  manager->ProcessIPAddressChange(10, 3, Ip4Addr(10, 1, 2, 3));
   registry->SetPrimaryInterface(10, "eth0");
-  Tarsel::AddRoute(10, Ip4Addr(10, 9, 0, 0), Ip4Addr(255, 255, 0, 0), Ip4Addr(10, 1, 2, 1), 3, 5,
-                   0x30000, 1);
+}
+
+// The static routes of a document: the library reads them, the host adds them. This one remembers
+// none, so it withdraws none.
+class StaticRoutes : public Tarsel::ConfigParser {
+ public:
+  int ParseVlanOptions(unsigned short vlan, const Tarsel::OptionsNode& routes) override {
+    const long type = 0x30000, used = 1;
+    for (auto entry = routes.begin(); entry != routes.end(); ++entry) {
+      Tarsel::Ip4RouteConfig route;
+      unsigned int ifIndex = 0;
+      if (!route.ParseGroup(vlan, *entry)) {
+        std::fprintf(stderr, "VLAN %u: route %s has a mistake\n", vlan, entry.GetName().c_str());
+      } else if (!DcInterfaceMgr::GetInstance()->GetIfIndex(route.interface.c_str(), ifIndex)) {
+        std::fprintf(stderr, "VLAN %u: route %s: there is no interface \"%s\"\n", vlan,
+                     entry.GetName().c_str(), route.interface.c_str());
+      } else {
+        Tarsel::AddRoute(vlan, route.network, route.netmask, route.gateway, ifIndex, route.metric,
+                         type, used);
+      }
+    }
+    return 1;
+  }
+};
+
+// Whether a host that was killed has left this socket: nobody listens at it.
+bool IsLeftBehind(const sockaddr_un& address) {
+  struct stat status {};
+  if (stat(address.sun_path, &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
+  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+  const bool refused =
+      connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
+      errno == ECONNREFUSED;
+  close(fd);
+  return refused;
 }
 
 int Listen(const char* path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path);
+  if (std::strlen(path) >= sizeof address.sun_path) {
+    errno = ENAMETOOLONG;
+    std::perror(path);
+    return -1;
+  }
+  std::strcpy(address.sun_path, path);
+  if (IsLeftBehind(address)) unlink(path);
   const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
   if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || listen(fd, 4) != 0) {
     std::perror(path);
@@ -131,15 +183,19 @@ int main(int argc, char** argv) {
   Tarsel::VirtualLoop timers;
   Tarsel::TimerLoop::SetCurrent(&timers);
 
-  // Then the manager, which starts the stack; then documents and events, in any order.
+  // Then the manager, which starts the stack; then documents and events.
   Descriptors descriptors;
   Interfaces interfaces;
   DcRouterMgr* const manager = DcRouterMgr::GetInstance();
   manager->Initialize(10, &interfaces);
   manager->SckInterfaceInitialize(&descriptors);
+  Tarsel::Options document;
+  if (!Read(argv[1], document)) return 1;
+  manager->Reload(document, argv[1], Tarsel::DclConfigObject::VLAN_OPTIONS);
+  ReportInterface();
+  StaticRoutes().ParseOptions("STATIC_ROUTES", document);
   const int listener = Listen(argv[2]);
-  if (listener < 0 || !Load(argv[1])) return 1;
-  ReportEvents();
+  if (listener < 0) return 1;
 
   std::list<Session> sessions;
   sessions.push_back({STDIN_FILENO, STDOUT_FILENO, {}});

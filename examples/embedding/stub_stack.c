@@ -1,5 +1,5 @@
 /* A routing stack of the smallest kind that a host can be tried with: it takes every request, keeps
- * the routes and interfaces, says what it was asked for, and answers. It routes nothing.
+ * the routes, interfaces and addresses, says what it was asked for, and answers. It routes nothing.
  *
  * What a real stack does as well, and what the library relies on:
  * - A request is queued and answered later, from nbb_scheduler().
@@ -16,14 +16,15 @@
 #include "stack/sms.h"
 #include "vantacore/dcrouter_api.h"
 
-enum { DONE = 1, WRONG = 3, GONE = 6, DESTROY = 6, ROWS = 1024 };
+enum { DONE = 1, WRONG = 3, GONE = 6 }; /* status of an answer */
+enum { CREATE = 4, DESTROY = 6, ROWS = 1024 };
 enum { OK = 1, END_OF_TABLE = 7 };
 
 typedef struct event {
   struct event* next;
   void (*run)(struct event*);
   int row_status, admin_status, type, path_type, source, destination;
-  unsigned int instance, if_index, metric, oper_status, table, length;
+  unsigned int instance, if_index, metric, oper_status, flags, mtu, table, length;
   unsigned char address[16], next_hop[16], key[SMS_PROTOCOL_KEY_MAX];
   char name[64];
   sms_response response;
@@ -36,6 +37,8 @@ static amb_cipr_rtm_rib routes[ROWS];
 static int route_count;
 static amb_stubs_i3_ei interfaces[ROWS];
 static int interface_count;
+static amb_stubs_i3_ea addresses[ROWS];
+static int address_count;
 static sms_protocol_answer protocol_answer;
 unsigned int nbb_os_failures;
 
@@ -141,12 +144,15 @@ static void run_interface(event* e) {
   say("interface", e);
   if (e->row_status == DESTROY) {
     if (i < interface_count) interfaces[i] = interfaces[--interface_count];
+  } else if (e->row_status != CREATE) { /* up or down: the rest of the request is empty */
+    if (i < interface_count) interfaces[i].oper_status = e->oper_status;
   } else if (i < ROWS) {
     if (i == interface_count) ++interface_count;
     interfaces[i].instance = e->instance;
     interfaces[i].if_index = e->if_index;
     interfaces[i].oper_status = e->oper_status;
-    interfaces[i].mtu = 1500;
+    interfaces[i].flags = e->flags;
+    interfaces[i].mtu = e->mtu;
     snprintf(interfaces[i].name, sizeof interfaces[i].name, "%s", e->name);
   }
   done(oid, sms_set_i3_ei_oid(oid, e->instance, e->if_index));
@@ -154,7 +160,23 @@ static void run_interface(event* e) {
 
 static void run_address(event* e) {
   unsigned int oid[SMS_OID_MAX];
+  int i = 0;
+  while (i < address_count &&
+         (addresses[i].instance != e->instance || addresses[i].if_index != e->if_index ||
+          memcmp(addresses[i].address, e->address, 16))) {
+    ++i;
+  }
   say("address", e);
+  if (e->row_status == DESTROY) {
+    if (i < address_count) addresses[i] = addresses[--address_count];
+  } else if (i < ROWS) {
+    if (i == address_count) ++address_count;
+    addresses[i].instance = e->instance;
+    addresses[i].if_index = e->if_index;
+    addresses[i].address_type = (unsigned int)e->type;
+    addresses[i].prefix_length = e->length;
+    memcpy(addresses[i].address, e->address, 16);
+  }
   done(oid, sms_set_i3_ea_oid(oid, e->instance, e->if_index, e->address, e->type));
 }
 
@@ -201,7 +223,12 @@ static void walk_interfaces(event* e) {
   walk(e, e->row < interface_count ? &copy : NULL);
 }
 
-static void walk_nothing(event* e) { walk(e, NULL); }
+static void walk_addresses(event* e) {
+  amb_stubs_i3_ea copy;
+  while (e->row < address_count && addresses[e->row].instance != e->instance) ++e->row;
+  if (e->row < address_count) copy = addresses[e->row];
+  walk(e, e->row < address_count ? &copy : NULL);
+}
 
 /* --- what the library and the protocol routers call --- */
 
@@ -249,11 +276,13 @@ void sms_act_interface(int row_status, unsigned int oper_status, unsigned int in
                        unsigned int if_index, const char* name, unsigned int if_attr,
                        unsigned int flags, unsigned int extra) {
   event* e = queue(run_interface);
-  (void)if_attr, (void)flags, (void)extra;
+  (void)if_attr;
   e->row_status = row_status;
   e->oper_status = oper_status;
   e->instance = instance;
   e->if_index = if_index;
+  e->flags = flags;
+  e->mtu = extra; /* ours; the library hands the number on as the host gave it */
   snprintf(e->name, sizeof e->name, "%s", name ? name : "");
 }
 
@@ -266,11 +295,11 @@ void sms_bld_amb_test_i3_ei(int row_status, unsigned int oper_status, unsigned i
 void sms_act_ipaddr(int row_status, unsigned int vlan_or_instance, int address_type,
                     unsigned int if_index, const unsigned char* address, unsigned int length) {
   event* e = queue(run_address);
-  (void)length;
   e->row_status = row_status;
   e->instance = vlan_or_instance;
   e->type = address_type;
   e->if_index = if_index;
+  e->length = length;
   memcpy(e->address, address, address_type == 1 ? 4 : 16);
 }
 
@@ -372,7 +401,7 @@ void sms_get_next_i3_ei(unsigned int instance, sms_response response, void* comm
   queue_walk(walk_interfaces, instance, response, command);
 }
 void sms_get_next_i3_ea(unsigned int instance, sms_response response, void* command) {
-  queue_walk(walk_nothing, instance, response, command); /* addresses are not kept */
+  queue_walk(walk_addresses, instance, response, command);
 }
 void sms_get_next_rtm_route(sms_response response, void* command) {
   queue_walk(walk_routes, 0, response, command);
