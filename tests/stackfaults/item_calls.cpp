@@ -242,7 +242,7 @@ void ItemCall::Synchronous() {
   EXPECT_EQ(IsThere(), !IsRemoval());
   FlapInterface();
   WalkInterfaces();
-  MakeVlan30({10, 20});
+  MakeVlan40({10, 20});
   Control().SetSynchronous(false);
   if (!Waits()) {
     AskOnceMore();

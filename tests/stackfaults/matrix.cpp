@@ -10,13 +10,53 @@ namespace stackfaults {
 
 namespace {
 
-constexpr std::size_t TESTED_CELLS = 97;
-constexpr std::size_t MEANINGLESS_CELLS = 2;
+constexpr std::size_t TESTED_CELLS = 174;
+constexpr std::size_t MEANINGLESS_CELLS = 60;
 
+// Why a fault does not concern a call.
+const char* const NO_RESULT = "it has no result that could say so";
 const char* const NO_ROOM = "it asks for no room";
+const char* const NO_ANSWER = "nothing is expected back";
+const char* const AT_ONCE = "it answers by returning";
+const char* const NO_VLAN = "it concerns no VLAN";
+const char* const PURE =
+    "it computes an identifier from its arguments, and asks the stack for nothing";
+
+std::map<Fault, const char*> Every(const char* reason) {
+  std::map<Fault, const char*> all;
+  for (int i = 0; i < FAULT_COUNT; ++i) {
+    all[static_cast<Fault>(i)] = reason;
+  }
+  return all;
+}
 
 const std::vector<Row>& Matrix() {
   static const std::vector<Row> MATRIX = {
+      {"smsi_init", TheStart, {{BUSY, NO_RESULT}, {FULL, NO_ROOM}, {REFUSED, NO_RESULT}}},
+      {"nbb_scheduler", ARun, {{FULL, NO_ROOM}}},
+      {"InvokeCallback", Descriptor, {{FULL, NO_ROOM}, {NEVER, NO_ANSWER}, {VLAN_GONE, NO_VLAN}}},
+      {"nbb_trips_control",
+       TraceSwitch,
+       {{BUSY, NO_RESULT},
+        {FULL, NO_ROOM},
+        {NEVER, AT_ONCE},
+        {LATE, AT_ONCE},
+        {VLAN_GONE, NO_VLAN}}},
+      {"nbb_set_ips_filter",
+       TraceFilter,
+       {{BUSY, NO_RESULT},
+        {FULL, NO_RESULT},
+        {NEVER, AT_ONCE},
+        {LATE, AT_ONCE},
+        {VLAN_GONE, NO_VLAN}}},
+      {"nbb_get_ips_tracing",
+       TraceStatus,
+       {{BUSY, NO_RESULT},
+        {FULL, NO_ROOM},
+        {NEVER, AT_ONCE},
+        {LATE, AT_ONCE},
+        {VLAN_GONE, NO_VLAN}}},
+      {"sms_act_rtm", Instance, {}},
       {"sms_update_route", AddedRoute, {}},
       {"sms_update_route+ipv6", AddedIp6Route, {}},
       {"sms_update_route+removal", RemovedRoute, {{FULL, NO_ROOM}}},
@@ -28,6 +68,14 @@ const std::vector<Row>& Matrix() {
       {"sms_act_cipr_redist", AddedRule, {}},
       {"sms_act_cipr_redist+removal", RemovedRule, {{FULL, NO_ROOM}}},
       {"sms_bld_amb_test_cipr_redist", WaitingRule, {}},
+      {"sms_get_route_oid", nullptr, Every(PURE)},
+      {"sms_set_i3_ei_oid", nullptr, Every(PURE)},
+      {"sms_set_i3_ea_oid", nullptr, Every(PURE)},
+      {"sms_set_cipr_redist_oid", nullptr, Every(PURE)},
+      {"sms_get_next_i3_ei", InterfaceTable, {}},
+      {"sms_get_next_i3_ea", AddressTable, {}},
+      {"sms_get_next_rtm_route", RouteTable, {}},
+      {"sms_get_next_rtm_rib", Rib, {}},
   };
   return MATRIX;
 }
@@ -66,28 +114,15 @@ std::set<std::string> CallsOfTheMatrix() {
   return calls;
 }
 
-// Rows that are still to be written.
-std::set<std::string> CallsToCome() {
-  return {"smsi_init",           "nbb_scheduler",           "InvokeCallback",
-          "nbb_trips_control",   "nbb_set_ips_filter",      "sms_act_rtm",
-          "nbb_get_ips_tracing", "sms_get_route_oid",       "sms_set_i3_ei_oid",
-          "sms_set_i3_ea_oid",   "sms_set_cipr_redist_oid", "sms_get_next_i3_ei",
-          "sms_get_next_i3_ea",  "sms_get_next_rtm_rib",    "sms_get_next_rtm_route"};
-}
-
 TEST(Matrix, HasARowForEachFunctionThatTheStackDeclares) {
-  std::set<std::string> calls = CallsOfTheMatrix();
-  calls.merge(CallsToCome());
-  EXPECT_EQ(calls, DeclaredFunctions());
+  EXPECT_EQ(CallsOfTheMatrix(), DeclaredFunctions());
 }
 
 // The counter of failures is data: the library sets it before the calls that trace.
 TEST(Matrix, HasARowForEachFunctionThatTheLibraryNeeds) {
   std::set<std::string> needed = SymbolsThatTheLibraryNeeds();
   EXPECT_EQ(needed.erase("nbb_os_failures"), 1U);
-  std::set<std::string> calls = CallsOfTheMatrix();
-  calls.merge(CallsToCome());
-  EXPECT_EQ(calls, needed);
+  EXPECT_EQ(CallsOfTheMatrix(), needed);
 }
 
 TEST(Matrix, HasNoMoreCellsWithoutATestThanItSays) {

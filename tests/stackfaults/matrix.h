@@ -29,6 +29,16 @@ const char* NameOf(Fault fault);
 
 // The tests of the calls, by the file that they are in.
 
+// life_calls.cpp
+testing::Test* TheStart(Fault fault);
+testing::Test* ARun(Fault fault);
+
+// host_calls.cpp
+testing::Test* Descriptor(Fault fault);
+testing::Test* TraceSwitch(Fault fault);
+testing::Test* TraceFilter(Fault fault);
+testing::Test* TraceStatus(Fault fault);
+
 // item_calls.cpp
 testing::Test* AddedRoute(Fault fault);
 testing::Test* AddedIp6Route(Fault fault);
@@ -43,6 +53,15 @@ testing::Test* Interface(Fault fault);
 testing::Test* WaitingInterface(Fault fault);
 testing::Test* Ip4Address(Fault fault);
 testing::Test* Ip6Address(Fault fault);
+
+// rtm_calls.cpp
+testing::Test* Instance(Fault fault);
+
+// walk_calls.cpp
+testing::Test* InterfaceTable(Fault fault);
+testing::Test* AddressTable(Fault fault);
+testing::Test* RouteTable(Fault fault);
+testing::Test* Rib(Fault fault);
 
 struct Row {
   const char* name;

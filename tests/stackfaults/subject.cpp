@@ -93,7 +93,7 @@ void Subject::Furnish() {
   registry.AddInterface(20, 4, "eth1", Tarsel::DcInterfaceMgr::INTF_TYPE_NONE, FLAGS, 0, 1);
   registry.AddIpAddress(20, 4, Ip4Addr(10, 2, 2, 3), MASK);
   registry.SetPrimaryInterface(20, "eth1");
-  registry.SetPrimaryInterface(30, "eth1");
+  registry.SetPrimaryInterface(40, "eth1");
   LoadVlansWithOspf({10, 20});
   AddRouteOf20();
 }
@@ -158,7 +158,7 @@ void Subject::ExpectOthersServed(const Vlans& vlans) {
   const std::string before = State();
   FlapInterface();
   WalkInterfaces();
-  MakeVlan30(vlans);
+  MakeVlan40(vlans);
   ChangeRoute();
   EXPECT_EQ(State(), before);
   Take();
@@ -183,15 +183,15 @@ void Subject::WalkInterfaces() {
   EXPECT_TRUE(log->destroyed);
 }
 
-void Subject::MakeVlan30(const Vlans& vlans) {
+void Subject::MakeVlan40(const Vlans& vlans) {
   Vlans more = vlans;
-  more.push_back(30);
+  more.push_back(40);
   LoadVlansWithOspf(more);
   loop.AdvanceMilliseconds(TICK_MS);
-  EXPECT_EQ(cIsRtmReady(30), 1);
+  EXPECT_EQ(cIsRtmReady(40), 1);
   LoadVlansWithOspf(vlans);
   loop.AdvanceMilliseconds(TICK_MS);
-  EXPECT_EQ(cIsRtmReady(30), 0);
+  EXPECT_EQ(cIsRtmReady(40), 0);
 }
 
 // The route goes and comes back; removing one needs no room.

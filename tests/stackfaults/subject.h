@@ -92,7 +92,7 @@ class Subject : public ComponentFixture {
   // ... in its parts.
   void FlapInterface();
   void WalkInterfaces();
-  void MakeVlan30(const Vlans& vlans);
+  void MakeVlan40(const Vlans& vlans);
   void ChangeRoute();
 
   /// The subject's requests are answered so, one after the other.

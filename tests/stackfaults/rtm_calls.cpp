@@ -1,0 +1,246 @@
+// The rows of the Routing Table Manager's instances.
+//
+// They go straight to the stack. What it says is that an instance is ready, or nothing: a refusal, a
+// full table and silence look the same. Until the instance is ready, its routes wait; and the row is
+// not sent again as long as the VLAN's settings stay what they were.
+//
+// The subject is VLAN 30, its IPv4 instance in particular, with a route that waits for it.
+
+#include <algorithm>
+
+#include "tests/stackfaults/subject.h"
+#include "vantacore/dcrouter_api.h"
+
+namespace stackfaults {
+
+using Tarsel::Ip4Addr;
+
+namespace {
+
+const char* const ROW = "> sms_act_rtm(0=30 1=1 2=1 6=40 7=110 8=20 9=200 14=120 28=60 30=1)";
+const char* const IP6_ROW =
+    "> sms_act_rtm(0=32798 1=1 2=1 6=40 7=110 8=20 9=200 14=120 28=60 30=2)";
+const char* const GONE = "> sms_act_rtm(0=30 1=6 2=2)";
+const char* const IP6_GONE = "> sms_act_rtm(0=32798 1=6 2=2)";
+const char* const ROUTE =
+    "> sms_update_route(1, 1, 1, 1, 10.30.0.0, 16, 10.2.2.1, 196608, 4, 30, 5)";
+constexpr unsigned int MOST_REFUSALS = 10;
+constexpr std::size_t OTHER_INSTANCES = 4;
+
+class RtmCall : public Subject {
+ protected:
+  void Establish() override;
+  void Ask() override;
+
+  void Busy() override;
+  void Full() override;
+  void Refused() override;
+  void Never() override;
+  void Late() override;
+  void Twice() override;
+  void Synchronous() override;
+  void Restarted() override;
+  void VlanGone() override;
+
+ private:
+  static Lines Calls(const Lines& lines);
+  void LoadAll() { LoadVlansWithOspf({10, 20, 30}); }
+  void Send(const Answer& answer);
+  void WithdrawVlan30();
+  // The VLAN's IPv4 routes wait, and nothing is done about it.
+  void ExpectWaiting();
+  void ExpectRouteGivenUp();
+  std::string Readiness() const;
+};
+
+void RtmCall::Establish() {
+  Subject::Establish();
+  registry.SetPrimaryInterface(30, "eth1");
+}
+
+void RtmCall::Ask() {
+  LoadAll();
+  Tarsel::AddRoute(30, Ip4Addr(10, 30, 0, 0), Ip4Addr(255, 255, 0, 0), Ip4Addr(10, 2, 2, 1), 4, 5,
+                   Tarsel::PATH_TYPE_STATIC, 1);
+}
+
+Lines RtmCall::Calls(const Lines& lines) {
+  Lines calls;
+  std::copy_if(lines.begin(), lines.end(), std::back_inserter(calls),
+               [](const std::string& line) { return line.front() == '>'; });
+  return calls;
+}
+
+std::string RtmCall::Readiness() const {
+  return std::to_string(cIsRtmReady(30)) + std::to_string(cIsRtmReady(0x801E));
+}
+
+void RtmCall::Send(const Answer& answer) {
+  ScriptRow({6, 30}, answer);
+  Take();
+  Ask();
+  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
+  EXPECT_EQ(Readiness(), "00");
+}
+
+void RtmCall::ExpectWaiting() {
+  EXPECT_EQ(cIsRtmReady(30), 0);
+  ExpectSilence();
+  EXPECT_NE(Pending().find("vrf(30) Dest(10.30.0.0/16)"), std::string::npos);
+  EXPECT_NE(Pending().find("ActionState(New) ReasonCode(0)"), std::string::npos);
+  LoadAll();
+  EXPECT_EQ(Calls(Happened()), Lines());
+}
+
+void RtmCall::WithdrawVlan30() {
+  LoadVlansWithOspf({10, 20});
+  EXPECT_EQ(Calls(Happened()), (Lines{GONE, IP6_GONE}));
+}
+
+// Other settings, and then the old ones again, send the row twice.
+void RtmCall::Busy() {
+  Send(Status(5));
+  loop.AdvanceMilliseconds(RUN_MS);
+  EXPECT_EQ(Readiness(), "01");
+  ExpectWaiting();
+  ExpectOthersServed({10, 20, 30});
+  LoadVlans({10, 20, 30}, R"(, "OSPF": {"enabled": true}, "OSPFV3": {"enabled": true},
+                             "RTM": {"dead_rpm_timer": 61})");
+  EXPECT_EQ(Calls(Happened()).size(), 6U);
+  LoadAll();
+  EXPECT_EQ(Calls(Happened()).size(), 6U);
+  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  EXPECT_EQ(Readiness(), "11");
+  ExpectConverged();
+}
+
+void RtmCall::Full() {
+  Control().SetLimit(RowType::kRtm, OTHER_INSTANCES, 5);
+  Take();
+  Ask();
+  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
+  loop.AdvanceMilliseconds(RUN_MS);
+  EXPECT_EQ(Readiness(), "00");
+  ExpectWaiting();
+  FlapInterface();
+  WalkInterfaces();
+  ChangeRoute();
+  Control().SetLimit(RowType::kRtm, SIZE_MAX, 5);
+  Take();
+  ExpectWaiting();
+  WithdrawVlan30();
+  Ask();
+  ExpectConverged();
+}
+
+void RtmCall::Refused() {
+  Send(Status(3));
+  loop.AdvanceMilliseconds(RUN_MS);
+  EXPECT_EQ(Readiness(), "01");
+  ExpectWaiting();
+  ExpectOthersServed({10, 20, 30});
+  WithdrawVlan30();
+  LoadAll();
+  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
+  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  ExpectConverged();
+}
+
+// The late readiness after all: the stack may have said so without doing so.
+void RtmCall::Never() {
+  Send(Kind(Answer::kNever));
+  loop.AdvanceMilliseconds(RUN_MS);
+  EXPECT_EQ(Readiness(), "01");
+  ExpectWaiting();
+  ExpectOthersServed({10, 20, 30});
+  WithdrawVlan30();
+  ExpectSilence();
+  EXPECT_EQ(Readiness(), "00");
+  LoadAll();
+  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
+  ExpectConverged();
+}
+
+void RtmCall::Late() {
+  Send(Kind(Answer::kLate));
+  const std::uint64_t sent = Now();
+  EXPECT_EQ(Then(TICK_MS), Lines());
+  ExpectOthersServed({10, 20, 30});
+  EXPECT_EQ(ThenUntil(sent + LONG_MS), Lines());
+  EXPECT_EQ(Readiness(), "01");
+  loop.AdvanceMilliseconds(4 * RUN_MS);
+  EXPECT_EQ(Readiness(), "11");
+  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  ExpectConverged();
+}
+
+void RtmCall::Twice() {
+  ScriptRow({6, 0x801E}, Kind(Answer::kTwice));
+  Send(Kind(Answer::kTwice));
+  EXPECT_EQ(Calls(Then(LONG_MS)), Lines{ROUTE});
+  EXPECT_EQ(Readiness(), "11");
+  ExpectConverged();
+}
+
+void RtmCall::Synchronous() {
+  MakeSynchronous();
+  Take();
+  LoadAll();
+  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
+  EXPECT_EQ(Readiness(), "11");
+  EXPECT_NE(Manager().GetDcRouterByVID(30, Tarsel::DcRouterMgr::PROTOCOL_MLD), nullptr);
+  Control().SetSynchronous(false);
+  Ask();
+  EXPECT_EQ(Calls(Happened()), Lines());
+  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  ExpectConverged();
+}
+
+// The stack refuses rows of an instance that it does not have, as worth another try.
+void RtmCall::ExpectRouteGivenUp() {
+  EXPECT_EQ(Calls(Then(LONG_MS)), Lines(MOST_REFUSALS, ROUTE));
+  EXPECT_NE(Pending().find("ActionState(Issued) ReasonCode(5)"), std::string::npos);
+}
+
+// An instance that is reported ready without being there: routes are sent in vain.
+void RtmCall::Restarted() {
+  Send(Kind(Answer::kNever));
+  loop.AdvanceMilliseconds(RUN_MS);
+  Control().Restart();
+  ExpectSilence();
+  cSetRtmReady(30);
+  EXPECT_EQ(Dump(), "");
+  ExpectRouteGivenUp();
+  Rebuild();
+  EXPECT_EQ(Readiness(), "00");
+  Ask();
+  ExpectConverged();
+}
+
+// A late readiness makes a record for a VLAN that is not there any more. It has the settings of a
+// VLAN without any of its own: when such a VLAN comes, the instance counts as known and is not sent.
+// Removing the VLAN once more helps.
+void RtmCall::VlanGone() {
+  Send(Kind(Answer::kNever));
+  loop.AdvanceMilliseconds(RUN_MS);
+  Take();
+  WithdrawVlan30();
+  ExpectSilence();
+  cSetRtmReady(30);
+  EXPECT_EQ(Readiness(), "10");
+  ExpectRouteGivenUp();
+  ExpectOthersServed();
+  LoadAll();
+  EXPECT_EQ(Calls(Happened()), Lines{IP6_ROW});
+  loop.AdvanceMilliseconds(RUN_MS);
+  EXPECT_EQ(Control().Instances(), (std::vector<std::uint32_t>{10, 20, 32778, 32788, 32798}));
+  WithdrawVlan30();
+  Ask();
+  ExpectConverged();
+}
+
+}  // namespace
+
+testing::Test* Instance(Fault fault) { return new Trial<RtmCall>(fault); }
+
+}  // namespace stackfaults
