@@ -5,7 +5,8 @@
 
 Every `new (std::nothrow)` of the library must have been refused at least once, and each refusal must
 have said exactly what sites.txt says of its place, not more and not less often. Requests that are given
-up without having been destroyed may only come from the places that are marked so there.
+up without having been destroyed may only come from the places that are marked so there. A run that is
+shortened by VANTACORE_RANDOM_SCALE does not have to meet every place.
 
 Places are named by their file and what they make, "src/rtm/dc_rtm_mgr.cpp DcRtmMgr"; the second of a
 kind in a file has "#2" behind it. The addresses of the log are turned into lines by addr2line.
@@ -158,13 +159,14 @@ def main():
     expected = read_expectations(os.path.join(os.path.dirname(os.path.abspath(__file__)), 'sites.txt'))
     with tempfile.TemporaryDirectory() as folder:
         log = os.path.join(folder, 'log')
-        environment = dict(os.environ, VANTACORE_ALLOCATION_LOG=log, VANTACORE_RANDOM_SCALE='100')
+        environment = dict(os.environ, VANTACORE_ALLOCATION_LOG=log)
         status = subprocess.run([sweep], env=environment, check=False).returncode
         if status != 0:
             return 1
         complaints, refused = judge(log, Places(), expected)
     names = {site.name for group in sites_of(root).values() for site in group}
-    complaints += [f'never refused: {name}' for name in sorted(names - set(refused))]
+    if int(os.environ.get('VANTACORE_RANDOM_SCALE', '100')) >= 100:
+        complaints += [f'never refused: {name}' for name in sorted(names - set(refused))]
     complaints += [f'sites.txt names what does not exist: {name}' for name in sorted(set(expected) - names)]
     for complaint in complaints[:40]:
         print(complaint)
