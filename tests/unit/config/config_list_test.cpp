@@ -519,6 +519,15 @@ TEST_F(ConfigListTest, ClearDeletesEveryObjectInOrderWithoutTouchingTheStack) {
   EXPECT_THAT(trace.Lines(), IsEmpty());
 }
 
+// An object that goes may ask its list for the others, and must not find itself.
+TEST_F(ConfigListTest, ClearTakesAnObjectOutBeforeItDeletesIt) {
+  ParseThree();
+  std::vector<std::string> left;
+  world.onDelete = [this, &left] { left.push_back(list.Contents()); };
+  list.Clear();
+  EXPECT_THAT(left, ElementsAre("2=b 3=c", "3=c", ""));
+}
+
 TEST_F(ConfigListTest, TheDestructorDeletesEveryObjectInOrderWithoutTouchingTheStack) {
   {
     TestList other(&router, world);

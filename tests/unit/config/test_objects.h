@@ -25,6 +25,7 @@ struct World {
   std::set<unsigned int> finished;   // ids whose commit finishes them without having been destroyed
   std::set<unsigned int> forgetful;  // ids whose commit leaves ActionReq set
   std::function<void(TestObject&)> onCommit;
+  std::function<void()> onDelete;  // for the end of an object that is not temporary
   std::function<int(TestObject&, TestObject&)> compare;  // instead of the usual comparison
   bool createFails = false;
   bool cloneFails = false;
@@ -61,6 +62,9 @@ class TestObject : public Tarsel::DclConfigObject {
     --world.live;
     if (!temporary) {
       Note("delete");
+      if (world.onDelete) {
+        world.onDelete();
+      }
     }
   }
 
