@@ -85,6 +85,16 @@ TEST_F(CfgSchedReentrancy, AnItemThatComesWhileItsBucketIsWalkedIsNotForgotten) 
   EXPECT_THAT(Take("send"), ElementsAre("send 1", "send 2"));
 }
 
+// A bucket that has nothing New at the end of a pass is left out of the next ones.
+TEST_F(CfgSchedReentrancy, ARetryOfAnItemThatThePassHasLeftBehindIsNotForgotten) {
+  InsertIssued(KEY, 1, 1);
+  Insert(KEY, 2, 2)->onSend = [this] { Update(KEY, 1, 5, true); };
+  Tick();
+  EXPECT_THAT(Take("send"), ElementsAre("send 2"));
+  Tick();
+  EXPECT_THAT(Take("send"), ElementsAre("send 1"));
+}
+
 TEST_F(CfgSchedReentrancy, ABucketBehindMayGo) {
   Insert(KEY, 1, 1)->onSend = [this] { Remove(LATER, 1); };
   InsertIssued(LATER, 1, 2);
@@ -184,6 +194,20 @@ TEST_F(CfgSchedReentrancy, SetInMibMayReplaceTheItemThatIsTold) {
   EXPECT_THAT(log.Take(), ElementsAre("in-mib 1 yes 1", "replace 2 1", "end 1"));
   EXPECT_EQ("==== Item 0 ====\n2 row 1 New reason 0 retries 0\n\n", Print());
   EXPECT_THAT(traces.AtLevel(5), ElementsAre("REPLACED ------- 2 item.............\n"));
+}
+
+TEST_F(CfgSchedReentrancy, ACallInsideACallMayReplaceTheItemOfTheOuterOne) {
+  InsertIssued(KEY, 2, 2)->onInMib = [this] {
+    Insert(KEY, 1, 11);
+    EXPECT_THAT(log.Take(), ElementsAre("send 1", "in-mib 2 yes 1", "replace 11 1"));
+  };
+  Insert(KEY, 1, 1)->onSend = [this] {
+    Remove(KEY, 2);
+    EXPECT_THAT(log.Take(), ElementsAre("end 2"));
+  };
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("end 1"));
+  EXPECT_THAT(Order(), ElementsAre(11));
 }
 
 TEST_F(CfgSchedReentrancy, SetInMibMayInsertTheNextRow) {
