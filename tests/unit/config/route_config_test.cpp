@@ -352,6 +352,9 @@ TEST(Ip4RouteConfigTest, EachNetworkIsMaskedWithItsOwnNetmask) {
       Route4(Ip4Addr(10, 9, 0, 0), Ip4Addr(255, 255, 255, 255), Ip4Addr(10, 1, 2, 1), 5);
   EXPECT_TRUE(a < b);
   EXPECT_TRUE(b < a);
+  // The third byte of 10.9.2.0/24 counts beside a /16 as well, before the gateway does.
+  ExpectBefore(Route4(Ip4Addr(10, 9, 0, 0), MASK16, Ip4Addr(10, 1, 2, 2), 5),
+               Route4(Ip4Addr(10, 9, 2, 0), Ip4Addr(255, 255, 255, 0), Ip4Addr(10, 1, 2, 1), 5));
 }
 
 // ---- IPv6
