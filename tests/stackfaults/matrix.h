@@ -56,6 +56,7 @@ testing::Test* Ip6Address(Fault fault);
 
 // rtm_calls.cpp
 testing::Test* Instance(Fault fault);
+testing::Test* RemovedInstance(Fault fault);
 
 // walk_calls.cpp
 testing::Test* InterfaceTable(Fault fault);

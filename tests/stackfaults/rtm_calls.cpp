@@ -30,7 +30,20 @@ constexpr std::size_t OTHER_INSTANCES = 4;
 class RtmCall : public Subject {
  protected:
   void Establish() override;
-  void Ask() override;
+
+  static Lines Calls(const Lines& lines);
+  // VLAN 30 comes, with its route, or goes.
+  void LoadAll() { LoadVlansWithOspf({10, 20, 30}); }
+  void AddVlan30();
+  void WithdrawVlan30();
+  // The VLAN's IPv4 routes wait, and nothing is done about it.
+  void ExpectWaiting();
+  std::string Readiness() const;
+};
+
+class CreationCall : public RtmCall {
+ protected:
+  void Ask() override { AddVlan30(); }
 
   void Busy() override;
   void Full() override;
@@ -43,14 +56,8 @@ class RtmCall : public Subject {
   void VlanGone() override;
 
  private:
-  static Lines Calls(const Lines& lines);
-  void LoadAll() { LoadVlansWithOspf({10, 20, 30}); }
   void Send(const Answer& answer);
-  void WithdrawVlan30();
-  // The VLAN's IPv4 routes wait, and nothing is done about it.
-  void ExpectWaiting();
   void ExpectRouteGivenUp();
-  std::string Readiness() const;
 };
 
 void RtmCall::Establish() {
@@ -58,7 +65,7 @@ void RtmCall::Establish() {
   registry.SetPrimaryInterface(30, "eth1");
 }
 
-void RtmCall::Ask() {
+void RtmCall::AddVlan30() {
   LoadAll();
   Tarsel::AddRoute(30, Ip4Addr(10, 30, 0, 0), Ip4Addr(255, 255, 0, 0), Ip4Addr(10, 2, 2, 1), 4, 5,
                    Tarsel::PATH_TYPE_STATIC, 1);
@@ -75,14 +82,6 @@ std::string RtmCall::Readiness() const {
   return std::to_string(cIsRtmReady(30)) + std::to_string(cIsRtmReady(0x801E));
 }
 
-void RtmCall::Send(const Answer& answer) {
-  ScriptRow({6, 30}, answer);
-  Take();
-  Ask();
-  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
-  EXPECT_EQ(Readiness(), "00");
-}
-
 void RtmCall::ExpectWaiting() {
   EXPECT_EQ(cIsRtmReady(30), 0);
   ExpectSilence();
@@ -97,8 +96,18 @@ void RtmCall::WithdrawVlan30() {
   EXPECT_EQ(Calls(Happened()), (Lines{GONE, IP6_GONE}));
 }
 
+// --- an instance comes ---
+
+void CreationCall::Send(const Answer& answer) {
+  ScriptRow({6, 30}, answer);
+  Take();
+  Ask();
+  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
+  EXPECT_EQ(Readiness(), "00");
+}
+
 // Other settings, and then the old ones again, send the row twice.
-void RtmCall::Busy() {
+void CreationCall::Busy() {
   Send(Status(5));
   loop.AdvanceMilliseconds(RUN_MS);
   EXPECT_EQ(Readiness(), "01");
@@ -114,7 +123,7 @@ void RtmCall::Busy() {
   ExpectConverged();
 }
 
-void RtmCall::Full() {
+void CreationCall::Full() {
   Control().SetLimit(RowType::kRtm, OTHER_INSTANCES, 5);
   Take();
   Ask();
@@ -133,7 +142,7 @@ void RtmCall::Full() {
   ExpectConverged();
 }
 
-void RtmCall::Refused() {
+void CreationCall::Refused() {
   Send(Status(3));
   loop.AdvanceMilliseconds(RUN_MS);
   EXPECT_EQ(Readiness(), "01");
@@ -146,8 +155,7 @@ void RtmCall::Refused() {
   ExpectConverged();
 }
 
-// The late readiness after all: the stack may have said so without doing so.
-void RtmCall::Never() {
+void CreationCall::Never() {
   Send(Kind(Answer::kNever));
   loop.AdvanceMilliseconds(RUN_MS);
   EXPECT_EQ(Readiness(), "01");
@@ -161,7 +169,7 @@ void RtmCall::Never() {
   ExpectConverged();
 }
 
-void RtmCall::Late() {
+void CreationCall::Late() {
   Send(Kind(Answer::kLate));
   const std::uint64_t sent = Now();
   EXPECT_EQ(Then(TICK_MS), Lines());
@@ -174,7 +182,7 @@ void RtmCall::Late() {
   ExpectConverged();
 }
 
-void RtmCall::Twice() {
+void CreationCall::Twice() {
   ScriptRow({6, 0x801E}, Kind(Answer::kTwice));
   Send(Kind(Answer::kTwice));
   EXPECT_EQ(Calls(Then(LONG_MS)), Lines{ROUTE});
@@ -182,7 +190,7 @@ void RtmCall::Twice() {
   ExpectConverged();
 }
 
-void RtmCall::Synchronous() {
+void CreationCall::Synchronous() {
   MakeSynchronous();
   Take();
   LoadAll();
@@ -197,13 +205,13 @@ void RtmCall::Synchronous() {
 }
 
 // The stack refuses rows of an instance that it does not have, as worth another try.
-void RtmCall::ExpectRouteGivenUp() {
+void CreationCall::ExpectRouteGivenUp() {
   EXPECT_EQ(Calls(Then(LONG_MS)), Lines(MOST_REFUSALS, ROUTE));
   EXPECT_NE(Pending().find("ActionState(Issued) ReasonCode(5)"), std::string::npos);
 }
 
 // An instance that is reported ready without being there: routes are sent in vain.
-void RtmCall::Restarted() {
+void CreationCall::Restarted() {
   Send(Kind(Answer::kNever));
   loop.AdvanceMilliseconds(RUN_MS);
   Control().Restart();
@@ -220,7 +228,7 @@ void RtmCall::Restarted() {
 // A late readiness makes a record for a VLAN that is not there any more. It has the settings of a
 // VLAN without any of its own: when such a VLAN comes, the instance counts as known and is not sent.
 // Removing the VLAN once more helps.
-void RtmCall::VlanGone() {
+void CreationCall::VlanGone() {
   Send(Kind(Answer::kNever));
   loop.AdvanceMilliseconds(RUN_MS);
   Take();
@@ -239,8 +247,115 @@ void RtmCall::VlanGone() {
   ExpectConverged();
 }
 
+// --- an instance goes ---
+
+// The library forgets the instance at once, and does not wait for anything: when the VLAN comes back,
+// the instance is asked for again. A stack that still has it does not announce it anew, and the
+// routes wait. Removing the VLAN once more helps.
+class RemovalCall : public RtmCall {
+ protected:
+  void Establish() override;
+  void Ask() override { LoadVlansWithOspf({10, 20}); }
+  std::string RowText() const override { return "instance 30 "; }
+
+  void Busy() override { ExpectStale(Status(5)); }
+  void Refused() override { ExpectStale(Status(3)); }
+  void Never() override { ExpectStale(Kind(Answer::kNever)); }
+  void Late() override;
+  void Twice() override;
+  void Synchronous() override;
+  void Restarted() override;
+
+ private:
+  void Send(const Answer& answer);
+  void ExpectStale(const Answer& answer);
+  // The VLAN comes back too early for the stack.
+  void ComeBack();
+  void ComeBackOnceMore();
+};
+
+void RemovalCall::Establish() {
+  RtmCall::Establish();
+  AddVlan30();
+  Quiet();
+  EXPECT_EQ(Readiness(), "11");
+}
+
+void RemovalCall::Send(const Answer& answer) {
+  ScriptRow({6, 30}, answer);
+  Take();
+  WithdrawVlan30();
+  EXPECT_EQ(Readiness(), "00");
+  EXPECT_EQ(Then(RUN_MS), Lines());
+}
+
+void RemovalCall::ComeBack() {
+  AddVlan30();
+  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
+  loop.AdvanceMilliseconds(RUN_MS);
+  EXPECT_EQ(Readiness(), "01");
+}
+
+void RemovalCall::ComeBackOnceMore() {
+  WithdrawVlan30();
+  LoadAll();
+  EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
+  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  EXPECT_EQ(Readiness(), "11");
+  WithdrawVlan30();
+  ExpectConverged();
+}
+
+void RemovalCall::ExpectStale(const Answer& answer) {
+  Send(answer);
+  EXPECT_TRUE(IsThere());
+  ExpectSilence();
+  ExpectOthersServed();
+  ComeBack();
+  ExpectWaiting();
+  ComeBackOnceMore();
+}
+
+// The removal overtakes the creation that was asked for after it.
+void RemovalCall::Late() {
+  Send(Kind(Answer::kLate));
+  ComeBack();
+  EXPECT_TRUE(IsThere());
+  ExpectWaiting();
+  EXPECT_FALSE(IsThere());
+  ExpectOthersServed({10, 20, 30});
+  ComeBackOnceMore();
+}
+
+void RemovalCall::Twice() {
+  Send(Kind(Answer::kTwice));
+  EXPECT_FALSE(IsThere());
+  ExpectSilence();
+  ExpectConverged();
+}
+
+void RemovalCall::Synchronous() {
+  MakeSynchronous();
+  Take();
+  WithdrawVlan30();
+  EXPECT_FALSE(IsThere());
+  EXPECT_EQ(Manager().GetDcRouterByVID(30, Tarsel::DcRouterMgr::PROTOCOL_BGP), nullptr);
+  Control().SetSynchronous(false);
+  ExpectConverged();
+}
+
+void RemovalCall::Restarted() {
+  Send(Kind(Answer::kNever));
+  Control().Restart();
+  ExpectSilence();
+  EXPECT_EQ(Dump(), "");
+  Rebuild();
+  ExpectConverged();
+}
+
 }  // namespace
 
-testing::Test* Instance(Fault fault) { return new Trial<RtmCall>(fault); }
+testing::Test* Instance(Fault fault) { return new Trial<CreationCall>(fault); }
+testing::Test* RemovedInstance(Fault fault) { return new Trial<RemovalCall>(fault); }
 
 }  // namespace stackfaults
