@@ -1,9 +1,14 @@
 #include "console.h"
 
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <sstream>
 #include <vector>
@@ -72,7 +77,37 @@ void Run(Session& session, std::vector<std::string> words, std::uint64_t now) {
   if (session.running > 0 && !DcConsoleCommand::Owns(console)) delete console;
 }
 
+// Whether a host that was killed has left this socket: nobody listens at it.
+bool IsLeftBehind(const sockaddr_un& address) {
+  struct stat status {};
+  if (stat(address.sun_path, &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
+  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+  const bool refused =
+      connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
+      errno == ECONNREFUSED;
+  close(fd);
+  return refused;
+}
+
 }  // namespace
+
+int Listen(const char* path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (std::strlen(path) >= sizeof address.sun_path) {
+    errno = ENAMETOOLONG;
+    std::perror(path);
+    return -1;
+  }
+  std::strcpy(address.sun_path, path);
+  if (IsLeftBehind(address)) unlink(path);
+  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+  if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || listen(fd, 4) != 0) {
+    std::perror(path);
+    return -1;
+  }
+  return fd;
+}
 
 void Session::Read() {
   char bytes[512];

@@ -23,4 +23,8 @@ struct Session {
   void RunNext(std::uint64_t now);
 };
 
+/// A socket at which sessions may begin; a path that a killed host has left is taken over. -1 after a
+/// message when there can be none.
+int Listen(const char* path);
+
 #endif

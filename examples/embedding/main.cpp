@@ -5,16 +5,12 @@
 #include <json/json.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
 #include <list>
 #include <map>
@@ -119,36 +115,6 @@ class StaticRoutes : public Tarsel::ConfigParser {
     return 1;
   }
 };
-
-// Whether a host that was killed has left this socket: nobody listens at it.
-bool IsLeftBehind(const sockaddr_un& address) {
-  struct stat status {};
-  if (stat(address.sun_path, &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
-  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-  const bool refused =
-      connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
-      errno == ECONNREFUSED;
-  close(fd);
-  return refused;
-}
-
-int Listen(const char* path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (std::strlen(path) >= sizeof address.sun_path) {
-    errno = ENAMETOOLONG;
-    std::perror(path);
-    return -1;
-  }
-  std::strcpy(address.sun_path, path);
-  if (IsLeftBehind(address)) unlink(path);
-  const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-  if (bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || listen(fd, 4) != 0) {
-    std::perror(path);
-    return -1;
-  }
-  return fd;
-}
 
 std::uint64_t Microseconds() {
   const auto time = std::chrono::steady_clock::now().time_since_epoch();

@@ -25,6 +25,7 @@ class Embedding(InstalledExample):
         self.assertEqual(self.play(program), self.expected)
         self.assert_answers_at_its_socket(program)
         self.assert_says_what_is_wrong_with_a_document(program)
+        self.assert_takes_the_socket_of_a_killed_host_only(program)
 
     def assert_answers_at_its_socket(self, program):
         path = os.path.join(self.folder, 'socket')
@@ -55,6 +56,22 @@ class Embedding(InstalledExample):
             file.write('{"VLAN_CONFIGURATIONS": ')
         with self.assertRaisesRegex(AssertionError, 'bad.json: .*Line 1, Column'):
             run(program, bad, os.path.join(self.folder, 'socket-of-bad'))
+        with self.assertRaisesRegex(AssertionError, 'none.json: No such file or directory'):
+            run(program, os.path.join(self.folder, 'none.json'), os.path.join(self.folder, 'other'))
+
+    def assert_takes_the_socket_of_a_killed_host_only(self, program):
+        path = os.path.join(self.folder, 'left')
+        start = (program, os.path.join(self.example, 'vlans.json'), path)
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(path)
+            listener.listen()
+            with self.assertRaisesRegex(AssertionError, 'left: Address already in use'):
+                run(*start, stdin=b'quit\n')
+        run(*start, stdin=b'quit\n')
+        self.assertFalse(os.path.exists(path))
+        with open(path, 'w', encoding='utf-8'):
+            with self.assertRaisesRegex(AssertionError, 'left: Address already in use'):
+                run(*start, stdin=b'quit\n')
 
     def test_with_pkg_config(self):
         program = os.path.join(self.folder, 'host')
