@@ -4,10 +4,12 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <iostream>
+#include <string>
 
 #include "connection.h"
+#include "device/editor/line_editor.h"
 #include "options.h"
-#include "prompt.h"
 
 namespace {
 
@@ -23,12 +25,12 @@ void EndAsInterrupted() {
 
 Code ExecuteLines(Connection& connection) {
   Code first = Code::DONE;
+  std::string line;
   while (!connection.IsOver() && !connection.WasInterrupted()) {
-    const auto line = client::NextLine();
-    if (!line) {
+    if (!std::getline(std::cin, line)) {
       break;
     }
-    const Code code = connection.Execute(*line);
+    const Code code = connection.Execute(line);
     first = first == Code::DONE ? code : first;
   }
   return first;
@@ -36,11 +38,11 @@ Code ExecuteLines(Connection& connection) {
 
 // At a prompt the operator has seen each reply; what counts is how the session ended.
 Code Converse(Connection& connection) {
+  editor::LineEditor lines(
+      [&connection](const std::string& begun) { return connection.Complete(begun); });
   Code code = Code::DONE;
   while (!connection.IsOver()) {
-    const auto line = client::Prompt(connection.GetVlan(), [&connection](const std::string& begun) {
-      return connection.Complete(begun);
-    });
+    const auto line = lines.Read("vantacore[" + std::to_string(connection.GetVlan()) + "]> ");
     if (!line) {
       return Code::DONE;
     }

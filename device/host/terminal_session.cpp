@@ -1,15 +1,10 @@
 #include "terminal_session.h"
 
-// readline's headers need stdio's.
-#include <cstdio>
-//
-#include <readline/history.h>
-#include <readline/readline.h>
-#include <unistd.h>
 #include <uv.h>
 
-#include <cstdlib>
-#include <cstring>
+#include <csignal>
+#include <cstdio>
+#include <exception>
 
 namespace host {
 
@@ -18,39 +13,23 @@ namespace {
 constexpr unsigned PROGRESS_MILLISECONDS = 1000;
 const char ERASE_LINE[] = "\r\033[K";
 
-TerminalSession* g_session = nullptr;
-
-char* NextMatch(const char* text, int state) {
-  static Words matches;
-  static std::size_t next;
-  if (state == 0) {
-    const std::string before(rl_line_buffer, static_cast<std::size_t>(rl_point));
-    matches = Dispatcher::Complete(
-        Dispatcher::Split(before.substr(0, before.size() - std::strlen(text))), text);
-    next = 0;
-  }
-  return next < matches.size() ? strdup(matches[next++].c_str()) : nullptr;
-}
-
-char** CompleteWord(const char* text, int, int) {
-  rl_attempted_completion_over = 1;  // file names are of no use here
-  return rl_completion_matches(text, NextMatch);
+std::vector<std::string> Complete(const std::string& begun) {
+  const std::size_t word = begun.rfind(' ') + 1;  // 0 if there is none
+  return Dispatcher::Complete(Dispatcher::Split(begun.substr(0, word)), begun.substr(word));
 }
 
 }  // namespace
 
 TerminalSession::TerminalSession(const SessionContext& context, unsigned short vlan)
-    : Session(context, vlan), m_input(context.loop, STDIN_FILENO), m_progress(context.loop) {
-  g_session = this;
-  rl_readline_name = "vantacored";
-  rl_catch_signals = 0;  // signals are the daemon's
-  rl_attempted_completion_function = CompleteWord;
-}
+    : Session(context, vlan),
+      m_editor(Complete),
+      m_next(context.loop),
+      m_progress(context.loop),
+      m_resized(context.loop, SIGWINCH, [this] { Resize(); }) {}
 
 TerminalSession::~TerminalSession() {
   HideProgress();
   HidePrompt();
-  g_session = nullptr;
 }
 
 void TerminalSession::Start() { Ready(); }
@@ -85,41 +64,59 @@ void TerminalSession::HideProgress() {
 void TerminalSession::Ready() {
   m_progress.Stop();
   HideProgress();
-  const std::string prompt = "vantacore[" + std::to_string(GetVlan()) + "]> ";
-  rl_callback_handler_install(prompt.c_str(), OnLine);
+  m_prompt = "vantacore[" + std::to_string(GetVlan()) + "]> ";
   m_isPrompting = true;
-  m_input.Start(UV_READABLE, [](int) { rl_callback_read_char(); });
+  // Not at once: lines that were pasted would be carried out one inside the other.
+  m_next.Post([this] { Edit(); });
+}
+
+void TerminalSession::Edit() {
+  if (!m_isPrompting) {
+    return;
+  }
+  std::string line;
+  switch (m_editor.Advance(m_prompt, line)) {
+    case editor::Step::WAIT:
+      Await();
+      break;
+    case editor::Step::LINE:
+      HidePrompt();
+      m_seconds = 0;
+      m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
+      try {
+        Execute(line);
+      } catch (const std::exception& problem) {
+        std::fprintf(stdout, "%s\n", problem.what());
+        Ready();
+      }
+      break;
+    case editor::Step::END:
+      HidePrompt();
+      Leave(EXIT_DONE);
+      break;
+  }
+}
+
+void TerminalSession::Await() {
+  if (!m_input) {
+    m_input = std::make_unique<LoopPoll>(GetLoop(), m_editor.GetDescriptor());
+  }
+  m_input->Start(m_editor.IsWriting() ? UV_WRITABLE : UV_READABLE, [this](int) { Edit(); });
+}
+
+void TerminalSession::Resize() {
+  m_editor.Resized();
+  Edit();
 }
 
 void TerminalSession::HidePrompt() {
   if (m_isPrompting) {
     m_isPrompting = false;
-    m_input.Start(0, {});
-    rl_callback_handler_remove();
-  }
-}
-
-// The line editor is C: nothing may be thrown through it.
-void TerminalSession::OnLine(char* line) {
-  TerminalSession& session = *g_session;
-  session.HidePrompt();
-  if (!line) {
-    std::fputc('\n', stdout);
-    session.Leave(EXIT_DONE);
-    return;
-  }
-  session.m_seconds = 0;
-  session.m_progress.Start(PROGRESS_MILLISECONDS, [&session] { session.ShowProgress(); });
-  try {
-    if (*line) {
-      add_history(line);
+    if (m_input) {
+      m_input->Start(0, {});
     }
-    session.Execute(line);
-  } catch (const std::exception& problem) {
-    std::fprintf(stdout, "%s\n", problem.what());
-    session.Ready();
+    m_editor.GiveBack();
   }
-  std::free(line);
 }
 
 }  // namespace host

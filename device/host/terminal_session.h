@@ -2,13 +2,15 @@
 #ifndef DEVICE_HOST_TERMINAL_SESSION_H
 #define DEVICE_HOST_TERMINAL_SESSION_H
 
+#include <memory>
 #include <string>
 
+#include "device/editor/line_editor.h"
 #include "session.h"
 
 namespace host {
 
-/// There is one at most: the line editor is one for the whole process. A command that has been silent
+/// There is one at most, as there is one terminal. A command that has been silent
 /// for a second shows for how long it has been going on.
 class TerminalSession : public Session {
  public:
@@ -25,13 +27,19 @@ class TerminalSession : public Session {
   void Ready() override;
 
  private:
-  static void OnLine(char* line);
+  void Edit();
+  void Await();
+  void Resize();
   void HidePrompt();
   void ShowProgress();
   void HideProgress();
 
-  LoopPoll m_input;
+  editor::LineEditor m_editor;
+  std::string m_prompt;
+  std::unique_ptr<LoopPoll> m_input;
+  LoopTask m_next;
   LoopTimer m_progress;
+  LoopSignal m_resized;
   unsigned m_seconds = 0;
   bool m_isPrompting = false;
   bool m_isShowingProgress = false;

@@ -15,7 +15,7 @@ WORDS = 'tests/lint/words.txt'
 TABLE = 'docs/architecture.md'
 INCLUDE_DIRS = ('include', 'platform', '')
 OUTSIDE = (
-    ('json/', 'jsoncpp'), ('uv.h', 'libuv'), ('uv/', 'libuv'), ('readline/', 'readline'),
+    ('json/', 'jsoncpp'), ('uv.h', 'libuv'), ('uv/', 'libuv'), ('libtecla.h', 'tecla'),
     ('gtest/', 'googletest'), ('gmock/', 'googletest'), ('benchmark/', 'benchmark'),
 )
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)

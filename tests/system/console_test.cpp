@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "daemon_process.h"
+#include "shown.h"
 #include "tests/support/scratch_folder.h"
 
 namespace {
@@ -13,6 +14,7 @@ using system_test::Arguments;
 using system_test::DaemonProcess;
 using system_test::Result;
 using system_test::RunDaemon;
+using system_test::Shown;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -258,8 +260,8 @@ class Terminal : public Console {
 };
 
 TEST_F(Terminal, PromptsAndEchoes) {
-  EXPECT_THAT(Type("ip protocol summary"),
-              StartsWith("ip protocol summary\r\n   VID  BGP4+ OSPFv2  RIPv2   IGMP\r\n"));
+  EXPECT_THAT(Shown(Type("ip protocol summary")),
+              StartsWith("ip protocol summary\n   VID  BGP4+ OSPFv2  RIPv2   IGMP\n"));
   daemon.Send("quit\n");
   EXPECT_EQ(daemon.Wait(), 0);
 }
@@ -274,12 +276,60 @@ TEST_F(Terminal, ShowsTheSessionsVlan) {
 }
 
 TEST_F(Terminal, CompletesWords) {
-  EXPECT_THAT(Type("sh\tip pro\tsu\t"), HasSubstr("show ip protocol summary \r\n   VID "));
+  EXPECT_THAT(Shown(Type("sh\tip pro\tsu\t")), StartsWith("show ip protocol summary \n   VID "));
 }
 
 TEST_F(Terminal, RemembersLines) {
   Type("ip protocol summary");
-  EXPECT_THAT(Type("\x10"), HasSubstr("ip protocol summary\r\n   VID "));  // control-P
+  daemon.Send("\x10\n");  // control-P
+  EXPECT_THAT(Shown(daemon.ReadUntil("   VID")), EndsWith("ip protocol summary\n   VID"));
+}
+
+TEST_F(Terminal, ListsWordsThatMayFollow) {
+  daemon.Send("ip \t");
+  EXPECT_THAT(Shown(daemon.ReadUntil(PROMPT)),
+              testing::MatchesRegex("ip \nbgp +igmp +ospf +protocol +rip *\nvantacore.10.> "));
+}
+
+TEST_F(Terminal, TakesLinesThatComeAllAtOnce) {
+  std::string lines;
+  for (int pair = 0; pair < 50; ++pair) {
+    lines += "vrf 20\nvrf 10\n";
+  }
+  daemon.Send(lines);
+  for (int pair = 0; pair < 50; ++pair) {
+    daemon.ReadUntil("vantacore[20]> ");
+    daemon.ReadUntil(PROMPT);
+  }
+}
+
+// The rest of such a key may never come, and the loop that would wait for it is the device's routing.
+TEST_F(Terminal, DoesNotStopTheDaemonWithAKeyThatIsHalfTyped) {
+  for (const char* key : {"\x1b", "\x1b[", "\x12", "\x16", "\x18"}) {
+    DaemonProcess other(With(), DaemonProcess::TERMINAL);
+    other.ReadUntil(PROMPT);
+    other.Send("ip");
+    other.ReadUntil("ip");
+    other.Send(key);
+    other.Kill(SIGTERM);
+    EXPECT_EQ(other.Wait(), 0);
+  }
+}
+
+TEST_F(Terminal, IsGivenBackAsItWas) {
+  const auto isRaw = [this] { return (daemon.Terminal().c_lflag & ICANON) == 0; };
+  EXPECT_TRUE(isRaw());
+  Type("lab stack hold");
+  daemon.Send("rtm rib\n");  // a stack that is held answers no walk
+  daemon.ReadUntil("working for 1 s");
+  EXPECT_FALSE(isRaw());
+  daemon.Send("\x03");
+  daemon.ReadUntil(PROMPT);
+  EXPECT_TRUE(isRaw());
+  daemon.Kill(SIGTERM);
+  EXPECT_EQ(daemon.Wait(), 0);
+  EXPECT_FALSE(isRaw());
+  EXPECT_NE(daemon.Terminal().c_lflag & ECHO, 0u);
 }
 
 TEST_F(Terminal, WaitsUntilAReloadHasSettled) {

@@ -61,6 +61,7 @@ DaemonProcess::DaemonProcess(const Arguments& arguments, Streams streams,
       Execute(command, arguments);
     }
     m_input = m_output.fd = master;
+    m_terminal = dup(master);
     return;
   }
   int pipes[3][2];
@@ -90,6 +91,9 @@ DaemonProcess::~DaemonProcess() {
     waitpid(m_pid, nullptr, 0);
   }
   CloseInput();
+  if (m_terminal >= 0) {
+    close(m_terminal);
+  }
   for (Stream* stream : {&m_output, &m_errors}) {
     if (stream->fd >= 0) {
       close(stream->fd);
@@ -110,6 +114,12 @@ void DaemonProcess::CloseInput() {
 }
 
 void DaemonProcess::Kill(int number) { kill(m_pid, number); }
+
+termios DaemonProcess::Terminal() const {
+  termios settings{};
+  Check(tcgetattr(m_terminal, &settings) == 0, "tcgetattr");
+  return settings;
+}
 
 std::string DaemonProcess::ReadUntil(const std::string& text) { return ReadUntil(m_output, text); }
 

@@ -3,6 +3,7 @@
 #define TESTS_SYSTEM_DAEMON_PROCESS_H
 
 #include <sys/types.h>
+#include <termios.h>
 
 #include <string>
 #include <vector>
@@ -38,6 +39,9 @@ class DaemonProcess {
   /// Waits for the end of the process: its exit status, or minus the signal that ended it.
   int Wait();
 
+  /// How the terminal is set now; it stays when the process has ended.
+  termios Terminal() const;
+
   /// Everything so far.
   const std::string& Output() const { return m_output.text; }
   const std::string& Errors() const { return m_errors.text; }
@@ -55,6 +59,7 @@ class DaemonProcess {
 
   pid_t m_pid = -1;
   int m_input = -1;
+  int m_terminal = -1;  // stays open when the output has ended
   Stream m_output;
   Stream m_errors;
 };
