@@ -222,12 +222,25 @@ void ItemCall::Late() {
   ExpectConverged();
 }
 
+// The second end lets go of the row, whoever has it by then. With a second request, which the first
+// end has released, that one's answer and end find nothing.
 void ItemCall::Twice() {
   Send(Kind(Answer::kTwice));
   EXPECT_EQ(Then(RUN_MS), Done() + DoneWithoutItem());
   EXPECT_EQ(Item(), "none");
   EXPECT_EQ(IsThere(), !IsRemoval());
   ExpectSilence();
+  ExpectConverged();
+
+  Lead();
+  ScriptRow(RowOid(), Kind(Answer::kTwice));
+  Control().Hold();
+  EXPECT_EQ(Go(), FirstRequest());
+  AskOnceMore();
+  EXPECT_EQ(Next(), Lines{SENDING});
+  Control().Release();
+  EXPECT_EQ(Then(RUN_MS), Done() + Request(true) + DoneWithoutItem() + DoneWithoutItem());
+  EXPECT_EQ(Item(), "none");
   ExpectConverged();
 }
 

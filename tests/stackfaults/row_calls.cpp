@@ -9,7 +9,6 @@
 // one. Its function for requests that had to wait is a subject of its own.
 
 #include <cstdint>
-#include <functional>
 
 #include "tests/stackfaults/subject.h"
 

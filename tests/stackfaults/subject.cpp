@@ -146,12 +146,18 @@ void Subject::ExpectSilence() { EXPECT_EQ(Then(LONG_MS), Lines()); }
 
 std::string Subject::State() { return Dump() + Pending(); }
 
+bool Subject::IsThere() {
+  EXPECT_NE(RowText(), "");
+  return Dump().find(RowText()) != std::string::npos;
+}
+
 void Subject::ExpectConverged() {
   EXPECT_TRUE(Settle());
   EXPECT_EQ(State(), m_reference);
   Ask();
   EXPECT_TRUE(Settle());
   EXPECT_EQ(State(), m_reference);
+  Take();
 }
 
 void Subject::ExpectOthersServed(const Vlans& vlans) {
