@@ -34,13 +34,14 @@ endforeach()
 # What somebody who writes against the library reads, and what an operator reads. Pages that both refer
 # to are in both, since neither package needs the other.
 set(pages ${PROJECT_SOURCE_DIR}/docs)
-install(FILES ${pages}/embedding.md ${pages}/abi.md ${pages}/performance.md ${pages}/operations.md
-    ${pages}/console.md
+install(FILES ${pages}/embedding.md ${pages}/abi.md ${pages}/performance.md
   DESTINATION ${development_docs} COMPONENT development)
-install(FILES ${pages}/operations.md ${pages}/console.md ${pages}/documents.md
-  DESTINATION ${device_docs} COMPONENT device)
-install(DIRECTORY ${pages}/decisions DESTINATION ${development_docs} COMPONENT development)
-install(DIRECTORY ${pages}/decisions ${pages}/schema DESTINATION ${device_docs} COMPONENT device)
+foreach(component development device)
+  install(FILES ${pages}/operations.md ${pages}/console.md ${pages}/documents.md
+    DESTINATION ${${component}_docs} COMPONENT ${component})
+  install(DIRECTORY ${pages}/decisions ${pages}/schema
+    DESTINATION ${${component}_docs} COMPONENT ${component})
+endforeach()
 set(examples ${PROJECT_SOURCE_DIR}/examples)
 install(DIRECTORY ${examples}/embedding ${examples}/first-router
   DESTINATION ${development_docs}/examples COMPONENT development)
