@@ -100,6 +100,18 @@ TEST_F(ConfigListTest, ANewObjectNeedNotCarryItsVlanItself) {
   EXPECT_EQ(list.At(0)->GetVlan(), VLAN);
 }
 
+TEST_F(ConfigListTest, ANewObjectKeepsTheNameAndVlanThatItReadItself) {
+  world.onParse = [](TestObject& object) {
+    object.SetSource("its own", REMOTE_OPTIONS);
+    object.SetKey(4711, object.GetId());
+  };
+  world.cloneLosesVlan = true;
+  Parse(ListOf({Group(7, "x")}));
+  EXPECT_EQ(list.At(0)->GetName(), "its own");
+  EXPECT_EQ(list.At(0)->GetType(), REMOTE_OPTIONS);
+  EXPECT_EQ(list.At(0)->GetVlan(), 4711);
+}
+
 TEST_F(ConfigListTest, AKindOfDocumentWithoutANameIsPassedOn) {
   Parse(ListOf({Group(7, "x")}), "file", static_cast<DclConfigObject::OptionType>(4711));
   EXPECT_EQ(list.At(0)->GetType(), 4711);
@@ -206,6 +218,18 @@ TEST_F(ConfigListTest, VanishedObjectsAreMarkedInPointerOrder) {
   Parse("{}");
   world.calls.resize(40);
   EXPECT_EQ(world.calls, expected);
+}
+
+// The list's mark comes last, whatever an object does with the one that it had.
+TEST_F(ConfigListTest, AnObjectThatTakesItsMarkBackIsCommittedAllTheSame) {
+  ParseThree();
+  world.marksAreTakenBack = true;
+  Parse(ListOf({Group(1, "changed"), Group(2, "b")}));
+  EXPECT_THAT(world.Take(), UnorderedElementsAre("update 1=changed", "destroy 3=c",
+                                                 "commit 1=changed", "commit 3=c", "delete 3=c"));
+  list.DeleteOptions("file", VLAN_OPTIONS);
+  EXPECT_THAT(world.calls, ElementsAre("destroy 1=changed", "destroy 2=b", "commit 1=changed",
+                                       "delete 1=changed", "commit 2=b", "delete 2=b"));
 }
 
 TEST_F(ConfigListTest, AVanishedObjectStaysUntilItsCommitIsFinished) {
@@ -400,6 +424,43 @@ TEST_F(ConfigListTest, ACloneThatYieldsNothingIsReportedAndNothingAppended) {
                                               StartsWith("obj|dcl_config_object|")));
   EXPECT_EQ(list.Size(), 0u);
   EXPECT_EQ(world.live, 0);
+}
+
+// ---- a concrete list with operations of its own
+
+// Does what the base does, and says so.
+class OverridingList : public TestList {
+ public:
+  using TestList::TestList;
+
+  int ParseOptions(const OptionsNode& node, const string& name,
+                   DclConfigObject::OptionType type) override {
+    world.calls.push_back("groups");
+    return TestList::ParseOptions(node, name, type);
+  }
+  DclConfigObject* ParseObjectFromOption(const OptionsNode& group, const string& name,
+                                         DclConfigObject::OptionType type) override {
+    world.calls.push_back("object");
+    return TestList::ParseObjectFromOption(group, name, type);
+  }
+  int FindNewObjectAndUpdate(DclConfigObject* parsed) override {
+    world.calls.push_back("find");
+    return TestList::FindNewObjectAndUpdate(parsed);
+  }
+  void CommitToMib() override {
+    world.calls.push_back("commit all");
+    TestList::CommitToMib();
+  }
+};
+
+TEST_F(ConfigListTest, TheConcreteListsOperationsAreUsed) {
+  OverridingList concrete(&router, world);
+  concrete.Parse(Node(ListOf({Group(1, "a"), Group(2, "b")})), "file", VLAN_OPTIONS);
+  EXPECT_THAT(world.Take(), ElementsAre("groups", "object", "find", "object", "find", "commit all",
+                                        "commit 1=a", "commit 2=b"));
+  concrete.DeleteOptions("file", VLAN_OPTIONS);
+  EXPECT_THAT(world.Take(), ElementsAre("destroy 1=a", "destroy 2=b", "commit all", "commit 1=a",
+                                        "delete 1=a", "commit 2=b", "delete 2=b"));
 }
 
 // ---- entries without an object

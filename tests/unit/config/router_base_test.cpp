@@ -289,6 +289,23 @@ TEST_F(InterfaceRouterTest, AFirstEnablingReloadCreatesTheListsAndParsesThem) {
   EXPECT_EQ(List("file", 0).At(0)->GetVlan(), 12);
 }
 
+TEST_F(InterfaceRouterTest, TheRouterMayMakeTheListsOfASourceItself) {
+  struct MoreThanLists : DcConfigLists {
+    using DcConfigLists::DcConfigLists;
+  };
+  router.makeLists = [](const string& source, DclConfigObject::OptionType type) {
+    return new MoreThanLists(source, type);
+  };
+  LoadOne("file");
+  EXPECT_NE(dynamic_cast<MoreThanLists*>(router.GetConfigLists().at("file")), nullptr);
+}
+
+TEST_F(InterfaceRouterTest, ARouterThatMakesNoListsGetsNone) {
+  router.makeLists = [](const string&, DclConfigObject::OptionType) { return nullptr; };
+  LoadOne("file");
+  EXPECT_THAT(Sources(), IsEmpty());
+}
+
 TEST_F(InterfaceRouterTest, ALaterReloadKeepsTheListsAndSendsDifferencesOnly) {
   LoadOne("file");
   const TestList* first = &List("file", 0);

@@ -25,12 +25,14 @@ struct World {
   std::set<unsigned int> finished;   // ids whose commit finishes them without having been destroyed
   std::set<unsigned int> forgetful;  // ids whose commit leaves ActionReq set
   std::function<void(TestObject&)> onCommit;
-  std::function<void()> onDelete;  // for the end of an object that is not temporary
+  std::function<void(TestObject&)> onParse;  // when an object has read its group
+  std::function<void()> onDelete;            // for the end of an object that is not temporary
   std::function<int(TestObject&, TestObject&)> compare;  // instead of the usual comparison
   bool createFails = false;
   bool cloneFails = false;
   bool cloneLosesVlan = false;
-  int live = 0;  // objects that exist, temporary ones included
+  bool marksAreTakenBack = false;  // an update and a destruction clear ActionReq
+  int live = 0;                    // objects that exist, temporary ones included
 };
 
 /// A router with the protocol configuration that the test gives it.
@@ -40,11 +42,18 @@ class TestRouter : public Tarsel::DcRouterBase {
                       const char* protocol = "TEST")
       : DcRouterBase(protocol, vid, config) {}
 
+  Tarsel::DcConfigLists* CreateConfigLists(const Tarsel::string& source,
+                                           Tarsel::DclConfigObject::OptionType type) override {
+    return makeLists ? makeLists(source, type) : DcRouterBase::CreateConfigLists(source, type);
+  }
+
   bool CreateConfigList(Tarsel::DcConfigLists& lists) override {
     return createLists ? createLists(lists) : true;
   }
 
   std::function<bool(Tarsel::DcConfigLists&)> createLists;
+  std::function<Tarsel::DcConfigLists*(const Tarsel::string&, Tarsel::DclConfigObject::OptionType)>
+      makeLists;
 };
 
 /// An object of a group {"Name": "TEST_<vlan>_<id>", "value": "..."}. A group with "reject" is
@@ -81,11 +90,17 @@ class TestObject : public Tarsel::DclConfigObject {
   void Update(DclConfigObject* object) override {
     value = static_cast<TestObject*>(object)->value;
     destroyed = false;
+    if (world.marksAreTakenBack) {
+      SetActionReq(false);
+    }
     Note("update");
   }
   unsigned short GetRowStatus() override { return destroyed ? 6 : GetInMib() ? 1 : 4; }
   void SetDestroy() override {
     destroyed = true;
+    if (world.marksAreTakenBack) {
+      SetActionReq(false);
+    }
     Note("destroy");
   }
   void Display(Tarsel::DcConsole* console, unsigned int filter) override {
@@ -117,6 +132,9 @@ class TestObject : public Tarsel::DclConfigObject {
     value = content.c_str();
     bool reject = false;
     node.AsVal(reject, "reject");
+    if (world.onParse) {
+      world.onParse(*this);
+    }
     return !reject;
   }
 
