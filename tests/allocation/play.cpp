@@ -12,6 +12,7 @@
 #include "tests/support/recording_console.h"
 #include "tests/support/trace_capture.h"
 #include "vantacore/cfg_sched.h"
+#include "vantacore/dc_rtm_mgr.h"
 
 namespace allocation {
 namespace {
@@ -74,6 +75,7 @@ class Player {
 
  private:
   void UnderRefusal(const Refusal& refusal);
+  void ExpectNoHalfVlan();
   void Rest();
   void PlayAll();
   void AskForEverythingAgain();
@@ -107,6 +109,19 @@ void Player::PlayAll() {
   }
 }
 
+// A VLAN that could not be made has taken back what was made for it.
+void Player::ExpectNoHalfVlan() {
+  const auto& vlans = m_device.Manager().GetVlans();
+  for (const std::uint32_t instance : m_device.Control().Instances()) {
+    // An id in the upper half is its own IPv6 instance.
+    const auto own = static_cast<unsigned short>(instance);
+    const auto vlan = static_cast<unsigned short>(own & ~Tarsel::DcRtmMgr::IP6_INSTANCE_BIT);
+    if (vlans.count(own) == 0 && vlans.count(vlan) == 0) {
+      m_report += "failure instance " + std::to_string(instance) + " without its VLAN\n";
+    }
+  }
+}
+
 void Player::UnderRefusal(const Refusal& refusal) {
   const FailingNew failing(refusal.first, refusal.extent);
   // A host that gets no manager asks again; it has nothing to work with before.
@@ -115,6 +130,7 @@ void Player::UnderRefusal(const Refusal& refusal) {
   if (m_isStarted) {
     m_device.Start();
     PlayAll();
+    ExpectNoHalfVlan();
   }
   m_report += "requests " + std::to_string(failing.CountRequests()) + "\n";
   for (const std::string& place : failing.Places()) m_report += "place " + place + "\n";
