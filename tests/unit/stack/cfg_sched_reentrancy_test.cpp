@@ -112,6 +112,16 @@ TEST_F(CfgSchedReentrancy, ABucketInFrontMayGo) {
   EXPECT_EQ("Pending Item Buckets: 2\n", Summary());
 }
 
+// A pass knows what follows a bucket before it walks it.
+TEST_F(CfgSchedReentrancy, ABucketThatComesDuringAPassWaitsForTheNext) {
+  Insert(KEY, 1, 1)->onSend = [this] { Insert({10, 0x3D000004}, 1, 2); };
+  Insert(LATER, 1, 3)->onSend = [this] { Insert({12, 0}, 1, 4); };
+  Tick();
+  EXPECT_THAT(Take("send"), ElementsAre("send 1", "send 3"));
+  Tick();
+  EXPECT_THAT(Take("send"), ElementsAre("send 2", "send 4"));
+}
+
 TEST_F(CfgSchedReentrancy, TheBucketBeingWalkedMayGoAndComeBack) {
   ScriptedItem* first = Insert(KEY, 1, 1);
   first->onSend = [this, first] {
