@@ -2,7 +2,8 @@
 //
 // matrix.cpp holds the table. A row is a call, or one use of a call (after a '+'); it names the faults
 // that do not concern it, each with the reason, and has a test for all the others. What a test of a
-// row does is said in the file of its subject.
+// row does is said in the file of its subject. One cell is run by its name:
+// --gtest_filter=StackFaults.sms_update_route/late
 #ifndef TESTS_STACKFAULTS_MATRIX_H
 #define TESTS_STACKFAULTS_MATRIX_H
 
@@ -17,7 +18,7 @@ enum Fault {
   FULL,         // there is no room for one more
   REFUSED,      // no, for good
   NEVER,        // there is no answer
-  LATE,         // after ten minutes, and after other answers
+  LATE,         // after two minutes, and after other answers
   TWICE,        // the answer is repeated
   SYNCHRONOUS,  // from inside of the call
   RESTARTED,    // the stack has restarted between the call and its answer

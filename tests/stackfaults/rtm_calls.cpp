@@ -1,10 +1,10 @@
 // The rows of the Routing Table Manager's instances.
 //
 // They go straight to the stack. What it says is that an instance is ready, or nothing: a refusal, a
-// full table and silence look the same. Until the instance is ready, its routes wait; and the row is
+// full table and silence look the same. Until the instance is ready, its routes and rules wait; and the row is
 // not sent again as long as the VLAN's settings stay what they were.
 //
-// The subject is VLAN 30, its IPv4 instance in particular, with a route that waits for it.
+// The subject is VLAN 30, its IPv4 instance in particular, with a route and a rule that wait for it.
 
 #include <algorithm>
 
@@ -24,6 +24,7 @@ const char* const GONE = "> sms_act_rtm(0=30 1=6 2=2)";
 const char* const IP6_GONE = "> sms_act_rtm(0=32798 1=6 2=2)";
 const char* const ROUTE =
     "> sms_update_route(1, 1, 1, 1, 10.30.0.0, 16, 10.2.2.1, 196608, 4, 30, 5)";
+const char* const RULE = "> sms_act_cipr_redist(1, 1, 196608, 851968, 30, 0)";
 constexpr unsigned int MOST_REFUSALS = 10;
 constexpr std::size_t OTHER_INSTANCES = 4;
 
@@ -32,11 +33,13 @@ class RtmCall : public Subject {
   void Establish() override;
 
   static Lines Calls(const Lines& lines);
-  // VLAN 30 comes, with its route, or goes.
+  // VLAN 30 comes, with its route and its rule, or goes.
   void LoadAll() { LoadVlansWithOspf({10, 20, 30}); }
   void AddVlan30();
   void WithdrawVlan30();
-  // The VLAN's IPv4 routes wait, and nothing is done about it.
+  // The requests for the VLAN's rule and its route.
+  static Lines Rows() { return {RULE, ROUTE}; }
+  // They wait, and nothing is done about it.
   void ExpectWaiting();
   std::string Readiness() const;
 };
@@ -57,7 +60,7 @@ class CreationCall : public RtmCall {
 
  private:
   void Send(const Answer& answer);
-  void ExpectRouteGivenUp();
+  void ExpectGivenUp(const Lines& rows);
 };
 
 void RtmCall::Establish() {
@@ -69,6 +72,8 @@ void RtmCall::AddVlan30() {
   LoadAll();
   Tarsel::AddRoute(30, Ip4Addr(10, 30, 0, 0), Ip4Addr(255, 255, 0, 0), Ip4Addr(10, 2, 2, 1), 4, 5,
                    Tarsel::PATH_TYPE_STATIC, 1);
+  Tarsel::DcRtmMgr::GetInstance()->HandleRedistributionStatusChange(30, 0x30000, 0xD0000, false,
+                                                                    true);
 }
 
 Lines RtmCall::Calls(const Lines& lines) {
@@ -85,8 +90,15 @@ std::string RtmCall::Readiness() const {
 void RtmCall::ExpectWaiting() {
   EXPECT_EQ(cIsRtmReady(30), 0);
   ExpectSilence();
-  EXPECT_NE(Pending().find("vrf(30) Dest(10.30.0.0/16)"), std::string::npos);
-  EXPECT_NE(Pending().find("ActionState(New) ReasonCode(0)"), std::string::npos);
+  EXPECT_EQ(Pending(),
+            "==== Item 0 ====\n"
+            "RedistItem: Instance(30) Dest(0xd0000) Src(0x30000) Priority(0x0) RowStatus(1) "
+            "AdminStatus(1) ActionState(New) ReasonCode(0)\n"
+            "\n"
+            "==== Item 1 ====\n"
+            "StaticRouteItem: vrf(30) Dest(10.30.0.0/16) NextHop(10.2.2.1) Intf(4) metric(5) "
+            "Type(Static) RowStatus(1) AdminStatus(1) ActionState(New) ReasonCode(0)\n"
+            "\n");
   LoadAll();
   EXPECT_EQ(Calls(Happened()), Lines());
 }
@@ -118,7 +130,7 @@ void CreationCall::Busy() {
   EXPECT_EQ(Calls(Happened()).size(), 6U);
   LoadAll();
   EXPECT_EQ(Calls(Happened()).size(), 6U);
-  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  EXPECT_EQ(Calls(Next()), Rows());
   EXPECT_EQ(Readiness(), "11");
   ExpectConverged();
 }
@@ -151,7 +163,7 @@ void CreationCall::Refused() {
   WithdrawVlan30();
   LoadAll();
   EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
-  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  EXPECT_EQ(Calls(Next()), Rows());
   ExpectConverged();
 }
 
@@ -178,14 +190,14 @@ void CreationCall::Late() {
   EXPECT_EQ(Readiness(), "01");
   loop.AdvanceMilliseconds(4 * RUN_MS);
   EXPECT_EQ(Readiness(), "11");
-  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  EXPECT_EQ(Calls(Next()), Rows());
   ExpectConverged();
 }
 
 void CreationCall::Twice() {
   ScriptRow({6, 0x801E}, Kind(Answer::kTwice));
   Send(Kind(Answer::kTwice));
-  EXPECT_EQ(Calls(Then(LONG_MS)), Lines{ROUTE});
+  EXPECT_EQ(Calls(Then(LONG_MS)), Rows());
   EXPECT_EQ(Readiness(), "11");
   ExpectConverged();
 }
@@ -200,14 +212,19 @@ void CreationCall::Synchronous() {
   Control().SetSynchronous(false);
   Ask();
   EXPECT_EQ(Calls(Happened()), Lines());
-  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  EXPECT_EQ(Calls(Next()), Rows());
   ExpectConverged();
 }
 
 // The stack refuses rows of an instance that it does not have, as worth another try.
-void CreationCall::ExpectRouteGivenUp() {
-  EXPECT_EQ(Calls(Then(LONG_MS)), Lines(MOST_REFUSALS, ROUTE));
+void CreationCall::ExpectGivenUp(const Lines& rows) {
+  Lines all;
+  for (unsigned int n = 0; n < MOST_REFUSALS; ++n) {
+    all = all + rows;
+  }
+  EXPECT_EQ(Calls(Then(LONG_MS)), all);
   EXPECT_NE(Pending().find("ActionState(Issued) ReasonCode(5)"), std::string::npos);
+  EXPECT_EQ(Pending().find("ActionState(New)"), std::string::npos);
 }
 
 // An instance that is reported ready without being there: routes are sent in vain.
@@ -218,7 +235,7 @@ void CreationCall::Restarted() {
   ExpectSilence();
   cSetRtmReady(30);
   EXPECT_EQ(Dump(), "");
-  ExpectRouteGivenUp();
+  ExpectGivenUp(Rows());
   Rebuild();
   EXPECT_EQ(Readiness(), "00");
   Ask();
@@ -227,7 +244,7 @@ void CreationCall::Restarted() {
 
 // A late readiness makes a record for a VLAN that is not there any more. It has the settings of a
 // VLAN without any of its own: when such a VLAN comes, the instance counts as known and is not sent.
-// Removing the VLAN once more helps.
+// Removing the VLAN once more helps. The rule has no router to go to, and is dropped.
 void CreationCall::VlanGone() {
   Send(Kind(Answer::kNever));
   loop.AdvanceMilliseconds(RUN_MS);
@@ -236,7 +253,7 @@ void CreationCall::VlanGone() {
   ExpectSilence();
   cSetRtmReady(30);
   EXPECT_EQ(Readiness(), "10");
-  ExpectRouteGivenUp();
+  ExpectGivenUp({ROUTE});
   ExpectOthersServed();
   LoadAll();
   EXPECT_EQ(Calls(Happened()), Lines{IP6_ROW});
@@ -300,7 +317,7 @@ void RemovalCall::ComeBackOnceMore() {
   WithdrawVlan30();
   LoadAll();
   EXPECT_EQ(Calls(Happened()), (Lines{ROW, IP6_ROW}));
-  EXPECT_EQ(Calls(Next()), Lines{ROUTE});
+  EXPECT_EQ(Calls(Next()), Rows());
   EXPECT_EQ(Readiness(), "11");
   WithdrawVlan30();
   ExpectConverged();

@@ -25,7 +25,7 @@ using routing_stack::RowType;
 
 constexpr unsigned int TICK_MS = 100;  // between two passes of the configuration scheduler
 constexpr unsigned int RUN_MS = 5;     // from a request to the run that answers it
-constexpr unsigned int LONG_MS = 600000;
+constexpr unsigned int LONG_MS = 120000;
 
 class Subject : public ComponentFixture {
  public:
@@ -77,7 +77,7 @@ class Subject : public ComponentFixture {
   Lines Next();
   /// The clock, in milliseconds.
   std::uint64_t Now() const { return loop.Now() / 1000; }
-  /// Nothing happens in ten minutes.
+  /// Nothing happens in two minutes.
   void ExpectSilence();
 
   // --- where it ends ---
