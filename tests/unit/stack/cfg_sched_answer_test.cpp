@@ -189,6 +189,32 @@ TEST_F(CfgSchedAnswer, ResetMakesEverythingNew) {
   EXPECT_THAT(log.Take(), ElementsAre("send 1", "send 2"));
 }
 
+// An item that writes down what it is told of its state and reason.
+class ListeningItem : public ScriptedItem {
+ public:
+  using ScriptedItem::ScriptedItem;
+  void SetActionState(ACTION_ITEM_STATE state) override {
+    log.lines.push_back(std::string("state ") + StateText(state));
+    ScriptedItem::SetActionState(state);
+  }
+  void SetReasonCode(unsigned long code) override {
+    log.lines.push_back("reason " + std::to_string(code));
+    ScriptedItem::SetReasonCode(code);
+  }
+};
+
+TEST_F(CfgSchedAnswer, TheItemHearsOfItsReasonAndOfBeingNewAgain) {
+  sched.Insert(KEY, new ListeningItem(log, 1, 1));
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("send 1", "state Issued"));
+  Update(KEY, 1, 5, false);
+  EXPECT_THAT(log.Take(), ElementsAre("reason 5"));
+  Update(KEY, 1, 1, true);
+  EXPECT_THAT(log.Take(), ElementsAre("reason 1", "state New"));
+  sched.Reset();
+  EXPECT_THAT(log.Take(), ElementsAre("reason 0", "state New"));
+}
+
 class CfgSchedInFlight : public SchedulerFixture {
  protected:
   void ExpectBoth(int expected, CfgKey key, unsigned int a, unsigned int b) {
