@@ -571,6 +571,9 @@ TEST(Ip6RouteConfigTest, SortsByPrefixAddressThenLengthThenGatewayThenMetric) {
   ExpectBefore(Route6("1::", 64, "::ff:0", 1), Route6("1::", 64, "::1ff:1", 1));
   ExpectBefore(Route6("1::", 64, "7f00::", 1), Route6("1::", 64, "8000::", 1));
   ExpectBefore(Route6("1::", 64, "1::", 127), Route6("1::", 64, "1::", 128));
+  // Down to the last byte.
+  ExpectBefore(Route6("1::1", 128, "2::", 9), Route6("1::2", 128, "1::", 1));
+  ExpectBefore(Route6("1::", 64, "1::1", 9), Route6("1::", 64, "1::2", 1));
 }
 
 TEST(Ip6RouteConfigTest, NetworkVlanAndInterfaceDoNotCountInTheOrder) {
