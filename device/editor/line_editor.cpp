@@ -5,6 +5,8 @@
 #include <libtecla.h>
 #include <unistd.h>
 
+#include <array>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -62,8 +64,10 @@ Step LineEditor::Advance(const std::string& prompt, std::string& line) {
 // The terminal is opened anew, so that its being non-blocking is nobody else's: the log, on standard
 // error, would lose lines.
 void LineEditor::UseInLoop() {
-  const char* name = ttyname(STDIN_FILENO);
-  m_terminal = name ? std::fopen(name, "r+") : nullptr;
+  std::array<char, PATH_MAX> name;
+  if (ttyname_r(STDIN_FILENO, name.data(), name.size()) == 0) {
+    m_terminal = std::fopen(name.data(), "r+");
+  }
   if (m_terminal) {
     gl_change_terminal(m_lines, m_terminal, m_terminal, TerminalType());
   }
