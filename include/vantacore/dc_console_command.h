@@ -110,7 +110,8 @@ class VANTACORE_API DcConsoleCommand {
   /// compared only, never used.
   static bool Owns(const DcConsole* console);
 
-  // Texts. Each helper has one static buffer, overwritten by its next call.
+  // Texts. Each helper has one static buffer, overwritten by its next call. ToIp6PrefixStr overwrites
+  // that of ToIp6Str as well, and IsEqual that of DcIp4ToIp4Str.
 
   /// "Up" for 1, "Down" for 2 to 5, DclUnknownStr for any other status.
   static const char* OperStatusStr(int status);

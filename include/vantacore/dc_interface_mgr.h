@@ -26,7 +26,7 @@ class VANTACORE_API DcInterfaceMgr {
   DcInterfaceMgr(const DcInterfaceMgr&) = delete;
   DcInterfaceMgr& operator=(const DcInterfaceMgr&) = delete;
 
-  /// The singleton, created on first use.
+  /// The singleton, created on first use. Never null: without memory for it the process ends.
   static DcInterfaceMgr* GetInstance();
   /// The default interface is stored and handed back only.
   void Initialize(unsigned int defaultInterface);
@@ -47,12 +47,15 @@ class VANTACORE_API DcInterfaceMgr {
   void SetInterfaceUp(unsigned short vlan, unsigned int ifIndex, const char* name);
   /// The interface has gone down; otherwise like SetInterfaceUp.
   void SetInterfaceDown(unsigned short vlan, unsigned int ifIndex, const char* name);
-  /// Queues the interface's rows for both instances of the VLAN; the record is not touched.
+  /// Queues the interface's rows for both instances of the VLAN; the record is not touched. Row status:
+  /// 1 active, 4 create and go, 6 destroy. Without memory for both neither is queued, and that is traced.
   void SetInterfaceStatus(unsigned short vlan, unsigned int ifIndex, const char* name,
                           unsigned int rowStatus, unsigned int operStatus, unsigned int ifAttr,
                           unsigned int flags, unsigned int extra);
 
   // --- address events ---
+
+  // Without memory a row is not queued, and nothing is said; the record changes all the same.
 
   /// An interface has one IPv4 address: a later one takes the place of an earlier.
   void AddIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& addr,
@@ -81,7 +84,8 @@ class VANTACORE_API DcInterfaceMgr {
 
   /// False, outputs untouched, when the interface is not registered.
   bool GetIfIpAddr(unsigned short vlan, unsigned int ifIndex, Ip4Addr& addr, Ip4Addr& mask);
-  /// By the name index, which is one for all VLANs.
+  /// By the name index, which is one for all VLANs. False, `addr` untouched, for a name that is null or
+  /// not registered, or registered with an index that the VLAN does not have.
   bool GetIfIpAddr(unsigned short vlan, const char* name, Ip4Addr& addr);
   /// "lo" for an unregistered interface. Valid while the interface is registered.
   const char* GetIfName(unsigned short vlan, unsigned int ifIndex);

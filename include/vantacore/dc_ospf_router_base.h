@@ -23,7 +23,7 @@ class VANTACORE_API DcOspfRouterBase : public DcRouterBase {
 
   /// The protocol instance that this router runs in.
   virtual unsigned int GetInstanceId() const = 0;
-  /// An area's row has come to, or gone from, the stack.
+  /// An area's row has come to the stack; an unknown area begins.
   virtual void ActivateArea(unsigned int areaId) = 0;
   /// The area's row has gone from the stack.
   virtual void DeactivateArea(unsigned int areaId) = 0;

@@ -97,9 +97,9 @@ class VANTACORE_API DcRouterMgr {
 
   // --- VLANs and routers ---
 
-  /// Creates a VLAN with its RTM instances and seven routers. The table's end when that fails. A VLAN
-  /// made directly belongs to no document and lives until DeleteVlan, or until a document that names
-  /// it is withdrawn.
+  /// Creates a VLAN with its RTM instances (VLAN_OPTIONS only) and seven routers; one that is there keeps
+  /// its routers. The table's end, and everything undone, when that fails. A VLAN made directly belongs
+  /// to no document and lives until DeleteVlan, or until a document that names it is withdrawn.
   VlanMap::iterator CreateVlan(unsigned short vid, OptionsNode const& node,
                                DclConfigObject::OptionType type);
   /// Deletes the RTM instances, then the routers. Requests of the VLAN that are still pending stay
@@ -120,12 +120,14 @@ class VANTACORE_API DcRouterMgr {
 
   // --- network events ---
 
-  /// The interface's operational status has changed: told to every router of the VLAN.
+  /// The interface's operational status, 1 up or 2 down, has changed: told to every router of the VLAN.
+  /// Nothing for a VLAN that is not there.
   void ProcessInterfaceStatusChange(unsigned short vid, unsigned int ifIndex,
                                     unsigned short status);
-  /// The interface's IPv4 address has changed: told to every router of the VLAN.
+  /// The interface's IPv4 address has changed, 0.0.0.0 being none: told to every router of the VLAN.
   void ProcessIPAddressChange(unsigned short vid, unsigned int ifIndex, Ip4Addr const& addr);
-  /// A remote has joined on the interface: added to the VLAN's IGMP router when that is enabled.
+  /// A remote has joined on the interface: added to the VLAN's IGMP router when that is enabled. Traced
+  /// for a VLAN that is not there.
   void JoinNetwork(unsigned short vid, unsigned int ifIndex);
   /// A remote has left. The multicast router keeps the interface.
   void LeaveNetwork(unsigned short vid, unsigned int ifIndex);
@@ -139,12 +141,13 @@ class VANTACORE_API DcRouterMgr {
   void RemoveFiledescriptors(int fd, int id);
   /// The stack wants other events of a registered descriptor.
   void ChangeMask(int fd, int mode);
-  /// A registered descriptor is ready: runs the stack's handler.
+  /// A registered descriptor is ready: runs the stack's handler. `events` is a set of 1 read, 2 write
+  /// and 4 urgent.
   void SocketCallback(int fd, int events);
-  /// The stack's tracing. `filter` is handed to the stack as it is.
+  /// Switches the stack's tracing.
   void TripsControl(bool on);
   /// Sets a filter of the stack's tracing: `value` 1 type in, 2 type out, 5 process in, 6 process
-  /// out. The stack takes a writable text.
+  /// out. The stack takes a writable text, which is handed on as it is; the empty one clears the filter.
   void SetIPSFilter(char* filter, unsigned short value);
   /// Whether the stack traces, as last switched by TripsControl.
   bool GetIPSTracing() const;

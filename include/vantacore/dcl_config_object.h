@@ -31,7 +31,8 @@ class VANTACORE_API DclConfigObject {
   /// of another kind.
   enum OptionType : int { VLAN_OPTIONS = 0, REMOTE_OPTIONS = 1 };
 
-  /// Of a router, which must outlive the object; VLAN and id are 0, nothing pends.
+  /// Of a router, which must outlive the object. VLAN and id are 0; the row is not in the stack, and
+  /// the object waits for its first commit.
   explicit DclConfigObject(DcRouterBase& router);
   /// Takes vlan, id and router from `other` and leaves the rest at its defaults.
   explicit DclConfigObject(const DclConfigObject* other);
@@ -193,20 +194,22 @@ class VANTACORE_API DCLConfigList {
 
 // Readers of row fields for the objects' ParseOption. `out` takes 4, 16 or 127 bytes.
 
-/// Four address bytes and length 4; length 0 and `out` untouched when the member is no address.
+/// True with four address bytes and length 4; false with length 0, `out` untouched, when the member is
+/// absent or no address.
 VANTACORE_API bool ReadDCLMibIpAddress(const OptionsNode& node, const char* key, unsigned char* out,
                                        unsigned int& length);
-/// Sixteen address bytes and length 16; length 0 and `out` untouched otherwise.
+/// The same for an IPv6 address: sixteen bytes, length 16.
 VANTACORE_API bool ReadDCLMibIpv6Address(const OptionsNode& node, const char* key,
                                          unsigned char* out, unsigned int& length);
-/// An integer and length 1; nothing is written otherwise.
+/// True with an integer and length 1; false, and nothing written, otherwise.
 VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, int& value,
                                    int& length);
 /// The same for an unsigned integer.
 VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, unsigned int& value,
                                    int& length);
 /// At most 127 characters, not terminated when there are that many. An absent or empty member is
-/// the empty text and success; a text that begins with ".*" is refused.
+/// the empty text and success; a text that begins with ".*" is refused (false, the empty text) and
+/// traced.
 VANTACORE_API bool ReadDCLMibString(const OptionsNode& node, const char* key, unsigned char* out,
                                     unsigned int& length);
 /// The letter of a row status in traces: M active, C create and go, D destroy, U any other.

@@ -30,13 +30,16 @@ VANTACORE_API unsigned int cGetIp4Instance(unsigned int id);
 /** The IPv6 instance id of the VLAN of id. */
 VANTACORE_API unsigned int cGetIp6Instance(unsigned int id);
 
-/** The outcome of a static route request. `type` is 1 for IPv4 (4 address bytes), 2 for IPv6 (16).
- * `unused` is not looked at. `status`: 1 done, 5 worth a retry, 6 with row status 6 gone already. */
+/** The outcome of a static route request, with the values of the request. `type` is 1 for IPv4 (4
+ * address bytes), 2 for IPv6 (16); a null `next_hop` is all zero. `unused` is not looked at. `status`:
+ * 1 done, 5 worth a retry, 6 with row status 6 gone already; anything else is final, but a refused
+ * removal is asked for again. */
 VANTACORE_API void cSetRouteState(unsigned int id, int type, const unsigned char* destination,
                                   unsigned int prefix_length, const unsigned char* next_hop,
                                   unsigned int if_index, int metric, int path_type, int row_status,
                                   int admin_status, unsigned int unused, unsigned int status);
-/** The outcome of a redistribution request; `vlan` is taken as it was requested. */
+/** The outcome of a redistribution request, judged like a route's; `vlan` is taken as it was
+ * requested, the IPv6 bit included. `priority` is not looked at. */
 VANTACORE_API void cSetRedistState(unsigned int row_status, unsigned int admin_status,
                                    unsigned int source, unsigned int destination,
                                    unsigned int priority, unsigned int vlan, unsigned int extra,
@@ -46,11 +49,12 @@ VANTACORE_API void cSetRedistState(unsigned int row_status, unsigned int admin_s
 VANTACORE_API int cIsRtmReady(unsigned int vid);
 /** Reports the instance ready; a record is made when there is none. */
 VANTACORE_API void cSetRtmReady(unsigned int vid);
-/** Fills the entity row of a known instance: 1 on success, 2 (row untouched) otherwise. */
+/** Fills the entity row of a known instance: 1 on success, 2 (row untouched) otherwise. Its words are
+ * those of amb_cipr_rtm_entity. */
 VANTACORE_API int cGetRtmConfig(unsigned int vid, amb_cipr_rtm_entity* entity);
 
-/** The IPv4 address (as it lies in memory) of the VLAN's primary interface; 0 when the VLAN has none,
- * or nobody knows the interface. */
+/** The IPv4 address (as it lies in memory) of the VLAN's primary interface, 0.0.0.0 included; 0 when the
+ * VLAN has none, which is also reported as an assertion, or nobody knows the interface. */
 VANTACORE_API int cGetAddress(unsigned int id, unsigned int* addr);
 /** The same of the VLAN's "eth0". */
 VANTACORE_API int cGetVlanAddress(unsigned int id, unsigned int* addr);
@@ -61,12 +65,14 @@ VANTACORE_API int cI3Ready(void);
 /** The stack has finished with the row of this identifier: the row's next request is issued. */
 VANTACORE_API void cRunPendingAction(unsigned int* key, unsigned int key_len);
 
-/** Registers a descriptor of the stack on the host's event loop. `mask` is a set of event bits 0 to 2;
- * `id` is the stack's own value. */
+/** Registers a descriptor of the stack on the host's event loop. `mask` is a set of event bits: 1 read,
+ * 2 write, 4 urgent. The host is told to watch for one of them: read if it is there, else write, else
+ * nothing. `id` is the stack's own value. */
 VANTACORE_API void cRegisterWorkWithEventloop(int fd, int id, unsigned int mask);
 /** Ends the registration of `fd` under `id`. */
 VANTACORE_API void cUnregisterWorkWithEventloop(int fd, int id);
-/** Other events for a registered descriptor. */
+/** Other events for a registered descriptor: read if it is in the mask, else write, else urgent, else
+ * nothing. */
 VANTACORE_API void cChangeMask(int fd, unsigned int mask);
 
 #ifdef __cplusplus

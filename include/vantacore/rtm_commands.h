@@ -18,7 +18,8 @@ class RtmRTCommand : public DcConsoleCommand {
   RtmRTCommand(DcConsole* console, unsigned short family, const char* usage,
                const char* description);
 
-  /// Takes the words and checks that the VLAN exists; subclasses start their walk afterwards.
+  /// Takes the words and checks that the VLAN exists; subclasses start their walk afterwards. False with
+  /// the usage text or a message, or without a word when words are left over.
   bool Parse(int argc, char** argv) override;
   /// A row of the walk: printed when it passes the filters. At the end, or on an error, the command
   /// is over.

@@ -25,7 +25,8 @@ class VANTACORE_API Serializer {
   ~Serializer();
 
   /// Queues an action for a row. An idle row's action is issued at once (not shared) when the stack
-  /// is ready. A null action only makes the row known.
+  /// is ready. A null action only makes the row known. Without memory for the row's record the action
+  /// is lost: not issued and not destroyed.
   void Insert(MibOid oid, MibAction* action);
   /// Issues the row's front action (shared); non-zero when a request was issued.
   int Send(MibOid oid);

@@ -22,7 +22,7 @@ class TARSEL_API DcBgpRouter : public DcRouterBase {
   /// Runs an operator's action on the VLAN's peers.
   void DummyConsoleCommand(unsigned short vid, int argc, char** argv);
 
-  /// Console handlers of `ip bgp` and `ip6 bgp`.
+  /// Console handler of `ip bgp`.
   static void Ip4ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
   /// Console handler of `ip6 bgp`.
   static void Ip6ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);

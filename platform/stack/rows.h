@@ -13,10 +13,20 @@ extern "C" {
 
 enum { AMB_RTM_ENTITY_WORDS = 39 };
 
-/** A Routing Table Manager entity, one per protocol instance. */
+/** A Routing Table Manager entity, one per protocol instance. Words of the row as the stack numbers
+ * them; those that are not listed are 0, and in a request to destroy all but the first three are:
+ *
+ *     0         the protocol instance: the VLAN, with 0x8000 for IPv6
+ *     1, 2      row status (1 active, 6 destroy) and admin status (1 up, 2 down)
+ *     6, 7      distances of the family's OSPF: internal and external routes
+ *     8, 9      distances of BGP: internal and external in a request (sms_act_rtm), the other way
+ *               round in what cGetRtmConfig fills
+ *     14        distance of the family's RIP
+ *     28        the stack's timer for a routing protocol that has died, in seconds
+ *     30        1 IPv4, 2 IPv6 in a request; 0 in what cGetRtmConfig fills
+ */
 typedef struct amb_cipr_rtm_entity {
-  uint32_t word
-      [AMB_RTM_ENTITY_WORDS]; /**< the row as the stack numbers its words; word 0 is the instance */
+  uint32_t word[AMB_RTM_ENTITY_WORDS]; /**< as listed above */
 } amb_cipr_rtm_entity;
 
 /** A route of the route table: the installed ones. IPv4 uses the first four bytes of an address. */
