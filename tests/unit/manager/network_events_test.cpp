@@ -177,6 +177,24 @@ TEST_F(NetworkEvents, TraceControlsCountTheStacksFailuresFromZero) {
                                        "nbb_get_ips_tracing()"));
 }
 
+// What the stack counts during a call is left for whoever asks.
+TEST_F(NetworkEvents, TheStacksFailuresAreForgottenBeforeItIsCalled) {
+  std::vector<unsigned int> before;
+  Control().SetCallObserver([&before](routing_stack::Call, const std::string&) {
+    before.push_back(nbb_os_failures);
+    nbb_os_failures = 7;
+  });
+  char filter[] = "3,4";
+  nbb_os_failures = 5;
+  Manager().TripsControl(true);
+  EXPECT_EQ(7U, nbb_os_failures);
+  Manager().SetIPSFilter(filter, 6);
+  EXPECT_EQ(7U, nbb_os_failures);
+  Manager().GetIPSTracing();
+  EXPECT_EQ(7U, nbb_os_failures);
+  EXPECT_THAT(before, ElementsAre(0U, 0U, 0U));
+}
+
 // --- BGP ---
 
 TEST_F(NetworkEvents, ABgpActionUsesTheLowHalfOfTheVlanAndItsIpv4Instance) {

@@ -170,6 +170,16 @@ TEST_F(ManagerReload, AChangedRtmConfigurationReachesTheStack) {
   EXPECT_EQ(2U, TakeCalls().size());
 }
 
+TEST_F(ManagerReload, AChangedRtmConfigurationIsInPlaceBeforeTheRoutersSeeTheEntry) {
+  Reload(Document({Entry(10)}), "vlans.json");
+  traces.Take();
+  Reload(Document({Entry(10, ",\"RTM\":{\"dead_rpm_timer\":30}")}), "vlans.json");
+  const Lines lines = traces.Take();
+  const auto sent = std::find(lines.begin(), lines.end(), "10:Creating RTM Instance 32778\n");
+  ASSERT_NE(lines.end(), sent);
+  EXPECT_LT(sent, std::find(lines.begin(), lines.end(), "10:~BGP:10 parse vlans.json 0\n"));
+}
+
 TEST_F(ManagerReload, EntriesComeInTheOrderOfTheirNames) {
   Reload(
       "{\"VLAN_CONFIGURATIONS\":{\"z\":{\"vid\":1},\"b\":{\"vid\":2},\"aa\":{\"vid\":3},"
@@ -262,6 +272,17 @@ INSTANTIATE_TEST_SUITE_P(Variants, DocumentWithoutVlans,
                          testing::Values(NO_GROUP, "{}", "null", "[]", "5", "[1]", "\"text\"",
                                          "{\"VLAN_CONFIGURATIONS\":null}",
                                          "{\"VLAN_CONFIGURATIONS\":[]}", "{\"other\":{\"a\":1}}"));
+
+TEST_F(ManagerReload, ADocumentWithoutVlansIsWithdrawnUnderItsOwnType) {
+  Reload(Document({Entry(10)}), "vlans.json");
+  for (const OptionType type : {REMOTE, OTHER}) {
+    Reload(Document({Entry(10)}), "more.json", type);
+    traces.Take();
+    Reload(NO_GROUP, "more.json", type);
+    EXPECT_THAT(TakeChanges(),
+                ElementsAreArray(AllRouters(10, " withdraw more.json " + std::to_string(type))));
+  }
+}
 
 TEST_F(ManagerReload, AScalarGroupWithdrawsEveryVlanOfTheFile) {
   Reload(Document({Entry(10), Entry(20)}), "vlans.json");

@@ -449,6 +449,14 @@ TEST_F(RouterMgr, OfSeveralRoutersOfATypeTheFirstCountsAndGoes) {
   Visitor visitor;
   Manager().ForEachDcRouter(&visitor, DcRouterMgr::PROTOCOL_RIPNG);
   EXPECT_THAT(visitor.visited, ElementsAre("RIPNG:12", "RIPNG:99"));
+  for (const bool lastIsEnabled : {false, true}) {  // the summary shows the one visited last
+    GetBehaviour().enabled = {lastIsEnabled ? "RIPNG:99" : "RIPNG:12"};
+    auto log = test_support::NewConsoleLog();
+    Manager().ConCmdIp6RtmSummary(new test_support::RecordingConsole(log));
+    EXPECT_THAT(log->all,
+                testing::EndsWith(lastIsEnabled ? "    12     No     No    Yes     No\n"
+                                                : "    12     No     No     No     No\n"));
+  }
   traces.Take();
   Manager().DeleteVlan(12);
   EXPECT_THAT(TakeRouterEvents(), ElementsAreArray(AllRouters(12, " destroyed")));
