@@ -136,6 +136,18 @@ TEST_F(CfgRouteTable, Ipv6ComparesSixteenBytes) {
   EXPECT_THAT(Destinations(), ElementsAre("2001:db8:9::"));
 }
 
+TEST_F(CfgRouteTable, Ipv6ComparesSixteenBytesOfTheGatewayToo) {
+  unsigned char lastByteDiffers[16];
+  std::memcpy(lastByteDiffers, GATEWAY6, sizeof GATEWAY6);
+  lastByteDiffers[15] = 2;
+  EXPECT_TRUE(Add6(NET6));
+  EXPECT_EQ(table.GetCfgRouteEntry(2, NET6, 48, lastByteDiffers), nullptr);
+  EXPECT_TRUE(table.DelEntry(2, NET6, 48, lastByteDiffers, 4));
+  EXPECT_THAT(Destinations(), ElementsAre("2001:db8:9::"));
+  EXPECT_TRUE(table.DelEntry(2, NET6, 48, GATEWAY6, 4));
+  EXPECT_TRUE(Destinations().empty());
+}
+
 TEST_F(CfgRouteTable, AnyTypeButOneIsIpv6) {
   EXPECT_TRUE(table.AddEntry(7, NET6, 48, GATEWAY6, 4, 0, 6, 0, 1, 1));
   EXPECT_THAT(Destinations(), ElementsAre("2001:db8:9::"));

@@ -150,6 +150,18 @@ TEST_F(Requests, BothFamiliesOfAVlanShareABucketAndVlansDoNot) {
   EXPECT_EQ(Summary(), "Pending Item Buckets: 3\n");
 }
 
+// The general form takes any number: its bucket is that of the whole number, its row that of the VLAN.
+TEST_F(Requests, AVlanNumberOfMoreThanSixteenBitsHasABucketOfItsOwn) {
+  MakeReady();
+  rtm.UpdateStaticRoute(0x10000U + VLAN, 1, DESTINATION, 16, NEXT_HOP, 3, 5, 0x30000, 1, 1);
+  AddRoute();
+  EXPECT_EQ(Summary(), "Pending Item Buckets: 2\n");
+  EXPECT_THAT(Items(), ElementsAre(HasSubstr("vrf(10)"), HasSubstr("vrf(65546)")));
+  Tick();
+  AnswerRoute(1, 1);
+  EXPECT_THAT(Items(), ElementsAre(HasSubstr("vrf(65546)")));
+}
+
 TEST_F(Requests, BucketsOfAVlanAreInOrderOfRowType) {
   AddRoute();
   rtm.Redistribute(1, 1, SOURCE, OSPF, VLAN);
