@@ -165,6 +165,28 @@ INSTANTIATE_TEST_SUITE_P(
         std::make_tuple(9U, "Incomplete\n"), std::make_tuple(10U, "Partial Family ok\n"),
         std::make_tuple(11U, ""), std::make_tuple(0xFFFFFFFFU, "")));
 
+// Notes what had been printed when the end was signalled: a host shows nothing that comes later.
+class EndingConsole : public RecordingConsole {
+ public:
+  explicit EndingConsole(std::shared_ptr<test_support::ConsoleLog> log)
+      : RecordingConsole(log), m_log(std::move(log)) {}
+  void CommandEnd() override { printed = m_log->all; }
+
+  std::string printed;
+
+ private:
+  std::shared_ptr<test_support::ConsoleLog> m_log;
+};
+
+TEST(ConsoleCommand, TheEndComesAfterWhatIsPrinted) {
+  auto* const console = new EndingConsole(NewConsoleLog());
+  PlainCommand command(console, 1, nullptr, nullptr);
+  command.TableEnd();
+  EXPECT_EQ("End of Table\n", console->printed);
+  command.ParseError(5);
+  EXPECT_EQ("End of Table\nResource Failure\n", console->printed);
+}
+
 // --- responses of the stack ---
 
 TEST(ConsoleCommand, ResponsesAreDisplayedWithTheirArguments) {

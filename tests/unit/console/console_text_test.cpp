@@ -1,6 +1,7 @@
 // The texts of the tables.
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 
 #include "vantacore/dc_console_command.h"
@@ -60,6 +61,13 @@ TEST(ConsoleText, EachHelperHasOneBuffer) {
   EXPECT_STREQ("192.168.255.254", first);
   DcConsoleCommand::ToIp4PrefixStr(IP4, 24);
   EXPECT_STREQ("192.168.255.254", first);
+}
+
+TEST(ConsoleText, NoTwoHelpersShareABuffer) {
+  const std::set<const char*> buffers = {
+      DcConsoleCommand::DcIp4ToIp4Str(IP4), DcConsoleCommand::ToIp4PrefixStr(IP4, 24),
+      DcConsoleCommand::ToIp6Str(IP6), DcConsoleCommand::ToIp6PrefixStr(IP6, 64)};
+  EXPECT_EQ(4U, buffers.size());
 }
 
 TEST(ConsoleText, AnIpv6PrefixOverwritesTheAddressText) {

@@ -329,6 +329,22 @@ TYPED_TEST(RtmCommands, TheUnspecifiedDestinationIsNoFilter) {
   EXPECT_NE("", session6.Row(MakeRow<TypeParam>(IP6_INSTANCE, "2001:db8::", 32, "fe80::1")));
 }
 
+// Only 41 leads to the IPv6 instance, but any family other than 0 shows IPv6 addresses.
+TYPED_TEST(RtmCommands, AnyOtherFamilyShowsTheIpv4InstanceAsIpv6) {
+  constexpr unsigned short OTHER_FAMILY = 6;
+  Session<TypeParam> refused(OTHER_FAMILY);
+  EXPECT_FALSE(refused.Parse({"dest", "10.0.0.0"}));
+  EXPECT_EQ("Invalid IPv6 Destination Address 10.0.0.0\n" + this->Usage(), refused.log->all);
+
+  Session<TypeParam> session(OTHER_FAMILY);
+  ASSERT_TRUE(session.Parse({"dest", "2001:db8:9::"}));
+  EXPECT_EQ("", session.Row(MakeRow<TypeParam>(IP6_INSTANCE, "2001:db8:9::", 48, "fe80::1")));
+  EXPECT_EQ("", session.Row(MakeRow<TypeParam>(IP4_INSTANCE, "2001:db8:8::", 48, "fe80::1")));
+  EXPECT_EQ("   10 " + std::string(35, ' ') + "2001:db8:9::/48 " + std::string(39, ' ') +
+                "fe80::1       eth0          7 static    \n",
+            session.Line(MakeRow<TypeParam>(IP4_INSTANCE, "2001:db8:9::", 48, "fe80::1")));
+}
+
 // --- the table ---
 
 TYPED_TEST(RtmCommands, TheHeaderComesOnceAndWithTheFirstRowThatPasses) {
