@@ -230,6 +230,18 @@ TEST_F(StackScheduler, ImmediateRunTouchesNeitherTimerNorFlag) {
   EXPECT_THAT(fake.runsAt, ElementsAre(0U, 3U, 5U));
 }
 
+TEST_F(StackScheduler, EveryRunIsAnnouncedBeforeItBegins) {
+  DcScheduler scheduler;
+  Lines announced;
+  fake.duringRun = [&] { announced = traces.Take(); };
+  traces.Take();
+  scheduler.SchedNBase();
+  EXPECT_THAT(announced, ElementsAre("10:Scheduling Metaswitch\n"));
+  traces.Take();
+  scheduler.OnTimeout(0, nullptr);
+  EXPECT_THAT(announced, ElementsAre("10:Scheduling Timer Expired!!! Scheduling Metaswitch\n"));
+}
+
 TEST_F(StackScheduler, DestroyedSchedulerNoLongerRunsTheStack) {
   {
     DcScheduler scheduler;
