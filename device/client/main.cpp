@@ -9,6 +9,7 @@
 
 #include "connection.h"
 #include "device/editor/line_editor.h"
+#include "device/wire/standard_streams.h"
 #include "options.h"
 
 namespace {
@@ -68,16 +69,26 @@ Code Run(const client::Options& options) {
   return code;
 }
 
+// Output that could not be written is no success: the disk behind standard output may be full.
+Code Check(Code code) {
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) {
+    return code;
+  }
+  std::fputs("vantacorectl: standard output cannot be written\n", stderr);
+  return code == Code::DONE ? Code::REFUSED : code;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  wire::OpenMissingStreams();
   try {
     client::Options options;
     if (const auto ending = client::ParseOptions(argc, argv, options)) {
       std::fputs(ending->text.c_str(), ending->isError ? stderr : stdout);
       return ending->isError ? static_cast<int>(Code::USAGE) : 0;
     }
-    return static_cast<int>(Run(options));
+    return static_cast<int>(Check(Run(options)));
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "vantacorectl: %s\n", problem.what());
     return static_cast<int>(Code::REFUSED);

@@ -18,6 +18,7 @@ void BatchSession::Write(const std::string& text) {
 // Nobody is left to read the rest.
 void BatchSession::Flush() {
   if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    std::fputs("vantacored: standard output cannot be written\n", stderr);
     Leave(EXIT_FAILED);
   }
 }

@@ -2,6 +2,8 @@
 // it had begun goes on without it: the console discards its output and is deleted by the walk's end.
 #include "console_server.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -54,8 +56,17 @@ int Bind(int fd, const sockaddr_un& address) {
   return problem;
 }
 
+std::string FolderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+// The folder is locked meanwhile, against another daemon that starts: to it, a socket that is bound and
+// not listened at yet would look like one that was left over. One that cannot be locked is not.
 int Listen(const std::string& path) {
   const sockaddr_un address = AddressOf(path);
+  const Socket folder(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  flock(folder.Get(), LOCK_EX);  // until it is closed
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (fd < 0) {
     Fail(path, errno);
@@ -77,16 +88,27 @@ int Listen(const std::string& path) {
 
 }  // namespace
 
+ConsoleServer::Identity ConsoleServer::FindIdentity(const std::string& path) {
+  struct stat found {};
+  return lstat(path.c_str(), &found) == 0 ? Identity(found.st_dev, found.st_ino) : Identity();
+}
+
 ConsoleServer::ConsoleServer(uv_loop_s* loop, const std::string& path, Context context)
     : m_loop(loop),
       m_path(path),
       m_context(std::move(context)),
       m_listener(Listen(path)),
+      m_identity(FindIdentity(path)),
       m_poll(loop, m_listener.Get()),
       m_sweep(loop),
       m_pause(loop) {}
 
-ConsoleServer::~ConsoleServer() { unlink(m_path.c_str()); }
+// Another daemon has the place by now when somebody removed the socket before.
+ConsoleServer::~ConsoleServer() {
+  if (FindIdentity(m_path) == m_identity) {
+    unlink(m_path.c_str());
+  }
+}
 
 void ConsoleServer::Start() {
   m_start = m_context.makeSettle();

@@ -2,10 +2,13 @@
 #ifndef DEVICE_HOST_CONSOLE_SERVER_H
 #define DEVICE_HOST_CONSOLE_SERVER_H
 
+#include <sys/types.h>
+
 #include <functional>
 #include <list>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "socket_session.h"
 
@@ -28,7 +31,7 @@ class ConsoleServer {
   ConsoleServer(uv_loop_s* loop, const std::string& path, Context context);
   ConsoleServer(const ConsoleServer&) = delete;
   ConsoleServer& operator=(const ConsoleServer&) = delete;
-  /// Hangs up on everybody and gives the place back.
+  /// Hangs up on everybody and gives the place back, if it still has it.
   ~ConsoleServer();
 
   /// Serves clients from when things have settled.
@@ -41,6 +44,9 @@ class ConsoleServer {
     bool isGone = false;
   };
 
+  using Identity = std::pair<dev_t, ino_t>;  // of a file, whatever it is called
+
+  static Identity FindIdentity(const std::string& path);
   void Serve();
   void Accept();
   void Welcome(int fd);
@@ -50,6 +56,7 @@ class ConsoleServer {
   const std::string m_path;
   const Context m_context;
   Socket m_listener;
+  const Identity m_identity;
   LoopPoll m_poll;
   LoopTask m_sweep;
   LoopTimer m_pause;

@@ -13,6 +13,7 @@
 #include <uv.h>
 
 #include <csignal>
+#include <stdexcept>
 
 #include "batch_session.h"
 #include "device/base/trace_control.h"
@@ -32,7 +33,11 @@ std::uint64_t NowMilliseconds() { return uv_hrtime() / 1000000; }
 
 }  // namespace
 
-Loop::Loop() : m_loop(new uv_loop_s) { uv_loop_init(m_loop.get()); }
+Loop::Loop() : m_loop(new uv_loop_s) {
+  if (const int problem = uv_loop_init(m_loop.get())) {
+    throw std::runtime_error(std::string("the event loop: ") + uv_strerror(problem));
+  }
+}
 
 Loop::~Loop() {
   // Lets handles close; what the library still holds on to may stay.
@@ -59,11 +64,11 @@ int Daemon::Run() {
     std::perror(m_line.configDirectory.c_str());
     return EXIT_FAILED;
   }
+  WatchSignals();
   if (!m_line.socketPath.empty()) {
     m_server = OpenSocket();
   }
   StartUp();
-  WatchSignals();
   if (m_server) {
     m_server->Start();
   }
@@ -89,6 +94,7 @@ void Daemon::StartUp() {
   m_loader.Start();
 }
 
+// Before anything that takes its time: a signal that comes meanwhile waits for the loop.
 void Daemon::WatchSignals() {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error of that write
   const auto watch = [this](int number, std::function<void()> callback) {

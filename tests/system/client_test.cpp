@@ -1,6 +1,8 @@
 // The daemon's socket and its client: several sessions at once, and clients that do not behave.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -97,14 +99,23 @@ class Client : public testing::Test {
       "a": {"vid": 10, "RIPV2": {"enabled": true}}, "b": {"vid": 20}}})");
   }
 
-  void StartDaemon(const std::string& tick = "100") {
+  void BeginDaemon(const std::string& tick = "100") {
     daemon = std::make_unique<DaemonProcess>(
         Arguments{"--config", folder.Path(), "--tick-us", tick, "--daemon", "--socket", path},
         DaemonProcess::PIPES);
+  }
+  bool HasSocket() const {
     struct stat found {};
-    for (int i = 0; i < 3000 && stat(path.c_str(), &found) != 0; ++i) {
-      usleep(10000);
+    return stat(path.c_str(), &found) == 0;
+  }
+  void AwaitSocket() const {
+    for (int i = 0; i < 30000 && !HasSocket(); ++i) {
+      usleep(1000);
     }
+  }
+  void StartDaemon(const std::string& tick = "100") {
+    BeginDaemon(tick);
+    AwaitSocket();
     // The socket is there a moment before somebody listens at it.
     for (int i = 0; i < 3000 && Run({"help"}).status == 3; ++i) {
       usleep(10000);
@@ -128,8 +139,7 @@ class Client : public testing::Test {
     daemon->Kill(SIGTERM);
     EXPECT_EQ(daemon->Wait(), 0);
     EXPECT_EQ(daemon->Errors(), "");
-    struct stat found {};
-    EXPECT_NE(stat(path.c_str(), &found), 0) << "the socket has stayed";
+    EXPECT_FALSE(HasSocket()) << "the socket has stayed";
   }
 
   test_support::ScratchFolder folder;
@@ -492,6 +502,56 @@ TEST_F(Client, FindsTheDaemonThatFollowsAKilledOne) {
   daemon->Kill(SIGKILL);
   daemon->Wait();
   StartDaemon();
+  ExpectHealthyDaemon();
+}
+
+TEST_F(Client, KeepsTheDaemonThatTookThePlaceOfAnother) {
+  StartDaemon();
+  const std::unique_ptr<DaemonProcess> first = std::move(daemon);
+  ASSERT_EQ(unlink(path.c_str()), 0);
+  StartDaemon();
+  first->Kill(SIGTERM);
+  EXPECT_EQ(first->Wait(), 0);
+  ExpectHealthyDaemon();
+}
+
+TEST_F(Client, FindsNoDaemonWhileAnotherTakesAPlaceInTheFolder) {
+  const int busy = open(place.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  ASSERT_EQ(flock(busy, LOCK_EX), 0);
+  BeginDaemon();
+  usleep(300000);
+  EXPECT_FALSE(HasSocket());
+  close(busy);
+  AwaitSocket();
+  ExpectHealthyDaemon();
+}
+
+TEST_F(Client, FindsTheDaemonThatWasHungUpOnBeforeItHadStarted) {
+  folder.Write("vlans.json", WithRoutes(20000));
+  BeginDaemon("10");
+  AwaitSocket();
+  daemon->Kill(SIGHUP);
+  EXPECT_EQ(Run({"--timeout", "30", "vrf", "10"}).status, 0);
+  daemon->Kill(SIGTERM);
+  EXPECT_EQ(daemon->Wait(), 0);
+}
+
+TEST_F(Client, SaysThatItsOutputIsLost) {
+  StartDaemon();
+  const std::string full = system_test::WithStreams(">/dev/full", VANTACORECTL_COMMAND);
+  const Result lost = system_test::RunDaemon(With({"help"}), "", full);
+  EXPECT_EQ(lost.status, 1);
+  EXPECT_EQ(lost.errors, "vantacorectl: standard output cannot be written\n");
+  EXPECT_EQ(system_test::RunDaemon(With({"foo"}), "", full).status, 2);
+  ExpectHealthyDaemon();
+}
+
+TEST_F(Client, TellsTheDaemonNothingThatIsForClosedStreams) {
+  StartDaemon();
+  for (const char* closed : {">&-", "2>&-", ">&- 2>&-"}) {
+    const std::string command = system_test::WithStreams(closed, VANTACORECTL_COMMAND);
+    EXPECT_EQ(system_test::RunDaemon(With({}), "help\nhelp\n", command).status, 0) << closed;
+  }
   ExpectHealthyDaemon();
 }
 

@@ -1,6 +1,7 @@
 // The console on a pipe and on a terminal, and the process around it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -178,6 +179,13 @@ TEST_F(Console, EndsWhenNobodyReadsItsOutput) {
   EXPECT_EQ(WEXITSTATUS(status), 1);
 }
 
+TEST_F(Console, SaysThatItsOutputIsLost) {
+  const Result lost =
+      RunDaemon(With(), "help\nhelp\n", system_test::WithStreams(">/dev/full", VANTACORED_COMMAND));
+  EXPECT_EQ(lost.status, 1);
+  EXPECT_EQ(lost.errors, "vantacored: standard output cannot be written\n");
+}
+
 TEST_F(Console, ShowsTheLogUpToTheLevelAskedFor) {
   EXPECT_THAT(Run("").errors, IsEmpty());
   const Result talkative = Run("", {"--log", "10"});
@@ -243,6 +251,21 @@ TEST_F(Daemon, ReadsTheFolderAgainOnHangUp) {
   daemon.ReadErrorsUntil("Deleted VLAN 20\n");
   daemon.Kill(SIGTERM);
   EXPECT_EQ(daemon.Wait(), 0);
+}
+
+TEST_F(Daemon, RunsWithoutStandardStreams) {
+  for (const char* closed : {"<&-", ">&-", "2>&-", "<&- >&- 2>&-"}) {
+    DaemonProcess daemon(With({"--daemon", "--log", "10", "--socket", folder.PathOf("console")}),
+                         DaemonProcess::PIPES,
+                         system_test::WithStreams(closed, VANTACORED_COMMAND));
+    for (int i = 0; i < 3000 && access(folder.PathOf("console").c_str(), F_OK) != 0; ++i) {
+      usleep(10000);
+    }
+    daemon.Kill(SIGHUP);
+    usleep(100000);
+    daemon.Kill(SIGTERM);
+    EXPECT_EQ(daemon.Wait(), 0) << closed;
+  }
 }
 
 class Terminal : public Console {

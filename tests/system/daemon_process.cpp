@@ -201,4 +201,8 @@ Result RunDaemon(const Arguments& arguments, const std::string& input, const std
   return {status, daemon.Output(), daemon.Errors()};
 }
 
+std::string WithStreams(const std::string& redirections, const std::string& command) {
+  return "sh;-c;exec \"$@\" " + redirections + ";sh;" + command;
+}
+
 }  // namespace system_test

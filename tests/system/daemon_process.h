@@ -74,6 +74,9 @@ struct Result {
 Result RunDaemon(const Arguments& arguments, const std::string& input,
                  const std::string& command = VANTACORED_COMMAND);
 
+/// The command with its standard streams as a shell's redirections make them.
+std::string WithStreams(const std::string& redirections, const std::string& command);
+
 }  // namespace system_test
 
 #endif
