@@ -12,7 +12,8 @@ namespace host {
 /// expected there and what was found. Readers report and go on with the rest.
 using Report = std::function<void(const std::string& line)>;
 
-/// At most `most` characters of `text`, those that a terminal would act on as \xNN.
+/// At most `most` bytes of `text`, as UTF-8 whatever they are: those that a terminal would act on and
+/// those that are no UTF-8 as \xNN.
 std::string Printable(const std::string& text, std::size_t most);
 
 /// `text` in quotes, cut to a length that leaves a line readable, without characters that a terminal
