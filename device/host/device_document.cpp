@@ -41,7 +41,9 @@ bool SplitPrefix(const std::string& text, std::uint32_t maximum, std::string& ad
                  std::uint32_t& length) {
   const std::size_t slash = text.find('/');
   address = text.substr(0, slash);
-  return slash != std::string::npos && ReadNumber(text.substr(slash + 1), maximum, length);
+  const bool isWhole = address.find('\0') == std::string::npos;  // as a C text too
+  return isWhole && slash != std::string::npos &&
+         ReadNumber(text.substr(slash + 1), maximum, length);
 }
 
 bool IsName(const std::string& name) {

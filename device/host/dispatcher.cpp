@@ -163,7 +163,10 @@ Reply Dispatcher::Execute(const std::string& line, unsigned short& vlan,
                           const std::shared_ptr<Invocation>& invocation) const {
   Call call{Split(line), 0, vlan, invocation, {}};
   invocation->vlan = vlan;
-  if (!call.words.empty()) {
+  if (line.find('\0') != std::string::npos) {  // handlers take C texts
+    call.Write("There is a NUL in " + Quote(line) + "\n");
+    call.reply.isUnknown = true;
+  } else if (!call.words.empty()) {
     Run(call);
   }
   if (!call.hasConsole) {

@@ -16,6 +16,9 @@ using Tarsel::OptionsNode;
 
 namespace {
 
+// With a NUL inside it is no interface's name; read up to there it might be one.
+std::string InterfaceOf(const Tarsel::string& name) { return {name.c_str(), name.get_length()}; }
+
 std::string TextOf(const OptionsNode& node, const char* key) {
   Tarsel::string text;
   node.GetAsString(text, key);
@@ -80,7 +83,7 @@ std::string Read4(unsigned short vlan, const OptionsNode& node, RouteKey& key, R
   key.first.length = length;
   CopyBytes(key.first.destination, config.network.GetBytes(), 4);
   CopyBytes(key.first.gateway, config.gateway.GetBytes(), 4);
-  key.second = config.interface.c_str();
+  key.second = InterfaceOf(config.interface);
   value.metric = config.metric;
   return {};
 }
@@ -97,7 +100,7 @@ std::string Read6(unsigned short vlan, const OptionsNode& node, RouteKey& key, R
   key.first.length = config.prefix.GetLength();
   CopyBytes(key.first.destination, config.prefix.GetAddress().GetBytes(), 16);
   CopyBytes(key.first.gateway, config.gateway.GetBytes(), 16);
-  key.second = config.interface.c_str();
+  key.second = InterfaceOf(config.interface);
   value.metric = config.metric;
   return {};
 }

@@ -127,10 +127,17 @@ TEST_F(ReadDeviceDocument, LeavesOutOptionalMembersOneByOne) {
 
 TEST_F(ReadDeviceDocument, RefusesOtherFormsOfIp4Addresses) {
   for (const char* text : {"10.0.0.1/33", "10.0.0/8", "10.0.0.1/", "10.0.0.1/8x", "10.0.0.1/+8",
-                           "/8", "10.0.0.1/99999999999"}) {
+                           "/8", "10.0.0.1/99999999999", "10.0.0.1\\u0000x/8"}) {
     EXPECT_FALSE(Only(ReadInterface("\"ipv4\": \"" + std::string(text) + "\"")).ip4) << text;
   }
-  EXPECT_EQ(reported.lines.size(), 7u);
+  EXPECT_EQ(reported.lines.size(), 8u);
+}
+
+TEST_F(ReadDeviceDocument, ReadsNoAddressUpToANul) {
+  EXPECT_TRUE(Only(ReadInterface(R"("ipv6": ["2001:db8::1\u0000x/64"])")).ip6.empty());
+  EXPECT_THAT(reported.lines,
+              ElementsAre("device.json: interfaces[0].ipv6[0]: expected an IPv6 address/length, "
+                          "found \"2001:db8::1\\x00x/64\""));
 }
 
 TEST_F(ReadDeviceDocument, KeepsTheFirstOfTwoInterfacesWithTheSameIndexOrName) {

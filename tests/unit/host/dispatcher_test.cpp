@@ -62,6 +62,16 @@ TEST_F(Dispatcher, DoesNothingForAnEmptyLine) {
   ExpectOver();
 }
 
+TEST_F(Dispatcher, TakesNoLineUpToANul) {
+  for (const std::string& line : {std::string("vrf 20\0", 7), std::string("\0help", 5),
+                                  std::string("ip protocol summary\0x", 21)}) {
+    EXPECT_TRUE(Execute(line).isUnknown);
+    EXPECT_EQ(output, "There is a NUL in " + host::Quote(line) + "\n");
+    ExpectOver();
+  }
+  EXPECT_EQ(vlan, 10);
+}
+
 TEST_F(Dispatcher, ListsItsWords) {
   Execute("help");
   for (const char* usage :

@@ -56,6 +56,18 @@ class ReadRoutes : public testing::Test {
   ReportedLines reported;
 };
 
+TEST_F(ReadRoutes, ReadsNoInterfacesNameUpToANul) {
+  const std::string name("eth0\0x", 6);
+  Read4(R"({"network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1",
+            "interface": "eth0\u0000x"})");
+  Read6(R"({"network": "2001:db8::", "prefix": "32", "gateway": "fe80::1",
+            "interface": "eth0\u0000x"})");
+  ASSERT_EQ(routes.size(), 2u);
+  for (const auto& route : routes) {
+    EXPECT_EQ(route.first.second, name);
+  }
+}
+
 TEST_F(ReadRoutes, TakesBothFamilies) {
   ReadEntries(R"("a": {"vid": 10,
     "STATIC_ROUTES": {"r1": {"interface": "eth0", "network": "10.9.0.0", "netmask": "255.255.0.0",
