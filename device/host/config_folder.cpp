@@ -65,17 +65,29 @@ void ConfigFolder::ReadConfig(const std::string& name, Tarsel::DclConfigObject::
   }
 }
 
+// The name stands in messages, the library's as well.
+bool ConfigFolder::IsPrintable(const std::string& name) const {
+  const std::string printable = Printable(name, name.size());
+  if (name != printable) {
+    m_report(std::string(REMOTE) + "/" + printable + ": is not printable as a name");
+  }
+  return name == printable;
+}
+
+// Without the folder itself nothing is known of the remotes.
 std::vector<std::string> ConfigFolder::ListRemotes() {
   std::vector<std::string> names;
   std::error_code problem;
   const std::filesystem::path folder = m_directory + REMOTE;
-  if (!std::filesystem::exists(std::filesystem::symlink_status(folder, problem))) {
+  const auto status = std::filesystem::symlink_status(folder, problem);
+  if (status.type() == std::filesystem::file_type::not_found &&
+      std::filesystem::is_directory(m_directory, problem)) {
     return names;
   }
   std::filesystem::directory_iterator entry(folder, problem);
   while (!problem && entry != std::filesystem::directory_iterator()) {
     const std::string name = entry->path().filename().string();
-    if (IsDocument(name)) {
+    if (IsDocument(name) && IsPrintable(name)) {
       names.push_back(std::string(REMOTE) + "/" + name);
     }
     entry.increment(problem);

@@ -29,7 +29,8 @@ struct ConfigFile {
 
 /// Reads the folder. A file that cannot be used is reported, and what was read from it before stays
 /// in force: a slip of the pen must not tear down a network. The same holds for device.json and
-/// vlans.json when they are missing. A file that has gone from remote/ is withdrawn.
+/// vlans.json when they are missing, and for all when the folder is. A file that has gone from remote/
+/// is withdrawn.
 class ConfigFolder {
  public:
   ConfigFolder(std::string directory, Report report);
@@ -45,6 +46,7 @@ class ConfigFolder {
  private:
   void ReadDevice();
   void ReadConfig(const std::string& name, Tarsel::DclConfigObject::OptionType type);
+  bool IsPrintable(const std::string& name) const;
   std::vector<std::string> ListRemotes();
 
   const std::string m_directory;

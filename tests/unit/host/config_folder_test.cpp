@@ -105,6 +105,32 @@ TEST_F(ConfigFolder, KeepsTheRemotesWhenTheyCannotBeListed) {
                                           "remote/a.json: cannot be read: Not a directory"));
 }
 
+TEST_F(ConfigFolder, KeepsEverythingWhileTheFolderIsAway) {
+  test_support::ScratchFolder elsewhere;
+  files.Write("remote/a.json", Vlan(10));
+  folder.Read();
+  std::filesystem::rename(files.Path(), elsewhere.PathOf("it"));
+  folder.Read();
+  std::filesystem::rename(elsewhere.PathOf("it"), files.Path());
+  EXPECT_THAT(Names(), ElementsAre("vlans.json", "remote/a.json"));
+  EXPECT_THAT(reported.lines,
+              ElementsAre("device.json: cannot be read: No such file or directory",
+                          "vlans.json: cannot be read: No such file or directory",
+                          "remote: cannot be listed: No such file or directory",
+                          "remote/a.json: cannot be read: No such file or directory"));
+}
+
+TEST_F(ConfigFolder, TakesNoNameThatCannotBePrinted) {
+  files.Write("remote/a\nb\x1b.json", Vlan(10));
+  files.Write("remote/\xFF.json", Vlan(10));
+  files.Write("remote/\xC3\xA4.json", Vlan(10));
+  folder.Read();
+  EXPECT_THAT(Names(), ElementsAre("vlans.json", "remote/\xC3\xA4.json"));
+  EXPECT_THAT(reported.lines,
+              testing::UnorderedElementsAre("remote/a\\x0ab\\x1b.json: is not printable as a name",
+                                            "remote/\\xff.json: is not printable as a name"));
+}
+
 TEST_F(ConfigFolder, CollectsTheRoutesOfAllFiles) {
   files.Write("vlans.json", Vlan(10, Route("1")));
   files.Write("remote/a.json", Vlan(10, Route("1")));
