@@ -136,13 +136,14 @@ class VANTACORE_API DcRouterBase {
   /// The lists by source name.
   const std::map<string, DcConfigLists*>& GetConfigLists() const { return configLists; }
 
-  /// Store the host's interfaces, borrowed for the life of the process.
+  /// The host's knowledge of interfaces; borrowed for the life of the process.
   static void Initialize(DcIpInterface* ipInterface);
   /// The host's event loop for the stack's descriptors; borrowed.
   static void SocketInitialize(DcSckInterface* sckInterface);
   /// The host's interfaces, or null before Initialize.
   static DcIpInterface* GetIpInterface() { return m_ip_interface; }
-  /// Descriptors on the host's event loop; dropped while there is no socket interface.
+  /// Registers a descriptor of the stack, under its own `id`, on the host's event loop; dropped while
+  /// there is none.
   static void SetSckDescriptor(int fd, int mode, int id);
   /// Ends the registration of `fd` under the stack's `id`.
   static void RemoveSckDescriptor(int fd, int id);

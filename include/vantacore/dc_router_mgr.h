@@ -156,8 +156,8 @@ class VANTACORE_API DcRouterMgr {
 
   // --- console ---
 
-  /// Register a handler under a word of the `ip` or `ip6` tree. The first registration of a word
-  /// stays. The description is copied.
+  /// Registers a handler under a word of the `ip` tree. The first registration of a word stays. Word
+  /// and description are copied.
   void AddIp4RouterCmdHandler(const char* name, DcRouterCmdHandler::Handler handler,
                               const char* description);
   /// The same for the `ip6` tree.
@@ -168,12 +168,12 @@ class VANTACORE_API DcRouterMgr {
   /// The words of the `ip6` tree.
   const CmdHandlers& GetIp6ConCmdHandlers() const { return m_ip6CmdHandlers; }
 
-  /// The handlers of `ip protocol` and `ip6 protocol`. Afterwards the console belongs to a running
-  /// command (DcConsoleCommand::Owns), has been deleted, or is still the caller's.
+  /// The handler of `ip protocol`. Afterwards the console belongs to a running command
+  /// (DcConsoleCommand::Owns), has been deleted, or is still the caller's.
   static void ConCmdIp4Rtm(void* context, DcConsole* console, int argc, char** argv);
   /// The handler of `ip6 protocol`; the same holds for its console.
   static void ConCmdIp6Rtm(void* context, DcConsole* console, int argc, char** argv);
-  /// Print the summary and delete the console.
+  /// Prints which IPv4 protocols are enabled in each VLAN, and deletes the console.
   void ConCmdIp4RtmSummary(DcConsole* console);
   /// The same for the IPv6 protocols.
   void ConCmdIp6RtmSummary(DcConsole* console);

@@ -85,7 +85,7 @@ class VANTACORE_API DclConfigObject {
   static unsigned short ParseKeyFromName(const char* name, int n);
   /// Field 2 of an object name, also stored as the object's id.
   unsigned short ParseId(const char* name);
-  /// Fields 3 and 4 of an object name.
+  /// Field 3 of an object name.
   static unsigned short ParseNumber(const char* name);
   /// Field 4 of an object name.
   static unsigned short ParseSecondIndex(const char* name);

@@ -33,7 +33,7 @@ class RtmRTCommand : public DcConsoleCommand {
   static bool ParseProtocol(DcConsoleCommand& cmd, const char* text);
   /// The handler of "detail".
   static void SetDetail(DcConsoleCommand& cmd);
-  /// Names of the row's protocol and type, "" for codes without one.
+  /// The name of the row's protocol, "" for codes without one.
   static const char* ProtoStr(const T* row);
   /// The name of the row's type, "" for codes without one.
   static const char* TypeStr(const T* row);
