@@ -83,10 +83,16 @@ ProtocolInterface::~ProtocolInterface() {
 void ProtocolInterface::ParseOptions(const OptionsNode&, const string& name,
                                      DclConfigObject::OptionType type) {
   TRACE(10, "~%s parse %s %d\n", NameOf(m_router), name.c_str(), type);
+  if (GetBehaviour().onDocument) {
+    GetBehaviour().onDocument(NameOf(m_router));
+  }
 }
 
 void ProtocolInterface::DeleteOptions(const string& name, DclConfigObject::OptionType type) {
   TRACE(10, "~%s withdraw %s %d\n", NameOf(m_router), name.c_str(), type);
+  if (GetBehaviour().onDocument) {
+    GetBehaviour().onDocument(NameOf(m_router));
+  }
 }
 
 bool ProtocolInterface::IsEnabled() {

@@ -20,6 +20,8 @@ namespace recording_routers {
 struct Behaviour {
   /// The routers that say they are enabled, as "BGP:10".
   std::set<std::string> enabled;
+  /// Called, with the router's name, while a router is given an entry or has a document withdrawn.
+  std::function<void(const std::string& name)> onDocument;
   /// Called, with the router's name, while a router is destroyed.
   std::function<void(const std::string& name)> onDestroy;
   /// Whether `mcast-database` takes its words, and whether it then ends at once.

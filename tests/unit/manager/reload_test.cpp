@@ -427,6 +427,18 @@ TEST_F(ManagerReload, AStaleVlanThatHasGoneIsForgottenSilently) {
   EXPECT_FALSE(traces.Contains("Invalid VLAN"));
 }
 
+// A remote entry of a VLAN that has gone is dropped, so the document no longer names the VLAN.
+TEST_F(ManagerReload, ADroppedRemoteEntryIsForgottenLikeOneThatIsNotThere) {
+  Reload(Document({Entry(10), Entry(20)}), "vlans.json");
+  Reload(Document({Entry(10), Entry(20)}), "remote.json", REMOTE);
+  Manager().DeleteVlan(20);
+  Reload(Document({Entry(10), Entry(20)}), "remote.json", REMOTE);
+  traces.Take();
+  Withdraw("remote.json", REMOTE);
+  EXPECT_FALSE(traces.Contains("Invalid VLAN"));
+  EXPECT_THAT(Vlans(), ElementsAre(10));
+}
+
 TEST_F(ManagerReload, AVlanThatHasGoneIsCreatedAgain) {
   Reload(Document({Entry(10)}), "vlans.json");
   Manager().DeleteVlan(10);
@@ -442,6 +454,44 @@ TEST_F(ManagerReload, AVlanOfTheHostLivesUntilADocumentThatNamesItIsWithdrawn) {
   Withdraw("vlans.json");
   EXPECT_THAT(Vlans(), ElementsAre(20));
 }
+
+// --- what a router finds while it is told of a document ---
+
+TEST_F(ManagerReload, ADocumentStandsWithTheVlanWhileItsRoutersAreToldOfIt) {
+  std::vector<Lines> files;
+  GetBehaviour().onDocument = [this, &files](const std::string& name) {
+    if (name == "MLD:10") {
+      files.push_back(FilesOf(10));
+    }
+  };
+  Reload(Document({Entry(10)}), "b.json");
+  Reload(Document({Entry(10)}), "a.json");
+  Reload(Document({Entry(20)}), "a.json");
+  Withdraw("b.json");
+  GetBehaviour().onDocument = nullptr;
+  EXPECT_THAT(files, ElementsAre(ElementsAre("b.json"), ElementsAre("a.json", "b.json"),
+                                 ElementsAre("a.json", "b.json"), ElementsAre("b.json")));
+}
+
+TEST_F(ManagerReload, AVlanMayGoWhileTheDocumentIsTakenOutOfAnother) {
+  GetBehaviour().onDocument = [this](const std::string& name) {
+    if (name == "BGP:10" && traces.Lines().back() == "10:~BGP:10 withdraw vlans.json 0\n") {
+      Manager().DeleteVlan(20);
+    }
+  };
+  Reload(Document({Entry(10), Entry(20), Entry(30)}), "vlans.json");
+  Reload(Document({Entry(30)}), "vlans.json");
+  EXPECT_FALSE(traces.Contains("Invalid VLAN"));
+  EXPECT_THAT(Vlans(), ElementsAre(30));
+
+  Reload(Document({Entry(10), Entry(20), Entry(30)}), "vlans.json");
+  Withdraw("vlans.json");
+  GetBehaviour().onDocument = nullptr;
+  EXPECT_EQ(1U, traces.CountOf("-:Invalid VLAN 20 Record found for Config File vlans.json\n"));
+  EXPECT_THAT(Vlans(), IsEmpty());
+}
+
+// --- names ---
 
 // The caller may well hand in a name that the manager itself keeps.
 TEST_F(ManagerReload, ANameOfTheManagersOwnMayBeHandedIn) {

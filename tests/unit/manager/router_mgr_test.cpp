@@ -87,9 +87,10 @@ TEST_F(RouterMgr, HasNoVlansAtFirst) {
   EXPECT_EQ(0, Manager().GetVlanId());
 }
 
-TEST_F(RouterMgr, SetVlanIdIsReadBack) {
+TEST_F(RouterMgr, SetVlanIdIsReadBackAndLeavesTheConsoles) {
   Manager().SetVlanId(4094);
   EXPECT_EQ(4094, Manager().GetVlanId());
+  EXPECT_EQ(0, DcConsoleCommand::m_default_vlan);
 }
 
 // --- initialisation ---
