@@ -10,8 +10,12 @@ namespace Tarsel {
 // Each function queues one request for the VLAN's routing table. IPv4: the prefix length is the
 // number of one bits of `mask`. IPv6: adding a route uses the prefix's own address and ignores
 // `address`; the other functions use `address` and only the length of `prefix`, so they name the
-// added row when `address` is the prefix's address. A route replaces a pending request for the same
-// row: enabling or disabling one whose addition is still pending loses its metric and type.
+// added row when `address` is the prefix's address. `ifIndex` 0 leaves the interface to the stack; it is
+// part of the row's name. A route replaces a pending request for the same row: enabling or disabling
+// one whose addition is still pending loses its metric and type.
+//
+// The outcome is not reported: a request that is refused stays among the pending actions. Without
+// memory for a request nothing is asked for, and that is traced.
 
 /// Always 1. `metric` is cut to 16 bits; a static route has type 0x30000; admin status 1 up, 2 down.
 VANTACORE_API int AddRoute(unsigned short vlan, const Ip4Addr& destination, const Ip4Addr& mask,
