@@ -49,17 +49,21 @@ extern SMS_API unsigned int nbb_os_failures;
 
 /** Sets (row status 1 in word 1) or destroys (6) the instance of word 0. */
 SMS_API void sms_act_rtm(amb_cipr_rtm_entity* row);
-/** Sets or destroys a static route; answered by cSetRouteState with the same values. `not_shared`
- * is 1 when the row was idle, 0 when a request of it has just ended. */
+/** Sets or destroys a static route; answered by cSetRouteState with the same values, its end reported
+ * by cRunPendingAction. `not_shared` is 1 when the row was idle, 0 when the request has waited: behind
+ * another one of the row, or for cI3Ready. */
 SMS_API void sms_update_route(int not_shared, int row_status, int admin_status, int address_type,
                               const unsigned char* destination, unsigned int prefix_length,
                               const unsigned char* next_hop, int path_type, unsigned int if_index,
                               unsigned short instance, unsigned short metric);
-/** Sets or destroys an interface; its end is reported by cRunPendingAction. */
+/** Creates an interface (row status 4, with name, flags and the host's `extra`), sets its operational
+ * status (1, with flags and `extra` 0) or destroys it (6); its end is reported by cRunPendingAction.
+ * `flags` are those of amb_stubs_i3_ei; `if_attr` is 0 but for what the host hands to
+ * DcInterfaceMgr::SetInterfaceStatus. */
 SMS_API void sms_act_interface(int row_status, unsigned int oper_status, unsigned int instance,
                                unsigned int if_index, const char* name, unsigned int if_attr,
                                unsigned int flags, unsigned int extra);
-/** The same request, for a row whose previous request has just ended. */
+/** The same request when it has waited, behind another one of the row or for cI3Ready. */
 SMS_API void sms_bld_amb_test_i3_ei(int row_status, unsigned int oper_status, unsigned int instance,
                                     unsigned int if_index, const char* name, unsigned int if_attr,
                                     unsigned int flags, unsigned int extra);
@@ -68,11 +72,12 @@ SMS_API void sms_bld_amb_test_i3_ei(int row_status, unsigned int oper_status, un
 SMS_API void sms_act_ipaddr(int row_status, unsigned int vlan_or_instance, int address_type,
                             unsigned int if_index, const unsigned char* address,
                             unsigned int prefix_length);
-/** Sets or destroys a redistribution rule; answered by cSetRedistState. Protocols are the stack's
- * codes. */
+/** Sets or destroys a redistribution rule; answered by cSetRedistState, its end reported by
+ * cRunPendingAction. Protocols are the stack's codes; `vlan` is the instance, with 0x8000 for IPv6;
+ * `zero` is 0. */
 SMS_API void sms_act_cipr_redist(int row_status, int admin_status, int source, int destination,
                                  unsigned int vlan, unsigned int zero);
-/** The same request, for a row whose previous request has just ended. */
+/** The same request when it has waited, behind another one of the row or for cI3Ready. */
 SMS_API void sms_bld_amb_test_cipr_redist(int row_status, int admin_status, int source,
                                           int destination, unsigned int vlan, unsigned int zero);
 
