@@ -36,6 +36,16 @@ Ending Error(const std::string& problem) {
   return {"vantacorectl: " + problem + "\nvantacorectl --help tells more.\n", true};
 }
 
+// What getopt says of an option that it refuses: its letter, its number if it is known and takes no
+// value, or nothing.
+Ending Refusal(char** argv) {
+  if (optopt >= ' ') {
+    return Error(std::string("no such option: \"-") + static_cast<char>(optopt) + "\"");
+  }
+  return Error((optopt == 0 ? "no such option: \"" : "no value belongs to \"") +
+               std::string(argv[optind - 1]) + "\"");
+}
+
 bool ReadTimeout(const char* text, int& seconds) {
   char* end = nullptr;
   errno = 0;
@@ -79,7 +89,7 @@ std::optional<Ending> ParseOptions(int argc, char** argv, Options& options) {
       return Error("a value is missing behind \"" + std::string(argv[optind - 1]) + "\"");
     }
     if (option == '?') {
-      return Error("no such option: \"" + std::string(argv[optind - 1]) + "\"");
+      return Refusal(argv);
     }
     if (auto ending = Take(option, options)) {
       return ending;

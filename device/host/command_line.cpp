@@ -45,6 +45,16 @@ bool ReadNumber(const char* text, long low, long high, long& value) {
   return end != text && *end == '\0' && errno == 0 && value >= low && value <= high;
 }
 
+// What getopt says of an option that it refuses: its letter, its number if it is known and takes no
+// value, or nothing.
+Ending Refusal(char** argv) {
+  if (optopt >= ' ') {
+    return Error("no such option: " + Quote({'-', static_cast<char>(optopt)}));
+  }
+  return Error((optopt == 0 ? "no such option: " : "no value belongs to ") +
+               Quote(argv[optind - 1]));
+}
+
 std::optional<Ending> Take(int option, CommandLine& line) {
   long number = 0;
   switch (option) {
@@ -61,6 +71,9 @@ std::optional<Ending> Take(int option, CommandLine& line) {
       line.isDaemon = true;
       return std::nullopt;
     case SOCKET:
+      if (*optarg == '\0') {  // what a script makes of a variable that is not set
+        return Error("--socket takes a path");
+      }
       line.socketPath = optarg;
       return std::nullopt;
     case TICK:
@@ -90,7 +103,7 @@ std::optional<Ending> ParseCommandLine(int argc, char** argv, CommandLine& line)
       return Error("a value is missing behind " + Quote(argv[optind - 1]));
     }
     if (option == '?') {
-      return Error("no such option: " + Quote(argv[optind - 1]));
+      return Refusal(argv);
     }
     if (auto ending = Take(option, line)) {
       return ending;

@@ -268,7 +268,14 @@ TEST_F(Client, IsToldWhatIsWrongWithItsOwnWords) {
   EXPECT_EQ(nothing.errors,
             "vantacorectl: --socket PATH is missing\nvantacorectl --help tells more.\n");
   EXPECT_EQ(Run({"--timeout", "0", "help"}).status, 2);
-  EXPECT_EQ(Run({"--colour", "help"}).status, 2);
+  const auto refusal = [this](const std::string& option) {
+    const Result refused = Run({option, "help"});
+    EXPECT_EQ(refused.status, 2);
+    return refused.errors.substr(0, refused.errors.find('\n'));
+  };
+  EXPECT_EQ(refusal("--colour"), "vantacorectl: no such option: \"--colour\"");
+  EXPECT_EQ(refusal("-xyz"), "vantacorectl: no such option: \"-x\"");
+  EXPECT_EQ(refusal("--help=x"), "vantacorectl: no value belongs to \"--help=x\"");
   const Result help = Run({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_THAT(help.output, StartsWith("Usage: vantacorectl --socket PATH"));

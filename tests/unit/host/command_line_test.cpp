@@ -74,6 +74,11 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({"--config"}, "a value is missing behind \"--config\"");
   ExpectError({"--colour"}, "no such option: \"--colour\"");
   ExpectError({"-x"}, "no such option: \"-x\"");
+  ExpectError({"-xyz"}, "no such option: \"-x\"");
+  ExpectError({"--config", "a", "-xyz"}, "no such option: \"-x\"");
+  ExpectError({"--daemon=yes"}, "no value belongs to \"--daemon=yes\"");
+  ExpectError({"--config", "a", "--socket", ""}, "--socket takes a path");
+  ExpectError({"--config", "a", "--socket="}, "--socket takes a path");
   ExpectError({"--config", "a", "b"}, "not an option: \"b\"");
   ExpectError({"--log", "11"}, "--log takes a level from 0 to 10, not \"11\"");
   ExpectError({"--log", ""}, "--log takes a level from 0 to 10, not \"\"");
