@@ -3,6 +3,7 @@
 #include <unistd.h>
 #include <uv.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -14,7 +15,7 @@ constexpr std::size_t MAX_LINE = 4096;
 
 }  // namespace
 
-LineReader::LineReader(uv_loop_s* loop, int fd) : m_fd(fd), m_poll(loop, fd) {}
+LineReader::LineReader(uv_loop_s* loop, int fd) : m_fd(fd), m_poll(loop, fd), m_turn(loop) {}
 
 void LineReader::Next(std::function<void(const std::optional<std::string>&)> callback) {
   m_callback = std::move(callback);
@@ -23,15 +24,15 @@ void LineReader::Next(std::function<void(const std::optional<std::string>&)> cal
 
 void LineReader::Look() {
   std::string line;
-  bool hasLine = TakeLine(line);
-  while (!hasLine && !m_isAtEnd && !m_poll.IsUsable()) {
-    Read();
-    hasLine = TakeLine(line);
-  }
-  if (hasLine) {
+  if (TakeLine(line)) {
     std::exchange(m_callback, {})(line);
   } else if (m_isAtEnd) {
     std::exchange(m_callback, {})(std::nullopt);
+  } else if (!m_poll.IsUsable()) {
+    m_turn.Post([this] {
+      Read();
+      Look();
+    });
   } else {
     m_poll.Start(UV_READABLE, [this](int) {
       m_poll.Start(0, {});

@@ -12,8 +12,8 @@ namespace host {
 
 class LineReader {
  public:
-  /// The descriptor is the caller's. Pipes and sockets are watched; files, which are always ready, are
-  /// read when a line is wanted.
+  /// The descriptor is the caller's. Pipes and sockets are watched; of files, which are always ready,
+  /// a piece is read in each turn of the loop while a line is wanted.
   LineReader(uv_loop_s* loop, int fd);
 
   /// Hands over the next line without its end, or nothing at the end of the input or on an error, at
@@ -27,6 +27,7 @@ class LineReader {
 
   int m_fd;
   LoopPoll m_poll;
+  LoopTask m_turn;  // to read again, where there is nothing to watch
   std::function<void(const std::optional<std::string>&)> m_callback;
   std::string m_buffer;
   bool m_isSkipping = false;  // the rest of a line that was too long

@@ -152,6 +152,14 @@ TEST_F(Console, TakesALineOfAnyLength) {
   EXPECT_THAT(result.output, HasSubstr("    10     No     No    Yes     No\n"));
 }
 
+TEST_F(Console, CanBeEndedWhileItReadsALineWithoutEnd) {
+  DaemonProcess daemon(With(), DaemonProcess::PIPES,
+                       system_test::WithStreams("</dev/zero", VANTACORED_COMMAND));
+  daemon.ReadUntil("There is a NUL in ");
+  daemon.Kill(SIGTERM);
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
 TEST_F(Console, TakesBytesThatAreNoText) {
   std::string noise;
   for (int i = 0; i < 256; ++i) {
