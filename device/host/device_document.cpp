@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <set>
 
 #include "json_members.h"
@@ -137,8 +138,9 @@ class Reader {
       }
     }
     if (const Json::Value* prefixes = members.Array("ipv6")) {
+      Ip6Prefixes addresses;
       for (Json::ArrayIndex i = 0; i < prefixes->size(); ++i) {
-        ReadPrefix((*prefixes)[i], members.PlaceOf("ipv6").Element(i), interface);
+        ReadPrefix((*prefixes)[i], members.PlaceOf("ipv6").Element(i), addresses, interface);
       }
     }
   }
@@ -157,17 +159,16 @@ class Reader {
     Complain(place, "expected one of " + names + ", found " + Describe(value));
   }
 
-  void ReadPrefix(const Json::Value& value, const Place& place, Interface& interface) {
+  // `addresses` has those that the interface has already.
+  void ReadPrefix(const Json::Value& value, const Place& place, Ip6Prefixes& addresses,
+                  Interface& interface) {
     Tarsel::Ip6Prefix prefix;
     if (!value.isString() || !host::ReadPrefix(value.asString(), prefix)) {
       Complain(place, "expected an IPv6 address/length, found " + Describe(value));
       return;
     }
     // The length is no part of an address's identity.
-    const bool twice = std::any_of(
-        interface.ip6.begin(), interface.ip6.end(),
-        [&](const Tarsel::Ip6Prefix& other) { return other.GetAddress() == prefix.GetAddress(); });
-    if (twice) {
+    if (!addresses.insert(Tarsel::Ip6Prefix(prefix.GetAddress(), 0)).second) {
       Complain(place, "the interface has this address already");
       return;
     }
@@ -198,6 +199,11 @@ class Reader {
 };
 
 }  // namespace
+
+bool Ip6PrefixOrder::operator()(const Tarsel::Ip6Prefix& a, const Tarsel::Ip6Prefix& b) const {
+  const int order = std::memcmp(a.GetAddress().GetBytes(), b.GetAddress().GetBytes(), 16);
+  return order != 0 ? order < 0 : a.GetLength() < b.GetLength();
+}
 
 bool ReadPrefix(const std::string& text, Ip4Network& network) {
   std::string address;

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,6 +34,12 @@ struct Ip4Network {
   Tarsel::Ip4Addr address;
   Tarsel::Ip4Addr mask;
 };
+
+/// Any order of prefixes, by address and length.
+struct Ip6PrefixOrder {
+  bool operator()(const Tarsel::Ip6Prefix& a, const Tarsel::Ip6Prefix& b) const;
+};
+using Ip6Prefixes = std::set<Tarsel::Ip6Prefix, Ip6PrefixOrder>;
 
 struct Interface {
   std::string name;

@@ -28,10 +28,6 @@ DcInterfaceMgr::IntfType TypeOf(const Interface& interface) {
       (interface.flags & FLAG_LOOPBACK) != 0 ? TYPE_LOOPBACK : TYPE_ETHERNET);
 }
 
-bool Contains(const std::vector<Tarsel::Ip6Prefix>& prefixes, const Tarsel::Ip6Prefix& prefix) {
-  return std::find(prefixes.begin(), prefixes.end(), prefix) != prefixes.end();
-}
-
 void AddInterface(const InterfaceKey& key, const Interface& interface) {
   DcInterfaceMgr::GetInstance()->AddInterface(key.first, key.second, interface.name.c_str(),
                                               TypeOf(interface), interface.flags, interface.mtu,
@@ -75,6 +71,10 @@ void DeviceState::Apply(const DeviceDocument& wanted, const std::set<unsigned sh
     }
   }
   m_interfaces = wanted.interfaces;
+  m_indexes.clear();
+  for (const auto& [key, interface] : m_interfaces) {
+    m_indexes.emplace(std::pair(key.first, interface.name), key.second);
+  }
   for (const auto& [vlan, name] : wanted.primaries) {
     SetPrimary(vlan, name);
   }
@@ -164,13 +164,15 @@ void DeviceState::ChangeIp4(const InterfaceKey& key, const std::optional<Ip4Netw
 void DeviceState::ChangeIp6(const InterfaceKey& key, const std::vector<Tarsel::Ip6Prefix>& from,
                             const std::vector<Tarsel::Ip6Prefix>& to) {
   DcInterfaceMgr* registry = DcInterfaceMgr::GetInstance();
+  const Ip6Prefixes before(from.begin(), from.end());
+  const Ip6Prefixes after(to.begin(), to.end());
   for (const Tarsel::Ip6Prefix& prefix : from) {
-    if (!Contains(to, prefix)) {
+    if (after.count(prefix) == 0) {
       registry->DeleteIpAddress(key.first, key.second, prefix.GetAddress(), prefix.GetLength());
     }
   }
   for (const Tarsel::Ip6Prefix& prefix : to) {
-    if (!Contains(from, prefix)) {
+    if (before.count(prefix) == 0) {
       registry->AddIpAddress(key.first, key.second, prefix.GetAddress(), prefix.GetLength());
     }
   }
@@ -259,13 +261,8 @@ void DeviceState::AnnounceTo(unsigned short vlan) const {
 
 std::optional<std::uint32_t> DeviceState::IndexOf(unsigned short vlan,
                                                   const std::string& name) const {
-  const auto end = m_interfaces.end();
-  for (auto i = m_interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {
-    if (i->second.name == name) {
-      return i->first.second;
-    }
-  }
-  return std::nullopt;
+  const auto found = m_indexes.find({vlan, name});
+  return found == m_indexes.end() ? std::nullopt : std::optional(found->second);
 }
 
 bool DeviceState::IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const {
