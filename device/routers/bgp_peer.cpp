@@ -14,16 +14,6 @@ namespace {
 constexpr int AFI_IPV6 = 2;
 constexpr unsigned int MAX_AS = 0xFFFFFFFF;
 
-// Documents are not trusted to be fit for a terminal.
-string Printable(const unsigned char* text, unsigned int length) {
-  string printable;
-  for (unsigned int i = 0; i < length; ++i) {
-    const bool isControl = text[i] < ' ' || text[i] == 0x7F;
-    printable += isControl ? '?' : static_cast<char>(text[i]);
-  }
-  return printable;
-}
-
 }  // namespace
 
 void BgpPeer::Read(GroupReader& reader) {

@@ -23,6 +23,17 @@ int CountFields(const char* name) {
 
 }  // namespace
 
+string Printable(const unsigned char* text, std::size_t length) {
+  string printable;
+  for (std::size_t i = 0; i < length; ++i) {
+    const bool hasSecondByte = text[i] == 0xC2 && i + 1 < length && (text[i + 1] & 0xE0) == 0x80;
+    const bool isControl = text[i] < ' ' || text[i] == 0x7F || hasSecondByte;
+    printable += isControl ? '?' : static_cast<char>(text[i]);
+    i += hasSecondByte ? 1 : 0;
+  }
+  return printable;
+}
+
 GroupReader::GroupReader(const OptionsNode& node, const string& source, const string& router)
     : m_node(node), m_source(source), m_router(router), m_good(true) {}
 
@@ -70,8 +81,9 @@ bool GroupReader::IsThere() const { return m_node.GetErrorText()[0] == '\0'; }
 
 void GroupReader::Reject(const char* key, const char* expected) {
   if (m_good) {
+    const auto* const name = reinterpret_cast<const unsigned char*>(m_name.c_str());
     TRACE("%s: %s: \"%s\" of \"%s\" must be %s\n", m_source.c_str(), m_router.c_str(), key,
-          m_name.c_str(), expected);
+          Printable(name, m_name.get_length()).c_str(), expected);
   }
   m_good = false;
 }

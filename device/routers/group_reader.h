@@ -2,10 +2,16 @@
 #ifndef DEVICE_ROUTERS_GROUP_READER_H
 #define DEVICE_ROUTERS_GROUP_READER_H
 
+#include <cstddef>
+
 #include "tarsel/options.h"
 #include "tarsel/string.h"
 
 namespace Tarsel {
+
+/// A text of a document as an operator's terminal may get it: with '?' for each control character,
+/// those of UTF-8 behind the ASCII as well.
+string Printable(const unsigned char* text, std::size_t length);
 
 /// Members that are absent leave the value as it was. A member that is wrong is reported in one line
 /// that names the document, the router, the group and what was expected; the group is then not good,

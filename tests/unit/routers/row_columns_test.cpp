@@ -29,6 +29,18 @@ TEST_F(RowColumns, OfAPeer) {
                                   "description=\"upstream, ?[31m \"a\"\"\" up"));
 }
 
+TEST_F(RowColumns, ShowsNoControlCharacterOfADocument) {
+  EXPECT_THAT(
+      Report("BGP", "PEERS",
+             "\"Name\": \"BGP_10_7\\n\\u009b31m\\u00a0\\u007f\", \"address\": \"10.1.2.3\""),
+      ElementsAre("vlans.json: BGP:10: \"as\" of \"BGP_10_7??31m\u00a0?\" must be there\n"));
+  Report("BGP", "PEERS",
+         "\"Name\": \"BGP_10_7\", \"address\": \"10.1.2.3\", \"as\": 1, "
+         "\"description\": \"\\u009bJ \\u00c2\"");
+  EXPECT_THAT(Rows(), ElementsAre("10 1 \"7\" \"afi=1 safi=1 address=10.1.2.3 as=1 "
+                                  "description=\"?J \u00c2\"\" up"));
+}
+
 TEST_F(RowColumns, OfAnIp6PeerWhoseRowIsInTheIp6Instance) {
   EXPECT_THAT(Report("BGP", "PEERS",
                      "\"Name\": \"bgp_10_7\", \"afi\": 1, \"safi\": 2, \"address\": "
