@@ -192,7 +192,10 @@ void Beacon::Update(DclConfigObject* other) {
   m_refusals = 0;
 }
 
-void Beacon::SetDestroy() { m_destroy = true; }
+void Beacon::SetDestroy() {
+  m_destroy = true;
+  m_refusals = 0;
+}
 
 unsigned short Beacon::GetRowStatus() {
   if (m_destroy) {
@@ -234,7 +237,8 @@ void Beacon::Answered(int rowStatus, unsigned int status) {
     SetInMib(false);
     m_gone = m_destroy;
   }
-  m_again = status == RETRY && ++m_refusals < MAX_REFUSALS;
+  m_refusals = status == RETRY ? m_refusals + 1 : 0;
+  m_again = status == RETRY && m_refusals < MAX_REFUSALS;
   if (m_gone || m_again) {
     m_list.CommitSoon();
   }

@@ -9,8 +9,10 @@
 #include "device/base/timer_loop.h"
 #include "device/stack/protocol_rows.h"
 #include "device/stack/routing_stack.h"
+#include "device/stack/stack_control.h"
 #include "first_router.h"
 #include "host/dc_console.h"
+#include "vantacore/dc_interface_mgr.h"
 #include "vantacore/dc_router_mgr.h"
 
 namespace {
@@ -59,6 +61,7 @@ int main() {
   // A VLAN, so that the stack has an instance for the rows.
   Tarsel::DcRouterMgr* const manager = Tarsel::DcRouterMgr::GetInstance();
   manager->Initialize(10, nullptr);
+  Tarsel::DcInterfaceMgr::GetInstance()->SetPrimaryInterface(10, "lo");
   const Tarsel::Options vlans = Parse(R"({"VLAN_CONFIGURATIONS": {"lab": {"vid": 10}}})");
   manager->Reload(vlans, "vlans.json", Tarsel::DclConfigObject::VLAN_OPTIONS);
 
@@ -69,7 +72,7 @@ int main() {
     const Tarsel::Options options = Parse(document);
     router.Reload(options.GetRootNode(), "vlans.json", Tarsel::DclConfigObject::VLAN_OPTIONS);
     router.Show(&terminal);
-    loop.AdvanceMilliseconds(300);
+    loop.AdvanceMilliseconds(3000);
     std::printf(" a moment later\n");
     router.Show(&terminal);
     ShowStack();
@@ -80,6 +83,15 @@ int main() {
   apply("one of them changed", R"({"BEACON": {"IF_LIST": {
       "a": {"Name": "BEACON_10_3", "interval": 5}, "b": {"Name": "BEACON_10_4", "interval": 2}}}})");
   apply("one of them gone", R"({"BEACON": {"IF_LIST": {
+      "b": {"Name": "BEACON_10_4", "interval": 2}}}})");
+  const auto keepBusy = [&](unsigned int times) {
+    stack.GetControl().Script(routing_stack::RowType::kProtocol, routing_stack::Answer(), times);
+  };
+  keepBusy(9);
+  apply("another one while the stack is busy", R"({"BEACON": {"IF_LIST": {
+      "b": {"Name": "BEACON_10_4", "interval": 2}, "c": {"Name": "BEACON_10_5"}}}})");
+  keepBusy(9);
+  apply("it goes while the stack is busy again", R"({"BEACON": {"IF_LIST": {
       "b": {"Name": "BEACON_10_4", "interval": 2}}}})");
   apply("withdrawn", R"({"other": 1})");
   return 0;
