@@ -55,7 +55,8 @@ Daemon::Daemon(const CommandLine& line)
       m_loader(m_folder, m_device, m_answers, Log),
       m_settle(m_loop.Get(), m_stack, [this] { return m_loader.IsBusy(); }),
       m_lab(m_stack.GetControl(), m_device, line.tickMicroseconds, [this] { RestartStack(); }),
-      m_dispatcher([this] { m_loader.Reload(); }, m_lab) {}
+      m_dispatcher([this] { m_loader.Reload(); }, m_lab),
+      m_reload(m_loop.Get()) {}
 
 Daemon::~Daemon() = default;
 
@@ -106,8 +107,8 @@ void Daemon::WatchSignals() {
     }
   });
   watch(SIGTERM, [this] { Stop(EXIT_DONE); });
-  if (m_line.isDaemon) {
-    watch(SIGHUP, [this] { m_loader.Reload(); });
+  if (m_line.isDaemon) {  // however many have come in one turn ask for one reload
+    watch(SIGHUP, [this] { m_reload.Post([this] { m_loader.Reload(); }); });
   }
 }
 

@@ -66,6 +66,7 @@ class Daemon {
   std::unique_ptr<Session> m_session;
   std::unique_ptr<ConsoleServer> m_server;
   std::vector<std::unique_ptr<LoopSignal>> m_signals;
+  LoopTask m_reload;
   int m_status = EXIT_DONE;
 };
 

@@ -25,6 +25,8 @@ void Session::Detach() {
 // A command ends deep inside the library or the stack, so the session goes on from the loop.
 void Session::Execute(const std::string& line) {
   Detach();
+  m_isBusy = true;
+  m_isImpatient = false;
   m_hasSettled = true;
   m_reply = {};
   m_invocation = std::make_shared<Invocation>();
@@ -34,11 +36,16 @@ void Session::Execute(const std::string& line) {
 }
 
 bool Session::Interrupt() {
-  if (!m_invocation || m_invocation->isOver) {
+  if (!m_isBusy) {
     return false;
   }
-  Detach();
-  m_wake.Post([this] { Over(); });
+  m_isImpatient = true;
+  if (!m_invocation->isOver) {
+    Detach();
+    m_wake.Post([this] { Over(); });
+  } else {
+    m_context.settle.GiveUp();
+  }
   return true;
 }
 
@@ -50,11 +57,17 @@ void Session::Over() {
   }
   if (m_reply.isQuit) {
     Leave(m_hadUnknownWord ? EXIT_UNKNOWN_WORD : EXIT_DONE);
-  } else if (m_reply.hasChanged) {
+  } else if (m_reply.hasChanged && !m_isImpatient) {
     SettleThenReady();
   } else {
-    Ready();
+    m_hasSettled = !m_reply.hasChanged;
+    BecomeReady();
   }
+}
+
+void Session::BecomeReady() {
+  m_isBusy = false;
+  Ready();
 }
 
 void Session::Leave(int status) {
@@ -64,12 +77,12 @@ void Session::Leave(int status) {
 
 void Session::SettleThenReady() {
   m_context.settle.Wait(SETTLE_LIMIT_MILLISECONDS, [this](bool settled) {
-    if (!settled) {
+    if (!settled && !m_isImpatient) {
       Tarsel::TRACE("Requests are still under way after %u s; going on\n",
                     SETTLE_LIMIT_MILLISECONDS / 1000);
     }
     m_hasSettled = settled;
-    Ready();
+    BecomeReady();
   });
 }
 

@@ -52,8 +52,8 @@ class Session {
   void Leave(int status);
   uv_loop_s* GetLoop() const { return m_context.loop; }
   unsigned short GetVlan() const { return m_vlan; }
-  /// A command that is still going on loses its output and is over for this session. False when none
-  /// is.
+  /// A command that is still going on loses its output and is over for this session; one whose effect
+  /// is waited for is over without it. False when none is.
   bool Interrupt();
   /// What became of the last line.
   const Reply& GetReply() const { return m_reply; }
@@ -62,6 +62,7 @@ class Session {
 
  private:
   void Over();
+  void BecomeReady();
   void Detach();
 
   const SessionContext m_context;
@@ -71,6 +72,8 @@ class Session {
   Reply m_reply;
   bool m_hadUnknownWord = false;
   bool m_hasSettled = true;
+  bool m_isBusy = false;       // with a line: the next one may not come
+  bool m_isImpatient = false;  // the operator, who has interrupted it
   bool m_hasLeft = false;
 };
 

@@ -45,6 +45,14 @@ void Settle::Wait(std::uint64_t limitMilliseconds, std::function<void(bool)> don
   m_timer.Start(LOOK_MILLISECONDS, [this] { Look(); });
 }
 
+bool Settle::GiveUp() {
+  if (!m_done) {
+    return false;
+  }
+  m_timer.Start(0, [this] { std::exchange(m_done, {})(false); });
+  return true;
+}
+
 // Time in which the loop was kept from turning is not quiet: nobody had a chance to ask.
 void Settle::Look() {
   const std::uint64_t now = NowMilliseconds();

@@ -24,6 +24,9 @@ class Settle {
   /// Calls `done` once things have settled, or with false after `limitMilliseconds` (0 for no limit).
   void Wait(std::uint64_t limitMilliseconds, std::function<void(bool settled)> done);
 
+  /// Ends a wait early, as its limit would, from the loop. False when nobody waits.
+  bool GiveUp();
+
  private:
   void Look();
   std::uint64_t CountRequests() const;

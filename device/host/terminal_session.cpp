@@ -87,7 +87,7 @@ void TerminalSession::Edit() {
         Execute(line);
       } catch (const std::exception& problem) {
         std::fprintf(stdout, "%s\n", problem.what());
-        Ready();
+        Interrupt();
       }
       break;
     case editor::Step::END:

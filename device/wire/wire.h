@@ -4,7 +4,7 @@
 //
 //     client:  C <command>       carry this out
 //              W <begun>         which words may stand where this line ends
-//              I                 print no more of it
+//              I                 print no more of it, and do not wait for its effect
 //     daemon:  O <text>          a line of output
 //              P <text>          output that does not end its line yet
 //              R <code> <vlan>   the reply: the command is over, the next one may come

@@ -442,6 +442,22 @@ TEST_F(Client, GetsItsReplyAtOnceWhenItInterrupts) {
   ExpectHealthyDaemon();
 }
 
+TEST_F(Client, WaitsNoLongerForAnEffectWhenItInterrupts) {
+  StartDaemon();
+  RawClient client(path);
+  ASSERT_TRUE(client.ReadReply());
+  client.Send("C lab stack hold\n");
+  ASSERT_TRUE(client.ReadReply());
+  client.Send("C lab interface eth0 down\nI\n");
+  const auto [text, reply] = client.Read();
+  EXPECT_EQ(text, "The command stands; its requests are still under way\n");
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->code, wire::Code::TIMED_OUT);
+  client.Send("I\nC lab stack release\n");
+  EXPECT_EQ(client.ReadReply()->code, wire::Code::DONE);
+  ExpectHealthyDaemon();  // it has not logged that five seconds went by
+}
+
 TEST_F(Client, IsLeftWhenItSpeaksAnotherLanguage) {
   StartDaemon();
   for (const std::string& bytes :
@@ -541,6 +557,26 @@ TEST_F(Client, FindsTheDaemonThatWasHungUpOnBeforeItHadStarted) {
   EXPECT_EQ(Run({"--timeout", "30", "vrf", "10"}).status, 0);
   daemon->Kill(SIGTERM);
   EXPECT_EQ(daemon->Wait(), 0);
+}
+
+TEST_F(Client, WaitsForNoReloadThatAnotherHangUpAskedFor) {
+  folder.Write("vlans.json", WithRoutes(20000));
+  folder.Write("remote/broken.json", "{");  // each reload complains of it
+  StartDaemon("10");
+  for (int i = 0; i < 20; ++i) {
+    daemon->Kill(SIGHUP);
+    usleep(5000);
+  }
+  EXPECT_EQ(Run({"--timeout", "30", "vrf", "10"}).status, 0);
+  daemon->Kill(SIGTERM);
+  EXPECT_EQ(daemon->Wait(), 0);
+  int reloads = -1;  // the start is none
+  for (std::size_t at = 0; (at = daemon->Errors().find("broken.json:1:", at)) != std::string::npos;
+       ++at) {
+    ++reloads;
+  }
+  EXPECT_GT(reloads, 0);
+  EXPECT_LT(reloads, 10);
 }
 
 TEST_F(Client, SaysThatItsOutputIsLost) {

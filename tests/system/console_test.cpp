@@ -388,6 +388,18 @@ TEST_F(Terminal, ShowsThatACommandIsStillWorkingAndStopsItOnInterrupt) {
   EXPECT_EQ(daemon.Wait(), 0);
 }
 
+TEST_F(Terminal, WaitsNoLongerForAnEffectOnInterrupt) {
+  Type("lab stack hold");
+  daemon.Send("lab interface eth0 down\n");
+  daemon.ReadUntil("working for 1 s; Ctrl-C stops the output");
+  daemon.Send("\x03");
+  EXPECT_THAT(daemon.ReadUntil(PROMPT), Not(HasSubstr("Requests are still under way")));
+  Type("lab stack release");
+  EXPECT_THAT(Type("interface"), HasSubstr("eth0   DOWN"));
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
 TEST_F(Terminal, LeavesOnInterrupt) {
   daemon.Send("ip pro\x03");  // control-C in the middle of a line
   EXPECT_EQ(daemon.Wait(), 0);

@@ -52,6 +52,16 @@ TEST_F(Settle, EndsAfterThreeQuietPeriods) {
   EXPECT_TRUE(*m_result);
 }
 
+TEST_F(Settle, GivesUpWhenItIsToldTo) {
+  ASSERT_FALSE(stack.IsIdle());
+  Wait(0);
+  EXPECT_TRUE(m_settle->GiveUp());
+  EXPECT_FALSE(m_result) << "not from inside the call";
+  Finish();
+  EXPECT_FALSE(*m_result);
+  EXPECT_FALSE(m_settle->GiveUp());
+}
+
 TEST_F(Settle, WaitsWhileTheStackHasSomethingToDo) {
   ASSERT_FALSE(stack.IsIdle());  // it has not announced itself yet
   Wait(100);
