@@ -225,6 +225,29 @@ TEST_F(AddressChange, StoredAddressMayBeGivenAsTheNewOne) {
   EXPECT_EQ(told.size(), 7U);
 }
 
+TEST_F(AddressChange, StoredAddressIsTakenAsItWasGivenThoughItChangesMeanwhile) {
+  Register(10, 3, "eth0");
+  registry.AddIpAddress(10, 3, ADDRESS, MASK);
+  Forget();
+  Lines rows;
+  Control().SetCallObserver([&](routing_stack::Call call, const std::string& line) {
+    if (call != routing_stack::Call::kSmsActIpaddr) {
+      return;
+    }
+    rows.push_back(line);
+    if (rows.size() == 1) {
+      registry.AddIpAddress(10, 3, OTHER, OTHER_MASK);
+    }
+  });
+  const Tarsel::IpInterface* record = registry.FindInterface(10, 3);
+  registry.ChangeIpAddress(10, 3, record->address, record->mask);
+  EXPECT_EQ(StoredAddress(10, 3), "10.1.2.3/255.255.255.0");
+  loop.AdvanceMilliseconds(200);
+  EXPECT_THAT(rows, ElementsAre("sms_act_ipaddr(6, 10, 1, 3, 10.1.2.3, 24)",
+                                "sms_act_ipaddr(1, 10, 1, 3, 10.1.9.9, 16)",
+                                "sms_act_ipaddr(1, 10, 1, 3, 10.1.2.3, 24)"));
+}
+
 // The stack may call another component from inside of a request, and that one may take the interface
 // away.
 TEST_F(AddressChange, InterfaceMayGoWhileItsRowsAreQueued) {

@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
+#include <string>
+
 #include "tests/unit/interfaces/interface_fixture.h"
 
 namespace {
@@ -224,6 +227,56 @@ TEST_F(InterfaceEvents, RecordFollowsWhenTheRowsAreQueued) {
   EXPECT_THAT(seen,
               ElementsAre("unknown 0", "unknown 0", "3 1", "3 1", "3 2", "3 2", "3 1", "3 1"));
   EXPECT_EQ(IndexOf("eth0"), "unknown");
+}
+
+// The stack may call another component from inside of a request, and that one may be quicker: what
+// it leaves behind is what the event goes on with.
+class NestedInterfaceEvents : public InterfaceEvents {
+ protected:
+  // Does `nested` inside of the first interface request from now on.
+  void InsideOfTheFirstRow(std::function<void()> nested) {
+    Control().SetCallObserver([this, nested](routing_stack::Call call, const std::string&) {
+      if (call == routing_stack::Call::kSmsActInterface && !m_done) {
+        m_done = true;
+        nested();
+      }
+    });
+  }
+
+ private:
+  bool m_done = false;
+};
+
+TEST_F(NestedInterfaceEvents, InterfaceThatIsThereByThenKeepsItsName) {
+  InsideOfTheFirstRow([this] { registry.AddInterface(10, 3, "first", TYPE, 0, 0, 1); });
+  registry.AddInterface(10, 3, "second", TYPE, 0, 0, 2);
+  EXPECT_STREQ(registry.GetIfName(10, 3), "first");
+  EXPECT_EQ(IndexOf("first"), "3");
+  EXPECT_EQ(IndexOf("second"), "unknown");
+  EXPECT_EQ(Status(10, 3), 2U);
+}
+
+TEST_F(NestedInterfaceEvents, InterfaceThatIsThereByThenIsRemoved) {
+  InsideOfTheFirstRow([this] { registry.AddInterface(10, 3, "eth0", TYPE, 0, 0, 1); });
+  registry.RemoveInterface(10, 3, "eth0");
+  EXPECT_EQ(registry.FindInterface(10, 3), nullptr);
+  EXPECT_EQ(IndexOf("eth0"), "unknown");
+}
+
+TEST_F(NestedInterfaceEvents, InterfaceMayBeGoneByThen) {
+  Register(10, 3, "eth0");
+  Forget();
+  InsideOfTheFirstRow([this] { registry.RemoveInterface(10, 3, "eth0"); });
+  registry.RemoveInterface(10, 3, "eth0");
+  EXPECT_EQ(registry.FindInterface(10, 3), nullptr);
+}
+
+TEST_F(NestedInterfaceEvents, StatusIsThatOfTheOuterEvent) {
+  Register(10, 3, "eth0");
+  Forget();
+  InsideOfTheFirstRow([this] { registry.SetInterfaceUp(10, 3, "eth0"); });
+  registry.SetInterfaceDown(10, 3, "eth0");
+  EXPECT_EQ(Status(10, 3), 2U);
 }
 
 // The stack has not announced its readiness yet.
