@@ -146,6 +146,15 @@ TEST(OidCompare, APrefixSortsFirstAndIsAnotherKey) {
   EXPECT_EQ(1, rows.begin()->second);
 }
 
+TEST(OidCompare, WhatLiesBehindAPrefixDoesNotCount) {
+  const OidCompare less;
+  MibOid prefix = Oid({1, 2, 9});
+  const unsigned int subIds[] = {1, 2};
+  prefix.SetOid(subIds, 2);
+  EXPECT_TRUE(less(prefix, Oid({1, 2, 3})));
+  EXPECT_FALSE(less(Oid({1, 2, 3}), prefix));
+}
+
 TEST(OidCompare, EqualIdentifiersAreEquivalent) {
   const OidCompare less;
   EXPECT_FALSE(less(Oid({1, 2}), Oid({1, 2})));
