@@ -22,6 +22,8 @@ namespace Tarsel {
 namespace {
 
 using recording_routers::AllRouters;
+using recording_routers::Document;
+using recording_routers::Entry;
 using recording_routers::GetBehaviour;
 using recording_routers::ManagerFixture;
 using testing::ElementsAre;
@@ -427,12 +429,15 @@ TEST_F(RouterMgr, EveryVisitPassesOverARouterThatIsBeingDestroyed) {
       Manager().ForEachDcRouter(&visitor, DcRouterMgr::PROTOCOL_BGP);
       Manager().ProcessIPAddressChange(12, 3, Ip4Addr(10, 1, 2, 3));
       Manager().ConCmdIp4RtmSummary(new test_support::RecordingConsole(log));
+      Reload(Document({Entry(12)}), "other.json", static_cast<DclConfigObject::OptionType>(2));
     }
   };
   traces.Take();
   Manager().DeleteVlan(12);
   GetBehaviour().onDestroy = nullptr;
   EXPECT_THAT(visitor.visited, IsEmpty());
+  EXPECT_EQ(0U, traces.CountOf("10:~BGP:12 parse other.json 2\n"));
+  EXPECT_EQ(1U, traces.CountOf("10:~OSPF:12 parse other.json 2\n"));
   EXPECT_EQ(0U, traces.CountOf("10:~BGP:12 interface 3 address 10.1.2.3\n"));
   EXPECT_EQ(1U, traces.CountOf("10:~OSPF:12 interface 3 address 10.1.2.3\n"));
   EXPECT_THAT(log->all, testing::EndsWith("    12     No     No     No     No\n"));
