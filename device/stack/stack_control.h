@@ -1,4 +1,5 @@
-// The levers of the software routing stack, for tests and for lab commands; nothing else uses them.
+// The levers of the software routing stack, for tests, examples and lab commands; nothing else uses
+// them.
 #ifndef DEVICE_STACK_STACK_CONTROL_H
 #define DEVICE_STACK_STACK_CONTROL_H
 
