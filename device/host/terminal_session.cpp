@@ -1,7 +1,12 @@
 #include "terminal_session.h"
 
+#include <fcntl.h>
+#include <unistd.h>
 #include <uv.h>
 
+#include <array>
+#include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -11,6 +16,7 @@ namespace host {
 namespace {
 
 constexpr unsigned PROGRESS_MILLISECONDS = 1000;
+constexpr std::size_t PRINT_AT_ONCE_FROM = 4096;
 const char ERASE_LINE[] = "\r\033[K";
 
 std::vector<std::string> Complete(const std::string& begun) {
@@ -18,11 +24,20 @@ std::vector<std::string> Complete(const std::string& begun) {
   return Dispatcher::Complete(Dispatcher::Split(begun.substr(0, word)), begun.substr(word));
 }
 
+// Its being non-blocking is to be nobody else's, so standard output itself stays as it is.
+int OpenScreen() {
+  std::array<char, PATH_MAX> name;
+  return ttyname_r(STDOUT_FILENO, name.data(), name.size()) == 0
+             ? open(name.data(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)
+             : -1;
+}
+
 }  // namespace
 
 TerminalSession::TerminalSession(const SessionContext& context, unsigned short vlan)
     : Session(context, vlan),
       m_editor(Complete),
+      m_screen(OpenScreen()),
       m_next(context.loop),
       m_progress(context.loop),
       m_resized(context.loop, SIGWINCH, [this] { Resize(); }) {}
@@ -30,25 +45,87 @@ TerminalSession::TerminalSession(const SessionContext& context, unsigned short v
 TerminalSession::~TerminalSession() {
   HideProgress();
   HidePrompt();
+  m_isPromptDue = false;
+  Drain();
+  m_drain.reset();
+  if (m_screen >= 0) {
+    close(m_screen);
+  }
 }
 
 void TerminalSession::Start() { Ready(); }
 
-bool TerminalSession::StopCommand() { return Interrupt(); }
+bool TerminalSession::StopCommand() {
+  DropWaiting();
+  if (m_isPromptDue) {
+    Prompt();
+    return true;
+  }
+  return Interrupt();
+}
 
 void TerminalSession::Write(const std::string& text) {
   HideProgress();
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  Print(text);
   m_isAtLineStart = text.empty() ? m_isAtLineStart : text.back() == '\n';
 }
 
-void TerminalSession::Flush() { std::fflush(stdout); }
+void TerminalSession::Flush() { Drain(); }
+
+void TerminalSession::Print(const std::string& text) {
+  if (m_screen < 0) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return;
+  }
+  // While the loop watches the terminal there is no use in trying.
+  const bool isStopped = m_waiting.size() > PRINT_AT_ONCE_FROM;
+  m_waiting += text;
+  if (!isStopped && m_waiting.size() > PRINT_AT_ONCE_FROM) {
+    Drain();
+  }
+}
+
+void TerminalSession::Drain() {
+  if (m_screen >= 0) {
+    ShowWaiting();
+  } else {
+    std::fflush(stdout);
+  }
+  if (m_isPromptDue && m_waiting.empty()) {
+    Prompt();
+  }
+}
+
+// A terminal that has gone takes nothing; the session ends when it is read.
+void TerminalSession::ShowWaiting() {
+  ssize_t count = 1;
+  while (m_shown < m_waiting.size() && (count > 0 || errno == EINTR)) {
+    count = write(m_screen, m_waiting.data() + m_shown, m_waiting.size() - m_shown);
+    m_shown += count > 0 ? static_cast<std::size_t>(count) : 0;
+  }
+  const bool isStopped = m_shown < m_waiting.size() && errno == EAGAIN;
+  if (!isStopped) {
+    DropWaiting();
+  }
+  if (isStopped && !m_drain) {
+    m_drain = std::make_unique<LoopPoll>(GetLoop(), m_screen);
+  }
+  if (m_drain) {
+    m_drain->Start(isStopped ? UV_WRITABLE : 0, [this](int) { Drain(); });
+  }
+}
+
+void TerminalSession::DropWaiting() {
+  m_waiting.clear();
+  m_shown = 0;
+}
 
 void TerminalSession::ShowProgress() {
   ++m_seconds;
-  if (m_isAtLineStart) {
-    std::fprintf(stdout, "%sworking for %u s; Ctrl-C stops the output", ERASE_LINE, m_seconds);
-    std::fflush(stdout);
+  if (m_isAtLineStart && m_waiting.empty()) {
+    Print(ERASE_LINE + ("working for " + std::to_string(m_seconds)) +
+          " s; Ctrl-C stops the output");
+    Drain();
     m_isShowingProgress = true;
   }
   m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
@@ -56,7 +133,7 @@ void TerminalSession::ShowProgress() {
 
 void TerminalSession::HideProgress() {
   if (m_isShowingProgress) {
-    std::fputs(ERASE_LINE, stdout);
+    Print(ERASE_LINE);
     m_isShowingProgress = false;
   }
 }
@@ -64,6 +141,12 @@ void TerminalSession::HideProgress() {
 void TerminalSession::Ready() {
   m_progress.Stop();
   HideProgress();
+  m_isPromptDue = true;
+  Drain();
+}
+
+void TerminalSession::Prompt() {
+  m_isPromptDue = false;
   m_prompt = "vantacore[" + std::to_string(GetVlan()) + "]> ";
   m_isPrompting = true;
   // Not at once: lines that were pasted would be carried out one inside the other.
@@ -86,7 +169,7 @@ void TerminalSession::Edit() {
       try {
         Execute(line);
       } catch (const std::exception& problem) {
-        std::fprintf(stdout, "%s\n", problem.what());
+        Print(problem.what() + std::string("\n"));
         Interrupt();
       }
       break;

@@ -11,7 +11,8 @@
 namespace host {
 
 /// There is one at most, as there is one terminal. A command that has been silent
-/// for a second shows for how long it has been going on.
+/// for a second shows for how long it has been going on. Output that the terminal does not take, since
+/// it has been stopped or nobody reads it, waits here, and the prompt behind it.
 class TerminalSession : public Session {
  public:
   TerminalSession(const SessionContext& context, unsigned short vlan);
@@ -27,6 +28,11 @@ class TerminalSession : public Session {
   void Ready() override;
 
  private:
+  void Print(const std::string& text);
+  void Drain();
+  void ShowWaiting();
+  void DropWaiting();
+  void Prompt();
   void Edit();
   void Await();
   void Resize();
@@ -36,11 +42,16 @@ class TerminalSession : public Session {
 
   editor::LineEditor m_editor;
   std::string m_prompt;
+  const int m_screen;     // what standard output shows, opened anew to write without waiting; or -1
+  std::string m_waiting;  // output on its way there, one command's at most
+  std::size_t m_shown = 0;  // of it
+  std::unique_ptr<LoopPoll> m_drain;
   std::unique_ptr<LoopPoll> m_input;
   LoopTask m_next;
   LoopTimer m_progress;
   LoopSignal m_resized;
   unsigned m_seconds = 0;
+  bool m_isPromptDue = false;  // behind what is waiting
   bool m_isPrompting = false;
   bool m_isShowingProgress = false;
   bool m_isAtLineStart = true;

@@ -400,6 +400,44 @@ TEST_F(Terminal, WaitsNoLongerForAnEffectOnInterrupt) {
   EXPECT_EQ(daemon.Wait(), 0);
 }
 
+// As one does that has been stopped, by Ctrl-S say, in the middle of a table.
+TEST_F(Terminal, DoesNotStopTheDaemonWhenItTakesNoOutput) {
+  std::string routes;
+  for (int i = 0; i < 5000; ++i) {
+    routes += (i == 0 ? "" : ",") + ("\"r" + std::to_string(i)) + "\": {\"network\": \"10." +
+              std::to_string(100 + i / 250) + "." + std::to_string(i % 250) +
+              ".0\", \"netmask\": \"255.255.255.0\", \"gateway\": \"10.1.0.2\"}";
+  }
+  folder.Write(
+      "vlans.json",
+      "{\"VLAN_CONFIGURATIONS\": {\"a\": {\"vid\": 10, \"STATIC_ROUTES\": {" + routes + "}}}}");
+  const std::string path = folder.PathOf("console");
+  DaemonProcess other({"--config", folder.Path(), "--tick-us", "10", "--socket", path},
+                      DaemonProcess::TERMINAL);
+  other.ReadUntil(PROMPT);
+  const auto count = [&path] {
+    return RunDaemon({"--socket", path, "rtm", "rib"}, "", VANTACORECTL_COMMAND).output.size();
+  };
+  for (int i = 0; i < 300 && count() < 300000; ++i) {
+    usleep(100000);
+  }
+  other.Send("rtm rib\n");
+  usleep(500000);
+  const Result meanwhile =
+      RunDaemon({"--socket", path, "--timeout", "3", "vrf", "10"}, "", VANTACORECTL_COMMAND);
+  EXPECT_EQ(meanwhile.status, 0) << meanwhile.errors;
+  EXPECT_THAT(other.ReadUntil(PROMPT),
+              testing::AllOf(HasSubstr(" 10.119.249.0/24 "), HasSubstr("End of table\r\n")));
+  other.Send("rtm rib\n");
+  usleep(300000);
+  other.Kill(SIGINT);
+  other.ReadUntil(PROMPT);
+  other.Send("rtm rib\n");
+  usleep(300000);
+  other.Kill(SIGTERM);
+  EXPECT_EQ(other.Wait(), 0);
+}
+
 TEST_F(Terminal, LeavesOnInterrupt) {
   daemon.Send("ip pro\x03");  // control-C in the middle of a line
   EXPECT_EQ(daemon.Wait(), 0);
