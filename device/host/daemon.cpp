@@ -109,6 +109,8 @@ void Daemon::WatchSignals() {
   watch(SIGTERM, [this] { Stop(EXIT_DONE); });
   if (m_line.isDaemon) {  // however many have come in one turn ask for one reload
     watch(SIGHUP, [this] { m_reload.Post([this] { m_loader.Reload(); }); });
+  } else if (isatty(STDIN_FILENO)) {  // whose terminal goes
+    watch(SIGHUP, [this] { Stop(EXIT_DONE); });
   }
 }
 

@@ -438,6 +438,16 @@ TEST_F(Terminal, DoesNotStopTheDaemonWhenItTakesNoOutput) {
   EXPECT_EQ(other.Wait(), 0);
 }
 
+TEST_F(Terminal, LeavesInOrderWhenItHangsUp) {
+  const std::string path = folder.PathOf("console");
+  DaemonProcess other(With({"--socket", path}), DaemonProcess::TERMINAL);
+  other.ReadUntil(PROMPT);
+  EXPECT_EQ(access(path.c_str(), F_OK), 0);
+  other.Kill(SIGHUP);
+  EXPECT_EQ(other.Wait(), 0);
+  EXPECT_NE(access(path.c_str(), F_OK), 0) << "the socket has stayed";
+}
+
 TEST_F(Terminal, LeavesOnInterrupt) {
   daemon.Send("ip pro\x03");  // control-C in the middle of a line
   EXPECT_EQ(daemon.Wait(), 0);
