@@ -111,7 +111,11 @@ void ProtocolInterface::ProcessIPAddressChange(unsigned int ifIndex, const Ip4Ad
 // The routers.
 
 DcBgpRouter::DcBgpRouter(unsigned short vid)
-    : DcRouterBase("BGP", vid, new ProtocolInterface(*this, 0)) {}
+    : DcRouterBase("BGP", vid, new ProtocolInterface(*this, 0)) {
+  if (GetBehaviour().onCreate) {
+    GetBehaviour().onCreate();
+  }
+}
 DcBgpRouter::~DcBgpRouter() = default;
 bool DcBgpRouter::CreateConfigList(DcConfigLists&) { return true; }
 

@@ -20,6 +20,8 @@ namespace recording_routers {
 struct Behaviour {
   /// The routers that say they are enabled, as "BGP:10".
   std::set<std::string> enabled;
+  /// Called while a VLAN's first router is constructed.
+  std::function<void()> onCreate;
   /// Called, with the router's name, while a router is given an entry or has a document withdrawn.
   std::function<void(const std::string& name)> onDocument;
   /// Called, with the router's name, while a router is destroyed.

@@ -250,6 +250,16 @@ TEST_F(RouterMgr, CreatesTheRtmInstancesAndThenSevenRouters) {
   EXPECT_THAT(routers, ElementsAreArray(AllRouters(12)));
 }
 
+TEST_F(RouterMgr, NoRouterIsCreatedBeforeBothRtmInstances) {
+  Start();
+  TakeCalls();
+  std::size_t rowsBefore = 0;
+  GetBehaviour().onCreate = [this, &rowsBefore] { rowsBefore = Calls().size(); };
+  Manager().CreateVlan(12, NoOptions(), VLAN_DOCUMENT);
+  GetBehaviour().onCreate = nullptr;
+  EXPECT_EQ(2U, rowsBefore);
+}
+
 TEST_F(RouterMgr, MldRouterIsTheMulticastRouterOfIpv6) {
   Start();
   Manager().CreateVlan(12, NoOptions(), VLAN_DOCUMENT);
