@@ -28,9 +28,11 @@ void BatchSession::Ready() {
     if (line) {
       Execute(*line);
     } else {
-      Leave(HadUnknownWord() ? EXIT_UNKNOWN_WORD : EXIT_DONE);
+      Leave(GetExitStatus());
     }
   });
 }
+
+int BatchSession::GetExitStatus() const { return HadUnknownWord() ? EXIT_UNKNOWN_WORD : EXIT_DONE; }
 
 }  // namespace host

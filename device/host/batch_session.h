@@ -18,6 +18,7 @@ class BatchSession : public Session {
   void Write(const std::string& text) override;
   void Flush() override;
   void Ready() override;
+  int GetExitStatus() const override;
 
  private:
   LineReader m_lines;

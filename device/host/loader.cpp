@@ -65,17 +65,18 @@ void Loader::Reload() {
 // A VLAN stays when the VLAN document names it, or when a document that keeps it now still does. A
 // remote document that names it only from now on may come too late to keep it.
 std::set<unsigned short> Loader::FindLeavingVlans() const {
+  const auto& records = DcRouterMgr::GetInstance()->GetVlans();
   std::set<unsigned short> leaving;
-  for (const auto& [vlan, record] : DcRouterMgr::GetInstance()->GetVlans()) {
-    const unsigned short id = vlan;
-    const auto& keepers = record->configFiles;
-    const bool stays =
-        std::any_of(m_folder.GetFiles().begin(), m_folder.GetFiles().end(), [&](const auto& file) {
-          return file->vlans.count(id) != 0 && (file->type == DclConfigObject::VLAN_OPTIONS ||
-                                                keepers.count(file->name.c_str()) != 0);
-        });
-    if (!stays) {
-      leaving.insert(id);
+  for (const auto& [vlan, record] : records) {
+    leaving.insert(vlan);
+  }
+  for (const auto& file : m_folder.GetFiles()) {
+    for (const unsigned short vlan : file->vlans) {
+      const auto record = records.find(vlan);
+      if (record != records.end() && (file->type == DclConfigObject::VLAN_OPTIONS ||
+                                      record->second->configFiles.count(file->name.c_str()) != 0)) {
+        leaving.erase(vlan);
+      }
     }
   }
   return leaving;

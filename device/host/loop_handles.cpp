@@ -6,6 +6,7 @@
 #include <uv.h>
 
 #include <exception>
+#include <new>
 
 #include "tarsel/trace.h"
 
@@ -13,13 +14,16 @@ namespace host {
 
 namespace {
 
-// An exception that nobody took must not end the device's routing.
+// An exception that nobody took must not end the device's routing. A lack of memory does: it may have
+// come out of the library, which knows no exceptions and is left in the middle of a change.
 template <class... Arguments>
 void Guard(const std::function<void(Arguments...)> callback, Arguments... arguments) {
   try {
     if (callback) {
       callback(arguments...);
     }
+  } catch (const std::bad_alloc&) {
+    std::terminate();
   } catch (const std::exception& problem) {
     Tarsel::TRACE(0, "An event was not handled: %s\n", problem.what());
   }

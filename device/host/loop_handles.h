@@ -1,4 +1,5 @@
-// libuv's handles as objects: a handle ends with its owner, and no exception passes through libuv.
+// libuv's handles as objects: a handle ends with its owner, and no exception passes through libuv:
+// it is logged, but for a lack of memory, which ends the process.
 #ifndef DEVICE_HOST_LOOP_HANDLES_H
 #define DEVICE_HOST_LOOP_HANDLES_H
 

@@ -56,7 +56,7 @@ void Session::Over() {
     return;
   }
   if (m_reply.isQuit) {
-    Leave(m_hadUnknownWord ? EXIT_UNKNOWN_WORD : EXIT_DONE);
+    Leave(GetExitStatus());
   } else if (m_reply.hasChanged && !m_isImpatient) {
     SettleThenReady();
   } else {

@@ -45,6 +45,8 @@ class Session {
   virtual void Flush() = 0;
   /// The next line may come.
   virtual void Ready() = 0;
+  /// For the process, when the operator leaves: an operator at a terminal has seen what went wrong.
+  virtual int GetExitStatus() const { return EXIT_DONE; }
 
   void Execute(const std::string& line);
   void SettleThenReady();

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <exception>
+#include <new>
 #include <utility>
 
 namespace host {
@@ -142,6 +143,8 @@ void SocketSession::Take(const wire::Message& message) {
   m_begin.clear();
   try {
     Execute(message.text);
+  } catch (const std::bad_alloc&) {
+    throw;  // the library may have been left in the middle of a change
   } catch (const std::exception& problem) {
     m_queue.Add(std::string(problem.what()) + "\n");
     m_hasFailed = true;

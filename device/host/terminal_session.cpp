@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <new>
 
 namespace host {
 
@@ -168,6 +169,8 @@ void TerminalSession::Edit() {
       m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
       try {
         Execute(line);
+      } catch (const std::bad_alloc&) {
+        throw;  // the library may have been left in the middle of a change
       } catch (const std::exception& problem) {
         Print(problem.what() + std::string("\n"));
         Interrupt();
@@ -175,7 +178,7 @@ void TerminalSession::Edit() {
       break;
     case editor::Step::END:
       HidePrompt();
-      Leave(EXIT_DONE);
+      Leave(GetExitStatus());
       break;
   }
 }

@@ -369,6 +369,12 @@ TEST_F(Terminal, WaitsUntilAReloadHasSettled) {
   EXPECT_THAT(Type("ip protocol summary"), HasSubstr("    30     No"));
 }
 
+TEST_F(Terminal, HasShownWhatWentWrongAndEndsWellAllTheSame) {
+  Type("no such word");
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
 TEST_F(Terminal, LeavesAtTheEndOfInput) {
   daemon.Send("\x04");  // control-D
   EXPECT_EQ(daemon.Wait(), 0);
