@@ -61,7 +61,7 @@ Daemon::Daemon(const CommandLine& line)
 Daemon::~Daemon() = default;
 
 int Daemon::Run() {
-  if (access(m_line.configDirectory.c_str(), R_OK | X_OK) != 0) {
+  if (access((m_line.configDirectory + "/").c_str(), R_OK | X_OK) != 0) {
     std::perror(m_line.configDirectory.c_str());
     return EXIT_FAILED;
   }

@@ -227,6 +227,13 @@ TEST_F(Console, NeedsAFolder) {
   EXPECT_EQ(result.errors, folder.PathOf("nowhere") + ": No such file or directory\n");
 }
 
+TEST_F(Console, TakesNoProgramForAFolder) {
+  const Result result = RunDaemon({"--config", "/bin/sh"}, "ip protocol summary\n");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "");
+  EXPECT_EQ(result.errors, "/bin/sh: Not a directory\n");
+}
+
 TEST_F(Console, EndsCleanlyOnSignals) {
   for (const int number : {SIGINT, SIGTERM}) {
     DaemonProcess daemon(With(), DaemonProcess::PIPES);
