@@ -221,14 +221,14 @@ TEST_F(Console, RefusesOptionsThatItDoesNotKnow) {
 }
 
 TEST_F(Console, NeedsAFolder) {
-  const Result result = RunDaemon({"--config", folder.PathOf("nowhere")}, "ip protocol summary\n");
+  const Result result = RunDaemon({"--config", folder.PathOf("nowhere")}, "");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "");
   EXPECT_EQ(result.errors, folder.PathOf("nowhere") + ": No such file or directory\n");
 }
 
 TEST_F(Console, TakesNoProgramForAFolder) {
-  const Result result = RunDaemon({"--config", "/bin/sh"}, "ip protocol summary\n");
+  const Result result = RunDaemon({"--config", "/bin/sh"}, "");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "");
   EXPECT_EQ(result.errors, "/bin/sh: Not a directory\n");
