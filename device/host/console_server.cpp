@@ -61,12 +61,22 @@ std::string FolderOf(const std::string& path) {
   return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
-// The folder is locked meanwhile, against another daemon that starts: to it, a socket that is bound and
-// not listened at yet would look like one that was left over. One that cannot be locked is not.
+// Against another daemon that starts: to it, a socket that is bound and not listened at yet would look
+// like one that was left over. A start holds the lock for milliseconds; who holds it for longer is none.
+// A folder that cannot be locked is not.
+void LockUntilClosed(int folder) {
+  for (int tries = 0; tries < 100; ++tries) {
+    if (flock(folder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
+      return;
+    }
+    uv_sleep(10);
+  }
+}
+
 int Listen(const std::string& path) {
   const sockaddr_un address = AddressOf(path);
   const Socket folder(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  flock(folder.Get(), LOCK_EX);  // until it is closed
+  LockUntilClosed(folder.Get());
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (fd < 0) {
     Fail(path, errno);

@@ -549,6 +549,16 @@ TEST_F(Client, FindsNoDaemonWhileAnotherTakesAPlaceInTheFolder) {
   ExpectHealthyDaemon();
 }
 
+TEST_F(Client, FindsTheDaemonInAFolderThatSomebodyElseKeepsLocked) {
+  const int busy = open(place.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  ASSERT_EQ(flock(busy, LOCK_EX), 0);
+  BeginDaemon();
+  AwaitSocket();
+  EXPECT_TRUE(HasSocket());
+  close(busy);
+  ExpectHealthyDaemon();
+}
+
 TEST_F(Client, FindsTheDaemonThatWasHungUpOnBeforeItHadStarted) {
   folder.Write("vlans.json", WithRoutes(20000));
   BeginDaemon("10");
