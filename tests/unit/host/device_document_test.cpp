@@ -3,9 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
-#include "growth.h"
 #include "reported_lines.h"
 
 namespace {
@@ -141,23 +138,6 @@ TEST_F(ReadDeviceDocument, ReadsNoAddressUpToANul) {
   EXPECT_THAT(reported.lines,
               ElementsAre("device.json: interfaces[0].ipv6[0]: expected an IPv6 address/length, "
                           "found \"2001:db8::1\\x00x/64\""));
-}
-
-TEST_F(ReadDeviceDocument, TakesAnyNumberOfAddresses) {
-  const auto read = [this](int count) {
-    Json::Value document = ParsedJson(
-        R"({"default_vlan": 1, "interfaces": [{"name": "eth0", "vlan": 10, "index": 3}]})");
-    for (int i = 0; i < count; ++i) {
-      char address[32];
-      std::snprintf(address, sizeof address, "2001:db8::%x:%x/64", i / 65536, i % 65536);
-      document["interfaces"][0]["ipv6"].append(address);
-    }
-    return [this, document, count] {
-      const auto found = host::ReadDeviceDocument(document, "device.json", reported.report);
-      EXPECT_EQ(Only(found).ip6.size(), static_cast<std::size_t>(count));
-    };
-  };
-  EXPECT_LT(Growth(read(8000), read(32000)), QUADRATIC);
 }
 
 TEST_F(ReadDeviceDocument, KeepsTheFirstOfTwoInterfacesWithTheSameIndexOrName) {

@@ -3,10 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <memory>
-
-#include "growth.h"
 #include "reported_lines.h"
 #include "tests/support/device_fixture.h"
 #include "vantacore/dc_interface_mgr.h"
@@ -169,40 +165,6 @@ TEST_F(DeviceState, FindsAnInterfaceOnItsOwnVlanOnly) {
   EXPECT_FALSE(state.IndexOf(11, "eth0"));
   EXPECT_TRUE(state.IsInterfaceUp(20, 7));
   EXPECT_FALSE(state.IsInterfaceUp(20, 3));
-}
-
-TEST_F(DeviceState, FindsOneOfAnyNumberOfInterfaces) {
-  const auto find = [](int count) {
-    host::DeviceDocument document;
-    for (int i = 1; i <= count; ++i) {
-      document.interfaces[{10, i}].name = "eth" + std::to_string(i);
-    }
-    const auto found = std::make_shared<host::DeviceState>();
-    found->Apply(document, {});
-    return [found, count] {
-      for (int i = 1; i <= count; ++i) {
-        EXPECT_EQ(found->IndexOf(10, "eth" + std::to_string(i)), static_cast<std::uint32_t>(i));
-      }
-    };
-  };
-  EXPECT_LT(Growth(find(2000), find(8000)), QUADRATIC);
-}
-
-TEST_F(DeviceState, ComparesAnyNumberOfAddresses) {
-  const auto compare = [](int count) {
-    host::DeviceDocument document;
-    host::Interface& interface = document.interfaces[{10, static_cast<std::uint32_t>(count)}];
-    interface.name = "eth0";
-    for (int i = 0; i < count; ++i) {
-      char address[32];
-      std::snprintf(address, sizeof address, "2001:db8::%x/64", i);
-      EXPECT_TRUE(host::ReadPrefix(address, interface.ip6.emplace_back()));
-    }
-    const auto compared = std::make_shared<host::DeviceState>();
-    compared->Apply(document, {});
-    return [compared, document] { compared->Apply(document, {}); };
-  };
-  EXPECT_LT(Growth(compare(8000), compare(32000)), QUADRATIC);
 }
 
 TEST_F(DeviceState, AnnouncesWhatANewVlansRoutersMissed) {
