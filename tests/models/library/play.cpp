@@ -1,5 +1,6 @@
 #include "play.h"
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,7 +17,7 @@ namespace library_model {
 
 namespace {
 
-constexpr unsigned int SECONDS_PER_LIST = 10;
+constexpr rlim_t SECONDS_PER_LIST = 10;  // of processor time
 constexpr std::time_t SECONDS_OF_SHRINKING = 120;
 // The model is quadratic: a list ends there. The operation that reaches it may go beyond.
 constexpr std::size_t LARGEST_POPULATION = 300;
@@ -142,7 +143,8 @@ std::string ReadAll(int descriptor) {
 }
 
 [[noreturn]] void PlayAndHandOver(const Operations& operations, int descriptor) {
-  alarm(SECONDS_PER_LIST);
+  const rlimit limit{SECONDS_PER_LIST, SECONDS_PER_LIST + 1};
+  setrlimit(RLIMIT_CPU, &limit);  // a list that never ends
   Outcome outcome;
   PlayHere(operations, outcome);
   const std::string packed = Pack(outcome);
