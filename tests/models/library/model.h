@@ -2,9 +2,9 @@
 // is remembered that could be looked up. It shares no code with src/; of the device it uses the
 // address classes' texts only.
 //
-// What stands where: the pipeline (serializer, scheduler, items, answers), the managers (documents,
-// VLANs, routers and their lists), the interface registry, the console. Requests are kept as values;
-// the row that a request is for is its identifier.
+// What stands where: the pipeline (serializer, scheduler, items, answers), the managers (RTM
+// instances, documents, VLANs), the routers and their lists, the interface registry, the console.
+// Requests are kept as values; the row that a request is for is its identifier.
 #ifndef TESTS_MODELS_LIBRARY_MODEL_H
 #define TESTS_MODELS_LIBRARY_MODEL_H
 
