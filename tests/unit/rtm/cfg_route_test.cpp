@@ -5,8 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -125,27 +128,32 @@ TEST_F(CfgRouteTable, Ipv4ComparesAndCopiesFourBytes) {
   EXPECT_TRUE(Destinations().empty());
 }
 
-TEST_F(CfgRouteTable, Ipv6ComparesSixteenBytes) {
-  unsigned char lastByteDiffers[16];
-  std::memcpy(lastByteDiffers, NET6, sizeof NET6);
-  lastByteDiffers[15] = 1;
-  EXPECT_TRUE(Add6(NET6));
-  EXPECT_EQ(table.GetCfgRouteEntry(2, lastByteDiffers, 48, GATEWAY6), nullptr);
-  EXPECT_NE(table.GetCfgRouteEntry(2, NET6, 48, GATEWAY6), nullptr);
-  EXPECT_TRUE(table.DelEntry(2, lastByteDiffers, 48, GATEWAY6, 4));
-  EXPECT_THAT(Destinations(), ElementsAre("2001:db8:9::"));
+// The same IPv6 address but for its last byte.
+std::array<unsigned char, 16> LastByteChanged(const unsigned char (&address)[16]) {
+  std::array<unsigned char, 16> changed;
+  std::copy(std::begin(address), std::end(address), changed.begin());
+  changed[15] ^= 0xff;
+  return changed;
 }
 
-TEST_F(CfgRouteTable, Ipv6ComparesSixteenBytesOfTheGatewayToo) {
-  unsigned char lastByteDiffers[16];
-  std::memcpy(lastByteDiffers, GATEWAY6, sizeof GATEWAY6);
-  lastByteDiffers[15] = 2;
+TEST_F(CfgRouteTable, Ipv6ComparesSixteenBytesOfTheDestination) {
+  const auto other = LastByteChanged(NET6);
   EXPECT_TRUE(Add6(NET6));
-  EXPECT_EQ(table.GetCfgRouteEntry(2, NET6, 48, lastByteDiffers), nullptr);
-  EXPECT_TRUE(table.DelEntry(2, NET6, 48, lastByteDiffers, 4));
+  EXPECT_EQ(table.GetCfgRouteEntry(2, other.data(), 48, GATEWAY6), nullptr);
+  EXPECT_NE(table.GetCfgRouteEntry(2, NET6, 48, GATEWAY6), nullptr);
+  EXPECT_TRUE(table.DelEntry(2, other.data(), 48, GATEWAY6, 4));
   EXPECT_THAT(Destinations(), ElementsAre("2001:db8:9::"));
   EXPECT_TRUE(table.DelEntry(2, NET6, 48, GATEWAY6, 4));
   EXPECT_TRUE(Destinations().empty());
+}
+
+TEST_F(CfgRouteTable, Ipv6ComparesSixteenBytesOfTheGateway) {
+  const auto other = LastByteChanged(GATEWAY6);
+  EXPECT_TRUE(Add6(NET6));
+  EXPECT_EQ(table.GetCfgRouteEntry(2, NET6, 48, other.data()), nullptr);
+  EXPECT_NE(table.GetCfgRouteEntry(2, NET6, 48, GATEWAY6), nullptr);
+  EXPECT_TRUE(table.DelEntry(2, NET6, 48, other.data(), 4));
+  EXPECT_THAT(Destinations(), ElementsAre("2001:db8:9::"));
 }
 
 TEST_F(CfgRouteTable, AnyTypeButOneIsIpv6) {
