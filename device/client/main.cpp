@@ -9,7 +9,7 @@
 
 #include "connection.h"
 #include "device/editor/line_editor.h"
-#include "device/wire/standard_streams.h"
+#include "device/program/standard_streams.h"
 #include "options.h"
 
 namespace {
@@ -81,7 +81,7 @@ Code Check(Code code) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  wire::OpenMissingStreams();
+  program::OpenMissingStreams();
   try {
     client::Options options;
     if (const auto ending = client::ParseOptions(argc, argv, options)) {

@@ -1,9 +1,6 @@
 #include "options.h"
 
-#include <getopt.h>
-
-#include <cerrno>
-#include <cstdlib>
+#include "device/program/printable.h"
 
 namespace client {
 
@@ -24,79 +21,38 @@ constexpr const char* HELP =
     "ends\n"
     "a command's output, not what it does.\n";
 
-enum : int { SOCKET = 1, TIMEOUT, HELP_OPTION, VERSION };
+enum : int { SOCKET = 1, TIMEOUT };
 
-const option OPTIONS[] = {{"socket", required_argument, nullptr, SOCKET},
-                          {"timeout", required_argument, nullptr, TIMEOUT},
-                          {"help", no_argument, nullptr, HELP_OPTION},
-                          {"version", no_argument, nullptr, VERSION},
-                          {nullptr, 0, nullptr, 0}};
-
-Ending Error(const std::string& problem) {
-  return {"vantacorectl: " + problem + "\nvantacorectl --help tells more.\n", true};
-}
-
-// What getopt says of an option that it refuses: its letter, its number if it is known and takes no
-// value, or nothing.
-Ending Refusal(char** argv) {
-  if (optopt >= ' ') {
-    return Error(std::string("no such option: \"-") + static_cast<char>(optopt) + "\"");
+std::string Take(int number, const char* value, Options& options) {
+  if (number == SOCKET) {
+    options.socketPath = value;
+    return {};
   }
-  return Error((optopt == 0 ? "no such option: \"" : "no value belongs to \"") +
-               std::string(argv[optind - 1]) + "\"");
-}
-
-bool ReadTimeout(const char* text, int& seconds) {
-  char* end = nullptr;
-  errno = 0;
-  const long value = std::strtol(text, &end, 10);
-  if (end == text || *end != '\0' || errno != 0 || value < 1 || value > 3600) {
-    return false;
+  long seconds = 0;
+  if (!program::ReadNumber(value, 1, 3600, seconds)) {
+    return "--timeout takes a number from 1 to 3600, not " + program::Quote(value);
   }
-  seconds = static_cast<int>(value);
-  return true;
-}
-
-std::optional<Ending> Take(int option, Options& options) {
-  switch (option) {
-    case SOCKET:
-      options.socketPath = optarg;
-      return std::nullopt;
-    case TIMEOUT:
-      if (!ReadTimeout(optarg, options.timeoutSeconds)) {
-        return Error("--timeout takes a number from 1 to 3600, not \"" + std::string(optarg) +
-                     "\"");
-      }
-      return std::nullopt;
-    case HELP_OPTION:
-      return Ending{HELP, false};
-    default:
-      return Ending{"vantacorectl " VANTACORE_VERSION "\n", false};
-  }
+  options.timeoutSeconds = static_cast<int>(seconds);
+  return {};
 }
 
 }  // namespace
 
-std::optional<Ending> ParseOptions(int argc, char** argv, Options& options) {
-  opterr = 0;
-  for (;;) {
-    // The command's words may look like options: ours end where it begins.
-    const int option = getopt_long(argc, argv, "+:", OPTIONS, nullptr);
-    if (option == -1) {
-      break;
-    }
-    if (option == ':') {
-      return Error("a value is missing behind \"" + std::string(argv[optind - 1]) + "\"");
-    }
-    if (option == '?') {
-      return Refusal(argv);
-    }
-    if (auto ending = Take(option, options)) {
-      return ending;
-    }
+std::optional<program::Ending> ParseOptions(int argc, char** argv, Options& options) {
+  // The command's words may look like options: ours end where it begins.
+  const program::Usage usage = {"vantacorectl",
+                                HELP,
+                                {{"socket", required_argument, nullptr, SOCKET},
+                                 {"timeout", required_argument, nullptr, TIMEOUT}},
+                                true};
+  const auto take = [&options](int number, const char* value) {
+    return Take(number, value, options);
+  };
+  if (auto ending = program::ReadOptions(usage, argc, argv, take)) {
+    return ending;
   }
   if (options.socketPath.empty()) {
-    return Error("--socket PATH is missing");
+    return program::UsageError(usage, "--socket PATH is missing");
   }
   for (int at = optind; at < argc; ++at) {
     options.command += (at == optind ? "" : " ") + std::string(argv[at]);

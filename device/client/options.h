@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "device/program/options.h"
+
 namespace client {
 
 struct Options {
@@ -14,14 +16,8 @@ struct Options {
   bool hasCommand = false;
 };
 
-/// What to do instead of running: print a text and end.
-struct Ending {
-  std::string text;
-  bool isError = false;
-};
-
 /// Fills `options`, or answers how the process is to end.
-std::optional<Ending> ParseOptions(int argc, char** argv, Options& options);
+std::optional<program::Ending> ParseOptions(int argc, char** argv, Options& options);
 
 }  // namespace client
 

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "device/program/options.h"
+
 namespace host {
 
 struct CommandLine {
@@ -15,14 +17,8 @@ struct CommandLine {
   unsigned tickMicroseconds = 1000;
 };
 
-/// What to do instead of running: print a text and end.
-struct Ending {
-  std::string text;
-  bool isError = false;
-};
-
 /// Fills `line`, or answers how the process is to end.
-std::optional<Ending> ParseCommandLine(int argc, char** argv, CommandLine& line);
+std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLine& line);
 
 }  // namespace host
 

@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "device/program/printable.h"
 #include "json_file.h"
 #include "route_reader.h"
 
@@ -67,7 +68,7 @@ void ConfigFolder::ReadConfig(const std::string& name, Tarsel::DclConfigObject::
 
 // The name stands in messages, the library's as well.
 bool ConfigFolder::IsPrintable(const std::string& name) const {
-  const std::string printable = Printable(name, name.size());
+  const std::string printable = program::Printable(name, name.size());
   if (name != printable) {
     m_report(std::string(REMOTE) + "/" + printable + ": is not printable as a name");
   }

@@ -5,10 +5,13 @@
 #include <cstring>
 #include <set>
 
+#include "device/program/printable.h"
 #include "json_members.h"
 #include "vantacore/config_parser.h"
 
 namespace host {
+
+using program::Quote;
 
 namespace {
 

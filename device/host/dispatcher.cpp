@@ -10,7 +10,7 @@
 #include <sstream>
 #include <utility>
 
-#include "report.h"
+#include "device/program/printable.h"
 #include "vantacore/config_parser.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_console_command.h"
@@ -19,6 +19,7 @@
 
 namespace host {
 
+using program::Quote;
 using Tarsel::DcConsole;
 using Tarsel::DcConsoleCommand;
 using Tarsel::DcRouterMgr;

@@ -10,6 +10,8 @@
 #include <exception>
 #include <memory>
 
+#include "device/program/printable.h"
+
 namespace host {
 
 namespace {
@@ -116,7 +118,7 @@ std::string FirstError(const std::string& errors) {
     message = errors.substr(begin + 3, errors.find('\n', begin + 3) - begin - 3);
   }
   return std::to_string(line) + ":" + std::to_string(column) +
-         ": not JSON: " + Printable(message, MAX_MESSAGE);
+         ": not JSON: " + program::Printable(message, MAX_MESSAGE);
 }
 
 std::string ParseError(const std::string& text, Json::Value& document) {

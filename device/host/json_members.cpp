@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "device/program/printable.h"
+
 namespace host {
 
 std::string Describe(const Json::Value& value) {
@@ -9,7 +11,7 @@ std::string Describe(const Json::Value& value) {
     case Json::nullValue:
       return "null";
     case Json::stringValue:
-      return Quote(value.asString());
+      return program::Quote(value.asString());
     case Json::arrayValue:
       return "an array";
     case Json::objectValue:

@@ -6,12 +6,13 @@
 #include <utility>
 
 #include "device/base/timer_loop.h"
+#include "device/program/printable.h"
 #include "device/stack/stack_control.h"
-#include "report.h"
 #include "vantacore/config_parser.h"
 
 namespace host {
 
+using program::Quote;
 using routing_stack::Answer;
 using routing_stack::RowType;
 

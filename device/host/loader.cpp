@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "device/program/printable.h"
 #include "route_plan.h"
 #include "vantacore/dc_router_base.h"
 #include "vantacore/dc_router_mgr.h"
@@ -170,7 +171,7 @@ void Loader::ApplyRoutes() {
       waiting));
   for (const RouteKey& key : waiting) {
     if (m_waitingRoutes.count(key) == 0) {
-      m_report(routes.at(key).origin + ": waits for interface " + Quote(key.second));
+      m_report(routes.at(key).origin + ": waits for interface " + program::Quote(key.second));
     }
   }
   m_waitingRoutes = std::set<RouteKey>(waiting.begin(), waiting.end());

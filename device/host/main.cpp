@@ -4,10 +4,10 @@
 
 #include "command_line.h"
 #include "daemon.h"
-#include "device/wire/standard_streams.h"
+#include "device/program/standard_streams.h"
 
 int main(int argc, char** argv) {
-  wire::OpenMissingStreams();
+  program::OpenMissingStreams();
   try {
     host::CommandLine line;
     if (const auto ending = host::ParseCommandLine(argc, argv, line)) {

@@ -2,78 +2,28 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
+
+#include "device/program/printable.h"
 
 namespace host {
 
 namespace {
 
-constexpr std::size_t MAX_QUOTED = 60;
+constexpr std::size_t LONGEST_PLAIN = 60;
 
 bool IsPlain(const std::string& name) {
-  return !name.empty() && name.size() <= MAX_QUOTED &&
+  return !name.empty() && name.size() <= LONGEST_PLAIN &&
          std::all_of(name.begin(), name.end(), [](unsigned char c) {
            return std::isalnum(c) || c == '_' || c == '-' || c == '/';
          });
 }
 
-unsigned ByteAt(const std::string& text, std::size_t at) {
-  return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
-}
-
-// How many bytes the character has that begins there; 0 for a control character, of which UTF-8 has a
-// second row behind the ASCII, and for what is not UTF-8.
-std::size_t SizeOfCharacter(const std::string& text, std::size_t at) {
-  constexpr unsigned LOWEST[] = {0xA0, 0x800, 0x10000};  // of two, three and four bytes
-  const unsigned lead = ByteAt(text, at);
-  if (lead < 0x80) {
-    return lead >= 0x20 && lead != 0x7F ? 1 : 0;
-  }
-  if (lead < 0xC2 || lead > 0xF4) {
-    return 0;
-  }
-  const std::size_t size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  unsigned code = lead & (0x7Fu >> size);
-  for (std::size_t i = 1; i < size; ++i) {
-    const unsigned next = ByteAt(text, at + i);
-    if ((next & 0xC0) != 0x80) {
-      return 0;
-    }
-    code = code << 6 | (next & 0x3F);
-  }
-  const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
-  return code >= LOWEST[size - 2] && code <= 0x10FFFF && !isSurrogate ? size : 0;
-}
-
 }  // namespace
-
-std::string Printable(const std::string& text, std::size_t most) {
-  std::string printable;
-  const std::size_t end = std::min(text.size(), most);
-  for (std::size_t at = 0; at < end;) {
-    const std::size_t size = SizeOfCharacter(text, at);
-    if (at + size > end) {
-      break;  // half a character is none
-    }
-    if (size == 0) {
-      char escaped[5];
-      std::snprintf(escaped, sizeof escaped, "\\x%02x", ByteAt(text, at));
-      printable += escaped;
-    } else {
-      printable.append(text, at, size);
-    }
-    at += std::max<std::size_t>(size, 1);
-  }
-  return printable;
-}
-
-std::string Quote(const std::string& text) {
-  return "\"" + Printable(text, MAX_QUOTED) + (text.size() > MAX_QUOTED ? "...\"" : "\"");
-}
 
 Place Place::Member(const std::string& name) const {
   Place member(m_file);
-  member.m_path = (m_path.empty() ? "" : m_path + ".") + (IsPlain(name) ? name : Quote(name));
+  member.m_path =
+      (m_path.empty() ? "" : m_path + ".") + (IsPlain(name) ? name : program::Quote(name));
   return member;
 }
 

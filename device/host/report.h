@@ -12,14 +12,6 @@ namespace host {
 /// expected there and what was found. Readers report and go on with the rest.
 using Report = std::function<void(const std::string& line)>;
 
-/// At most `most` bytes of `text`, as UTF-8 whatever they are: those that a terminal would act on and
-/// those that are no UTF-8 as \xNN.
-std::string Printable(const std::string& text, std::size_t most);
-
-/// `text` in quotes, cut to a length that leaves a line readable, without characters that a terminal
-/// would act on.
-std::string Quote(const std::string& text);
-
 /// A place in a document: the file and the path of a member.
 class Place {
  public:

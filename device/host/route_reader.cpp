@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "device/program/printable.h"
 #include "vantacore/config_parser.h"
 #include "vantacore/route_config.h"
 
@@ -27,7 +28,7 @@ std::string TextOf(const OptionsNode& node, const char* key) {
 
 std::string Expected(const char* key, const char* what, const std::string& text) {
   return std::string(".") + key + ": expected " + what + ", found " +
-         (text.empty() ? "nothing" : Quote(text));
+         (text.empty() ? "nothing" : program::Quote(text));
 }
 
 bool IsAddress(const std::string& text, bool ip6) {

@@ -10,9 +10,9 @@
 
 namespace host {
 
-/// There is one at most, as there is one terminal. A command that has been silent
-/// for a second shows for how long it has been going on. Output that the terminal does not take, since
-/// it has been stopped or nobody reads it, waits here, and the prompt behind it.
+/// There is one at most, as there is one terminal. A command that has been silent for a second shows
+/// for how long it has been going on. Output that the terminal does not take, since it has been stopped
+/// or nobody reads it, waits here, and the prompt behind it.
 class TerminalSession : public Session {
  public:
   TerminalSession(const SessionContext& context, unsigned short vlan);

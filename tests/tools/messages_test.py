@@ -1,8 +1,9 @@
 """Checks that docs/operations.md knows every message of the log: messages_test.py ROOT.
 
 The tables of the document give, of each message that the library, the software routers and the daemon
-write, the level and the text as the code has it. The list of the daemon's own complaints gives texts with <...> for what varies; every piece of
-text that device/host builds a complaint from stands there, and no other.
+write, the level and the text as the code has it. The list of the daemon's own complaints gives texts
+with <...> for what varies; every piece of text that the daemon builds a complaint from stands there, and
+no other.
 """
 
 import ast
@@ -16,7 +17,11 @@ TRACE = re.compile(r'\bTRACE\(\s*(?:(\d+)\s*,\s*)?(%s)([,)])' % LITERALS)
 ASSERTION = re.compile(r'\bOnAssert\(\s*(%s)' % LITERALS)
 OUTCOMES = re.compile(r'constexpr OutcomeTexts \w+ = \{(.*?)\};', re.S)
 LITERAL = re.compile(r'"(?:[^"\\]|\\.)*"')
-CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|Error|Explain)\(')
+CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|UsageError|Explain)\(')
+# What is wrong with an option is a result. Braces are of a text that is more than that.
+RESULT = re.compile(r'\b(?:return|problem =) [^;{]*;')
+COMPLAINING = ('device/host', 'device/program')
+OF_OPTIONS = ('command_line.cpp', 'options.cpp')
 ROW = re.compile(r'^\| (none|assertion|\d+) \| `([^`]*)` \| [^|]*\w[^|]* \| [^|]*\w[^|]* \|$', re.M)
 
 
@@ -68,12 +73,16 @@ def arguments(text, begin):
 
 
 def complaints(root):
-    """The pieces that complaints are built from, and all texts of the folder."""
+    """The pieces that complaints are built from, and all texts of the files."""
     pieces, literals = set(), ''
-    for path in sorted(glob.glob(os.path.join(root, 'device', 'host', '*.cpp'))):
+    paths = [path for folder in COMPLAINING for path in glob.glob(os.path.join(root, folder, '*.cpp'))]
+    for path in sorted(paths):
         text = read(path).replace("'\"'", "' '")
-        for match in CALL.finditer(text):
-            pieces.update(joined(part) for part in LITERAL.findall(arguments(text, match.end() - 1)))
+        told = [arguments(text, match.end() - 1) for match in CALL.finditer(text)]
+        if os.path.basename(path) in OF_OPTIONS:
+            told += RESULT.findall(text)
+        for part in told:
+            pieces.update(joined(literal) for literal in LITERAL.findall(part))
         literals += ''.join(ast.literal_eval(part) + '\n' for part in LITERAL.findall(text))
     return {piece.strip() for piece in pieces if len(re.findall('[a-z]', piece)) > 2
             and ' ' in piece.strip()}, literals

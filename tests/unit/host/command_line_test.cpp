@@ -13,7 +13,7 @@ using testing::StartsWith;
 
 class ParseCommandLine : public testing::Test {
  protected:
-  std::optional<host::Ending> Parse(std::vector<std::string> words) {
+  std::optional<program::Ending> Parse(std::vector<std::string> words) {
     words.insert(words.begin(), "vantacored");
     std::vector<char*> argv;
     for (std::string& word : words) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "device/program/printable.h"
 #include "reported_lines.h"
 #include "tests/support/device_fixture.h"
 #include "vantacore/dc_console_command.h"
@@ -66,7 +67,7 @@ TEST_F(Dispatcher, TakesNoLineUpToANul) {
   for (const std::string& line : {std::string("vrf 20\0", 7), std::string("\0help", 5),
                                   std::string("ip protocol summary\0x", 21)}) {
     EXPECT_TRUE(Execute(line).isUnknown);
-    EXPECT_EQ(output, "There is a NUL in " + host::Quote(line) + "\n");
+    EXPECT_EQ(output, "There is a NUL in " + program::Quote(line) + "\n");
     ExpectOver();
   }
   EXPECT_EQ(vlan, 10);

@@ -1,9 +1,9 @@
-#include "device/wire/standard_streams.h"
+#include "device/program/standard_streams.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace wire {
+namespace program {
 
 void OpenMissingStreams() {
   int fd = STDIN_FILENO;
@@ -15,4 +15,4 @@ void OpenMissingStreams() {
   }
 }
 
-}  // namespace wire
+}  // namespace program

@@ -1,0 +1,77 @@
+#include "device/program/options.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "device/program/printable.h"
+
+namespace program {
+
+namespace {
+
+// Beyond any number that a program gives to an option of its own.
+enum : int { HELP = 1000, VERSION };
+
+// What getopt says of an option that it refuses: its letter, its number if it is known and takes no
+// value, or nothing.
+std::string DescribeRefused(const char* word) {
+  if (optopt >= ' ' && optopt < HELP) {
+    return "no such option: " + Quote({'-', static_cast<char>(optopt)});
+  }
+  return (optopt == 0 ? "no such option: " : "no value belongs to ") + Quote(word);
+}
+
+}  // namespace
+
+std::optional<Ending> ReadOptions(const Usage& usage, int argc, char** argv,
+                                  const TakeOption& take) {
+  std::vector<option> options = usage.options;
+  options.push_back({"help", no_argument, nullptr, HELP});
+  options.push_back({"version", no_argument, nullptr, VERSION});
+  options.push_back({nullptr, 0, nullptr, 0});
+  opterr = 0;
+  optind = 0;  // begins anew
+  for (;;) {
+    const int number =
+        getopt_long(argc, argv, usage.endsAtWord ? "+:" : ":", options.data(), nullptr);
+    std::string problem;
+    switch (number) {
+      case -1:
+        return std::nullopt;
+      case ':':
+        problem = "a value is missing behind " + Quote(argv[optind - 1]);
+        break;
+      case '?':
+        problem = DescribeRefused(argv[optind - 1]);
+        break;
+      case HELP:
+        return Ending{usage.help, false};
+      case VERSION:
+        return Ending{std::string(usage.program) + " " VANTACORE_VERSION "\n", false};
+      default:
+        problem = take(number, optarg);
+        break;
+    }
+    if (!problem.empty()) {
+      return UsageError(usage, problem);
+    }
+  }
+}
+
+Ending UsageError(const Usage& usage, const std::string& problem) {
+  const std::string program = usage.program;
+  return {program + ": " + problem + "\n" + program + " --help tells more.\n", true};
+}
+
+bool ReadNumber(const char* text, long low, long high, long& value) {
+  char* end = nullptr;
+  errno = 0;
+  const long number = std::strtol(text, &end, 10);
+  if (end == text || *end != '\0' || errno != 0 || number < low || number > high) {
+    return false;
+  }
+  value = number;
+  return true;
+}
+
+}  // namespace program

@@ -1,0 +1,107 @@
+#include "device/program/options.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using program::Usage;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+enum : int { NAME = 1, LOUD };
+
+class ReadOptions : public testing::Test {
+ protected:
+  std::optional<program::Ending> Read(std::vector<std::string> words) {
+    words.insert(words.begin(), "player");
+    std::vector<char*> argv;
+    for (std::string& word : words) {
+      argv.push_back(&word[0]);
+    }
+    argv.push_back(nullptr);
+    const int argc = static_cast<int>(words.size());
+    taken.clear();
+    left.clear();
+    const auto ending =
+        program::ReadOptions(usage, argc, argv.data(), [this](int number, const char* value) {
+          taken.push_back(std::to_string(number) + (value ? std::string("=") + value : ""));
+          return value && std::string(value) == "bad" ? "that is bad" : "";
+        });
+    for (int at = optind; at < argc; ++at) {
+      left.push_back(argv[static_cast<std::size_t>(at)]);
+    }
+    return ending;
+  }
+  void ExpectError(const std::vector<std::string>& words, const std::string& problem) {
+    const auto ending = Read(words);
+    ASSERT_TRUE(ending) << problem;
+    EXPECT_TRUE(ending->isError);
+    EXPECT_EQ(ending->text, "player: " + problem + "\nplayer --help tells more.\n");
+  }
+
+  Usage usage = {"player",
+                 "How to play.\n",
+                 {{"name", required_argument, nullptr, NAME}, {"loud", no_argument, nullptr, LOUD}},
+                 false};
+  std::vector<std::string> taken;
+  std::vector<std::string> left;
+};
+
+TEST_F(ReadOptions, HandsOverNumbersAndValuesInOrder) {
+  EXPECT_FALSE(Read({"--loud", "--name", "a", "--name=", "--na=b"}));
+  EXPECT_THAT(taken, ElementsAre("2", "1=a", "1=", "1=b"));
+  EXPECT_THAT(left, IsEmpty());
+}
+
+TEST_F(ReadOptions, LeavesTheWordsWhereverTheyStand) {
+  EXPECT_FALSE(Read({"one", "--loud", "two", "--", "--three"}));
+  EXPECT_THAT(taken, ElementsAre("2"));
+  EXPECT_THAT(left, ElementsAre("one", "two", "--three"));
+}
+
+TEST_F(ReadOptions, MayEndAtTheFirstWord) {
+  usage.endsAtWord = true;
+  EXPECT_FALSE(Read({"--loud", "one", "--name", "-x"}));
+  EXPECT_THAT(taken, ElementsAre("2"));
+  EXPECT_THAT(left, ElementsAre("one", "--name", "-x"));
+}
+
+TEST_F(ReadOptions, ExplainsTheProgramAndTellsItsVersion) {
+  const auto help = Read({"--loud", "--help", "--name"});
+  ASSERT_TRUE(help);
+  EXPECT_FALSE(help->isError);
+  EXPECT_EQ(help->text, "How to play.\n");
+  EXPECT_THAT(taken, ElementsAre("2"));
+  const auto version = Read({"--version"});
+  ASSERT_TRUE(version);
+  EXPECT_FALSE(version->isError);
+  EXPECT_THAT(version->text, StartsWith("player 1."));
+}
+
+TEST_F(ReadOptions, SaysWhatIsWrongWithTheFirstThatIs) {
+  ExpectError({"--name"}, "a value is missing behind \"--name\"");
+  ExpectError({"--colour"}, "no such option: \"--colour\"");
+  ExpectError({"-x"}, "no such option: \"-x\"");
+  ExpectError({"--loud", "-xyz"}, "no such option: \"-x\"");
+  ExpectError({"--loud=yes"}, "no value belongs to \"--loud=yes\"");
+  ExpectError({"--help=yes"}, "no value belongs to \"--help=yes\"");
+  ExpectError({"--bright\x1b[2J"}, "no such option: \"--bright\\x1b[2J\"");
+  ExpectError({"--name", "bad", "--colour"}, "that is bad");
+  EXPECT_THAT(taken, ElementsAre("1=bad"));
+}
+
+TEST(ReadNumber, TakesADecimalNumberInItsRangeOnly) {
+  long value = 7;
+  for (const char* text : {"", " ", "x", "1x", "1 ", "0", "11", "-1", "99999999999999999999"}) {
+    EXPECT_FALSE(program::ReadNumber(text, 1, 10, value)) << text;
+    EXPECT_EQ(value, 7) << text;
+  }
+  EXPECT_TRUE(program::ReadNumber("1", 1, 10, value));
+  EXPECT_EQ(value, 1);
+  EXPECT_TRUE(program::ReadNumber("10", 1, 10, value));
+  EXPECT_EQ(value, 10);
+}
+
+}  // namespace
