@@ -4,7 +4,6 @@
 // itself; the second column is not filled up once its text is used up.
 #include "vantacore/two_columns_formatter.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -37,12 +36,13 @@ const char* TwoColumnsFormatter::Segment(const char* text, unsigned int width) {
   if (width == 0 || *text == '\0') {
     return text;
   }
-  // One character more than fits tells whether the text ends here; the rest need not be looked at.
-  const std::size_t reach = strnlen(text, std::size_t{width} + 1);
-  if (reach <= width) {
+  // No character behind the first that does not fit needs to be looked at.
+  const std::size_t reach = strnlen(text, width);
+  if (text[reach] == '\0') {
     return text + reach - 1;
   }
-  for (std::size_t i = reach; i-- > 0;) {
+  // That character may be the blank before which the piece ends.
+  for (std::size_t i = reach + 1; i-- > 0;) {
     if (text[i] == ' ') {
       return i == 0 ? text : text + i - 1;
     }
@@ -65,8 +65,7 @@ void TwoColumnsFormatter::AppendColumn(const char*& text, unsigned int width, un
 
 const char* TwoColumnsFormatter::Format(unsigned int width1, unsigned int width2,
                                         const char* separator) {
-  if (width1 == 0 || width2 == 0 || separator == nullptr || *separator == '\0' ||
-      m_first.size() != m_second.size() || m_first.empty()) {
+  if (width1 == 0 || width2 == 0 || separator == nullptr || *separator == '\0' || m_first.empty()) {
     return nullptr;
   }
   const unsigned int indentation = static_cast<unsigned int>(std::strlen(INDENTATION));

@@ -156,6 +156,7 @@ TEST(Segment, EndsAtTheLastCharacterThatFits) {
   const char* const text = "one two three";
   EXPECT_EQ(text + 12, formatter.Segment(text, 13));
   EXPECT_EQ(text + 12, formatter.Segment(text, 100));
+  EXPECT_EQ(text + 12, formatter.Segment(text, 0xFFFFFFFFu));  // where adding one would begin again
   EXPECT_EQ(text + 6, formatter.Segment(text, 12));
   EXPECT_EQ(text + 6, formatter.Segment(text, 7));  // the blank stands right behind the width
   EXPECT_EQ(text + 2, formatter.Segment(text, 6));
