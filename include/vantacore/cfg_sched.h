@@ -54,7 +54,8 @@ class VANTACORE_API CfgItem {
   /// The identity of the item's row. It must not change after the item has been inserted. The
   /// reference is valid while the item lives.
   virtual const MibOid& GetOid() = 0;
-  /// The stack has reported the outcome of the row. The base does nothing.
+  /// CfgSched::Remove calls this on the row's first item, whatever its state, with true and the status
+  /// that the stack reported; an issued item is deleted afterwards. The base does nothing.
   virtual void SetInMib(bool inMib, unsigned int status);
   /// Whether this item may take the place of `existing` (a CfgItem of the same row). The base: yes.
   virtual bool Replace(void* existing);
@@ -95,9 +96,10 @@ class VANTACORE_API CfgSched : public PeriodicTimer {
   /// Deletes the buckets and the items in them.
   ~CfgSched() override;
 
-  /// Takes ownership of a New item. An item of the same row is replaced when the new item's Replace
-  /// agrees: the candidate is the one nearest the back; the new item takes the front entry's place,
-  /// or goes one position further forward for any other. Otherwise it is appended. Null is ignored.
+  /// Takes ownership of a New item. If the bucket holds items of the same row, and the new item's
+  /// Replace agrees to the one of them nearest the back, that one is deleted and the new item put in
+  /// for it: at the front when it stood there, else one position further forward than it stood. In all
+  /// other cases the item is appended. Null is ignored.
   void Insert(CfgKey key, CfgItem* item);
   /// The stack reported `status` for the probe's row and the item is to stay: resent later when
   /// `retry` is set and fewer than ten retries were counted. `item` is only asked for its row.

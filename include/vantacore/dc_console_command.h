@@ -119,7 +119,8 @@ class VANTACORE_API DcConsoleCommand {
   static const char* AmbBoolYesNoStr(int value);
   /// Four address bytes in network order as dotted decimal.
   static const char* DcIp4ToIp4Str(const unsigned char* addr);
-  /// Four address bytes and a prefix length, as in "10.1.0.0/16". The length is printed as it is.
+  /// Four address bytes and a prefix length, as in "10.1.0.0/16". The length is not checked; the text
+  /// is cut after 19 characters.
   static const char* ToIp4PrefixStr(const unsigned char* addr, unsigned int len);
   /// Sixteen address bytes in network order as IPv6 text.
   static const char* ToIp6Str(const unsigned char* addr);
@@ -145,7 +146,8 @@ class VANTACORE_API DcConsoleCommand {
  protected:
   /// Owned; deleted with the command.
   DcConsole* m_console;
-  unsigned short m_mark;  ///< the subclasses' own, 0 at first
+  /// The subclasses' own, 0 at first. RtmRTCommand: 1 below the table's header.
+  unsigned short m_mark;
   /// The VLAN that the command is about.
   unsigned short m_vlan;
   /// The line behind "Usage: "; borrowed.

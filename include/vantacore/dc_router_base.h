@@ -88,7 +88,7 @@ class VANTACORE_API DcRouterBase {
   DcRouterBase& operator=(const DcRouterBase&) = delete;
   virtual ~DcRouterBase();
 
-  /// The text is not looked at.
+  /// SetStatus of the status alone; the text is not looked at.
   virtual void SetStatus(string text, DcProtoInterfaceBase::ConfigStatus status);
   /// New, empty lists for a source; owned by the caller.
   virtual DcConfigLists* CreateConfigLists(const string& name, DclConfigObject::OptionType type);
@@ -143,7 +143,7 @@ class VANTACORE_API DcRouterBase {
   /// The host's interfaces, or null before Initialize.
   static DcIpInterface* GetIpInterface() { return m_ip_interface; }
   /// Registers a descriptor of the stack, under its own `id`, on the host's event loop; dropped while
-  /// there is none.
+  /// there is none. `mode` is that of DcSckInterface: 1 read, 2 write, 3 urgent data, 0 none.
   static void SetSckDescriptor(int fd, int mode, int id);
   /// Ends the registration of `fd` under the stack's `id`.
   static void RemoveSckDescriptor(int fd, int id);

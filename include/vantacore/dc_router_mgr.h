@@ -107,7 +107,7 @@ class VANTACORE_API DcRouterMgr {
   void DeleteVlan(unsigned short vid);
   /// The VLANs, in ascending order. Valid for the life of the manager; changed by documents.
   const VlanMap& GetVlans() const { return m_vlans; }
-  /// The VLAN's router, or null.
+  /// The VLAN's router, or null. Valid until the VLAN is deleted.
   DcRouterBase* GetDcRouterByVID(unsigned short vid, ProtocolType type);
   /// The same by stack instance id, IPv4 or IPv6; a type above 6 is traced and answers null.
   DcRouterBase* GetDcRouterByInstanceID(unsigned int instanceId, ProtocolType type);
@@ -133,9 +133,10 @@ class VANTACORE_API DcRouterMgr {
   void LeaveNetwork(unsigned short vid, unsigned int ifIndex);
   /// Binds the host's event loop for the stack's descriptors; borrowed for the life of the process.
   void SckInterfaceInitialize(DcSckInterface* sck);
-  /// The pointer is not kept.
+  /// Traced only; the pointer is not kept.
   void QuorpInterfaceInitialize(DcQuorpInterface* peer);
-  /// The stack registers a descriptor under its own `id`; dropped while there is no event loop.
+  /// The stack registers a descriptor under its own `id`; dropped while there is no event loop. `mode`
+  /// is that of DcSckInterface.
   void SetFiledescriptors(int fd, int id, int mode);
   /// The stack ends that registration.
   void RemoveFiledescriptors(int fd, int id);

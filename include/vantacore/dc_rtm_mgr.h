@@ -30,7 +30,7 @@ class VANTACORE_API DcRtmMgr {
   /// The settings of one instance.
   struct RTMData {
     bool ready = false;  ///< set by the stack only
-    /// The stack's timer for a routing protocol that has died; handed over as it is.
+    /// The stack's timer for a routing protocol that has died, in seconds; handed over as it is.
     std::uint32_t dead_rpm_timer = 60;
     /// Administrative distance of OSPFv2's routes inside of its areas.
     std::uint32_t ospfv2_internal = 40;
@@ -46,7 +46,7 @@ class VANTACORE_API DcRtmMgr {
     std::uint32_t ripng = 120;
     /// Administrative distance of BGP routes of other autonomous systems.
     std::uint32_t ebgp = 200;
-    /// Administrative distance of BGP routes of the own one.
+    /// Administrative distance of BGP routes of the device's own autonomous system.
     std::uint32_t ibgp = 20;
   };
 
@@ -88,7 +88,8 @@ class VANTACORE_API DcRtmMgr {
   // --- static routes ---
 
   /// Queues a route request. `type` 1 is IPv4 (4 address bytes), 2 IPv6 (16). Row status 1 active, 6
-  /// destroy; admin status 1 up, 2 down.
+  /// destroy; admin status 1 up, 2 down. The addresses are copied; a null next hop is all zero.
+  /// Without memory nothing is queued, and that is traced.
   void UpdateStaticRoute(unsigned int vlan, int type, const unsigned char* dest, int prefixLen,
                          const unsigned char* nexthop, unsigned int ifIndex, unsigned int metric,
                          int pathType, int rowStatus, int adminStatus);
@@ -110,7 +111,7 @@ class VANTACORE_API DcRtmMgr {
   // --- redistribution ---
 
   /// Queues a redistribution rule. `vlan` may carry the IPv6 instance bit; source and destination
-  /// are the stack's protocol codes.
+  /// are the stack's protocol codes. Without memory nothing is queued, and that is traced.
   void Redistribute(unsigned int rowStatus, unsigned int adminStatus, unsigned int source,
                     unsigned int destination, unsigned short vlan);
   /// Queues the rule that a change asks for: added when it is enabled now, withdrawn when it no
@@ -132,6 +133,11 @@ class VANTACORE_API DcRtmMgr {
 
   std::map<unsigned short, RTMData> m_rtmData;  // by protocol instance id
 };
+
+/// The VLAN of a protocol instance of either family: the low 16 bits without IP6_INSTANCE_BIT.
+constexpr unsigned short VlanOfInstance(unsigned int instance) {
+  return static_cast<unsigned short>(instance & ~unsigned{DcRtmMgr::IP6_INSTANCE_BIT});
+}
 
 }  // namespace Tarsel
 

@@ -2,7 +2,6 @@
 #ifndef VANTACORE_DCL_CONFIG_OBJECT_H
 #define VANTACORE_DCL_CONFIG_OBJECT_H
 
-#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <set>
@@ -52,7 +51,7 @@ class VANTACORE_API DclConfigObject {
   virtual unsigned short GetRowStatus() = 0;
   /// The next commit is to remove the row from the stack.
   virtual void SetDestroy() = 0;
-  /// Prints the object; the console stays the caller's.
+  /// Prints the object; the console stays the caller's. `id` is the filter's, 0 for any.
   virtual void Display(DcConsole* console, unsigned int id) = 0;
   /// Pushes the pending change. True when the object is finished with and is to be deleted from its
   /// list.
@@ -156,7 +155,8 @@ class VANTACORE_API DCLConfigList {
   /// Commits every object with a pending change, in list order; after each that finished, and was
   /// deleted, again from the head.
   virtual void CommitToMib();
-  /// 0 unchanged, 1 updated, 2 new.
+  /// 0 unchanged, 1 updated, 2 new. Without a match it is the last object's Compare, 2 for an empty
+  /// list; ParseGroup adds the object for exactly 2.
   virtual int FindNewObjectAndUpdate(DclConfigObject* parsed);
   /// The object of one group, owned by the caller; null when the group is rejected.
   virtual DclConfigObject* ParseObjectFromOption(const OptionsNode& group, const string& name,
@@ -207,8 +207,8 @@ VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, int
 /// The same for an unsigned integer.
 VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, unsigned int& value,
                                    int& length);
-/// At most 127 characters, not terminated when there are that many. An absent or empty member is
-/// the empty text and success; a text that begins with ".*" is refused (false, the empty text) and
+/// At most 127 characters, padded with zeros to 127 bytes; not terminated when there are that many. An
+/// absent or empty member is the empty text and success (only the first byte is written); a text that begins with ".*" is refused (false, the empty text) and
 /// traced.
 VANTACORE_API bool ReadDCLMibString(const OptionsNode& node, const char* key, unsigned char* out,
                                     unsigned int& length);

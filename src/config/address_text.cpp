@@ -3,7 +3,6 @@
 // A route's request and its answer put four IPv4 addresses into log lines, shown or not, so these are
 // written digit by digit: printf would take longer than all the rest of the route.
 #include <cstdio>
-#include <cstring>
 
 #include "vantacore/config_parser.h"
 
@@ -26,10 +25,10 @@ char* WriteDecimal(char* to, unsigned int byte) {
   return to;
 }
 
-// Gives back the end of the text.
-char* WriteIp4(char (&buffer)[IP4_TEXT_SIZE], const void* address) {
+// `to` has room for IP4_TEXT_SIZE bytes. Gives back the end of the text.
+char* WriteIp4(char* to, const void* address) {
   const auto* bytes = static_cast<const unsigned char*>(address);
-  char* to = WriteDecimal(buffer, bytes[0]);
+  to = WriteDecimal(to, bytes[0]);
   for (int i = 1; i < 4; ++i) {
     *to++ = '.';
     to = WriteDecimal(to, bytes[i]);
@@ -41,9 +40,7 @@ char* WriteIp4(char (&buffer)[IP4_TEXT_SIZE], const void* address) {
 }  // namespace
 
 char* Ip4AddrToStr(char* buffer, const void* address) {
-  char text[IP4_TEXT_SIZE];
-  const char* const end = WriteIp4(text, address);
-  std::memcpy(buffer, text, static_cast<std::size_t>(end - text) + 1);
+  WriteIp4(buffer, address);
   return buffer;
 }
 

@@ -50,11 +50,11 @@ int ParseBool(bool* value, const char* text) {
   if (text == nullptr) {
     return 0;
   }
-  if (strcasecmp(text, "0") == 0) {
+  if (std::strcmp(text, "0") == 0) {
     *value = false;
     return 1;
   }
-  if (strcasecmp(text, "1") == 0) {
+  if (std::strcmp(text, "1") == 0) {
     *value = true;
     return 1;
   }

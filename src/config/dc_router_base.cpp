@@ -182,10 +182,7 @@ void DcRouterBase::ProcessIPAddressChange(unsigned int ifIndex, const Ip4Addr& a
   }
 }
 
-string DcRouterBase::FormatIpv4Addr(const void* address) const {
-  char buffer[16];
-  return string(Ip4AddrToStr(buffer, address));
-}
+string DcRouterBase::FormatIpv4Addr(const void* address) const { return FormatIp4Addr(address); }
 
 // ---- the host's interfaces
 

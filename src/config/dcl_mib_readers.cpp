@@ -10,7 +10,7 @@ namespace Tarsel {
 namespace {
 
 constexpr std::size_t MAX_STRING = 127;
-// Texts of rows may be patterns; one that may begin with anything is refused.
+// Row texts may be regular expressions. One with this beginning matches any beginning: refused.
 const char ANY_BEGINNING[] = ".*";
 
 template <class Number>

@@ -11,7 +11,7 @@ namespace {
 enum RowStatus : unsigned { ROW_ACTIVE = 1, ROW_DESTROY = 6 };
 enum AdminStatus : unsigned { ADMIN_UP = 1, ADMIN_DOWN = 2 };
 
-// The statuses that a route request carries. The rest of a request that adds nothing is zero.
+// What a request carries beside the route's name. Metric and type are 0 unless a route is added.
 struct Change {
   unsigned int rowStatus;
   unsigned int adminStatus;

@@ -56,6 +56,7 @@ const char* DcConsoleCommand::ToIp6PrefixStr(const unsigned char* addr, unsigned
   return buffer;
 }
 
+// By way of the text, whose buffer this call is known to overwrite.
 bool DcConsoleCommand::IsEqual(const Ip4Addr& a, const unsigned char* bytes) {
   Ip4Addr b;
   ParseAddress(b, DcIp4ToIp4Str(bytes));

@@ -1,9 +1,9 @@
 // The interface table.
 //
 // Two walks, one after the other: the interfaces, then their addresses. The rows of both are kept by
-// interface index and printed when the second walk ends. A walk begins at the command's instance and
-// would run on into later ones; it is ended at the first row of those. Lower instances do not come,
-// and would be taken.
+// interface index and printed when the second walk ends. A walk starts at the command's instance and
+// would run on into later ones; it is ended at the first row of one. Rows of earlier instances cannot
+// come, so they are not filtered out.
 #include "vantacore/dc_interface_console_command.h"
 
 #include "stack/sms.h"
@@ -21,9 +21,6 @@ constexpr unsigned int NEXT_ROW = 1;
 constexpr unsigned int END_COMMAND = 0;
 constexpr unsigned int END_WALK = 256;
 
-constexpr int IP_PROTO_IP4 = 0;
-constexpr int IP_PROTO_IP6 = 41;
-
 constexpr std::uint32_t OPER_UP = 1;
 
 bool IsRowOrEnd(unsigned int result) {
@@ -33,10 +30,6 @@ bool IsRowOrEnd(unsigned int result) {
 // Instances are compared as signed numbers.
 bool IsLaterInstance(std::uint32_t instance, unsigned int own) {
   return static_cast<std::int32_t>(instance) > static_cast<std::int32_t>(own);
-}
-
-unsigned int VlanOf(std::uint32_t instance) {
-  return instance & 0xFFFFu & ~unsigned{DcRtmMgr::IP6_INSTANCE_BIT};
 }
 
 }  // namespace
@@ -55,8 +48,8 @@ DcInterfaceConsoleCommand::DcInterfaceConsoleCommand(DcConsole* console, unsigne
 DcInterfaceConsoleCommand::~DcInterfaceConsoleCommand() = default;
 
 bool DcInterfaceConsoleCommand::Parse(int, char**) {
-  m_instance =
-      DcRtmMgr::GetDclProtocolInstanceIdFromVlan(m_vlan, m_ipv6 ? IP_PROTO_IP6 : IP_PROTO_IP4);
+  m_instance = DcRtmMgr::GetDclProtocolInstanceIdFromVlan(
+      m_vlan, m_ipv6 ? DcRtmMgr::PROTO_IPV6 : DcRtmMgr::PROTO_IPV4);
   sms_get_next_i3_ei(m_instance, ResponseHandler, static_cast<DcConsoleCommand*>(this));
   return true;
 }
@@ -115,7 +108,7 @@ void DcInterfaceConsoleCommand::PrintTable() const {
 
 void DcInterfaceConsoleCommand::PrintInterface(const Entry& entry) const {
   const amb_stubs_i3_ei& interface = entry.first;
-  Print("%4u %10u %10s ", VlanOf(interface.instance), interface.if_index, interface.name);
+  Print("%4u %10u %10s ", VlanOfInstance(interface.instance), interface.if_index, interface.name);
   Print("%6s %6u %6s ", interface.oper_status == OPER_UP ? "UP" : "DOWN", interface.mtu,
         GetIfFlagsStr(&interface).c_str());
   bool isFirst = true;

@@ -19,16 +19,11 @@ unsigned int Significant(unsigned int length) { return std::min(length, IP6_LENG
 
 DclIpAddress::DclIpAddress(const unsigned char* bytes, unsigned int length) { Init(bytes, length); }
 
-DclIpAddress::DclIpAddress(const DclIpAddress& other) { Init(other.m_bytes, other.m_length); }
+DclIpAddress::DclIpAddress(const DclIpAddress& other) = default;
 
 DclIpAddress::~DclIpAddress() = default;
 
-DclIpAddress& DclIpAddress::operator=(const DclIpAddress& other) {
-  if (this != &other) {
-    Init(other.m_bytes, other.m_length);
-  }
-  return *this;
-}
+DclIpAddress& DclIpAddress::operator=(const DclIpAddress& other) = default;
 
 void DclIpAddress::Init(const unsigned char* bytes, unsigned int length) {
   std::memset(m_bytes, 0, sizeof(m_bytes));
@@ -57,8 +52,8 @@ bool DclIpAddress::Ip6AddrFromString(const char* text) {
 }
 
 bool DclIpAddress::operator==(const DclIpAddress& other) const {
-  return this == &other || (m_length == other.m_length &&
-                            std::memcmp(m_bytes, other.m_bytes, Significant(m_length)) == 0);
+  return m_length == other.m_length &&
+         std::memcmp(m_bytes, other.m_bytes, Significant(m_length)) == 0;
 }
 
 bool DclIpAddress::operator==(const Ip4Addr& other) const {
@@ -70,13 +65,10 @@ Ip4Addr DclIpAddress::ToIp4Addr() const { return Ip4Addr::FromBytes(m_bytes); }
 Ip6Addr DclIpAddress::ToIp6Addr() const { return Ip6Addr::FromBytes(m_bytes); }
 
 string DclIpAddress::ToString() const {
-  string text;
   if (m_length <= IP4_LENGTH) {
-    text.Format("%u.%u.%u.%u", m_bytes[0], m_bytes[1], m_bytes[2], m_bytes[3]);
-  } else if (m_length <= IP6_LENGTH) {
-    text = ToIp6Addr().ToString();
+    return FormatIp4Addr(m_bytes);
   }
-  return text;
+  return m_length <= IP6_LENGTH ? FormatIp6Addr(m_bytes) : string();
 }
 
 }  // namespace Tarsel

@@ -55,11 +55,6 @@ bool IsInFib(const amb_cipr_rtm_rib* row) { return row->fib_flag == 1; }
 bool IsInterfacePending(const amb_cipr_rtm_route*) { return false; }
 bool IsInterfacePending(const amb_cipr_rtm_rib* row) { return row->interface_pending == 1; }
 
-template <class T>
-unsigned short VlanOf(const T* row) {
-  return static_cast<unsigned short>(row->instance & ~std::uint32_t{DcRtmMgr::IP6_INSTANCE_BIT});
-}
-
 // Copies: the two texts share a buffer in the IPv6 view, and both go into one line.
 
 template <class T>
@@ -79,7 +74,7 @@ const char* InterfaceText(const T* row) {
   if (IsInterfacePending(row)) {
     return "TBD";
   }
-  return DcInterfaceMgr::GetInstance()->GetIfName(VlanOf(row), row->if_index);
+  return DcInterfaceMgr::GetInstance()->GetIfName(VlanOfInstance(row->instance), row->if_index);
 }
 
 }  // namespace
@@ -173,15 +168,15 @@ void RtmRTCommand<T>::PrintTableRow(const T* row) const {
   const Widths widths = WidthsOf(m_family);
   const string prefix = PrefixText(row, m_family);
   const string nextHop = NextHopText(row, m_family);
-  Print("%c%4u %*s %*s %10s %10u %-10s\n", IsInFib(row) ? '>' : ' ', VlanOf(row), widths.prefix,
-        prefix.c_str(), widths.nextHop, nextHop.c_str(), InterfaceText(row), row->age,
-        ProtoStr(row));
+  Print("%c%4u %*s %*s %10s %10u %-10s\n", IsInFib(row) ? '>' : ' ', VlanOfInstance(row->instance),
+        widths.prefix, prefix.c_str(), widths.nextHop, nextHop.c_str(), InterfaceText(row),
+        row->age, ProtoStr(row));
 }
 
 template <class T>
 void RtmRTCommand<T>::PrintEntry(const T* row) const {
   TwoColumnsFormatter formatter;
-  formatter.PushRow("VLAN", VlanOf(row));
+  formatter.PushRow("VLAN", VlanOfInstance(row->instance));
   formatter.PushRow("Destination", PrefixText(row, m_family));
   formatter.PushRow("Nexthop", NextHopText(row, m_family));
   formatter.PushRow("Route Type", TypeStr(row));
@@ -219,13 +214,13 @@ bool RtmRTCommand<T>::ParseDestination(DcConsoleCommand& cmd, const char* text) 
 
 template <class T>
 bool RtmRTCommand<T>::ParseProtocol(DcConsoleCommand& cmd, const char* text) {
-  static const std::map<string, int> protos = {
+  static const std::map<string, unsigned int> protos = {
       {"bgp", 14}, {"connected", 2}, {"ospf", 13}, {"rip", 8}, {"static", 3}};
   const auto proto = protos.find(text);
   if (proto == protos.end()) {
     return false;
   }
-  static_cast<RtmRTCommand&>(cmd).m_proto = static_cast<unsigned int>(proto->second);
+  static_cast<RtmRTCommand&>(cmd).m_proto = proto->second;
   return true;
 }
 

@@ -30,9 +30,6 @@ namespace Tarsel {
 
 namespace {
 
-constexpr int IP_PROTO_IP4 = 0;
-constexpr int IP_PROTO_IP6 = 41;
-
 /// Creates one of a VLAN's routers; null when there is no memory for it.
 typedef DcRouterBase* (*RouterMaker)(unsigned short vid);
 
@@ -44,10 +41,10 @@ const RouterMaker ROUTER_MAKERS[DcRouterMgr::PROTOCOL_COUNT] = {
     [](unsigned short vid) -> DcRouterBase* { return new (std::nothrow) DcRipv2Router(vid); },
     [](unsigned short vid) -> DcRouterBase* { return new (std::nothrow) DcRipngRouter(vid); },
     [](unsigned short vid) -> DcRouterBase* {
-      return new (std::nothrow) DcMulticastRouter(vid, IP_PROTO_IP4);
+      return new (std::nothrow) DcMulticastRouter(vid, DcRtmMgr::PROTO_IPV4);
     },
     [](unsigned short vid) -> DcRouterBase* {
-      return new (std::nothrow) DcMulticastRouter(vid, IP_PROTO_IP6);
+      return new (std::nothrow) DcMulticastRouter(vid, DcRtmMgr::PROTO_IPV6);
     },
 };
 
@@ -203,8 +200,7 @@ DcRouterBase* DcRouterMgr::GetDcRouterByInstanceID(unsigned int instanceId, Prot
     TRACE(10, "Invalid protocol type\n");
     return nullptr;
   }
-  const unsigned int vid = instanceId & 0xFFFFu & ~unsigned{DcRtmMgr::IP6_INSTANCE_BIT};
-  return GetDcRouterByVID(static_cast<unsigned short>(vid), type);
+  return GetDcRouterByVID(VlanOfInstance(instanceId), type);
 }
 
 void DcRouterMgr::ForEachDcRouter(DcRouterIteratorFunc* fn, ProtocolType type) {

@@ -11,8 +11,6 @@ namespace Tarsel {
 
 namespace {
 
-constexpr int IP_PROTO_IP4 = 0;
-
 // The VLAN's IGMP router; traces why there is none.
 DcMulticastRouter* FindIgmpRouter(DcRouterMgr& manager, unsigned short vid) {
   if (manager.GetVlans().count(vid) == 0) {
@@ -63,7 +61,8 @@ void DcRouterMgr::JoinNetwork(unsigned short vid, unsigned int ifIndex) {
   }
 }
 
-// A remote that leaves may not be the last one on its interface, so the interface stays.
+// A remote that leaves may not be the last one on its interface, so the interface stays. The router
+// is still asked whether it is enabled, as it is for a join; nothing depends on the answer.
 void DcRouterMgr::LeaveNetwork(unsigned short vid, unsigned int) {
   const DcMulticastRouter* const router = FindIgmpRouter(*this, vid);
   if (router != nullptr) {
@@ -80,6 +79,7 @@ void DcRouterMgr::QuorpInterfaceInitialize(DcQuorpInterface*) {
   TRACE(10, "Initializing quorpinterface \n");
 }
 
+// Mind the order: the router base takes the mode before the id.
 void DcRouterMgr::SetFiledescriptors(int fd, int id, int mode) {
   DcRouterBase::SetSckDescriptor(fd, mode, id);
 }
@@ -111,8 +111,8 @@ bool DcRouterMgr::GetIPSTracing() const {
 
 void DcRouterMgr::BgpPeerAct(unsigned int vid, int argc, char** argv) {
   const unsigned short vlan = static_cast<unsigned short>(vid);
-  DcBgpRouter* const router =
-      DcBgpRouter::GetRouter(DcRtmMgr::GetDclProtocolInstanceIdFromVlan(vlan, IP_PROTO_IP4));
+  DcBgpRouter* const router = DcBgpRouter::GetRouter(
+      DcRtmMgr::GetDclProtocolInstanceIdFromVlan(vlan, DcRtmMgr::PROTO_IPV4));
   if (router != nullptr) {
     router->DummyConsoleCommand(vlan, argc, argv);
   }

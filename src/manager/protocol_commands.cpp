@@ -10,15 +10,13 @@
 #include "routers/multicast_router.h"
 #include "vantacore/dc_router_base.h"
 #include "vantacore/dc_router_mgr.h"
+#include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/rtm_commands.h"
 #include "vantacore/two_columns_formatter.h"
 
 namespace Tarsel {
 
 namespace {
-
-constexpr unsigned short IP_PROTO_IP4 = 0;
-constexpr unsigned short IP_PROTO_IP6 = 41;
 
 /// A sub-command's line in the help.
 struct HelpRow {
@@ -176,10 +174,7 @@ bool ResetFilter(DcRouterMgr& manager, DcConsole* console, int argc, char** argv
 }  // namespace
 
 void DcRouterMgr::ConCmdIp4Rtm(void*, DcConsole* console, int argc, char** argv) {
-  static string usage;
-  if (usage.empty()) {
-    usage = BuildHelp(IP4_HELP);
-  }
+  static const string usage = BuildHelp(IP4_HELP);
   DcRouterMgr* const manager = GetInstance();
   if (argc > 1 && manager != nullptr) {
     const char* const word = argv[1];
@@ -196,7 +191,7 @@ void DcRouterMgr::ConCmdIp4Rtm(void*, DcConsole* console, int argc, char** argv)
       return;
     }
     if (BeginsLike(word, "database")) {
-      RunRibCommand(console, IP_PROTO_IP4, argc - 2, argv + 2);
+      RunRibCommand(console, DcRtmMgr::PROTO_IPV4, argc - 2, argv + 2);
       return;
     }
     if (IsWord(word, "ips")) {
@@ -212,10 +207,7 @@ void DcRouterMgr::ConCmdIp4Rtm(void*, DcConsole* console, int argc, char** argv)
 }
 
 void DcRouterMgr::ConCmdIp6Rtm(void*, DcConsole* console, int argc, char** argv) {
-  static string usage;
-  if (usage.empty()) {
-    usage = BuildHelp(IP6_HELP);
-  }
+  static const string usage = BuildHelp(IP6_HELP);
   DcRouterMgr* const manager = GetInstance();
   if (argc > 1 && manager != nullptr) {
     if (IsWord(argv[1], "summary")) {
@@ -223,7 +215,7 @@ void DcRouterMgr::ConCmdIp6Rtm(void*, DcConsole* console, int argc, char** argv)
       return;
     }
     if (IsWord(argv[1], "database")) {
-      RunRibCommand(console, IP_PROTO_IP6, argc - 2, argv + 2);
+      RunRibCommand(console, DcRtmMgr::PROTO_IPV6, argc - 2, argv + 2);
       return;
     }
   }
@@ -261,6 +253,8 @@ void DcRouterMgr::ConCmdIpsTrace(DcConsole* console, int argc, char** argv) {
   console->Print("%s", IPS_USAGE);
 }
 
+// The protocol routers' library declares this handler and leaves it to us: a console handler of the
+// `ip` tree has no argument for the family.
 void DcMulticastRouter::Ip4ConsoleCommand(void* context, DcConsole* console, int argc,
                                           char** argv) {
   ConsoleCommand(context, console, argc, argv, false);

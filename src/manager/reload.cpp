@@ -56,7 +56,7 @@ void WithdrawFromRouters(const DcRouterMgr::VlanRouters& record, const string& f
 
 bool DcRouterMgr::Reload(Options const& doc, string const& fileName, OptionType type) {
   const OptionsNode group = doc.GetRootNode().GetChildNode(m_vlanConfigKey);
-  if (group.IsNull() || group.IsEmpty()) {
+  if (group.IsEmpty()) {
     DeleteOptions(fileName, type);
     return true;
   }
@@ -69,12 +69,13 @@ bool DcRouterMgr::Reload(Options const& doc, string const& fileName, OptionType 
   const OptionsNodeIterator end = group.end();
   for (OptionsNodeIterator position = group.begin(); position != end; ++position) {
     const OptionsNode entry = *position;
-    if (entry.IsNull() || entry.IsEmpty()) {
+    if (entry.IsEmpty()) {
       continue;
     }
     int number = 0;
     if (!entry.AsVal(number, "vid")) {
-      // The text is that of the position, not of the failed read; scripts know the short message.
+      // The error text is that of a node fresh from the iterator, not of the one that failed: it is
+      // empty, and scripts rely on the line as it is.
       TRACE("Unable to Get VLAN ID:%s\n", (*position).GetErrorText());
       continue;
     }

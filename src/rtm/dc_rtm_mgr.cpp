@@ -112,6 +112,7 @@ bool DcRtmMgr::UpdateRtmConfig(unsigned short vlan, OptionsNode const& node,
     return true;
   }
   GetRTMConfig(node, &data);
+  // Creating an instance cannot fail yet; the callers are ready for the day when it can.
   if (!CreateRTMInstance(vlan, PROTO_IPV4, data)) {
     TRACE(0, "Error in creating IPv4 Unicast RTM\n");
     return false;
@@ -148,18 +149,17 @@ bool DcRtmMgr::GetRTMConfig(OptionsNode const& node, RTMData* data) {
 
 bool DcRtmMgr::CreateRTMInstance(unsigned short vlan, int proto, RTMData const& data) {
   const unsigned short instance = GetDclProtocolInstanceIdFromVlan(vlan, proto);
+  TRACE(10, "Creating RTM Instance %u\n", instance);
   const auto record = m_rtmData.find(instance);
   if (record == m_rtmData.end()) {
     m_rtmData.emplace(instance, data);
   } else if (HasSameSettings(record->second, data)) {
-    TRACE(10, "Creating RTM Instance %u\n", instance);
     return true;
   } else {
     const bool ready = record->second.ready;
     record->second = data;
     record->second.ready = ready;
   }
-  TRACE(10, "Creating RTM Instance %u\n", instance);
   const bool ipv6 = proto != PROTO_IPV4;
   amb_cipr_rtm_entity row = MakeActiveRow(instance, ipv6, data);
   row.word[WORD_BGP_FIRST] = data.ibgp;

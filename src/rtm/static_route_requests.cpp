@@ -5,7 +5,6 @@
 // values names the row, and the scheduler then drops its own item, sends it again later, or leaves
 // it Issued for good. Routes of both families of a VLAN share one bucket of the scheduler.
 
-#include <cstddef>
 #include <new>
 
 #include "tarsel/trace.h"
@@ -80,7 +79,7 @@ void HandleAnswer(const CfgKey& key, CfgItem& probe, int rowStatus, unsigned int
 string FormatAddress(int type, const unsigned char* address) {
   static const unsigned char unspecified[16] = {};
   const unsigned char* bytes = address == nullptr ? unspecified : address;
-  return type == TYPE_IPV4 ? FormatIp4Addr(static_cast<const void*>(bytes)) : FormatIp6Addr(bytes);
+  return type == TYPE_IPV4 ? FormatIp4Addr(bytes) : FormatIp6Addr(bytes);
 }
 
 }  // namespace

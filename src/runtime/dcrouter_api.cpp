@@ -12,6 +12,7 @@
 using Tarsel::DcInterfaceMgr;
 using Tarsel::DcRouterMgr;
 using Tarsel::DcRtmMgr;
+using Tarsel::VlanOfInstance;
 
 namespace {
 
@@ -20,10 +21,6 @@ constexpr int RTM_CONFIG_UNKNOWN = 2;
 
 // The line under which the missing primary interface is reported.
 constexpr int ASSERT_LINE = 95;
-
-unsigned short VlanOf(unsigned int id) {
-  return static_cast<unsigned short>(id & ~static_cast<unsigned int>(DcRtmMgr::IP6_INSTANCE_BIT));
-}
 
 unsigned short Low16(unsigned int value) { return static_cast<unsigned short>(value); }
 
@@ -69,11 +66,11 @@ int cIsNBaseRescheduled(void) {
 int cIsIpv6Instance(unsigned int id) { return (id & DcRtmMgr::IP6_INSTANCE_BIT) != 0 ? 1 : 0; }
 
 unsigned int cGetIp4Instance(unsigned int id) {
-  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(VlanOf(id), DcRtmMgr::PROTO_IPV4);
+  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(VlanOfInstance(id), DcRtmMgr::PROTO_IPV4);
 }
 
 unsigned int cGetIp6Instance(unsigned int id) {
-  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(VlanOf(id), DcRtmMgr::PROTO_IPV6);
+  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(VlanOfInstance(id), DcRtmMgr::PROTO_IPV6);
 }
 
 void cSetRouteState(unsigned int id, int type, const unsigned char* destination,
@@ -81,8 +78,8 @@ void cSetRouteState(unsigned int id, int type, const unsigned char* destination,
                     unsigned int if_index, int metric, int path_type, int row_status,
                     int admin_status, unsigned int unused, unsigned int status) {
   if (DcRtmMgr* rtm = DcRtmMgr::GetInstance()) {
-    rtm->UpdateRouteCallback(VlanOf(id), type, destination, prefix_length, next_hop, if_index,
-                             metric, path_type, row_status, admin_status, unused, status);
+    rtm->UpdateRouteCallback(VlanOfInstance(id), type, destination, prefix_length, next_hop,
+                             if_index, metric, path_type, row_status, admin_status, unused, status);
   }
 }
 
@@ -116,7 +113,7 @@ int cGetAddress(unsigned int id, unsigned int* addr) {
   if (addr == nullptr) {
     return 0;
   }
-  const unsigned short vlan = VlanOf(id);
+  const unsigned short vlan = VlanOfInstance(id);
   const char* name = DcInterfaceMgr::GetInstance()->GetPrimaryInterface(vlan);
   if (name == nullptr) {
     Tarsel::OnAssert("intf_name != 0", "dcrouter_api", ASSERT_LINE);
@@ -125,7 +122,7 @@ int cGetAddress(unsigned int id, unsigned int* addr) {
 }
 
 int cGetVlanAddress(unsigned int id, unsigned int* addr) {
-  return addr == nullptr ? 0 : GetAddressOf(VlanOf(id), "eth0", addr);
+  return addr == nullptr ? 0 : GetAddressOf(VlanOfInstance(id), "eth0", addr);
 }
 
 int cI3Ready(void) {

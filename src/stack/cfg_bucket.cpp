@@ -19,9 +19,10 @@ void LeaveRing(CfgNode* node) {
   node->sameNext->samePrev = node->samePrev;
 }
 
-// Items are about this large, and the first lines of the cache that they take hold the state and, for
-// all kinds that there are, the part of the identifier that is in use. The rest is needed when the
-// item goes: its memory is what the allocator hands out next, to be filled.
+// How many bytes of an item are fetched ahead. The head holds the state and, for all kinds of items
+// that there are, the sub-identifiers in use: all that a search looks at. An item that is about to be
+// deleted is fetched as a whole, because the allocator hands its memory out for the next item, which is
+// then filled.
 constexpr std::size_t CACHE_LINE = 64;
 constexpr std::size_t ITEM_HEAD = 3 * CACHE_LINE;
 constexpr std::size_t ITEM_SIZE = 10 * CACHE_LINE;
@@ -54,9 +55,10 @@ void CfgBucket::Expect(CfgNode* node) {
   }
 }
 
-// `size` says how much of the item will be needed.
+// `size` is how many bytes of the item the caller will touch.
 CfgBucket::First CfgBucket::FindRow(const Row& row, std::size_t size) {
-  // A ring of one has its first and its last item in hand.
+  // The expected node is taken without the table only when it is alone in its ring: then it is the
+  // row's first item and its last.
   CfgNode* node = m_expected;
   if (node == nullptr || !(node->key == row.key) || node->sameNext != node ||
       !IsItem(row, node->item)) {
@@ -122,7 +124,7 @@ void CfgBucket::Append(CfgItem* item, const Row& row, CfgNode* last) {
   }
 }
 
-// The node stays the row's, so that it goes on lying near its neighbours.
+// The node is kept and only its item changes: it goes on lying beside its neighbours in memory.
 CfgItem* CfgBucket::ReplaceLast(CfgNode* last, CfgItem* item) {
   CfgItem* replaced = last->item;
   CfgNode* first = last->sameNext;

@@ -55,16 +55,16 @@ class CfgBucket {
 
   /// Puts `item` at the back. `last` is what FindLast answers for its row.
   void Append(CfgItem* item, const Row& row, CfgNode* last);
-  /// Puts `item` in for that of `last`, the last node of its row, and moves the node to the place that
-  /// a replacement is to have: the front when it stands there, otherwise in front of its predecessor.
-  /// Gives back the item that was replaced.
+  /// Replaces the item of `last`, the last node of its row, by `item`, and moves the node one position
+  /// towards the front, where a replacement belongs; a node at the front stays there. Gives back the
+  /// replaced item, which is in no bucket any more.
   CfgItem* ReplaceLast(CfgNode* last, CfgItem* item);
   /// Takes the node out; it is gone then.
   void Unlink(CfgNode* node);
 
-  /// A pass over the bucket need not be repeated when the last one left no New item behind and none
-  /// has come since. A New item that stays, or comes, is reported with Disturb, also between the
-  /// start and the end of a pass.
+  /// A pass need not visit a quiet bucket: the last pass has left no New item in it, and no item has
+  /// become New since. A pass calls StartPass before the first item and EndPass after the last.
+  /// Whoever puts a New item into the bucket, or leaves one there, calls Disturb, also in between.
   void StartPass() { m_quietFrom = s_newItems; }
   void EndPass() { m_quietSince = m_quietFrom; }
   void Disturb() { m_quietFrom = m_quietSince = 0; }
@@ -96,8 +96,8 @@ class CfgBucket {
   CfgNode* m_back;
   CfgNode* m_expected;         // behind the one that was found last, or null
   OidTable<First> m_rows;      // the first item of each row
-  std::uint64_t m_quietFrom;   // what m_quietSince becomes when the pass ends undisturbed
-  std::uint64_t m_quietSince;  // the count of new items at the last such pass
+  std::uint64_t m_quietFrom;   // s_newItems when the pass under way began; 0 once it is disturbed
+  std::uint64_t m_quietSince;  // s_newItems when the last undisturbed pass began; 0 if not quiet
 };
 
 }  // namespace Tarsel

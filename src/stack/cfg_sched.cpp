@@ -129,7 +129,8 @@ void CfgSched::Remove(CfgKey key, CfgItem* item, unsigned int status) {
   }
 }
 
-// No walk is to come to the node, which leaves its place.
+// Moves every walk that would come to the node next on to the one behind it: the node is about to
+// leave its place.
 void CfgSched::MoveOn(const CfgNode* node) {
   for (Walk* walk = m_walk; walk != nullptr; walk = walk->outer) {
     if (walk->cursor == node) {
@@ -221,7 +222,8 @@ bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
   if (walk.bucket != nullptr && goOn) {
     bucket->EndPass();
   } else if (walk.bucket != nullptr) {
-    // Stopped short inside another pass, it must not leave its start for that one to end.
+    // A pass may run inside another one over the same bucket, and both use the bucket's one mark of
+    // their start. This one has been cut short, so the outer one must not end as undisturbed.
     bucket->Disturb();
   }
   m_walk = walk.outer;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "stack/sms.h"
 #include "tarsel/trace.h"
@@ -15,8 +16,6 @@ namespace {
 
 constexpr int TYPE_IPV4 = 1;
 constexpr int TYPE_IPV6 = 2;
-constexpr int PROTOCOL_IPV4 = 0;
-constexpr int PROTOCOL_IPV6 = 41;
 
 unsigned short InstanceOf(std::uint32_t vlan, int protocol) {
   return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(static_cast<unsigned short>(vlan), protocol);
@@ -33,22 +32,16 @@ const void* AsPointer(std::int32_t code) {
 MibAction::~MibAction() = default;
 
 RouteAction::RouteAction(CfgRouteEntry& entry, unsigned long vlan)
-    : m_vlan(static_cast<std::uint32_t>(vlan)) {
-  m_entry.type = entry.type;
-  std::copy_n(entry.destination, entry.GetAddressLength(), m_entry.destination);
-  std::copy_n(entry.gateway, entry.GetAddressLength(), m_entry.gateway);
-  m_entry.prefixLen = entry.prefixLen;
-  m_entry.ifIndex = entry.ifIndex;
-  m_entry.metric = entry.metric;
-  m_entry.other = entry.other;
-  m_entry.pathType = entry.pathType;
-  m_entry.rowStatus = entry.rowStatus;
-  m_entry.adminStatus = entry.adminStatus;
+    : m_entry(entry), m_vlan(static_cast<std::uint32_t>(vlan)) {
+  // Of an IPv4 address only the first four bytes mean anything.
+  const unsigned int length = entry.GetAddressLength();
+  std::fill(m_entry.destination + length, std::end(m_entry.destination), 0);
+  std::fill(m_entry.gateway + length, std::end(m_entry.gateway), 0);
 }
 
 void RouteAction::IssueReq(bool shared) {
   const unsigned short instance =
-      InstanceOf(m_vlan, m_entry.type == TYPE_IPV4 ? PROTOCOL_IPV4 : PROTOCOL_IPV6);
+      InstanceOf(m_vlan, m_entry.type == TYPE_IPV4 ? DcRtmMgr::PROTO_IPV4 : DcRtmMgr::PROTO_IPV6);
   const string destination = m_entry.Format(m_entry.destination);
   const string gateway = m_entry.Format(m_entry.gateway);
   TRACE(
@@ -126,7 +119,7 @@ IPv6AddressAction::IPv6AddressAction(long rowStatus, unsigned int vlan, unsigned
 // Without a message, unlike the other four: the log of a device with many IPv6 addresses is long
 // enough.
 void IPv6AddressAction::IssueReq(bool) {
-  sms_act_ipaddr(m_rowStatus, InstanceOf(m_vlan, PROTOCOL_IPV6), TYPE_IPV6, m_ifIndex,
+  sms_act_ipaddr(m_rowStatus, InstanceOf(m_vlan, DcRtmMgr::PROTO_IPV6), TYPE_IPV6, m_ifIndex,
                  m_address.GetBytes(), m_prefixLen);
 }
 

@@ -10,8 +10,8 @@
 namespace Tarsel {
 
 /// Nodes in blocks, so that those that came one after the other lie side by side: a list of them is
-/// read at a fraction of the fetches that nodes scattered between items cost. A block stays until the
-/// pool goes; Node is a plain record with a pointer `next`, by which the free ones hang together.
+/// read at a fraction of the fetches that nodes scattered between items cost. Blocks are freed
+/// with the pool only. Node is a plain record with a pointer `next`, which links the free nodes.
 template <class Node>
 class NodePool {
  public:

@@ -19,8 +19,9 @@ inline std::uint32_t HashOid(const unsigned int* subIds, unsigned int count) {
   return static_cast<std::uint32_t>(hash);
 }
 
-/// What is kept of an identifier: enough to tell nearly all others apart, and its exact length, which
-/// need then not be fetched from behind the sub-identifiers.
+/// What the table keeps of an identifier: a hash, which tells it from nearly all others, and the exact
+/// length. The identifier itself holds its length behind the sub-identifiers, in memory that a search
+/// need then not touch.
 struct OidKey {
   std::uint32_t hash;
   std::uint32_t length;
@@ -38,8 +39,6 @@ template <class Entry>
 class OidTable {
  public:
   OidTable() : m_count(0) {}
-
-  std::size_t GetCount() const { return m_count; }
 
   /// The entry with this key for which `same(entry)` answers true, or none.
   template <class Same>

@@ -23,11 +23,6 @@ DcRouterMgr::ProtocolType DestinationRouter(std::int32_t destination, bool isIp6
   }
 }
 
-// The rule's instance as it is, the IPv6 bit included.
-unsigned short InstanceOf(std::uint32_t instance) {
-  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(static_cast<unsigned short>(instance), 0);
-}
-
 void BuildOid(MibOid& oid, std::uint32_t instance, std::int32_t source, std::int32_t destination) {
   unsigned int subIds[SMS_OID_MAX];
   const unsigned int count = sms_set_cipr_redist_oid(
@@ -52,12 +47,13 @@ RouteRedistributeItem::RouteRedistributeItem(int rowStatus, int adminStatus, int
 
 bool RouteRedistributeItem::CfgListReady() {
   const DcRtmMgr* rtm = DcRtmMgr::GetInstance();
-  return rtm != nullptr && rtm->IsRtmReady(InstanceOf(m_instance));
+  // The rule's instance as it is, the IPv6 bit included.
+  return rtm != nullptr && rtm->IsRtmReady(static_cast<unsigned short>(m_instance));
 }
 
 bool RouteRedistributeItem::CfgItemReady() {
   const bool isIp6 = (m_instance & DcRtmMgr::IP6_INSTANCE_BIT) != 0;
-  const auto vlan = static_cast<unsigned short>(m_instance & ~DcRtmMgr::IP6_INSTANCE_BIT);
+  const unsigned short vlan = VlanOfInstance(m_instance);
   // An instance may be ready without its VLAN: the stack can announce one that nobody created.
   const DcRouterBase* router =
       DcRouterMgr::GetInstance()->GetDcRouterByVID(vlan, DestinationRouter(m_destination, isIp6));
@@ -66,7 +62,7 @@ bool RouteRedistributeItem::CfgItemReady() {
 
 bool RouteRedistributeItem::RemoveOnNotReady() const {
   const DcRtmMgr* rtm = DcRtmMgr::GetInstance();
-  return rtm != nullptr && rtm->HasRtmRecord(InstanceOf(m_instance));
+  return rtm != nullptr && rtm->HasRtmRecord(static_cast<unsigned short>(m_instance));
 }
 
 const MibOid& RouteRedistributeItem::GetOid() {
@@ -82,6 +78,7 @@ void RouteRedistributeItem::Send() {
   if (action == nullptr) {
     return;
   }
+  // Asked of the stack again on purpose: the kept identifier serves the scheduler's searches only.
   MibOid oid;
   BuildOid(oid, m_instance, m_source, m_destination);
   DcRouterMgr::GetInstance()->GetSerializer().Insert(oid, action);

@@ -5,17 +5,17 @@
 // wait behind it. An issued request's action no longer exists: only the mark stays in front, and the
 // stack's completion takes it away.
 //
-// Until the ready signal nothing is issued, and the order in which rows became busy is recorded. That
-// record keeps the form that the removal algorithm of the standard library gives it: a row that
-// empties is overwritten by its successors, and the length stays, so that the last ones stand there
-// more than once. The ready signal's answer is that of the last place in it. A row that empties
-// before the signal therefore keeps its record (forgotten), since the places refer to records. After
-// the signal every busy row has its front entry issued, so that the order cannot matter any more and
-// is dropped; later signals find nothing to issue.
+// Until the ready signal nothing is issued, and the order in which rows became busy is kept in a list
+// (arrivals). A row that empties leaves it as std::remove would have it: the rows behind it move up and
+// the length stays, so that the last ones stand there more than once. It shows in the ready signal's
+// result, which is that of the list's last place. The places point to records; a row that empties
+// before the signal therefore keeps its record (FORGOTTEN). After the signal every busy row has its
+// front entry issued, so that the order cannot matter any more and the list is dropped; later signals
+// find nothing to issue.
 //
 // A stack call may call back at once, and so end the very row whose request is being issued: the
 // mark is set before the call, and nothing of the row is touched after it. While the ready signal
-// releases the rows, records stay (forgotten), because the places walked over refer to them.
+// releases the rows, records stay (FORGOTTEN), because the places walked over refer to them.
 #include "vantacore/serializer.h"
 
 #include <algorithm>
@@ -31,18 +31,15 @@ namespace {
 
 // A row's name as the caller gave it.
 struct OidRef {
-  OidRef(const unsigned int* subIds_, unsigned int length_)
+  OidRef(const unsigned int* subIds_, unsigned int length)
       : subIds(subIds_),
-        length(length_),
-        usable(std::min(length_, MibOid::MAX_LENGTH)),
-        hash(HashOid(subIds_, usable)) {}
+        usable(std::min(length, MibOid::MAX_LENGTH)),
+        key{HashOid(subIds_, usable), length} {}
   explicit OidRef(const MibOid& oid) : OidRef(oid.GetSubIds(), oid.GetLength()) {}
-  OidKey GetKey() const { return OidKey{hash, length}; }
 
   const unsigned int* subIds;
-  unsigned int length;
-  unsigned int usable;
-  std::uint32_t hash;
+  unsigned int usable;  // how many of them can be read
+  OidKey key;
 };
 
 struct Waiting {
@@ -61,12 +58,7 @@ struct Row {
   };
 
   explicit Row(const OidRef& oid)
-      : front(nullptr),
-        first(nullptr),
-        last(nullptr),
-        key(oid.GetKey()),
-        state(EMPTY),
-        listed(false) {
+      : front(nullptr), first(nullptr), last(nullptr), key(oid.key), state(EMPTY), listed(false) {
     std::copy_n(oid.subIds, oid.usable, SubIds());
   }
 
@@ -120,6 +112,17 @@ bool PopFront(Row* row) {
   return true;
 }
 
+// The front request of a row that is to issue it; null when the stack has it already.
+MibAction* TakeFront(Row* row) {
+  if (row->state != Row::WAITING) {
+    return nullptr;
+  }
+  MibAction* action = row->front;
+  row->front = nullptr;
+  row->state = Row::ISSUED;
+  return action;
+}
+
 // std::remove without its freedom: the places behind the new end keep what they held.
 void CloseGap(std::vector<Row*>& places, const Row* gone) {
   auto to = std::find(places.begin(), places.end(), gone);
@@ -140,6 +143,7 @@ struct Serializer::Rows {
 
   Row* Find(const OidRef& oid) const;
   Row* FindBusy(const OidRef& oid) const;
+  MibAction* TakeNext(const OidRef& oid);
   Row* Add(const OidRef& oid);
   void Remove(const OidRef& oid);
   void Forget(Row* row);
@@ -153,12 +157,19 @@ struct Serializer::Rows {
 };
 
 Row* Serializer::Rows::Find(const OidRef& oid) const {
-  return table.Find(oid.GetKey(), [&oid](Row* row) { return row->Is(oid); });
+  return table.Find(oid.key, [&oid](Row* row) { return row->Is(oid); });
 }
 
 Row* Serializer::Rows::FindBusy(const OidRef& oid) const {
   Row* row = Find(oid);
   return row != nullptr && row->state != Row::FORGOTTEN ? row : nullptr;
+}
+
+// The row's front request, to be issued now; null when there is none, when the stack has it already,
+// and before the stack is ready.
+MibAction* Serializer::Rows::TakeNext(const OidRef& oid) {
+  Row* row = FindBusy(oid);
+  return row != nullptr && ready ? TakeFront(row) : nullptr;
 }
 
 // The record of a row that has become busy, or is; null when there is no memory for one.
@@ -169,7 +180,7 @@ Row* Serializer::Rows::Add(const OidRef& oid) {
     if (row == nullptr) {
       return nullptr;
     }
-    table.Add(oid.GetKey(), row);
+    table.Add(oid.key, row);
   } else if (row->state != Row::FORGOTTEN) {
     return row;
   }
@@ -221,21 +232,6 @@ void Serializer::Rows::Clear() {
   }
 }
 
-namespace {
-
-// The front request of a row that is to issue it; null when the stack has it already.
-MibAction* TakeFront(Row* row) {
-  if (row->state != Row::WAITING) {
-    return nullptr;
-  }
-  MibAction* action = row->front;
-  row->front = nullptr;
-  row->state = Row::ISSUED;
-  return action;
-}
-
-}  // namespace
-
 Serializer::Serializer() : m_rows(new Rows) {}
 
 Serializer::~Serializer() { Reset(); }
@@ -265,18 +261,14 @@ void Serializer::Insert(MibOid oid, MibAction* action) {
   }
 }
 
-int Serializer::Send(MibOid oid) {
-  Row* row = m_rows->FindBusy(OidRef(oid));
-  return row != nullptr && m_rows->ready ? IssueMibRequest(TakeFront(row), true) : 0;
-}
+int Serializer::Send(MibOid oid) { return IssueMibRequest(m_rows->TakeNext(OidRef(oid)), true); }
 
 void Serializer::Remove(MibOid oid) { m_rows->Remove(OidRef(oid)); }
 
 int Serializer::RunPendingAction(unsigned int* oid, unsigned int len) {
   const OidRef row(oid, std::min(len, MibOid::MAX_LENGTH));
   m_rows->Remove(row);
-  Row* next = m_rows->FindBusy(row);
-  return next != nullptr && m_rows->ready ? IssueMibRequest(TakeFront(next), true) : 0;
+  return IssueMibRequest(m_rows->TakeNext(row), true);
 }
 
 int Serializer::RunPendingActions() {

@@ -14,10 +14,8 @@ namespace Tarsel {
 namespace {
 
 constexpr int TYPE_IPV4 = 1;
-constexpr int PROTOCOL_IPV4 = 0;
-constexpr int PROTOCOL_IPV6 = 41;
 
-// The bytes of a missing address stay what they are: a stack may answer without a next hop.
+// A null address leaves `to` all zero, as it is: a stack may answer without a next hop.
 void CopyAddress(unsigned char* to, const unsigned char* from, int type) {
   if (from != nullptr) {
     std::memcpy(to, from, type == TYPE_IPV4 ? 4 : 16);
@@ -51,7 +49,8 @@ StaticRouteItem::StaticRouteItem(unsigned int vlan, int type, int rowStatus, int
 
 unsigned short StaticRouteItem::GetInstance() const {
   return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(
-      static_cast<unsigned short>(m_vlan), m_type == TYPE_IPV4 ? PROTOCOL_IPV4 : PROTOCOL_IPV6);
+      static_cast<unsigned short>(m_vlan),
+      m_type == TYPE_IPV4 ? DcRtmMgr::PROTO_IPV4 : DcRtmMgr::PROTO_IPV6);
 }
 
 bool StaticRouteItem::CfgListReady() {
@@ -83,7 +82,6 @@ void StaticRouteItem::Send() {
   entry.prefixLen = static_cast<std::uint32_t>(m_prefixLen);
   entry.ifIndex = m_ifIndex;
   entry.metric = static_cast<std::uint16_t>(m_metric);
-  entry.other = 0;
   entry.pathType = m_pathType;
   entry.rowStatus = m_rowStatus;
   entry.adminStatus = m_adminStatus;
