@@ -45,6 +45,11 @@ void TellRegistryStatus(const InterfaceKey& key, const Interface& interface) {
   (DcInterfaceMgr::GetInstance()->*set)(key.first, key.second, interface.name.c_str());
 }
 
+// A VLAN that is still to come is told by AnnounceTo.
+bool IsThere(unsigned short vlan) {
+  return DcRouterMgr::GetInstance()->GetVlans().count(vlan) != 0;
+}
+
 void TellJoined(const InterfaceKey& key, bool joined) {
   const auto tell = joined ? &DcRouterMgr::JoinNetwork : &DcRouterMgr::LeaveNetwork;
   (DcRouterMgr::GetInstance()->*tell)(key.first, key.second);
@@ -57,14 +62,17 @@ void TellAddress(const InterfaceKey& key, const Tarsel::Ip4Addr& address) {
 }  // namespace
 
 void DeviceState::Apply(const DeviceDocument& wanted, const std::set<unsigned short>& vlans) {
+  // The registry keeps the name that an interface came with, so one with a new name goes and comes
+  // again. All go before any comes: a name may pass from one interface to another.
   for (const auto& [key, interface] : m_interfaces) {
-    if (wanted.interfaces.count(key) == 0) {
+    const auto kept = wanted.interfaces.find(key);
+    if (kept == wanted.interfaces.end() || kept->second.name != interface.name) {
       Remove(key, interface);
     }
   }
   for (const auto& [key, interface] : wanted.interfaces) {
     const auto known = m_interfaces.find(key);
-    if (known == m_interfaces.end()) {
+    if (known == m_interfaces.end() || known->second.name != interface.name) {
       Add(key, interface);
     } else {
       Change(key, known->second, interface);
@@ -109,9 +117,8 @@ void DeviceState::Add(const InterfaceKey& key, const Interface& interface) {
   TellStatus(key, interface);
   ChangeIp4(key, std::nullopt, interface.ip4);
   ChangeIp6(key, {}, interface.ip6);
-  const auto& vlans = DcRouterMgr::GetInstance()->GetVlans();
-  if (interface.joined && vlans.count(key.first) != 0) {
-    TellJoined(key, true);  // a VLAN that is still to come is told by AnnounceTo
+  if (interface.joined && IsThere(key.first)) {
+    TellJoined(key, true);
   }
 }
 
@@ -125,11 +132,6 @@ void DeviceState::Remove(const InterfaceKey& key, const Interface& interface) {
 }
 
 void DeviceState::Change(const InterfaceKey& key, const Interface& from, const Interface& to) {
-  if (from.name != to.name) {  // the registry keeps the name that an interface came with
-    Remove(key, from);
-    Add(key, to);
-    return;
-  }
   if (from.flags != to.flags || from.mtu != to.mtu) {
     AddInterface(key, to);
   } else if (from.up != to.up) {
@@ -140,7 +142,7 @@ void DeviceState::Change(const InterfaceKey& key, const Interface& from, const I
   }
   ChangeIp4(key, from.ip4, to.ip4);
   ChangeIp6(key, from.ip6, to.ip6);
-  if (from.joined != to.joined) {
+  if (from.joined != to.joined && IsThere(key.first)) {
     TellJoined(key, to.joined);
   }
 }

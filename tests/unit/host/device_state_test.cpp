@@ -74,7 +74,9 @@ TEST_F(DeviceState, TellsOfRemotesThatJoin) {
   EXPECT_TRUE(traces.Contains(skipped));
   traces.Take();
   Apply(Eth0("\"joined\": true") + ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4}");
-  EXPECT_TRUE(traces.Contains(skipped));
+  Apply(Eth0("\"joined\": true") +
+        ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4, \"joined\": true}");
+  EXPECT_FALSE(traces.Contains(skipped)) << "nothing is told to a VLAN that is not there";
 }
 
 TEST_F(DeviceState, MentionsNothingTwice) {
@@ -141,6 +143,26 @@ TEST_F(DeviceState, GivesAnInterfaceANewName) {
   EXPECT_STREQ(Tarsel::DcInterfaceMgr::GetInstance()->GetIfName(10, 3), "wan");
   EXPECT_EQ(state.IndexOf(10, "wan"), 3u);
   EXPECT_FALSE(state.IndexOf(10, "eth0"));
+}
+
+// A name belongs to one interface only in the whole registry, so it must be given back first.
+TEST_F(DeviceState, ExchangesTheNamesOfTwoInterfaces) {
+  const auto both = [](const std::string& third, const std::string& fourth) {
+    return "{\"name\": \"" + third + "\", \"vlan\": 10, \"index\": 3}, {\"name\": \"" + fourth +
+           "\", \"vlan\": 10, \"index\": 4}";
+  };
+  const auto indexOf = [](const char* name) {
+    unsigned int index = 0;
+    EXPECT_TRUE(Tarsel::DcInterfaceMgr::GetInstance()->GetIfIndex(name, index)) << name;
+    return index;
+  };
+  Apply(both("eth0", "eth1"));
+  Apply(both("eth1", "eth0"));
+  EXPECT_EQ(indexOf("eth1"), 3u);
+  EXPECT_EQ(indexOf("eth0"), 4u);
+  Apply(both("eth0", "eth2"));
+  EXPECT_EQ(indexOf("eth0"), 3u);
+  EXPECT_EQ(indexOf("eth2"), 4u);
 }
 
 TEST_F(DeviceState, SetsPrimaries) {
