@@ -81,7 +81,7 @@ LabReply Lab::Execute(const Words& words, unsigned short vlan) {
   for (const Command& command : COMMANDS) {
     const LabForm form(command.pattern);
     if (form.IsWhole(words)) {
-      if (ReadVlan(call)) {
+      if (!form.HasOptional(words) || ReadVlan(call)) {
         (this->*command.handler)(call);
       }
       return call.reply;
@@ -124,10 +124,8 @@ std::string Lab::Help() {
   return text;
 }
 
+// The last word, behind "vrf".
 bool Lab::ReadVlan(Call& call) const {
-  if (call.words.size() < 2 || call.words[call.words.size() - 2] != "vrf") {
-    return true;
-  }
   unsigned int number = 0;
   if (!Tarsel::ParseNumber(&number, call.words.back().c_str()) || number > 65535) {
     call.Refuse("Expected a VLAN id, found " + Quote(call.words.back()));

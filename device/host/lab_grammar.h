@@ -20,6 +20,8 @@ class LabForm {
   std::size_t CountFitting(const Words& words) const;
   /// Whether `words` are a whole command.
   bool IsWhole(const Words& words) const;
+  /// Whether `words`, a whole command, have the end that may be left out.
+  bool HasOptional(const Words& words) const { return words.size() > m_required; }
   /// The words that may stand at this position; none for a place where any word may.
   const Words& At(std::size_t position) const;
 

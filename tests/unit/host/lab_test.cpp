@@ -198,6 +198,18 @@ TEST_F(Lab, FindsInterfacesInTheirVlan) {
                                        "sms_act_interface(1, 1, 32788, 4, \"eth9\", 0, 0, 0)"));
 }
 
+TEST_F(Lab, TakesTheNameOfAnInterfaceForNoWordOfItsOwn) {
+  state.Apply(host::ReadDeviceDocument(ParsedJson(R"({"default_vlan": 10, "interfaces": [
+                  {"name": "vrf", "vlan": 10, "index": 5}, {"name": "vrf", "vlan": 20, "index": 6}]})"),
+                                       "device.json", reported.report),
+              {10});
+  EXPECT_EQ(Execute("interface vrf down").text, "");
+  EXPECT_FALSE(state.IsInterfaceUp(10, 5));
+  EXPECT_TRUE(state.IsInterfaceUp(20, 6));
+  EXPECT_EQ(Execute("interface vrf down vrf 20").text, "");
+  EXPECT_FALSE(state.IsInterfaceUp(20, 6));
+}
+
 TEST_F(Lab, RefusesWhatIsNoAddress) {
   for (const char* text : {"10.1.0.1", "10.1.0.1/33", "10.1.0.1/", "2001:db8::1/129", "eth0/8"}) {
     ExpectRefused(std::string("address add eth0 ") + text,
@@ -222,6 +234,7 @@ TEST_F(Lab, MakesTheStackRefuseAndRetry) {
   EXPECT_EQ(TakeCalls().size(), 1u);
   EXPECT_THAT(Networks(), ElementsAre("10.1", "10.9", "32.1"));
   ExpectRefused("stack never rtm x times", "Expected a number, found \"x\"\n");
+  ExpectRefused("stack never rtm vrf times", "Expected a number, found \"vrf\"\n");
 }
 
 TEST_F(Lab, MakesTheStackAnswerNeverTwiceOrLate) {
