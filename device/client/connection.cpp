@@ -70,6 +70,9 @@ wire::Code Connection::Open(const std::string& path) {
   }
   std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
   m_fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (m_fd < 0) {
+    return Fail(wire::Code::UNREACHABLE, path + ": " + std::strerror(errno));
+  }
   const timeval limit{m_timeoutSeconds, 0};
   setsockopt(m_fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
   if (connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {

@@ -56,13 +56,12 @@ Code Converse(Connection& connection) {
 Code Run(const client::Options& options) {
   Connection connection(options.timeoutSeconds);
   Code code = connection.Open(options.socketPath);
-  if (connection.IsOver()) {
-    return code;
+  if (!connection.IsOver() && !connection.WasInterrupted()) {
+    if (!options.hasCommand && isatty(STDIN_FILENO)) {
+      return Converse(connection);
+    }
+    code = options.hasCommand ? connection.Execute(options.command) : ExecuteLines(connection);
   }
-  if (!options.hasCommand && isatty(STDIN_FILENO)) {
-    return Converse(connection);
-  }
-  code = options.hasCommand ? connection.Execute(options.command) : ExecuteLines(connection);
   if (connection.WasInterrupted()) {
     EndAsInterrupted();
   }
