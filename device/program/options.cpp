@@ -12,10 +12,12 @@ namespace {
 // Beyond any number that a program gives to an option of its own.
 enum : int { HELP = 1000, VERSION };
 
-// What getopt says of an option that it refuses: its letter, its number if it is known and takes no
-// value, or nothing.
+// In `optopt` getopt leaves what it refuses: the letter of a short option, which is negative beyond ASCII
+// where characters are signed; the number of a known option that takes no value; or 0 for a word that
+// is no option.
 std::string DescribeRefused(const char* word) {
-  if (optopt >= ' ' && optopt < HELP) {
+  const bool isLetter = optopt < 0 || (optopt >= ' ' && optopt < HELP);
+  if (isLetter) {
     return "no such option: " + Quote({'-', static_cast<char>(optopt)});
   }
   return (optopt == 0 ? "no such option: " : "no value belongs to ") + Quote(word);

@@ -84,6 +84,7 @@ TEST_F(ReadOptions, SaysWhatIsWrongWithTheFirstThatIs) {
   ExpectError({"--name"}, "a value is missing behind \"--name\"");
   ExpectError({"--colour"}, "no such option: \"--colour\"");
   ExpectError({"-x"}, "no such option: \"-x\"");
+  ExpectError({"-\xc3\xa9"}, "no such option: \"-\\xc3\"");
   ExpectError({"--loud", "-xyz"}, "no such option: \"-x\"");
   ExpectError({"--loud=yes"}, "no value belongs to \"--loud=yes\"");
   ExpectError({"--help=yes"}, "no value belongs to \"--help=yes\"");
