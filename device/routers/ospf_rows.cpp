@@ -25,13 +25,11 @@ unsigned int ToAreaId(const unsigned char* area) {
 }
 
 void ReadAreaType(GroupReader& reader, OspfArea::Type& type) {
-  string text;
-  if (!reader.GetNode().GetAsString(text, "type")) {
-    if (!reader.GetNode().GetChildNode("type").IsNull()) {
-      reader.Reject("type", "normal, stub or nssa");
-    }
+  if (reader.GetNode().GetChildNode("type").IsNull()) {
     return;
   }
+  string text;  // stays empty for an object or an array
+  reader.GetNode().GetAsString(text, "type");
   for (unsigned int i = 0; i < sizeof AREA_TYPES / sizeof *AREA_TYPES; ++i) {
     if (strcasecmp(text.c_str(), AREA_TYPES[i]) == 0) {
       type = static_cast<OspfArea::Type>(i);

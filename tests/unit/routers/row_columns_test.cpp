@@ -124,6 +124,11 @@ TEST_F(RowColumns, OfAnArea) {
               IsEmpty());
   EXPECT_THAT(Rows(),
               ElementsAre("10 2 \"258\" \"area=1.2.3.4 type=stub default_cost=16777215\" down"));
+  EXPECT_THAT(Report("OSPF", "AREA_LIST",
+                     "\"Name\": \"OSPF_10_258\", \"area\": null, \"type\": null, "
+                     "\"default_cost\": null, \"enabled\": null"),
+              IsEmpty());
+  EXPECT_THAT(Rows(), ElementsAre("10 2 \"258\" \"area=0.0.1.2 type=normal default_cost=1\" up"));
 }
 
 TEST_F(RowColumns, OfAnAreaThatIsWrong) {
