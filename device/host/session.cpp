@@ -1,5 +1,8 @@
 #include "session.h"
 
+#include <exception>
+#include <new>
+
 #include "tarsel/trace.h"
 
 namespace host {
@@ -32,7 +35,15 @@ void Session::Execute(const std::string& line) {
   m_invocation = std::make_shared<Invocation>();
   m_invocation->write = [this](const std::string& text) { Write(text); };
   m_invocation->over = [this] { m_wake.Post([this] { Over(); }); };
-  m_reply = m_context.dispatcher.Execute(line, m_vlan, m_invocation);
+  try {
+    m_reply = m_context.dispatcher.Execute(line, m_vlan, m_invocation);
+  } catch (const std::bad_alloc&) {
+    throw;  // the library may have been left in the middle of a change
+  } catch (const std::exception& problem) {
+    Write(std::string(problem.what()) + "\n");
+    m_reply.isRefused = true;
+    Interrupt();
+  }
 }
 
 bool Session::Interrupt() {

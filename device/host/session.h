@@ -48,6 +48,8 @@ class Session {
   /// For the process, when the operator leaves: an operator at a terminal has seen what went wrong.
   virtual int GetExitStatus() const { return EXIT_DONE; }
 
+  /// Carries out a line. What a command throws is printed, and counts as a refusal; but for a lack of
+  /// memory, which is passed on.
   void Execute(const std::string& line);
   void SettleThenReady();
   /// No line is taken afterwards.

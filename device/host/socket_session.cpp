@@ -11,8 +11,6 @@
 #include <uv.h>
 
 #include <cerrno>
-#include <exception>
-#include <new>
 #include <utility>
 
 namespace host {
@@ -68,7 +66,7 @@ wire::Code SocketSession::GetCode() const {
   if (GetReply().isUnknown || m_begin.compare(0, USAGE_SIZE, USAGE) == 0) {
     return wire::Code::USAGE;
   }
-  if (m_hasFailed || GetReply().isRefused) {
+  if (GetReply().isRefused) {
     return wire::Code::REFUSED;
   }
   return HasSettled() ? wire::Code::DONE : wire::Code::TIMED_OUT;
@@ -139,17 +137,8 @@ void SocketSession::Take(const wire::Message& message) {
     return;  // clients have nothing to print here
   }
   m_isRunning = true;
-  m_hasFailed = false;
   m_begin.clear();
-  try {
-    Execute(message.text);
-  } catch (const std::bad_alloc&) {
-    throw;  // the library may have been left in the middle of a change
-  } catch (const std::exception& problem) {
-    m_queue.Add(std::string(problem.what()) + "\n");
-    m_hasFailed = true;
-    Interrupt();
-  }
+  Execute(message.text);
 }
 
 void SocketSession::Complete(const std::string& begun) {

@@ -64,8 +64,7 @@ class SocketSession : public Session {
   std::string m_lastReply;
   int m_watched = 0;
   bool m_isRunning = false;
-  bool m_hasFailed = false;  // the command, by an exception
-  bool m_isLast = false;     // the reply that has been given
+  bool m_isLast = false;  // the reply that has been given
   bool m_isGone = false;
 };
 

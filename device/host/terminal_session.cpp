@@ -9,8 +9,6 @@
 #include <climits>
 #include <csignal>
 #include <cstdio>
-#include <exception>
-#include <new>
 
 namespace host {
 
@@ -167,14 +165,7 @@ void TerminalSession::Edit() {
       HidePrompt();
       m_seconds = 0;
       m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
-      try {
-        Execute(line);
-      } catch (const std::bad_alloc&) {
-        throw;  // the library may have been left in the middle of a change
-      } catch (const std::exception& problem) {
-        Print(problem.what() + std::string("\n"));
-        Interrupt();
-      }
+      Execute(line);
       break;
     case editor::Step::END:
       HidePrompt();
