@@ -186,7 +186,7 @@ int main(int argc, char** argv) {
     }
     if (polls.front().revents != 0) {
       const int fd = accept(listener, nullptr, nullptr);
-      sessions.push_back({fd, fd, {}});
+      if (fd >= 0) sessions.push_back({fd, fd, {}});
     }
     sessions.remove_if([&](const Session& session) {
       if (&session == &operatorSession || !session.isOver || session.running > 0) return false;
