@@ -16,7 +16,10 @@ namespace test_models {
 /// Draws from one generator whose seed is printed; VANTACORE_SEED repeats a run.
 class Random {
  public:
-  Random() : m_seed(ChooseSeed()), m_engine(m_seed) { std::printf("VANTACORE_SEED=%u\n", m_seed); }
+  Random() : m_seed(ChooseSeed()), m_engine(m_seed) {
+    std::printf("VANTACORE_SEED=%u\n", m_seed);
+    std::fflush(stdout);  // a crash loses what has not been written
+  }
 
   unsigned int GetSeed() const { return m_seed; }
   /// 0 to below - 1.

@@ -6,6 +6,7 @@
 
 #include "rib_model.h"
 #include "stack_test.h"
+#include "tests/models/random_run.h"
 
 namespace stack_test {
 namespace {
@@ -50,15 +51,9 @@ struct Occurrences {
 
 class RandomRibTest : public StackTest {
  protected:
-  RandomRibTest() : m_seed(FromEnvironment("VANTACORE_SEED", std::random_device{}())) {
-    m_random.seed(static_cast<std::mt19937::result_type>(m_seed));
-    std::printf("VANTACORE_SEED=%lu\n", m_seed);
-  }
+  RandomRibTest() : m_seed(test_models::Random().GetSeed()), m_random(m_seed) {}
   void SetUp() override { Start(); }
 
-  static unsigned long Count(unsigned long count) {
-    return count * FromEnvironment("VANTACORE_RANDOM_SCALE", 100) / 100;
-  }
   unsigned int Below(unsigned int bound) { return static_cast<unsigned int>(m_random() % bound); }
   bool Chance(unsigned int percent) { return Below(100) < percent; }
   template <typename Value, std::size_t size>
@@ -81,7 +76,7 @@ class RandomRibTest : public StackTest {
   void Operate();
   void Compare(bool withAges);
 
-  unsigned long m_seed;
+  const unsigned int m_seed;
   std::mt19937 m_random;
   RibModel m_model;
   Occurrences m_count;
@@ -265,7 +260,7 @@ void RandomRibTest::Compare(bool withAges) {
 }
 
 TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
-  const unsigned long operations = Count(40000);
+  const unsigned long operations = test_models::Scaled(40000);
   for (unsigned long i = 0; i < operations; ++i) {
     SCOPED_TRACE("operation " + std::to_string(i) + ", VANTACORE_SEED=" + std::to_string(m_seed));
     now += Below(1500);
@@ -277,7 +272,7 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
     m_count.rows += control.Rib().size();
     m_count.installed += control.Routes().size();
   }
-  const unsigned long least = Count(400);
+  const unsigned long least = test_models::Scaled(400);
   EXPECT_GE(m_count.flaps, least);
   EXPECT_GE(m_count.addressChanges, least);
   EXPECT_GE(m_count.instanceChanges, least / 4);
@@ -292,7 +287,7 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
 
 // Changes pile up while earlier ones are still being worked off in slices of a few units.
 TEST_F(RandomRibTest, ChangesInTheMiddleOfTheWorkEndInTheSameTables) {
-  const unsigned long operations = Count(40000);
+  const unsigned long operations = test_models::Scaled(40000);
   unsigned long comparisons = 0;
   for (unsigned long i = 0; i < operations; ++i) {
     SCOPED_TRACE("operation " + std::to_string(i) + ", VANTACORE_SEED=" + std::to_string(m_seed));

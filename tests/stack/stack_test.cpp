@@ -2,8 +2,6 @@
 
 #include <arpa/inet.h>
 
-#include <cstdlib>
-
 namespace stack_test {
 
 AddressBytes::AddressBytes(const std::string& text)
@@ -169,11 +167,6 @@ Lines StackTest::Routes() {
     lines.push_back(RowText(row));
   }
   return lines;
-}
-
-unsigned long FromEnvironment(const char* name, unsigned long otherwise) {
-  const char* const text = std::getenv(name);
-  return text != nullptr && *text != '\0' ? std::strtoul(text, nullptr, 0) : otherwise;
 }
 
 }  // namespace stack_test

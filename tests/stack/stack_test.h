@@ -87,9 +87,6 @@ class StackTest : public testing::Test {
 std::string RowText(const amb_cipr_rtm_rib& row);
 std::string RowText(const amb_cipr_rtm_route& row);
 
-/// A number from the environment, or the default.
-unsigned long FromEnvironment(const char* name, unsigned long otherwise);
-
 }  // namespace stack_test
 
 #endif

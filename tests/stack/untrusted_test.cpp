@@ -4,6 +4,7 @@
 
 #include "device/stack/protocol_rows.h"
 #include "stack_test.h"
+#include "tests/models/random_run.h"
 
 namespace stack_test {
 namespace {
@@ -63,10 +64,7 @@ TEST_F(UntrustedTest, WithoutAStackEverythingIsANoOp) {
 
 // Values from the edges of their types, in every combination that chance makes of them.
 TEST_F(UntrustedTest, WildValues) {
-  const unsigned long seed = FromEnvironment("VANTACORE_SEED", std::random_device{}());
-  SCOPED_TRACE("VANTACORE_SEED=" + std::to_string(seed));
-  RecordProperty("seed", std::to_string(seed));
-  std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
+  std::mt19937 random(test_models::Random().GetSeed());
   const unsigned int values[] = {0,       1,          2,          4,         6,      10,
                                  24,      32,         33,         64,        65,     128,
                                  129,     0x7FFF,     0x8000,     0x800A,    0xFFFF, 0x10000,
@@ -74,8 +72,8 @@ TEST_F(UntrustedTest, WildValues) {
   const auto any = [&] { return values[random() % (sizeof values / sizeof *values)]; };
   const auto wild = [&] { return static_cast<int>(any()); };
   unsigned char bytes[2][16];
-  const unsigned long count = 20000 * FromEnvironment("VANTACORE_RANDOM_SCALE", 100) / 100;
-  for (unsigned long i = 0; i < count; ++i) {
+  const unsigned int count = test_models::Scaled(20000);
+  for (unsigned int i = 0; i < count; ++i) {
     for (auto& address : bytes) {
       for (unsigned char& byte : address) {
         byte = static_cast<unsigned char>(random() % 4 == 0 ? random() : 0);

@@ -4,14 +4,13 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "tarsel/timer.h"
+#include "tests/models/random_run.h"
 #include "timer_recorder.h"
 
 using Tarsel::OneShotTimer;
@@ -20,11 +19,6 @@ using Tarsel::TimerLoop;
 using Tarsel::VirtualLoop;
 
 namespace {
-
-unsigned long FromEnvironment(const char* name, unsigned long otherwise) {
-  const char* text = std::getenv(name);
-  return text != nullptr ? std::strtoul(text, nullptr, 10) : otherwise;
-}
 
 class Model {
  public:
@@ -83,10 +77,8 @@ class Model {
 }  // namespace
 
 TEST(TimersAtRandom, BehaveLikeTheModel) {
-  const unsigned long seed = FromEnvironment("VANTACORE_SEED", std::random_device{}());
-  const unsigned long steps = 20000 * FromEnvironment("VANTACORE_RANDOM_SCALE", 100) / 100;
-  std::cout << "seed " << seed << "\n";
-  std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
+  std::mt19937 random(test_models::Random().GetSeed());
+  const unsigned int steps = test_models::Scaled(20000);
   const auto below = [&random](unsigned int limit) { return random() % limit; };
 
   const TimerSettings settings;
@@ -111,7 +103,7 @@ TEST(TimersAtRandom, BehaveLikeTheModel) {
   }
 
   std::size_t total = 0;
-  for (unsigned long step = 0; step < steps; ++step) {
+  for (unsigned int step = 0; step < steps; ++step) {
     const int id = static_cast<int>(below(COUNT));
     const unsigned int time = below(8);
     switch (below(8)) {

@@ -5,7 +5,6 @@
 #include <json/json.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -17,6 +16,7 @@
 
 #include "test_objects.h"
 #include "tests/models/config_list_model.h"
+#include "tests/models/random_run.h"
 #include "tests/support/trace_capture.h"
 #include "vantacore/dcl_config_object.h"
 
@@ -216,11 +216,6 @@ Json::Value ToJson(const Group& group) {
   value["odd"] = group.oddAnswer;
   value["kind"] = static_cast<int>(group.kind);
   return value;
-}
-
-unsigned long FromEnvironment(const char* name, unsigned long otherwise) {
-  const char* text = std::getenv(name);
-  return text != nullptr ? std::strtoul(text, nullptr, 10) : otherwise;
 }
 
 class ConfigListAtRandom : public testing::Test {
@@ -428,15 +423,13 @@ std::vector<std::string> WithoutLines(std::vector<std::string> assertions) {
 }
 
 TEST_F(ConfigListAtRandom, BehavesLikeTheModel) {
-  const unsigned long seed = FromEnvironment("VANTACORE_SEED", std::random_device{}());
-  const unsigned long scale = FromEnvironment("VANTACORE_RANDOM_SCALE", 100);
-  const unsigned long operations = 200000 * scale / 100;
-  std::cout << "seed " << seed << "\n";
-  m_random.seed(static_cast<std::mt19937::result_type>(seed));
+  const unsigned int seed = test_models::Random().GetSeed();
+  const unsigned int operations = test_models::Scaled(200000);
+  m_random.seed(seed);
   m_model.SetRouterVlan(m_routers[0].GetVlan());
 
   test_support::TraceCapture capture;
-  for (unsigned long i = 0; i < operations; ++i) {
+  for (unsigned int i = 0; i < operations; ++i) {
     SCOPED_TRACE("operation " + std::to_string(i) + " of seed " + std::to_string(seed));
     int expectedResult = 0;
     const int result = RunBoth(expectedResult);
@@ -457,7 +450,7 @@ TEST_F(ConfigListAtRandom, BehavesLikeTheModel) {
 
   for (const auto& [what, count] : m_model.GetCounts().of) {
     std::cout << count << " times " << what << "\n";
-    EXPECT_GE(count, 1000 * scale / 100) << what;
+    EXPECT_GE(count, test_models::Scaled(1000)) << what;
   }
   EXPECT_EQ(m_model.GetCounts().of.size(), 15u);
 }

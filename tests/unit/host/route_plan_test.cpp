@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <random>
 #include <string>
+
+#include "tests/models/random_run.h"
 
 namespace {
 
@@ -56,30 +56,19 @@ TEST(PlanRoutes, TakesAnotherInterfaceForAnotherRow) {
   EXPECT_THAT(plan.add, ElementsAre(Pair(Row(1, 4), 1u)));
 }
 
-unsigned Seed() {
-  const char* given = std::getenv("VANTACORE_SEED");
-  return given ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
-}
-
-unsigned Rounds() {
-  const char* scale = std::getenv("VANTACORE_RANDOM_SCALE");
-  const unsigned long percent = scale ? std::strtoul(scale, nullptr, 10) : 100;
-  return static_cast<unsigned>(2000 * percent / 100) + 1;
-}
-
-Rows RandomRows(std::mt19937& random) {
+Rows RandomRows(test_models::Random& random) {
   Rows rows;
-  for (unsigned count = random() % 12; count > 0; --count) {
-    rows[Row(static_cast<unsigned char>(random() % 8), random() % 2)] = random() % 3;
+  for (unsigned count = random.Below(12); count > 0; --count) {
+    const auto number = static_cast<unsigned char>(random.Below(8));
+    const RowKey row = Row(number, random.Below(2));
+    rows[row] = random.Below(3);
   }
   return rows;
 }
 
 TEST(PlanRoutes, LeadsFromAnyRowsToAnyOthers) {
-  const unsigned seed = Seed();
-  SCOPED_TRACE("VANTACORE_SEED=" + std::to_string(seed));
-  std::mt19937 random(seed);
-  for (unsigned round = Rounds(); round > 0; --round) {
+  test_models::Random random;
+  for (unsigned round = test_models::Scaled(2000); round > 0; --round) {
     const Rows present = RandomRows(random);
     const Rows wanted = RandomRows(random);
     const host::RoutePlan plan = PlanRoutes(present, wanted);
