@@ -43,8 +43,8 @@ string& string::operator+=(char c) {
   return *this;
 }
 
-// The arguments of both may point into this very text, so nothing is changed before the result is
-// complete.
+// Arguments of Format and AppendFmt may point into this very text, so nothing is changed before the
+// result is complete.
 string& string::Format(const char* format, ...) {
   std::string result;
   std::va_list arguments;

@@ -18,7 +18,7 @@
 
 namespace Tarsel {
 
-/// The past and the future of no timer.
+/// Stands for a deadline where no timer runs; later than every deadline.
 constexpr std::uint64_t NO_DEADLINE = UINT64_MAX;
 
 struct TimerLoop::Queue {
@@ -69,7 +69,7 @@ class TimerAccess {
   static void Dispatch(TimerBase& timer);
 };
 
-/// `a + b`, at most NO_DEADLINE - 1: a time that never comes, but is one.
+/// `a + b`, at most NO_DEADLINE - 1: the latest moment that can be a deadline.
 std::uint64_t AddTime(std::uint64_t a, std::uint64_t b);
 
 }  // namespace Tarsel

@@ -62,8 +62,8 @@ Step LineEditor::Advance(const std::string& prompt, std::string& line) {
   return Take(gl_get_line(m_lines, prompt.c_str(), nullptr, -1), line);
 }
 
-// The terminal is opened anew, so that its being non-blocking is nobody else's: the log, on standard
-// error, would lose lines.
+// Opens the terminal a second time, since non-blocking mode would reach everybody who shares it: the
+// log, on standard error, would lose lines.
 void LineEditor::UseInLoop() {
   std::array<char, PATH_MAX> name;
   if (ttyname_r(STDIN_FILENO, name.data(), name.size()) == 0) {

@@ -34,15 +34,15 @@ class LineEditor {
   /// without an editor, and leaves the terminal as it was.
   std::optional<std::string> Read(const std::string& prompt);
 
-  /// Takes the terminal if it has been given back, and what has been typed; never waits. Is to be
-  /// called again when GetDescriptor() is readable, or writable if IsWriting(). Signals are the
-  /// caller's.
+  /// Edits on with what has been typed meanwhile; never waits. Takes the terminal first if it has been
+  /// given back. `line` is set with LINE. After WAIT, call again when GetDescriptor() is readable, or
+  /// writable if IsWriting(). Signals are left to the caller.
   Step Advance(const std::string& prompt, std::string& line);
   int GetDescriptor() const;
   bool IsWriting() const;
   /// To be told of every SIGWINCH, before the next step.
   void Resized();
-  /// The terminal is as it was until the next step, which goes on with the line. Does nothing twice.
+  /// The terminal is as it was until the next step, which goes on with the line. A second call does nothing.
   void GiveBack();
 
  private:

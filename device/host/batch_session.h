@@ -8,7 +8,8 @@
 namespace host {
 
 /// Waits for things to settle, then carries out one line after another. The process ends with the
-/// input: with 0, or with EXIT_UNKNOWN_WORD when a word was unknown.
+/// input: with 0, or with EXIT_UNKNOWN_WORD when a word was unknown; or with EXIT_FAILED as soon as
+/// output cannot be written.
 class BatchSession : public Session {
  public:
   BatchSession(const SessionContext& context, unsigned short vlan);

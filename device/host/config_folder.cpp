@@ -75,7 +75,8 @@ bool ConfigFolder::IsPrintable(const std::string& name) const {
   return name == printable;
 }
 
-// Without the folder itself nothing is known of the remotes.
+// A folder remote/ that is missing means no remote documents. When the configuration folder itself is
+// missing, or remote/ cannot be listed, those of the last reading stay.
 std::vector<std::string> ConfigFolder::ListRemotes() {
   std::vector<std::string> names;
   std::error_code problem;

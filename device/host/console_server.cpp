@@ -43,7 +43,7 @@ bool IsLeftOver(const sockaddr_un& address) {
   if (lstat(address.sun_path, &found) != 0 || !S_ISSOCK(found.st_mode)) {
     return false;
   }
-  const Socket probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  const OwnedDescriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   return connect(probe.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 &&
          errno == ECONNREFUSED;
 }
@@ -61,9 +61,9 @@ std::string FolderOf(const std::string& path) {
   return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
-// Against another daemon that starts: to it, a socket that is bound and not listened at yet would look
-// like one that was left over. A start holds the lock for milliseconds; who holds it for longer is none.
-// A folder that cannot be locked is not.
+// Keeps another daemon that starts from taking a socket that is bound, and not listened at yet, for one
+// that was left over. A start holds the lock for milliseconds, so after a second somebody else has it,
+// and the start goes on without; as it does in a folder that cannot be locked.
 void LockUntilClosed(int folder) {
   for (int tries = 0; tries < 100; ++tries) {
     if (flock(folder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
@@ -75,7 +75,7 @@ void LockUntilClosed(int folder) {
 
 int Listen(const std::string& path) {
   const sockaddr_un address = AddressOf(path);
-  const Socket folder(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const OwnedDescriptor folder(open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   LockUntilClosed(folder.Get());
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (fd < 0) {
@@ -142,7 +142,7 @@ void ConsoleServer::Accept() {
 
 void ConsoleServer::Welcome(int fd) {
   if (m_clients.size() >= MAX_SESSIONS) {
-    const Socket refused(fd);
+    const OwnedDescriptor refused(fd);
     OutputQueue queue;
     queue.Add("There are " + std::to_string(MAX_SESSIONS) + " sessions already\n");
     queue.AddReply(wire::EncodeReply(wire::Code::REFUSED, m_context.defaultVlan(), true));

@@ -55,7 +55,7 @@ class ConsoleServer {
   uv_loop_s* m_loop;
   const std::string m_path;
   const Context m_context;
-  Socket m_listener;
+  OwnedDescriptor m_listener;
   const Identity m_identity;
   LoopPoll m_poll;
   LoopTask m_sweep;

@@ -35,7 +35,7 @@ struct Ip4Network {
   Tarsel::Ip4Addr mask;
 };
 
-/// Any order of prefixes, by address and length.
+/// An order for sets of prefixes: by address, then by length.
 struct Ip6PrefixOrder {
   bool operator()(const Tarsel::Ip6Prefix& a, const Tarsel::Ip6Prefix& b) const;
 };
@@ -57,7 +57,7 @@ struct DeviceDocument {
   std::map<unsigned short, std::string> primaries;  // by VLAN
 };
 
-/// Read "ADDRESS/LENGTH". False, and nothing else is sure, for any other text.
+/// Reads "ADDRESS/LENGTH". False for any other text; the result may have been changed then.
 bool ReadPrefix(const std::string& text, Ip4Network& network);
 bool ReadPrefix(const std::string& text, Tarsel::Ip6Prefix& prefix);
 

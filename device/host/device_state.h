@@ -58,8 +58,8 @@ class DeviceState : public Tarsel::DcIpInterface {
   void SetPrimary(unsigned short vlan, const std::string& name);
 
   std::map<InterfaceKey, Interface> m_interfaces;
-  std::map<std::pair<unsigned short, std::string>, std::uint32_t>
-      m_indexes;  // theirs, by VLAN and name
+  // Of m_interfaces, by VLAN and name.
+  std::map<std::pair<unsigned short, std::string>, std::uint32_t> m_indexes;
   std::map<unsigned short, std::string> m_primaries;
 };
 

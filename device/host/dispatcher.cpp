@@ -5,7 +5,6 @@
 #include "dispatcher.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <sstream>
 #include <utility>
@@ -15,6 +14,7 @@
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_console_command.h"
 #include "vantacore/dc_router_mgr.h"
+#include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/rtm_commands.h"
 
 namespace host {
@@ -230,6 +230,11 @@ Words Dispatcher::Following(Words before) {
   return words;
 }
 
+Words Dispatcher::Complete(const std::string& line) {
+  const std::size_t word = line.rfind(' ') + 1;  // 0 if there is none
+  return Complete(Split(line.substr(0, word)), line.substr(word));
+}
+
 Words Dispatcher::Complete(Words before, const std::string& begun) {
   Words words = Following(std::move(before));
   words.erase(std::remove_if(words.begin(), words.end(),
@@ -298,7 +303,8 @@ void Dispatcher::Rtm(Call& call) const {
   call.hasConsole = true;
   WithConsole(call.invocation, {call.words.begin() + call.at + (ip6 ? 2 : 1), call.words.end()},
               [&](DcConsole* console, int argc, char** argv) {
-                const int family = ip6 ? 41 : 0;
+                const int family =
+                    ip6 ? Tarsel::DcRtmMgr::PROTO_IPV6 : Tarsel::DcRtmMgr::PROTO_IPV4;
                 DcConsoleCommand* command = nullptr;
                 if (isRib) {
                   command = new Tarsel::RtmRibCommand(console, family);
@@ -343,7 +349,7 @@ void Dispatcher::Lab(Call& call) const {
   const LabReply reply =
       m_lab.Execute({call.words.begin() + call.at + 1, call.words.end()}, call.vlan);
   call.Write(reply.text);
-  call.reply.isRefused = !reply.text.empty();  // it says nothing of what it does
+  call.reply.isRefused = !reply.text.empty();  // one that is carried out prints nothing
   call.reply.hasChanged = reply.hasChanged;
   if (reply.unknownAt != std::string::npos) {
     call.at += 1 + reply.unknownAt;

@@ -35,6 +35,8 @@ class Dispatcher {
 
   /// The words that may stand behind `before`, as far as they are known, and begin with `begun`.
   static Words Complete(Words before, const std::string& begun);
+  /// The same for a line that has been begun as a whole.
+  static Words Complete(const std::string& line);
   static Words Split(const std::string& line);
 
  private:

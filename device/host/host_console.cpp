@@ -64,14 +64,7 @@ void HostConsole::Print(const char* format, ...) {
 }
 
 void HostConsole::VPrint(const char* format, std::va_list arguments) {
-  std::va_list copy;
-  va_copy(copy, arguments);
-  try {
-    m_invocation->Write(Format(format, copy));
-  } catch (const std::exception& problem) {
-    Tarsel::TRACE(0, "Console output is lost: %s\n", problem.what());
-  }
-  va_end(copy);
+  Guard([&] { m_invocation->Write(Format(format, arguments)); });
 }
 
 void HostConsole::PrintError(const char* text) {

@@ -11,29 +11,13 @@
 #include <memory>
 
 #include "device/program/printable.h"
+#include "owned_descriptor.h"
 
 namespace host {
 
 namespace {
 
 constexpr std::size_t MAX_MESSAGE = 160;
-
-class FileDescriptor {
- public:
-  explicit FileDescriptor(const std::string& path)
-      : m_fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() {
-    if (m_fd >= 0) {
-      close(m_fd);
-    }
-  }
-  int Get() const { return m_fd; }
-
- private:
-  int m_fd;
-};
 
 // The size is not trusted: a file may grow while it is read.
 std::string ReadAll(int fd, std::string& text) {
@@ -57,7 +41,7 @@ std::string ReadAll(int fd, std::string& text) {
 }
 
 std::string ReadFile(const std::string& path, std::string& text) {
-  const FileDescriptor file(path);
+  const OwnedDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status;
   if (file.Get() < 0 || fstat(file.Get(), &status) != 0) {
     return std::string("cannot be read: ") + std::strerror(errno);

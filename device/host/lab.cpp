@@ -1,7 +1,6 @@
 #include "lab.h"
 
 #include <algorithm>
-#include <iterator>
 #include <map>
 #include <utility>
 

@@ -18,7 +18,7 @@ namespace host {
 /// What became of a lab command.
 struct LabReply {
   std::string text;
-  /// Words were expected where these stand, counted from the first; npos when all are known.
+  /// The index of the first word that is not understood; npos when all are.
   std::size_t unknownAt = std::string::npos;
   bool hasChanged = false;  // it may take a while until the effect is there
 };

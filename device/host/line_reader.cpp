@@ -64,7 +64,7 @@ bool LineReader::TakeLine(std::string& line) {
   return true;
 }
 
-bool LineReader::Read() {
+void LineReader::Read() {
   char bytes[4096];
   const ssize_t count = read(m_fd, bytes, sizeof bytes);
   if (count > 0) {
@@ -72,7 +72,6 @@ bool LineReader::Read() {
   } else if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
     m_isAtEnd = true;
   }
-  return !m_isAtEnd;
 }
 
 }  // namespace host

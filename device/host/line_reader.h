@@ -16,13 +16,14 @@ class LineReader {
   /// a piece is read in each turn of the loop while a line is wanted.
   LineReader(uv_loop_s* loop, int fd);
 
-  /// Hands over the next line without its end, or nothing at the end of the input or on an error, at
-  /// once or later. A line is cut after some thousand characters. One call at a time.
+  /// Hands over the next line without its end, or nothing at the end of the input or on an error; from
+  /// inside this call or later. Of a line longer than 4,096 bytes the rest is dropped. Not to be called
+  /// again before that.
   void Next(std::function<void(const std::optional<std::string>& line)> callback);
 
  private:
   bool TakeLine(std::string& line);
-  bool Read();
+  void Read();
   void Look();
 
   int m_fd;

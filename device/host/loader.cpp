@@ -65,12 +65,9 @@ void Loader::Reload() {
 
 // A VLAN stays when the VLAN document names it, or when a document that keeps it now still does. A
 // remote document that names it only from now on may come too late to keep it.
-std::set<unsigned short> Loader::FindLeavingVlans() const {
+VlanIds Loader::FindLeavingVlans() const {
   const auto& records = DcRouterMgr::GetInstance()->GetVlans();
-  std::set<unsigned short> leaving;
-  for (const auto& [vlan, record] : records) {
-    leaving.insert(vlan);
-  }
+  VlanIds leaving = ExistingVlans();
   for (const auto& file : m_folder.GetFiles()) {
     for (const unsigned short vlan : file->vlans) {
       const auto record = records.find(vlan);
@@ -149,8 +146,7 @@ void Loader::WithdrawDocuments() {
 }
 
 void Loader::ApplyDocuments() {
-  auto withdrawn = std::move(m_applied);
-  m_applied.clear();
+  auto withdrawn = std::exchange(m_applied, {});
   for (const auto& file : m_folder.GetFiles()) {
     DcRouterMgr::GetInstance()->Reload(file->document, file->name.c_str(), file->type);
     m_applied[file->name] = file->type;

@@ -39,7 +39,7 @@ class Loader {
   const RedistributionFeeder& GetRedistribution() const { return m_redistribution; }
 
  private:
-  std::set<unsigned short> FindLeavingVlans() const;
+  VlanIds FindLeavingVlans() const;
   bool WillBeEnabled(unsigned short vlan, Tarsel::DcRouterMgr::ProtocolType protocol) const;
   Rules PlanRedistribution(const IsEnabled& isEnabled) const;
   void Apply();

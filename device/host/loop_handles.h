@@ -27,7 +27,7 @@ class LoopTimer {
   Handle* m_handle;
 };
 
-/// Calls back in the loop's next turn, after which descriptors and timers have had theirs.
+/// Calls back from the loop, once and soon. Between two calls descriptors and timers get their turn.
 class LoopTask {
  public:
   explicit LoopTask(uv_loop_s* loop);
@@ -35,6 +35,7 @@ class LoopTask {
   LoopTask& operator=(const LoopTask&) = delete;
   ~LoopTask();
 
+  /// A Post before the call takes the place of the earlier one.
   void Post(std::function<void()> callback);
 
  private:

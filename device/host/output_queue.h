@@ -26,9 +26,9 @@ class OutputQueue {
   std::size_t CountWaiting() const { return m_bytes.size() - m_sent; }
 
  private:
-  std::string m_bytes;     // whole lines, but for the beginning of the first
-  std::size_t m_sent = 0;  // of them
-  bool m_isMidLine = false;
+  std::string m_bytes;       // whole lines; the first may lack its beginning
+  std::size_t m_sent = 0;    // how many of m_bytes the socket has taken
+  bool m_isMidLine = false;  // the reader has the beginning of a line only
   bool m_isCut = false;
 };
 

@@ -93,7 +93,7 @@ ProtocolSets ReadProtocols(const Tarsel::Options& document) {
   ProtocolSets sets;
   ForEachVlan(document, [&](unsigned short vlan, const OptionsNode& entry) {
     unsigned int& set = sets[vlan];
-    set = 0;  // the last of several entries has the word
+    set = 0;  // the last of several entries decides
     for (const RouterMember& member : MEMBERS) {
       set |= Enables(entry.GetChildNode(member.name)) ? 1u << member.router : 0;
     }

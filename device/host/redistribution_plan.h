@@ -42,8 +42,9 @@ constexpr std::uint32_t SOURCES[] = {0x30000, 0x20000, 0x80000, 0xD0000, 0xE0000
 /// The sources of each destination; destinations without any are not in it.
 using Rules = std::map<Destination, Sources>;
 
-/// The profiles in a document, which nobody has to have checked. A VLAN has one when an entry of it
-/// has a "REDISTRIBUTION" that is not empty; of several entries each adds what it says.
+/// The profiles in a document. It need not have been checked: what has another type is passed over. A
+/// VLAN has one when an entry of it has a "REDISTRIBUTION" that is not empty; of several entries each
+/// adds what it says.
 Profiles ReadProfiles(const Tarsel::Options& document);
 
 /// The protocols that a document enables, as the routers read it.

@@ -17,7 +17,7 @@ using Tarsel::OptionsNode;
 
 namespace {
 
-// With a NUL inside it is no interface's name; read up to there it might be one.
+// With what stands behind a NUL: cut there, it might be the name of another interface.
 std::string InterfaceOf(const Tarsel::string& name) { return {name.c_str(), name.get_length()}; }
 
 std::string TextOf(const OptionsNode& node, const char* key) {
@@ -45,14 +45,15 @@ std::string Explain(const OptionsNode& node, bool ip6) {
     return ": expected an object with a route";
   }
   const char* address = ip6 ? "an IPv6 address" : "an IPv4 address";
-  for (const char* key : {"network", "netmask", "gateway"}) {
-    const bool isLength = ip6 && std::strcmp(key, "netmask") == 0;
-    const std::string text = TextOf(node, isLength ? "prefix" : key);
+  const char* mask = ip6 ? "prefix" : "netmask";
+  for (const char* key : {"network", mask, "gateway"}) {
+    const std::string text = TextOf(node, key);
     Ip6Prefix prefix;
-    if (isLength && !Tarsel::ParseIp6Prefix(prefix, "::", text.c_str())) {
-      return Expected("prefix", "a length from 0 to 128", text);
-    }
-    if (!isLength && !IsAddress(text, ip6)) {
+    if (ip6 && key == mask) {
+      if (!Tarsel::ParseIp6Prefix(prefix, "::", text.c_str())) {
+        return Expected(key, "a length from 0 to 128", text);
+      }
+    } else if (!IsAddress(text, ip6)) {
       return Expected(key, address, text);
     }
   }

@@ -45,12 +45,14 @@ class Session {
   virtual void Flush() = 0;
   /// The next line may come.
   virtual void Ready() = 0;
-  /// For the process, when the operator leaves: an operator at a terminal has seen what went wrong.
+  /// The process's exit status when the operator leaves. 0 unless a session overrides it: who types
+  /// commands has seen what went wrong.
   virtual int GetExitStatus() const { return EXIT_DONE; }
 
   /// Carries out a line. What a command throws is printed, and counts as a refusal; but for a lack of
   /// memory, which is passed on.
   void Execute(const std::string& line);
+  /// Waits until things have settled, or some seconds, and takes the next line then.
   void SettleThenReady();
   /// No line is taken afterwards.
   void Leave(int status);
@@ -76,8 +78,8 @@ class Session {
   Reply m_reply;
   bool m_hadUnknownWord = false;
   bool m_hasSettled = true;
-  bool m_isBusy = false;       // with a line: the next one may not come
-  bool m_isImpatient = false;  // the operator, who has interrupted it
+  bool m_isBusy = false;       // a line is being carried out, or its effect waited for
+  bool m_isImpatient = false;  // the operator has interrupted the line
   bool m_hasLeft = false;
 };
 

@@ -25,8 +25,6 @@ constexpr std::size_t SEND_AT_ONCE_FROM = 64 * 1024;
 
 }  // namespace
 
-Socket::~Socket() { close(m_fd); }
-
 SocketSession::SocketSession(const SessionContext& context, unsigned short vlan, int fd,
                              std::function<void()> gone)
     : Session({context.loop, context.dispatcher, context.settle,
@@ -142,9 +140,7 @@ void SocketSession::Take(const wire::Message& message) {
 }
 
 void SocketSession::Complete(const std::string& begun) {
-  const std::size_t word = begun.find_last_of(' ') + 1;  // or the line's beginning
-  for (const std::string& match :
-       Dispatcher::Complete(Dispatcher::Split(begun.substr(0, word)), begun.substr(word))) {
+  for (const std::string& match : Dispatcher::Complete(begun)) {
     m_queue.Add(match + "\n");
   }
   Finish(wire::Code::DONE, false);

@@ -8,22 +8,10 @@
 
 #include "device/wire/wire.h"
 #include "output_queue.h"
+#include "owned_descriptor.h"
 #include "session.h"
 
 namespace host {
-
-/// A descriptor that is closed with its owner.
-class Socket {
- public:
-  explicit Socket(int fd) : m_fd(fd) {}
-  Socket(const Socket&) = delete;
-  Socket& operator=(const Socket&) = delete;
-  ~Socket();
-  int Get() const { return m_fd; }
-
- private:
-  int m_fd;
-};
 
 /// Speaks device/wire/wire.h. A command is taken when the output of the last one and its reply have
 /// gone out, so a client that reads nothing costs no more than one command's output.
@@ -54,17 +42,17 @@ class SocketSession : public Session {
   void Watch();
   void HangUp();
 
-  Socket m_socket;
+  OwnedDescriptor m_socket;
   LoopPoll m_poll;
   std::function<void()> m_gone;
   wire::Decoder m_decoder;
   std::optional<wire::Message> m_next;  // a command that has to wait
   OutputQueue m_queue;
-  std::string m_begin;  // of the command's output
+  std::string m_begin;  // of the running command's output, to tell a usage text
   std::string m_lastReply;
   int m_watched = 0;
   bool m_isRunning = false;
-  bool m_isLast = false;  // the reply that has been given
+  bool m_isLast = false;  // the last reply has been given: hang up when it has gone out
   bool m_isGone = false;
 };
 

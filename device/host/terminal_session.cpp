@@ -18,12 +18,7 @@ constexpr unsigned PROGRESS_MILLISECONDS = 1000;
 constexpr std::size_t PRINT_AT_ONCE_FROM = 4096;
 const char ERASE_LINE[] = "\r\033[K";
 
-std::vector<std::string> Complete(const std::string& begun) {
-  const std::size_t word = begun.rfind(' ') + 1;  // 0 if there is none
-  return Dispatcher::Complete(Dispatcher::Split(begun.substr(0, word)), begun.substr(word));
-}
-
-// Its being non-blocking is to be nobody else's, so standard output itself stays as it is.
+// Opened a second time, since non-blocking mode would reach everybody who shares standard output.
 int OpenScreen() {
   std::array<char, PATH_MAX> name;
   return ttyname_r(STDOUT_FILENO, name.data(), name.size()) == 0
@@ -35,7 +30,7 @@ int OpenScreen() {
 
 TerminalSession::TerminalSession(const SessionContext& context, unsigned short vlan)
     : Session(context, vlan),
-      m_editor(Complete),
+      m_editor([](const std::string& begun) { return Dispatcher::Complete(begun); }),
       m_screen(OpenScreen()),
       m_next(context.loop),
       m_progress(context.loop),
@@ -46,10 +41,6 @@ TerminalSession::~TerminalSession() {
   HidePrompt();
   m_isPromptDue = false;
   Drain();
-  m_drain.reset();
-  if (m_screen >= 0) {
-    close(m_screen);
-  }
 }
 
 void TerminalSession::Start() { Ready(); }
@@ -72,7 +63,7 @@ void TerminalSession::Write(const std::string& text) {
 void TerminalSession::Flush() { Drain(); }
 
 void TerminalSession::Print(const std::string& text) {
-  if (m_screen < 0) {
+  if (m_screen.Get() < 0) {
     std::fwrite(text.data(), 1, text.size(), stdout);
     return;
   }
@@ -85,7 +76,7 @@ void TerminalSession::Print(const std::string& text) {
 }
 
 void TerminalSession::Drain() {
-  if (m_screen >= 0) {
+  if (m_screen.Get() >= 0) {
     ShowWaiting();
   } else {
     std::fflush(stdout);
@@ -99,7 +90,7 @@ void TerminalSession::Drain() {
 void TerminalSession::ShowWaiting() {
   ssize_t count = 1;
   while (m_shown < m_waiting.size() && (count > 0 || errno == EINTR)) {
-    count = write(m_screen, m_waiting.data() + m_shown, m_waiting.size() - m_shown);
+    count = write(m_screen.Get(), m_waiting.data() + m_shown, m_waiting.size() - m_shown);
     m_shown += count > 0 ? static_cast<std::size_t>(count) : 0;
   }
   const bool isStopped = m_shown < m_waiting.size() && errno == EAGAIN;
@@ -107,7 +98,7 @@ void TerminalSession::ShowWaiting() {
     DropWaiting();
   }
   if (isStopped && !m_drain) {
-    m_drain = std::make_unique<LoopPoll>(GetLoop(), m_screen);
+    m_drain = std::make_unique<LoopPoll>(GetLoop(), m_screen.Get());
   }
   if (m_drain) {
     m_drain->Start(isStopped ? UV_WRITABLE : 0, [this](int) { Drain(); });

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "device/editor/line_editor.h"
+#include "owned_descriptor.h"
 #include "session.h"
 
 namespace host {
@@ -42,9 +43,10 @@ class TerminalSession : public Session {
 
   editor::LineEditor m_editor;
   std::string m_prompt;
-  const int m_screen;     // what standard output shows, opened anew to write without waiting; or -1
-  std::string m_waiting;  // output on its way there, one command's at most
-  std::size_t m_shown = 0;  // of it
+  const OwnedDescriptor
+      m_screen;             // what standard output shows, opened anew to write without waiting
+  std::string m_waiting;    // output on its way there, one command's at most
+  std::size_t m_shown = 0;  // how many bytes of m_waiting the terminal has taken
   std::unique_ptr<LoopPoll> m_drain;
   std::unique_ptr<LoopPoll> m_input;
   LoopTask m_next;

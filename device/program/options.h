@@ -22,10 +22,11 @@ struct Usage {
   const char* program;          // as messages name it
   const char* help;             // all that --help prints
   std::vector<option> options;  // as getopt_long takes them; --help and --version are added
-  bool endsAtWord;              // the options end at the first word, or a word may stand anywhere
+  bool endsAtWord;  // true: the options end at the first word; false: words may stand among them
 };
 
-/// What is wrong with the option that has this number and value; nothing if nothing is.
+/// Takes an option by its number and value. Answers what is wrong with it; the empty text when nothing
+/// is.
 using TakeOption = std::function<std::string(int number, const char* value)>;
 
 /// Reads the options; what is left of `argv` begins at getopt's `optind` then, in the order given.

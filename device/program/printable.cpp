@@ -13,10 +13,11 @@ unsigned ByteAt(const std::string& text, std::size_t at) {
   return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
 }
 
-// How many bytes the character has that begins there; 0 for a control character, of which UTF-8 has a
-// second row behind the ASCII, and for what is not UTF-8.
+// The size in bytes of the character that begins at `at`; 0 for a control character (U+0000 to U+001F,
+// U+007F to U+009F) and for bytes that are not UTF-8.
 std::size_t SizeOfCharacter(const std::string& text, std::size_t at) {
-  constexpr unsigned LOWEST[] = {0xA0, 0x800, 0x10000};  // of two, three and four bytes
+  constexpr unsigned LOWEST[] = {0xA0, 0x800,
+                                 0x10000};  // of two bytes that are no control, of three, of four
   const unsigned lead = ByteAt(text, at);
   if (lead < 0x80) {
     return lead >= 0x20 && lead != 0x7F ? 1 : 0;

@@ -7,8 +7,8 @@
 
 namespace program {
 
-/// At most `most` bytes of `text`, as UTF-8 whatever they are: those that a terminal would act on and
-/// those that are no UTF-8 as \xNN.
+/// The first `most` bytes of `text`, safe for a terminal: control characters and bytes that are not
+/// UTF-8 become \xNN. A character that the limit would cut in two is left out.
 std::string Printable(const std::string& text, std::size_t most);
 
 /// `text` in quotes, cut to a length that leaves a line readable, without characters that a terminal

@@ -4,8 +4,9 @@
 
 namespace program {
 
-/// Opens nothing in the place of standard input, output and error where they are missing: otherwise the
-/// socket or the like that comes to stand there gets what is printed. To be called before all else.
+/// Opens /dev/null in the place of standard input, output and error where they are missing. Otherwise
+/// the next descriptor that is opened, a socket say, takes their number and gets what is printed. To be
+/// called before anything else is opened.
 void OpenMissingStreams();
 
 }  // namespace program

@@ -22,7 +22,7 @@ const ProtocolView IP6_VIEW = {
 
 // One router serves both families; it is ready with the VLAN's IPv4 instance.
 DcBgpRouter::DcBgpRouter(unsigned short vid)
-    : DcRouterBase("BGP", vid, new ProtocolInterface(*this, 0)) {}
+    : DcRouterBase("BGP", vid, new ProtocolInterface(*this, DcRtmMgr::PROTO_IPV4)) {}
 
 DcBgpRouter::~DcBgpRouter() = default;
 

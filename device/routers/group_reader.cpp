@@ -1,7 +1,5 @@
 #include "group_reader.h"
 
-#include <cstring>
-
 #include "tarsel/text.h"
 #include "tarsel/trace.h"
 #include "vantacore/dcl_config_object.h"

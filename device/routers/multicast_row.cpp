@@ -14,6 +14,8 @@ constexpr unsigned int IGMP_VERSION = 3;
 constexpr unsigned int MLD_VERSION = 2;
 constexpr unsigned int MAX_QUERY_INTERVAL = 31744;  // the longest that a version 3 query can tell
 
+const char GROUPS_HOLD[] = "objects with a multicast \"address\" each";
+
 unsigned int LatestVersion(int ipProto) {
   return ipProto == DcRtmMgr::PROTO_IPV6 ? MLD_VERSION : IGMP_VERSION;
 }
@@ -43,14 +45,14 @@ void MulticastRow::Read(GroupReader& reader) {
 void MulticastRow::ReadGroups(GroupReader& reader) {
   const OptionsNode list = reader.GetNode().GetChildNode("GROUPS");
   if (!list.IsEmpty() && list.begin() == list.end()) {
-    reader.Reject("GROUPS", "objects with a multicast \"address\" each");
+    reader.Reject("GROUPS", GROUPS_HOLD);
   }
   for (const OptionsNode& entry : list) {
     string text;
     entry.GetAsString(text, "address");
     const string group = ParseGroupAddress(text.c_str(), ipProto);
     if (group.empty()) {
-      reader.Reject("GROUPS", "objects with a multicast \"address\" each");
+      reader.Reject("GROUPS", GROUPS_HOLD);
       return;
     }
     groups.insert(group);

@@ -45,7 +45,9 @@ bool DcOspfRouter::CreateConfigList(DcConfigLists& lists) {
   return true;
 }
 
-unsigned int DcOspfRouter::GetInstanceId() const { return GetInstance(GetVlan(), m_ipProto); }
+unsigned int DcOspfRouter::GetInstanceId() const {
+  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(GetVlan(), m_ipProto);
+}
 
 void DcOspfRouter::ActivateArea(unsigned int areaId) { m_areas[areaId].active = true; }
 
@@ -101,17 +103,21 @@ void DcOspfRouter::DisplayAreas(DcConsole* console) const {
 }
 
 DcOspfv2Router::DcOspfv2Router(unsigned short vid)
-    : DcOspfRouter("OSPF", vid, 0, new ProtocolInterface(*this, 0)) {}
+    : DcOspfRouter("OSPF", vid, DcRtmMgr::PROTO_IPV4,
+                   new ProtocolInterface(*this, DcRtmMgr::PROTO_IPV4)) {}
 
 void DcOspfv2Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
   ShowProtocol(console, IP4_VIEW, argc, argv);
 }
 
 DcOspfv3Router::DcOspfv3Router(unsigned short vid)
-    : DcOspfRouter("OSPFV3", vid, 41, new Ospfv3Interface(*this)) {}
+    : DcOspfRouter("OSPFV3", vid, DcRtmMgr::PROTO_IPV6, new Ospfv3Interface(*this)) {}
 
 void DcOspfv3Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
   ShowProtocol(console, IP6_VIEW, argc, argv);
 }
+
+Ospfv3Interface::Ospfv3Interface(DcRouterBase& router)
+    : ProtocolInterface(router, DcRtmMgr::PROTO_IPV6) {}
 
 }  // namespace Tarsel

@@ -15,7 +15,6 @@
 #include "group_reader.h"
 #include "host/dc_console.h"
 #include "protocol_tables.h"
-#include "routers/ospf_routers.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_rtm_mgr.h"
 
@@ -46,10 +45,6 @@ bool ReadEnabled(const OptionsNode& node, const string& displayName, const strin
 }
 
 }  // namespace
-
-unsigned int GetInstance(unsigned short vlan, int ipProto) {
-  return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(vlan, ipProto);
-}
 
 ProtocolInterface::ProtocolInterface(DcRouterBase& router, int ipProto)
     : m_router(router), m_ipProto(ipProto) {}
@@ -120,7 +115,7 @@ void ProtocolInterface::DeleteOptions(const string& name, DclConfigObject::Optio
   }
 }
 
-// The last document that names the interface has the word.
+// The last document that names the interface decides.
 bool ProtocolInterface::IsTaken(unsigned int ifIndex) const {
   for (auto source = m_sources.rbegin(); source != m_sources.rend(); ++source) {
     const auto named = source->interfaces.find(ifIndex);
@@ -193,8 +188,5 @@ void ProtocolInterface::ProcessIPAddressChange(unsigned int ifIndex, const Ip4Ad
   interface.address = address;
   interface.isAddressKnown = true;
 }
-
-Ospfv3Interface::Ospfv3Interface(DcRouterBase& router)
-    : ProtocolInterface(router, DcRtmMgr::PROTO_IPV6) {}
 
 }  // namespace Tarsel

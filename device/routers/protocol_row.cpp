@@ -20,10 +20,7 @@ namespace Tarsel {
 
 namespace {
 
-enum RowStatus : int { ROW_ACTIVE = 1, ROW_CREATE = 4, ROW_DESTROY = 6 };
 enum AnswerStatus : unsigned int { ANSWER_DONE = 1, ANSWER_RETRY = 5, ANSWER_ABSENT = 6 };
-constexpr int ADMIN_UP = 1;
-constexpr int ADMIN_DOWN = 2;
 constexpr unsigned int MAX_REFUSALS = 10;
 
 const unsigned char* KeyBytes(const RowName& name) {
@@ -99,7 +96,7 @@ ProtocolRow::~ProtocolRow() { RowRegistry::Get().Drop(*this); }
 
 // ---- requests
 
-void ProtocolRow::Write(int adminStatus, const string& contents) {
+void ProtocolRow::Write(AdminStatus adminStatus, const string& contents) {
   m_removing = false;
   if (RowRegistry::Get().FindCounting(m_name) != this) {
     m_phase = SETTLED;  // the other document's contents stand; this one's turn comes when it goes

@@ -9,6 +9,10 @@
 
 namespace Tarsel {
 
+/// The stack's row status and administrative status.
+enum RowStatus : unsigned short { ROW_ACTIVE = 1, ROW_CREATE = 4, ROW_DESTROY = 6 };
+enum AdminStatus : int { ADMIN_UP = 1, ADMIN_DOWN = 2 };
+
 /// Names a row: its table, the protocol instance and the key within the table.
 struct RowName {
   unsigned int table = 0;
@@ -26,7 +30,7 @@ struct SourceRank {
 bool operator<(const SourceRank& a, const SourceRank& b);
 
 /// What one document wants of one row, and how far that has come. It hands requests to the serializer
-/// and hears their outcomes through the row registry, which keeps it found by its name as long as it
+/// and hears their outcomes through the row registry, which finds it by its name as long as it
 /// lives. When it goes the row stays where it is, and answers that are still under way find nobody.
 class ProtocolRow : public std::enable_shared_from_this<ProtocolRow> {
  public:
@@ -49,8 +53,8 @@ class ProtocolRow : public std::enable_shared_from_this<ProtocolRow> {
   ~ProtocolRow();
 
   /// Asks the stack for the row with these contents, unless a document that counts for more wants it
-  /// with its own. `adminStatus` is 1 up or 2 down.
-  void Write(int adminStatus, const string& contents);
+  /// with its own.
+  void Write(AdminStatus adminStatus, const string& contents);
   /// Asks the stack to drop the row, unless another document still wants it or that has been asked
   /// already. True when there is nothing left to wait for.
   bool Remove();

@@ -32,9 +32,6 @@ enum RedistributionCode : unsigned int {
   CODE_BGP = 14u << 16
 };
 
-/// The protocol instance of a VLAN's family.
-unsigned int GetInstance(unsigned short vlan, int ipProto);
-
 }  // namespace Tarsel
 
 #endif

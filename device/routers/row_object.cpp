@@ -4,17 +4,11 @@
 // has confirmed that the row is gone; that commit then finds the object finished.
 #include "row_object.h"
 
-#include <utility>
-
 #include "host/dc_console.h"
 
 namespace Tarsel {
 
 namespace {
-
-enum RowStatus : unsigned short { ROW_ACTIVE = 1, ROW_CREATE = 4, ROW_DESTROY = 6 };
-constexpr int ADMIN_UP = 1;
-constexpr int ADMIN_DOWN = 2;
 
 enum Match : int { SAME = 0, CHANGED = 1, OTHER = 2 };
 

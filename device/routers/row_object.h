@@ -10,6 +10,7 @@
 #include "protocol_row.h"
 #include "protocol_tables.h"
 #include "vantacore/dc_router_base.h"
+#include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/dcl_config_object.h"
 
 namespace Tarsel {
@@ -40,9 +41,9 @@ class RowObject : public DclConfigObject, private ProtocolRow::Owner {
   virtual const char* GetLabel() const = 0;
   virtual string GetContents() const = 0;
   virtual bool IsUp() const = 0;
-  /// The row has come to the stack with the present contents, or gone from it, or is about to be
-  /// written with others.
+  /// The row has come to the stack with the present contents.
   virtual void Entered() {}
+  /// The row has gone from the stack, or is about to be written with other contents.
   virtual void Left() {}
 
  private:
@@ -93,7 +94,9 @@ class ConfigRow : public RowObject {
   }
 
   RowName GetRowName() const override {
-    return {m_table.number, GetInstance(vlan, m_columns.GetIpProto()), m_columns.GetKey(id)};
+    return {m_table.number,
+            DcRtmMgr::GetDclProtocolInstanceIdFromVlan(vlan, m_columns.GetIpProto()),
+            m_columns.GetKey(id)};
   }
 
   const Columns& GetColumns() const { return m_columns; }

@@ -65,7 +65,8 @@ class RouterPrinter : public DcRouterMgr::DcRouterIteratorFunc {
 
   void Invoke(DcRouterBase* router) override {
     auto* const protocol = static_cast<ProtocolInterface*>(router->GetInterface());
-    const unsigned int instance = GetInstance(router->GetVlan(), m_view.ipProto);
+    const unsigned int instance =
+        DcRtmMgr::GetDclProtocolInstanceIdFromVlan(router->GetVlan(), m_view.ipProto);
     protocol->Display(m_console);
     if (m_view.showMore != nullptr && protocol->IsEnabled()) {
       m_view.showMore(m_console, *router);

@@ -95,7 +95,7 @@ bool Control::RemoveCandidate(const Candidate& candidate) {
 
 void Control::RegisterDescriptor(int fd, int id, unsigned int mask,
                                  std::function<void(int events)> handler) {
-  m_engine.m_descriptors.Add(fd, id, std::move(handler));
+  m_engine.m_descriptors.Add(fd, std::move(handler));
   m_engine.SubmitOwn(DescriptorEvent{DescriptorEvent::kRegister, fd, id, mask});
 }
 

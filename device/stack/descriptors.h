@@ -12,7 +12,7 @@ class Descriptors {
  public:
   using Handler = std::function<void(int events)>;
 
-  void Add(int fd, int id, Handler handler) { m_handlers[fd] = {id, std::move(handler)}; }
+  void Add(int fd, Handler handler) { m_handlers[fd] = std::move(handler); }
   bool Has(int fd) const { return m_handlers.count(fd) != 0; }
   void Remove(int fd) { m_handlers.erase(fd); }
   void Clear() { m_handlers.clear(); }
@@ -20,14 +20,14 @@ class Descriptors {
   /// Runs the descriptor's handler; an unknown descriptor is ignored.
   void Ready(int fd, int events) const {
     const auto found = m_handlers.find(fd);
-    if (found != m_handlers.end() && found->second.second) {
-      const Handler handler = found->second.second;  // it may remove itself
+    if (found != m_handlers.end() && found->second) {
+      const Handler handler = found->second;  // it may remove itself
       handler(events);
     }
   }
 
  private:
-  std::map<int, std::pair<int, Handler>> m_handlers;
+  std::map<int, Handler> m_handlers;
 };
 
 }  // namespace routing_stack

@@ -29,8 +29,8 @@ namespace routing_stack {
 struct NextHop : Link {  // linked while it has candidates to hand out
   bool usable = false;
   std::uint32_t outInterface = 0;  // 0: not determined
-  Link settled;                    // candidates that were chosen among since the last change
-  Link stale;                      // those that still have to be
+  Link settled;  // candidates that have been chosen among since usable changed last
+  Link stale;    // candidates that have not yet
 };
 
 class NextHops {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "protocol_rows.h"
 #include "stack/sms.h"
 
 namespace routing_stack {
@@ -18,7 +19,7 @@ enum class Table : unsigned int {
   kRtm = 6  // no request is answered with it; scripts name an entity's row by {6, instance}
 };
 
-constexpr std::size_t kProtocolKeyBytes = 64;
+constexpr std::size_t kProtocolKeyBytes = SMS_PROTOCOL_KEY_MAX;
 
 struct Oid {
   unsigned int words[SMS_OID_MAX];

@@ -7,8 +7,6 @@
 // than the instance's (inconsistent). A row of an instance that does not exist may be tried again.
 // A destroy is judged by one thing only, whether the row is there.
 
-#include <cstring>
-
 #include "requests.h"
 #include "vantacore/dcrouter_api.h"
 

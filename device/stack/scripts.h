@@ -33,7 +33,7 @@ class Scripts {
   using Entries = std::deque<Entry>;
   static bool TakeFirst(Entries& entries, Answer* answer);
 
-  std::array<Entries, 6> m_types;
+  std::array<Entries, kRowTypes> m_types;
   std::map<std::vector<unsigned int>, Entries> m_rows;
 };
 

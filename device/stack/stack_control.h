@@ -17,6 +17,7 @@ class Engine;
 
 /// The kinds of rows that are requested.
 enum class RowType { kRtm, kInterface, kAddress, kRoute, kRedistribution, kProtocol };
+constexpr std::size_t kRowTypes = static_cast<std::size_t>(RowType::kProtocol) + 1;
 
 /// Every function of the stack that the library can call, for counting and for the call log.
 enum class Call {
@@ -73,7 +74,8 @@ struct Candidate {
 
 /// A rule as the stack holds it.
 struct RedistributionRow {
-  std::uint32_t vlan, source, destination;
+  std::uint32_t vlan;  // the instance: with 0x8000 for IPv6
+  std::uint32_t source, destination;
 };
 
 class SMS_API Control {
@@ -133,8 +135,9 @@ class SMS_API Control {
   /// Removes the protocol's candidate for the prefix and next hop; false when there is none.
   bool RemoveCandidate(const Candidate& candidate);
 
-  /// A descriptor that the stack registers with the host on its next run, and what its handler
-  /// queues: tests see the whole way round. `mask` are event bits.
+  /// Registers a descriptor with the host on the stack's next run, and calls `handler` with the event
+  /// bits when the host reports it ready, so that tests see the whole way there and back. Event bits,
+  /// in `mask` as well: 1 read, 2 write, 4 urgent.
   void RegisterDescriptor(int fd, int id, unsigned int mask,
                           std::function<void(int events)> handler);
   void ChangeDescriptorMask(int fd, unsigned int mask);

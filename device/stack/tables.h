@@ -118,8 +118,8 @@ class Tables {
  public:
   explicit Tables(const Clock& clock) : m_clock(clock) {}
 
-  // The tables. Their rules are the row files'; who changes a row here calls the matching function
-  // below.
+  // The tables. The rules of their rows are in *_rows.cpp and protocol_table.cpp; whoever changes a
+  // row there calls the matching function below.
   std::map<std::uint32_t, std::unique_ptr<Instance>> instances;
   std::map<InterfaceKey, InterfaceRow> interfaces;
   std::map<AddressKey, AddressRow> addresses;
@@ -127,7 +127,7 @@ class Tables {
   std::map<ProtocolKey, ProtocolRow> protocolRows;
   std::size_t staticRoutes = 0;  // of all instances
 
-  std::array<Limit, 6> limits;
+  std::array<Limit, kRowTypes> limits;
   /// Done, or the limit's status when one more row is too many.
   unsigned int RoomFor(RowType type, std::size_t rows) const;
 

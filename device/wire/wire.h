@@ -34,7 +34,7 @@ struct Message {
   std::string text;  // of a command; what is begun; output, with the end of its line if it has one
   Code code = Code::DONE;
   unsigned short vlan = 0;
-  bool isLast = false;  // the reply is
+  bool isLast = false;  // of a reply: the daemon closes the connection behind it
 };
 
 /// Ends of lines in `words` become spaces, which separate words as well. At most MAX_TEXT bytes.
@@ -50,8 +50,8 @@ std::string EncodeReply(Code code, unsigned short vlan, bool isLast = false);
 class Decoder {
  public:
   void Feed(const char* bytes, std::size_t size);
-  /// The next message, as soon as its line is complete. Never one again after something that is no
-  /// message or too long for one.
+  /// The next message, as soon as its line is complete. After bytes that are no message, or a line that
+  /// is too long, there is none any more: see IsBroken().
   std::optional<Message> Next();
   bool IsBroken() const { return m_isBroken; }
   /// How much has been fed and not yet been taken.
@@ -59,7 +59,7 @@ class Decoder {
 
  private:
   std::string m_bytes;
-  std::size_t m_taken = 0;  // of them
+  std::size_t m_taken = 0;  // how many of m_bytes have been read
   bool m_isBroken = false;
 };
 

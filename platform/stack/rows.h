@@ -72,10 +72,10 @@ typedef struct amb_cipr_rtm_rib {
 /** An interface of the I3 interface table. */
 typedef struct amb_stubs_i3_ei {
   uint32_t instance; /**< the protocol instance: the VLAN, with 0x8000 for IPv6 */
-  uint32_t if_index; /**< 0 for none */
+  uint32_t if_index; /**< the interface's index */
   char name[256];    /**< NUL-terminated */
-  uint32_t
-      flags; /**< 1 MPLS tunnel, 2 loopback, 4 point-to-point, 8 broadcast, 16 multicast, 32 unnumbered */
+  /** 1 MPLS tunnel, 2 loopback, 4 point-to-point, 8 broadcast, 16 multicast, 32 unnumbered. */
+  uint32_t flags;
   uint32_t oper_status; /**< 1 up, 2 down */
   uint32_t mtu;         /**< bytes */
 } amb_stubs_i3_ei;
