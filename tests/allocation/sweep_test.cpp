@@ -7,12 +7,12 @@
 // messages came from which place, and that no place was forgotten.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdlib>
 #include <fstream>
 
 #include "tests/allocation/play.h"
 #include "tests/models/random_run.h"
+#include "tests/scenarios/readers.h"
 
 namespace {
 
@@ -23,9 +23,7 @@ using test_support::FailingNew;
 // Folders whose documents are read by other means than the library's have no way back.
 bool IsWhole(const scenarios::Scenario& scenario) {
   for (const scenarios::Step& step : scenario.steps) {
-    for (const char* start : {"routes", "profiles", "names", "device", "checked"}) {
-      if (step.name.rfind(start, 0) == 0) return false;
-    }
+    if (scenarios::IsReadByOtherMeans(step.name)) return false;
   }
   return true;
 }
@@ -87,14 +85,6 @@ TEST_P(AllocationSweep, LeavesNoTrace) {
   std::printf("%u runs of %u allocations\n", runs, granted.requests);
 }
 
-std::string NameOf(const testing::TestParamInfo<std::filesystem::path>& info) {
-  std::string name = info.param.filename().string();
-  for (char& c : name) {
-    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-  }
-  return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Folder, AllocationSweep, testing::ValuesIn(Folders()), NameOf);
+INSTANTIATE_TEST_SUITE_P(Folder, AllocationSweep, testing::ValuesIn(Folders()), scenarios::NameOf);
 
 }  // namespace

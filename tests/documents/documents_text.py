@@ -23,6 +23,9 @@ def read(path):
     for match in RUN.finditer(text):
         line = text.count('\n', 0, match.start()) + 1
         found.append(Run(line, match.group(1), match.group(2), match.group(3) or ''))
+    runs = sum(isinstance(piece, Run) for piece in found)
+    if (len(found) - runs, runs) != (text.count('\n```json\n'), text.count("    printf '")):
+        raise SystemExit('%s: a file or a run is shown in a form that is not read' % path)
     return sorted(found, key=lambda piece: piece.line)
 
 

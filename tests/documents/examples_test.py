@@ -5,7 +5,6 @@ follows another without a file between them has the same ones.
 """
 
 import pathlib
-import re
 import subprocess
 import sys
 import tempfile
@@ -13,14 +12,10 @@ import tempfile
 from documents_text import File, read
 
 DAEMON = sys.argv[1]
-DOCUMENT = pathlib.Path(sys.argv[2]) / 'docs/documents.md'
-
-
-def comparable(text):
-    """Without trailing blanks, and without the ages, which depend on how long the run took."""
-    lines = [re.sub(r'\d+( (static|connnected))$', r'*\1', line.rstrip())
-             for line in text.strip().splitlines()]
-    return '\n'.join(lines)
+ROOT = pathlib.Path(sys.argv[2])
+DOCUMENT = ROOT / 'docs/documents.md'
+sys.path.append(str(ROOT / 'tests/tools'))
+from shown_output import comparable
 
 
 def run(piece, files):

@@ -95,7 +95,10 @@ def main():
         expect(where, kind_of(path), document, where in refused)
         refused.discard(where)
     problems += ['refused.txt: there is no %s' % where for where in sorted(refused)]
-    for path in sorted((ROOT / 'examples').rglob('*.json')):
+    examples = sorted((ROOT / 'examples').rglob('*.json'))
+    if not examples:
+        problems.append('there are no examples')
+    for path in examples:
         expect(path, kind_of(path), json.loads(path.read_text(encoding='utf-8')), False)
     for shown in files_shown(ROOT / 'docs/documents.md'):
         where = 'documents.md, line %d' % shown.line

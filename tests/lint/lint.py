@@ -27,6 +27,8 @@ def repository_files(root):
         ['git', '-c', 'safe.directory=*', 'ls-files', '-z', '--cached', '--others',
          '--exclude-standard'], cwd=root, check=True, stdout=subprocess.PIPE)
     names = {name for name in listing.stdout.decode().split('\0') if name}
+    if not names:
+        raise SystemExit(root + ': git names no files here')
     return sorted(name for name in names if os.path.isfile(os.path.join(root, name)))
 
 

@@ -21,8 +21,6 @@ namespace {
 
 using Tarsel::OptionsNode;
 
-bool BeginsWith(const std::string& text, const char* begin) { return text.rfind(begin, 0) == 0; }
-
 Json::Value Parsed(const std::string& name, const std::string& text) {
   Json::Value value;
   std::istringstream stream(text);
@@ -137,7 +135,8 @@ host::Report ReportTo(std::ostream& out) {
   return [&out](const std::string& line) { out << "report " << line << "\n"; };
 }
 
-void ReadDevice(const std::string& name, const std::string& text, std::ostream& out) {
+void ReadDevice(test_support::Device&, const std::string& name, const std::string& text,
+                std::ostream& out) {
   static host::DeviceState state;
   const host::Report report = ReportTo(out);
   Json::Value json;
@@ -164,24 +163,42 @@ void ReadChecked(test_support::Device& device, const std::string& name, const st
   }
 }
 
+// --- the kinds ---
+
+struct Kind {
+  const char* begin;  // of the names
+  void (*read)(test_support::Device& device, const std::string& name, const std::string& text,
+               std::ostream& out);
+};
+
+template <void (*read)(const Tarsel::Options& document, std::ostream& out)>
+void ReadOptions(test_support::Device&, const std::string& name, const std::string& text,
+                 std::ostream& out) {
+  read(Tarsel::Options(Parsed(name, text)), out);
+}
+
+constexpr Kind KINDS[] = {{"routes", ReadOptions<ReadRoutes>},
+                          {"profiles", ReadOptions<ReadProfiles>},
+                          {"names", ReadOptions<ReadNames>},
+                          {"device", ReadDevice},
+                          {"checked", ReadChecked}};
+
+const Kind* KindOf(const std::string& name) {
+  for (const Kind& kind : KINDS) {
+    if (name.rfind(kind.begin, 0) == 0) return &kind;
+  }
+  return nullptr;
+}
+
 }  // namespace
+
+bool IsReadByOtherMeans(const std::string& name) { return KindOf(name) != nullptr; }
 
 bool ReadDocument(test_support::Device& device, const std::string& name, const std::string& text,
                   std::ostream& out) {
-  if (BeginsWith(name, "routes")) {
-    ReadRoutes(Tarsel::Options(Parsed(name, text)), out);
-  } else if (BeginsWith(name, "profiles")) {
-    ReadProfiles(Tarsel::Options(Parsed(name, text)), out);
-  } else if (BeginsWith(name, "names")) {
-    ReadNames(Tarsel::Options(Parsed(name, text)), out);
-  } else if (BeginsWith(name, "device")) {
-    ReadDevice(name, text, out);
-  } else if (BeginsWith(name, "checked")) {
-    ReadChecked(device, name, text, out);
-  } else {
-    return false;
-  }
-  return true;
+  const Kind* const kind = KindOf(name);
+  if (kind != nullptr) kind->read(device, name, text, out);
+  return kind != nullptr;
 }
 
 }  // namespace scenarios

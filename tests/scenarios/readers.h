@@ -11,8 +11,10 @@ class Device;
 
 namespace scenarios {
 
-/// Reads the document when its name is that of such a kind (README.md has the kinds) and writes down
-/// what was read from it, a line each. False for every other name; the document is not read then.
+/// Whether the name is that of such a kind (README.md has the kinds).
+bool IsReadByOtherMeans(const std::string& name);
+/// Reads such a document and writes down what was read from it, a line each. False for every other name;
+/// the document is not read then.
 bool ReadDocument(test_support::Device& device, const std::string& name, const std::string& text,
                   std::ostream& out);
 

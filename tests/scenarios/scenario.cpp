@@ -83,6 +83,14 @@ std::vector<fs::path> Folders() {
   return folders;
 }
 
+std::string NameOf(const testing::TestParamInfo<fs::path>& folder) {
+  std::string name = folder.param.filename().string();
+  for (char& c : name) {
+    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+  }
+  return name;
+}
+
 Scenario Load(const fs::path& folder) {
   Scenario scenario;
   scenario.folder = folder;

@@ -2,6 +2,8 @@
 #ifndef TESTS_SCENARIOS_SCENARIO_H
 #define TESTS_SCENARIOS_SCENARIO_H
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <ostream>
 #include <string>
@@ -31,6 +33,8 @@ struct Scenario {
 
 /// The folders below tests/scenarios, in name order. Working directory: the project's root.
 std::vector<std::filesystem::path> Folders();
+/// The name of a folder's test.
+std::string NameOf(const testing::TestParamInfo<std::filesystem::path>& folder);
 /// Throws std::runtime_error with the file's name when something is missing or malformed.
 Scenario Load(const std::filesystem::path& folder);
 bool IsDocument(const Step& step);

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "daemon_process.h"
+#include "tests/support/rewriting.h"
 
 namespace {
 
@@ -16,12 +17,10 @@ std::string MaskAges(const std::string& text) {
   return std::regex_replace(text, std::regex(" +[0-9]+ (connnected|static) *\n"), " AGE $1\n");
 }
 
-// The committed expectation. With VANTACORE_REWRITE set it is written anew, to be reviewed.
+// The committed expectation. With VANTACORE_REWRITE=1 it is written anew, and the test fails.
 std::string Expected(const std::string& name, const std::string& actual) {
   const std::string path = "tests/system/expected/" + name;
-  if (std::getenv("VANTACORE_REWRITE")) {
-    std::ofstream(path) << actual;
-  }
+  test_support::Rewrite(path, actual);
   std::stringstream text;
   text << std::ifstream(path).rdbuf();
   return text.str();

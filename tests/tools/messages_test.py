@@ -104,6 +104,8 @@ def main():
         sys.exit('There is nothing to compare.')
     spans = [' '.join(span.split()) for span in re.findall(r'`([^`]*)`', section.group(1))]
     pieces, literals = complaints(root)
+    if not pieces or not spans:
+        sys.exit('There are no complaints to compare.')
     parts = [re.split(r'<[^>]*>', span) for span in spans]
     errors += ['complaint not in docs/operations.md: ' + piece for piece in sorted(pieces)
                if not any(piece.replace('\\n', '') in span for span in spans)]

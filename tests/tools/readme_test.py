@@ -4,21 +4,15 @@ import re
 import subprocess
 import sys
 
+from shown_output import comparable
+
 DAEMON, README, EXAMPLE = sys.argv[1:4]
-
-
-def comparable(text):
-    """Without trailing blanks, and without the ages, which depend on how long the run took."""
-    lines = [re.sub(r'\d+( (static|connnected))$', r'*\1', line.rstrip())
-             for line in text.strip().splitlines()]
-    return '\n'.join(lines)
-
 
 with open(README, encoding='utf-8') as file:
     readme = file.read()
 tour = re.findall(r"^    printf '([^\n]*)' \| \./run\n\nprints\n\n```\n(.*?)```$", readme, re.M | re.S)
-if not tour:
-    sys.exit('The README shows no commands with their output.')
+if not tour or len(tour) != readme.count("    printf '"):
+    sys.exit('The README shows no commands with their output, or shows some in another form.')
 for commands, wanted in tour:
     result = subprocess.run([DAEMON, '--config', EXAMPLE],
                             input=commands.replace('\\n', '\n').encode(),
