@@ -52,13 +52,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   Tarsel::TwoColumnsFormatter formatter;
   std::size_t rows = 0;
+  bool hasText = false;
   for (std::size_t i = 0; i + 1 < pieces.size(); i += 2, ++rows) {
     CheckSegment(formatter, pieces[i], width1);
     formatter.PushRow(pieces[i].c_str(), pieces[i + 1].c_str());
+    hasText = hasText || !pieces[i].empty() || !pieces[i + 1].empty();
   }
   const char* block = formatter.Format(width1, width2, separator.c_str());
-  Check(block == nullptr || (rows > 0 && width1 > 0 && width2 > 0 && !separator.empty()),
-        "a block out of nothing");
+  Check((block != nullptr) == (hasText && width1 > 0 && width2 > 0 && !separator.empty()),
+        "a block out of nothing, or none out of something");
   if (block != nullptr) {
     const std::string copy = block;
     Check(!copy.empty() && copy.back() == '\n', "a block that does not end with a line end");

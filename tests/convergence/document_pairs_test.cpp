@@ -4,8 +4,8 @@
 // failure names is the failed one: VANTACORE_SEED=... VANTACORE_RANDOM_SCALE=1. The long form is
 // VANTACORE_RANDOM_SCALE=2500, with 10,000 pairs.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <json/writer.h>
 
 #include <string>
@@ -21,6 +21,9 @@ using convergence::DocumentPair;
 using convergence::Documents;
 using convergence::Host;
 using test_support::TextOfChild;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
 
 constexpr unsigned int PAIRS = 400;
 
@@ -165,12 +168,15 @@ TEST(DocumentPairs, KnowWhatStaysBehind) {
   entry["RIPV2"]["IF_LIST"] = ListWith("x", "RIP_10_3");
   pair.first.vlans["VLAN_CONFIGURATIONS"]["a"] = entry;
   pair.second = pair.first;
+  const std::string row = "protocol 10 6 \"3\" ";
+  EXPECT_THAT(TablesOf(pair.second), HasSubstr(row));
   EXPECT_TRUE(convergence::LeavesNothingBehind(pair));
   EXPECT_FALSE(Fails(pair, true));
 
   pair.second.vlans["VLAN_CONFIGURATIONS"]["a"]["RIPV2"]["enabled"] = false;
   EXPECT_FALSE(convergence::LeavesNothingBehind(pair));
-  EXPECT_TRUE(Fails(pair, true));
+  EXPECT_THAT(TablesOf(pair.second), AllOf(HasSubstr("instance 10"), Not(HasSubstr(row))));
+  EXPECT_THAT(TablesAfterBoth(pair, true), HasSubstr(row));
 }
 
 }  // namespace

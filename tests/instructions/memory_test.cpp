@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "device/base/timer_loop.h"
 #include "device/base/trace_control.h"
@@ -41,7 +40,6 @@ double PerItem(std::size_t before, unsigned int count) {
 
 void CheckRoutes() {
   cSetRtmReady(VLAN);
-  std::vector<prepared_stack::RouteAnswer> answers = prepared_stack::RouteAnswers(VLAN, ROUTES);
   const std::size_t before = AllocatedBytes();
   for (unsigned int n = 0; n < ROUTES; ++n) prepared_stack::AddRoute(VLAN, n);
   Check("New route", PerItem(before, ROUTES), NEW_ROUTE_LIMIT);
@@ -60,6 +58,11 @@ void CheckVlans() {
   const std::size_t before = AllocatedBytes();
   manager->Reload(document, "vlans.json", Tarsel::DclConfigObject::VLAN_OPTIONS);
   Check("VLAN", PerItem(before, VLANS), VLAN_LIMIT);
+  const std::size_t made = manager->GetVlans().size();
+  if (made != VLANS) {
+    std::printf("%zu of %u VLANs were made: FAILED\n", made, VLANS);
+    ++g_failures;
+  }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
 
 #include "daemon_process.h"
 #include "shown.h"
@@ -185,6 +186,9 @@ TEST_F(Console, EndsWhenNobodyReadsItsOutput) {
                            folder.PathOf("output");
   const int status = std::system(("bash -c '" + line + "'").c_str());
   EXPECT_EQ(WEXITSTATUS(status), 1);
+  std::ifstream output(folder.PathOf("output"));
+  std::string first;
+  EXPECT_TRUE(std::getline(output, first)) << "nothing was printed before the reader left";
 }
 
 TEST_F(Console, SaysThatItsOutputIsLost) {
@@ -276,6 +280,7 @@ TEST_F(Daemon, RunsWithoutStandardStreams) {
     for (int i = 0; i < 3000 && access(folder.PathOf("console").c_str(), F_OK) != 0; ++i) {
       usleep(10000);
     }
+    EXPECT_EQ(access(folder.PathOf("console").c_str(), F_OK), 0) << closed;
     daemon.Kill(SIGHUP);
     usleep(100000);
     daemon.Kill(SIGTERM);
@@ -349,6 +354,7 @@ TEST_F(Terminal, DoesNotStopTheDaemonWithAKeyThatIsHalfTyped) {
     other.Send("ip");
     other.ReadUntil("ip");
     other.Send(key);
+    usleep(100000);  // the key comes first
     other.Kill(SIGTERM);
     EXPECT_EQ(other.Wait(), 0);
   }

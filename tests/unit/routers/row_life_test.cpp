@@ -236,6 +236,7 @@ TEST_F(RowLife, AStackThatAnswersFromInsideTheCallChangesNothing) {
   Refuse(5, 1);
   Apply(Peers(Peer(1) + "," + Peer(2)));
   EXPECT_THAT(Rows(), SizeIs(2));
+  ASSERT_THAT(Objects(BGP), SizeIs(2));
   for (const DclConfigObject* object : Objects(BGP)) {
     EXPECT_TRUE(object->GetInMib());
   }
