@@ -8,6 +8,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -78,15 +79,19 @@ class RawClient {
       char bytes[65536];
       const ssize_t count = recv(m_fd, bytes, sizeof bytes, 0);
       if (count <= 0) {
+        m_hasEnded = count == 0 || errno == ECONNRESET;
         return {text, std::nullopt};
       }
       m_decoder.Feed(bytes, static_cast<std::size_t>(count));
     }
   }
   std::optional<wire::Message> ReadReply() { return Read().second; }
+  // Whether the daemon has hung up, as the last reading found.
+  bool HasEnded() const { return m_hasEnded; }
 
  private:
   int m_fd;
+  bool m_hasEnded = false;
   wire::Decoder m_decoder;
 };
 
@@ -115,11 +120,11 @@ class Client : public testing::Test {
   }
   void StartDaemon(const std::string& tick = "100") {
     BeginDaemon(tick);
+    AwaitDaemon();
+  }
+  void AwaitDaemon() const {
     AwaitSocket();
-    // The socket is there a moment before somebody listens at it.
-    for (int i = 0; i < 3000 && Run({"help"}).status == 3; ++i) {
-      usleep(10000);
-    }
+    RunWhenHeard({"help"});
   }
   Arguments With(const Arguments& more) const {
     Arguments arguments = {"--socket", path};
@@ -128,6 +133,15 @@ class Client : public testing::Test {
   }
   Result Run(const Arguments& words, const std::string& input = {}) const {
     return system_test::RunDaemon(With(words), input, VANTACORECTL_COMMAND);
+  }
+  // The socket is there a moment before somebody listens at it.
+  Result RunWhenHeard(const Arguments& words) const {
+    Result result = Run(words);
+    for (int i = 0; i < 3000 && result.status == 3; ++i) {
+      usleep(10000);
+      result = Run(words);
+    }
+    return result;
   }
   std::unique_ptr<DaemonProcess> Open(DaemonProcess::Streams streams,
                                       const Arguments& words = {}) const {
@@ -472,6 +486,7 @@ TEST_F(Client, IsLeftWhenItSpeaksAnotherLanguage) {
       EXPECT_TRUE(reply->isLast);
       EXPECT_FALSE(client.ReadReply());
     }
+    EXPECT_TRUE(client.HasEnded()) << "the daemon goes on listening to it";
   }
   ExpectHealthyDaemon();
 }
@@ -545,7 +560,7 @@ TEST_F(Client, FindsNoDaemonWhileAnotherTakesAPlaceInTheFolder) {
   usleep(300000);
   EXPECT_FALSE(HasSocket());
   close(busy);
-  AwaitSocket();
+  AwaitDaemon();
   ExpectHealthyDaemon();
 }
 
@@ -553,7 +568,7 @@ TEST_F(Client, FindsTheDaemonInAFolderThatSomebodyElseKeepsLocked) {
   const int busy = open(place.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   ASSERT_EQ(flock(busy, LOCK_EX), 0);
   BeginDaemon();
-  AwaitSocket();
+  AwaitDaemon();
   EXPECT_TRUE(HasSocket());
   close(busy);
   ExpectHealthyDaemon();
@@ -564,7 +579,7 @@ TEST_F(Client, FindsTheDaemonThatWasHungUpOnBeforeItHadStarted) {
   BeginDaemon("10");
   AwaitSocket();
   daemon->Kill(SIGHUP);
-  EXPECT_EQ(Run({"--timeout", "30", "vrf", "10"}).status, 0);
+  EXPECT_EQ(RunWhenHeard({"--timeout", "30", "vrf", "10"}).status, 0);
   daemon->Kill(SIGTERM);
   EXPECT_EQ(daemon->Wait(), 0);
 }
