@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <iterator>
 #include <sstream>
 
 #include "library_subject.h"
@@ -95,6 +96,8 @@ void ShrinkDocument(Operations& operations, std::size_t index, unsigned int& rou
 }
 
 // The child hands its outcome over as text, which ends in a line of its own.
+const std::string END = "\n.";
+
 std::string Pack(const Outcome& outcome) {
   std::ostringstream text;
   text << outcome.equal << ' ' << outcome.operations << ' ' << outcome.lines << ' '
@@ -102,7 +105,7 @@ std::string Pack(const Outcome& outcome) {
   for (const auto& count : outcome.counts) {
     text << count.second << ' ' << count.first << '\n';
   }
-  text << outcome.difference << "\n.";
+  text << outcome.difference << END;
   return text.str();
 }
 
@@ -110,6 +113,7 @@ bool Unpack(const std::string& packed, Outcome& outcome) {
   std::istringstream text(packed);
   std::size_t counts = 0;
   text >> outcome.equal >> outcome.operations >> outcome.lines >> outcome.population >> counts;
+  text.get();
   for (; counts > 0 && text; --counts) {
     unsigned long number = 0;
     std::string name;
@@ -118,19 +122,12 @@ bool Unpack(const std::string& packed, Outcome& outcome) {
     std::getline(text, name);
     outcome.counts[name] = number;
   }
-  std::string line;
-  std::getline(text, line);
-  if (outcome.counts.empty()) {
-    outcome.difference = line + "\n";
-  } else if (!line.empty()) {
-    outcome.difference = line + "\n";
+  const std::string rest(std::istreambuf_iterator<char>(text), {});
+  if (rest.size() < END.size() || rest.substr(rest.size() - END.size()) != END) {
+    return false;
   }
-  bool complete = line == ".";
-  while (std::getline(text, line)) {
-    complete = line == ".";
-    if (!complete) outcome.difference += line + "\n";
-  }
-  return complete;
+  outcome.difference = rest.substr(0, rest.size() - END.size());
+  return true;
 }
 
 std::string ReadAll(int descriptor) {
