@@ -47,6 +47,45 @@ std::string WithRoutes(int count) {
   return R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "STATIC_ROUTES6": {)" + routes + "}}}}";
 }
 
+// A daemon that a test plays itself: it keeps its only client waiting until it is told to answer.
+class SlowDaemon {
+ public:
+  explicit SlowDaemon(const std::string& path) : m_listener(socket(AF_UNIX, SOCK_STREAM, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    EXPECT_EQ(bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(listen(m_listener, 1), 0);
+  }
+  SlowDaemon(const SlowDaemon&) = delete;
+  SlowDaemon& operator=(const SlowDaemon&) = delete;
+  ~SlowDaemon() {
+    close(m_client);
+    close(m_listener);
+  }
+
+  void Accept() {
+    m_client = accept(m_listener, nullptr, nullptr);
+    const timeval limit{30, 0};
+    setsockopt(m_client, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+  }
+  void Send(const std::string& bytes) {
+    EXPECT_EQ(send(m_client, bytes.data(), bytes.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(bytes.size()));
+  }
+  // What the client has sent up to some size, or up to its end if that comes first.
+  std::string Read(std::size_t size) {
+    std::string bytes(size, '\0');
+    const ssize_t count = recv(m_client, &bytes[0], size, MSG_WAITALL);
+    bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    return bytes;
+  }
+
+ private:
+  int m_listener;
+  int m_client = -1;
+};
+
 // A client that a test plays itself, to do what the real one does not.
 class RawClient {
  public:
@@ -437,6 +476,19 @@ TEST_F(Client, StopsPrintingWhenInterrupted) {
   atPrompt->Send("rtm rib\n");
   EXPECT_THAT(atPrompt->ReadUntil("vantacore[10]> "), HasSubstr("End of table"));
   ExpectHealthyDaemon();
+}
+
+TEST_F(Client, SendsNoCommandThatWasInterruptedBeforeTheDaemonWasReady) {
+  SlowDaemon slow(path);
+  const auto client = Open(DaemonProcess::PIPES, {"reload"});
+  slow.Accept();
+  slow.Send(wire::EncodeOutput("starting\n"));
+  client->ReadUntil("starting\n");  // it waits now
+  client->Kill(SIGINT);
+  EXPECT_EQ(slow.Read(wire::EncodeInterrupt().size()), wire::EncodeInterrupt());
+  slow.Send(wire::EncodeReply(wire::Code::DONE, 10));
+  EXPECT_EQ(slow.Read(100), "");
+  EXPECT_EQ(client->Wait(), -SIGINT);
 }
 
 TEST_F(Client, GetsItsReplyAtOnceWhenItInterrupts) {
