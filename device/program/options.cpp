@@ -9,6 +9,8 @@ namespace program {
 
 namespace {
 
+constexpr const char* PROGRAM_VERSION = VANTACORE_VERSION;
+
 // Beyond any number that a program gives to an option of its own.
 enum : int { HELP = 1000, VERSION };
 
@@ -49,7 +51,7 @@ std::optional<Ending> ReadOptions(const Usage& usage, int argc, char** argv,
       case HELP:
         return Ending{usage.help, false};
       case VERSION:
-        return Ending{std::string(usage.program) + " " VANTACORE_VERSION "\n", false};
+        return Ending{std::string(usage.program) + " " + PROGRAM_VERSION + "\n", false};
       default:
         problem = take(number, optarg);
         break;
