@@ -47,14 +47,29 @@ std::string WithRoutes(int count) {
   return R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "STATIC_ROUTES6": {)" + routes + "}}}}";
 }
 
+sockaddr_un AddressOf(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  return address;
+}
+
+// Nothing that is waited for comes after half a minute.
+void LimitReceiving(int fd) {
+  const timeval limit{30, 0};
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+}
+
+void SendAll(int fd, const std::string& bytes) {
+  EXPECT_EQ(send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+}
+
 // A daemon that a test plays itself: it keeps its only client waiting until it is told to answer.
 class SlowDaemon {
  public:
   explicit SlowDaemon(const std::string& path) : m_listener(socket(AF_UNIX, SOCK_STREAM, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    EXPECT_EQ(bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const sockaddr_un address = AddressOf(path);
+    EXPECT_EQ(bind(m_listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     EXPECT_EQ(listen(m_listener, 1), 0);
   }
   SlowDaemon(const SlowDaemon&) = delete;
@@ -66,13 +81,9 @@ class SlowDaemon {
 
   void Accept() {
     m_client = accept(m_listener, nullptr, nullptr);
-    const timeval limit{30, 0};
-    setsockopt(m_client, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    LimitReceiving(m_client);
   }
-  void Send(const std::string& bytes) {
-    EXPECT_EQ(send(m_client, bytes.data(), bytes.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(bytes.size()));
-  }
+  void Send(const std::string& bytes) { SendAll(m_client, bytes); }
   // What the client has sent up to some size, or up to its end if that comes first.
   std::string Read(std::size_t size) {
     std::string bytes(size, '\0');
@@ -90,21 +101,15 @@ class SlowDaemon {
 class RawClient {
  public:
   explicit RawClient(const std::string& path) : m_fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    EXPECT_EQ(connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    const timeval limit{30, 0};
-    setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    const sockaddr_un address = AddressOf(path);
+    EXPECT_EQ(connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    LimitReceiving(m_fd);
   }
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;
   ~RawClient() { close(m_fd); }
 
-  void Send(const std::string& bytes) {
-    EXPECT_EQ(send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(bytes.size()));
-  }
+  void Send(const std::string& bytes) { SendAll(m_fd, bytes); }
   // What comes up to the next reply, and the reply.
   std::pair<std::string, std::optional<wire::Message>> Read() {
     std::string text;

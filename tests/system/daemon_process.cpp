@@ -12,6 +12,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
+
+#include "tests/support/argument_vector.h"
 
 namespace system_test {
 
@@ -30,13 +33,10 @@ constexpr std::chrono::seconds PATIENCE(30);
   }
   words.push_back(command);
   words.insert(words.end(), arguments.begin(), arguments.end());
-  std::vector<char*> argv;
-  for (std::string& word : words) {
-    argv.push_back(&word[0]);
-  }
-  argv.push_back(nullptr);
+  test_support::ArgumentVector line(std::move(words));
+  char** const argv = line.GetPointers();
   setenv("TERM", "dumb", 1);
-  execvp(argv[0], argv.data());
+  execvp(argv[0], argv);
   std::perror(argv[0]);
   _exit(127);
 }

@@ -3,8 +3,10 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "device/base/trace_control.h"
+#include "tests/support/argument_vector.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_console_command.h"
 #include "vantacore/dc_interface_mgr.h"
@@ -269,28 +271,24 @@ void LibrarySubject::Console(Command command, unsigned short vlan,
                              const std::vector<std::string>& words) {
   bool destroyed = false;
   auto* console = new LoggingConsole(m_log, m_consoles++, vlan, destroyed);
-  std::vector<std::string> copies = words;
-  std::string first = "protocol";
-  std::vector<char*> argv;
+  std::vector<std::string> line = words;
   if (command == IP_PROTOCOL || command == IP6_PROTOCOL) {
-    argv.push_back(&first[0]);
+    line.insert(line.begin(), "protocol");
   }
-  for (std::string& word : copies) {
-    argv.push_back(&word[0]);
-  }
-  const int argc = static_cast<int>(argv.size());
-  argv.push_back(nullptr);
+  test_support::ArgumentVector arguments(std::move(line));
+  const int argc = arguments.GetCount();
+  char** const argv = arguments.GetPointers();
   if (command == IP_PROTOCOL) {
-    DcRouterMgr::ConCmdIp4Rtm(nullptr, console, argc, argv.data());
+    DcRouterMgr::ConCmdIp4Rtm(nullptr, console, argc, argv);
   } else if (command == IP6_PROTOCOL) {
-    DcRouterMgr::ConCmdIp6Rtm(nullptr, console, argc, argv.data());
+    DcRouterMgr::ConCmdIp6Rtm(nullptr, console, argc, argv);
   } else {
     Tarsel::DcConsoleCommand* made =
         command == INTERFACES
             ? static_cast<Tarsel::DcConsoleCommand*>(
                   new Tarsel::DcInterfaceConsoleCommand(console, vlan, !words.empty()))
             : new Tarsel::RtmRouteCommand(console, command == RTM_ROUTE6 ? 41 : 0);
-    if (!made->Parse(argc, argv.data())) {
+    if (!made->Parse(argc, argv)) {
       delete made;
     }
   }

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "tests/support/argument_vector.h"
 #include "tests/support/trace_capture.h"
 #include "tests/unit/console/plain_command.h"
 #include "vantacore/dc_console_command.h"
@@ -45,14 +47,10 @@ struct Outcome {
 
 Outcome Parse(const DcConsoleCommand::ConsoleCommandOption& option,
               std::vector<std::string> words) {
-  std::vector<char*> pointers;
-  for (std::string& word : words) {
-    pointers.push_back(word.data());
-  }
-  pointers.push_back(nullptr);
+  test_support::ArgumentVector arguments(std::move(words));
   CommandWithLog with(1);
-  int argc = static_cast<int>(words.size());
-  char** argv = pointers.data();
+  int argc = arguments.GetCount();
+  char** argv = arguments.GetPointers();
   g_values.clear();
   Outcome outcome;
   outcome.result = option.Parse(*with.command, argc, argv);

@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
+
+#include "tests/support/argument_vector.h"
 
 namespace {
 
@@ -15,12 +18,8 @@ class ParseCommandLine : public testing::Test {
  protected:
   std::optional<program::Ending> Parse(std::vector<std::string> words) {
     words.insert(words.begin(), "vantacored");
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-      argv.push_back(&word[0]);
-    }
-    argv.push_back(nullptr);
-    return host::ParseCommandLine(static_cast<int>(words.size()), argv.data(), line);
+    test_support::ArgumentVector argv(std::move(words));
+    return host::ParseCommandLine(argv.GetCount(), argv.GetPointers(), line);
   }
   void ExpectError(const std::vector<std::string>& words, const std::string& problem) {
     const auto ending = Parse(words);

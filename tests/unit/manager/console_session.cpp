@@ -1,5 +1,6 @@
 #include "tests/unit/manager/console_session.h"
 
+#include "tests/support/argument_vector.h"
 #include "vantacore/dc_console_command.h"
 
 namespace console_session {
@@ -9,16 +10,11 @@ using Tarsel::DcRouterMgr;
 
 Execution Execute(Tarsel::DcRouterCmdHandler::Handler handler, std::vector<std::string> words,
                   unsigned short vlan) {
-  std::vector<char*> argv;
-  for (std::string& word : words) {
-    argv.push_back(word.data());
-  }
-  argv.push_back(nullptr);
-
+  test_support::ArgumentVector argv(std::move(words));
   Execution run;
   run.log = test_support::NewConsoleLog(vlan);
   run.console = new test_support::RecordingConsole(run.log);
-  handler(nullptr, run.console, static_cast<int>(words.size()), argv.data());
+  handler(nullptr, run.console, argv.GetCount(), argv.GetPointers());
   if (run.log->destroyed) {
     run.owner = Owner::kGone;
   } else if (DcConsoleCommand::Owns(run.console)) {

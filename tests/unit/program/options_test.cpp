@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
+#include "tests/support/argument_vector.h"
+
 namespace {
 
 using program::Usage;
@@ -16,22 +20,14 @@ class ReadOptions : public testing::Test {
  protected:
   std::optional<program::Ending> Read(std::vector<std::string> words) {
     words.insert(words.begin(), "player");
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-      argv.push_back(&word[0]);
-    }
-    argv.push_back(nullptr);
-    const int argc = static_cast<int>(words.size());
+    test_support::ArgumentVector argv(std::move(words));
     taken.clear();
-    left.clear();
-    const auto ending =
-        program::ReadOptions(usage, argc, argv.data(), [this](int number, const char* value) {
-          taken.push_back(std::to_string(number) + (value ? std::string("=") + value : ""));
-          return value && std::string(value) == "bad" ? "that is bad" : "";
-        });
-    for (int at = optind; at < argc; ++at) {
-      left.push_back(argv[static_cast<std::size_t>(at)]);
-    }
+    const auto take = [this](int number, const char* value) {
+      taken.push_back(std::to_string(number) + (value ? std::string("=") + value : ""));
+      return value && std::string(value) == "bad" ? "that is bad" : "";
+    };
+    const auto ending = program::ReadOptions(usage, argv.GetCount(), argv.GetPointers(), take);
+    left.assign(argv.GetPointers() + optind, argv.GetPointers() + argv.GetCount());
     return ending;
   }
   void ExpectError(const std::vector<std::string>& words, const std::string& problem) {
