@@ -260,6 +260,8 @@ TEST(ConsoleCommand, ParseVlanTakesANumberCutToSixteenBits) {
   EXPECT_EQ(12, with.command->GetVlan());
   EXPECT_TRUE(with.command->ParseVlan("70000"));
   EXPECT_EQ(4464, with.command->GetVlan());
+  EXPECT_TRUE(with.command->ParseVlan("-1"));
+  EXPECT_EQ(65535, with.command->GetVlan());
   EXPECT_TRUE(with.command->ParseVlan(""));
   EXPECT_EQ(0, with.command->GetVlan());
   EXPECT_EQ("", with.log->all);

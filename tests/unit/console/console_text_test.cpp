@@ -83,6 +83,12 @@ TEST(ConsoleText, AddressesAreComparedByValue) {
   EXPECT_TRUE(DcConsoleCommand::IsEqual(Ip4Addr(), none));
 }
 
+TEST(ConsoleText, AComparisonLeavesTheAddressThatItCompared) {
+  const char* const address = DcConsoleCommand::DcIp4ToIp4Str(IP4);
+  DcConsoleCommand::IsEqual(Ip4Addr(10, 1, 2, 3), OTHER_IP4);
+  EXPECT_STREQ("192.168.255.254", address);
+}
+
 TEST(ConsoleText, Intervals) {
   const struct {
     unsigned int seconds;

@@ -110,6 +110,7 @@ TEST(DclIpAddress, EqualsAnIpv4AddressOfTheSameBytes) {
   EXPECT_TRUE(DclIpAddress(BYTES, 4) == Ip4Addr(1, 2, 3, 4));
   EXPECT_FALSE(DclIpAddress(BYTES, 4) == Ip4Addr(1, 2, 3, 5));
   EXPECT_FALSE(DclIpAddress(BYTES, 16) == Ip4Addr(1, 2, 3, 4));
+  EXPECT_FALSE(DclIpAddress(BYTES, 3) == Ip4Addr(1, 2, 3, 0));  // four bytes make an IPv4 address
 }
 
 TEST(DclIpAddress, ConvertsToEitherFamily) {

@@ -154,6 +154,12 @@ TEST_F(InterfaceCommand, OnlyStatusOneIsUp) {
             End());
 }
 
+// Columns are least widths, and the MTU has no sign.
+TEST_F(InterfaceCommand, LongValuesWidenTheLine) {
+  Row(Interface(10, 3, "a-long-name1", 0, 1, 4294967295U));
+  EXPECT_EQ(Table("  10          3 a-long-name1     UP 4294967295        \n"), End());
+}
+
 TEST_F(InterfaceCommand, RowsAreCopied) {
   {
     amb_stubs_i3_ei interface = Interface(10, 3, "eth0");
@@ -216,6 +222,24 @@ TEST_F(InterfaceCommand, AnErrorOfTheSecondWalkEndsTheCommandWithoutATable) {
   EXPECT_EQ(0, Respond(2));
   EXPECT_TRUE(log->destroyed);
   EXPECT_EQ("Gen Error\n", log->all);
+  EXPECT_EQ(1, log->ends);
+}
+
+TEST_F(InterfaceCommand, ACodeWithoutAMessageEndsTheFirstWalk) {
+  const amb_stubs_i3_ei row = Interface(10, 3, "eth0");
+  EXPECT_EQ(0, Respond(257, &row));
+  EXPECT_TRUE(log->destroyed);
+  EXPECT_EQ("", log->all);
+  EXPECT_EQ(1, log->ends);
+}
+
+TEST_F(InterfaceCommand, ACodeWithoutAMessageEndsTheSecondWalk) {
+  Row(Interface(10, 3, "eth0"));
+  Respond(7);
+  const amb_stubs_i3_ea row = Address(10, 3, "10.1.2.3", 24);
+  EXPECT_EQ(0, Respond(11, &row));
+  EXPECT_TRUE(log->destroyed);
+  EXPECT_EQ("", log->all);
   EXPECT_EQ(1, log->ends);
 }
 

@@ -206,6 +206,7 @@ TYPED_TEST(RtmCommands, TheConsolesVlanCountsAndVrfOverridesIt) {
   Session<TypeParam> other(IP4, 11);
   EXPECT_FALSE(other.Parse());
   EXPECT_EQ("VLAN 11 is not present\n", other.log->all);
+  EXPECT_EQ(0, other.log->ends);
   EXPECT_EQ(1, other.log->vlanQueries);
 
   Session<TypeParam> given(IP4, 11);
@@ -213,6 +214,9 @@ TYPED_TEST(RtmCommands, TheConsolesVlanCountsAndVrfOverridesIt) {
   Session<TypeParam> cut(IP4);
   EXPECT_FALSE(cut.Parse({"vrf", "70000"}));
   EXPECT_EQ("VLAN 4464 is not present\n", cut.log->all);
+  Session<TypeParam> instance(IP4);
+  EXPECT_FALSE(instance.Parse({"vrf", "32778"}));  // an instance's number is no VLAN's
+  EXPECT_EQ("VLAN 32778 is not present\n", instance.log->all);
 }
 
 // Notes the words of the VLAN query.
@@ -250,6 +254,14 @@ TYPED_TEST(RtmCommands, BothViewsAskForTheIpv4Instance) {
   }
 }
 
+// A record is enough: the instance need not be ready.
+TYPED_TEST(RtmCommands, AVlanWhoseInstanceIsNotReadyIsThere) {
+  DcRtmMgr::GetInstance()->CreateRTMInstance(40, 0, DcRtmMgr::RTMData());
+  ASSERT_FALSE(DcRtmMgr::GetInstance()->IsRtmReady(40));
+  Session<TypeParam> session(IP4, 40);
+  EXPECT_TRUE(session.Parse());
+}
+
 // --- end and errors ---
 
 TYPED_TEST(RtmCommands, WithoutRowsOnlyTheEndIsPrinted) {
@@ -270,6 +282,18 @@ TYPED_TEST(RtmCommands, AnErrorEndsTheCommandWithItsMessage) {
   EXPECT_EQ("Agent Error\n", session.log->errors);
   EXPECT_EQ(1, session.log->ends);
   EXPECT_TRUE(session.log->destroyed);
+}
+
+TYPED_TEST(RtmCommands, ACodeWithoutAMessageEndsTheCommandToo) {
+  for (const unsigned int result : {0U, 11U, 257U, 4294967295U}) {
+    Session<TypeParam> session(IP4);
+    session.Parse();
+    const auto row = MakeRow<TypeParam>(IP4_INSTANCE, "10.9.0.0", 16, "10.1.2.1");
+    EXPECT_EQ(0, session.Respond(result, &row)) << result;
+    EXPECT_EQ("", session.log->all) << result;
+    EXPECT_EQ(1, session.log->ends) << result;
+    EXPECT_TRUE(session.log->destroyed) << result;
+  }
 }
 
 // --- filters ---
@@ -294,13 +318,15 @@ TYPED_TEST(RtmCommands, AProtocolWordSelectsItsCode) {
     const char* word;
     std::uint32_t code;
   } protocols[] = {{"bgp", 14}, {"connected", 2}, {"ospf", 13}, {"rip", 8}, {"static", 3}};
-  for (const auto& protocol : protocols) {
-    Session<TypeParam> session(IP4);
-    ASSERT_TRUE(session.Parse({"proto", protocol.word}));
-    for (std::uint32_t code = 0; code < 20; ++code) {
-      const std::string printed =
-          session.Row(MakeRow<TypeParam>(IP4_INSTANCE, "10.9.0.0", 16, "10.1.2.1", code));
-      EXPECT_EQ(code == protocol.code, !printed.empty()) << protocol.word << code;
+  for (const char* const option : {"p", "pro", "proto"}) {
+    for (const auto& protocol : protocols) {
+      Session<TypeParam> session(IP4);
+      ASSERT_TRUE(session.Parse({option, protocol.word}));
+      for (std::uint32_t code = 0; code < 20; ++code) {
+        const std::string printed =
+            session.Row(MakeRow<TypeParam>(IP4_INSTANCE, "10.9.0.0", 16, "10.1.2.1", code));
+        EXPECT_EQ(code == protocol.code, !printed.empty()) << option << protocol.word << code;
+      }
     }
   }
 }
@@ -397,6 +423,17 @@ TYPED_TEST(RtmCommands, AnUnknownInterfaceIsCalledLo) {
   row.if_index = 4;
   row.age = 4294967295U;
   EXPECT_EQ("   10         10.9.0.0/16         10.1.2.1         lo 4294967295 static    \n",
+            session.Line(row));
+}
+
+TYPED_TEST(RtmCommands, ALongInterfaceNameWidensTheLine) {
+  DcInterfaceMgr::GetInstance()->AddInterface(10, 5, "a-long-name1", DcInterfaceMgr::INTF_TYPE_NONE,
+                                              24, 0, 1);
+  Session<TypeParam> session(IP4);
+  session.Parse();
+  auto row = MakeRow<TypeParam>(IP4_INSTANCE, "10.9.0.0", 16, "10.1.2.1");
+  row.if_index = 5;
+  EXPECT_EQ("   10         10.9.0.0/16         10.1.2.1 a-long-name1          7 static    \n",
             session.Line(row));
 }
 

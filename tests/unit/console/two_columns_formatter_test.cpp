@@ -177,6 +177,13 @@ TEST(Segment, IsTheBlankWhenThatIsTheOnlyOneWithinReach) {
   EXPECT_EQ(text, formatter.Segment(text, 5));
 }
 
+TEST(Segment, EndsAtABlankOnly) {
+  TwoColumnsFormatter formatter;
+  const char* const text = "a\tb cdef";
+  EXPECT_EQ(text + 2, formatter.Segment(text, 3));
+  EXPECT_EQ(text + 1, formatter.Segment(text, 2));
+}
+
 TEST(Segment, CutsAWordThatIsTooLong) {
   TwoColumnsFormatter formatter;
   const char* const text = "abcdefgh";

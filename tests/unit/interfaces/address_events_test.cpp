@@ -100,6 +100,60 @@ TEST_F(AddressEvents, RecordFollowsWhenTheRowIsQueued) {
   EXPECT_THAT(Prefixes(10, 3), IsEmpty());
 }
 
+// The stack may call another component from inside of a request, and that one may bring the interface
+// or take it away: what it leaves behind is what the event goes on with.
+class NestedAddressEvents : public InterfaceFixture {
+ protected:
+  void InsideOfTheFirstRow(std::function<void()> nested) {
+    InsideOfTheFirst(routing_stack::Call::kSmsActIpaddr, std::move(nested));
+  }
+  void RegisterInsideOfTheFirstRow() {
+    InsideOfTheFirstRow([this] { registry.AddInterface(10, 3, "eth0", TYPE, 0, 0, 1); });
+  }
+};
+
+TEST_F(NestedAddressEvents, AddressesAreStoredInAnInterfaceThatIsThereByThen) {
+  RegisterInsideOfTheFirstRow();
+  registry.AddIpAddress(10, 3, ADDRESS, MASK);
+  EXPECT_EQ(StoredAddress(10, 3), "10.1.2.3/255.255.255.0");
+
+  registry.RemoveInterface(10, 3, "eth0");
+  RegisterInsideOfTheFirstRow();
+  registry.AddIpAddress(10, 3, Address6("2001:db8::1"), 64);
+  EXPECT_THAT(Prefixes(10, 3), ElementsAre("2001:db8::/64"));
+}
+
+TEST_F(NestedAddressEvents, AddressesAreForgottenByAnInterfaceThatIsThereByThen) {
+  InsideOfTheFirstRow([this] {
+    registry.AddInterface(10, 3, "eth0", TYPE, 0, 0, 1);
+    registry.AddIpAddress(10, 3, OTHER, OTHER_MASK);
+  });
+  registry.DeleteIpAddress(10, 3, ADDRESS, MASK);
+  EXPECT_EQ(StoredAddress(10, 3), "0.0.0.0/0.0.0.0");
+
+  InsideOfTheFirstRow([this] {
+    registry.AddInterface(10, 4, "eth1", TYPE, 0, 0, 1);
+    registry.AddIpAddress(10, 4, Address6("2001:db8::1"), 128);
+  });
+  registry.DeleteIpAddress(10, 4, Address6("2001:db8::1"), 128);
+  EXPECT_THAT(Prefixes(10, 4), IsEmpty());
+}
+
+TEST_F(NestedAddressEvents, InterfaceMayBeGoneByThen) {
+  const std::function<void()> events[] = {
+      [this] { registry.AddIpAddress(10, 3, ADDRESS, MASK); },
+      [this] { registry.DeleteIpAddress(10, 3, ADDRESS, MASK); },
+      [this] { registry.AddIpAddress(10, 3, Address6("2001:db8::1"), 64); },
+      [this] { registry.DeleteIpAddress(10, 3, Address6("2001:db8::1"), 64); }};
+  for (const std::function<void()>& event : events) {
+    Register(10, 3, "eth0");
+    InsideOfTheFirstRow([this] { registry.RemoveInterface(10, 3, "eth0"); });
+    event();
+    EXPECT_EQ(registry.FindInterface(10, 3), nullptr);
+    Forget();
+  }
+}
+
 // --- changing an IPv4 address ---
 
 using Tell = std::function<void(const std::string&)>;
@@ -252,15 +306,9 @@ TEST_F(AddressChange, StoredAddressIsTakenAsItWasGivenThoughItChangesMeanwhile) 
 // away.
 TEST_F(AddressChange, InterfaceMayGoWhileItsRowsAreQueued) {
   Register(10, 3, "eth0");
-  bool removed = false;
-  Control().SetCallObserver([&](routing_stack::Call call, const std::string&) {
-    if (call == routing_stack::Call::kSmsActIpaddr && !removed) {
-      removed = true;
-      registry.RemoveInterface(10, 3, "eth0");
-    }
-  });
+  InsideOfTheFirst(routing_stack::Call::kSmsActIpaddr,
+                   [this] { registry.RemoveInterface(10, 3, "eth0"); });
   registry.ChangeIpAddress(10, 3, OTHER, OTHER_MASK);
-  EXPECT_TRUE(removed);
   EXPECT_EQ(StoredAddress(10, 3), "none");
   EXPECT_EQ(told.size(), 7U);
   EXPECT_EQ(told[0], "0 address 3 10.1.9.9");

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "tests/unit/interfaces/interface_fixture.h"
 
@@ -233,18 +234,9 @@ TEST_F(InterfaceEvents, RecordFollowsWhenTheRowsAreQueued) {
 // it leaves behind is what the event goes on with.
 class NestedInterfaceEvents : public InterfaceEvents {
  protected:
-  // Does `nested` inside of the first interface request from now on.
   void InsideOfTheFirstRow(std::function<void()> nested) {
-    Control().SetCallObserver([this, nested](routing_stack::Call call, const std::string&) {
-      if (call == routing_stack::Call::kSmsActInterface && !m_done) {
-        m_done = true;
-        nested();
-      }
-    });
+    InsideOfTheFirst(routing_stack::Call::kSmsActInterface, std::move(nested));
   }
-
- private:
-  bool m_done = false;
 };
 
 TEST_F(NestedInterfaceEvents, InterfaceThatIsThereByThenKeepsItsName) {
@@ -277,6 +269,28 @@ TEST_F(NestedInterfaceEvents, StatusIsThatOfTheOuterEvent) {
   InsideOfTheFirstRow([this] { registry.SetInterfaceUp(10, 3, "eth0"); });
   registry.SetInterfaceDown(10, 3, "eth0");
   EXPECT_EQ(Status(10, 3), 2U);
+}
+
+TEST_F(NestedInterfaceEvents, StatusIsSetOnAnInterfaceThatIsThereByThen) {
+  InsideOfTheFirstRow([this] { registry.AddInterface(10, 3, "eth0", TYPE, 0, 0, 2); });
+  registry.SetInterfaceUp(10, 3, "eth0");
+  EXPECT_EQ(Status(10, 3), 1U);
+
+  InsideOfTheFirstRow([this] { registry.AddInterface(10, 4, "eth1", TYPE, 0, 0, 1); });
+  registry.SetInterfaceDown(10, 4, "eth1");
+  EXPECT_EQ(Status(10, 4), 2U);
+}
+
+TEST_F(NestedInterfaceEvents, StatusOfAnInterfaceThatIsGoneByThenIsNobodys) {
+  Register(10, 3, "eth0");
+  InsideOfTheFirstRow([this] { registry.RemoveInterface(10, 3, "eth0"); });
+  registry.SetInterfaceUp(10, 3, "eth0");
+  EXPECT_EQ(registry.FindInterface(10, 3), nullptr);
+
+  Register(10, 4, "eth1");
+  InsideOfTheFirstRow([this] { registry.RemoveInterface(10, 4, "eth1"); });
+  registry.SetInterfaceDown(10, 4, "eth1");
+  EXPECT_EQ(registry.FindInterface(10, 4), nullptr);
 }
 
 // The stack has not announced its readiness yet.

@@ -1,6 +1,16 @@
 #include "tests/unit/interfaces/interface_fixture.h"
 
 #include <algorithm>
+#include <utility>
+
+void InterfaceFixture::InsideOfTheFirst(routing_stack::Call call, std::function<void()> nested) {
+  Control().SetCallObserver(
+      [call, nested = std::move(nested)](routing_stack::Call seen, const std::string&) mutable {
+        if (seen == call && nested) {
+          std::exchange(nested, nullptr)();
+        }
+      });
+}
 
 Lines InterfaceFixture::Prefixes(unsigned short vlan, unsigned int ifIndex) {
   const Tarsel::IpInterface* record = registry.FindInterface(vlan, ifIndex);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,9 @@ class InterfaceFixture : public test_support::DeviceFixture {
     TakeCalls();
     traces.Take();
   }
+
+  /// Does `nested` inside of the first such call of the stack from now on.
+  void InsideOfTheFirst(routing_stack::Call call, std::function<void()> nested);
 
   /// The stored prefixes of an interface, sorted.
   Lines Prefixes(unsigned short vlan, unsigned int ifIndex);

@@ -118,6 +118,13 @@ TEST_F(StackScheduler, TimerRunsTheStackWhenItExpires) {
                                   "10:Starting Scheduler Timer for 100 ms\n"}));
 }
 
+TEST_F(StackScheduler, DelayIsLoggedWithASign) {
+  DcScheduler scheduler;
+  traces.Take();
+  scheduler.StartTimer(3000000000U);
+  EXPECT_THAT(traces.Take(), ElementsAre("10:Starting Scheduler Timer for -1294967296 ms\n"));
+}
+
 TEST_F(StackScheduler, NextDelayFollowsTheStacksAnswerWithinBounds) {
   EXPECT_EQ(DelayAfter(-1), 100U);
   EXPECT_EQ(DelayAfter(-2147483647 - 1), 100U);
