@@ -1,5 +1,6 @@
 #include "route_reader.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "device/program/printable.h"
@@ -23,41 +24,89 @@ std::string InterfaceOf(const Tarsel::string& name) { return {name.c_str(), name
 std::string TextOf(const OptionsNode& node, const char* key) {
   Tarsel::string text;
   node.GetAsString(text, key);
-  return text.c_str();
+  return {text.c_str(), text.get_length()};
 }
 
-std::string Expected(const char* key, const char* what, const std::string& text) {
-  return std::string(".") + key + ": expected " + what + ", found " +
-         (text.empty() ? "nothing" : program::Quote(text));
+std::string Describe(const OptionsNode& node, const char* key) {
+  const OptionsNode member = node.GetChildNode(key);
+  if (member.IsNull()) {
+    return "nothing";
+  }
+  if (member.IsObject()) {
+    return "an object";
+  }
+  Tarsel::string text;
+  return node.GetAsString(text, key) ? program::Quote(TextOf(node, key)) : "an array";
 }
 
-bool IsAddress(const std::string& text, bool ip6) {
-  Ip4Addr address4;
-  Ip6Addr address6;
-  return ip6 ? Tarsel::ParseIp6Address(address6, text.c_str())
-             : Tarsel::ParseAddress(address4, text.c_str());
+std::string Expected(const char* key, const char* what, const OptionsNode& node) {
+  return std::string(".") + key + ": expected " + what + ", found " + Describe(node, key);
 }
 
-// Why a route was refused: the first member, in reading order, that is not what it should be. The
-// text goes on where the route's place ends.
-std::string Explain(const OptionsNode& node, bool ip6) {
+bool IsIp4Address(const std::string& text) {
+  Ip4Addr address;
+  return Tarsel::ParseAddress(address, text.c_str());
+}
+
+bool IsIp6Address(const std::string& text) {
+  Ip6Addr address;
+  return Tarsel::ParseIp6Address(address, text.c_str());
+}
+
+bool IsIp6Length(const std::string& text) {
+  Ip6Prefix prefix;
+  return Tarsel::ParseIp6Prefix(prefix, "::", text.c_str());
+}
+
+bool IsMetric(const std::string& text) {
+  unsigned int metric = 0;
+  return Tarsel::ParseNumber(&metric, text.c_str()) && metric <= 255;
+}
+
+// What a member of a route has to be.
+struct Member {
+  const char* key;
+  const char* what;                       // as a complaint names it
+  bool (*fits)(const std::string& text);  // null: any text will do
+  bool isRequired;
+};
+
+const Member MEMBERS4[] = {{"interface", "the name of an interface", nullptr, false},
+                           {"network", "an IPv4 address", IsIp4Address, true},
+                           {"netmask", "an IPv4 address", IsIp4Address, true},
+                           {"gateway", "an IPv4 address", IsIp4Address, true},
+                           {"metric", "a number from 0 to 255", IsMetric, false}};
+const Member MEMBERS6[] = {{"interface", "the name of an interface", nullptr, false},
+                           {"network", "an IPv6 address", IsIp6Address, true},
+                           {"prefix", "a length from 0 to 128", IsIp6Length, true},
+                           {"gateway", "an IPv6 address", IsIp6Address, true},
+                           {"metric", "a number from 0 to 255", IsMetric, false}};
+
+// The library takes an object or an array for an absent member, an empty metric for the default, and a
+// text only as far as a NUL; whoever wrote that meant something else.
+bool Fits(const OptionsNode& node, const Member& member) {
+  if (node.GetChildNode(member.key).IsNull()) {
+    return !member.isRequired;
+  }
+  Tarsel::string read;
+  if (!node.GetAsString(read, member.key)) {
+    return false;
+  }
+  const std::string text = TextOf(node, member.key);
+  return !member.fits ||
+         (!text.empty() && text.find('\0') == std::string::npos && member.fits(text));
+}
+
+// Why a route cannot be read: the first member, in reading order, that is not what it should be. The
+// text goes on where the route's place ends; it is empty when all is well.
+template <std::size_t count>
+std::string FindMisfit(const OptionsNode& node, const Member (&members)[count]) {
   if (!node.IsObject()) {
     return ": expected an object with a route";
   }
-  const char* address = ip6 ? "an IPv6 address" : "an IPv4 address";
-  const char* mask = ip6 ? "prefix" : "netmask";
-  for (const char* key : {"network", mask, "gateway"}) {
-    const std::string text = TextOf(node, key);
-    Ip6Prefix prefix;
-    if (ip6 && key == mask) {
-      if (!Tarsel::ParseIp6Prefix(prefix, "::", text.c_str())) {
-        return Expected(key, "a length from 0 to 128", text);
-      }
-    } else if (!IsAddress(text, ip6)) {
-      return Expected(key, address, text);
-    }
-  }
-  return Expected("metric", "a number from 0 to 255", TextOf(node, "metric"));
+  const Member* const misfit = std::find_if(
+      members, members + count, [&node](const Member& member) { return !Fits(node, member); });
+  return misfit == members + count ? "" : Expected(misfit->key, misfit->what, node);
 }
 
 void CopyBytes(std::array<unsigned char, 16>& bytes, const unsigned char* from, std::size_t count) {
@@ -67,16 +116,20 @@ void CopyBytes(std::array<unsigned char, 16>& bytes, const unsigned char* from, 
 // Each Read fills a route or says why there is none.
 
 std::string Read4(unsigned short vlan, const OptionsNode& node, RouteKey& key, RouteValue& value) {
+  const std::string misfit = FindMisfit(node, MEMBERS4);
+  if (!misfit.empty()) {
+    return misfit;
+  }
   Ip4RouteConfig config;
   if (!config.ParseGroup(vlan, node)) {
-    return Explain(node, false);
+    return ": is no route to the library";
   }
   unsigned int length = 0;
   while (length < 32 && config.netmask != Ip4Addr(Ip6Prefix::s_masks32[length])) {
     ++length;
   }
   if (config.netmask != Ip4Addr(Ip6Prefix::s_masks32[length])) {
-    return Expected("netmask", "leading one bits only", TextOf(node, "netmask"));
+    return Expected("netmask", "leading one bits only", node);
   }
   if ((config.network & config.netmask) != config.network) {
     return ".network: host bits are set in " + TextOf(node, "network") + "/" +
@@ -91,9 +144,13 @@ std::string Read4(unsigned short vlan, const OptionsNode& node, RouteKey& key, R
 }
 
 std::string Read6(unsigned short vlan, const OptionsNode& node, RouteKey& key, RouteValue& value) {
+  const std::string misfit = FindMisfit(node, MEMBERS6);
+  if (!misfit.empty()) {
+    return misfit;
+  }
   Ip6RouteConfig config;
   if (!config.ParseGroup(vlan, node)) {
-    return Explain(node, true);
+    return ": is no route to the library";
   }
   if (config.network != config.prefix.GetAddress()) {
     return ".network: host bits are set in " + TextOf(node, "network") + "/" +
@@ -124,7 +181,7 @@ class Reader : public Tarsel::ConfigParser {
     const auto end = group.end();
     for (auto route = group.begin(); route != end; ++route, ++index) {
       const std::string name = route.GetName().c_str();
-      ReadRoute(vlan, *route, name.empty() ? place.Element(index) : place.Member(name));
+      ReadRoute(vlan, *route, group.IsObject() ? place.Member(name) : place.Element(index));
     }
     return 1;
   }

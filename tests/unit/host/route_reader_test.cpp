@@ -153,6 +153,44 @@ TEST_F(ReadRoutes, SaysWhatIsWrongWithAnIp6Route) {
   EXPECT_THAT(routes, IsEmpty());
 }
 
+// The library would take these for absent ones, or read them as far as a NUL.
+TEST_F(ReadRoutes, TakesNoMemberThatIsNotWhatItSeems) {
+  const std::string rest = R"(, "network": "10.9.0.0", "netmask": "255.255.0.0", )";
+  Read4(R"({"metric": "")" + rest + R"("gateway": "10.1.2.1"})");
+  Read4(R"({"metric": [])" + rest + R"("gateway": "10.1.2.1"})");
+  Read4(R"({"metric": "5\u0000x")" + rest + R"("gateway": "10.1.2.1"})");
+  Read4(R"({"interface": {})" + rest + R"("gateway": "10.1.2.1"})");
+  Read4(R"({"metric": 5)" + rest + R"("gateway": ""})");
+  Read4(R"({"metric": 5)" + rest + R"("gateway": "10.1.2.1\u0000x"})");
+  Read6(R"({"network": "2001:db8::", "prefix": [48], "gateway": "::1"})");
+  Read6(R"({"network": "2001:db8::", "prefix": "", "gateway": "::1"})");
+  const std::string at = "vlans.json: VLAN 10: STATIC_ROUTES.r";
+  const std::string at6 = "vlans.json: VLAN 10: STATIC_ROUTES6.r";
+  EXPECT_THAT(reported.lines,
+              ElementsAre(at + ".metric: expected a number from 0 to 255, found \"\"",
+                          at + ".metric: expected a number from 0 to 255, found an array",
+                          at + ".metric: expected a number from 0 to 255, found \"5\\x00x\"",
+                          at + ".interface: expected the name of an interface, found an object",
+                          at + ".gateway: expected an IPv4 address, found \"\"",
+                          at + ".gateway: expected an IPv4 address, found \"10.1.2.1\\x00x\"",
+                          at6 + ".prefix: expected a length from 0 to 128, found an array",
+                          at6 + ".prefix: expected a length from 0 to 128, found \"\""));
+  EXPECT_THAT(routes, IsEmpty());
+}
+
+TEST_F(ReadRoutes, TakesNullForAbsent) {
+  Read4(R"({"network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1",
+           "interface": null, "metric": null})");
+  EXPECT_THAT(reported.lines, IsEmpty());
+  EXPECT_EQ(routes.size(), 1u);
+}
+
+TEST_F(ReadRoutes, NamesARouteWithoutANameAsAMember) {
+  ReadEntries(R"("a": {"vid": 10, "STATIC_ROUTES": {"": 7}})");
+  EXPECT_THAT(reported.lines, ElementsAre("vlans.json: VLAN 10: STATIC_ROUTES.\"\": expected an "
+                                          "object with a route"));
+}
+
 TEST_F(ReadRoutes, RefusesHostBits) {
   Read4(R"({"network": "10.9.0.1", "netmask": "255.255.0.0", "gateway": "10.1.2.1"})");
   Read6(R"({"network": "2001:db8::1", "prefix": "48", "gateway": "::1"})");
