@@ -55,7 +55,7 @@ Daemon::Daemon(const CommandLine& line)
       m_loader(m_folder, m_device, m_answers, Log),
       m_settle(m_loop.Get(), m_stack, [this] { return m_loader.IsBusy(); }),
       m_lab(m_stack.GetControl(), m_device, line.tickMicroseconds, [this] { RestartStack(); }),
-      m_dispatcher([this] { m_loader.Reload(); }, m_lab),
+      m_dispatcher([this](Report asker) { m_loader.Reload(std::move(asker)); }, m_lab),
       m_reload(m_loop.Get()) {}
 
 Daemon::~Daemon() = default;

@@ -152,7 +152,7 @@ bool ReadVlan(const std::string& text, const std::string& usage, const Invocatio
 
 }  // namespace
 
-Dispatcher::Dispatcher(std::function<void()> reload, host::Lab& lab)
+Dispatcher::Dispatcher(std::function<void(Report)> reload, host::Lab& lab)
     : m_reload(std::move(reload)), m_lab(lab) {}
 
 Words Dispatcher::Split(const std::string& line) {
@@ -261,7 +261,14 @@ void Dispatcher::Vrf(Call& call) const {
 }
 
 void Dispatcher::Reload(Call& call) const {
-  m_reload();
+  Report asker;
+  if (!call.invocation->seesLog) {
+    asker = [invocation = call.invocation](const std::string& line) {
+      invocation->isRefused = true;
+      invocation->Write(line);
+    };
+  }
+  m_reload(std::move(asker));
   call.reply.hasChanged = true;
 }
 

@@ -9,6 +9,7 @@
 
 #include "host_console.h"
 #include "lab.h"
+#include "report.h"
 
 namespace host {
 
@@ -25,8 +26,9 @@ struct Reply {
 /// shows something. Behind `lab` stand the lab's.
 class Dispatcher {
  public:
-  /// `reload` carries out the command of that name; `lab` is borrowed.
-  Dispatcher(std::function<void()> reload, host::Lab& lab);
+  /// `reload` carries out the command of that name and tells the asker, if one is given, what it
+  /// complains of; `lab` is borrowed.
+  Dispatcher(std::function<void(Report asker)> reload, host::Lab& lab);
 
   /// Carries out a line for a session whose VLAN is `vlan`; the line may change it. All output goes
   /// to the invocation, which is over when the command is; an empty line is over at once.
@@ -59,7 +61,7 @@ class Dispatcher {
   void Show(Call& call) const;
   void Lab(Call& call) const;
 
-  std::function<void()> m_reload;
+  std::function<void(Report)> m_reload;
   host::Lab& m_lab;
 };
 

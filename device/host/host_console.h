@@ -19,6 +19,10 @@ struct Invocation {
   std::function<void()> over;
   /// The VLAN that the session is bound to.
   unsigned short vlan = 0;
+  /// False when the operator does not see the daemon's log: what a reload complains of is to be
+  /// written here as well, and makes the command refused.
+  bool seesLog = true;
+  bool isRefused = false;  // by what came to light after the dispatcher's reply
   bool isOver = false;
   bool isDeleted = false;  // the console, by whoever had it
 

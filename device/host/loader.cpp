@@ -1,8 +1,11 @@
 #include "loader.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <exception>
 #include <utility>
 
+#include "device/base/trace_control.h"
 #include "device/program/printable.h"
 #include "route_plan.h"
 #include "vantacore/dc_router_base.h"
@@ -34,16 +37,59 @@ bool Enables(const ConfigFile& file, unsigned short vlan, DcRouterMgr::ProtocolT
   return set != file.protocols.end() && (set->second & 1u << protocol) != 0;
 }
 
+// While it lives, the askers hear what is logged without a level. The library logs from its depth, so
+// what an asker throws ends here; the log has the line.
+class Hearing {
+ public:
+  explicit Hearing(const std::vector<Report>& askers) : m_isNeeded(!askers.empty()) {
+    if (m_isNeeded) {
+      Tarsel::SetTraceSink([&askers](int level, const std::string& line) {
+        std::fwrite(line.data(), 1, line.size(), stderr);
+        if (level == Tarsel::TRACE_NO_LEVEL) {
+          Tell(askers, line);
+        }
+      });
+    }
+  }
+  Hearing(const Hearing&) = delete;
+  Hearing& operator=(const Hearing&) = delete;
+  ~Hearing() {
+    if (m_isNeeded) {
+      Tarsel::SetTraceSink({});
+    }
+  }
+
+ private:
+  static void Tell(const std::vector<Report>& askers, const std::string& line) {
+    try {
+      for (const Report& asker : askers) {
+        asker(line);
+      }
+    } catch (const std::exception&) {
+    }
+  }
+
+  const bool m_isNeeded;
+};
+
 }  // namespace
 
 Loader::Loader(ConfigFolder& folder, DeviceState& device, Settle& answers, Report report)
     : m_folder(folder), m_device(device), m_answers(answers), m_report(std::move(report)) {}
 
-void Loader::Reload() {
+void Loader::Reload(Report asker) {
+  if (asker) {
+    m_askers.push_back(std::move(asker));
+  }
   if (m_isWaiting) {
     m_isAskedAgain = true;
-    return;
+  } else {
+    Begin();
   }
+}
+
+void Loader::Begin() {
+  const Hearing hearing(m_askers);
   m_folder.Read();
   const std::size_t requests =
       m_feeder.RemoveVlans(FindLeavingVlans()) +
@@ -51,14 +97,20 @@ void Loader::Reload() {
           [this](unsigned short vlan, auto protocol) { return WillBeEnabled(vlan, protocol); }));
   if (requests == 0) {
     Apply();
+    m_askers.clear();
     return;
   }
   m_isWaiting = true;
   m_answers.Wait(0, [this](bool) {
     m_isWaiting = false;
-    Apply();
+    {
+      const Hearing again(m_askers);
+      Apply();
+    }
     if (std::exchange(m_isAskedAgain, false)) {
-      Reload();
+      Begin();
+    } else {
+      m_askers.clear();
     }
   });
 }

@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "config_folder.h"
 #include "device_state.h"
@@ -29,8 +30,9 @@ class Loader {
   /// Applies the folder as it has been read, before anything else is there.
   void Start() { Apply(); }
   /// Reads the folder again and applies it. A reload that is asked for while another waits for answers
-  /// happens afterwards.
-  void Reload();
+  /// happens afterwards. `asker`, if there is one, is told what is logged without a level meanwhile:
+  /// what the host or the library cannot use. Each line comes with its end.
+  void Reload(Report asker = {});
   /// The stack has been restarted and knows nothing: everything that is in force is brought to it
   /// again. The library forgets what it was asked for and answered, so it is taken to nothing first.
   void BringBack();
@@ -39,6 +41,7 @@ class Loader {
   const RedistributionFeeder& GetRedistribution() const { return m_redistribution; }
 
  private:
+  void Begin();
   VlanIds FindLeavingVlans() const;
   bool WillBeEnabled(unsigned short vlan, Tarsel::DcRouterMgr::ProtocolType protocol) const;
   Rules PlanRedistribution(const IsEnabled& isEnabled) const;
@@ -55,6 +58,7 @@ class Loader {
   RedistributionFeeder m_redistribution;
   std::map<std::string, Tarsel::DclConfigObject::OptionType> m_applied;
   std::set<RouteKey> m_waitingRoutes;
+  std::vector<Report> m_askers;  // of the reload that waits, and of the next one
   bool m_isWaiting = false;
   bool m_isAskedAgain = false;
 };

@@ -34,6 +34,7 @@ void Session::Execute(const std::string& line) {
   m_reply = {};
   m_invocation = std::make_shared<Invocation>();
   m_invocation->write = [this](const std::string& text) { Write(text); };
+  m_invocation->seesLog = SeesLog();
   m_invocation->over = [this] { m_wake.Post([this] { Over(); }); };
   try {
     m_reply = m_context.dispatcher.Execute(line, m_vlan, m_invocation);

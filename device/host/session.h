@@ -45,6 +45,8 @@ class Session {
   virtual void Flush() = 0;
   /// The next line may come.
   virtual void Ready() = 0;
+  /// Whether the operator sees what the daemon logs.
+  virtual bool SeesLog() const { return true; }
   /// The process's exit status when the operator leaves. 0 unless a session overrides it: who types
   /// commands has seen what went wrong.
   virtual int GetExitStatus() const { return EXIT_DONE; }
@@ -63,6 +65,7 @@ class Session {
   bool Interrupt();
   /// What became of the last line.
   const Reply& GetReply() const { return m_reply; }
+  bool WasRefused() const { return m_reply.isRefused || (m_invocation && m_invocation->isRefused); }
   bool HasSettled() const { return m_hasSettled; }
   bool HadUnknownWord() const { return m_hadUnknownWord; }
 

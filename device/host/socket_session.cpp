@@ -64,7 +64,7 @@ wire::Code SocketSession::GetCode() const {
   if (GetReply().isUnknown || m_begin.compare(0, USAGE_SIZE, USAGE) == 0) {
     return wire::Code::USAGE;
   }
-  if (GetReply().isRefused) {
+  if (WasRefused()) {
     return wire::Code::REFUSED;
   }
   return HasSettled() ? wire::Code::DONE : wire::Code::TIMED_OUT;

@@ -26,6 +26,7 @@ class SocketSession : public Session {
  protected:
   void Write(const std::string& text) override;
   void Flush() override {}
+  bool SeesLog() const override { return false; }
   void Ready() override;
 
  private:

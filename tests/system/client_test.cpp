@@ -236,6 +236,26 @@ TEST_F(Client, EndsWithTheReplysCode) {
   ExpectHealthyDaemon();
 }
 
+// The log is the daemon's, so its complaints come to who asked: the host's own and the library's.
+TEST_F(Client, HearsWhatAReloadCannotUse) {
+  StartDaemon();
+  folder.Write("vlans.json", "{\n  broken");
+  folder.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
+  const Result broken = Run({"reload"});
+  EXPECT_THAT(broken.output, HasSubstr("vlans.json:2:3: "));
+  EXPECT_THAT(broken.output, HasSubstr("Loaded Remote remote/far.json Options with VLAN 77 before "
+                                       "loading VLAN options... Skipping\n"));
+  EXPECT_EQ(broken.status, 1);
+
+  folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
+  const Result mended = Run({"reload"});
+  EXPECT_EQ(mended.output, "");
+  EXPECT_EQ(mended.status, 0);
+  daemon->Kill(SIGTERM);
+  EXPECT_EQ(daemon->Wait(), 0);
+  EXPECT_EQ(daemon->Errors(), broken.output);
+}
+
 TEST_F(Client, TakesCommandsFromStandardInput) {
   StartDaemon();
   const Result result = Run({}, "vrf 30\nip protocol summary\nfoo");

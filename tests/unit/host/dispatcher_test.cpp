@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "device/program/printable.h"
 #include "reported_lines.h"
 #include "tests/support/device_fixture.h"
@@ -33,6 +35,7 @@ class Dispatcher : public test_support::DeviceFixture {
     output.clear();
     overs = 0;
     invocation = std::make_shared<Invocation>();
+    invocation->seesLog = seesLog;
     invocation->write = [this](const std::string& text) { output += text; };
     invocation->over = [this] { ++overs; };
     return dispatcher.Execute(line, vlan, invocation);
@@ -46,10 +49,16 @@ class Dispatcher : public test_support::DeviceFixture {
   }
 
   int reloads = 0;
+  host::Report asker;  // of the last reload
+  bool seesLog = true;
   host::DeviceState state;
   int restarts = 0;
   host::Lab lab{Control(), state, 1000, [this] { ++restarts; }};
-  host::Dispatcher dispatcher{[this] { ++reloads; }, lab};
+  host::Dispatcher dispatcher{[this](host::Report toldAsker) {
+                                ++reloads;
+                                asker = std::move(toldAsker);
+                              },
+                              lab};
   unsigned short vlan = 10;
   std::shared_ptr<Invocation> invocation;
   std::string output;
@@ -142,6 +151,19 @@ TEST_F(Dispatcher, Reloads) {
   EXPECT_TRUE(Execute("reload").hasChanged);
   EXPECT_EQ(reloads, 1);
   ExpectOver();
+}
+
+TEST_F(Dispatcher, TellsWhatAReloadComplainsOfWhereTheLogIsNotSeen) {
+  Execute("reload");
+  EXPECT_FALSE(asker);
+  seesLog = false;
+  Execute("reload");
+  ASSERT_TRUE(asker);
+  EXPECT_FALSE(invocation->isRefused);
+  asker("vlans.json: broken\n");
+  asker("device.json: broken\n");
+  EXPECT_EQ(output, "vlans.json: broken\ndevice.json: broken\n");
+  EXPECT_TRUE(invocation->isRefused);
 }
 
 TEST_F(Dispatcher, ChangesTheSessionsVlan) {

@@ -5,7 +5,11 @@
 #include <uv.h>
 
 #include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
+#include "device/base/trace_control.h"
 #include "device/stack/stack_control.h"
 #include "reported_lines.h"
 #include "tests/support/device_fixture.h"
@@ -143,6 +147,45 @@ TEST_F(Loader, ReadsAgainWhenAskedWhileItWaits) {
   m_loader->Reload();
   TurnUntilDone();
   EXPECT_THAT(Vlans(), ElementsAre(30));
+}
+
+TEST_F(Loader, TellsWhoAskedWhatCannotBeUsed) {
+  StartWith(WITH_ROUTE);
+  Tarsel::SetTraceLevel(1);
+  const std::string complaint =
+      "Loaded Remote remote/far.json Options with VLAN 77 before loading VLAN options... "
+      "Skipping\n";
+  std::vector<std::string> first;
+  std::vector<std::string> second;
+  const auto into = [](std::vector<std::string>& lines) {
+    return [&lines](const std::string& line) { lines.push_back(line); };
+  };
+  m_files.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
+  m_loader->Reload(into(first));
+  EXPECT_THAT(first, ElementsAre(complaint));
+
+  // Both wait for the same end, so both hear of all that happens until then.
+  WriteVlans("\"b\": {\"vid\": 20}");
+  first.clear();
+  m_loader->Reload(into(first));
+  ASSERT_TRUE(m_loader->IsBusy());
+  m_loader->Reload(into(second));
+  EXPECT_THAT(first, IsEmpty());
+  TurnUntilDone();
+  EXPECT_THAT(first, ElementsAre(complaint, complaint));
+  EXPECT_THAT(second, ElementsAre(complaint, complaint));
+
+  m_loader->Reload();
+  EXPECT_EQ(first.size() + second.size(), 4U);
+}
+
+TEST_F(Loader, IsNotDisturbedByAnAskerThatThrows) {
+  StartWith(WITH_ROUTE);
+  Tarsel::SetTraceLevel(1);
+  m_files.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
+  WriteVlans(WITH_ROUTE + ", \"b\": {\"vid\": 20}");
+  m_loader->Reload([](const std::string&) { throw std::runtime_error("gone"); });
+  EXPECT_THAT(Vlans(), ElementsAre(10, 20));
 }
 
 TEST_F(Loader, BringsRoutesBackWithTheirVlan) {
