@@ -57,7 +57,8 @@ class VANTACORE_API CfgItem {
   /// CfgSched::Remove calls this on the row's first item, whatever its state, with true and the status
   /// that the stack reported; an issued item is deleted afterwards. The base does nothing.
   virtual void SetInMib(bool inMib, unsigned int status);
-  /// Whether this item may take the place of `existing` (a CfgItem of the same row). The base: yes.
+  /// Whether this item may take the place of `existing` (a CfgItem of the same row); must not call the
+  /// scheduler, which is in the middle of an insertion. The base: yes.
   virtual bool Replace(void* existing);
   /// Whether the item is to be dropped when its turn comes and it is not ready. The base: no.
   virtual bool RemoveOnNotReady() const;

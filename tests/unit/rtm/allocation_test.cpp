@@ -5,6 +5,7 @@
 
 #include "tests/support/device_fixture.h"
 #include "tests/support/failing_new.h"
+#include "vantacore/cfg_items.h"
 #include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/dcrouter_api.h"
 
@@ -62,6 +63,27 @@ TEST_F(RtmAllocation, CallbacksBearTheAbsenceOfTheManager) {
   EXPECT_EQ(row.word[0], 77U);
   EXPECT_EQ(traces.Take().size(), 5U);
   EXPECT_EQ(cIsRtmReady(10), 0);
+}
+
+TEST_F(RtmAllocation, ItemsAreNotReadyWithoutTheManager) {
+  const unsigned char address[4] = {10, 0, 0, 0};
+  Tarsel::StaticRouteItem route(10, 1, 1, 1, address, 8, address, 1, 1, 0x30000, 0);
+  Tarsel::RouteRedistributeItem rule(1, 1, 2, 3, 0, 10, 0);
+  {
+    const FailingNew failing(1);
+    EXPECT_FALSE(route.CfgListReady());
+    EXPECT_TRUE(failing.HasFailed());
+  }
+  {
+    const FailingNew failing(1);
+    EXPECT_FALSE(rule.CfgListReady());
+    EXPECT_TRUE(failing.HasFailed());
+  }
+  {
+    const FailingNew failing(1);
+    EXPECT_FALSE(rule.RemoveOnNotReady());
+    EXPECT_TRUE(failing.HasFailed());
+  }
 }
 
 TEST_F(RtmAllocation, RouteRequestThatCannotBeAllocatedIsDropped) {

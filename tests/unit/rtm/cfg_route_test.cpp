@@ -179,6 +179,7 @@ TEST_F(CfgRouteTable, DeletingTakesEveryCopyAndLeavesTheCount) {
 TEST_F(CfgRouteTable, DeletingNeedsEveryValueToMatch) {
   Add(NET_A);
   EXPECT_TRUE(table.DelEntry(1, NET_A, 16, GATEWAY, 4));
+  EXPECT_TRUE(table.DelEntry(1, NET_A, 16, GATEWAY, 0x10003));
   EXPECT_TRUE(table.DelEntry(1, NET_A, 15, GATEWAY, 3));
   EXPECT_TRUE(table.DelEntry(1, NET_B, 16, GATEWAY, 3));
   EXPECT_TRUE(table.DelEntry(1, NET_A, 16, OTHER_GATEWAY, 3));

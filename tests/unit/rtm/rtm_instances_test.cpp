@@ -119,6 +119,29 @@ TEST_F(RtmInstances, AskedRowHasTheBgpDistancesTheOtherWayRoundAndNoFamily) {
               ElementsAre("0=32778", "1=1", "2=1", "6=3", "7=5", "8=8", "9=9", "14=7", "28=1"));
 }
 
+TEST_F(RtmInstances, SettingsOfAnySizeReachTheRowsWhole) {
+  EXPECT_TRUE(Update(10, R"({"RTM": {"dead_rpm_timer": 65537, "ADMIN_DISTANCE": {
+      "ospfv2_internal": 65538, "ospfv2_external": 65539, "ospfv3_internal": 65540,
+      "ospfv3_external": 65541, "ripv2": 65542, "ripng": 65543, "ebgp": 65544, "ibgp": 65545}}})"));
+  EXPECT_THAT(
+      TakeCalls(),
+      ElementsAre(
+          "sms_act_rtm(0=10 1=1 2=1 6=65538 7=65539 8=65545 9=65544 14=65542 28=65537 30=1)",
+          "sms_act_rtm(0=32778 1=1 2=1 6=65540 7=65541 8=65545 9=65544 14=65543 28=65537 30=2)"));
+  EXPECT_THAT(AskedRow(10), ElementsAre("0=10", "1=1", "2=1", "6=65538", "7=65539", "8=65544",
+                                        "9=65545", "14=65542", "28=65537"));
+}
+
+TEST_F(RtmInstances, Vlan0HasItsTwoInstancesToo) {
+  Update(0, ALL_DIFFERENT);
+  EXPECT_THAT(AskedRow(0x8000),
+              ElementsAre("0=32768", "1=1", "2=1", "6=3", "7=5", "8=8", "9=9", "14=7", "28=1"));
+  EXPECT_FALSE(rtm.IsRtmReady(0));
+  rtm.SetRtmReady(0);
+  EXPECT_TRUE(rtm.IsRtmReady(0));
+  EXPECT_FALSE(rtm.IsRtmReady(0x8000));
+}
+
 TEST_F(RtmInstances, RowOfUnknownInstanceIsNotTouched) {
   Update(10, "{}");
   amb_cipr_rtm_entity row;

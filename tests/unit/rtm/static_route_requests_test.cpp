@@ -345,6 +345,14 @@ TEST_F(RouteAnswers, AnswerForARowThatIsNotHeldChangesNothing) {
   EXPECT_EQ(Summary(), "Pending Item Buckets: 0\n");
 }
 
+TEST_F(RouteAnswers, AnswerFindsTheRouteOfItsInterfaceAmongAllOf32Bits) {
+  rtm.UpdateStaticRoute(VLAN, 1, DESTINATION, 16, NEXT_HOP, 0x10003, 5, 0x30000, 1, 1);
+  Tick();
+  EXPECT_EQ(Items().size(), 2U);
+  rtm.UpdateRouteCallback(VLAN, 1, DESTINATION, 16, NEXT_HOP, 0x10003, 5, 0x30000, 1, 1, 0, 1);
+  EXPECT_THAT(Items(), ElementsAre(HasSubstr("Intf(3)")));
+}
+
 TEST_F(RouteAnswers, ValuesBesideTheRowsIdentityPlayNoPart) {
   rtm.UpdateRouteCallback(VLAN, 1, DESTINATION, 16, NEXT_HOP, 3, 99, 7, 1, 2, 12345, 1);
   EXPECT_THAT(Items(), IsEmpty());

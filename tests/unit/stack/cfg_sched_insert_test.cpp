@@ -52,6 +52,22 @@ TEST_F(CfgSchedInsert, RowsThatLookAlikeAreKeptApart) {
   EXPECT_THAT(Order(), ElementsAre(2, 3));
 }
 
+TEST_F(CfgSchedInsert, ARowIsNotTheOneThatItsIdentifierBegins) {
+  const unsigned int longer[] = {1, 2, 3};
+  Insert(KEY, 9, 1);
+  ScriptedItem* item = New(1, 2);
+  item->oid.SetOid(longer, 3);
+  sched.Insert(KEY, item);
+  Tick();
+  Remove(KEY, 9);  // what is expected next is the row behind
+  log.Take();
+  ScriptedItem shorter(probes, 1, -1);
+  shorter.oid.SetOid(longer, 2);
+  sched.Remove(KEY, &shorter, 1);
+  EXPECT_THAT(log.Take(), IsEmpty());
+  EXPECT_THAT(Order(), ElementsAre(2));
+}
+
 TEST_F(CfgSchedInsert, FurtherInsertsDoNotRestartTheTimer) {
   Insert(KEY, 1, 1);
   loop.AdvanceMilliseconds(60);

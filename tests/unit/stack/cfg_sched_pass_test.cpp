@@ -391,9 +391,43 @@ TEST_F(CfgSchedPass, AnItemInsertedAsIssuedIsNotSent) {
   item->SetActionState(CfgItem::ISSUED);
   sched.Insert(KEY, item);
   Tick();
-  item->SetActionState(static_cast<CfgItem::ACTION_ITEM_STATE>(7));
+  EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+// Only New is sent, and only Issued is in flight, is answered and ends.
+TEST_F(CfgSchedPass, AnItemOfAnyOtherStateIsLeftAlone) {
+  constexpr auto OTHER = static_cast<CfgItem::ACTION_ITEM_STATE>(7);
+  ScriptedItem* item = New(1, 1);
+  item->inFlight = {1, 2};
+  item->SetActionState(OTHER);
+  sched.Insert(KEY, item);
   Tick();
   EXPECT_THAT(log.Take(), IsEmpty());
+  EXPECT_EQ(sched.RouteMapInFlight(KEY, 1, 2), 0);
+  EXPECT_EQ(sched.AggrAddrInFlight(KEY, 1, 2), 0);
+  Update(KEY, 1, 5, true);
+  EXPECT_EQ(item->GetActionState(), OTHER);
+  EXPECT_EQ(item->GetReasonCode(), 0U);
+  EXPECT_EQ(item->GetRetryCount(), 0U);
+  Remove(KEY, 1);
+  EXPECT_THAT(log.Take(), ElementsAre("in-mib 1 yes 1"));
+  EXPECT_THAT(Order(), ElementsAre(1));
+}
+
+TEST_F(CfgSchedPass, AnAnswerPassesByWhatIsNotIssued) {
+  std::vector<ScriptedItem*> items;
+  for (int id = 1; id <= 3; ++id) {
+    items.push_back(New(1, id));
+    items.back()->replaces = false;
+    sched.Insert(KEY, items.back());
+  }
+  items[1]->SetActionState(static_cast<CfgItem::ACTION_ITEM_STATE>(7));
+  items[2]->SetActionState(CfgItem::ISSUED);
+  Update(KEY, 1, 5, true);
+  EXPECT_EQ(items[0]->GetReasonCode(), 0U);
+  EXPECT_EQ(items[1]->GetReasonCode(), 0U);
+  EXPECT_EQ(items[2]->GetReasonCode(), 5U);
+  EXPECT_EQ(items[2]->GetActionState(), CfgItem::NEW);
 }
 
 }  // namespace

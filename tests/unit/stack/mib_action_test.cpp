@@ -138,6 +138,27 @@ TEST_F(MibActionTest, RouteOfALargeVlanNumberUsesItsLowBitsButLogsAll) {
   EXPECT_TRUE(traces.Contains("Vlan = 65546 if_index"));
 }
 
+TEST_F(MibActionTest, InterfaceIndicesAre32BitsWide) {
+  CfgRouteEntry entry = Route4();
+  entry.ifIndex = 4294967293U;
+  RouteAction route(entry, 10);
+  Issue(route, false);
+  EXPECT_THAT(Calls(), ElementsAre("sms_update_route(1, 1, 2, 1, 10.9.0.0, 16, 10.1.2.1, 196608, "
+                                   "4294967293, 10, 6)"));
+  EXPECT_TRUE(traces.Contains(" if_index = 4294967293 "));
+
+  InterfaceAction interface(4, 1, 10, 65539, "eth0", 70001, 24, 70002);
+  Issue(interface, false);
+  EXPECT_THAT(Calls(), ElementsAre("sms_act_interface(4, 1, 10, 65539, \"eth0\", 70001, 24, "
+                                   "70002)"));
+  EXPECT_TRUE(traces.Contains(" if_index = 65539 "));
+
+  IPv4AddressAction address4(1, 7, 65539, Ip4Addr(10, 1, 2, 3), Ip4Addr(255, 255, 255, 0));
+  Issue(address4, false);
+  EXPECT_THAT(Calls(), ElementsAre("sms_act_ipaddr(1, 7, 1, 65539, 10.1.2.3, 24)"));
+  EXPECT_TRUE(traces.Contains(" if_index = 65539 "));
+}
+
 TEST_F(MibActionTest, InterfaceUsesTwoFunctions) {
   InterfaceAction action(4, 1, 0x800A, 3, "eth0", 7, 24, 1500);
   Issue(action, false);

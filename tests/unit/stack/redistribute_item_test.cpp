@@ -79,6 +79,10 @@ TEST_F(RedistributeItemTest, AnyOtherDestinationIsBgp) {
   EXPECT_THAT(RoutersAsked(10, -1), ElementsAre(DcRouterMgr::PROTOCOL_BGP));
 }
 
+TEST_F(RedistributeItemTest, AVlanBeyond4095IsNoOther) {
+  EXPECT_THAT(RoutersAsked(0x100A, BGP), IsEmpty());
+}
+
 TEST_F(RedistributeItemTest, AVlanWithoutRoutersIsNotReady) {
   DcRtmMgr::GetInstance()->SetRtmReady(99);
   RouteRedistributeItem item(1, 1, STATIC, BGP, 0, 99, 0);
@@ -149,6 +153,7 @@ TEST_F(RedistributeItemTest, SendIssuesTheRowAndMarksTheItem) {
   item.Send();
   EXPECT_EQ(CfgItem::ISSUED, item.GetActionState());
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_cipr_redist(1, 2, 196608, 917504, 10, 0)"));
+  EXPECT_TRUE(traces.Contains("pri = 0x0x5"));  // the row has none, the log shows the item's
 }
 
 TEST_F(RedistributeItemTest, SendUsesTheRowsQueue) {

@@ -121,6 +121,7 @@ TEST_F(StaticRouteItemTest, MetricTypeAndStatusAreNotPartOfTheRow) {
 TEST_F(StaticRouteItemTest, EveryOtherFieldIsPartOfTheRow) {
   const MibOid oid = Item4()->GetOid();
   const unsigned char other[] = {10, 9, 0, 1};
+  EXPECT_TRUE((StaticRouteItem(10, 1, 1, 1, DEST4, 16, HOP4, 65539, 5, 0, 0).GetOid() != oid));
   EXPECT_TRUE((StaticRouteItem(11, 1, 1, 1, DEST4, 16, HOP4, 3, 5, 0, 0).GetOid() != oid));
   EXPECT_TRUE((StaticRouteItem(10, 1, 1, 1, other, 16, HOP4, 3, 5, 0, 0).GetOid() != oid));
   EXPECT_TRUE((StaticRouteItem(10, 1, 1, 1, DEST4, 17, HOP4, 3, 5, 0, 0).GetOid() != oid));
@@ -182,6 +183,14 @@ TEST_F(StaticRouteItemTest, SendIssuesTheRowAndMarksTheItem) {
   EXPECT_EQ(CfgItem::ISSUED, item->GetActionState());
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_update_route(1, 1, 1, 1, 10.9.0.0, 16, 10.1.2.1, "
                                        "196608, 3, 10, 5)"));
+}
+
+TEST_F(StaticRouteItemTest, SendKeepsAllOfTheInterfacesIndex) {
+  MakeReady();
+  StaticRouteItem item(10, 1, 1, 1, DEST4, 16, HOP4, 65539, 5, PATH_TYPE_STATIC, 0);
+  item.Send();
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_update_route(1, 1, 1, 1, 10.9.0.0, 16, 10.1.2.1, "
+                                       "196608, 65539, 10, 5)"));
 }
 
 TEST_F(StaticRouteItemTest, SendOfAnIp6RouteWithALargeMetricCutsIt) {
