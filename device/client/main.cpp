@@ -34,6 +34,10 @@ Code ExecuteLines(Connection& connection) {
     const Code code = connection.Execute(line);
     first = first == Code::DONE ? code : first;
   }
+  if (std::ferror(stdin)) {
+    std::fputs("vantacorectl: standard input cannot be read\n", stderr);
+    first = first == Code::DONE ? Code::REFUSED : first;
+  }
   return first;
 }
 
@@ -68,13 +72,9 @@ Code Run(const client::Options& options) {
   return code;
 }
 
-// Output that could not be written is no success: the disk behind standard output may be full.
+// Output that could not be written is no success.
 Code Check(Code code) {
-  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) {
-    return code;
-  }
-  std::fputs("vantacorectl: standard output cannot be written\n", stderr);
-  return code == Code::DONE ? Code::REFUSED : code;
+  return program::FlushOutput("vantacorectl") || code != Code::DONE ? code : Code::REFUSED;
 }
 
 }  // namespace
@@ -84,8 +84,7 @@ int main(int argc, char** argv) {
   try {
     client::Options options;
     if (const auto ending = client::ParseOptions(argc, argv, options)) {
-      std::fputs(ending->text.c_str(), ending->isError ? stderr : stdout);
-      return ending->isError ? static_cast<int>(Code::USAGE) : 0;
+      return program::PrintEnding("vantacorectl", *ending);
     }
     return static_cast<int>(Check(Run(options)));
   } catch (const std::exception& problem) {

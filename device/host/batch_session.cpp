@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "device/program/standard_streams.h"
+
 namespace host {
 
 BatchSession::BatchSession(const SessionContext& context, unsigned short vlan)
@@ -17,8 +19,7 @@ void BatchSession::Write(const std::string& text) {
 
 // Nobody is left to read the rest.
 void BatchSession::Flush() {
-  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-    std::fputs("vantacored: standard output cannot be written\n", stderr);
+  if (!program::FlushOutput("vantacored")) {
     Leave(EXIT_FAILED);
   }
 }
@@ -27,6 +28,9 @@ void BatchSession::Ready() {
   m_lines.Next([this](const std::optional<std::string>& line) {
     if (line) {
       Execute(*line);
+    } else if (m_lines.HasFailed()) {
+      std::fputs("vantacored: standard input cannot be read\n", stderr);
+      Leave(EXIT_FAILED);
     } else {
       Leave(GetExitStatus());
     }

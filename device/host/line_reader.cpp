@@ -71,6 +71,7 @@ void LineReader::Read() {
     m_buffer.append(bytes, static_cast<std::size_t>(count));
   } else if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
     m_isAtEnd = true;
+    m_hasFailed = count < 0;
   }
 }
 

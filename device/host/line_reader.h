@@ -20,6 +20,8 @@ class LineReader {
   /// inside this call or later. Of a line longer than 4,096 bytes the rest is dropped. Not to be called
   /// again before that.
   void Next(std::function<void(const std::optional<std::string>& line)> callback);
+  /// Whether the lines have ended because the descriptor could not be read.
+  bool HasFailed() const { return m_hasFailed; }
 
  private:
   bool TakeLine(std::string& line);
@@ -33,6 +35,7 @@ class LineReader {
   std::string m_buffer;
   bool m_isSkipping = false;  // the rest of a line that was too long
   bool m_isAtEnd = false;
+  bool m_hasFailed = false;
 };
 
 }  // namespace host

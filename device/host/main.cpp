@@ -11,8 +11,7 @@ int main(int argc, char** argv) {
   try {
     host::CommandLine line;
     if (const auto ending = host::ParseCommandLine(argc, argv, line)) {
-      std::fputs(ending->text.c_str(), ending->isError ? stderr : stdout);
-      return ending->isError ? 2 : 0;
+      return program::PrintEnding("vantacored", *ending);
     }
     return host::Daemon(line).Run();
   } catch (const std::exception& problem) {

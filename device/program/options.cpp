@@ -1,9 +1,11 @@
 #include "device/program/options.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 
 #include "device/program/printable.h"
+#include "device/program/standard_streams.h"
 
 namespace program {
 
@@ -65,6 +67,14 @@ std::optional<Ending> ReadOptions(const Usage& usage, int argc, char** argv,
 Ending UsageError(const Usage& usage, const std::string& problem) {
   const std::string program = usage.program;
   return {program + ": " + problem + "\n" + program + " --help tells more.\n", true};
+}
+
+int PrintEnding(const char* program, const Ending& ending) {
+  std::fputs(ending.text.c_str(), ending.isError ? stderr : stdout);
+  if (ending.isError) {
+    return 2;
+  }
+  return FlushOutput(program) ? 0 : 1;
 }
 
 bool ReadNumber(const char* text, long low, long high, long& value) {

@@ -38,6 +38,10 @@ std::optional<Ending> ReadOptions(const Usage& usage, int argc, char** argv,
 /// "PROGRAM: problem", and how to learn more.
 Ending UsageError(const Usage& usage, const std::string& problem);
 
+/// Prints what a program ends with. Its exit status: 2 when the command line was wrong, 1 when a text
+/// that was asked for could not be written, else 0.
+int PrintEnding(const char* program, const Ending& ending);
+
 /// A decimal number as the whole of the text, from `low` to `high`; nothing is written otherwise.
 bool ReadNumber(const char* text, long low, long high, long& value);
 

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
+
 namespace program {
 
 void OpenMissingStreams() {
@@ -13,6 +15,14 @@ void OpenMissingStreams() {
   if (fd >= 0) {
     close(fd);
   }
+}
+
+bool FlushOutput(const char* program) {
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) {
+    return true;
+  }
+  std::fprintf(stderr, "%s: standard output cannot be written\n", program);
+  return false;
 }
 
 }  // namespace program

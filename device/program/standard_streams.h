@@ -9,6 +9,10 @@ namespace program {
 /// called before anything else is opened.
 void OpenMissingStreams();
 
+/// Writes out what waits for standard output. False, with a complaint in the name of `program`, when
+/// something of all that was printed could not be written; the disk behind it may be full.
+bool FlushOutput(const char* program);
+
 }  // namespace program
 
 #endif

@@ -695,6 +695,15 @@ TEST_F(Client, SaysThatItsOutputIsLost) {
   ExpectHealthyDaemon();
 }
 
+TEST_F(Client, SaysThatItsInputCannotBeRead) {
+  StartDaemon();
+  const Result unread =
+      system_test::RunDaemon(With({}), "", system_test::WithStreams("</", VANTACORECTL_COMMAND));
+  EXPECT_EQ(unread.status, 1);
+  EXPECT_EQ(unread.errors, "vantacorectl: standard input cannot be read\n");
+  ExpectHealthyDaemon();
+}
+
 TEST_F(Client, TellsTheDaemonNothingThatIsForClosedStreams) {
   StartDaemon();
   for (const char* closed : {">&-", "2>&-", ">&- 2>&-"}) {

@@ -198,6 +198,22 @@ TEST_F(Console, SaysThatItsOutputIsLost) {
   EXPECT_EQ(lost.errors, "vantacored: standard output cannot be written\n");
 }
 
+TEST_F(Console, SaysThatWhatWasAskedForInTheCommandLineIsLost) {
+  for (const char* program : {VANTACORED_COMMAND, VANTACORECTL_COMMAND}) {
+    for (const char* option : {"--help", "--version"}) {
+      const Result lost = RunDaemon({option}, "", system_test::WithStreams(">/dev/full", program));
+      EXPECT_EQ(lost.status, 1) << program << option;
+      EXPECT_THAT(lost.errors, EndsWith(": standard output cannot be written\n"));
+    }
+  }
+}
+
+TEST_F(Console, SaysThatItsInputCannotBeRead) {
+  const Result unread = RunDaemon(With(), "", system_test::WithStreams("</", VANTACORED_COMMAND));
+  EXPECT_EQ(unread.status, 1);
+  EXPECT_EQ(unread.errors, "vantacored: standard input cannot be read\n");
+}
+
 TEST_F(Console, ShowsTheLogUpToTheLevelAskedFor) {
   EXPECT_THAT(Run("").errors, IsEmpty());
   const Result talkative = Run("", {"--log", "10"});
