@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "device/base/timer_loop.h"
+#include "device/program/options.h"
 #include "device/program/printable.h"
 #include "device/stack/stack_control.h"
 #include "vantacore/config_parser.h"
@@ -50,6 +51,7 @@ constexpr unsigned int STATUS_REFUSED = 3;
 constexpr unsigned int STATUS_RETRY = 5;
 constexpr std::uint64_t LATE_MILLISECONDS = 500;
 constexpr unsigned int FAST_TICK_MICROSECONDS = 10;
+constexpr long MOST_TIMES = 1000000;
 
 const std::map<std::string, RowType> ROW_TYPES = {
     {"rtm", RowType::kRtm},           {"interface", RowType::kInterface},
@@ -189,12 +191,14 @@ void Lab::Join(Call& call) {
 }
 
 void Lab::Answers(Call& call) {
-  unsigned int times = 0;
-  if (!Tarsel::ParseNumber(&times, call.words[3].c_str())) {
-    call.Refuse("Expected a number, found " + Quote(call.words[3]));
+  long times = 0;
+  if (!program::ReadNumber(call.words[3].c_str(), 1, MOST_TIMES, times)) {
+    call.Refuse("Expected a number from 1 to " + std::to_string(MOST_TIMES) + ", found " +
+                Quote(call.words[3]));
     return;
   }
-  m_stack.Script(ROW_TYPES.at(call.words[2]), ANSWERS.at(call.words[1]), times);
+  m_stack.Script(ROW_TYPES.at(call.words[2]), ANSWERS.at(call.words[1]),
+                 static_cast<unsigned int>(times));
 }
 
 void Lab::Hold(Call& call) {

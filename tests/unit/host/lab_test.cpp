@@ -233,8 +233,13 @@ TEST_F(Lab, MakesTheStackRefuseAndRetry) {
   ASSERT_TRUE(Settle());
   EXPECT_EQ(TakeCalls().size(), 1u);
   EXPECT_THAT(Networks(), ElementsAre("10.1", "10.9", "32.1"));
-  ExpectRefused("stack never rtm x times", "Expected a number, found \"x\"\n");
-  ExpectRefused("stack never rtm vrf times", "Expected a number, found \"vrf\"\n");
+  ExpectRefused("stack never rtm x times", "Expected a number from 1 to 1000000, found \"x\"\n");
+  ExpectRefused("stack never rtm vrf times",
+                "Expected a number from 1 to 1000000, found \"vrf\"\n");
+  for (const std::string count : {"0", "-1", "1000001", "99999999999999"}) {
+    ExpectRefused("stack never rtm " + count + " times",
+                  "Expected a number from 1 to 1000000, found \"" + count + "\"\n");
+  }
 }
 
 TEST_F(Lab, MakesTheStackAnswerNeverTwiceOrLate) {
