@@ -2,7 +2,8 @@
 
 They take the documents of the examples, those that docs/documents.md shows, and the documents of every
 scenario but for the ones that refused.txt names. These, and the documents shown with mistakes, they
-refuse, as they do a good document in which any one value is of another type.
+refuse, as they do a good document in which any one value is of another type or, of VALUES, is wrong.
+Formats are not looked at, since not every validator does.
 """
 
 import json
@@ -14,12 +15,47 @@ from documents_text import files_shown
 
 with warnings.catch_warnings():  # later versions of the package have another way of resolving
     warnings.simplefilter('ignore', DeprecationWarning)
-    from jsonschema import Draft7Validator, FormatChecker, RefResolver
+    from jsonschema import Draft7Validator, RefResolver
 
 ROOT = pathlib.Path(sys.argv[1])
 SCHEMAS = ROOT / 'docs/schema'
 # Documents of scenarios that are no whole documents of any kind.
 PIECES = ('profiles', 'names')
+
+ROUTE = {'network': '10.9.0.0', 'netmask': '255.255.0.0', 'gateway': '10.1.2.1'}
+
+
+def vlans(**members):
+    return 'vlans', {'VLAN_CONFIGURATIONS': [{'vid': 10, **members}]}
+
+
+def interface(**members):
+    return 'device', {'default_vlan': 10,
+                      'interfaces': [{'name': 'eth0', 'vlan': 10, 'index': 3, **members}]}
+
+
+def route4(key):
+    return lambda value: vlans(STATIC_ROUTES=[{**ROUTE, key: value}])
+
+
+# Where a value stands, one that is right there, and some that are not.
+VALUES = (
+    (route4('network'), '10.9.0.0',
+     ('banana', '10.9.0', '10.9.0.256', '10.9.0.0.', '10.9.0.0/16', '')),
+    (route4('metric'), '255', ('', '256', '5x')),
+    (lambda value: vlans(STATIC_ROUTES6=[{'network': value, 'prefix': 48, 'gateway': '::1'}]),
+     '2001:db8::', ('banana', '10.9.0.0', '')),
+    (lambda value: vlans(BGP={'PEERS': [{'Name': 'BGP_10_1', 'as': 1, 'address': value}]}),
+     '10.1.2.1', ('banana', '10.1.2', '')),
+    (lambda value: vlans(IGMP={'IF_LIST': [{'Name': 'IGMP_10_3', 'GROUPS': [{'address': value}]}]}),
+     '239.1.1.1', ('224.0.0', '10.1.1.1')),
+    (lambda value: vlans(MLD={'IF_LIST': [{'Name': 'MLD_10_3', 'GROUPS': [{'address': value}]}]}),
+     'ff05::1', ('ff::1', 'fe80::1')),
+    (lambda value: interface(ipv4=value), '10.1.0.1/16', ('999.1.0.1/16', '10.1.0.1')),
+    (lambda value: interface(ipv6=[value]), '2001:db8::1/64', ('banana/64', '2001:db8::1/129')),
+    (lambda value: ('device', {'default_vlan': 10, 'primary_interfaces': {value: 'eth0'}}),
+     '32767', ('32768', '99999', 'x', '')),
+)
 
 
 def validator(kind):
@@ -28,7 +64,7 @@ def validator(kind):
     with warnings.catch_warnings():
         warnings.simplefilter('ignore', DeprecationWarning)
         resolver = RefResolver(SCHEMAS.as_uri() + '/', schema)
-    return Draft7Validator(schema, resolver=resolver, format_checker=FormatChecker())
+    return Draft7Validator(schema, resolver=resolver)
 
 
 VALIDATORS = {kind: validator(kind) for kind in ('vlans', 'remote', 'device')}
@@ -108,6 +144,10 @@ def main():
         if not shown.has_mistakes:
             for wrong in with_one_wrong(document):
                 expect('%s, as %s' % (where, json.dumps(wrong)), kind, wrong, True)
+    for place, right, wrong in VALUES:
+        for value in (right, *wrong):
+            kind, document = place(value)
+            expect(json.dumps(document), kind, document, value in wrong)
     if checked < 500:
         problems.append('only %d documents were found' % checked)
     sys.exit('\n'.join(problems) if problems else 0)
