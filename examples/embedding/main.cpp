@@ -104,7 +104,8 @@ class StaticRoutes : public Tarsel::ConfigParser {
       unsigned int ifIndex = 0;
       if (!route.ParseGroup(vlan, *entry)) {
         std::fprintf(stderr, "VLAN %u: route %s has a mistake\n", vlan, entry.GetName().c_str());
-      } else if (!DcInterfaceMgr::GetInstance()->GetIfIndex(route.interface.c_str(), ifIndex)) {
+      } else if (route.interface.get_length() != 0 &&  // without one the stack chooses
+                 !DcInterfaceMgr::GetInstance()->GetIfIndex(route.interface.c_str(), ifIndex)) {
         std::fprintf(stderr, "VLAN %u: route %s: there is no interface \"%s\"\n", vlan,
                      entry.GetName().c_str(), route.interface.c_str());
       } else {
