@@ -30,7 +30,8 @@ class SMS_API RoutingStack {
   /// none.
   void MakeCurrent();
 
-  /// Faults, limits, holds, restart, counters and table contents, for tests and lab commands.
+  /// Faults, limits, holds, restart, counters and table contents, for tests and lab commands. It lives as
+  /// long as the stack.
   Control& GetControl();
 
   /// True when no event is queued and none is due later: everything requested has been answered.

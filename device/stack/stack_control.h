@@ -89,6 +89,7 @@ class SMS_API Control {
   void Script(RowType type, const Answer& answer, unsigned int times);
   void ScriptRow(const unsigned int* oid, unsigned int length, const Answer& answer,
                  unsigned int times);
+  /// Requests are answered as usual again.
   void ClearScripts();
 
   /// A request that would make the table larger than `rows` is answered with `status` and changes
@@ -119,6 +120,7 @@ class SMS_API Control {
   /// Calls received since the last reset.
   std::uint64_t CountOf(Call call) const;
   void ResetCounts();
+  /// The function's own name, "sms_update_route"; static.
   static const char* NameOf(Call call);
 
   /// Sees each call but the pure identifier builders, before its effect, as the function's own name
@@ -140,7 +142,9 @@ class SMS_API Control {
   /// in `mask` as well: 1 read, 2 write, 4 urgent.
   void RegisterDescriptor(int fd, int id, unsigned int mask,
                           std::function<void(int events)> handler);
+  /// Asks the host, on the next run, for other events of a registered descriptor.
   void ChangeDescriptorMask(int fd, unsigned int mask);
+  /// The host no longer watches it from the next run on; the descriptor is the caller's to close.
   void UnregisterDescriptor(int fd, int id);
 
   // The tables' contents, in key order.

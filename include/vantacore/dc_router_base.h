@@ -39,9 +39,10 @@ class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
   virtual bool IsEnabled() = 0;
   /// Shows the configuration on a console. For the protocol's own console handler.
   virtual void Display(DcConsole* console) = 0;
-  /// Whether the protocol can take rows now.
+  /// Whether the protocol can take rows now. Lists are committed all the same: what cannot be sent yet is
+  /// the protocol's to keep. Redistribution rules that name the protocol wait for it, or are dropped.
   virtual bool IsReady() = 0;
-  /// Whether it can take rows of the interface now.
+  /// Whether it can take rows of the interface now. For the protocol itself.
   virtual bool IsReady(unsigned int ifIndex) = 0;
   /// `status` is the stack's operational status: 1 up, 2 down.
   virtual void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) = 0;
@@ -77,7 +78,8 @@ class VANTACORE_API DcConfigLists {
   DclConfigObject::OptionType type;
 };
 
-/// One protocol's router of one VLAN. Created and deleted by the router manager. The order of the
+/// One protocol's router of one VLAN. The seven of each VLAN are created and deleted by the router
+/// manager; any other is its maker's, who also calls what the manager would call. The order of the
 /// virtual operations and of the fields is fixed.
 class VANTACORE_API DcRouterBase {
  public:

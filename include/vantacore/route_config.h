@@ -13,6 +13,7 @@ namespace Tarsel {
 /// is less-or-equal: no order for sorted containers or std::sort.
 class VANTACORE_API Ip4RouteConfig {
  public:
+  /// VLAN 0, metric 1, the rest empty or zero.
   Ip4RouteConfig();
   /// A copy.
   Ip4RouteConfig(const Ip4RouteConfig& other);
@@ -57,6 +58,7 @@ class VANTACORE_API Ip4RouteConfig {
 /// prefix length, gateway (big-endian) and metric.
 class VANTACORE_API Ip6RouteConfig {
  public:
+  /// VLAN 0, metric 1, the rest empty or zero.
   Ip6RouteConfig();
   /// A copy.
   Ip6RouteConfig(const Ip6RouteConfig& other);

@@ -14,8 +14,10 @@ namespace Tarsel {
 // part of the row's name. A route replaces a pending request for the same row: enabling or disabling
 // one whose addition is still pending loses its metric and type.
 //
-// The outcome is not reported: a request that is refused stays among the pending actions. Without
-// memory for a request nothing is asked for, and that is traced.
+// Nothing is checked: host bits of a destination go to the stack as they are, and a route of a VLAN that
+// is not there waits among the pending actions until the VLAN comes. The outcome is not reported: a
+// request that is refused stays among the pending actions. Without memory for a request nothing is
+// asked for, and that is traced.
 
 /// Always 1. `metric` is cut to 16 bits; a static route has type 0x30000; admin status 1 up, 2 down.
 VANTACORE_API int AddRoute(unsigned short vlan, const Ip4Addr& destination, const Ip4Addr& mask,
