@@ -18,10 +18,12 @@ ASSERTION = re.compile(r'\bOnAssert\(\s*(%s)' % LITERALS)
 OUTCOMES = re.compile(r'constexpr OutcomeTexts \w+ = \{(.*?)\};', re.S)
 LITERAL = re.compile(r'"(?:[^"\\]|\\.)*"')
 CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|UsageError|Explain)\(')
-# What is wrong with an option is a result. Braces are of a text that is more than that.
+# What is wrong with an option or a route is a result. Braces are of a text that is more than that.
 RESULT = re.compile(r'\b(?:return|problem =) [^;{]*;')
+# What members are expected to be.
+TABLE = re.compile(r'\bMEMBERS\d\[\] = \{.*?\};', re.S)
 COMPLAINING = ('device/host', 'device/program')
-OF_OPTIONS = ('command_line.cpp', 'options.cpp')
+WITH_RESULTS = ('command_line.cpp', 'options.cpp', 'route_reader.cpp')
 ROW = re.compile(r'^\| (none|assertion|\d+) \| `([^`]*)` \| [^|]*\w[^|]* \| [^|]*\w[^|]* \|$', re.M)
 
 
@@ -79,8 +81,8 @@ def complaints(root):
     for path in sorted(paths):
         text = read(path).replace("'\"'", "' '")
         told = [arguments(text, match.end() - 1) for match in CALL.finditer(text)]
-        if os.path.basename(path) in OF_OPTIONS:
-            told += RESULT.findall(text)
+        if os.path.basename(path) in WITH_RESULTS:
+            told += RESULT.findall(text) + TABLE.findall(text)
         for part in told:
             pieces.update(joined(literal) for literal in LITERAL.findall(part))
         literals += ''.join(ast.literal_eval(part) + '\n' for part in LITERAL.findall(text))
