@@ -58,6 +58,19 @@ TEST_F(NetworkEvents, AddressOfAnUnknownVlanIsOnlyLogged) {
   EXPECT_EQ(2U, Manager().GetVlans().size());
 }
 
+TEST_F(NetworkEvents, LargeIndicesAndStatesArriveUncut) {
+  Manager().CreateVlan(65535, NoOptions(), DclConfigObject::VLAN_OPTIONS);
+  traces.Take();
+  Manager().ProcessInterfaceStatusChange(65535, 4294967295U, 65535);
+  EXPECT_EQ("10:Updating Interface Status of Interface 4294967295\n", traces.Lines().front());
+  EXPECT_THAT(TakeRouterEvents(),
+              ElementsAreArray(AllRouters(65535, " interface 4294967295 status 65535")));
+  Manager().ProcessIPAddressChange(65535, 4294967295U, Ip4Addr(10, 1, 2, 3));
+  EXPECT_EQ("10:Updating IP Address Change to Interface 4294967295\n", traces.Lines().front());
+  EXPECT_THAT(TakeRouterEvents(),
+              ElementsAreArray(AllRouters(65535, " interface 4294967295 address 10.1.2.3")));
+}
+
 // Of the registry's events only a changed address is passed on; the rest is the host's to tell.
 TEST_F(NetworkEvents, TheInterfaceRegistryPassesOnlyAChangedAddress) {
   DcInterfaceMgr& interfaces = *DcInterfaceMgr::GetInstance();
@@ -76,8 +89,12 @@ TEST_F(NetworkEvents, TheInterfaceRegistryPassesOnlyAChangedAddress) {
 
 TEST_F(NetworkEvents, JoiningAddsTheInterfaceToAnEnabledIgmpRouter) {
   GetBehaviour().enabled = {"IGMP:10"};
-  Manager().JoinNetwork(10, 3);
-  EXPECT_THAT(traces.Take(), ElementsAre("10:~IGMP:10 asked\n", "10:~IGMP:10 add interface 3\n"));
+  for (const unsigned int ifIndex : {3U, 4294967295U}) {
+    Manager().JoinNetwork(10, ifIndex);
+    EXPECT_THAT(traces.Take(),
+                ElementsAre("10:~IGMP:10 asked\n",
+                            "10:~IGMP:10 add interface " + std::to_string(ifIndex) + "\n"));
+  }
 }
 
 TEST_F(NetworkEvents, JoiningADisabledIgmpRouterChangesNothing) {
@@ -94,12 +111,12 @@ TEST_F(NetworkEvents, LeavingOnlyAsksTheIgmpRouter) {
 
 TEST_F(NetworkEvents, JoiningAndLeavingAnUnknownVlanIsReported) {
   Manager().JoinNetwork(30, 3);
-  Manager().LeaveNetwork(31, 3);
+  Manager().LeaveNetwork(65535, 3);
   EXPECT_THAT(traces.Take(),
               ElementsAre("-:Connected remote to inet with VLAN 30 before loading VLAN options... "
                           "Skipping\n",
-                          "-:Connected remote to inet with VLAN 31 before loading VLAN options... "
-                          "Skipping\n"));
+                          "-:Connected remote to inet with VLAN 65535 before loading VLAN "
+                          "options... Skipping\n"));
 }
 
 TEST_F(NetworkEvents, AVlanWithoutIgmpRouterIsReported) {
@@ -133,11 +150,11 @@ TEST_F(NetworkEvents, ThePeerInterfaceIsOnlyAnnounced) {
 }
 
 TEST_F(NetworkEvents, DescriptorsReachTheSocketInterface) {
-  Manager().SetFiledescriptors(7, 3, 1);
-  Manager().ChangeMask(7, 2);
-  Manager().RemoveFiledescriptors(7, 3);
-  EXPECT_THAT(sockets.calls,
-              ElementsAre("register fd=7 mode=1 id=3", "change fd=7 mode=2", "remove fd=7 id=3"));
+  Manager().SetFiledescriptors(70000, 80000, 90000);
+  Manager().ChangeMask(70000, 90001);
+  Manager().RemoveFiledescriptors(70000, 80000);
+  EXPECT_THAT(sockets.calls, ElementsAre("register fd=70000 mode=90000 id=80000",
+                                         "change fd=70000 mode=90001", "remove fd=70000 id=80000"));
 }
 
 TEST_F(NetworkEvents, DescriptorsAreDroppedWhileThereIsNoSocketInterface) {
@@ -175,6 +192,12 @@ TEST_F(NetworkEvents, TraceControlsCountTheStacksFailuresFromZero) {
   EXPECT_THAT(TakeCalls(), ElementsAre("nbb_trips_control(1)", "nbb_set_ips_filter(\"3,4\", 6)",
                                        "nbb_get_ips_tracing()", "nbb_trips_control(0)",
                                        "nbb_get_ips_tracing()"));
+}
+
+TEST_F(NetworkEvents, TheNumberOfATraceFilterArrivesUncut) {
+  char filter[] = "9";
+  Manager().SetIPSFilter(filter, 0xFEDC);
+  EXPECT_THAT(TakeCalls(), ElementsAre("nbb_set_ips_filter(\"9\", 65244)"));
 }
 
 // What the stack counts during a call is left for whoever asks.

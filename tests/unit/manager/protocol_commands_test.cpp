@@ -19,11 +19,14 @@ using console_session::Execution;
 using console_session::Ip;
 using console_session::Ip6;
 using console_session::Owner;
+using recording_routers::AllRouters;
 using recording_routers::GetBehaviour;
 using recording_routers::ManagerFixture;
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 const char END_OF_TABLE[] = "End of table\n";
 const char IP4_SUMMARY_HEADER[] = "   VID  BGP4+ OSPFv2  RIPv2   IGMP\n";
@@ -116,15 +119,15 @@ TEST_F(ProtocolCommands, Ip6TakesWholeWordsAndOnlyTwo) {
 // --- summaries ---
 
 TEST_F(ProtocolCommands, SummariesShowTheEnabledProtocolsAndDeleteTheConsole) {
-  AddVlan(4094);
+  AddVlan(65535);
   AddVlan(5);
-  GetBehaviour().enabled = {"BGP:10",    "RIPV2:10",   "OSPF:5",  "IGMP:4094",
-                            "OSPFV3:10", "RIPNG:4094", "MLD:4094"};
+  GetBehaviour().enabled = {"BGP:10",    "RIPV2:10",    "OSPF:5",   "IGMP:65535",
+                            "OSPFV3:10", "RIPNG:65535", "MLD:65535"};
   const Execution run = Ip({"protocol", "summary"});
   EXPECT_EQ(std::string(IP4_SUMMARY_HEADER) +
                 "     5     No    Yes     No     No\n"
                 "    10    Yes     No    Yes     No\n"
-                "  4094     No     No     No    Yes\n",
+                " 65535     No     No     No    Yes\n",
             run.log->all);
   EXPECT_EQ(0, run.log->ends);
   EXPECT_EQ(Owner::kGone, run.owner);
@@ -133,7 +136,7 @@ TEST_F(ProtocolCommands, SummariesShowTheEnabledProtocolsAndDeleteTheConsole) {
   EXPECT_EQ(std::string(IP6_SUMMARY_HEADER) +
                 "     5     No     No     No     No\n"
                 "    10    Yes    Yes     No     No\n"
-                "  4094     No     No    Yes    Yes\n",
+                " 65535     No     No    Yes    Yes\n",
             run6.log->all);
   EXPECT_EQ(0, run6.log->ends);
   EXPECT_EQ(Owner::kGone, run6.owner);
@@ -145,6 +148,29 @@ TEST_F(ProtocolCommands, WordsOfIpAreToldApartByTwoCharacters) {
     EXPECT_THAT(run.log->all, HasSubstr(IP4_SUMMARY_HEADER)) << word;
   }
   EXPECT_THAT(Ip6({"protocol", "SUMMARY"}).log->all, HasSubstr(IP6_SUMMARY_HEADER));
+}
+
+TEST_F(ProtocolCommands, ASummaryOfNoVlanIsItsHeader) {
+  Manager().DeleteVlan(10);
+  const Execution run = Ip({"protocol", "summary"});
+  EXPECT_EQ(IP4_SUMMARY_HEADER, run.log->all);
+  EXPECT_EQ(Owner::kGone, run.owner);
+  const Execution run6 = Ip6({"protocol", "summary"});
+  EXPECT_EQ(IP6_SUMMARY_HEADER, run6.log->all);
+  EXPECT_EQ(Owner::kGone, run6.owner);
+}
+
+TEST_F(ProtocolCommands, ASummaryIgnoresTheWordsBehindIt) {
+  EXPECT_THAT(Ip({"protocol", "summary", "x"}).log->all, StartsWith(IP4_SUMMARY_HEADER));
+  EXPECT_THAT(Ip6({"protocol", "summary", "x"}).log->all, StartsWith(IP6_SUMMARY_HEADER));
+}
+
+TEST_F(ProtocolCommands, ASummaryAlsoAsksTheRoutersThatItDoesNotShow) {
+  traces.Take();
+  Ip({"protocol", "summary"});
+  EXPECT_THAT(TakeRouterEvents(), ElementsAreArray(AllRouters(10, " asked")));
+  Ip6({"protocol", "summary"});
+  EXPECT_THAT(TakeRouterEvents(), ElementsAreArray(AllRouters(10, " asked")));
 }
 
 TEST_F(ProtocolCommands, AVlanWithoutRoutersShowsNoInEveryColumn) {
@@ -300,13 +326,30 @@ class IpsCommands : public ProtocolCommands {
 
 TEST_F(IpsCommands, TracingIsSwitchedOnAndOff) {
   EXPECT_EQ("IPS TRACE is OFF!\n", Ips({"status"}));
-  EXPECT_EQ("IPS TRACE is ON!\n", Ips({"ON"}));
-  EXPECT_EQ("IPS TRACE is ON!\n", Ips({"status", "x"}));
+  EXPECT_EQ("IPS TRACE is ON!\n", Ips({"on"}));
+  EXPECT_EQ("IPS TRACE is ON!\n", Ips({"status"}));
   EXPECT_EQ("IPS TRACE is OFF!\n", Ips({"off"}));
-  EXPECT_EQ("IPS TRACE is OFF!\n", Ips({"Status"}));
+  EXPECT_EQ("IPS TRACE is OFF!\n", Ips({"status"}));
   EXPECT_THAT(TakeCalls(),
               ElementsAre("nbb_get_ips_tracing()", "nbb_trips_control(1)", "nbb_get_ips_tracing()",
                           "nbb_trips_control(0)", "nbb_get_ips_tracing()"));
+}
+
+TEST_F(IpsCommands, WordsAreTakenInAnyCase) {
+  EXPECT_EQ("IPS TRACE is ON!\n", Ips({"ON"}));
+  EXPECT_EQ("IPS TRACE is ON!\n", Ips({"Status"}));
+  EXPECT_EQ("IPS TRACE is OFF!\n", Ips({"OFF"}));
+  EXPECT_EQ("IPS TRACE filter 3 and type 1 is set!\n", Ips({"SET", "FILTER", "TYPE", "IN", "3"}));
+  EXPECT_EQ("IPS TRACE filter type 6 is Reset!\n", Ips({"RESET", "FILTER", "PROC", "OUT"}));
+}
+
+TEST_F(IpsCommands, FurtherWordsAreIgnored) {
+  EXPECT_EQ("IPS TRACE is ON!\n", Ips({"on", "x"}));
+  EXPECT_EQ("IPS TRACE is ON!\n", Ips({"status", "x"}));
+  EXPECT_EQ("IPS TRACE is OFF!\n", Ips({"off", "x"}));
+  EXPECT_EQ("IPS TRACE filter 3 and type 1 is set!\n",
+            Ips({"set", "filter", "type", "in", "3", "x"}));
+  EXPECT_EQ("IPS TRACE filter type 1 is Reset!\n", Ips({"reset", "filter", "type", "in", "x"}));
 }
 
 TEST_F(IpsCommands, TheWordItselfIsTakenInAnyCaseButWhole) {
@@ -321,15 +364,20 @@ struct FilterCase {
 };
 
 const FilterCase FILTERS[] = {
-    {"type", "in", "1"}, {"type", "out", "2"}, {"proc", "in", "5"}, {"PROC", "Out", "6"}};
+    {"type", "in", "1"}, {"type", "out", "2"}, {"proc", "in", "5"}, {"proc", "out", "6"}};
 
 TEST_F(IpsCommands, AFilterIsSet) {
   for (const FilterCase& filter : FILTERS) {
     const std::string code = filter.code;
     EXPECT_EQ("IPS TRACE filter 3,4 and type " + code + " is set!\n",
-              Ips({"set", "filter", filter.kind, filter.direction, "3,4", "ignored"}));
+              Ips({"set", "filter", filter.kind, filter.direction, "3,4"}));
     EXPECT_THAT(TakeCalls(), ElementsAre("nbb_set_ips_filter(\"3,4\", " + code + ")"));
   }
+}
+
+TEST_F(IpsCommands, TheListOfAFilterMayBeEmpty) {
+  EXPECT_EQ("IPS TRACE filter  and type 1 is set!\n", Ips({"set", "filter", "type", "in", ""}));
+  EXPECT_THAT(TakeCalls(), ElementsAre("nbb_set_ips_filter(\"\", 1)"));
 }
 
 TEST_F(IpsCommands, AFilterIsReset) {

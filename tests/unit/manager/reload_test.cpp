@@ -28,6 +28,7 @@ typedef DclConfigObject::OptionType OptionType;
 constexpr OptionType VLAN = DclConfigObject::VLAN_OPTIONS;
 constexpr OptionType REMOTE = DclConfigObject::REMOTE_OPTIONS;
 constexpr OptionType OTHER = static_cast<OptionType>(2);
+constexpr OptionType NEGATIVE = static_cast<OptionType>(-1);
 
 const char RELOADING[] = "10:Reloading Configuration in all VLANs\n";
 const char NO_GROUP[] = "{\"VLAN_CONFIGURATIONS\":{}}";
@@ -167,6 +168,13 @@ TEST_F(ManagerReload, AChangedRtmConfigurationReachesTheStack) {
   Reload(Document({Entry(10)}), "vlans.json");
   TakeCalls();
   Reload(Document({Entry(10, ",\"RTM\":{\"dead_rpm_timer\":30}")}), "vlans.json");
+  EXPECT_EQ(2U, TakeCalls().size());
+}
+
+TEST_F(ManagerReload, ASecondVlanDocumentChangesTheRtmConfigurationOfAKnownVlan) {
+  Reload(Document({Entry(10)}), "vlans.json");
+  TakeCalls();
+  Reload(Document({Entry(10, ",\"RTM\":{\"dead_rpm_timer\":30}")}), "more.json");
   EXPECT_EQ(2U, TakeCalls().size());
 }
 
@@ -332,7 +340,7 @@ TEST_F(ManagerReload, TheReportOfADroppedEntryShowsTheWholeNumber) {
 TEST_F(ManagerReload, ARemoteDocumentLeavesTheRtmConfigurationAlone) {
   Reload(Document({Entry(30)}), "vlans.json");
   Forget();
-  for (const OptionType type : {REMOTE, OTHER}) {
+  for (const OptionType type : {REMOTE, OTHER, NEGATIVE}) {
     Reload(Document({Entry(30, ",\"RTM\":{\"dead_rpm_timer\":30}")}), "remote.json", type);
     EXPECT_FALSE(traces.Contains("RTM"));
     EXPECT_THAT(TakeCalls(), IsEmpty());
@@ -341,12 +349,15 @@ TEST_F(ManagerReload, ARemoteDocumentLeavesTheRtmConfigurationAlone) {
 
 TEST_F(ManagerReload, AnotherKindOfDocumentReachesEveryRouterOfAKnownVlan) {
   Reload(Document({Entry(30)}), "vlans.json");
-  traces.Take();
-  Reload(Document({Entry(30), Entry(31)}), "other.json", OTHER);
-  EXPECT_EQ(1U, traces.CountOf("-:Loaded Remote other.json Options with VLAN 31 before loading "
-                               "VLAN options... Skipping\n"));
-  EXPECT_THAT(TakeChanges(), ElementsAreArray(AllRouters(30, " parse other.json 2")));
-  EXPECT_THAT(Vlans(), ElementsAre(30));
+  for (const OptionType type : {OTHER, NEGATIVE}) {
+    traces.Take();
+    Reload(Document({Entry(30), Entry(31)}), "other.json", type);
+    EXPECT_EQ(1U, traces.CountOf("-:Loaded Remote other.json Options with VLAN 31 before loading "
+                                 "VLAN options... Skipping\n"));
+    EXPECT_THAT(TakeChanges(),
+                ElementsAreArray(AllRouters(30, " parse other.json " + std::to_string(type))));
+    EXPECT_THAT(Vlans(), ElementsAre(30));
+  }
 }
 
 TEST_F(ManagerReload, AVlanLivesUntilItsLastDocumentGoes) {
@@ -406,11 +417,11 @@ TEST_F(ManagerReload, WithdrawalVisitsTheVlansInAscendingOrder) {
 }
 
 TEST_F(ManagerReload, AVlanThatHasGoneIsReportedByTheWithdrawalAndPassedOver) {
-  Reload(Document({Entry(10), Entry(20)}), "vlans.json");
-  Manager().DeleteVlan(10);
+  Reload(Document({Entry(40000), Entry(65535)}), "vlans.json");
+  Manager().DeleteVlan(40000);
   traces.Take();
   Withdraw("vlans.json");
-  EXPECT_EQ(1U, traces.CountOf("-:Invalid VLAN 10 Record found for Config File vlans.json\n"));
+  EXPECT_EQ(1U, traces.CountOf("-:Invalid VLAN 40000 Record found for Config File vlans.json\n"));
   EXPECT_THAT(Vlans(), IsEmpty());
   traces.Take();
   Withdraw("vlans.json");
@@ -445,6 +456,19 @@ TEST_F(ManagerReload, AVlanThatHasGoneIsCreatedAgain) {
   Reload(Document({Entry(10)}), "vlans.json");
   EXPECT_THAT(Vlans(), ElementsAre(10));
   EXPECT_THAT(FilesOf(10), ElementsAre("vlans.json"));
+}
+
+// The document still names the VLAN, though the one that the host made anew knows of no document.
+TEST_F(ManagerReload, AWithdrawalReachesAVlanThatTheHostMadeAnewAndDeletesIt) {
+  Reload(Document({Entry(10)}), "vlans.json");
+  Manager().DeleteVlan(10);
+  Manager().CreateVlan(10, NoOptions(), VLAN);
+  EXPECT_THAT(FilesOf(10), IsEmpty());
+  traces.Take();
+  Withdraw("vlans.json");
+  EXPECT_THAT(TakeChanges(), ElementsAreArray(AllRouters(10, " withdraw vlans.json 0") +
+                                              AllRouters(10, " destroyed")));
+  EXPECT_THAT(Vlans(), IsEmpty());
 }
 
 TEST_F(ManagerReload, AVlanOfTheHostLivesUntilADocumentThatNamesItIsWithdrawn) {

@@ -260,6 +260,15 @@ TEST_F(RouterMgr, NoRouterIsCreatedBeforeBothRtmInstances) {
   EXPECT_EQ(2U, rowsBefore);
 }
 
+TEST_F(RouterMgr, AVlanIsNotInTheTableWhileItsRoutersAreCreated) {
+  Start();
+  std::vector<std::size_t> vlans;
+  GetBehaviour().onCreate = [this, &vlans] { vlans.push_back(Manager().GetVlans().size()); };
+  Manager().CreateVlan(12, NoOptions(), VLAN_DOCUMENT);
+  GetBehaviour().onCreate = nullptr;
+  EXPECT_THAT(vlans, ElementsAre(0U));
+}
+
 TEST_F(RouterMgr, MldRouterIsTheMulticastRouterOfIpv6) {
   Start();
   Manager().CreateVlan(12, NoOptions(), VLAN_DOCUMENT);
@@ -364,6 +373,24 @@ TEST_P(RouterMgrWithoutMemory, UndoesTheWholeVlan) {
 
 INSTANTIATE_TEST_SUITE_P(EachRouter, RouterMgrWithoutMemory, testing::ValuesIn(MISSING_ROUTERS));
 
+TEST_F(RouterMgr, OfSeveralMissingRoutersOnlyTheFirstIsReported) {
+  Start();
+  DcRtmMgr::GetInstance();
+  traces.Take();
+  {
+    test_support::FailingNew failing(3, test_support::FailingNew::FROM_THEN_ON);
+    EXPECT_EQ(Manager().GetVlans().end(), Manager().CreateVlan(12, NoOptions(), VLAN_DOCUMENT));
+    EXPECT_LT(1U, failing.Places().size());
+  }
+  Lines errors;
+  for (const std::string& line : traces.Take()) {
+    if (line.find("0:") == 0) {
+      errors.push_back(line);
+    }
+  }
+  EXPECT_THAT(errors, ElementsAre("0:Memory allocation failed for OSPFv3 router\n"));
+}
+
 TEST_F(RouterMgr, InstancesOfAVlanIdWithTheIpv6BitCoincide) {
   Start();
   TakeCalls();
@@ -403,6 +430,18 @@ TEST_F(RouterMgr, DeletingAnUnknownVlanChangesNothing) {
                                          "1:Trying to delete VLAN 13 which does not exist\n"));
   EXPECT_THAT(TakeCalls(), IsEmpty());
   EXPECT_EQ(1U, Manager().GetVlans().size());
+}
+
+TEST_F(RouterMgr, LargeVlanIdsAreLoggedAsTheyAre) {
+  Start(65535);
+  EXPECT_EQ(1U, traces.CountOf("10:in DcRouterMgr::Initialize vlan = 65535 \n"));
+  Manager().CreateVlan(65535, NoOptions(), VLAN_DOCUMENT);
+  EXPECT_EQ(1U, traces.CountOf("10:Creating VLAN 65535\n"));
+  Manager().DeleteVlan(65535);
+  EXPECT_EQ(1U, traces.CountOf("10:Deleting VLAN 65535\n"));
+  EXPECT_EQ(1U, traces.CountOf("10:Deleted VLAN 65535\n"));
+  Manager().DeleteVlan(65535);
+  EXPECT_EQ(1U, traces.CountOf("1:Trying to delete VLAN 65535 which does not exist\n"));
 }
 
 TEST_F(RouterMgr, RouterIsNoLongerFoundWhileItIsDestroyed) {
@@ -509,11 +548,14 @@ TEST_F(RouterMgr, LookUpByVlanIsSilentWhenThereIsNone) {
 
 TEST_F(RouterMgr, LookUpByInstanceIgnoresTheIpv6BitAndTheHighHalf) {
   Start();
-  Manager().CreateVlan(12, NoOptions(), VLAN_DOCUMENT);
-  DcRouterBase* const router = Manager().GetDcRouterByVID(12, DcRouterMgr::PROTOCOL_OSPFV3);
-  ASSERT_NE(nullptr, router);
-  for (const unsigned int instance : {12U, 0x8000U | 12U, 0x10000U | 12U, 0xABCD8000U | 12U}) {
-    EXPECT_EQ(router, Manager().GetDcRouterByInstanceID(instance, DcRouterMgr::PROTOCOL_OSPFV3));
+  for (const unsigned short vid : {12, 0x7FFF}) {
+    Manager().CreateVlan(vid, NoOptions(), VLAN_DOCUMENT);
+    DcRouterBase* const router = Manager().GetDcRouterByVID(vid, DcRouterMgr::PROTOCOL_OSPFV3);
+    ASSERT_NE(nullptr, router);
+    for (const unsigned int others : {0U, 0x8000U, 0x10000U, 0xABCD8000U}) {
+      EXPECT_EQ(router,
+                Manager().GetDcRouterByInstanceID(others | vid, DcRouterMgr::PROTOCOL_OSPFV3));
+    }
   }
   EXPECT_EQ(nullptr, Manager().GetDcRouterByInstanceID(13, DcRouterMgr::PROTOCOL_OSPFV3));
 }
