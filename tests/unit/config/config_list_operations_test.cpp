@@ -166,6 +166,19 @@ TEST_F(ConfigListTest, ClearOfAVlanComparesAll32Bits) {
   EXPECT_FALSE(list.At(0)->GetSuspended());
 }
 
+TEST_F(ConfigListTest, ClearOfVlanZeroIsForThatVlanOnly) {
+  list.Append(3, 1)->SetActionReq(false);
+  list.Append(0, 2)->SetActionReq(false);
+  list.Clear(0, true);
+  EXPECT_FALSE(list.At(0)->GetSuspended());
+  EXPECT_TRUE(list.At(1)->GetSuspended());
+  list.Clear(0, false);
+  EXPECT_THAT(world.Take(), ElementsAre("commit 2="));
+  list.Clear(0);
+  EXPECT_THAT(world.calls, ElementsAre("delete 2="));
+  EXPECT_EQ(list.Contents(), "1=");
+}
+
 TEST_F(ConfigListTest, SuspendingMarksTheVlansObjectsOnly) {
   list.Append(3, 1)->SetActionReq(false);
   list.Append(4, 2)->SetActionReq(false);
@@ -221,6 +234,9 @@ TEST_F(ConfigListTest, CheckInMibAsksForVlanIdAndFlag) {
   EXPECT_TRUE(list.CheckInMib(3, 7));
   EXPECT_FALSE(list.CheckInMib(4, 7));
   EXPECT_FALSE(list.CheckInMib(3, 8));
+  EXPECT_FALSE(list.CheckInMib(0, 7)) << "zero is a VLAN like any other";
+  EXPECT_FALSE(list.CheckInMib(3, 0)) << "and an id like any other";
+  EXPECT_FALSE(list.CheckInMib(3, 65536 + 7));
 }
 
 TEST_F(ConfigListTest, CheckInMibLooksBeyondAnObjectOfTheSameKeyThatIsNotThere) {
@@ -245,6 +261,7 @@ TEST_F(ConfigListTest, DisplayListFiltersByVlanAndIdAndZeroIsAny) {
   EXPECT_THAT(displayed(0, 3), ElementsAre("display(0) 1=", "display(0) 2="));
   EXPECT_THAT(displayed(2, 4), ElementsAre("display(2) 2="));
   EXPECT_THAT(displayed(1, 4), IsEmpty());
+  EXPECT_THAT(displayed(65536 + 1, 0), IsEmpty());
 }
 
 TEST_F(ConfigListTest, DisplayListHandsTheConsoleOn) {

@@ -79,6 +79,8 @@ TEST_F(ConfigObjectTest, KeysMatchByVlanAndId) {
   EXPECT_FALSE(a.KeyMatch(&b));
   b.SetKey(2, 1);
   EXPECT_FALSE(a.KeyMatch(&b));
+  b.SetKey(1, 65536 + 2);
+  EXPECT_FALSE(a.KeyMatch(&b)) << "an id has 32 bits";
 }
 
 TEST_F(ConfigObjectTest, DebugDumpTracesOneLineAtLevel5) {

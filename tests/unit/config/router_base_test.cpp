@@ -170,6 +170,26 @@ TEST(RouterTest, RemovingAnUnknownInterfaceChangesNothing) {
   EXPECT_TRUE(router.IsReady(5));
 }
 
+TEST(RouterTest, TheRecordOfInterfacesKeepsAll32BitsOfTheirIndices) {
+  TestRouter router(12);
+  router.SetInterfaceStatus(65536 + 5, DcProtoInterfaceBase::IF_READY);
+  EXPECT_TRUE(router.IsEnabled(65536 + 5));
+  EXPECT_TRUE(router.IsReady(65536 + 5));
+  EXPECT_FALSE(router.IsEnabled(5));
+  EXPECT_FALSE(router.IsReady(5));
+  router.SetInterfaceStatus(5, DcProtoInterfaceBase::IF_GONE);
+  EXPECT_TRUE(router.IsEnabled(65536 + 5));
+}
+
+TEST(RouterTest, AWithdrawalLeavesTheStatusOfRouterAndInterfaces) {
+  TestRouter router(12);
+  router.SetStatus(DcProtoInterfaceBase::READY);
+  router.SetInterfaceStatus(5, DcProtoInterfaceBase::IF_READY);
+  router.DeleteOptions("file", VLAN_OPTIONS);
+  EXPECT_TRUE(router.IsReady());
+  EXPECT_TRUE(router.IsReady(5));
+}
+
 TEST(RouterTest, FormatsFourBytes) {
   const unsigned char bytes[] = {192, 0, 2, 255};
   EXPECT_EQ(TestRouter(1).FormatIpv4Addr(bytes), "192.0.2.255");
@@ -208,6 +228,11 @@ TEST(RouterTest, APlainConfigurationIsParsedAndGetsNoLists) {
 
 // ---- a router with an interface protocol's configuration
 
+// The object 1 for the first list and 2 for the second.
+const char ONE_FOR_EACH_LIST[] =
+    R"({"TEST": {"tag": "x", "LIST1": [{"Name": "T_12_1", "value": "a"}],
+                 "LIST2": [{"Name": "T_12_2", "value": "b"}]}})";
+
 class InterfaceRouterTest : public testing::Test {
  protected:
   InterfaceRouterTest() {
@@ -224,11 +249,8 @@ class InterfaceRouterTest : public testing::Test {
     const Node node(json);
     return router.Reload(node, source, type);
   }
-  // A source with the object 1 in the first list and 2 in the second.
   void LoadOne(const char* source) {
-    Reload(R"({"TEST": {"tag": "x", "LIST1": [{"Name": "T_12_1", "value": "a"}],
-                        "LIST2": [{"Name": "T_12_2", "value": "b"}]}})",
-           source);
+    Reload(ONE_FOR_EACH_LIST, source);
     world.Take();
     trace.Take();
   }
@@ -272,13 +294,25 @@ TEST_F(InterfaceRouterTest, OnlyTheReadinessOfAnInterfaceIsTheConfigurations) {
   router.SetInterfaceStatus(6, DcProtoInterfaceBase::IF_READY);
   EXPECT_TRUE(router.IsEnabled(6));
   EXPECT_FALSE(router.IsReady(6));
+  config->readyInterfaces[65536 + 6] = true;
+  EXPECT_TRUE(router.IsReady(65536 + 6));
+}
+
+TEST_F(InterfaceRouterTest, NeitherEventsNorDocumentsChangeTheRecordOfInterfaces) {
+  LoadOne("file");
+  router.SetInterfaceStatus(5, DcProtoInterfaceBase::IF_READY);
+  router.ProcessInterfaceStatusChange(5, 2);
+  router.ProcessInterfaceStatusChange(6, 1);
+  EXPECT_TRUE(router.IsEnabled(5));
+  EXPECT_FALSE(router.IsEnabled(6));
+  Reload(R"({"TEST": {"enabled": false}})");
+  EXPECT_TRUE(router.IsEnabled(5));
+  router.DeleteOptions("file", VLAN_OPTIONS);
+  EXPECT_TRUE(router.IsEnabled(5));
 }
 
 TEST_F(InterfaceRouterTest, AFirstEnablingReloadCreatesTheListsAndParsesThem) {
-  EXPECT_EQ(Reload(R"({"TEST": {"tag": "x", "LIST1": [{"Name": "T_12_1", "value": "a"}],
-                                "LIST2": [{"Name": "T_12_2", "value": "b"}]}})",
-                   "file", REMOTE_OPTIONS),
-            1);
+  EXPECT_EQ(Reload(ONE_FOR_EACH_LIST, "file", REMOTE_OPTIONS), 1);
   EXPECT_THAT(world.calls, ElementsAre("parse x file 1", "enabled?", "create file 1", "commit 1=a",
                                        "commit 2=b"));
   EXPECT_THAT(Sources(), ElementsAre("file"));
@@ -313,6 +347,14 @@ TEST_F(InterfaceRouterTest, ALaterReloadKeepsTheListsAndSendsDifferencesOnly) {
                       "LIST2": [{"Name": "T_12_2", "value": "B"}]}})");
   EXPECT_THAT(world.calls, ElementsAre("parse y file 0", "enabled?", "update 2=B", "commit 2=B"));
   EXPECT_EQ(&List("file", 0), first);
+}
+
+TEST_F(InterfaceRouterTest, ASourceOfAnotherKindKeepsItsListsAndSendsNothingAgain) {
+  LoadOne("file");
+  const DcConfigLists* lists = router.GetConfigLists().at("file");
+  Reload(ONE_FOR_EACH_LIST, "file", REMOTE_OPTIONS);
+  EXPECT_THAT(world.calls, ElementsAre("parse x file 1", "enabled?"));
+  EXPECT_EQ(router.GetConfigLists().at("file"), lists);
 }
 
 TEST_F(InterfaceRouterTest, EachSourceHasListsOfItsOwn) {
@@ -460,8 +502,8 @@ TEST_F(InterfaceRouterTest, AStatusChangeVisitsSourcesInNameOrder) {
 
 TEST_F(InterfaceRouterTest, AnAddressChangeReachesTheConfigurationOnly) {
   LoadOne("file");
-  router.ProcessIPAddressChange(7, Ip4Addr(10, 1, 2, 3));
-  EXPECT_THAT(world.calls, ElementsAre("config if 7 address 10.1.2.3"));
+  router.ProcessIPAddressChange(4294967295u, Ip4Addr(10, 1, 2, 3));
+  EXPECT_THAT(world.calls, ElementsAre("config if 4294967295 address 10.1.2.3"));
 }
 
 TEST_F(InterfaceRouterTest, ListsAreParsedInTheOrderInWhichTheyWereAdded) {

@@ -83,6 +83,16 @@ TEST_F(StaticRoutesTest, TheMetricIsCutTo16Bits) {
                           "196608, 3, 32778, 7)"));
 }
 
+TEST_F(StaticRoutesTest, OnlyTheMetricIsCut) {
+  Reload(R"({"VLAN_CONFIGURATIONS": [{"vid": 10}, {"vid": 40000}]})", "vlans");
+  AddRoute(40000, NETWORK, MASK, GATEWAY, 70000, 6, 0x7F030000, 65537);
+  AddRoute(40000, NETWORK6, PREFIX6, GATEWAY6, 70000, 6, 0x7F030000, 65537);
+  EXPECT_THAT(Requests(), ElementsAre("sms_update_route(1, 1, 65537, 1, 10.9.0.0, 16, 10.1.2.1, "
+                                      "2130903040, 70000, 40000, 6)",
+                                      "sms_update_route(1, 1, 65537, 2, 2001:db8:9::, 48, "
+                                      "2001:db8::1, 2130903040, 70000, 40000, 6)"));
+}
+
 TEST_F(StaticRoutesTest, RemoveRouteSendsADestroyedRowThatIsDown) {
   RemoveRoute(VLAN, NETWORK, MASK, GATEWAY, IF_INDEX);
   EXPECT_THAT(Requests(),
