@@ -14,12 +14,11 @@ constexpr const char* HELP =
     "  --help          this text\n"
     "  --version       the version\n"
     "\n"
-    "Carries out one command. Without words there is a prompt on a terminal; otherwise commands "
-    "are\n"
-    "read from standard input, one a line. The exit status is the command's reply, of several the\n"
-    "first that is not 0: 0 done, 1 refused, 2 usage, 3 unreachable, 4 timed out. An interrupt "
-    "ends\n"
-    "a command's output, not what it does.\n";
+    "Options stand before the command. Carries out one command. Without words there is a prompt "
+    "on\n"
+    "a terminal; otherwise commands are read from standard input, one a line. The exit status is\n"
+    "the command's reply, of several the first that is not 0: 0 done, 1 refused, 2 usage,\n"
+    "3 unreachable, 4 timed out. An interrupt ends a command's output, not what it does.\n";
 
 enum : int { SOCKET = 1, TIMEOUT };
 

@@ -90,6 +90,7 @@ void Session::Leave(int status) {
 void Session::SettleThenReady() {
   m_context.settle.Wait(SETTLE_LIMIT_MILLISECONDS, [this](bool settled) {
     if (!settled && !m_isImpatient) {
+      Flush();
       Tarsel::TRACE("Requests are still under way after %u s; going on\n",
                     SETTLE_LIMIT_MILLISECONDS / 1000);
     }

@@ -60,7 +60,10 @@ void TerminalSession::Write(const std::string& text) {
   m_isAtLineStart = text.empty() ? m_isAtLineStart : text.back() == '\n';
 }
 
-void TerminalSession::Flush() { Drain(); }
+void TerminalSession::Flush() {
+  HideProgress();
+  Drain();
+}
 
 void TerminalSession::Print(const std::string& text) {
   if (m_screen.Get() < 0) {

@@ -435,6 +435,15 @@ TEST_F(Terminal, WaitsNoLongerForAnEffectOnInterrupt) {
   EXPECT_EQ(daemon.Wait(), 0);
 }
 
+TEST_F(Terminal, TakesItsProgressAwayBeforeTheLogSpeaks) {
+  Type("lab stack hold");
+  daemon.Send("lab interface eth0 down\n");
+  EXPECT_THAT(daemon.ReadUntil(PROMPT),
+              HasSubstr("\r\033[KRequests are still under way after 5 s; going on"));
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
 // As one does that has been stopped, by Ctrl-S say, in the middle of a table.
 TEST_F(Terminal, DoesNotStopTheDaemonWhenItTakesNoOutput) {
   std::string routes;

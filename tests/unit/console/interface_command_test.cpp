@@ -84,6 +84,12 @@ class InterfaceCommand : public testing::Test {
     return EndAddresses();
   }
 
+  void ExpectEndWith(const std::string& output) {
+    EXPECT_TRUE(log->destroyed);
+    EXPECT_EQ(output, log->all);
+    EXPECT_EQ(1, log->ends);
+  }
+
   std::string EndAddresses() {
     EXPECT_EQ(0, Respond(7));
     EXPECT_TRUE(log->destroyed);
@@ -210,9 +216,7 @@ TEST_F(InterfaceCommand, AnAddressWithoutInterfaceStillHasALine) {
 TEST_F(InterfaceCommand, AnErrorOfTheFirstWalkEndsTheCommand) {
   Row(Interface(10, 3, "eth0"));
   EXPECT_EQ(0, Respond(5));
-  EXPECT_TRUE(log->destroyed);
-  EXPECT_EQ("Resource Failure\n", log->all);
-  EXPECT_EQ(1, log->ends);
+  ExpectEndWith("Resource Failure\n");
 }
 
 TEST_F(InterfaceCommand, AnErrorOfTheSecondWalkEndsTheCommandWithoutATable) {
@@ -220,17 +224,13 @@ TEST_F(InterfaceCommand, AnErrorOfTheSecondWalkEndsTheCommandWithoutATable) {
   Respond(7);
   Row(Address(10, 3, "10.1.2.3", 24));
   EXPECT_EQ(0, Respond(2));
-  EXPECT_TRUE(log->destroyed);
-  EXPECT_EQ("Gen Error\n", log->all);
-  EXPECT_EQ(1, log->ends);
+  ExpectEndWith("Gen Error\n");
 }
 
 TEST_F(InterfaceCommand, ACodeWithoutAMessageEndsTheFirstWalk) {
   const amb_stubs_i3_ei row = Interface(10, 3, "eth0");
   EXPECT_EQ(0, Respond(257, &row));
-  EXPECT_TRUE(log->destroyed);
-  EXPECT_EQ("", log->all);
-  EXPECT_EQ(1, log->ends);
+  ExpectEndWith("");
 }
 
 TEST_F(InterfaceCommand, ACodeWithoutAMessageEndsTheSecondWalk) {
@@ -238,9 +238,7 @@ TEST_F(InterfaceCommand, ACodeWithoutAMessageEndsTheSecondWalk) {
   Respond(7);
   const amb_stubs_i3_ea row = Address(10, 3, "10.1.2.3", 24);
   EXPECT_EQ(0, Respond(11, &row));
-  EXPECT_TRUE(log->destroyed);
-  EXPECT_EQ("", log->all);
-  EXPECT_EQ(1, log->ends);
+  ExpectEndWith("");
 }
 
 TEST_F(InterfaceCommandIp6, ShowsTheIpv6InstanceOfTheVlan) {
