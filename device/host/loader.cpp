@@ -61,11 +61,11 @@ class Hearing {
 
  private:
   static void Tell(const std::vector<Report>& askers, const std::string& line) {
-    try {
-      for (const Report& asker : askers) {
+    for (const Report& asker : askers) {
+      try {
         asker(line);
+      } catch (const std::exception&) {
       }
-    } catch (const std::exception&) {
     }
   }
 
