@@ -74,7 +74,7 @@ void SetTraceLevel(int level) { g_level = level; }
 
 int GetTraceLevel() { return g_level; }
 
-void SetTraceSink(TraceSink sink) { GetSinks().trace = std::move(sink); }
+TraceSink SetTraceSink(TraceSink sink) { return std::exchange(GetSinks().trace, std::move(sink)); }
 
 void SetAssertSink(AssertSink sink) { GetSinks().assertion = std::move(sink); }
 

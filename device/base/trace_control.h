@@ -20,8 +20,9 @@ using AssertSink = std::function<void(const char* expression, const char* source
 /// are. The default is 1.
 TARSEL_API void SetTraceLevel(int level);
 TARSEL_API int GetTraceLevel();
-/// An empty sink restores the default: standard error.
-TARSEL_API void SetTraceSink(TraceSink sink);
+/// An empty sink restores the default: standard error. Answers the sink until now, empty for the
+/// default.
+TARSEL_API TraceSink SetTraceSink(TraceSink sink);
 TARSEL_API void SetAssertSink(AssertSink sink);
 
 }  // namespace Tarsel

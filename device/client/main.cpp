@@ -28,7 +28,7 @@ Code ExecuteLines(Connection& connection) {
   Code first = Code::DONE;
   std::string line;
   while (!connection.IsOver() && !connection.WasInterrupted()) {
-    if (!std::getline(std::cin, line)) {
+    if (!std::getline(std::cin, line) || std::ferror(stdin)) {
       break;
     }
     const Code code = connection.Execute(line);

@@ -10,7 +10,8 @@
 
 namespace host {
 
-/// One command that is being carried out, shared by its console and the session that waits for it.
+/// One command that is being carried out, shared by its console, the session that waits for it and a
+/// reload that may have something to say.
 /// The console may outlive the session: a walk that has begun runs to its end.
 struct Invocation {
   /// Takes output; empty when nobody reads it any more.

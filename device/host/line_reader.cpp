@@ -72,6 +72,9 @@ void LineReader::Read() {
   } else if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
     m_isAtEnd = true;
     m_hasFailed = count < 0;
+    if (m_hasFailed) {
+      m_buffer.clear();  // a line without its end may say something else
+    }
   }
 }
 

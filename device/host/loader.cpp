@@ -43,8 +43,8 @@ class Hearing {
  public:
   explicit Hearing(const std::vector<Report>& askers) : m_isNeeded(!askers.empty()) {
     if (m_isNeeded) {
-      Tarsel::SetTraceSink([&askers](int level, const std::string& line) {
-        std::fwrite(line.data(), 1, line.size(), stderr);
+      m_log = Tarsel::SetTraceSink([this, &askers](int level, const std::string& line) {
+        Log(level, line);
         if (level == Tarsel::TRACE_NO_LEVEL) {
           Tell(askers, line);
         }
@@ -55,11 +55,19 @@ class Hearing {
   Hearing& operator=(const Hearing&) = delete;
   ~Hearing() {
     if (m_isNeeded) {
-      Tarsel::SetTraceSink({});
+      Tarsel::SetTraceSink(std::move(m_log));
     }
   }
 
  private:
+  void Log(int level, const std::string& line) const {
+    if (m_log) {
+      m_log(level, line);
+    } else {
+      std::fwrite(line.data(), 1, line.size(), stderr);
+    }
+  }
+
   static void Tell(const std::vector<Report>& askers, const std::string& line) {
     for (const Report& asker : askers) {
       try {
@@ -70,6 +78,7 @@ class Hearing {
   }
 
   const bool m_isNeeded;
+  Tarsel::TraceSink m_log;  // empty: standard error
 };
 
 }  // namespace

@@ -30,8 +30,9 @@ class Loader {
   /// Applies the folder as it has been read, before anything else is there.
   void Start() { Apply(); }
   /// Reads the folder again and applies it. A reload that is asked for while another waits for answers
-  /// happens afterwards. `asker`, if there is one, is told what is logged without a level meanwhile:
-  /// what the host or the library cannot use. Each line comes with its end.
+  /// happens afterwards. `asker`, if there is one, is told what is logged without a level while the
+  /// folder is read and while it is applied: the host's and the library's complaints. Each line comes
+  /// with its end.
   void Reload(Report asker = {});
   /// The stack has been restarted and knows nothing: everything that is in force is brought to it
   /// again. The library forgets what it was asked for and answered, so it is taken to nothing first.

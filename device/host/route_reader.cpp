@@ -58,10 +58,10 @@ bool IsIp6Length(const std::string& text) {
   return Tarsel::ParseIp6Prefix(prefix, "::", text.c_str());
 }
 
-bool IsMetric(const std::string& text) {
-  unsigned int metric = 0;
-  return Tarsel::ParseNumber(&metric, text.c_str()) && metric <= 255;
-}
+// Whether it is a metric, the library alone says.
+bool IsText(const std::string&) { return true; }
+
+constexpr const char* METRIC = "a number from 0 to 255";
 
 // What a member of a route has to be.
 struct Member {
@@ -75,12 +75,12 @@ const Member MEMBERS4[] = {{"interface", "the name of an interface", nullptr, fa
                            {"network", "an IPv4 address", IsIp4Address, true},
                            {"netmask", "an IPv4 address", IsIp4Address, true},
                            {"gateway", "an IPv4 address", IsIp4Address, true},
-                           {"metric", "a number from 0 to 255", IsMetric, false}};
+                           {"metric", METRIC, IsText, false}};
 const Member MEMBERS6[] = {{"interface", "the name of an interface", nullptr, false},
                            {"network", "an IPv6 address", IsIp6Address, true},
                            {"prefix", "a length from 0 to 128", IsIp6Length, true},
                            {"gateway", "an IPv6 address", IsIp6Address, true},
-                           {"metric", "a number from 0 to 255", IsMetric, false}};
+                           {"metric", METRIC, IsText, false}};
 
 // The library takes an object or an array for an absent member, an empty metric for the default, and a
 // text only as far as a NUL; whoever wrote that meant something else.
@@ -122,7 +122,7 @@ std::string Read4(unsigned short vlan, const OptionsNode& node, RouteKey& key, R
   }
   Ip4RouteConfig config;
   if (!config.ParseGroup(vlan, node)) {
-    return ": is no route to the library";
+    return Expected("metric", METRIC, node);  // all that is left
   }
   unsigned int length = 0;
   while (length < 32 && config.netmask != Ip4Addr(Ip6Prefix::s_masks32[length])) {
@@ -150,7 +150,7 @@ std::string Read6(unsigned short vlan, const OptionsNode& node, RouteKey& key, R
   }
   Ip6RouteConfig config;
   if (!config.ParseGroup(vlan, node)) {
-    return ": is no route to the library";
+    return Expected("metric", METRIC, node);  // all that is left
   }
   if (config.network != config.prefix.GetAddress()) {
     return ".network: host bits are set in " + TextOf(node, "network") + "/" +

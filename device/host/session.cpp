@@ -77,7 +77,9 @@ void Session::Over() {
   }
 }
 
+// A reload that has been given up goes on, and may have something to say.
 void Session::BecomeReady() {
+  Detach();
   m_isBusy = false;
   Ready();
 }

@@ -41,7 +41,8 @@ class Session {
 
  protected:
   virtual void Write(const std::string& text) = 0;
-  /// The output so far is complete; or the log is about to say something, perhaps on the same terminal.
+  /// The output so far is complete; or this session is about to log something, perhaps on the same
+  /// terminal.
   virtual void Flush() = 0;
   /// The next line may come.
   virtual void Ready() = 0;

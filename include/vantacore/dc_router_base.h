@@ -40,7 +40,7 @@ class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
   /// Shows the configuration on a console. For the protocol's own console handler.
   virtual void Display(DcConsole* console) = 0;
   /// Whether the protocol can take rows now. Lists are committed all the same: what cannot be sent yet is
-  /// the protocol's to keep. Redistribution rules that name the protocol wait for it, or are dropped.
+  /// the protocol's to keep. Redistribution rules towards the protocol wait for it, or are dropped.
   virtual bool IsReady() = 0;
   /// Whether it can take rows of the interface now. For the protocol itself.
   virtual bool IsReady(unsigned int ifIndex) = 0;

@@ -41,7 +41,7 @@ def route4(key):
 # Where a value stands, one that is right there, and some that are not.
 VALUES = (
     (route4('network'), '10.9.0.0',
-     ('banana', '10.9.0', '10.9.0.256', '10.9.0.0.', '10.9.0.0/16', '')),
+     ('banana', '10.9.0', '10.9.0.256', '10.9.0.0.', '10.9.0.0/16', '10.9.0.0\n', '')),
     (route4('metric'), '255', ('', '256', '5x')),
     (lambda value: vlans(STATIC_ROUTES6=[{'network': value, 'prefix': 48, 'gateway': '::1'}]),
      '2001:db8::', ('banana', '10.9.0.0', '')),
@@ -54,7 +54,7 @@ VALUES = (
     (lambda value: interface(ipv4=value), '10.1.0.1/16', ('999.1.0.1/16', '10.1.0.1')),
     (lambda value: interface(ipv6=[value]), '2001:db8::1/64', ('banana/64', '2001:db8::1/129')),
     (lambda value: ('device', {'default_vlan': 10, 'primary_interfaces': {value: 'eth0'}}),
-     '32767', ('32768', '99999', 'x', '')),
+     '32767', ('32768', '99999', '00000000010', '10\n', 'x', '')),
 )
 
 

@@ -256,6 +256,30 @@ TEST_F(Client, HearsWhatAReloadCannotUse) {
   EXPECT_EQ(daemon->Errors(), broken.output);
 }
 
+TEST_F(Client, HearsNothingOfAReloadThatItNoLongerWaitsFor) {
+  folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "STATIC_ROUTES": {"r": {
+    "network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1"}}}, "b": {"vid": 20}}})");
+  StartDaemon();
+  ASSERT_EQ(Run({"lab", "interface", "eth0", "up"}).status, 0);  // the route is in the stack
+  RawClient client(path);
+  ASSERT_TRUE(client.ReadReply());
+  client.Send("C lab stack hold\n");
+  ASSERT_TRUE(client.ReadReply());
+
+  folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"b": {"vid": 20}}})");
+  folder.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
+  client.Send("C reload\nI\n");
+  const auto reply = client.ReadReply();
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->code, wire::Code::TIMED_OUT);
+  EXPECT_EQ(Run({"lab", "stack", "release"}).status, 0);
+  daemon->ReadErrorsUntil("Skipping\n");
+  client.Send("C vrf 20\n");
+  EXPECT_EQ(client.Read().first, "");
+  daemon->Kill(SIGTERM);
+  EXPECT_EQ(daemon->Wait(), 0);
+}
+
 TEST_F(Client, TakesCommandsFromStandardInput) {
   StartDaemon();
   const Result result = Run({}, "vrf 30\nip protocol summary\nfoo");

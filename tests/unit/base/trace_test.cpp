@@ -96,8 +96,9 @@ TEST_F(Trace, WritesToStandardErrorByDefault) {
 }
 
 TEST_F(Trace, AnEmptySinkBringsTheDefaultBack) {
+  EXPECT_FALSE(Tarsel::SetTraceSink([](int, const std::string&) {}));
   Collect();
-  Tarsel::SetTraceSink({});
+  EXPECT_TRUE(Tarsel::SetTraceSink({}));
   testing::internal::CaptureStderr();
   TRACE(1, "one\n");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "one\n");

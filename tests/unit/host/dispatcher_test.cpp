@@ -40,7 +40,7 @@ class Dispatcher : public test_support::DeviceFixture {
     invocation->over = [this] { ++overs; };
     return dispatcher.Execute(line, vlan, invocation);
   }
-  // A console is the only other holder of its invocation.
+  // Of all but a reload a console is the only other holder of its invocation.
   bool ConsoleIsGone() const { return invocation.use_count() == 1; }
   void ExpectOver() const {
     EXPECT_EQ(overs, 1);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <uv.h>
 
@@ -15,7 +16,7 @@ namespace {
 using testing::ElementsAre;
 
 // Reads on until the end of the input, on a loop of its own.
-std::vector<std::string> ReadAll(int fd) {
+std::vector<std::string> ReadAll(int fd, bool isToFail = false) {
   uv_loop_t loop;
   uv_loop_init(&loop);
   std::vector<std::string> lines;
@@ -35,6 +36,7 @@ std::vector<std::string> ReadAll(int fd) {
         uv_run(&loop, UV_RUN_ONCE);
       }
     }
+    EXPECT_EQ(reader.HasFailed(), isToFail);
   }
   uv_run(&loop, UV_RUN_DEFAULT);
   uv_loop_close(&loop);
@@ -80,7 +82,17 @@ TEST(LineReader, EndsWithAnEmptyInput) {
   close(fd);
 }
 
-TEST(LineReader, EndsWithADescriptorThatIsNone) { EXPECT_TRUE(ReadAll(-1).empty()); }
+TEST(LineReader, EndsWithADescriptorThatIsNone) { EXPECT_TRUE(ReadAll(-1, true).empty()); }
+
+TEST(LineReader, DropsThePieceOfALineThatAnErrorCuts) {
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+  ASSERT_EQ(write(ends[0], "x", 1), 1);  // what the other end leaves unread makes its end an error
+  ASSERT_EQ(write(ends[1], "vrf 20\nvrf 1", 12), 12);
+  close(ends[1]);
+  EXPECT_THAT(ReadAll(ends[0], true), ElementsAre("vrf 20"));
+  close(ends[0]);
+}
 
 TEST(LineReader, CutsALineThatIsTooLong) {
   const std::string tail = "\nnext\n" + std::string(9000, 'y');

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "device/base/trace_control.h"
 #include "device/stack/stack_control.h"
 #include "reported_lines.h"
 #include "tests/support/device_fixture.h"
@@ -151,7 +150,6 @@ TEST_F(Loader, ReadsAgainWhenAskedWhileItWaits) {
 
 TEST_F(Loader, TellsWhoAskedWhatCannotBeUsed) {
   StartWith(WITH_ROUTE);
-  Tarsel::SetTraceLevel(1);
   const std::string complaint =
       "Loaded Remote remote/far.json Options with VLAN 77 before loading VLAN options... "
       "Skipping\n";
@@ -175,17 +173,28 @@ TEST_F(Loader, TellsWhoAskedWhatCannotBeUsed) {
   EXPECT_THAT(first, ElementsAre(complaint, complaint));
   EXPECT_THAT(second, ElementsAre(complaint, complaint));
 
+  traces.Take();
   m_loader->Reload();
   EXPECT_EQ(first.size() + second.size(), 4U);
+  EXPECT_EQ(traces.CountOf("-:" + complaint), 1U);
 }
 
 TEST_F(Loader, IsNotDisturbedByAnAskerThatThrows) {
   StartWith(WITH_ROUTE);
-  Tarsel::SetTraceLevel(1);
   m_files.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
-  WriteVlans(WITH_ROUTE + ", \"b\": {\"vid\": 20}");
-  m_loader->Reload([](const std::string&) { throw std::runtime_error("gone"); });
-  EXPECT_THAT(Vlans(), ElementsAre(10, 20));
+  WriteVlans("\"b\": {\"vid\": 20}");
+  int first = 0;
+  int second = 0;
+  m_loader->Reload([&first](const std::string&) {
+    ++first;
+    throw std::runtime_error("gone");
+  });
+  ASSERT_TRUE(m_loader->IsBusy());
+  m_loader->Reload([&second](const std::string&) { ++second; });
+  TurnUntilDone();
+  EXPECT_EQ(first, 2);
+  EXPECT_EQ(second, 2);
+  EXPECT_THAT(Vlans(), ElementsAre(20));
 }
 
 TEST_F(Loader, BringsRoutesBackWithTheirVlan) {
