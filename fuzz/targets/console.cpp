@@ -130,7 +130,7 @@ class Session {
   host::DeviceState m_state;
   host::Lab m_lab{Device::Get().Control(), m_state, TICK_MICROSECONDS,
                   [] { Device::Get().Control().Restart(); }};
-  host::Dispatcher m_dispatcher{[] { Device::Get().Note("reload"); }, m_lab};
+  host::Dispatcher m_dispatcher{[](const host::Report&) { Device::Get().Note("reload"); }, m_lab};
   unsigned short m_vlan = 10;
   std::vector<std::shared_ptr<Invocation>> m_invocations;
 };
