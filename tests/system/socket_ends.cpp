@@ -1,0 +1,88 @@
+#include "socket_ends.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace system_test {
+
+namespace {
+
+sockaddr_un AddressOf(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  return address;
+}
+
+void LimitReceiving(int fd) {
+  const timeval limit{30, 0};
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+}
+
+void SendAll(int fd, const std::string& bytes) {
+  EXPECT_EQ(send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+}
+
+}  // namespace
+
+SlowDaemon::SlowDaemon(const std::string& path) : m_listener(socket(AF_UNIX, SOCK_STREAM, 0)) {
+  const sockaddr_un address = AddressOf(path);
+  EXPECT_EQ(bind(m_listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(listen(m_listener, 1), 0);
+}
+
+SlowDaemon::~SlowDaemon() {
+  close(m_client);
+  close(m_listener);
+}
+
+void SlowDaemon::Accept() {
+  m_client = accept(m_listener, nullptr, nullptr);
+  LimitReceiving(m_client);
+}
+
+void SlowDaemon::Send(const std::string& bytes) { SendAll(m_client, bytes); }
+
+std::string SlowDaemon::Read(std::size_t size) {
+  std::string bytes(size, '\0');
+  const ssize_t count = recv(m_client, &bytes[0], size, MSG_WAITALL);
+  bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+  return bytes;
+}
+
+RawClient::RawClient(const std::string& path) : m_fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
+  const sockaddr_un address = AddressOf(path);
+  EXPECT_EQ(connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  LimitReceiving(m_fd);
+}
+
+RawClient::~RawClient() { close(m_fd); }
+
+void RawClient::Send(const std::string& bytes) { SendAll(m_fd, bytes); }
+
+std::pair<std::string, std::optional<wire::Message>> RawClient::Read() {
+  std::string text;
+  for (;;) {
+    while (auto message = m_decoder.Next()) {
+      if (message->kind == wire::Message::REPLY) {
+        return {text, message};
+      }
+      text += message->text;
+    }
+    char bytes[65536];
+    const ssize_t count = recv(m_fd, bytes, sizeof bytes, 0);
+    if (count <= 0) {
+      m_hasEnded = count == 0 || errno == ECONNRESET;
+      return {text, std::nullopt};
+    }
+    m_decoder.Feed(bytes, static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace system_test

@@ -1,0 +1,56 @@
+// The ends of the daemon's socket that a test plays itself, to do what daemon and client do not.
+#ifndef TESTS_SYSTEM_SOCKET_ENDS_H
+#define TESTS_SYSTEM_SOCKET_ENDS_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "device/wire/wire.h"
+
+namespace system_test {
+
+/// A daemon with one client, which it keeps waiting until it is told to answer. What it waits for itself
+/// comes within half a minute, or not at all.
+class SlowDaemon {
+ public:
+  explicit SlowDaemon(const std::string& path);
+  SlowDaemon(const SlowDaemon&) = delete;
+  SlowDaemon& operator=(const SlowDaemon&) = delete;
+  ~SlowDaemon();
+
+  void Accept();
+  void Send(const std::string& bytes);
+  /// What the client has sent up to some size, or up to its end if that comes first.
+  std::string Read(std::size_t size);
+
+ private:
+  int m_listener;
+  int m_client = -1;
+};
+
+/// A client that sends what it is told to. What it waits for comes within half a minute, or not at all.
+class RawClient {
+ public:
+  explicit RawClient(const std::string& path);
+  RawClient(const RawClient&) = delete;
+  RawClient& operator=(const RawClient&) = delete;
+  ~RawClient();
+
+  void Send(const std::string& bytes);
+  /// What comes up to the next reply, and the reply.
+  std::pair<std::string, std::optional<wire::Message>> Read();
+  std::optional<wire::Message> ReadReply() { return Read().second; }
+  /// Whether the daemon has hung up, as the last reading found.
+  bool HasEnded() const { return m_hasEnded; }
+
+ private:
+  int m_fd;
+  bool m_hasEnded = false;
+  wire::Decoder m_decoder;
+};
+
+}  // namespace system_test
+
+#endif
