@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "device/program/printable.h"
 #include "vantacore/config_parser.h"
@@ -19,12 +20,15 @@ using Tarsel::OptionsNode;
 namespace {
 
 // With what stands behind a NUL: cut there, it might be the name of another interface.
-std::string InterfaceOf(const Tarsel::string& name) { return {name.c_str(), name.get_length()}; }
+std::string WholeOf(const Tarsel::string& text) { return {text.c_str(), text.get_length()}; }
 
-std::string TextOf(const OptionsNode& node, const char* key) {
+// The member as text; nothing when it is an object or an array.
+std::optional<std::string> TextOf(const OptionsNode& node, const char* key) {
   Tarsel::string text;
-  node.GetAsString(text, key);
-  return {text.c_str(), text.get_length()};
+  if (!node.GetAsString(text, key)) {
+    return std::nullopt;
+  }
+  return WholeOf(text);
 }
 
 std::string Describe(const OptionsNode& node, const char* key) {
@@ -32,11 +36,8 @@ std::string Describe(const OptionsNode& node, const char* key) {
   if (member.IsNull()) {
     return "nothing";
   }
-  if (member.IsObject()) {
-    return "an object";
-  }
-  Tarsel::string text;
-  return node.GetAsString(text, key) ? program::Quote(TextOf(node, key)) : "an array";
+  const auto text = TextOf(node, key);
+  return text ? program::Quote(*text) : member.IsObject() ? "an object" : "an array";
 }
 
 std::string Expected(const char* key, const char* what, const OptionsNode& node) {
@@ -58,16 +59,17 @@ bool IsIp6Length(const std::string& text) {
   return Tarsel::ParseIp6Prefix(prefix, "::", text.c_str());
 }
 
-// Whether it is a metric, the library alone says.
-bool IsText(const std::string&) { return true; }
+// Of a metric the library alone says whether it is one.
+bool IsForTheLibrary(const std::string&) { return true; }
 
 constexpr const char* METRIC = "a number from 0 to 255";
 
 // What a member of a route has to be.
 struct Member {
   const char* key;
-  const char* what;                       // as a complaint names it
-  bool (*fits)(const std::string& text);  // null: any text will do
+  const char* what;  // as a complaint names it
+  // Asked of a text that is neither empty nor has a NUL; null when such texts fit, too.
+  bool (*fits)(const std::string& text);
   bool isRequired;
 };
 
@@ -75,12 +77,12 @@ const Member MEMBERS4[] = {{"interface", "the name of an interface", nullptr, fa
                            {"network", "an IPv4 address", IsIp4Address, true},
                            {"netmask", "an IPv4 address", IsIp4Address, true},
                            {"gateway", "an IPv4 address", IsIp4Address, true},
-                           {"metric", METRIC, IsText, false}};
+                           {"metric", METRIC, IsForTheLibrary, false}};
 const Member MEMBERS6[] = {{"interface", "the name of an interface", nullptr, false},
                            {"network", "an IPv6 address", IsIp6Address, true},
                            {"prefix", "a length from 0 to 128", IsIp6Length, true},
                            {"gateway", "an IPv6 address", IsIp6Address, true},
-                           {"metric", METRIC, IsText, false}};
+                           {"metric", METRIC, IsForTheLibrary, false}};
 
 // The library takes an object or an array for an absent member, an empty metric for the default, and a
 // text only as far as a NUL; whoever wrote that meant something else.
@@ -88,13 +90,9 @@ bool Fits(const OptionsNode& node, const Member& member) {
   if (node.GetChildNode(member.key).IsNull()) {
     return !member.isRequired;
   }
-  Tarsel::string read;
-  if (!node.GetAsString(read, member.key)) {
-    return false;
-  }
-  const std::string text = TextOf(node, member.key);
-  return !member.fits ||
-         (!text.empty() && text.find('\0') == std::string::npos && member.fits(text));
+  const auto text = TextOf(node, member.key);
+  return text && (!member.fits ||
+                  (!text->empty() && text->find('\0') == std::string::npos && member.fits(*text)));
 }
 
 // Why a route cannot be read: the first member, in reading order, that is not what it should be. The
@@ -132,13 +130,13 @@ std::string Read4(unsigned short vlan, const OptionsNode& node, RouteKey& key, R
     return Expected("netmask", "leading one bits only", node);
   }
   if ((config.network & config.netmask) != config.network) {
-    return ".network: host bits are set in " + TextOf(node, "network") + "/" +
+    return ".network: host bits are set in " + *TextOf(node, "network") + "/" +
            std::to_string(length);
   }
   key.first.length = length;
   CopyBytes(key.first.destination, config.network.GetBytes(), 4);
   CopyBytes(key.first.gateway, config.gateway.GetBytes(), 4);
-  key.second = InterfaceOf(config.interface);
+  key.second = WholeOf(config.interface);
   value.metric = config.metric;
   return {};
 }
@@ -153,13 +151,13 @@ std::string Read6(unsigned short vlan, const OptionsNode& node, RouteKey& key, R
     return Expected("metric", METRIC, node);  // all that is left
   }
   if (config.network != config.prefix.GetAddress()) {
-    return ".network: host bits are set in " + TextOf(node, "network") + "/" +
+    return ".network: host bits are set in " + *TextOf(node, "network") + "/" +
            std::to_string(config.prefix.GetLength());
   }
   key.first.length = config.prefix.GetLength();
   CopyBytes(key.first.destination, config.prefix.GetAddress().GetBytes(), 16);
   CopyBytes(key.first.gateway, config.gateway.GetBytes(), 16);
-  key.second = InterfaceOf(config.interface);
+  key.second = WholeOf(config.interface);
   value.metric = config.metric;
   return {};
 }

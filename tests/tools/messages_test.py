@@ -21,7 +21,7 @@ CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|UsageError|Explain)\(
 # What is wrong with an option or a route is a result. Braces are of a text that is more than that.
 RESULT = re.compile(r'\b(?:return|problem =) [^;{]*;')
 # What members are expected to be.
-TABLE = re.compile(r'\bMEMBERS\d\[\] = \{.*?\};', re.S)
+TABLE = re.compile(r'\b(?:MEMBERS\d\[\]|METRIC) = [^;]*;')
 COMPLAINING = ('device/host', 'device/program')
 WITH_RESULTS = ('command_line.cpp', 'options.cpp', 'route_reader.cpp')
 ROW = re.compile(r'^\| (none|assertion|\d+) \| `([^`]*)` \| [^|]*\w[^|]* \| [^|]*\w[^|]* \|$', re.M)
