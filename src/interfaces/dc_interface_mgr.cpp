@@ -13,7 +13,7 @@
 #include <cstring>
 #include <map>
 
-#include "vantacore/dc_router_mgr.h"
+#include "address_events.h"
 
 namespace Tarsel {
 
@@ -156,9 +156,7 @@ void DcInterfaceMgr::ChangeIpAddress(unsigned short vlan, unsigned int ifIndex, 
     record->address = newAddress;
     record->mask = newMask;
   }
-  if (DcRouterMgr* manager = DcRouterMgr::GetInstance()) {
-    manager->ProcessIPAddressChange(vlan, ifIndex, newAddress);
-  }
+  TellAddressChange(vlan, ifIndex, newAddress);
 }
 
 void DcInterfaceMgr::AddIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip6Addr& addr,

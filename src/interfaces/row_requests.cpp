@@ -5,12 +5,13 @@
 
 #include <new>
 
+#include "src/pipeline/queues.h"
 #include "stack/sms.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_interface_mgr.h"
-#include "vantacore/dc_router_mgr.h"
 #include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/mib_action.h"
+#include "vantacore/serializer.h"
 
 namespace Tarsel {
 
@@ -23,12 +24,12 @@ constexpr int TYPE_IPV6 = 2;
 constexpr unsigned int FLAG_UNNUMBERED = 0x20;
 
 void Enqueue(const MibOid& oid, MibAction* action) {
-  DcRouterMgr* manager = DcRouterMgr::GetInstance();
-  if (manager == nullptr) {
+  Serializer* const serializer = CurrentSerializer();
+  if (serializer == nullptr) {
     delete action;
     return;
   }
-  manager->GetSerializer().Insert(oid, action);
+  serializer->Insert(oid, action);
 }
 
 void EnqueueInterface(unsigned short instance, unsigned int ifIndex, MibAction* action) {

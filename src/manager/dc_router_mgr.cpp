@@ -12,7 +12,8 @@
 // drops the routing tables while the routers still stand.
 //
 // The other files of this folder: reload.cpp applies documents, network_events.cpp passes events on,
-// protocol_commands.cpp serves the operator's `protocol` words.
+// protocol_commands.cpp serves the operator's `protocol` words, rip_routers.cpp has the two RIP routers,
+// rooms_below.cpp answers what the rooms below ask.
 #include "vantacore/dc_router_mgr.h"
 
 #include <new>
@@ -20,6 +21,7 @@
 #include "routers/bgp_router.h"
 #include "routers/multicast_router.h"
 #include "routers/ospf_routers.h"
+#include "src/values/mask.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_rip_routers.h"
@@ -226,12 +228,6 @@ const char* DcRouterMgr::RouterName(ProtocolType type) {
   return type >= 0 && type < PROTOCOL_COUNT ? rtrs[type] : "";
 }
 
-unsigned int DcRouterMgr::bitcount(Ip4Addr mask) {
-  unsigned int count = 0;
-  for (std::uint32_t bits = mask.GetValue(); bits != 0; bits &= bits - 1) {
-    ++count;
-  }
-  return count;
-}
+unsigned int DcRouterMgr::bitcount(Ip4Addr mask) { return CountBits(mask); }
 
 }  // namespace Tarsel

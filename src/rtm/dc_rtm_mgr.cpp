@@ -14,6 +14,7 @@
 
 #include <new>
 
+#include "src/values/instance.h"
 #include "stack/sms.h"
 #include "tarsel/trace.h"
 
@@ -101,7 +102,8 @@ DcRtmMgr* DcRtmMgr::GetInstance() {
 }
 
 unsigned short DcRtmMgr::GetDclProtocolInstanceIdFromVlan(unsigned short vlan, int proto) {
-  return proto == PROTO_IPV6 ? static_cast<unsigned short>(vlan | IP6_INSTANCE_BIT) : vlan;
+  static_assert(IP6_INSTANCE_BIT == IP6_INSTANCE, "both name the same bit");
+  return InstanceOfVlan(vlan, proto == PROTO_IPV6);
 }
 
 bool DcRtmMgr::UpdateRtmConfig(unsigned short vlan, OptionsNode const& node,

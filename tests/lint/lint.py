@@ -1,6 +1,6 @@
 """Checks the repository's own rules: lint.py {arrows|format|words} [ROOT].
 
-arrows  every #include follows the table of docs/architecture.md
+arrows  every #include follows the tables of docs/architecture.md, and these have no circle
 format  every C and C++ file is as clang-format would write it
 words   no file holds wording of tests/lint/words.txt, which is the one file not looked at
 """
@@ -43,17 +43,24 @@ def source_files(root):
 
 # --- arrows ---------------------------------------------------------------------------------------
 
-def read_table(root):
+def read_table(root, name):
+    """The rows of one of the document's tables: what stands left of the arrow, and the list right of it."""
     text = read(root, TABLE)
-    match = re.search(r'<!-- arrows -->\n(.*?)<!-- end of arrows -->', text, re.S)
+    match = re.search(r'<!-- %s -->\n(.*?)<!-- end of %s -->' % (name, name), text, re.S)
     if not match:
-        raise SystemExit(TABLE + ': no table of arrows')
+        raise SystemExit('%s: no table of %s' % (TABLE, name))
     table = {}
     for line in match.group(1).splitlines():
         if line.strip():
             folder, targets = line.split('->')
             table[folder.strip()] = [t.strip() for t in targets.split(',') if t.strip()]
     return table
+
+
+def read_owners(root):
+    """The folder of src/ that implements a public header, by the header's path."""
+    return {'include/vantacore/' + header: folder
+            for folder, headers in read_table(root, 'headers').items() for header in headers}
 
 
 def is_below(name, prefix):
@@ -83,12 +90,14 @@ def resolve(root, name, included):
     return None
 
 
-def check_include(root, name, row, bracket, included):
+def check_include(root, name, row, owners, bracket, included):
     folder, targets = row
     if bracket == '"':
         path = resolve(root, name, included)
         if path is None:
             return 'is not a file of this project; use <> for an outside library'
+        if is_below(name, 'src') and path in owners:
+            path = os.path.join(owners[path], os.path.basename(path))
         if is_below(path, folder) or any(is_below(path, target) for target in targets):
             return None
         return 'is in %s, which %s may not include' % (os.path.dirname(path), folder)
@@ -100,9 +109,41 @@ def check_include(root, name, row, bracket, included):
     return None
 
 
+def find_circle(table):
+    """Folders of the table that lead back to the first of them; none if there is no circle."""
+    done = set()
+
+    def follow(folder, way):
+        if folder in way:
+            return way[way.index(folder):] + [folder]
+        if folder in done or folder not in table:
+            return None
+        for target in table[folder]:
+            circle = follow(target, way + [folder])
+            if circle:
+                return circle
+        done.add(folder)
+        return None
+
+    return next(filter(None, (follow(folder, []) for folder in table)), None)
+
+
+def check_owners(root, owners):
+    for name in source_files(root):
+        if is_below(name, 'include') and name not in owners and name != 'include/vantacore/export.h':
+            yield '%s: the table of headers does not say which folder implements it' % name
+    for name in sorted(owners):
+        if not os.path.isfile(os.path.join(root, name)):
+            yield '%s: %s names it, and it is not there' % (name, TABLE)
+
+
 def check_arrows(root):
-    table = read_table(root)
-    errors = []
+    table = read_table(root, 'arrows')
+    owners = read_owners(root)
+    errors = list(check_owners(root, owners))
+    circle = find_circle(table)
+    if circle:
+        errors.append('%s: the arrows go round: %s' % (TABLE, ' -> '.join(circle)))
     for name in source_files(root):
         row = folder_of(name, table)
         if row is None:
@@ -110,7 +151,7 @@ def check_arrows(root):
             continue
         text = read(root, name)
         for match in INCLUDE.finditer(text):
-            problem = check_include(root, name, row, *match.groups())
+            problem = check_include(root, name, row, owners, *match.groups())
             if problem:
                 line = text.count('\n', 0, match.start(2)) + 1
                 errors.append('%s:%d: %s %s' % (name, line, match.group(2), problem))

@@ -10,19 +10,39 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(os.path.dirname(HERE))
 LINT = os.path.join(HERE, 'lint.py')
 GOOD = 'int Answer() { return 42; }\n'
+# A small project with the same kinds of rows as this one.
+DOCUMENT = """\
+<!-- arrows -->
+    include       -> platform/tarsel, platform/routers/ospf_area_cb.h
+    src/lists     -> src/values, include/vantacore/export.h, platform/tarsel, platform/routers/ospf_area_cb.h, jsoncpp
+    src/values    -> include/vantacore/export.h, platform/tarsel
+    src/manager   -> src/lists, src/values, platform
+    platform/*    ->
+    device/*      -> include
+    device/stack  -> platform/tarsel
+<!-- end of arrows -->
+<!-- headers -->
+    src/lists     -> list.h
+    src/values    -> value.h
+    src/manager   -> manager.h
+<!-- end of headers -->
+"""
 
 
 class Repository:
-    """A git repository with this project's own table, word list and format."""
+    """A git repository with tables of its own and this project's word list and format."""
 
     def __init__(self):
         self.folder = tempfile.TemporaryDirectory()
         subprocess.run(['git', 'init', '-q', self.folder.name], check=True)
-        for name in ('docs/architecture.md', 'tests/lint/words.txt', '.clang-format'):
+        self.write('docs/architecture.md', DOCUMENT)
+        for name in ('tests/lint/words.txt', '.clang-format'):
             with open(os.path.join(ROOT, name), encoding='utf-8') as file:
                 self.write(name, file.read())
-        self.write('include/vantacore/good.h', GOOD)
-        self.write('src/rtm/private.h', GOOD)
+        for name in ('export', 'list', 'manager', 'value'):
+            self.write('include/vantacore/%s.h' % name, GOOD)
+        self.write('src/lists/private.h', GOOD)
+        self.write('src/values/private.h', GOOD)
         self.write('device/stack/engine.h', GOOD)
 
     def write(self, name, text):
@@ -30,6 +50,9 @@ class Repository:
         os.makedirs(os.path.dirname(path), exist_ok=True)
         with open(path, 'w', encoding='utf-8') as file:
             file.write(text)
+
+    def remove(self, name):
+        os.remove(os.path.join(self.folder.name, name))
 
     def lint(self, check):
         result = subprocess.run([sys.executable, LINT, check, self.folder.name],
@@ -57,16 +80,39 @@ class LintTest(unittest.TestCase):
 
 class Arrows(LintTest):
     def test_allowed_headers_pass(self):
-        self.accepts('arrows', 'src/rtm/a.cpp',
-                     '#include "private.h"\n#include "vantacore/good.h"\n#include <json/value.h>\n')
+        self.accepts('arrows', 'src/lists/a.cpp',
+                     '#include "private.h"\n#include "src/values/private.h"\n'
+                     '#include "vantacore/export.h"\n#include <json/value.h>\n')
 
     def test_private_header_of_another_folder(self):
-        self.refuses('arrows', 'src/config/a.cpp', '\n#include "src/rtm/private.h"\n',
-                     'src/config/a.cpp:2: src/rtm/private.h is in src/rtm')
+        self.refuses('arrows', 'src/values/a.cpp', '\n#include "src/lists/private.h"\n',
+                     'src/values/a.cpp:2: src/lists/private.h is in src/lists')
 
     def test_private_header_by_a_path_that_climbs(self):
-        self.refuses('arrows', 'src/config/a.cpp', '#include "../rtm/private.h"\n',
-                     'which src/config may not include')
+        self.refuses('arrows', 'src/values/a.cpp', '#include "../lists/private.h"\n',
+                     'which src/values may not include')
+
+    def test_a_public_header_is_a_file_of_the_folder_that_implements_it(self):
+        self.accepts('arrows', 'src/lists/a.cpp',
+                     '#include "vantacore/list.h"\n#include "vantacore/value.h"\n')
+        self.refuses('arrows', 'src/values/a.cpp', '#include "vantacore/list.h"\n',
+                     'src/values/a.cpp:1: vantacore/list.h is in src/lists')
+
+    def test_elsewhere_public_headers_are_public(self):
+        self.accepts('arrows', 'device/host/a.cpp', '#include "vantacore/list.h"\n')
+
+    def test_a_public_header_without_a_folder(self):
+        self.refuses('arrows', 'include/vantacore/other.h', GOOD,
+                     'include/vantacore/other.h: the table of headers does not say')
+
+    def test_a_public_header_that_is_not_there(self):
+        self.repository.remove('include/vantacore/manager.h')
+        self.refuses('arrows', 'src/values/a.cpp', GOOD, 'include/vantacore/manager.h: docs/')
+
+    def test_arrows_that_go_round(self):
+        self.refuses('arrows', 'docs/architecture.md',
+                     DOCUMENT.replace('-> include/vantacore/export.h', '-> src/manager, include/vantacore/export.h'),
+                     'the arrows go round: src/lists -> src/values -> src/manager -> src/lists')
 
     def test_library_never_includes_the_device(self):
         self.refuses('arrows', 'src/manager/a.cpp', '#include "device/stack/engine.h"\n',
@@ -75,23 +121,23 @@ class Arrows(LintTest):
     def test_a_header_row_may_name_one_file(self):
         self.repository.write('platform/routers/ospf_area_cb.h', GOOD)
         self.repository.write('platform/routers/routers.h', GOOD)
-        self.accepts('arrows', 'src/config/a.cpp', '#include "routers/ospf_area_cb.h"\n')
-        self.refuses('arrows', 'src/config/b.cpp', '#include "routers/routers.h"\n',
-                     'src/config/b.cpp:1: routers/routers.h is in platform/routers')
+        self.accepts('arrows', 'src/lists/a.cpp', '#include "routers/ospf_area_cb.h"\n')
+        self.refuses('arrows', 'src/lists/b.cpp', '#include "routers/routers.h"\n',
+                     'src/lists/b.cpp:1: routers/routers.h is in platform/routers')
 
     def test_the_special_row_wins_over_the_general_one(self):
-        self.repository.write('platform/routers/routers.h', GOOD)
-        self.accepts('arrows', 'src/manager/a.cpp', '#include "routers/routers.h"\n')
+        self.refuses('arrows', 'device/stack/a.cpp', '#include "vantacore/list.h"\n',
+                     'which device/stack may not include')
 
     def test_outside_library_where_no_row_allows_it(self):
         self.refuses('arrows', 'device/stack/a.cpp', '#include <uv.h>\n', 'belongs to libuv')
 
     def test_own_header_in_angle_brackets(self):
-        self.refuses('arrows', 'src/config/a.cpp', '#include <vantacore/good.h>\n',
+        self.refuses('arrows', 'src/lists/a.cpp', '#include <vantacore/list.h>\n',
                      'is a file of this project')
 
     def test_header_that_is_not_there(self):
-        self.refuses('arrows', 'src/config/a.cpp', '#include "nowhere.h"\n',
+        self.refuses('arrows', 'src/lists/a.cpp', '#include "nowhere.h"\n',
                      'is not a file of this project')
 
     def test_source_file_outside_of_all_rows(self):

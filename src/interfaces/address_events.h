@@ -1,0 +1,15 @@
+// What the registry tells of addresses.
+#ifndef VANTACORE_SRC_INTERFACES_ADDRESS_EVENTS_H
+#define VANTACORE_SRC_INTERFACES_ADDRESS_EVENTS_H
+
+#include "tarsel/address.h"
+
+namespace Tarsel {
+
+/// An interface has another IPv4 address: each router of the VLAN is told. The router manager has the
+/// routers and stands above this folder, so it defines this.
+void TellAddressChange(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& address);
+
+}  // namespace Tarsel
+
+#endif

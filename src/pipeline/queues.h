@@ -1,0 +1,18 @@
+// The two queues of the request pipeline, for those who fill them. The router manager owns both and
+// stands above their users, so it is the one that defines what is declared here.
+#ifndef VANTACORE_SRC_PIPELINE_QUEUES_H
+#define VANTACORE_SRC_PIPELINE_QUEUES_H
+
+namespace Tarsel {
+
+class CfgSched;
+class Serializer;
+
+/// The serializer; null if the router manager cannot be created. The first call creates the manager.
+Serializer* CurrentSerializer();
+/// The configuration scheduler, under the same conditions.
+CfgSched* CurrentCfgSched();
+
+}  // namespace Tarsel
+
+#endif
