@@ -44,7 +44,7 @@ install(TARGETS vantacore_platform vantacore_device protocol_routers routing_sta
 install(EXPORT vantacore-device NAMESPACE vantacore:: FILE vantacore-device.cmake
   DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT device)
 foreach(header base/timer_loop.h base/trace_control.h
-    stack/protocol_rows.h stack/routing_stack.h stack/stack_control.h)
+    stack/facts.h stack/protocol_rows.h stack/routing_stack.h stack/stack_control.h)
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${PROJECT_SOURCE_DIR}/device/${header}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device/device/${folder} COMPONENT device)

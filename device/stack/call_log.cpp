@@ -4,38 +4,45 @@ namespace routing_stack {
 
 namespace {
 
-// In the order of the enumeration.
-constexpr const char* kNames[] = {
-    "smsi_init",
-    "nbb_scheduler",
-    "InvokeCallback",
-    "nbb_trips_control",
-    "nbb_set_ips_filter",
-    "nbb_get_ips_tracing",
-    "sms_act_rtm",
-    "sms_update_route",
-    "sms_act_interface",
-    "sms_bld_amb_test_i3_ei",
-    "sms_act_ipaddr",
-    "sms_act_cipr_redist",
-    "sms_bld_amb_test_cipr_redist",
-    "sms_get_route_oid",
-    "sms_set_i3_ei_oid",
-    "sms_set_i3_ea_oid",
-    "sms_set_cipr_redist_oid",
-    "sms_get_next_i3_ei",
-    "sms_get_next_i3_ea",
-    "sms_get_next_rtm_route",
-    "sms_get_next_rtm_rib",
-    "sms_act_protocol_row",
+enum Kind { kRowRequest, kOther };
+
+struct Description {
+  const char* name;
+  Kind kind;
 };
-static_assert(sizeof kNames / sizeof kNames[0] == static_cast<std::size_t>(Call::kCount),
-              "every call has a name");
+
+// In the order of the enumeration.
+constexpr Description kDescriptions[] = {
+    {"smsi_init", kOther},
+    {"nbb_scheduler", kOther},
+    {"InvokeCallback", kOther},
+    {"nbb_trips_control", kOther},
+    {"nbb_set_ips_filter", kOther},
+    {"nbb_get_ips_tracing", kOther},
+    {"sms_act_rtm", kRowRequest},
+    {"sms_update_route", kRowRequest},
+    {"sms_act_interface", kRowRequest},
+    {"sms_bld_amb_test_i3_ei", kRowRequest},
+    {"sms_act_ipaddr", kRowRequest},
+    {"sms_act_cipr_redist", kRowRequest},
+    {"sms_bld_amb_test_cipr_redist", kRowRequest},
+    {"sms_get_route_oid", kOther},
+    {"sms_set_i3_ei_oid", kOther},
+    {"sms_set_i3_ea_oid", kOther},
+    {"sms_set_cipr_redist_oid", kOther},
+    {"sms_get_next_i3_ei", kOther},
+    {"sms_get_next_i3_ea", kOther},
+    {"sms_get_next_rtm_route", kOther},
+    {"sms_get_next_rtm_rib", kOther},
+    {"sms_act_protocol_row", kRowRequest},
+};
+constexpr std::size_t kCalls = static_cast<std::size_t>(Call::kCount);
+static_assert(sizeof kDescriptions / sizeof kDescriptions[0] == kCalls, "every call is described");
 
 }  // namespace
 
 const char* NameOfCall(Call call) {
-  return call < Call::kCount ? kNames[static_cast<std::size_t>(call)] : "";
+  return call < Call::kCount ? kDescriptions[static_cast<std::size_t>(call)].name : "";
 }
 
 CallLine& CallLine::Text(const char* text) {
@@ -71,6 +78,19 @@ CallLine& CallLine::Add(const std::string& argument) {
 
 std::uint64_t CallLog::CountOf(Call call) const {
   return call < Call::kCount ? m_counts[static_cast<std::size_t>(call)] : 0;
+}
+
+std::uint64_t CallLog::CountRequestsSinceReset() const {
+  std::uint64_t count = 0;
+  for (std::size_t call = 0; call < kCalls; ++call) {
+    count += kDescriptions[call].kind == kRowRequest ? m_counts[call] : 0;
+  }
+  return count;
+}
+
+void CallLog::Reset() {
+  m_requestsBeforeReset = CountRequests();
+  m_counts = {};
 }
 
 }  // namespace routing_stack

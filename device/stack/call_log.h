@@ -47,11 +47,16 @@ class CallLog {
   }
 
   std::uint64_t CountOf(Call call) const;
-  void Reset() { m_counts = {}; }
+  /// The calls that request a row, over all resets.
+  std::uint64_t CountRequests() const { return m_requestsBeforeReset + CountRequestsSinceReset(); }
+  void Reset();
   void SetObserver(Control::CallObserver observer) { m_observer = std::move(observer); }
 
  private:
+  std::uint64_t CountRequestsSinceReset() const;
+
   std::array<std::uint64_t, static_cast<std::size_t>(Call::kCount)> m_counts{};
+  std::uint64_t m_requestsBeforeReset = 0;
   Control::CallObserver m_observer;
 };
 

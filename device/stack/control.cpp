@@ -1,9 +1,8 @@
-// The control header's levers, and the tables as it shows them.
+// The control header's levers; its tables are those of the facts.
 
 #include "stack_control.h"
 
 #include "engine.h"
-#include "redistributed.h"
 
 namespace routing_stack {
 
@@ -113,72 +112,20 @@ void Control::UnregisterDescriptor(int fd, int id) {
 }
 
 std::vector<amb_stubs_i3_ei> Control::Interfaces() const {
-  std::vector<amb_stubs_i3_ei> rows;
-  for (const auto& [key, row] : m_engine.m_tables.interfaces) {
-    rows.push_back(ToRow(key, row));
-  }
-  return rows;
+  return m_engine.GetFacts().Interfaces();
 }
-
-std::vector<amb_stubs_i3_ea> Control::Addresses() const {
-  std::vector<amb_stubs_i3_ea> rows;
-  for (const auto& [key, row] : m_engine.m_tables.addresses) {
-    rows.push_back(ToRow(key, row));
-  }
-  return rows;
-}
-
-std::vector<amb_cipr_rtm_rib> Control::Rib() const {
-  std::vector<amb_cipr_rtm_rib> rows;
-  const std::uint64_t now = m_engine.Now();
-  for (const auto& [id, instance] : m_engine.m_tables.instances) {
-    const RibEntry* entry = instance->rib.After(nullptr);
-    for (; entry != nullptr; entry = instance->rib.After(entry->key)) {
-      rows.push_back(ToRibRow(id, *entry, now));
-    }
-  }
-  return rows;
-}
-
-std::vector<amb_cipr_rtm_route> Control::Routes() const {
-  std::vector<amb_cipr_rtm_route> rows;
-  const std::uint64_t now = m_engine.Now();
-  for (const auto& [id, instance] : m_engine.m_tables.instances) {
-    const RibEntry* entry = instance->rib.InstalledAfter(nullptr);
-    for (; entry != nullptr; entry = instance->rib.InstalledAfter(&entry->key->prefix)) {
-      rows.push_back(ToRouteRow(id, *entry, now));
-    }
-  }
-  return rows;
-}
+std::vector<amb_stubs_i3_ea> Control::Addresses() const { return m_engine.GetFacts().Addresses(); }
+std::vector<amb_cipr_rtm_rib> Control::Rib() const { return m_engine.GetFacts().Rib(); }
+std::vector<amb_cipr_rtm_route> Control::Routes() const { return m_engine.GetFacts().Routes(); }
+std::vector<std::uint32_t> Control::Instances() const { return m_engine.GetFacts().Instances(); }
 
 std::vector<RedistributionRow> Control::Redistributions() const {
-  std::vector<RedistributionRow> rows;
-  for (const auto& row : m_engine.m_tables.redistributions) {
-    rows.push_back({row.first.instance, row.first.source, row.first.destination});
-  }
-  return rows;
+  return m_engine.GetFacts().Redistributions();
 }
 
 std::vector<amb_cipr_rtm_route> Control::Redistributed(std::uint32_t instance,
                                                        std::uint32_t destination) const {
-  std::vector<amb_cipr_rtm_route> rows;
-  amb_cipr_rtm_route row;
-  const amb_cipr_rtm_route* previous = nullptr;
-  while (
-      NextRedistributed(m_engine.m_tables, m_engine.Now(), instance, destination, previous, &row)) {
-    rows.push_back(row);
-    previous = &row;
-  }
-  return rows;
-}
-
-std::vector<std::uint32_t> Control::Instances() const {
-  std::vector<std::uint32_t> ids;
-  for (const auto& instance : m_engine.m_tables.instances) {
-    ids.push_back(instance.first);
-  }
-  return ids;
+  return m_engine.GetFacts().Redistributed(instance, destination);
 }
 
 }  // namespace routing_stack

@@ -24,6 +24,7 @@ Engine::Engine(Clock clock)
     : m_clock(std::move(clock)),
       m_tables(m_clock),
       m_control(*this),
+      m_facts(*this),
       m_sliceEvents(kDefaultSliceEvents) {}
 
 Engine::~Engine() {

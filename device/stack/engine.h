@@ -50,7 +50,9 @@ class Engine {
 
   bool IsIdle() const;
   Control& GetControl() { return m_control; }
+  const Facts& GetFacts() const { return m_facts; }
   CallLog& Calls() { return m_calls; }
+  const CallLog& Calls() const { return m_calls; }
   const Tables& GetTables() const { return m_tables; }
   std::uint64_t Now() const { return m_clock(); }
 
@@ -96,6 +98,7 @@ class Engine {
   CallLog m_calls;
   Descriptors m_descriptors;
   Control m_control;
+  const Facts m_facts;
 
   bool m_started = false;
   bool m_running = false;

@@ -9,6 +9,7 @@ RoutingStack::~RoutingStack() = default;
 
 void RoutingStack::MakeCurrent() { m_engine->MakeCurrent(); }
 Control& RoutingStack::GetControl() { return m_engine->GetControl(); }
+const Facts& RoutingStack::GetFacts() const { return m_engine->GetFacts(); }
 bool RoutingStack::IsIdle() const { return m_engine->IsIdle(); }
 
 }  // namespace routing_stack

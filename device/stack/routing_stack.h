@@ -12,6 +12,7 @@ namespace routing_stack {
 
 class Engine;
 class Control;
+class Facts;
 
 /// Milliseconds on a clock that never goes back; ages and late answers are measured with it.
 using Clock = std::function<std::uint64_t()>;
@@ -26,12 +27,16 @@ class SMS_API RoutingStack {
   RoutingStack& operator=(const RoutingStack&) = delete;
   ~RoutingStack();
 
-  /// Makes this the stack behind the C functions. The last one made current is; destroying it leaves
-  /// none.
+  /// Makes this the stack that the C functions forward to. A new RoutingStack is not current until it
+  /// is told so here. The last one told is current; destroying it leaves none.
   void MakeCurrent();
 
-  /// Faults, limits, holds, restart, counters and table contents, for tests and lab commands. It lives as
-  /// long as the stack.
+  /// The tables as rows and the number of requests, read-only (facts.h). It lives as long as the
+  /// stack.
+  const Facts& GetFacts() const;
+
+  /// Faults, limits, holds, restart and counters, for tests, examples and lab commands alone
+  /// (stack_control.h). It lives as long as the stack.
   Control& GetControl();
 
   /// True when no event is queued and none is due later: everything requested has been answered.

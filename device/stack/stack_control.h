@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "facts.h"
 #include "stack/sms.h"
 
 namespace routing_stack {
@@ -72,12 +73,6 @@ struct Candidate {
   bool internal = false;  // internal OSPF or BGP: chooses the distance
 };
 
-/// A rule as the stack holds it.
-struct RedistributionRow {
-  std::uint32_t vlan;  // the instance: with 0x8000 for IPv6
-  std::uint32_t source, destination;
-};
-
 class SMS_API Control {
  public:
   explicit Control(Engine& engine) : m_engine(engine) {}
@@ -117,7 +112,7 @@ class SMS_API Control {
   /// Announces readiness once more, as a faulty stack would.
   void RepeatReady();
 
-  /// Calls received since the last reset.
+  /// Calls received since the last reset. Facts::CountRequests() is not reset.
   std::uint64_t CountOf(Call call) const;
   void ResetCounts();
   /// The function's own name, "sms_update_route"; static.
@@ -147,17 +142,16 @@ class SMS_API Control {
   /// The host no longer watches it from the next run on; the descriptor is the caller's to close.
   void UnregisterDescriptor(int fd, int id);
 
-  // The tables' contents, in key order.
+  // The tables as rows, exactly as Facts gives them.
   std::vector<amb_stubs_i3_ei> Interfaces() const;
   std::vector<amb_stubs_i3_ea> Addresses() const;
   std::vector<amb_cipr_rtm_rib> Rib() const;
   std::vector<amb_cipr_rtm_route> Routes() const;
   std::vector<RedistributionRow> Redistributions() const;
-  /// The installed routes that the rules of an instance hand to a protocol: a protocol code is the
-  /// route-protocol code shifted left by 16 bits.
   std::vector<amb_cipr_rtm_route> Redistributed(std::uint32_t instance,
                                                 std::uint32_t destination) const;
   std::vector<std::uint32_t> Instances() const;
+
   /// All tables as text, one row a line, without ages: equal texts are equal states.
   std::string Dump() const;
 

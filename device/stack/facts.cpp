@@ -1,0 +1,81 @@
+// The tables as rows.
+
+#include "facts.h"
+
+#include "engine.h"
+#include "redistributed.h"
+
+namespace routing_stack {
+
+std::vector<amb_stubs_i3_ei> Facts::Interfaces() const {
+  std::vector<amb_stubs_i3_ei> rows;
+  for (const auto& [key, row] : m_engine.GetTables().interfaces) {
+    rows.push_back(ToRow(key, row));
+  }
+  return rows;
+}
+
+std::vector<amb_stubs_i3_ea> Facts::Addresses() const {
+  std::vector<amb_stubs_i3_ea> rows;
+  for (const auto& [key, row] : m_engine.GetTables().addresses) {
+    rows.push_back(ToRow(key, row));
+  }
+  return rows;
+}
+
+std::vector<amb_cipr_rtm_rib> Facts::Rib() const {
+  std::vector<amb_cipr_rtm_rib> rows;
+  const std::uint64_t now = m_engine.Now();
+  for (const auto& [id, instance] : m_engine.GetTables().instances) {
+    const RibEntry* entry = instance->rib.After(nullptr);
+    for (; entry != nullptr; entry = instance->rib.After(entry->key)) {
+      rows.push_back(ToRibRow(id, *entry, now));
+    }
+  }
+  return rows;
+}
+
+std::vector<amb_cipr_rtm_route> Facts::Routes() const {
+  std::vector<amb_cipr_rtm_route> rows;
+  const std::uint64_t now = m_engine.Now();
+  for (const auto& [id, instance] : m_engine.GetTables().instances) {
+    const RibEntry* entry = instance->rib.InstalledAfter(nullptr);
+    for (; entry != nullptr; entry = instance->rib.InstalledAfter(&entry->key->prefix)) {
+      rows.push_back(ToRouteRow(id, *entry, now));
+    }
+  }
+  return rows;
+}
+
+std::vector<RedistributionRow> Facts::Redistributions() const {
+  std::vector<RedistributionRow> rows;
+  for (const auto& row : m_engine.GetTables().redistributions) {
+    rows.push_back({row.first.instance, row.first.source, row.first.destination});
+  }
+  return rows;
+}
+
+std::vector<amb_cipr_rtm_route> Facts::Redistributed(std::uint32_t instance,
+                                                     std::uint32_t destination) const {
+  std::vector<amb_cipr_rtm_route> rows;
+  amb_cipr_rtm_route row;
+  const amb_cipr_rtm_route* previous = nullptr;
+  while (NextRedistributed(m_engine.GetTables(), m_engine.Now(), instance, destination, previous,
+                           &row)) {
+    rows.push_back(row);
+    previous = &row;
+  }
+  return rows;
+}
+
+std::vector<std::uint32_t> Facts::Instances() const {
+  std::vector<std::uint32_t> ids;
+  for (const auto& instance : m_engine.GetTables().instances) {
+    ids.push_back(instance.first);
+  }
+  return ids;
+}
+
+std::uint64_t Facts::CountRequests() const { return m_engine.Calls().CountRequests(); }
+
+}  // namespace routing_stack
