@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
-#include "device/host/device_document.h"
-#include "device/host/device_state.h"
+#include "device/apply/interfaces.h"
+#include "device/documents/device_document.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ void DeviceAddressesRead(benchmark::State& state) {
     interface["ipv6"].append(AddressOf(i));
   }
   for (auto _ : state) {
-    const auto read = host::ReadDeviceDocument(
+    const auto read = documents::ReadDeviceDocument(
         document, "device.json",
         [&](const std::string& line) { state.SkipWithError(line.c_str()); });
     benchmark::DoNotOptimize(read);
@@ -44,13 +44,13 @@ void DeviceAddressesRead(benchmark::State& state) {
 }
 
 void DeviceAddressesCompared(benchmark::State& state) {
-  host::DeviceDocument document;
-  host::Interface& interface = document.interfaces[{10, 3}];
+  documents::Device document;
+  documents::Interface& interface = document.interfaces[{10, 3}];
   interface.name = "eth0";
   for (unsigned int i = 0; i < state.range(0); ++i) {
-    host::ReadPrefix(AddressOf(i), interface.ip6.emplace_back());
+    documents::ReadPrefix(AddressOf(i), interface.ip6.emplace_back());
   }
-  const auto device = std::make_shared<host::DeviceState>();
+  const auto device = std::make_shared<apply::Interfaces>();
   device->Apply(document, {});
   for (auto _ : state) {
     device->Apply(document, {});
@@ -60,12 +60,12 @@ void DeviceAddressesCompared(benchmark::State& state) {
 }
 
 void DeviceInterfacesFound(benchmark::State& state) {
-  host::DeviceDocument document;
+  documents::Device document;
   const auto nameOf = [](unsigned int index) { return "eth" + std::to_string(index); };
   for (unsigned int index = 1; index <= state.range(0); ++index) {
     document.interfaces[{10, index}].name = nameOf(index);
   }
-  const auto device = std::make_shared<host::DeviceState>();
+  const auto device = std::make_shared<apply::Interfaces>();
   device->Apply(document, {});
   for (auto _ : state) {
     for (unsigned int index = 1; index <= state.range(0); ++index) {

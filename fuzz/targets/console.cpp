@@ -5,10 +5,10 @@
 // handlers that no tree names. Each command must end, and its console must be deleted exactly once;
 // the same lines give the same output. The device is built up and taken down by each run: that makes
 // an input slow and its result its own.
-#include "device/host/dispatcher.h"
+#include "device/console/dispatcher.h"
 
 #include "device/base/timer_loop.h"
-#include "device/host/device_document.h"
+#include "device/documents/device_document.h"
 #include "fuzz/support/bytes.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/device.h"
@@ -17,9 +17,9 @@
 
 namespace {
 
+using console::RunningCommand;
 using fuzz::Check;
 using fuzz::Device;
-using host::Invocation;
 
 constexpr std::size_t MAX_LINES = 12;
 constexpr unsigned int TICK_MICROSECONDS = 1000;
@@ -40,12 +40,12 @@ const char VLANS[] = R"({"VLAN_CONFIGURATIONS": {
     "IGMP": {"IF_LIST": {"i": {"Name": "IGMP_10_3"}}}},
   "b": {"vid": 20, "OSPFV3": {"IF_LIST": {"i": {"Name": "OSPF_20_4_1_0"}}}, "MLD": {}}}})";
 
-const host::Report NO_REPORT = [](const std::string&) {};
+const program::Report NO_REPORT = [](const std::string&) {};
 
-host::DeviceDocument Interfaces() {
+documents::Device Interfaces() {
   Json::Value document;
   Check(fuzz::ReadJson(INTERFACES, document), "the interfaces are no JSON");
-  return host::ReadDeviceDocument(document, "device.json", NO_REPORT);
+  return documents::ReadDeviceDocument(document, "device.json", NO_REPORT);
 }
 
 void ForRoutes(bool add) {
@@ -61,15 +61,15 @@ void ForRoutes(bool add) {
 }
 
 // The words of a command that no tree names; the console stays here.
-void ExecuteDirectly(const host::Words& words, const std::shared_ptr<Invocation>& invocation,
+void ExecuteDirectly(const console::Words& words, const std::shared_ptr<RunningCommand>& invocation,
                      unsigned short vlan) {
-  host::Words rest(words.begin() + 1, words.end());
+  console::Words rest(words.begin() + 1, words.end());
   std::vector<char*> argv;
   for (std::string& word : rest) argv.push_back(&word[0]);
   argv.push_back(nullptr);
   const int argc = static_cast<int>(rest.size());
   if (words[0] == "ips") {
-    host::HostConsole console(invocation);
+    console::HostConsole console(invocation);
     Device::Get().Manager().ConCmdIpsTrace(&console, argc, argv.data());
   } else {
     Device::Get().Manager().BgpPeerAct(vlan, argc, argv.data());
@@ -88,17 +88,17 @@ class Session {
   }
 
   void Execute(const std::string& line) {
-    auto invocation = std::make_shared<Invocation>();
+    auto invocation = std::make_shared<RunningCommand>();
     invocation->write = [](const std::string& text) { Device::Get().Note(text); };
     invocation->over = [] { Device::Get().Note("over"); };
-    const host::Words words = host::Dispatcher::Split(line);
+    const console::Words words = console::Dispatcher::Split(line);
     if (words.empty()) {
       Device::Get().loop.AdvanceMilliseconds(10);
     } else if (words[0] == "ips" || words[0] == "peers") {
       ExecuteDirectly(words, invocation, m_vlan);
       Check(invocation->isOver, "a direct command that is not over: " + line);
     } else {
-      host::Dispatcher::Complete({words.begin(), words.end() - 1}, words.back());
+      console::Dispatcher::Complete({words.begin(), words.end() - 1}, words.back());
       m_dispatcher.Execute(line, m_vlan, invocation);
       m_invocations.push_back(std::move(invocation));
     }
@@ -127,12 +127,13 @@ class Session {
   }
 
  private:
-  host::DeviceState m_state;
-  host::Lab m_lab{Device::Get().Control(), m_state, TICK_MICROSECONDS,
-                  [] { Device::Get().Control().Restart(); }};
-  host::Dispatcher m_dispatcher{[](const host::Report&) { Device::Get().Note("reload"); }, m_lab};
+  apply::Interfaces m_state;
+  console::Lab m_lab{Device::Get().Control(), m_state, TICK_MICROSECONDS,
+                     [] { Device::Get().Control().Restart(); }};
+  console::Dispatcher m_dispatcher{[](const program::Report&) { Device::Get().Note("reload"); },
+                                   m_lab};
   unsigned short m_vlan = 10;
-  std::vector<std::shared_ptr<Invocation>> m_invocations;
+  std::vector<std::shared_ptr<RunningCommand>> m_invocations;
 };
 
 void Run(const std::vector<std::string>& lines) {

@@ -4,10 +4,10 @@
 // to the interface registry. Complaints are single lines fit for a terminal; what was read keeps its
 // promises; and when the documents have gone the library and the stack know of no interface any more.
 // The registry's name index keeps the names it has seen; the name lookups do not take part here.
-#include "device/host/device_document.h"
+#include "device/documents/device_document.h"
 
-#include "device/host/device_state.h"
-#include "device/host/json_file.h"
+#include "device/apply/interfaces.h"
+#include "device/documents/json_file.h"
 #include "fuzz/support/bytes.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/device.h"
@@ -19,19 +19,19 @@ using fuzz::Device;
 
 constexpr std::size_t MAX_DOCUMENTS = 4;
 
-host::DeviceDocument ReadText(const std::string& text) {
-  const host::Report report = [](const std::string& line) {
+documents::Device ReadText(const std::string& text) {
+  const program::Report report = [](const std::string& line) {
     for (const char c : line) {
       Check(static_cast<unsigned char>(c) >= ' ', "a complaint with a control character");
     }
     Device::Get().Note(line);
   };
   Json::Value document;
-  if (!host::ParseJson(text, "device.json", document, report)) return {};
-  return host::ReadDeviceDocument(document, "device.json", report);
+  if (!documents::ParseJson(text, "device.json", document, report)) return {};
+  return documents::ReadDeviceDocument(document, "device.json", report);
 }
 
-void CheckDocument(const host::DeviceDocument& document) {
+void CheckDocument(const documents::Device& document) {
   for (const auto& [key, interface] : document.interfaces) {
     Check(!interface.name.empty(), "an interface without a name");
     for (const Tarsel::Ip6Prefix& prefix : interface.ip6) {
@@ -42,10 +42,10 @@ void CheckDocument(const host::DeviceDocument& document) {
 
 void Run(const std::vector<std::string>& texts) {
   Device& device = Device::Get();
-  host::DeviceState* const state = new host::DeviceState;
+  apply::Interfaces* const state = new apply::Interfaces;
   std::set<unsigned short> vlans;
   for (const std::string& text : texts) {
-    const host::DeviceDocument document = ReadText(text);
+    const documents::Device document = ReadText(text);
     CheckDocument(document);
     state->Apply(document, {10});
     Check(device.Settle(), "the stack does not come to rest");

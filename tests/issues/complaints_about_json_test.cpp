@@ -4,15 +4,15 @@
 
 #include <algorithm>
 
-#include "device/host/json_file.h"
+#include "device/documents/json_file.h"
 
 namespace {
 
 std::string ComplaintAbout(const std::string& text) {
   std::string complaint;
   Json::Value document;
-  EXPECT_FALSE(host::ParseJson(text, "device.json", document,
-                               [&](const std::string& line) { complaint += line; }));
+  EXPECT_FALSE(documents::ParseJson(text, "device.json", document,
+                                    [&](const std::string& line) { complaint += line; }));
   return complaint;
 }
 

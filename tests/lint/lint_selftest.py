@@ -99,7 +99,7 @@ class Arrows(LintTest):
                      'src/values/a.cpp:1: vantacore/list.h is in src/lists')
 
     def test_elsewhere_public_headers_are_public(self):
-        self.accepts('arrows', 'device/host/a.cpp', '#include "vantacore/list.h"\n')
+        self.accepts('arrows', 'device/base/a.cpp', '#include "vantacore/list.h"\n')
 
     def test_a_public_header_without_a_folder(self):
         self.refuses('arrows', 'include/vantacore/other.h', GOOD,

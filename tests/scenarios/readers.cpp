@@ -5,10 +5,10 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "device/host/device_document.h"
-#include "device/host/device_state.h"
-#include "device/host/json_file.h"
-#include "device/host/vlan_document.h"
+#include "device/apply/interfaces.h"
+#include "device/documents/device_document.h"
+#include "device/documents/json_file.h"
+#include "device/documents/vlan_document.h"
 #include "tests/support/device_fixture.h"
 #include "vantacore/cfg_items.h"
 #include "vantacore/config_parser.h"
@@ -131,20 +131,20 @@ void ReadNames(const Tarsel::Options& document, std::ostream& out) {
 
 // --- what the host of the software device reads ---
 
-host::Report ReportTo(std::ostream& out) {
+program::Report ReportTo(std::ostream& out) {
   return [&out](const std::string& line) { out << "report " << line << "\n"; };
 }
 
 void ReadDevice(test_support::Device&, const std::string& name, const std::string& text,
                 std::ostream& out) {
-  static host::DeviceState state;
-  const host::Report report = ReportTo(out);
+  static apply::Interfaces state;
+  const program::Report report = ReportTo(out);
   Json::Value json;
-  if (!host::ParseJson(text, name, json, report)) {
+  if (!documents::ParseJson(text, name, json, report)) {
     out << "not applied\n";
     return;
   }
-  const host::DeviceDocument document = host::ReadDeviceDocument(json, name, report);
+  const documents::Device document = documents::ReadDeviceDocument(json, name, report);
   out << "default VLAN " << document.defaultVlan << "\n";
   state.Apply(document, {10});
 }
@@ -152,11 +152,11 @@ void ReadDevice(test_support::Device&, const std::string& name, const std::strin
 // The document is reduced to what the library can apply, and then handed to it.
 void ReadChecked(test_support::Device& device, const std::string& name, const std::string& text,
                  std::ostream& out) {
-  const host::Report report = ReportTo(out);
+  const program::Report report = ReportTo(out);
   Json::Value document;
-  host::VlanIds vlans;
-  if (host::ParseJson(text, name, document, report) &&
-      host::CheckVlanDocument(document, name, report, vlans)) {
+  documents::VlanIds vlans;
+  if (documents::ParseJson(text, name, document, report) &&
+      documents::CheckVlanDocument(document, name, report, vlans)) {
     device.Reload(document.toStyledString(), name);
   } else {
     out << "not applied\n";

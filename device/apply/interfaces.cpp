@@ -1,0 +1,205 @@
+#include "interfaces.h"
+
+#include <algorithm>
+
+#include "vantacore/dc_interface_mgr.h"
+#include "vantacore/dc_router_mgr.h"
+
+namespace apply {
+
+using documents::Interface;
+using documents::InterfaceKey;
+using documents::Ip4Network;
+using Tarsel::DcInterfaceMgr;
+using Tarsel::DcRouterMgr;
+
+namespace {
+
+constexpr unsigned int STATUS_UP = 1;
+constexpr unsigned int STATUS_DOWN = 2;
+
+constexpr std::uint32_t FLAG_LOOPBACK = 2;
+
+// The numbers that network management gives to interface types.
+constexpr unsigned int TYPE_ETHERNET = 6;
+constexpr unsigned int TYPE_LOOPBACK = 24;
+
+DcInterfaceMgr::IntfType TypeOf(std::uint32_t flags) {
+  return static_cast<DcInterfaceMgr::IntfType>((flags & FLAG_LOOPBACK) != 0 ? TYPE_LOOPBACK
+                                                                            : TYPE_ETHERNET);
+}
+
+/// Tells the library what one action of a plan says, about one interface.
+class Teller {
+ public:
+  explicit Teller(const InterfaceKey& key) : m_vlan(key.first), m_index(key.second) {}
+
+  void operator()(const intent::Register& row) const {
+    Registry().AddInterface(m_vlan, m_index, row.name.c_str(), TypeOf(row.flags), row.flags,
+                            row.mtu, row.up ? STATUS_UP : STATUS_DOWN);
+  }
+  void operator()(const intent::Unregister& row) const {
+    Registry().RemoveInterface(m_vlan, m_index, row.name.c_str());
+  }
+  void operator()(const intent::SetStatus& status) const {
+    const auto set =
+        status.up ? &DcInterfaceMgr::SetInterfaceUp : &DcInterfaceMgr::SetInterfaceDown;
+    (Registry().*set)(m_vlan, m_index, status.name.c_str());
+  }
+  void operator()(const intent::AddIp4& added) const {
+    Registry().AddIpAddress(m_vlan, m_index, added.network.address, added.network.mask);
+  }
+  void operator()(const intent::ChangeIp4& changed) const {
+    Registry().ChangeIpAddress(m_vlan, m_index, changed.network.address, changed.network.mask);
+  }
+  void operator()(const intent::DeleteIp4& deleted) const {
+    Registry().DeleteIpAddress(m_vlan, m_index, deleted.network.address, deleted.network.mask);
+  }
+  void operator()(const intent::AddIp6& added) const {
+    Registry().AddIpAddress(m_vlan, m_index, added.prefix.GetAddress(), added.prefix.GetLength());
+  }
+  void operator()(const intent::DeleteIp6& deleted) const {
+    Registry().DeleteIpAddress(m_vlan, m_index, deleted.prefix.GetAddress(),
+                               deleted.prefix.GetLength());
+  }
+  void operator()(const intent::TellStatus& status) const {
+    Routers().ProcessInterfaceStatusChange(
+        m_vlan, m_index, static_cast<unsigned short>(status.up ? STATUS_UP : STATUS_DOWN));
+  }
+  void operator()(const intent::TellIp4& told) const {
+    Routers().ProcessIPAddressChange(m_vlan, m_index, told.address);
+  }
+  void operator()(const intent::TellJoined& told) const {
+    const auto tell = told.joined ? &DcRouterMgr::JoinNetwork : &DcRouterMgr::LeaveNetwork;
+    (Routers().*tell)(m_vlan, m_index);
+  }
+
+ private:
+  static DcInterfaceMgr& Registry() { return *DcInterfaceMgr::GetInstance(); }
+  static DcRouterMgr& Routers() { return *DcRouterMgr::GetInstance(); }
+
+  const unsigned short m_vlan;
+  const std::uint32_t m_index;
+};
+
+void Tell(const InterfaceKey& key, const intent::InterfaceAction& action) {
+  std::visit(Teller(key), action);
+}
+
+// A VLAN that is still to come is told by AnnounceTo; of a remote that joins there the library would
+// complain.
+bool IsTooEarly(const intent::InterfaceStep& step) {
+  return std::holds_alternative<intent::TellJoined>(step.action) &&
+         DcRouterMgr::GetInstance()->GetVlans().count(step.key.first) == 0;
+}
+
+}  // namespace
+
+void Interfaces::Apply(const documents::Device& wanted, const std::set<unsigned short>& vlans) {
+  for (const auto& step : intent::PlanInterfaces(m_interfaces, wanted.interfaces)) {
+    if (!IsTooEarly(step)) {
+      Tell(step.key, step.action);
+    }
+  }
+  m_interfaces = wanted.interfaces;
+  m_indexes.clear();
+  for (const auto& [key, interface] : m_interfaces) {
+    m_indexes.emplace(std::pair(key.first, interface.name), key.second);
+  }
+  SetPrimaries(intent::ChoosePrimaries(wanted, vlans));
+}
+
+void Interfaces::SetPrimaries(const intent::Primaries& wanted) {
+  for (const auto& [vlan, name] : wanted) {
+    std::string& known = m_primaries[vlan];
+    if (known != name) {
+      DcInterfaceMgr::GetInstance()->SetPrimaryInterface(vlan, name.c_str());
+      known = name;
+    }
+  }
+}
+
+void Interfaces::SetStatus(const InterfaceKey& key, bool up) {
+  Interface& interface = m_interfaces.at(key);
+  interface.up = up;
+  Tell(key, intent::SetStatus{interface.name, up});
+  Tell(key, intent::TellStatus{up});
+}
+
+void Interfaces::SetJoined(const InterfaceKey& key, bool joined) {
+  m_interfaces.at(key).joined = joined;
+  Tell(key, intent::TellJoined{joined});
+}
+
+void Interfaces::AddAddress(const InterfaceKey& key, const Ip4Network& network) {
+  m_interfaces.at(key).ip4 = network;
+  Tell(key, intent::AddIp4{network});
+  Tell(key, intent::TellIp4{network.address});
+}
+
+void Interfaces::ChangeAddress(const InterfaceKey& key, const Ip4Network& network) {
+  m_interfaces.at(key).ip4 = network;
+  Tell(key, intent::ChangeIp4{network});
+}
+
+void Interfaces::DeleteAddress(const InterfaceKey& key, const Ip4Network& network) {
+  m_interfaces.at(key).ip4.reset();
+  Tell(key, intent::DeleteIp4{network});
+  Tell(key, intent::TellIp4{Tarsel::IP4_ANY});
+}
+
+void Interfaces::AddAddress(const InterfaceKey& key, const Tarsel::Ip6Prefix& prefix) {
+  Forget(key, prefix.GetAddress());
+  m_interfaces.at(key).ip6.push_back(prefix);
+  Tell(key, intent::AddIp6{prefix});
+}
+
+void Interfaces::DeleteAddress(const InterfaceKey& key, const Tarsel::Ip6Prefix& prefix) {
+  Forget(key, prefix.GetAddress());
+  Tell(key, intent::DeleteIp6{prefix});
+}
+
+// The length is not part of an address's identity.
+void Interfaces::Forget(const InterfaceKey& key, const Tarsel::Ip6Addr& address) {
+  std::vector<Tarsel::Ip6Prefix>& prefixes = m_interfaces.at(key).ip6;
+  prefixes.erase(std::remove_if(prefixes.begin(), prefixes.end(),
+                                [&](const auto& prefix) { return prefix.GetAddress() == address; }),
+                 prefixes.end());
+}
+
+void Interfaces::BringBack() const {
+  for (const auto& [key, interface] : m_interfaces) {
+    for (const auto& step : intent::PlanNew(key, interface)) {
+      if (!step.IsForRouters()) {
+        Tell(key, step.action);
+      }
+    }
+  }
+  for (const auto& [vlan, name] : m_primaries) {
+    DcInterfaceMgr::GetInstance()->SetPrimaryInterface(vlan, name.c_str());
+  }
+}
+
+void Interfaces::AnnounceTo(unsigned short vlan) const {
+  const auto end = m_interfaces.end();
+  for (auto i = m_interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {
+    for (const auto& step : intent::PlanNew(i->first, i->second)) {
+      if (step.IsForRouters()) {
+        Tell(step.key, step.action);
+      }
+    }
+  }
+}
+
+std::optional<std::uint32_t> Interfaces::IndexOf(unsigned short vlan,
+                                                 const std::string& name) const {
+  const auto found = m_indexes.find({vlan, name});
+  return found == m_indexes.end() ? std::nullopt : std::optional(found->second);
+}
+
+bool Interfaces::IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const {
+  const auto found = m_interfaces.find({vlan, ifIndex});
+  return found != m_interfaces.end() && found->second.up;
+}
+
+}  // namespace apply

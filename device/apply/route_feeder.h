@@ -1,0 +1,30 @@
+// Carries out route plans.
+#ifndef DEVICE_APPLY_ROUTE_FEEDER_H
+#define DEVICE_APPLY_ROUTE_FEEDER_H
+
+#include <cstddef>
+#include <set>
+
+#include "device/intent/route_plan.h"
+
+namespace apply {
+
+/// Knows which routes have been asked of the library, and asks for the rest.
+class RouteFeeder {
+ public:
+  /// Makes `wanted` the routes of the device. The number of requests.
+  std::size_t Push(const intent::ResolvedRoutes& wanted);
+  /// Asks for the removal of all routes of these VLANs. The number of requests.
+  std::size_t RemoveVlans(const std::set<unsigned short>& vlans);
+  /// Nothing counts as asked for any more.
+  void Forget() { m_routes.clear(); }
+  /// Everything that is asked for.
+  const intent::ResolvedRoutes& GetRoutes() const { return m_routes; }
+
+ private:
+  intent::ResolvedRoutes m_routes;
+};
+
+}  // namespace apply
+
+#endif

@@ -1,0 +1,69 @@
+// Where console clients find the daemon: a socket in the file system.
+#ifndef DEVICE_CONSOLE_CONSOLE_SERVER_H
+#define DEVICE_CONSOLE_CONSOLE_SERVER_H
+
+#include <sys/types.h>
+
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "socket_session.h"
+
+namespace console {
+
+/// Any number of sessions at once up to a limit, each with its own VLAN and its own output.
+class ConsoleServer {
+ public:
+  struct Context {
+    const Dispatcher& dispatcher;  // borrowed
+    /// Each session waits for things to settle on its own.
+    std::function<std::unique_ptr<loop::SettledWait>()> makeSettle;
+    std::function<unsigned short()> defaultVlan;
+  };
+
+  static constexpr std::size_t MAX_SESSIONS = 64;
+
+  /// Takes the place `path`, also that of a daemon which is no more; only the daemon's user may
+  /// connect. Clients wait until Start(). Throws std::runtime_error when the place cannot be had.
+  ConsoleServer(uv_loop_s* loop, const std::string& path, Context context);
+  ConsoleServer(const ConsoleServer&) = delete;
+  ConsoleServer& operator=(const ConsoleServer&) = delete;
+  /// Hangs up on everybody and gives the place back, if it still has it.
+  ~ConsoleServer();
+
+  /// Serves clients from when things have settled.
+  void Start();
+
+ private:
+  struct Client {
+    std::unique_ptr<loop::SettledWait> settle;  // outlives the session
+    std::unique_ptr<SocketSession> session;
+    bool isGone = false;
+  };
+
+  using Identity = std::pair<dev_t, ino_t>;  // of a file, whatever it is called
+
+  static Identity FindIdentity(const std::string& path);
+  void Serve();
+  void Accept();
+  void Welcome(int fd);
+  void Sweep();
+
+  uv_loop_s* m_loop;
+  const std::string m_path;
+  const Context m_context;
+  program::OwnedDescriptor m_listener;
+  const Identity m_identity;
+  loop::Poll m_poll;
+  loop::Task m_sweep;
+  loop::Timer m_pause;
+  std::unique_ptr<loop::SettledWait> m_start;
+  std::list<Client> m_clients;
+};
+
+}  // namespace console
+
+#endif

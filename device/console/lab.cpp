@@ -1,0 +1,225 @@
+#include "lab.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "device/base/timer_loop.h"
+#include "device/documents/device_document.h"
+#include "device/program/options.h"
+#include "device/program/printable.h"
+#include "device/stack/stack_control.h"
+#include "vantacore/config_parser.h"
+
+namespace console {
+
+using program::Quote;
+using routing_stack::Answer;
+using routing_stack::RowType;
+
+/// A command that is being carried out.
+struct Lab::Call {
+  const Words& words;
+  unsigned short vlan;
+  LabReply reply;
+
+  void Refuse(const std::string& text) { reply.text = text + "\n"; }
+};
+
+struct Lab::Command {
+  const char* pattern;
+  const char* description;
+  void (Lab::*handler)(Call& call);
+};
+
+const Lab::Command Lab::COMMANDS[] = {
+    {"interface <name> up|down [vrf <vid>]", "An interface goes up or down", &Lab::Interface},
+    {"address add|change|delete <interface> <address>/<len> [vrf <vid>]",
+     "An interface's address comes, changes or goes", &Lab::Address},
+    {"join <interface> [vrf <vid>]", "A remote joins the network", &Lab::Join},
+    {"leave <interface> [vrf <vid>]", "A remote leaves it", &Lab::Join},
+    {"stack refuse|retry|never|twice|late "
+     "rtm|interface|address|route|redistribution|protocol <n> times",
+     "How the stack answers its next requests", &Lab::Answers},
+    {"stack hold|release", "The stack stands still, or goes on", &Lab::Hold},
+    {"stack restart", "The stack loses everything and is told again", &Lab::Restart},
+    {"tick fast|normal", "The length of a timer tick", &Lab::Tick},
+};
+
+namespace {
+
+constexpr unsigned int STATUS_REFUSED = 3;
+constexpr unsigned int STATUS_RETRY = 5;
+constexpr std::uint64_t LATE_MILLISECONDS = 500;
+constexpr unsigned int FAST_TICK_MICROSECONDS = 10;
+constexpr long MOST_TIMES = 1000000;
+
+const std::map<std::string, RowType> ROW_TYPES = {
+    {"rtm", RowType::kRtm},           {"interface", RowType::kInterface},
+    {"address", RowType::kAddress},   {"route", RowType::kRoute},
+    {"protocol", RowType::kProtocol}, {"redistribution", RowType::kRedistribution},
+};
+
+const std::map<std::string, Answer> ANSWERS = {
+    {"refuse", {Answer::kStatus, STATUS_REFUSED, 0}},
+    {"retry", {Answer::kStatus, STATUS_RETRY, 0}},
+    {"never", {Answer::kNever, 0, 0}},
+    {"twice", {Answer::kTwice, 0, 0}},
+    {"late", {Answer::kLate, 0, LATE_MILLISECONDS}},
+};
+
+}  // namespace
+
+Lab::Lab(routing_stack::Control& stack, apply::Interfaces& device, unsigned int tickMicroseconds,
+         std::function<void()> bringBack)
+    : m_stack(stack),
+      m_device(device),
+      m_tickMicroseconds(tickMicroseconds),
+      m_bringBack(std::move(bringBack)) {}
+
+LabReply Lab::Execute(const Words& words, unsigned short vlan) {
+  Call call{words, vlan, {}};
+  std::size_t fitting = 0;
+  for (const Command& command : COMMANDS) {
+    const Form form(command.pattern);
+    if (form.IsWhole(words)) {
+      if (!form.HasOptional(words) || ReadVlan(call)) {
+        (this->*command.handler)(call);
+      }
+      return call.reply;
+    }
+    fitting = std::max(fitting, form.CountFitting(words));
+  }
+  if (fitting < words.size() &&
+      !Following({words.begin(), words.begin() + static_cast<std::ptrdiff_t>(fitting)}).empty()) {
+    call.reply.unknownAt = fitting;
+    return call.reply;
+  }
+  for (const Command& command : COMMANDS) {
+    if (Form(command.pattern).CountFitting(words) == fitting) {
+      call.reply.text += std::string("Usage: lab ") + command.pattern + "\n";
+    }
+  }
+  return call.reply;
+}
+
+Words Lab::Following(const Words& before) {
+  Words following;
+  for (const Command& command : COMMANDS) {
+    const Form form(command.pattern);
+    if (form.CountFitting(before) == before.size()) {
+      for (const std::string& word : form.At(before.size())) {
+        if (std::find(following.begin(), following.end(), word) == following.end()) {
+          following.push_back(word);
+        }
+      }
+    }
+  }
+  return following;
+}
+
+std::string Lab::Help() {
+  std::string text;
+  for (const Command& command : COMMANDS) {
+    text += std::string("  lab ") + command.pattern + "\n      " + command.description + "\n";
+  }
+  return text;
+}
+
+// The last word, behind "vrf".
+bool Lab::ReadVlan(Call& call) const {
+  unsigned int number = 0;
+  if (!Tarsel::ParseNumber(&number, call.words.back().c_str()) || number > 65535) {
+    call.Refuse("Expected a VLAN id, found " + Quote(call.words.back()));
+    return false;
+  }
+  call.vlan = static_cast<unsigned short>(number);
+  return true;
+}
+
+bool Lab::FindInterface(Call& call, const std::string& name, documents::InterfaceKey& key) const {
+  const auto index = m_device.IndexOf(call.vlan, name);
+  if (!index) {
+    call.Refuse("VLAN " + std::to_string(call.vlan) + " has no interface " + Quote(name));
+    return false;
+  }
+  key = {call.vlan, *index};
+  return true;
+}
+
+void Lab::Interface(Call& call) {
+  documents::InterfaceKey key;
+  if (FindInterface(call, call.words[1], key)) {
+    m_device.SetStatus(key, call.words[2] == "up");
+    call.reply.hasChanged = true;
+  }
+}
+
+void Lab::Address(Call& call) {
+  const std::string& verb = call.words[1];
+  const std::string& text = call.words[3];
+  documents::Ip4Network network;
+  Tarsel::Ip6Prefix prefix;
+  const bool ip4 = documents::ReadPrefix(text, network);
+  if (!ip4 && !documents::ReadPrefix(text, prefix)) {
+    call.Refuse("Expected an address/length, found " + Quote(text));
+    return;
+  }
+  if (!ip4 && verb == "change") {
+    call.Refuse("An interface has any number of IPv6 addresses: add one and delete the other");
+    return;
+  }
+  documents::InterfaceKey key;
+  if (!FindInterface(call, call.words[2], key)) {
+    return;
+  }
+  if (verb == "change") {
+    m_device.ChangeAddress(key, network);
+  } else if (verb == "add") {
+    ip4 ? m_device.AddAddress(key, network) : m_device.AddAddress(key, prefix);
+  } else {
+    ip4 ? m_device.DeleteAddress(key, network) : m_device.DeleteAddress(key, prefix);
+  }
+  call.reply.hasChanged = true;
+}
+
+void Lab::Join(Call& call) {
+  documents::InterfaceKey key;
+  if (FindInterface(call, call.words[1], key)) {
+    m_device.SetJoined(key, call.words[0] == "join");
+    call.reply.hasChanged = true;
+  }
+}
+
+void Lab::Answers(Call& call) {
+  long times = 0;
+  if (!program::ReadNumber(call.words[3].c_str(), 1, MOST_TIMES, times)) {
+    call.Refuse("Expected a number from 1 to " + std::to_string(MOST_TIMES) + ", found " +
+                Quote(call.words[3]));
+    return;
+  }
+  m_stack.Script(ROW_TYPES.at(call.words[2]), ANSWERS.at(call.words[1]),
+                 static_cast<unsigned int>(times));
+}
+
+void Lab::Hold(Call& call) {
+  if (call.words[1] == "hold") {
+    m_stack.Hold();
+  } else {
+    m_stack.Release();
+    call.reply.hasChanged = true;
+  }
+}
+
+void Lab::Restart(Call& call) {
+  m_stack.Restart();
+  m_bringBack();
+  call.reply.hasChanged = true;
+}
+
+void Lab::Tick(Call& call) {
+  Tarsel::TimerLoop::SetTickMicroseconds(call.words[1] == "fast" ? FAST_TICK_MICROSECONDS
+                                                                 : m_tickMicroseconds);
+}
+
+}  // namespace console

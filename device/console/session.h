@@ -1,0 +1,89 @@
+// One operator at a console.
+#ifndef DEVICE_CONSOLE_SESSION_H
+#define DEVICE_CONSOLE_SESSION_H
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "device/loop/loop_handles.h"
+#include "device/loop/settled_wait.h"
+#include "device/program/exit_status.h"
+#include "dispatcher.h"
+
+namespace console {
+
+/// What every session needs; borrowed.
+struct SessionContext {
+  uv_loop_s* loop;
+  const Dispatcher& dispatcher;
+  loop::SettledWait& settle;
+  /// The session is over, with this exit status for the process.
+  std::function<void(int status)> leave;
+};
+
+/// Takes one line at a time: the next one when the command is over, its output is written and, if it
+/// changed something, things have settled.
+class Session {
+ public:
+  Session(const SessionContext& context, unsigned short vlan);
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+  /// A walk that is still going on loses its output.
+  virtual ~Session();
+
+  virtual void Start() = 0;
+  /// The operator wants the running command to stop. False when there is none, or nobody to ask.
+  virtual bool StopCommand() { return false; }
+
+ protected:
+  virtual void Write(const std::string& text) = 0;
+  /// The output so far is complete; or this session is about to log something, perhaps on the same
+  /// terminal.
+  virtual void Flush() = 0;
+  /// The next line may come.
+  virtual void Ready() = 0;
+  /// Whether the operator sees what the daemon logs.
+  virtual bool SeesLog() const { return true; }
+  /// The process's exit status when the operator leaves. 0 unless a session overrides it: who types
+  /// commands has seen what went wrong.
+  virtual int GetExitStatus() const { return program::EXIT_DONE; }
+
+  /// Carries out a line. What a command throws is printed, and counts as a refusal; but for a lack of
+  /// memory, which is passed on.
+  void Execute(const std::string& line);
+  /// Waits until things have settled, or some seconds, and takes the next line then.
+  void SettleThenReady();
+  /// No line is taken afterwards.
+  void Leave(int status);
+  uv_loop_s* GetLoop() const { return m_context.loop; }
+  unsigned short GetVlan() const { return m_vlan; }
+  /// A command that is still going on loses its output and is over for this session; one whose effect
+  /// is waited for is over without it. False when none is.
+  bool Interrupt();
+  /// What became of the last line.
+  const Reply& GetReply() const { return m_reply; }
+  bool WasRefused() const { return m_reply.isRefused || (m_invocation && m_invocation->isRefused); }
+  bool HasSettled() const { return m_hasSettled; }
+  bool HadUnknownWord() const { return m_hadUnknownWord; }
+
+ private:
+  void Over();
+  void BecomeReady();
+  void Detach();
+
+  const SessionContext m_context;
+  unsigned short m_vlan;
+  loop::Task m_wake;
+  std::shared_ptr<RunningCommand> m_invocation;
+  Reply m_reply;
+  bool m_hadUnknownWord = false;
+  bool m_hasSettled = true;
+  bool m_isBusy = false;       // a line is being carried out, or its effect waited for
+  bool m_isImpatient = false;  // the operator has interrupted the line
+  bool m_hasLeft = false;
+};
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,175 @@
+// States. Running: a command has begun, and its reply has not been given. Draining: it has, but not
+// all of it has gone out. Idle: neither, the next command may be taken. Whatever happens ends in
+// GoOn(), which sends, takes what may be taken, and watches the socket for what is missing.
+//
+// Write() is called from the depth of the library, so it only queues and sends: that the reader has
+// gone is found out by the loop.
+#include "socket_session.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+#include <uv.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace console {
+
+namespace {
+
+constexpr const char* USAGE = "Usage: ";
+constexpr std::size_t USAGE_SIZE = 7;
+// Commands that a client sends ahead wait in the socket beyond this.
+constexpr std::size_t READ_AHEAD = 16 * 1024;
+constexpr std::size_t SEND_AT_ONCE_FROM = 64 * 1024;
+
+}  // namespace
+
+SocketSession::SocketSession(const SessionContext& context, unsigned short vlan, int fd,
+                             std::function<void()> gone)
+    : Session({context.loop, context.dispatcher, context.settle,
+               [this](int) {
+                 Finish(GetCode(), true);
+                 GoOn();
+               }},
+              vlan),
+      m_socket(fd),
+      m_poll(context.loop, fd),
+      m_gone(std::move(gone)) {}
+
+void SocketSession::Start() { Ready(); }
+
+void SocketSession::Ready() {
+  const wire::Code code = GetCode();
+  if (code == wire::Code::TIMED_OUT) {
+    m_queue.Add("The command stands; its requests are still under way\n");
+  }
+  Finish(code, false);
+  GoOn();
+}
+
+void SocketSession::Write(const std::string& text) {
+  if (m_begin.size() < USAGE_SIZE) {
+    m_begin += text.substr(0, USAGE_SIZE);
+  }
+  m_queue.Add(text);
+  if (m_queue.CountWaiting() > SEND_AT_ONCE_FROM) {
+    m_queue.Send(m_socket.Get());
+  }
+  Watch();
+}
+
+// The library's handlers return nothing, so only what they print tells that they took no word.
+wire::Code SocketSession::GetCode() const {
+  if (GetReply().isUnknown || m_begin.compare(0, USAGE_SIZE, USAGE) == 0) {
+    return wire::Code::USAGE;
+  }
+  if (WasRefused()) {
+    return wire::Code::REFUSED;
+  }
+  return HasSettled() ? wire::Code::DONE : wire::Code::TIMED_OUT;
+}
+
+void SocketSession::Finish(wire::Code code, bool isLast) {
+  m_lastReply = wire::EncodeReply(code, GetVlan(), isLast);
+  m_queue.AddReply(m_lastReply);
+  m_isRunning = false;
+  m_isLast = isLast;
+}
+
+void SocketSession::OnEvents(int events) {
+  if (events < 0 || ((events & UV_READABLE) && !Receive())) {
+    HangUp();
+  } else {
+    GoOn();
+  }
+}
+
+bool SocketSession::Receive() {
+  char bytes[4096];
+  const ssize_t count = recv(m_socket.Get(), bytes, sizeof bytes, MSG_DONTWAIT);
+  if (count > 0) {
+    m_decoder.Feed(bytes, static_cast<std::size_t>(count));
+  }
+  return count > 0 || (count < 0 && (errno == EAGAIN || errno == EINTR));
+}
+
+void SocketSession::GoOn() {
+  if (m_isGone) {
+    return;
+  }
+  if (!m_queue.Send(m_socket.Get()) || (m_isLast && m_queue.IsEmpty())) {
+    HangUp();
+    return;
+  }
+  TakeMessages();
+  Watch();
+}
+
+void SocketSession::TakeMessages() {
+  for (;;) {
+    if (!m_next) {
+      m_next = m_decoder.Next();
+    }
+    if (!m_next || (m_next->kind != wire::Message::INTERRUPT && !IsIdle())) {
+      break;
+    }
+    Take(*std::exchange(m_next, std::nullopt));
+  }
+  if (!m_next && m_decoder.IsBroken() && IsIdle()) {
+    m_queue.Add("That is no message of a console client\n");
+    Finish(wire::Code::REFUSED, true);
+  }
+}
+
+void SocketSession::Take(const wire::Message& message) {
+  if (message.kind == wire::Message::INTERRUPT) {
+    StopPrinting();
+    return;
+  }
+  if (message.kind == wire::Message::COMPLETION) {
+    Complete(message.text);
+    return;
+  }
+  if (message.kind != wire::Message::COMMAND) {
+    return;  // clients have nothing to print here
+  }
+  m_isRunning = true;
+  m_begin.clear();
+  Execute(message.text);
+}
+
+void SocketSession::Complete(const std::string& begun) {
+  for (const std::string& match : Dispatcher::Complete(begun)) {
+    m_queue.Add(match + "\n");
+  }
+  Finish(wire::Code::DONE, false);
+}
+
+// All that waits is this command's. A reply of which a part has gone out is on its way anyway.
+void SocketSession::StopPrinting() {
+  if (m_isRunning) {
+    m_queue.Drop();
+    Interrupt();
+  } else if (m_queue.CountWaiting() > m_lastReply.size()) {
+    m_queue.Drop();
+    m_queue.AddReply(m_lastReply);
+  }
+}
+
+void SocketSession::Watch() {
+  const int events = (m_decoder.CountWaiting() < READ_AHEAD ? UV_READABLE : 0) |
+                     (m_queue.IsEmpty() ? 0 : UV_WRITABLE);
+  if (!m_isGone && events != m_watched) {
+    m_watched = events;
+    m_poll.Start(events, [this](int come) { OnEvents(come); });
+  }
+}
+
+void SocketSession::HangUp() {
+  m_isGone = true;
+  m_poll.Start(0, {});
+  m_gone();
+}
+
+}  // namespace console

@@ -1,0 +1,62 @@
+// A session whose operator is at the other end of a socket.
+#ifndef DEVICE_CONSOLE_SOCKET_SESSION_H
+#define DEVICE_CONSOLE_SOCKET_SESSION_H
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "device/program/owned_descriptor.h"
+#include "device/wire/wire.h"
+#include "output_queue.h"
+#include "session.h"
+
+namespace console {
+
+/// Speaks device/wire/wire.h. A command is taken when the output of the last one and its reply have
+/// gone out, so a client that reads nothing costs no more than one command's output.
+class SocketSession : public Session {
+ public:
+  /// Owns `fd`. `gone` is told once, from inside the session, that nobody is at the other end any
+  /// more: the session is to be deleted later. The context's own `leave` is not used.
+  SocketSession(const SessionContext& context, unsigned short vlan, int fd,
+                std::function<void()> gone);
+  void Start() override;
+
+ protected:
+  void Write(const std::string& text) override;
+  void Flush() override {}
+  bool SeesLog() const override { return false; }
+  void Ready() override;
+
+ private:
+  bool IsIdle() const { return !m_isRunning && !m_isLast && m_queue.IsEmpty(); }
+  wire::Code GetCode() const;
+  void Finish(wire::Code code, bool isLast);
+  void OnEvents(int events);
+  bool Receive();
+  void GoOn();
+  void TakeMessages();
+  void Take(const wire::Message& message);
+  void Complete(const std::string& begun);
+  void StopPrinting();
+  void Watch();
+  void HangUp();
+
+  program::OwnedDescriptor m_socket;
+  loop::Poll m_poll;
+  std::function<void()> m_gone;
+  wire::Decoder m_decoder;
+  std::optional<wire::Message> m_next;  // a command that has to wait
+  OutputQueue m_queue;
+  std::string m_begin;  // of the running command's output, to tell a usage text
+  std::string m_lastReply;
+  int m_watched = 0;
+  bool m_isRunning = false;
+  bool m_isLast = false;  // the last reply has been given: hang up when it has gone out
+  bool m_isGone = false;
+};
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,193 @@
+#include "terminal_session.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <uv.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+
+namespace console {
+
+namespace {
+
+constexpr unsigned PROGRESS_MILLISECONDS = 1000;
+constexpr std::size_t PRINT_AT_ONCE_FROM = 4096;
+const char ERASE_LINE[] = "\r\033[K";
+
+// Opened a second time, since non-blocking mode would reach everybody who shares standard output.
+int OpenScreen() {
+  std::array<char, PATH_MAX> name;
+  return ttyname_r(STDOUT_FILENO, name.data(), name.size()) == 0
+             ? open(name.data(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)
+             : -1;
+}
+
+}  // namespace
+
+TerminalSession::TerminalSession(const SessionContext& context, unsigned short vlan)
+    : Session(context, vlan),
+      m_editor([](const std::string& begun) { return Dispatcher::Complete(begun); }),
+      m_screen(OpenScreen()),
+      m_next(context.loop),
+      m_progress(context.loop),
+      m_resized(context.loop, SIGWINCH, [this] { Resize(); }) {}
+
+TerminalSession::~TerminalSession() {
+  HideProgress();
+  HidePrompt();
+  m_isPromptDue = false;
+  Drain();
+}
+
+void TerminalSession::Start() { Ready(); }
+
+bool TerminalSession::StopCommand() {
+  DropWaiting();
+  if (m_isPromptDue) {
+    Prompt();
+    return true;
+  }
+  return Interrupt();
+}
+
+void TerminalSession::Write(const std::string& text) {
+  HideProgress();
+  Print(text);
+  m_isAtLineStart = text.empty() ? m_isAtLineStart : text.back() == '\n';
+}
+
+void TerminalSession::Flush() {
+  HideProgress();
+  Drain();
+}
+
+void TerminalSession::Print(const std::string& text) {
+  if (m_screen.Get() < 0) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return;
+  }
+  // While the loop watches the terminal there is no use in trying.
+  const bool isStopped = m_waiting.size() > PRINT_AT_ONCE_FROM;
+  m_waiting += text;
+  if (!isStopped && m_waiting.size() > PRINT_AT_ONCE_FROM) {
+    Drain();
+  }
+}
+
+void TerminalSession::Drain() {
+  if (m_screen.Get() >= 0) {
+    ShowWaiting();
+  } else {
+    std::fflush(stdout);
+  }
+  if (m_isPromptDue && m_waiting.empty()) {
+    Prompt();
+  }
+}
+
+// A terminal that has gone takes nothing; the session ends when it is read.
+void TerminalSession::ShowWaiting() {
+  ssize_t count = 1;
+  while (m_shown < m_waiting.size() && (count > 0 || errno == EINTR)) {
+    count = write(m_screen.Get(), m_waiting.data() + m_shown, m_waiting.size() - m_shown);
+    m_shown += count > 0 ? static_cast<std::size_t>(count) : 0;
+  }
+  const bool isStopped = m_shown < m_waiting.size() && errno == EAGAIN;
+  if (!isStopped) {
+    DropWaiting();
+  }
+  if (isStopped && !m_drain) {
+    m_drain = std::make_unique<loop::Poll>(GetLoop(), m_screen.Get());
+  }
+  if (m_drain) {
+    m_drain->Start(isStopped ? UV_WRITABLE : 0, [this](int) { Drain(); });
+  }
+}
+
+void TerminalSession::DropWaiting() {
+  m_waiting.clear();
+  m_shown = 0;
+}
+
+void TerminalSession::ShowProgress() {
+  ++m_seconds;
+  if (m_isAtLineStart && m_waiting.empty()) {
+    Print(ERASE_LINE + ("working for " + std::to_string(m_seconds)) +
+          " s; Ctrl-C stops the output");
+    Drain();
+    m_isShowingProgress = true;
+  }
+  m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
+}
+
+void TerminalSession::HideProgress() {
+  if (m_isShowingProgress) {
+    Print(ERASE_LINE);
+    m_isShowingProgress = false;
+  }
+}
+
+void TerminalSession::Ready() {
+  m_progress.Stop();
+  HideProgress();
+  m_isPromptDue = true;
+  Drain();
+}
+
+void TerminalSession::Prompt() {
+  m_isPromptDue = false;
+  m_prompt = "vantacore[" + std::to_string(GetVlan()) + "]> ";
+  m_isPrompting = true;
+  // Not at once: lines that were pasted would be carried out one inside the other.
+  m_next.Post([this] { Edit(); });
+}
+
+void TerminalSession::Edit() {
+  if (!m_isPrompting) {
+    return;
+  }
+  std::string line;
+  switch (m_editor.Advance(m_prompt, line)) {
+    case editor::Step::WAIT:
+      Await();
+      break;
+    case editor::Step::LINE:
+      HidePrompt();
+      m_seconds = 0;
+      m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
+      Execute(line);
+      break;
+    case editor::Step::END:
+      HidePrompt();
+      Leave(GetExitStatus());
+      break;
+  }
+}
+
+void TerminalSession::Await() {
+  if (!m_input) {
+    m_input = std::make_unique<loop::Poll>(GetLoop(), m_editor.GetDescriptor());
+  }
+  m_input->Start(m_editor.IsWriting() ? UV_WRITABLE : UV_READABLE, [this](int) { Edit(); });
+}
+
+void TerminalSession::Resize() {
+  m_editor.Resized();
+  Edit();
+}
+
+void TerminalSession::HidePrompt() {
+  if (m_isPrompting) {
+    m_isPrompting = false;
+    if (m_input) {
+      m_input->Start(0, {});
+    }
+    m_editor.GiveBack();
+  }
+}
+
+}  // namespace console

@@ -1,0 +1,64 @@
+// A session on the terminal: a prompt with line editing, history and completion.
+#ifndef DEVICE_CONSOLE_TERMINAL_SESSION_H
+#define DEVICE_CONSOLE_TERMINAL_SESSION_H
+
+#include <memory>
+#include <string>
+
+#include "device/editor/line_editor.h"
+#include "device/program/owned_descriptor.h"
+#include "session.h"
+
+namespace console {
+
+/// There is one at most, as there is one terminal. A command that has been silent for a second shows
+/// for how long it has been going on. Output that the terminal does not take, since it has been stopped
+/// or nobody reads it, waits here, and the prompt behind it.
+class TerminalSession : public Session {
+ public:
+  TerminalSession(const SessionContext& context, unsigned short vlan);
+  /// Gives the terminal back as it was.
+  ~TerminalSession() override;
+
+  void Start() override;
+  bool StopCommand() override;
+
+ protected:
+  void Write(const std::string& text) override;
+  void Flush() override;
+  void Ready() override;
+
+ private:
+  void Print(const std::string& text);
+  void Drain();
+  void ShowWaiting();
+  void DropWaiting();
+  void Prompt();
+  void Edit();
+  void Await();
+  void Resize();
+  void HidePrompt();
+  void ShowProgress();
+  void HideProgress();
+
+  editor::LineEditor m_editor;
+  std::string m_prompt;
+  const program::OwnedDescriptor
+      m_screen;             // what standard output shows, opened anew to write without waiting
+  std::string m_waiting;    // output on its way there, one command's at most
+  std::size_t m_shown = 0;  // how many bytes of m_waiting the terminal has taken
+  std::unique_ptr<loop::Poll> m_drain;
+  std::unique_ptr<loop::Poll> m_input;
+  loop::Task m_next;
+  loop::Timer m_progress;
+  loop::Signal m_resized;
+  unsigned m_seconds = 0;
+  bool m_isPromptDue = false;  // behind what is waiting
+  bool m_isPrompting = false;
+  bool m_isShowingProgress = false;
+  bool m_isAtLineStart = true;
+};
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,25 @@
+// The daemon's command line.
+#ifndef DEVICE_DAEMON_COMMAND_LINE_H
+#define DEVICE_DAEMON_COMMAND_LINE_H
+
+#include <optional>
+#include <string>
+
+#include "device/program/options.h"
+
+namespace vantacored {
+
+struct CommandLine {
+  std::string configDirectory;
+  std::string socketPath;  // empty: none
+  int logLevel = 1;
+  bool isDaemon = false;
+  unsigned tickMicroseconds = 1000;
+};
+
+/// Fills `line`, or answers how the process is to end.
+std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLine& line);
+
+}  // namespace vantacored
+
+#endif

@@ -1,0 +1,167 @@
+// Life of the device.
+//
+// The library and the stack live on one thread, the event loop's. Everything that the host owns is a
+// member of the daemon, in the order in which one part needs another; the library's managers are
+// created on first use and stay until the process ends, so they must not be called once the parts go.
+//
+// Start-up follows the order that the library asks for: the router manager, its initialisation, which
+// starts the stack, the descriptors, the interfaces, the documents, the routes, and then the loop.
+// Requests that are made before the loop runs wait: the stack answers from its scheduler only.
+#include "daemon.h"
+
+#include <unistd.h>
+#include <uv.h>
+
+#include <csignal>
+
+#include "asker_log.h"
+#include "device/base/trace_control.h"
+#include "device/console/batch_session.h"
+#include "device/console/terminal_session.h"
+#include "device/stack/facts.h"
+#include "tarsel/trace.h"
+#include "vantacore/dc_router_mgr.h"
+
+namespace vantacored {
+
+namespace {
+
+// Shown by default, like the library's own lines about configuration that cannot be used.
+void Log(const std::string& line) { Tarsel::TRACE("%s\n", line.c_str()); }
+
+constexpr std::uint64_t SCHEDULER_PERIOD_TICKS = 100;
+constexpr std::uint64_t QUIET_PERIODS = 3;
+
+std::uint64_t NowMilliseconds() { return uv_hrtime() / 1000000; }
+
+}  // namespace
+
+Daemon::Daemon(const CommandLine& line)
+    : m_line(line),
+      m_timers(m_loop.Get()),
+      m_stack(NowMilliseconds),
+      m_descriptors(m_loop.Get()),
+      m_folder(line.configDirectory, Log),
+      m_answers(m_loop.Get(), RequestActivity()),
+      m_reloader(m_folder, m_interfaces, m_answers,
+                 {Log, HearWhile, [this] { m_afterReload.Post([this] { TellLongestTurn(); }); }}),
+      m_settled(m_loop.Get(), AllActivity()),
+      m_lab(m_stack.GetControl(), m_interfaces, line.tickMicroseconds, [this] { BringBack(); }),
+      m_dispatcher([this](program::Report asker) { m_reloader.Reload(std::move(asker)); }, m_lab),
+      m_reload(m_loop.Get()),
+      m_afterReload(m_loop.Get()) {}
+
+Daemon::~Daemon() = default;
+
+int Daemon::Run() {
+  if (access((m_line.configDirectory + "/").c_str(), R_OK | X_OK) != 0) {
+    std::perror(m_line.configDirectory.c_str());
+    return program::EXIT_FAILED;
+  }
+  WatchSignals();
+  if (!m_line.socketPath.empty()) {
+    m_server = OpenSocket();
+  }
+  StartUp();
+  if (m_server) {
+    m_server->Start();
+  }
+  if (!m_line.isDaemon) {
+    StartSession();
+  }
+  uv_run(m_loop.Get(), UV_RUN_DEFAULT);
+  m_session.reset();
+  m_server.reset();
+  return m_status;
+}
+
+void Daemon::StartUp() {
+  Tarsel::SetTraceLevel(m_line.logLevel);
+  Tarsel::TimerLoop::SetTickMicroseconds(m_line.tickMicroseconds);
+  Tarsel::TimerLoop::SetCurrent(&m_timers);
+  m_stack.MakeCurrent();
+
+  m_reloader.Read();
+  Tarsel::DcRouterMgr* manager = Tarsel::DcRouterMgr::GetInstance();
+  manager->Initialize(m_reloader.GetIntent().device.defaultVlan, &m_interfaces);
+  manager->SckInterfaceInitialize(&m_descriptors);
+  m_reloader.Start();
+}
+
+// Before anything that takes its time: a signal that comes meanwhile waits for the loop.
+void Daemon::WatchSignals() {
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that has gone is an error of that write
+  const auto watch = [this](int number, std::function<void()> callback) {
+    m_signals.push_back(std::make_unique<loop::Signal>(m_loop.Get(), number, std::move(callback)));
+  };
+  watch(SIGINT, [this] {
+    if (!m_session || !m_session->StopCommand()) {
+      Stop(program::EXIT_DONE);
+    }
+  });
+  watch(SIGTERM, [this] { Stop(program::EXIT_DONE); });
+  if (m_line.isDaemon) {  // however many have come in one turn ask for one reload
+    watch(SIGHUP, [this] { m_reload.Post([this] { m_reloader.Reload(); }); });
+  } else if (isatty(STDIN_FILENO)) {  // whose terminal goes
+    watch(SIGHUP, [this] { Stop(program::EXIT_DONE); });
+  }
+}
+
+void Daemon::StartSession() {
+  const console::SessionContext context{m_loop.Get(), m_dispatcher, m_settled,
+                                        [this](int status) { Stop(status); }};
+  const unsigned short vlan = m_reloader.GetIntent().device.defaultVlan;
+  if (isatty(STDIN_FILENO)) {
+    m_session = std::make_unique<console::TerminalSession>(context, vlan);
+  } else {
+    m_session = std::make_unique<console::BatchSession>(context, vlan);
+  }
+  m_session->Start();
+}
+
+std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket() {
+  console::ConsoleServer::Context context{
+      m_dispatcher,
+      [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), AllActivity()); },
+      [this] { return m_reloader.GetIntent().device.defaultVlan; }};
+  return std::make_unique<console::ConsoleServer>(m_loop.Get(), m_line.socketPath,
+                                                  std::move(context));
+}
+
+// The stack has nothing to do and is not asked for a row during three periods of the library's
+// scheduler, which sends some requests in each.
+loop::Activity Daemon::RequestActivity() {
+  return {[this] { return m_stack.GetFacts().CountRequests(); },
+          [this] { return !m_stack.IsIdle(); },
+          [] {
+            return QUIET_PERIODS * SCHEDULER_PERIOD_TICKS *
+                   Tarsel::TimerLoop::GetTickMicroseconds() / 1000;
+          }};
+}
+
+loop::Activity Daemon::AllActivity() {
+  loop::Activity activity = RequestActivity();
+  activity.isUnderWay = [this, requests = activity.isUnderWay] {
+    return requests() || m_reloader.IsBusy();
+  };
+  return activity;
+}
+
+// For a stack that has been restarted.
+void Daemon::BringBack() {
+  m_descriptors.Clear();
+  m_reloader.BringBack();
+}
+
+// From the loop's next turn on, so that the reload's own turn counts.
+void Daemon::TellLongestTurn() {
+  Tarsel::TRACE(5, "The longest turn of the event loop took %llu us of processor time\n",
+                static_cast<unsigned long long>(m_loop.TakeLongestTurn()));
+}
+
+void Daemon::Stop(int status) {
+  m_status = status;
+  uv_stop(m_loop.Get());
+}
+
+}  // namespace vantacored

@@ -1,0 +1,67 @@
+// Everything of the daemon, put together.
+#ifndef DEVICE_DAEMON_DAEMON_H
+#define DEVICE_DAEMON_DAEMON_H
+
+#include <memory>
+#include <vector>
+
+#include "command_line.h"
+#include "device/apply/interfaces.h"
+#include "device/apply/reloader.h"
+#include "device/base/timer_loop.h"
+#include "device/console/console_server.h"
+#include "device/console/dispatcher.h"
+#include "device/console/lab.h"
+#include "device/console/session.h"
+#include "device/documents/config_folder.h"
+#include "device/loop/loop.h"
+#include "device/loop/settled_wait.h"
+#include "device/stack/routing_stack.h"
+#include "stack_descriptors.h"
+
+namespace vantacored {
+
+/// One device in one process: there is one daemon, and it is made once, since the library's managers
+/// are never destroyed.
+class Daemon {
+ public:
+  explicit Daemon(const CommandLine& line);
+  ~Daemon();
+
+  /// Starts everything up and runs until the operator leaves or a signal comes. The exit status.
+  int Run();
+
+ private:
+  void StartUp();
+  void WatchSignals();
+  void StartSession();
+  std::unique_ptr<console::ConsoleServer> OpenSocket();
+  loop::Activity RequestActivity();
+  loop::Activity AllActivity();
+  void BringBack();
+  void TellLongestTurn();
+  void Stop(int status);
+
+  const CommandLine m_line;
+  loop::Loop m_loop;
+  Tarsel::UvLoop m_timers;
+  routing_stack::RoutingStack m_stack;
+  apply::Interfaces m_interfaces;
+  StackDescriptors m_descriptors;
+  documents::ConfigFolder m_folder;
+  loop::SettledWait m_answers;  // the reloader's
+  apply::Reloader m_reloader;
+  loop::SettledWait m_settled;  // the session's
+  console::Lab m_lab;
+  console::Dispatcher m_dispatcher;
+  std::unique_ptr<console::Session> m_session;
+  std::unique_ptr<console::ConsoleServer> m_server;
+  std::vector<std::unique_ptr<loop::Signal>> m_signals;
+  loop::Task m_reload;
+  loop::Task m_afterReload;
+  int m_status = program::EXIT_DONE;
+};
+
+}  // namespace vantacored
+
+#endif

@@ -1,0 +1,66 @@
+// What a device document says, as plain data.
+#ifndef DEVICE_DOCUMENTS_DEVICE_H
+#define DEVICE_DOCUMENTS_DEVICE_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "place.h"
+#include "tarsel/address.h"
+
+namespace documents {
+
+/// VLAN and interface index.
+using InterfaceKey = std::pair<unsigned short, std::uint32_t>;
+
+struct Ip4Network {
+  Tarsel::Ip4Addr address;
+  Tarsel::Ip4Addr mask;
+
+  friend bool operator==(const Ip4Network& a, const Ip4Network& b) {
+    return a.address == b.address && a.mask == b.mask;
+  }
+  friend bool operator!=(const Ip4Network& a, const Ip4Network& b) { return !(a == b); }
+};
+
+/// An order for sets of prefixes: by address, then by length.
+struct Ip6PrefixOrder {
+  bool operator()(const Tarsel::Ip6Prefix& a, const Tarsel::Ip6Prefix& b) const;
+};
+
+struct Interface {
+  std::string name;
+  std::uint32_t flags = 0;  // DcInterfaceMgr::AddInterface's bits
+  std::uint32_t mtu = 1500;
+  bool up = true;
+  bool joined = false;  // a remote has joined on it
+  std::optional<Ip4Network> ip4;
+  std::vector<Tarsel::Ip6Prefix> ip6;  // each with its host bits, no address twice
+};
+
+using Interfaces = std::map<InterfaceKey, Interface>;
+
+/// Where an interface and its addresses stand: the i-th IPv6 address is the element `ip6[i]` of the
+/// member "ipv6".
+struct InterfaceOrigin {
+  Place place;
+  std::vector<std::uint32_t> ip6;
+
+  Place Ip4() const { return place.Member("ipv4"); }
+  Place Ip6(std::size_t i) const { return place.Member("ipv6").Element(ip6.at(i)); }
+};
+
+struct Device {
+  unsigned short defaultVlan = 1;
+  Interfaces interfaces;
+  std::map<InterfaceKey, InterfaceOrigin> origins;  // of each interface
+  std::map<unsigned short, std::string> primaries;  // by VLAN
+};
+
+}  // namespace documents
+
+#endif

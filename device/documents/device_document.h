@@ -1,0 +1,35 @@
+// The device document: what the machine around the library looks like.
+//
+//   { "default_vlan": 10,
+//     "interfaces": [
+//       { "name": "eth0", "vlan": 10, "index": 3, "flags": ["broadcast", "multicast"], "mtu": 1500,
+//         "up": true, "joined": false, "ipv4": "10.1.0.1/16", "ipv6": ["2001:db8:1::1/64"] } ],
+//     "primary_interfaces": { "10": "eth0" } }
+//
+// "name", "vlan" and "index" are required. An interface is up and has an MTU of 1500 unless the
+// document says otherwise; "joined" says that a remote has joined on it. It has one IPv4 address,
+// as in the library, and any number of IPv6 ones.
+#ifndef DEVICE_DOCUMENTS_DEVICE_DOCUMENT_H
+#define DEVICE_DOCUMENTS_DEVICE_DOCUMENT_H
+
+#include <json/value.h>
+
+#include <string>
+
+#include "device.h"
+#include "device/program/report.h"
+
+namespace documents {
+
+/// Reads "ADDRESS/LENGTH". False for any other text; the result may have been changed then.
+bool ReadPrefix(const std::string& text, Ip4Network& network);
+bool ReadPrefix(const std::string& text, Tarsel::Ip6Prefix& prefix);
+
+/// Reads the document. What cannot be used is reported and left out: a member that may be absent by
+/// itself, an interface without its required members as a whole.
+Device ReadDeviceDocument(const Json::Value& document, const std::string& file,
+                          const program::Report& report);
+
+}  // namespace documents
+
+#endif

@@ -1,0 +1,72 @@
+#include "redistribution_plan.h"
+
+#include <iterator>
+
+namespace intent {
+
+using Tarsel::DcRouterMgr;
+using Tarsel::RedistributionProfile;
+
+namespace {
+
+// BGP carries both families in one router.
+struct Protocol {
+  std::uint32_t code;
+  bool ip6;
+  DcRouterMgr::ProtocolType router;
+};
+
+constexpr Protocol DESTINATIONS[] = {
+    {CODE_RIP, false, DcRouterMgr::PROTOCOL_RIPV2},
+    {CODE_OSPF, false, DcRouterMgr::PROTOCOL_OSPFV2},
+    {CODE_BGP, false, DcRouterMgr::PROTOCOL_BGP},
+    {CODE_RIP, true, DcRouterMgr::PROTOCOL_RIPNG},
+    {CODE_OSPF, true, DcRouterMgr::PROTOCOL_OSPFV3},
+    {CODE_BGP, true, DcRouterMgr::PROTOCOL_BGP},
+};
+
+// In the order of SOURCE_CODES.
+Sources SourcesOf(const RedistributionProfile& profile) {
+  const bool flags[] = {profile.static_, profile.connected, profile.rip, profile.ospf, profile.bgp};
+  Sources sources = 0;
+  for (unsigned int i = 0; i < std::size(flags); ++i) {
+    sources |= flags[i] ? 1u << i : 0;
+  }
+  return sources;
+}
+
+Sources Without(Sources sources, std::uint32_t code) {
+  for (unsigned int i = 0; i < std::size(SOURCE_CODES); ++i) {
+    sources &= SOURCE_CODES[i] == code ? ~(1u << i) : ~0u;
+  }
+  return sources;
+}
+
+}  // namespace
+
+DcRouterMgr::ProtocolType RouterTypeOf(const Destination& destination) {
+  for (const Protocol& protocol : DESTINATIONS) {
+    if (protocol.code == destination.code && protocol.ip6 == destination.ip6) {
+      return protocol.router;
+    }
+  }
+  return DcRouterMgr::PROTOCOL_BGP;
+}
+
+Rules PlanRules(const documents::Profiles& profiles, const documents::ProtocolSets& enabled) {
+  Rules rules;
+  for (const auto& [vlan, profile] : profiles) {
+    const Sources sources = SourcesOf(profile.sources);
+    const auto protocols = enabled.find(vlan);
+    for (const Protocol& protocol : DESTINATIONS) {
+      const Sources others = Without(sources, protocol.code);
+      if (others != 0 && protocols != enabled.end() &&
+          (protocols->second & 1u << protocol.router) != 0) {
+        rules.emplace(Destination{vlan, protocol.ip6, protocol.code}, others);
+      }
+    }
+  }
+  return rules;
+}
+
+}  // namespace intent

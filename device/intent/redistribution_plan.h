@@ -1,0 +1,53 @@
+// Which redistribution rules the configuration asks for.
+#ifndef DEVICE_INTENT_REDISTRIBUTION_PLAN_H
+#define DEVICE_INTENT_REDISTRIBUTION_PLAN_H
+
+#include <cstdint>
+#include <map>
+#include <tuple>
+
+#include "device/documents/redistribution_reader.h"
+#include "vantacore/cfg_items.h"
+#include "vantacore/dc_router_mgr.h"
+
+namespace intent {
+
+/// A protocol that routes can be handed to. `code` is the stack's.
+struct Destination {
+  unsigned short vlan;
+  bool ip6;
+  std::uint32_t code;
+
+  friend bool operator<(const Destination& a, const Destination& b) {
+    return std::tie(a.vlan, a.ip6, a.code) < std::tie(b.vlan, b.ip6, b.code);
+  }
+  friend bool operator==(const Destination& a, const Destination& b) {
+    return std::tie(a.vlan, a.ip6, a.code) == std::tie(b.vlan, b.ip6, b.code);
+  }
+};
+
+// The stack's codes of the protocols.
+constexpr std::uint32_t CODE_CONNECTED = 0x20000;
+constexpr std::uint32_t CODE_STATIC = Tarsel::PATH_TYPE_STATIC;
+constexpr std::uint32_t CODE_RIP = Tarsel::PROTOCOL_CODE_RIP;
+constexpr std::uint32_t CODE_OSPF = Tarsel::PROTOCOL_CODE_OSPF;
+constexpr std::uint32_t CODE_BGP = 0xE0000;
+
+/// A set of sources: bit n stands for SOURCE_CODES[n].
+using Sources = unsigned int;
+constexpr std::uint32_t SOURCE_CODES[] = {CODE_STATIC, CODE_CONNECTED, CODE_RIP, CODE_OSPF,
+                                          CODE_BGP};
+
+/// The sources of each destination; destinations without any are not in it.
+using Rules = std::map<Destination, Sources>;
+
+/// The router that answers for a destination.
+Tarsel::DcRouterMgr::ProtocolType RouterTypeOf(const Destination& destination);
+
+/// Both families of each VLAN with a profile: whatever the profile hands on goes to every enabled
+/// protocol, but no protocol's routes to itself.
+Rules PlanRules(const documents::Profiles& profiles, const documents::ProtocolSets& enabled);
+
+}  // namespace intent
+
+#endif

@@ -1,0 +1,56 @@
+// libuv calls a prepare handle each time before it waits for events: there a turn ends and the next one
+// begins. Waiting itself takes no processor time.
+#include "loop.h"
+
+#include <uv.h>
+
+#include <algorithm>
+#include <ctime>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace loop {
+
+namespace {
+
+std::uint64_t ProcessorMicroseconds() {
+  timespec time{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return static_cast<std::uint64_t>(time.tv_sec) * 1000000 +
+         static_cast<std::uint64_t>(time.tv_nsec) / 1000;
+}
+
+}  // namespace
+
+Loop::Loop() : m_loop(new uv_loop_s), m_turns(new uv_prepare_s) {
+  if (const int problem = uv_loop_init(m_loop.get())) {
+    delete m_turns;
+    throw std::runtime_error(std::string("the event loop: ") + uv_strerror(problem));
+  }
+  uv_prepare_init(m_loop.get(), m_turns);
+  m_turns->data = this;
+  m_turnBegin = ProcessorMicroseconds();
+  uv_prepare_start(m_turns,
+                   [](uv_prepare_t* turns) { static_cast<Loop*>(turns->data)->TurnEnds(); });
+  // Measuring is no reason for the loop to go on.
+  uv_unref(reinterpret_cast<uv_handle_t*>(m_turns));
+}
+
+Loop::~Loop() {
+  uv_close(reinterpret_cast<uv_handle_t*>(m_turns),
+           [](uv_handle_t* closed) { delete reinterpret_cast<uv_prepare_t*>(closed); });
+  // Lets handles close; what the library still holds on to may stay.
+  uv_run(m_loop.get(), UV_RUN_NOWAIT);
+  uv_loop_close(m_loop.get());
+}
+
+void Loop::TurnEnds() {
+  const std::uint64_t now = ProcessorMicroseconds();
+  m_longestTurn = std::max(m_longestTurn, now - m_turnBegin);
+  m_turnBegin = now;
+}
+
+std::uint64_t Loop::TakeLongestTurn() { return std::exchange(m_longestTurn, 0); }
+
+}  // namespace loop

@@ -1,0 +1,40 @@
+// The event loop of the process.
+#ifndef DEVICE_LOOP_LOOP_H
+#define DEVICE_LOOP_LOOP_H
+
+#include <cstdint>
+#include <memory>
+
+struct uv_loop_s;
+struct uv_prepare_s;
+
+namespace loop {
+
+/// The event loop, with whatever is still closing when its owner goes. It measures its turns: a turn is
+/// all that happens between two waits for events, in processor time of its thread. Nothing else is
+/// served meanwhile, so the longest turn is how long anybody may have had to wait.
+class Loop {
+ public:
+  /// Throws std::runtime_error when the system gives none.
+  Loop();
+  Loop(const Loop&) = delete;
+  Loop& operator=(const Loop&) = delete;
+  ~Loop();
+  uv_loop_s* Get() const { return m_loop.get(); }
+
+  /// The longest turn that has ended since the last call, in microseconds. The turn in which this is
+  /// called has not.
+  std::uint64_t TakeLongestTurn();
+
+ private:
+  void TurnEnds();
+
+  std::unique_ptr<uv_loop_s> m_loop;
+  uv_prepare_s* m_turns;
+  std::uint64_t m_turnBegin = 0;  // microseconds of processor time
+  std::uint64_t m_longestTurn = 0;
+};
+
+}  // namespace loop
+
+#endif

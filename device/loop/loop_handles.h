@@ -1,0 +1,79 @@
+// libuv's handles as objects: a handle ends with its owner, and no exception passes through libuv:
+// it is logged, but for a lack of memory, which ends the process.
+#ifndef DEVICE_LOOP_LOOP_HANDLES_H
+#define DEVICE_LOOP_LOOP_HANDLES_H
+
+#include <cstdint>
+#include <functional>
+
+struct uv_loop_s;
+
+namespace loop {
+
+/// Calls back once.
+class Timer {
+ public:
+  explicit Timer(uv_loop_s* loop);
+  Timer(const Timer&) = delete;
+  Timer& operator=(const Timer&) = delete;
+  ~Timer();
+
+  /// A start while waiting begins anew. `callback` may start the timer again or destroy it.
+  void Start(std::uint64_t milliseconds, std::function<void()> callback);
+  void Stop();
+
+ private:
+  struct Handle;
+  Handle* m_handle;
+};
+
+/// Calls back from the loop, once and soon. Between two calls descriptors and timers get their turn.
+class Task {
+ public:
+  explicit Task(uv_loop_s* loop);
+  Task(const Task&) = delete;
+  Task& operator=(const Task&) = delete;
+  ~Task();
+
+  /// A Post before the call takes the place of the earlier one.
+  void Post(std::function<void()> callback);
+
+ private:
+  struct Handle;
+  Handle* m_handle;
+};
+
+/// Watches a descriptor, which is the caller's and must stay open meanwhile.
+class Poll {
+ public:
+  /// IsUsable() is false afterwards when the loop cannot watch such a descriptor.
+  Poll(uv_loop_s* loop, int fd);
+  Poll(const Poll&) = delete;
+  Poll& operator=(const Poll&) = delete;
+  ~Poll();
+
+  bool IsUsable() const { return m_handle != nullptr; }
+  /// `events` are libuv's; 0 stops. The callback is told which have come, or a negative error.
+  void Start(int events, std::function<void(int events)> callback);
+
+ private:
+  struct Handle;
+  Handle* m_handle;
+};
+
+/// Calls back for every arrival of a signal.
+class Signal {
+ public:
+  Signal(uv_loop_s* loop, int number, std::function<void()> callback);
+  Signal(const Signal&) = delete;
+  Signal& operator=(const Signal&) = delete;
+  ~Signal();
+
+ private:
+  struct Handle;
+  Handle* m_handle;
+};
+
+}  // namespace loop
+
+#endif

@@ -1,0 +1,361 @@
+#include "device/console/dispatcher.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <utility>
+
+#include "device/documents/device_document.h"
+#include "device/program/printable.h"
+#include "tests/support/device_fixture.h"
+#include "tests/support/reported_lines.h"
+#include "vantacore/dc_console_command.h"
+#include "vantacore/dc_interface_mgr.h"
+
+namespace {
+
+using console::Reply;
+using console::RunningCommand;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class Dispatcher : public test_support::DeviceFixture {
+ protected:
+  void SetUp() override {
+    Start(10);
+    Reload(R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "RIPV2": {"enabled": true}},
+                                       "b": {"vid": 20}}})",
+           "vlans.json");
+    ASSERT_TRUE(Settle());
+  }
+
+  Reply Execute(const std::string& line) {
+    output.clear();
+    overs = 0;
+    invocation = std::make_shared<RunningCommand>();
+    invocation->seesLog = seesLog;
+    invocation->write = [this](const std::string& text) { output += text; };
+    invocation->over = [this] { ++overs; };
+    return dispatcher.Execute(line, vlan, invocation);
+  }
+  // Of all but a reload a console is the only other holder of its invocation.
+  bool ConsoleIsGone() const { return invocation.use_count() == 1; }
+  void ExpectOver() const {
+    EXPECT_EQ(overs, 1);
+    EXPECT_TRUE(invocation->isOver);
+    EXPECT_TRUE(ConsoleIsGone());
+  }
+
+  int reloads = 0;
+  program::Report asker;  // of the last reload
+  bool seesLog = true;
+  apply::Interfaces state;
+  int restarts = 0;
+  console::Lab lab{Control(), state, 1000, [this] { ++restarts; }};
+  console::Dispatcher dispatcher{[this](program::Report toldAsker) {
+                                   ++reloads;
+                                   asker = std::move(toldAsker);
+                                 },
+                                 lab};
+  unsigned short vlan = 10;
+  std::shared_ptr<RunningCommand> invocation;
+  std::string output;
+  int overs = 0;
+};
+
+TEST_F(Dispatcher, DoesNothingForAnEmptyLine) {
+  const Reply reply = Execute("  \t ");
+  EXPECT_FALSE(reply.isUnknown);
+  EXPECT_EQ(output, "");
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, TakesNoLineUpToANul) {
+  for (const std::string& line : {std::string("vrf 20\0", 7), std::string("\0help", 5),
+                                  std::string("ip protocol summary\0x", 21)}) {
+    EXPECT_TRUE(Execute(line).isUnknown);
+    EXPECT_EQ(output, "There is a NUL in " + program::Quote(line) + "\n");
+    ExpectOver();
+  }
+  EXPECT_EQ(vlan, 10);
+}
+
+TEST_F(Dispatcher, ListsItsWords) {
+  Execute("help");
+  for (const char* usage :
+       {"  ip [<word> ...] ", "  ip6 [<word> ...] ", "  rtm route|rib ", "  interface [vrf <vid>] ",
+        "  interface6 [vrf <vid>] ", "  show <command> ", "  vrf <vid> ", "  reload ", "  help ",
+        "  quit "}) {
+    EXPECT_THAT(output, HasSubstr(usage));
+  }
+  ExpectOver();
+  const std::string help = output;
+  Execute("?");
+  EXPECT_EQ(output, help);
+}
+
+TEST_F(Dispatcher, ListsTheRegistries) {
+  EXPECT_FALSE(Execute("ip").isUnknown);
+  EXPECT_EQ(output,
+            "  ip bgp                              BGP4 Routing Configuration\n"
+            "  ip igmp                             IGMP Routing Configuration\n"
+            "  ip ospf                             OSPFv2 Routing Configuration\n"
+            "  ip protocol                         Routing Protocol Configuration\n"
+            "  ip rip                              RIPv2 Routing Configuration\n");
+  ExpectOver();
+  Execute("show ip6 ?");
+  EXPECT_THAT(output, StartsWith("  ip6 bgp "));
+  EXPECT_THAT(output, HasSubstr("OPSFv3 Routing Configuration"));
+}
+
+TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
+  EXPECT_TRUE(Execute("foo bar").isUnknown);
+  EXPECT_EQ(output,
+            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload lab "
+            "help ? quit "
+            "exit\n");
+  ExpectOver();
+  EXPECT_TRUE(Execute("ip foo").isUnknown);
+  EXPECT_EQ(output,
+            "\"ip\" is understood, \"foo\" behind it is not. Possible: bgp igmp ospf protocol "
+            "rip\n");
+  ExpectOver();
+  EXPECT_TRUE(Execute("show ip6 foo").isUnknown);
+  EXPECT_EQ(output,
+            "\"show ip6\" is understood, \"foo\" behind it is not. Possible: bgp ospf protocol "
+            "rip\n");
+  EXPECT_TRUE(Execute("rtm foo").isUnknown);
+  EXPECT_EQ(output, "\"rtm\" is understood, \"foo\" behind it is not. Possible: route rib\n");
+  EXPECT_TRUE(Execute("show quit").isUnknown);
+  EXPECT_EQ(output,
+            "\"show\" is understood, \"quit\" behind it is not. Possible: ip ip6 rtm "
+            "interface interface6\n");
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, MatchesItsWordsWhole) {
+  EXPECT_TRUE(Execute("hel").isUnknown);
+  EXPECT_TRUE(Execute("IP").isUnknown);
+  EXPECT_TRUE(Execute("ip prot").isUnknown);
+}
+
+TEST_F(Dispatcher, Quits) {
+  EXPECT_TRUE(Execute("quit").isQuit);
+  ExpectOver();
+  EXPECT_TRUE(Execute("exit").isQuit);
+}
+
+TEST_F(Dispatcher, Reloads) {
+  EXPECT_TRUE(Execute("reload").hasChanged);
+  EXPECT_EQ(reloads, 1);
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, TellsWhatAReloadComplainsOfWhereTheLogIsNotSeen) {
+  Execute("reload");
+  EXPECT_FALSE(asker);
+  seesLog = false;
+  Execute("reload");
+  ASSERT_TRUE(asker);
+  EXPECT_FALSE(invocation->isRefused);
+  asker("vlans.json: broken\n");
+  asker("device.json: broken\n");
+  EXPECT_EQ(output, "vlans.json: broken\ndevice.json: broken\n");
+  EXPECT_TRUE(invocation->isRefused);
+}
+
+TEST_F(Dispatcher, ChangesTheSessionsVlan) {
+  Execute("vrf 20");
+  EXPECT_EQ(vlan, 20);
+  EXPECT_EQ(output, "");
+  ExpectOver();
+  Execute("vrf 30");
+  EXPECT_EQ(output, "VLAN 30 is not present\n");
+  for (const char* line : {"vrf", "vrf x", "vrf 10 20", "vrf 65546"}) {
+    EXPECT_FALSE(Execute(line).isUnknown);
+    EXPECT_EQ(output, "Usage: vrf <vid>\n") << line;
+  }
+  EXPECT_EQ(vlan, 20);
+}
+
+// What a handler does with its console, and what is left to do.
+
+TEST_F(Dispatcher, DeletesAConsoleThatAHandlerLeaves) {
+  for (const char* line : {"ip protocol", "ip protocol pending-actions", "ip protocol ips status",
+                           "ip6 rip", "ip bgp", "ip6 protocol"}) {
+    EXPECT_FALSE(Execute(line).isUnknown);
+    ExpectOver();
+  }
+  EXPECT_THAT(output, StartsWith("Usage: \n"));
+}
+
+TEST_F(Dispatcher, NoticesAConsoleThatAHandlerDeleted) {
+  Execute("ip protocol summary");
+  EXPECT_THAT(output, HasSubstr("    10     No     No    Yes     No\n"));
+  ExpectOver();
+  Execute("ip6 protocol summary");
+  ExpectOver();
+  Execute("ip protocol database vrf 77");
+  EXPECT_EQ(output, "VLAN 77 is not present\n");
+  ExpectOver();
+  Execute("ip protocol mcast-database vrf 77");
+  EXPECT_EQ(output, "VLAN 77 is not present\nFail to parse mcast-database sub command.\n");
+  ExpectOver();
+  Execute("ip protocol mcast-database");
+  EXPECT_THAT(output, EndsWith("\nEnd of Table\n"));
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, LeavesAConsoleToTheCommandThatWalks) {
+  for (const char* line : {"ip protocol database", "ip6 protocol database vrf 20", "rtm rib",
+                           "show rtm route ipv6 vrf 20"}) {
+    Execute(line);
+    EXPECT_EQ(overs, 0) << line;
+    EXPECT_FALSE(ConsoleIsGone()) << line;
+    ASSERT_TRUE(Settle());
+    EXPECT_EQ(output, "End of table\n") << line;
+    ExpectOver();
+  }
+}
+
+TEST_F(Dispatcher, FindsACommandGoneWhenTheStackAnswersAtOnce) {
+  Control().SetSynchronous(true);
+  Execute("ip protocol database");
+  EXPECT_EQ(output, "End of table\n");
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, LetsAWalkRunOutWhenItsSessionHasGone) {
+  Execute("ip protocol database");
+  invocation->write = nullptr;
+  invocation->over = nullptr;
+  ASSERT_TRUE(Settle());
+  EXPECT_EQ(output, "");
+  EXPECT_EQ(overs, 0);
+  EXPECT_TRUE(ConsoleIsGone());
+}
+
+TEST_F(Dispatcher, BindsCommandsToTheSessionsVlan) {
+  vlan = 77;
+  Execute("ip protocol database");
+  EXPECT_EQ(output, "VLAN 77 is not present\n");
+  Execute("rtm route ipv6");
+  EXPECT_EQ(output, "VLAN 77 is not present\n");
+}
+
+TEST_F(Dispatcher, ReportsWordsThatTheRtmCommandsRefuse) {
+  EXPECT_FALSE(Execute("rtm rib proto isis").isUnknown);
+  EXPECT_THAT(output, StartsWith("Usage: rtm rib [vrf <vid>] "));
+  ExpectOver();
+  Execute("rtm");
+  EXPECT_THAT(output, StartsWith("  rtm route [ipv6] "));
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, ShowsTheInterfacesOfAVlan) {
+  auto* registry = Tarsel::DcInterfaceMgr::GetInstance();
+  const auto ethernet = static_cast<Tarsel::DcInterfaceMgr::IntfType>(6);
+  registry->AddInterface(10, 3, "eth0", ethernet, 8, 9000, 1);
+  registry->AddInterface(20, 4, "eth1", ethernet, 16, 0, 2);
+  Tarsel::Ip4Addr address4;
+  ASSERT_TRUE(Tarsel::Parse_IpAddr()(address4, "10.1.0.1"));
+  registry->AddIpAddress(10, 3, address4, Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[16]));
+  Tarsel::Ip6Addr address6;
+  ASSERT_TRUE(address6.FromString("2001:db8::1"));
+  registry->AddIpAddress(10, 3, address6, 64);
+  ASSERT_TRUE(Settle());
+
+  const std::string head =
+      "\nFlags:\nB-Broadcast M-Multicast L-Loopback\nT-MPLS Tunnel P-Point2Point U-Unnumbered\n"
+      "VLAN    IfIndex     IfName Status    MTU  Flags IPAddress\n";
+  const struct {
+    const char* line;
+    const char* rows;
+  } commands[] = {
+      {"interface", "  10          3       eth0     UP   9000      B 10.1.0.1/16\n"},
+      {"interface6", "  10          3       eth0     UP   9000      B 2001:db8::1/64\n"},
+      {"show interface vrf 20", "  20          4       eth1   DOWN   1500      M \n"},
+  };
+  for (const auto& command : commands) {
+    EXPECT_FALSE(Execute(command.line).isUnknown);
+    EXPECT_EQ(overs, 0) << command.line;
+    ASSERT_TRUE(Settle());
+    EXPECT_EQ(output, head + command.rows + "End of Table\n") << command.line;
+    ExpectOver();
+  }
+}
+
+TEST_F(Dispatcher, RefusesOtherWordsBehindInterface) {
+  for (const char* words : {"vrf", "vrf x", "vrf 65546", "vrf 10 20", "eth0"}) {
+    EXPECT_FALSE(Execute(std::string("interface6 ") + words).isUnknown);
+    EXPECT_EQ(output, "Usage: interface6 [vrf <vid>]\n") << words;
+    ExpectOver();
+  }
+  Execute("interface vrf 30");
+  EXPECT_EQ(output, "VLAN 30 is not present\n");
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, HandsLabCommandsOn) {
+  state.Apply(documents::ReadDeviceDocument(ParsedJson(R"({"default_vlan": 10, "interfaces": [
+                {"name": "eth0", "vlan": 10, "index": 3},
+                {"name": "eth1", "vlan": 20, "index": 4}]})"),
+                                            "device.json", [](const std::string&) {}),
+              {10, 20});
+  EXPECT_TRUE(Execute("lab interface eth0 down").hasChanged);
+  EXPECT_EQ(output, "");
+  EXPECT_FALSE(state.IsInterfaceUp(10, 3));
+  ExpectOver();
+  vlan = 20;
+  Execute("lab interface eth1 down");
+  EXPECT_FALSE(state.IsInterfaceUp(20, 4));
+  EXPECT_FALSE(Execute("lab interface eth0 down").hasChanged);
+  EXPECT_EQ(output, "VLAN 20 has no interface \"eth0\"\n");
+  Execute("lab");
+  EXPECT_EQ(output, console::Lab::Help());
+  Execute("lab ?");
+  EXPECT_EQ(output, console::Lab::Help());
+  ExpectOver();
+}
+
+TEST_F(Dispatcher, KeepsLabCommandsApart) {
+  EXPECT_TRUE(Execute("lab foo").isUnknown);
+  EXPECT_EQ(output,
+            "\"lab\" is understood, \"foo\" behind it is not. Possible: interface address join "
+            "leave stack tick\n");
+  ExpectOver();
+  EXPECT_FALSE(Execute("lab stack hold on").isUnknown);
+  EXPECT_EQ(output, "Usage: lab stack hold|release\n");
+  EXPECT_TRUE(Execute("show lab tick fast").isUnknown);
+  EXPECT_THAT(console::Dispatcher::Complete({"lab", "stack"}, "re"),
+              ElementsAre("refuse", "retry", "release", "restart"));
+  EXPECT_THAT(console::Dispatcher::Complete({"show", "lab"}, ""), IsEmpty());
+}
+
+TEST_F(Dispatcher, CompletesWords) {
+  EXPECT_THAT(console::Dispatcher::Complete({}, "r"), ElementsAre("rtm", "reload"));
+  EXPECT_THAT(console::Dispatcher::Complete({"show"}, ""),
+              ElementsAre("ip", "ip6", "rtm", "interface", "interface6"));
+  EXPECT_THAT(console::Dispatcher::Complete({"interface6"}, "v"), ElementsAre("vrf"));
+  EXPECT_THAT(console::Dispatcher::Complete({"ip"}, "p"), ElementsAre("protocol"));
+  EXPECT_THAT(console::Dispatcher::Complete({"show", "ip", "protocol"}, "s"),
+              ElementsAre("summary"));
+  EXPECT_THAT(console::Dispatcher::Complete({"rtm", "rib"}, "i"), ElementsAre("ipv6"));
+  EXPECT_THAT(console::Dispatcher::Complete({"nothing", "known"}, ""), IsEmpty());
+}
+
+TEST_F(Dispatcher, TellsWhatItRefusesFromWhatNobodyUnderstands) {
+  EXPECT_TRUE(Execute("vrf 30").isRefused);
+  EXPECT_TRUE(Execute("interface vrf 30").isRefused);
+  EXPECT_TRUE(Execute("lab interface eth7 down").isRefused);
+  EXPECT_FALSE(Execute("vrf 20").isRefused);
+  EXPECT_FALSE(Execute("vrf").isRefused);
+  EXPECT_FALSE(Execute("foo").isRefused);
+  EXPECT_FALSE(Execute("lab").isRefused);
+  EXPECT_FALSE(Execute("lab tick normal").isRefused);
+}
+
+}  // namespace

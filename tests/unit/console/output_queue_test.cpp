@@ -1,0 +1,117 @@
+#include "device/console/output_queue.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "device/wire/wire.h"
+
+namespace {
+
+using testing::EndsWith;
+using testing::StartsWith;
+
+class OutputQueue : public testing::Test {
+ protected:
+  OutputQueue() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0); }
+  ~OutputQueue() override {
+    close(ends[0]);
+    CloseReader();
+  }
+
+  void CloseReader() {
+    if (ends[1] >= 0) {
+      close(ends[1]);
+      ends[1] = -1;
+    }
+  }
+  std::string Receive() {
+    std::string bytes(1024 * 1024, '\0');
+    const ssize_t count = recv(ends[1], &bytes[0], bytes.size(), MSG_DONTWAIT);
+    bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    return bytes;
+  }
+  // Everything, as a reader that catches up gets it.
+  std::string ReceiveAll() {
+    std::string all;
+    for (std::string piece = Receive(); !piece.empty() || !queue.IsEmpty(); piece = Receive()) {
+      all += piece;
+      EXPECT_TRUE(queue.Send(ends[0]));
+    }
+    return all;
+  }
+
+  int ends[2];
+  console::OutputQueue queue;
+  const std::string line = std::string(1021, 'x') + "\n";  // 1 KB on the wire
+};
+
+TEST_F(OutputQueue, SendsWhatItTakesInOrder) {
+  EXPECT_TRUE(queue.Add("one\ntw"));
+  EXPECT_TRUE(queue.Add("o\n"));
+  queue.AddReply("R 0 10\n");
+  EXPECT_TRUE(queue.Send(ends[0]));
+  EXPECT_TRUE(queue.IsEmpty());
+  EXPECT_EQ(Receive(), "O one\nP tw\nO o\nR 0 10\n");
+}
+
+TEST_F(OutputQueue, WaitsForASlowReader) {
+  std::string all;
+  for (int i = 0; i < 4 * 1024; ++i) {
+    ASSERT_TRUE(queue.Add(line));
+    all += wire::EncodeOutput(line);
+  }
+  EXPECT_TRUE(queue.Send(ends[0]));
+  EXPECT_FALSE(queue.IsEmpty());
+  EXPECT_TRUE(ReceiveAll() == all);
+}
+
+TEST_F(OutputQueue, CutsWhatIsMoreThanEightMegabytes) {
+  for (int i = 0; i < 8 * 1024; ++i) {
+    ASSERT_TRUE(queue.Add(line)) << i;
+  }
+  EXPECT_EQ(queue.CountWaiting(), 8u * 1024 * 1024);
+  EXPECT_FALSE(queue.Add("a"));
+  const std::size_t cut = queue.CountWaiting();
+  EXPECT_FALSE(queue.Add("b"));
+  EXPECT_EQ(queue.CountWaiting(), cut) << "what follows the cut is dropped";
+  queue.AddReply("R 0 10\n");
+  const std::string all = ReceiveAll();
+  EXPECT_THAT(all.substr(8u * 1024 * 1024),
+              "O \nO Output was cut here: more than 8 MB were waiting for their reader\n"
+              "R 0 10\n");
+  EXPECT_TRUE(queue.Add("the next command's\n"));
+}
+
+TEST_F(OutputQueue, DropsNothingOfALineThatHasBegun) {
+  for (int i = 0; i < 4 * 1024; ++i) {
+    queue.Add(line);
+  }
+  EXPECT_TRUE(queue.Send(ends[0]));
+  queue.Drop();
+  EXPECT_LT(queue.CountWaiting(), 1024u);
+  queue.AddReply("R 0 10\n");
+  const std::string all = ReceiveAll();
+  EXPECT_THAT(all, StartsWith("O x"));
+  EXPECT_THAT(all, EndsWith("\nR 0 10\n"));
+  EXPECT_EQ((all.size() - 7) % 1024, 0u) << "whole lines";
+}
+
+TEST_F(OutputQueue, DropsAllBetweenLines) {
+  queue.Add("one\n");
+  EXPECT_TRUE(queue.Send(ends[0]));
+  queue.Add("two\nthree\n");
+  queue.Drop();
+  EXPECT_TRUE(queue.IsEmpty());
+  EXPECT_EQ(Receive(), "O one\n");
+}
+
+TEST_F(OutputQueue, TellsThatTheReaderHasGone) {
+  EXPECT_TRUE(queue.Send(ends[0]));
+  CloseReader();
+  queue.Add("one\n");
+  EXPECT_FALSE(queue.Send(ends[0]));
+}
+
+}  // namespace

@@ -1,0 +1,90 @@
+#include "device/daemon/command_line.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <utility>
+#include <vector>
+
+#include "tests/support/argument_vector.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using vantacored::CommandLine;
+
+class ParseCommandLine : public testing::Test {
+ protected:
+  std::optional<program::Ending> Parse(std::vector<std::string> words) {
+    words.insert(words.begin(), "vantacored");
+    test_support::ArgumentVector argv(std::move(words));
+    return vantacored::ParseCommandLine(argv.GetCount(), argv.GetPointers(), line);
+  }
+  void ExpectError(const std::vector<std::string>& words, const std::string& problem) {
+    const auto ending = Parse(words);
+    ASSERT_TRUE(ending);
+    EXPECT_TRUE(ending->isError);
+    EXPECT_EQ(ending->text, "vantacored: " + problem + "\nvantacored --help tells more.\n");
+  }
+
+  CommandLine line;
+};
+
+TEST_F(ParseCommandLine, HasDefaults) {
+  EXPECT_FALSE(Parse({"--config", "there"}));
+  EXPECT_EQ(line.configDirectory, "there");
+  EXPECT_EQ(line.logLevel, 1);
+  EXPECT_FALSE(line.isDaemon);
+  EXPECT_EQ(line.tickMicroseconds, 1000u);
+  EXPECT_EQ(line.socketPath, "");
+}
+
+TEST_F(ParseCommandLine, TakesEveryOption) {
+  EXPECT_FALSE(
+      Parse({"--config=there", "--log", "10", "--daemon", "--tick-us=100", "--socket", "s"}));
+  EXPECT_EQ(line.socketPath, "s");
+  EXPECT_EQ(line.configDirectory, "there");
+  EXPECT_EQ(line.logLevel, 10);
+  EXPECT_TRUE(line.isDaemon);
+  EXPECT_EQ(line.tickMicroseconds, 100u);
+}
+
+TEST_F(ParseCommandLine, ExplainsItself) {
+  const auto ending = Parse({"--help"});
+  ASSERT_TRUE(ending);
+  EXPECT_FALSE(ending->isError);
+  EXPECT_THAT(ending->text, StartsWith("Usage: vantacored --config DIR [OPTION...]\n"));
+  for (const char* option : {"--config DIR", "--log LEVEL", "--daemon", "--socket PATH",
+                             "--tick-us N", "--help", "--version"}) {
+    EXPECT_THAT(ending->text, HasSubstr(option));
+  }
+}
+
+TEST_F(ParseCommandLine, TellsItsVersion) {
+  const auto ending = Parse({"--version"});
+  ASSERT_TRUE(ending);
+  EXPECT_FALSE(ending->isError);
+  EXPECT_THAT(ending->text, StartsWith("vantacored 1."));
+}
+
+TEST_F(ParseCommandLine, SaysWhatIsWrong) {
+  ExpectError({}, "--config DIR is missing");
+  ExpectError({"--config"}, "a value is missing behind \"--config\"");
+  ExpectError({"--colour"}, "no such option: \"--colour\"");
+  ExpectError({"-x"}, "no such option: \"-x\"");
+  ExpectError({"-xyz"}, "no such option: \"-x\"");
+  ExpectError({"--config", "a", "-xyz"}, "no such option: \"-x\"");
+  ExpectError({"--daemon=yes"}, "no value belongs to \"--daemon=yes\"");
+  ExpectError({"--config", "a", "--socket", ""}, "--socket takes a path");
+  ExpectError({"--config", "a", "--socket="}, "--socket takes a path");
+  ExpectError({"--config", "a", "b"}, "not an option: \"b\"");
+  ExpectError({"--log", "11"}, "--log takes a level from 0 to 10, not \"11\"");
+  ExpectError({"--log", ""}, "--log takes a level from 0 to 10, not \"\"");
+  ExpectError({"--log", "1x"}, "--log takes a level from 0 to 10, not \"1x\"");
+  ExpectError({"--tick-us", "9"}, "--tick-us takes a number from 10 to 1000000, not \"9\"");
+  ExpectError({"--tick-us", "99999999999999999999"},
+              "--tick-us takes a number from 10 to 1000000, not \"99999999999999999999\"");
+}
+
+}  // namespace

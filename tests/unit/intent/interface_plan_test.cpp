@@ -1,0 +1,147 @@
+#include "device/intent/interface_plan.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "device/documents/device_document.h"
+#include "tests/support/reported_lines.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+std::string Text(bool up) { return up ? "up" : "down"; }
+std::string Text(const documents::Ip4Network& network) {
+  return std::string(network.address.ToString().c_str()) + " " + network.mask.ToString().c_str();
+}
+std::string Text(const Tarsel::Ip6Prefix& prefix) {
+  return std::string(prefix.GetAddress().ToString().c_str()) + "/" +
+         std::to_string(prefix.GetLength());
+}
+
+struct Describer {
+  std::string operator()(const intent::Register& row) const {
+    return "register " + row.name + " flags " + std::to_string(row.flags) + " mtu " +
+           std::to_string(row.mtu) + " " + Text(row.up);
+  }
+  std::string operator()(const intent::Unregister& row) const { return "unregister " + row.name; }
+  std::string operator()(const intent::SetStatus& row) const {
+    return "set " + row.name + " " + Text(row.up);
+  }
+  std::string operator()(const intent::AddIp4& row) const { return "add " + Text(row.network); }
+  std::string operator()(const intent::ChangeIp4& row) const {
+    return "change to " + Text(row.network);
+  }
+  std::string operator()(const intent::DeleteIp4& row) const {
+    return "delete " + Text(row.network);
+  }
+  std::string operator()(const intent::AddIp6& row) const { return "add " + Text(row.prefix); }
+  std::string operator()(const intent::DeleteIp6& row) const {
+    return "delete " + Text(row.prefix);
+  }
+  std::string operator()(const intent::TellStatus& row) const { return "tell " + Text(row.up); }
+  std::string operator()(const intent::TellIp4& row) const {
+    return std::string("tell ") + row.address.ToString().c_str();
+  }
+  std::string operator()(const intent::TellJoined& row) const {
+    return row.joined ? "tell joined" : "tell left";
+  }
+};
+
+std::vector<std::string> Lines(const intent::InterfacePlan& plan) {
+  std::vector<std::string> lines;
+  for (const auto& step : plan) {
+    lines.push_back(std::to_string(step.key.first) + "." + std::to_string(step.key.second) + ": " +
+                    std::visit(Describer(), step.action));
+  }
+  return lines;
+}
+
+class InterfacePlan : public testing::Test {
+ protected:
+  documents::Device Device(const std::string& interfaces) {
+    return documents::ReadDeviceDocument(
+        ParsedJson("{\"default_vlan\": 10, \"interfaces\": [" + interfaces + "]}"), "device.json",
+        reported.report);
+  }
+  std::vector<std::string> Plan(const std::string& present, const std::string& wanted) {
+    const auto plan = intent::PlanInterfaces(Device(present).interfaces, Device(wanted).interfaces);
+    EXPECT_THAT(reported.lines, IsEmpty());
+    return Lines(plan);
+  }
+
+  ReportedLines reported;
+  const std::string ETH0 = R"({"name": "eth0", "vlan": 10, "index": 3, "flags": ["broadcast"],
+    "joined": true, "ipv4": "10.1.0.1/16", "ipv6": ["2001:db8::1/64"]})";
+};
+
+TEST_F(InterfacePlan, TellsAllOfANewInterface) {
+  EXPECT_THAT(Plan("", ETH0),
+              ElementsAre("10.3: register eth0 flags 8 mtu 1500 up", "10.3: tell up",
+                          "10.3: add 10.1.0.1 255.255.0.0", "10.3: tell 10.1.0.1",
+                          "10.3: add 2001:db8::1/64", "10.3: tell joined"));
+}
+
+TEST_F(InterfacePlan, TakesAnInterfaceAwayInTheOppositeOrder) {
+  EXPECT_THAT(Plan(ETH0, ""),
+              ElementsAre("10.3: delete 2001:db8::1/64", "10.3: delete 10.1.0.1 255.255.0.0",
+                          "10.3: tell 0.0.0.0", "10.3: tell down", "10.3: unregister eth0"));
+}
+
+TEST_F(InterfacePlan, IsEmptyWhenNothingDiffers) { EXPECT_THAT(Plan(ETH0, ETH0), IsEmpty()); }
+
+TEST_F(InterfacePlan, MentionsEachMemberThatChanges) {
+  const auto eth0 = [](const std::string& members) {
+    return R"({"name": "eth0", "vlan": 10, "index": 3)" + members + "}";
+  };
+  EXPECT_THAT(Plan(eth0(""), eth0(R"(, "mtu": 9000)")),
+              ElementsAre("10.3: register eth0 flags 0 mtu 9000 up"));
+  EXPECT_THAT(Plan(eth0(""), eth0(R"(, "flags": ["multicast"], "up": false)")),
+              ElementsAre("10.3: register eth0 flags 16 mtu 1500 down", "10.3: tell down"));
+  EXPECT_THAT(Plan(eth0(""), eth0(R"(, "up": false)")),
+              ElementsAre("10.3: set eth0 down", "10.3: tell down"));
+  EXPECT_THAT(Plan(eth0(R"(, "ipv4": "10.1.0.1/16")"), eth0(R"(, "ipv4": "10.1.0.1/24")")),
+              ElementsAre("10.3: change to 10.1.0.1 255.255.255.0"));
+  EXPECT_THAT(Plan(eth0(R"(, "ipv6": ["2001:db8::1/64", "2001:db8::2/64"])"),
+                   eth0(R"(, "ipv6": ["2001:db8::2/64", "2001:db8::1/48"])")),
+              ElementsAre("10.3: delete 2001:db8::1/64", "10.3: add 2001:db8::1/48"));
+  EXPECT_THAT(Plan(eth0(R"(, "joined": true)"), eth0("")), ElementsAre("10.3: tell left"));
+}
+
+TEST_F(InterfacePlan, LetsAllGoBeforeAnyComes) {
+  const auto both = [](const std::string& third, const std::string& fourth) {
+    return R"({"vlan": 10, "index": 3, "name": ")" + third +
+           R"("}, {"vlan": 10, "index": 4, "name": ")" + fourth + "\"}";
+  };
+  EXPECT_THAT(
+      Plan(both("eth0", "eth1"), both("eth1", "eth0")),
+      ElementsAre("10.3: tell down", "10.3: unregister eth0", "10.4: tell down",
+                  "10.4: unregister eth1", "10.3: register eth1 flags 0 mtu 1500 up",
+                  "10.3: tell up", "10.4: register eth0 flags 0 mtu 1500 up", "10.4: tell up"));
+}
+
+TEST_F(InterfacePlan, TellsApartWhatIsForTheRouters) {
+  std::vector<std::string> routers;
+  const documents::Device device = Device(ETH0);
+  for (const auto& step : intent::PlanNew({10, 3}, device.interfaces.at({10, 3}))) {
+    if (step.IsForRouters()) {
+      routers.push_back(std::visit(Describer(), step.action));
+    }
+  }
+  EXPECT_THAT(routers, ElementsAre("tell up", "tell 10.1.0.1", "tell joined"));
+}
+
+TEST_F(InterfacePlan, ChoosesPrimaries) {
+  documents::Device device = Device(R"({"name": "a", "vlan": 10, "index": 3},
+    {"name": "b", "vlan": 10, "index": 4, "ipv4": "10.1.0.1/16"},
+    {"name": "c", "vlan": 10, "index": 5, "ipv4": "10.2.0.1/16"},
+    {"name": "d", "vlan": 20, "index": 6}, {"name": "e", "vlan": 30, "index": 7})");
+  device.primaries[30] = "e";
+  device.primaries[40] = "named";
+  EXPECT_THAT(intent::ChoosePrimaries(device, {10, 20, 30}),
+              ElementsAre(Pair(10, "b"), Pair(20, "lo"), Pair(30, "e"), Pair(40, "named")));
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+#include "device/intent/redistribution_plan.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/device_fixture.h"
+#include "tests/support/reported_lines.h"
+#include "vantacore/dc_router_base.h"
+
+namespace {
+
+using intent::Destination;
+using intent::Rules;
+using Tarsel::DcRouterMgr;
+using Tarsel::RedistributionProfile;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Key;
+using testing::Pair;
+
+constexpr intent::Sources STATIC = 1, CONNECTED = 2, RIP = 4, OSPF = 8, BGP = 16;
+
+Tarsel::Options Document(const std::string& entries) {
+  return Tarsel::Options(ParsedJson("{\"VLAN_CONFIGURATIONS\": " + entries + "}"));
+}
+
+std::map<unsigned short, RedistributionProfile> SourcesOf(const Tarsel::Options& document) {
+  std::map<unsigned short, RedistributionProfile> sources;
+  for (const auto& [vlan, profile] : documents::ReadProfiles(document, "vlans.json")) {
+    sources.emplace(vlan, profile.sources);
+  }
+  return sources;
+}
+
+documents::Profiles ProfilesOf(const std::map<unsigned short, RedistributionProfile>& sources) {
+  documents::Profiles profiles;
+  for (const auto& [vlan, profile] : sources) {
+    profiles.emplace(vlan, documents::Profile{profile, documents::Place("vlans.json")});
+  }
+  return profiles;
+}
+
+constexpr unsigned int Bit(DcRouterMgr::ProtocolType protocol) { return 1u << protocol; }
+
+TEST(RedistributionProfiles, AreThoseOfVlansThatHaveOne) {
+  const auto profiles = SourcesOf(Document(R"({"a": {"vid": 10, "REDISTRIBUTION": {"rip": false}},
+                                     "b": {"vid": 20}, "c": {"vid": 30, "REDISTRIBUTION": {}},
+                                     "d": {"REDISTRIBUTION": {"rip": false}}, "e": 7})"));
+  EXPECT_THAT(profiles,
+              ElementsAre(Pair(10, RedistributionProfile(true, true, true, true, false))));
+}
+
+TEST(RedistributionProfiles, CollectWhatSeveralEntriesSay) {
+  const auto profiles = SourcesOf(Document(R"([{"vid": 10, "REDISTRIBUTION": {"rip": false}},
+                                      {"vid": 10, "REDISTRIBUTION": {"bgp": false}},
+                                      {"vid": 10}])"));
+  EXPECT_THAT(profiles,
+              ElementsAre(Pair(10, RedistributionProfile(true, true, false, true, false))));
+}
+
+TEST(RedistributionProfiles, NeedADocument) {
+  EXPECT_THAT(documents::ReadProfiles(Tarsel::Options(ParsedJson("[1]")), "vlans.json"), IsEmpty());
+  EXPECT_THAT(SourcesOf(Document("\"text\"")), IsEmpty());
+}
+
+TEST(RedistributionProfiles, SayWhereTheyStand) {
+  const documents::Profiles profiles = documents::ReadProfiles(
+      Document(R"({"a": {"vid": 10, "REDISTRIBUTION": {"rip": false}}})"), "vlans.json");
+  EXPECT_EQ(profiles.at(10).origin.Text(), "vlans.json: VLAN 10: REDISTRIBUTION");
+}
+
+TEST(RedistributionPlan, HandsRoutesToEveryEnabledProtocolOfBothFamilies) {
+  const Rules rules =
+      intent::PlanRules(ProfilesOf({{10, RedistributionProfile()},
+                                    {20, RedistributionProfile()},
+                                    {30, RedistributionProfile()}}),
+                        {{10, Bit(DcRouterMgr::PROTOCOL_BGP) | Bit(DcRouterMgr::PROTOCOL_OSPFV3)},
+                         {20, Bit(DcRouterMgr::PROTOCOL_RIPV2)},
+                         {40, Bit(DcRouterMgr::PROTOCOL_BGP)}});
+  EXPECT_THAT(rules,
+              ElementsAre(Pair(Destination{10, false, 0xE0000}, STATIC | CONNECTED | RIP | OSPF),
+                          Pair(Destination{10, true, 0xD0000}, STATIC | CONNECTED | RIP | BGP),
+                          Pair(Destination{10, true, 0xE0000}, STATIC | CONNECTED | RIP | OSPF),
+                          Pair(Destination{20, false, 0x80000}, STATIC | CONNECTED | OSPF | BGP)));
+}
+
+TEST(RedistributionPlan, LeavesOutWhatTheProfileKeeps) {
+  const documents::ProtocolSets all = {{10, ~0u}};
+  EXPECT_THAT(intent::PlanRules(
+                  ProfilesOf({{10, RedistributionProfile(false, false, true, false, false)}}), all),
+              ElementsAre(Pair(Destination{10, false, 0x80000}, BGP),
+                          Pair(Destination{10, false, 0xD0000}, BGP),
+                          Pair(Destination{10, true, 0x80000}, BGP),
+                          Pair(Destination{10, true, 0xD0000}, BGP)));
+  EXPECT_THAT(
+      intent::PlanRules(
+          ProfilesOf({{10, RedistributionProfile(false, false, false, false, false)}}), all),
+      IsEmpty());
+}
+
+TEST(RedistributionPlan, KnowsTheRouterOfEachDestination) {
+  EXPECT_EQ(intent::RouterTypeOf({10, false, 0x80000}), DcRouterMgr::PROTOCOL_RIPV2);
+  EXPECT_EQ(intent::RouterTypeOf({10, true, 0x80000}), DcRouterMgr::PROTOCOL_RIPNG);
+  EXPECT_EQ(intent::RouterTypeOf({10, false, 0xD0000}), DcRouterMgr::PROTOCOL_OSPFV2);
+  EXPECT_EQ(intent::RouterTypeOf({10, true, 0xD0000}), DcRouterMgr::PROTOCOL_OSPFV3);
+  EXPECT_EQ(intent::RouterTypeOf({10, false, 0xE0000}), DcRouterMgr::PROTOCOL_BGP);
+  EXPECT_EQ(intent::RouterTypeOf({10, true, 0xE0000}), DcRouterMgr::PROTOCOL_BGP);
+}
+
+class EnabledProtocols : public test_support::DeviceFixture {};
+
+// Whoever says before a reload which protocols it will leave enabled must read like the routers.
+TEST_F(EnabledProtocols, AreReadAsTheRoutersReadThem) {
+  Start(10);
+  const std::string entries = R"([
+    {"vid": 10, "BGP": {"enabled": true}, "OSPF": {"enabled": false}, "OSPFV3": {}, "RIPV2": [],
+     "RIPNG": "on"},
+    {"vid": 20, "BGP": {"peers": 1}, "OSPF": {"enabled": null}, "OSPFV3": {"enabled": 1},
+     "RIPV2": {"enabled": "true"}, "RIPNG": [1], "IGMP": {"enabled": true}},
+    {"vid": 30, "BGP": {"enabled": true}, "RIPV2": {"enabled": true}},
+    {"vid": 30, "BGP": {"enabled": false}, "RIPNG": {"enabled": true}},
+    {"vid": 40}])";
+  Reload("{\"VLAN_CONFIGURATIONS\": " + entries + "}", "vlans.json");
+  const documents::ProtocolSets sets = documents::ReadProtocols(Document(entries));
+  EXPECT_THAT(sets, ElementsAre(Key(10), Key(20), Key(30), Key(40)));
+  unsigned int enabled = 0;
+  for (const auto& [vlan, set] : sets) {
+    for (int type = DcRouterMgr::PROTOCOL_BGP; type <= DcRouterMgr::PROTOCOL_RIPNG; ++type) {
+      const bool isEnabled =
+          Manager()
+              .GetDcRouterByVID(vlan, static_cast<DcRouterMgr::ProtocolType>(type))
+              ->IsEnabled();
+      EXPECT_EQ((set & 1u << type) != 0, isEnabled) << "VLAN " << vlan << ", router " << type;
+      enabled += isEnabled;
+    }
+  }
+  EXPECT_EQ(enabled, 4u);
+}
+
+}  // namespace

@@ -1,0 +1,127 @@
+#include "device/intent/route_plan.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/models/random_run.h"
+
+namespace {
+
+using documents::RouteKey;
+using documents::RouteTarget;
+using intent::PlanRoutes;
+using intent::ResolvedRoute;
+using intent::ResolvedRoutes;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+RouteTarget Target(unsigned short vlan, unsigned char number) {
+  RouteTarget target;
+  target.vlan = vlan;
+  target.destination[0] = number;
+  target.length = 8;
+  return target;
+}
+
+ResolvedRoute Route(unsigned char number, std::uint32_t ifIndex = 0) {
+  return {Target(10, number), ifIndex};
+}
+
+TEST(PlanRoutes, AsksForNothingWhenNothingDiffers) {
+  const ResolvedRoutes rows = {{Route(1), 1}, {Route(2), 2}};
+  const intent::RoutePlan plan = PlanRoutes(rows, rows);
+  EXPECT_THAT(plan.remove, IsEmpty());
+  EXPECT_THAT(plan.add, IsEmpty());
+}
+
+TEST(PlanRoutes, AsksForTheDifferencesOnly) {
+  const intent::RoutePlan plan = PlanRoutes({{Route(1), 1}, {Route(2), 1}, {Route(4), 1}},
+                                            {{Route(2), 1}, {Route(3), 7}, {Route(5), 8}});
+  EXPECT_THAT(plan.remove, ElementsAre(Route(1), Route(4)));
+  EXPECT_THAT(plan.add, ElementsAre(Pair(Route(3), 7u), Pair(Route(5), 8u)));
+}
+
+TEST(PlanRoutes, AddsARouteAgainWhenItsMetricChanges) {
+  const intent::RoutePlan plan = PlanRoutes({{Route(1), 1}}, {{Route(1), 2}});
+  EXPECT_THAT(plan.remove, IsEmpty());
+  EXPECT_THAT(plan.add, ElementsAre(Pair(Route(1), 2u)));
+}
+
+TEST(PlanRoutes, TakesAnotherInterfaceForAnotherRoute) {
+  const intent::RoutePlan plan = PlanRoutes({{Route(1, 3), 1}}, {{Route(1, 4), 1}});
+  EXPECT_THAT(plan.remove, ElementsAre(Route(1, 3)));
+  EXPECT_THAT(plan.add, ElementsAre(Pair(Route(1, 4), 1u)));
+}
+
+ResolvedRoutes RandomRoutes(test_models::Random& random) {
+  ResolvedRoutes rows;
+  for (unsigned count = random.Below(12); count > 0; --count) {
+    const auto number = static_cast<unsigned char>(random.Below(8));
+    const ResolvedRoute row = Route(number, random.Below(2));
+    rows[row] = random.Below(3);
+  }
+  return rows;
+}
+
+TEST(PlanRoutes, LeadsFromAnyRowsToAnyOthers) {
+  test_models::Random random;
+  for (unsigned round = test_models::Scaled(2000); round > 0; --round) {
+    const ResolvedRoutes present = RandomRoutes(random);
+    const ResolvedRoutes wanted = RandomRoutes(random);
+    const intent::RoutePlan plan = PlanRoutes(present, wanted);
+    ResolvedRoutes result = present;
+    for (const ResolvedRoute& row : plan.remove) {
+      ASSERT_EQ(result.erase(row), 1u);
+    }
+    for (const auto& [row, metric] : plan.add) {
+      const auto before = result.find(row);
+      ASSERT_TRUE(before == result.end() || before->second != metric);
+      result[row] = metric;
+    }
+    ASSERT_EQ(result, wanted);
+  }
+}
+
+class ResolveRoutes : public testing::Test {
+ protected:
+  ResolvedRoutes Resolve(const documents::RouteSet& routes) {
+    return intent::ResolveRoutes(
+        routes, [](unsigned short vlan) { return vlan == 10; },
+        [](unsigned short vlan, const std::string& name) {
+          return vlan == 10 && name == "eth0" ? std::optional<std::uint32_t>(3) : std::nullopt;
+        },
+        waiting);
+  }
+
+  std::vector<RouteKey> waiting;
+};
+
+TEST_F(ResolveRoutes, FindsTheInterfacesIndex) {
+  const RouteKey key{Target(10, 1), "eth0"};
+  EXPECT_THAT(Resolve({{key, {5, documents::Place("vlans.json")}}}),
+              ElementsAre(Pair(Route(1, 3), 5u)));
+  EXPECT_THAT(waiting, IsEmpty());
+}
+
+TEST_F(ResolveRoutes, TakesARouteWithoutInterface) {
+  const RouteKey key{Target(10, 1), ""};
+  EXPECT_THAT(Resolve({{key, {5, documents::Place("vlans.json")}}}),
+              ElementsAre(Pair(Route(1, 0), 5u)));
+}
+
+TEST_F(ResolveRoutes, NamesRoutesWhoseInterfaceIsNotThere) {
+  const RouteKey key{Target(10, 1), "eth9"};
+  EXPECT_THAT(Resolve({{key, {5, documents::Place("vlans.json")}}}), IsEmpty());
+  EXPECT_THAT(waiting, ElementsAre(key));
+}
+
+TEST_F(ResolveRoutes, LeavesOutRoutesOfOtherVlans) {
+  EXPECT_THAT(Resolve({{RouteKey{Target(11, 1), "eth0"}, {5, documents::Place("vlans.json")}}}),
+              IsEmpty());
+  EXPECT_THAT(waiting, IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,62 @@
+#include "device/loop/loop.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <uv.h>
+
+#include <ctime>
+#include <stdexcept>
+
+#include "device/loop/loop_handles.h"
+
+namespace {
+
+TEST(Loop, CannotBeMadeWithoutDescriptors) {
+  { const loop::Loop first; }  // after it libuv has what it keeps for all loops
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  rlimit none = before;
+  none.rlim_cur = 0;
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  EXPECT_THROW(loop::Loop(), std::runtime_error);
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);  // sanitizers need some
+}
+
+void Compute(std::clock_t milliseconds) {
+  const std::clock_t end = std::clock() + milliseconds * (CLOCKS_PER_SEC / 1000);
+  while (std::clock() < end) {
+  }
+}
+
+TEST(Loop, MeasuresItsLongestTurnInProcessorTime) {
+  loop::Loop turning;
+  loop::Task computing(turning.Get());
+  loop::Timer waiting(turning.Get());
+  computing.Post([&] {
+    Compute(30);
+    computing.Post([&] {
+      Compute(60);
+      computing.Post([] { Compute(10); });
+    });
+  });
+  waiting.Start(200, [] {});  // time that passes in waiting counts for nothing
+  uv_run(turning.Get(), UV_RUN_DEFAULT);
+  const std::uint64_t longest = turning.TakeLongestTurn();
+  EXPECT_GE(longest, 60000u);
+  EXPECT_LT(longest, 100000u) << "turns are told apart";
+}
+
+TEST(Loop, ForgetsTheLongestTurnThatHasBeenTaken) {
+  loop::Loop turning;
+  loop::Task computing(turning.Get());
+  computing.Post([] { Compute(30); });
+  uv_run(turning.Get(), UV_RUN_DEFAULT);
+  computing.Post([] {});  // a turn ends where the next wait begins
+  uv_run(turning.Get(), UV_RUN_DEFAULT);
+  EXPECT_GE(turning.TakeLongestTurn(), 30000u);
+  computing.Post([] {});
+  uv_run(turning.Get(), UV_RUN_DEFAULT);
+  EXPECT_LT(turning.TakeLongestTurn(), 30000u);
+}
+
+}  // namespace
