@@ -6,6 +6,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "device/stack/facts.h"
 #include "tests/scenarios/events.h"
 #include "tests/scenarios/readers.h"
 #include "tests/support/device_fixture.h"
@@ -43,17 +44,6 @@ bool IsStep(const std::string& file) {
 
 bool EndsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
-unsigned long CountRequests(routing_stack::Control& control) {
-  using routing_stack::Call;
-  unsigned long count = 0;
-  for (Call call :
-       {Call::kSmsActRtm, Call::kSmsUpdateRoute, Call::kSmsActInterface, Call::kSmsBldInterface,
-        Call::kSmsActIpaddr, Call::kSmsActRedist, Call::kSmsBldRedist, Call::kProtocolRow}) {
-    count += static_cast<unsigned long>(control.CountOf(call));
-  }
-  return count;
 }
 
 /// The stack's runs have their own messages, which say nothing about a document.
@@ -150,7 +140,7 @@ std::string Play(const Scenario& scenario, unsigned long& requests) {
     if (!settled) out << "not settled\n";
     out << "--- tables\n" << device.Dump();
   }
-  requests = CountRequests(device.Control());
+  requests = static_cast<unsigned long>(device.stack.GetFacts().CountRequests());
   return out.str();
 }
 

@@ -19,7 +19,7 @@ Json::Value ParseOrDie(const std::string& json) {
   std::string errors;
   const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
   if (!reader->parse(json.data(), json.data() + json.size(), &document, &errors)) {
-    std::fprintf(stderr, "a test's document is no JSON: %s\n%s\n", errors.c_str(), json.c_str());
+    std::fprintf(stderr, "a test's document is not JSON: %s\n%s\n", errors.c_str(), json.c_str());
     std::abort();
   }
   return document;
@@ -61,11 +61,11 @@ bool Device::Reload(const std::string& json, const std::string& fileName,
 }
 
 bool Device::Settle(std::uint64_t limitMilliseconds) {
-  std::uint64_t seen = Activity();
+  std::uint64_t seen = stack.GetFacts().CountRequests();
   std::uint64_t quiet = 0;
   for (std::uint64_t gone = 0; gone < limitMilliseconds; gone += STEP_MILLISECONDS) {
     loop.AdvanceMilliseconds(STEP_MILLISECONDS);
-    const std::uint64_t now = Activity();
+    const std::uint64_t now = stack.GetFacts().CountRequests();
     quiet = now == seen && stack.IsIdle() ? quiet + STEP_MILLISECONDS : 0;
     seen = now;
     if (quiet >= QUIET_MILLISECONDS) {
@@ -73,27 +73,6 @@ bool Device::Settle(std::uint64_t limitMilliseconds) {
     }
   }
   return false;
-}
-
-// Calls that ask something of the stack: its own runs and the identifier builders are no sign that
-// anything goes on.
-std::uint64_t Device::Activity() {
-  using routing_stack::Call;
-  std::uint64_t count = 0;
-  for (int i = 0; i < static_cast<int>(Call::kCount); ++i) {
-    const Call call = static_cast<Call>(i);
-    switch (call) {
-      case Call::kNbbScheduler:
-      case Call::kSmsGetRouteOid:
-      case Call::kSmsSetEiOid:
-      case Call::kSmsSetEaOid:
-      case Call::kSmsSetRedistOid:
-        break;
-      default:
-        count += Control().CountOf(call);
-    }
-  }
-  return count;
 }
 
 void Device::RecordCalls() {

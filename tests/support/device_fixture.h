@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "device/base/timer_loop.h"
+#include "device/stack/facts.h"
 #include "device/stack/routing_stack.h"
 #include "device/stack/stack_control.h"
 #include "host/dc_host_interfaces.h"
@@ -29,8 +30,8 @@ class IpInterfaceDouble : public Tarsel::DcIpInterface {
   std::set<std::pair<unsigned short, unsigned int>> up;
 };
 
-/// The host's event loop for descriptors: writes down what it is asked, in the order of the calls, as
-/// "register fd=5 mode=3 id=7", "remove fd=5 id=7", "change fd=5 mode=1".
+/// The host's event loop for descriptors: writes down what it is asked, in the order of the calls,
+/// as "register fd=5 mode=3 id=7", "remove fd=5 id=7", "change fd=5 mode=1".
 class SocketRecorder : public Tarsel::DcSckInterface {
  public:
   void RegisterDescriptor(int fd, int mode, int id) override;
@@ -41,8 +42,8 @@ class SocketRecorder : public Tarsel::DcSckInterface {
 };
 
 /// Virtual time and a software stack on its clock, both current while it lives. The library's
-/// singletons take part once Start was called; they live as long as the process, so a process has one
-/// device (see isolated_main.cpp).
+/// singletons take part once Start was called; they live as long as the process, so a process has
+/// one device (see isolated_main.cpp).
 class Device {
  public:
   Device();
@@ -54,13 +55,13 @@ class Device {
   /// but has not run yet.
   void Start(unsigned short defaultVlan = 1);
 
-  /// Applies a document given as JSON text and reports the manager's answer. A text that is no JSON
-  /// ends the process: it is a mistake of the test.
+  /// Applies a document given as JSON text and reports the manager's answer. A text that is not
+  /// JSON ends the process: it is a mistake of the test.
   bool Reload(const std::string& json, const std::string& fileName,
               Tarsel::DclConfigObject::OptionType type = Tarsel::DclConfigObject::VLAN_OPTIONS);
 
-  /// Lets time go by until the stack is idle and has not been called for three periods of the
-  /// configuration scheduler. False when that does not come about within the limit.
+  /// Lets time go by until the stack is idle and has received no request for a row for three
+  /// periods of the configuration scheduler. False when that does not come about within the limit.
   [[nodiscard]] bool Settle(std::uint64_t limitMilliseconds = 60000);
 
   /// From now on every stack call is written down, in the words of routing_stack::Control.
@@ -80,12 +81,11 @@ class Device {
   SocketRecorder sockets;
 
  private:
-  std::uint64_t Activity();
-
   std::vector<std::string> m_calls;
 };
 
-/// The device as a test's fixture, with the log and the stack calls written down from the beginning.
+/// The device as a test's fixture, with the log and the stack calls written down from the
+/// beginning.
 class DeviceFixture : public testing::Test, public Device {
  protected:
   DeviceFixture() { RecordCalls(); }
