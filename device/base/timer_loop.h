@@ -12,10 +12,11 @@ struct uv_loop_s;
 
 namespace Tarsel {
 
-/// Where timers wait. One loop is current at a time; a timer joins the loop that is current when it
-/// is started, and a loop that goes stops the timers that wait on it. Expiries come in the order of
-/// their deadlines, equal deadlines in the order of the starts. A periodic timer that is late fires
-/// once for each period missed, but not more often than its loop bounds per turn.
+/// Where timers wait. At most one loop is current. A timer joins the loop that is current when it
+/// is started; a loop that is destroyed stops the timers that wait on it. Timers fire in the order
+/// of their deadlines, and timers with equal deadlines in the order of their starts. A periodic
+/// timer that is late fires once for each period that it missed, within what its loop allows in one
+/// turn.
 class TARSEL_API TimerLoop {
  public:
   TimerLoop();
@@ -27,12 +28,12 @@ class TARSEL_API TimerLoop {
   virtual std::uint64_t Now() const = 0;
 
   static TimerLoop* GetCurrent();
-  /// The loop is borrowed; null for none. A timer started without a loop stays idle.
+  /// The loop is borrowed; null for none. A timer that is started without a loop stays idle.
   static void SetCurrent(TimerLoop* loop);
 
-  /// The length of a periodic timer's tick in microseconds, 1,000 by default, at least 1. It holds
-  /// for timers started afterwards and for those that are running: on the current loop the period
-  /// under way is shortened or stretched, on another loop the next one is.
+  /// The length of a periodic timer's tick in microseconds: 1,000 by default, at least 1. A new
+  /// length applies to timers that are started later and to running ones: on the current loop to
+  /// the period under way, on another loop from the next period on.
   static unsigned int GetTickMicroseconds();
   static void SetTickMicroseconds(unsigned int microseconds);
 
@@ -54,16 +55,16 @@ class TARSEL_API VirtualLoop : public TimerLoop {
 
   std::uint64_t Now() const override { return m_now; }
 
-  /// Moves time forward, firing every timer that falls due on the way at its own moment. A one-shot
-  /// timer that starts itself again with no delay never lets time go by.
+  /// Moves time forward and fires each timer that becomes due at its own moment. It does not return
+  /// while a one-shot timer starts itself again with no delay.
   void AdvanceMilliseconds(std::uint64_t milliseconds);
   void AdvanceMicroseconds(std::uint64_t microseconds);
-  /// Moves to the next deadline and fires that one timer; false when no timer runs.
+  /// Moves to the next deadline and fires that one timer; false if no timer runs.
   bool RunNext();
-  /// Runs until `done` answers true or `limitMilliseconds` have gone by; returns the last answer.
+  /// Runs until `done` returns true or `limitMilliseconds` have passed; returns the last result.
   bool RunUntil(const std::function<bool()>& done, std::uint64_t limitMilliseconds);
-  /// Microseconds until the next deadline, UINT64_MAX when no timer runs: how long a loop may sleep
-  /// that moves this one along by the time that has gone by.
+  /// Microseconds until the next deadline, UINT64_MAX if no timer runs. A loop that drives this one
+  /// may sleep as long.
   std::uint64_t MicrosecondsToNext() const;
 
  private:
@@ -72,11 +73,11 @@ class TARSEL_API VirtualLoop : public TimerLoop {
   std::uint64_t m_now;
 };
 
-/// Real time on a libuv loop, which is borrowed and must outlive this object. Destroy it before the
-/// libuv loop is closed, outside of timer callbacks, and let that loop run once more so that the
-/// handle can close. Timers that are due fire in one turn of the loop for as long as five
-/// milliseconds of work; the rest waits for the next turn, and of the periods that a periodic timer
-/// still owes then only the latest is kept, so that a stall is not repaid for ever after.
+/// Real time on a libuv loop, which is borrowed and must outlive this object. Destroy this object
+/// before the libuv loop is closed, not from a timer callback, and let that loop run once more so
+/// that the handle can close. In one turn of the loop, due timers fire until five milliseconds
+/// have passed; the rest waits for the next turn. Of the periods that a periodic timer still owes
+/// then, only the latest is kept, so that a stall is not made up for endlessly.
 class TARSEL_API UvLoop : public TimerLoop {
  public:
   explicit UvLoop(uv_loop_s* loop);

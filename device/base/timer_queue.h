@@ -1,11 +1,11 @@
 // The queue behind each timer loop, private to this folder.
 //
-// A running timer has one entry in the queue of its loop, and the timer points back at the entry, so
-// both find each other without a search. Entries are ordered by deadline and, for equal deadlines, by
-// the number of the start: a periodic timer keeps its number for all its periods. Before a callback
-// runs, the entry is already where it belongs afterwards (gone for a one-shot timer, one period later
-// for a periodic one), and nothing of the timer is touched after the callback, which may have started
-// it again, stopped it or destroyed it.
+// A running timer has one entry in the queue of its loop, and the timer points back at the entry,
+// so both find each other without a search. Entries are ordered by deadline and, for equal
+// deadlines, by the number of the start: a periodic timer keeps its number for all its periods.
+// Before a callback runs, the entry is already where it belongs afterwards (gone for a one-shot
+// timer, one period later for a periodic one), and nothing of the timer is touched after the
+// callback, which may have started it again, stopped it or destroyed it.
 #ifndef DEVICE_BASE_TIMER_QUEUE_H
 #define DEVICE_BASE_TIMER_QUEUE_H
 

@@ -12,15 +12,15 @@ namespace Tarsel {
 /// The level under which a message without a level is handed on.
 constexpr int TRACE_NO_LEVEL = -1;
 
-/// Takes each shown message with its level. Assertions arrive through their own sink.
+/// Takes each message that is shown, with its level. Assertions have a sink of their own.
 using TraceSink = std::function<void(int level, const std::string& message)>;
 using AssertSink = std::function<void(const char* expression, const char* source, int line)>;
 
-/// Messages with a level above `level` are not formatted and not shown. Level-less messages always
-/// are. The default is 1.
+/// Messages with a level above `level` are not formatted and not shown. Messages without a level
+/// are always shown. The default is 1.
 TARSEL_API void SetTraceLevel(int level);
 TARSEL_API int GetTraceLevel();
-/// An empty sink restores the default: standard error. Answers the sink until now, empty for the
+/// An empty sink restores the default, standard error. Returns the previous sink, empty for the
 /// default.
 TARSEL_API TraceSink SetTraceSink(TraceSink sink);
 TARSEL_API void SetAssertSink(AssertSink sink);

@@ -12,7 +12,8 @@
 // from inside a callback or a walk as well. They never call back and never fail.
 //
 // A table shows the requests that the stack has worked off. While RoutingStack::IsIdle() is false,
-// requests and their consequences may be missing from it. A restart of the stack empties the tables.
+// requests and their consequences may be missing from it. A restart of the stack empties the
+// tables.
 //
 // The fields of the rows are explained in stack/rows.h. An instance is a VLAN's id, with 0x8000 for
 // IPv6. An age is in whole seconds by the stack's clock, a candidate's since it was first put into
@@ -56,17 +57,17 @@ class SMS_API Facts {
   std::vector<amb_cipr_rtm_route> Routes() const;
   /// By instance, source and destination. A rule whose admin status is down is listed too.
   std::vector<RedistributionRow> Redistributions() const;
-  /// The installed routes that the rules of an instance hand to a protocol. None when no rule that is
-  /// up names the destination, or when the instance does not exist.
+  /// The installed routes that the rules of an instance hand to a protocol. None when no rule that
+  /// is up names the destination, or when the instance does not exist.
   std::vector<amb_cipr_rtm_route> Redistributed(std::uint32_t instance,
                                                 std::uint32_t destination) const;
   std::vector<std::uint32_t> Instances() const;
 
   /// The requests for rows that the stack has received since it was made, whatever became of them:
-  /// instances, routes, interfaces, addresses, redistribution rules and protocol rows, to set and to
-  /// destroy alike. Walks, identifier builders, tracing and scheduling do not count. The count never
-  /// goes back, not over a restart of the stack either: two equal counts say that nobody asked for
-  /// anything in between.
+  /// to set or to destroy an instance, a route, an interface, an address, a redistribution rule or
+  /// a protocol row. Walks, identifier builders, tracing and scheduling do not count. The count
+  /// never goes back, not even over a restart of the stack: if two counts are equal, nobody asked
+  /// for a row in between.
   std::uint64_t CountRequests() const;
 
  private:

@@ -1,4 +1,4 @@
-// The software routing stack: an ordinary object behind the stack's C functions.
+// The software routing stack: an ordinary object that implements the stack's C functions.
 #ifndef DEVICE_STACK_ROUTING_STACK_H
 #define DEVICE_STACK_ROUTING_STACK_H
 
@@ -17,18 +17,20 @@ class Facts;
 /// Milliseconds on a clock that never goes back; ages and late answers are measured with it.
 using Clock = std::function<std::uint64_t()>;
 
-/// One stack with its tables, event queue and walks. The exported C functions forward to the one
-/// that is current; with none, they do nothing. Everything happens on the caller's thread; answers,
-/// completions and walk rows come from nbb_scheduler() only (unless the control says otherwise).
+/// One stack with its tables, its event queue and its walks. The exported C functions forward to
+/// the stack that is current; if none is, they do nothing. Everything happens on the caller's
+/// thread. Answers, completions and walk rows come from nbb_scheduler() only, unless the control
+/// was told otherwise.
 class SMS_API RoutingStack {
  public:
+  /// Not current until MakeCurrent() is called.
   explicit RoutingStack(Clock clock);
   RoutingStack(const RoutingStack&) = delete;
   RoutingStack& operator=(const RoutingStack&) = delete;
   ~RoutingStack();
 
-  /// Makes this the stack that the C functions forward to. A new RoutingStack is not current until it
-  /// is told so here. The last one told is current; destroying it leaves none.
+  /// Makes this the stack that the C functions forward to, in place of the one that was. A new
+  /// RoutingStack is not current until told. Destroying the current one leaves none.
   void MakeCurrent();
 
   /// The tables as rows and the number of requests, read-only (facts.h). It lives as long as the
@@ -39,7 +41,8 @@ class SMS_API RoutingStack {
   /// (stack_control.h). It lives as long as the stack.
   Control& GetControl();
 
-  /// True when no event is queued and none is due later: everything requested has been answered.
+  /// True when no event is queued and none is due later: everything that was requested has been
+  /// answered, except what will never be.
   bool IsIdle() const;
 
  private:

@@ -1,5 +1,12 @@
 // The levers of the software routing stack, for tests, examples and lab commands; nothing else uses
-// them.
+// them. What a product needs to know of the stack is in facts.h.
+//
+// Owner and lifetime: the control belongs to its RoutingStack (GetControl()) and lives as long as
+// it. Every member is called on the stack's thread; unless it says otherwise it may be called from
+// inside a callback as well.
+//
+// The enumerators here begin with a k, and those of the rest of this folder follow them: programs
+// are built against this header, so it does not take the capitals that other folders write.
 #ifndef DEVICE_STACK_STACK_CONTROL_H
 #define DEVICE_STACK_STACK_CONTROL_H
 
@@ -47,11 +54,11 @@ enum class Call {
   kCount
 };
 
-/// How one request is to be answered instead of the normal way.
+/// How one request is answered instead of the normal way.
 struct Answer {
   enum Kind {
     kStatus,  // the row is left alone and answered with `status` (5 asks for a retry)
-    kNever,   // no answer, no completion: the row's queue stands still
+    kNever,   // no answer, no completion: later requests for the row wait
     kTwice,   // done normally, answered and completed twice
     kLate     // done normally, `delayMs` later
   };
@@ -60,7 +67,7 @@ struct Answer {
   std::uint64_t delayMs = 0;
 };
 
-/// A protocol's candidate put straight into the RIB, as a running protocol would.
+/// A protocol's candidate that is put straight into the RIB, as a running protocol would do it.
 struct Candidate {
   std::uint32_t instance = 0;
   int addressType = 1;
@@ -77,37 +84,39 @@ class SMS_API Control {
  public:
   explicit Control(Engine& engine) : m_engine(engine) {}
 
-  /// The next `times` requests of the type (or for the row) are answered so; scripts for a row come
-  /// before those for its type, earlier scripts before later ones. A row is named by the identifier
-  /// that its builder makes; an entity, which has none, by {6, instance}. Requests that are not
-  /// answered with a status (interfaces, addresses) are completed, whatever status is scripted.
+  /// The next `times` requests of the type, or for the row, get this answer. Scripts for a row come
+  /// before those for its type, and earlier scripts before later ones. A row is named by the
+  /// identifier that its builder makes; an entity, which has none, is named by {6, instance}.
+  /// Interface and address requests are not answered with a status: they are completed, whatever
+  /// status is scripted.
   void Script(RowType type, const Answer& answer, unsigned int times);
   void ScriptRow(const unsigned int* oid, unsigned int length, const Answer& answer,
                  unsigned int times);
-  /// Requests are answered as usual again.
+  /// Forgets all scripts: requests are answered as usual again.
   void ClearScripts();
 
   /// A request that would make the table larger than `rows` is answered with `status` and changes
-  /// nothing; changes of existing rows are not concerned. SIZE_MAX lifts the limit. Protocol
+  /// nothing. Changes of existing rows are still accepted. SIZE_MAX lifts the limit. Protocol
   /// candidates do not count as routes.
   void SetLimit(RowType type, std::size_t rows, unsigned int status);
 
-  /// While held, nbb_scheduler() does no work and says that nothing is scheduled; requests queue up.
-  /// Releasing asks the host for a run when something waits.
+  /// While the stack is held, nbb_scheduler() does not work and says that nothing is scheduled;
+  /// requests are queued. Release asks the host for a run if something waits.
   void Hold();
   void Release();
 
-  /// The stack forgets everything: tables, events, its trace settings, and its descriptors, of which
-  /// the host is told nothing. Scripts, limits, mode and counters stay. Readiness is announced again,
-  /// then walks that were running end with result 8.
+  /// The stack forgets its tables, its events, its trace settings and its descriptors; the host is
+  /// not told about the descriptors. Scripts, limits, mode and counters stay. The stack then
+  /// announces readiness again, and walks that were running end with result 8.
   void Restart();
-  /// Reports the end (cRunPendingAction) of each row whose request was never answered, by a script or
-  /// for a restart, so that what waits behind it goes on. Each such row once, in key order.
+  /// Reports the end (cRunPendingAction) of each row whose request was never answered, because of a
+  /// script or of a restart, so that later requests for the row go on. Each such row is reported
+  /// once, in key order.
   void EndLostRequests();
 
-  /// Events are worked off inside the very call that queued them.
+  /// Each event is worked off inside the call that queued it.
   void SetSynchronous(bool on);
-  /// The events worked off in one run; some thousands by default.
+  /// The most events that are worked off in one run: 2,000 by default, at least 1.
   void SetSliceEvents(unsigned int events);
   /// Announces readiness once more, as a faulty stack would.
   void RepeatReady();
@@ -118,28 +127,28 @@ class SMS_API Control {
   /// The function's own name, "sms_update_route"; static.
   static const char* NameOf(Call call);
 
-  /// Sees each call but the pure identifier builders, before its effect, as the function's own name
-  /// with its arguments in order: "sms_update_route(1, 1, 1, 1, 10.9.0.0, 16, 10.1.2.1, 196608, 3,
-  /// 10, 6)". Addresses are texts, names are quoted; sms_act_rtm shows the words that are not zero as
-  /// "0=10 1=1"; a walk shows its instance, if it takes one; a null pointer is "null". nbb_scheduler
-  /// is not shown. An empty observer ends it.
+  /// Sees each call before its effect, except nbb_scheduler and the identifier builders. The line
+  /// is the function's own name with its arguments in order: "sms_update_route(1, 1, 1, 1,
+  /// 10.9.0.0, 16, 10.1.2.1, 196608, 3, 10, 6)". Addresses are texts and names are quoted;
+  /// sms_act_rtm shows the words that are not zero as "0=10 1=1"; a walk shows its instance if it
+  /// takes one; a null pointer is "null". An empty observer ends the observation.
   using CallObserver = std::function<void(Call call, const std::string& line)>;
   void SetCallObserver(CallObserver observer);
 
-  /// Takes effect at once, in front of requests that wait. Ignored when the instance does not exist
-  /// or has the other family, and for other protocols than those three; host bits are cut off.
+  /// Takes effect at once, before requests that wait. Ignored if the instance does not exist or has
+  /// the other family, and for protocols other than RIP, OSPF and BGP. Host bits are cut off.
   void PutCandidate(const Candidate& candidate);
-  /// Removes the protocol's candidate for the prefix and next hop; false when there is none.
+  /// Removes the protocol's candidate for the prefix and next hop; false if there is none.
   bool RemoveCandidate(const Candidate& candidate);
 
-  /// Registers a descriptor with the host on the stack's next run, and calls `handler` with the event
-  /// bits when the host reports it ready, so that tests see the whole way there and back. Event bits,
-  /// in `mask` as well: 1 read, 2 write, 4 urgent.
+  /// Registers a descriptor with the host on the stack's next run, and calls `handler` with the
+  /// event bits when the host reports it ready, so that tests see the whole way there and back.
+  /// Event bits, in `mask` as well: 1 read, 2 write, 4 urgent.
   void RegisterDescriptor(int fd, int id, unsigned int mask,
                           std::function<void(int events)> handler);
-  /// Asks the host, on the next run, for other events of a registered descriptor.
+  /// Asks the host, on the next run, to watch a registered descriptor for other events.
   void ChangeDescriptorMask(int fd, unsigned int mask);
-  /// The host no longer watches it from the next run on; the descriptor is the caller's to close.
+  /// From the next run on the host no longer watches the descriptor, which the caller closes.
   void UnregisterDescriptor(int fd, int id);
 
   // The tables as rows, exactly as Facts gives them.
