@@ -16,31 +16,23 @@ Oid AddressRequest::GetOid() const {
 }
 
 unsigned int AddressRequest::Apply(Tables& tables) const {
-  const auto row = tables.addresses.find(key);
-  const bool isThere = row != tables.addresses.end();
   if (rowStatus == kDestroy) {
-    if (!isThere) {
-      return kAbsent;
-    }
-    tables.DetachAddress(key);
-    tables.addresses.erase(row);
-    return kDone;
+    return tables.RemoveAddress(key) ? kDone : kAbsent;
   }
   if (!Creates(rowStatus)) {
     return kWrongValue;
   }
+  const auto row = tables.Addresses().find(key);
+  const bool isThere = row != tables.Addresses().end();
   if (isThere && row->second.prefixLength == prefixLength) {
     return kDone;
   }
   const unsigned int room =
-      isThere ? static_cast<unsigned int>(kDone) : tables.RoomFor(kType, tables.addresses.size());
-  if (room != kDone) {
-    return room;
+      isThere ? static_cast<unsigned int>(kDone) : tables.RoomFor(kType, tables.Addresses().size());
+  if (room == kDone) {
+    tables.StoreAddress(key, prefixLength);
   }
-  tables.DetachAddress(key);
-  tables.addresses[key].prefixLength = prefixLength;
-  tables.AddressStored(key);
-  return kDone;
+  return room;
 }
 
 }  // namespace routing_stack

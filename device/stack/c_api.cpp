@@ -375,7 +375,7 @@ int sms_get_protocol_row(unsigned int table, unsigned int instance, const unsign
   if (engine == nullptr || row == nullptr) {
     return 0;
   }
-  const auto& rows = engine->GetTables().protocolRows;
+  const auto& rows = engine->GetTables().ProtocolRows();
   const auto found = rows.find({instance, table, KeyText(key, key_length)});
   return found != rows.end() ? FillRow(*found, row) : 0;
 }
@@ -386,7 +386,7 @@ int sms_get_next_protocol_row(unsigned int table, unsigned int instance, const u
   if (engine == nullptr || row == nullptr) {
     return 0;
   }
-  const auto& rows = engine->GetTables().protocolRows;
+  const auto& rows = engine->GetTables().ProtocolRows();
   const auto next = rows.upper_bound({instance, table, KeyText(key, key_length)});
   if (next == rows.end() || next->first.instance != instance || next->first.table != table) {
     return 0;

@@ -18,7 +18,7 @@ void Control::ScriptRow(const unsigned int* oid, unsigned int length, const Answ
 void Control::ClearScripts() { m_engine.m_scripts.Clear(); }
 
 void Control::SetLimit(RowType type, std::size_t rows, unsigned int status) {
-  m_engine.m_tables.limits[static_cast<std::size_t>(type)] = {rows, status};
+  m_engine.m_tables.SetLimit(type, {rows, status});
 }
 
 void Control::Hold() { m_engine.m_held = true; }
@@ -67,29 +67,27 @@ CandidateKey KeyOf(const Candidate& candidate) {
   return key;
 }
 
-// The instance that can hold the candidate, or null.
-Instance* InstanceFor(const Tables& tables, const Candidate& candidate) {
-  Instance* const instance = tables.FindInstance(candidate.instance);
-  const bool fits = instance != nullptr && IsRoutingProtocol(candidate.proto) &&
-                    instance->family == FamilyOf(candidate.addressType);
-  return fits ? instance : nullptr;
+// Whether the candidate's instance can hold it.
+bool Fits(const Tables& tables, const Candidate& candidate) {
+  const Instance* const instance = tables.FindInstance(candidate.instance);
+  return instance != nullptr && IsRoutingProtocol(candidate.proto) &&
+         instance->family == FamilyOf(candidate.addressType);
 }
 
 }  // namespace
 
 void Control::PutCandidate(const Candidate& candidate) {
-  Instance* const instance = InstanceFor(m_engine.m_tables, candidate);
-  if (instance != nullptr) {
+  if (Fits(m_engine.m_tables, candidate)) {
     CandidateValues values;
     values.metric = candidate.metric;
     values.internal = candidate.internal;
-    instance->rib.Put(KeyOf(candidate), values);
+    m_engine.m_tables.StoreCandidate(candidate.instance, KeyOf(candidate), values);
   }
 }
 
 bool Control::RemoveCandidate(const Candidate& candidate) {
-  Instance* const instance = InstanceFor(m_engine.m_tables, candidate);
-  return instance != nullptr && instance->rib.Remove(KeyOf(candidate));
+  return Fits(m_engine.m_tables, candidate) &&
+         m_engine.m_tables.RemoveCandidate(candidate.instance, KeyOf(candidate));
 }
 
 void Control::RegisterDescriptor(int fd, int id, unsigned int mask,

@@ -18,12 +18,12 @@ std::string RouterId(const Instance& instance) {
 }
 
 void DumpInstances(const Tables& tables, std::ostream& out) {
-  for (const auto& [id, instance] : tables.instances) {
-    const Distances& distances = instance->rib.GetDistances();
-    out << "instance " << id << (instance->family == Family::kIp4 ? " ipv4" : " ipv6") << " ospf "
+  for (const auto& [id, instance] : tables.Instances()) {
+    const Distances& distances = instance.rib.GetDistances();
+    out << "instance " << id << (instance.family == Family::kIp4 ? " ipv4" : " ipv6") << " ospf "
         << distances.ospfInternal << '/' << distances.ospfExternal << " bgp "
         << distances.internalBgp << '/' << distances.externalBgp << " rip " << distances.rip
-        << " router-id " << RouterId(*instance) << '\n';
+        << " router-id " << RouterId(instance) << '\n';
   }
 }
 
@@ -37,11 +37,11 @@ void DumpTrace(const Engine::Trace& trace, std::ostream& out) {
 }
 
 void DumpInterfaces(const Tables& tables, std::ostream& out) {
-  for (const auto& [key, row] : tables.interfaces) {
+  for (const auto& [key, row] : tables.Interfaces()) {
     out << "interface " << key.instance << '/' << key.ifIndex << " \"" << row.name << "\" flags "
         << row.flags << UpOrDown(row.IsUp()) << " mtu " << row.mtu << '\n';
   }
-  for (const auto& [key, row] : tables.addresses) {
+  for (const auto& [key, row] : tables.Addresses()) {
     out << "address " << key.interface.instance << '/' << key.interface.ifIndex << ' '
         << key.address.ToText(key.family) << '/' << row.prefixLength << '\n';
   }
@@ -58,29 +58,29 @@ void DumpRoute(std::uint32_t id, const Instance& instance, const RibEntry& entry
 }
 
 void DumpRibs(const Tables& tables, std::ostream& out) {
-  for (const auto& [id, instance] : tables.instances) {
-    const Rib& rib = instance->rib;
+  for (const auto& [id, instance] : tables.Instances()) {
+    const Rib& rib = instance.rib;
     for (const RibEntry* e = rib.After(nullptr); e != nullptr; e = rib.After(e->key)) {
-      DumpRoute(id, *instance, *e, out << "rib ");
+      DumpRoute(id, instance, *e, out << "rib ");
       out << (e->installed ? " fib\n" : "\n");
     }
   }
-  for (const auto& [id, instance] : tables.instances) {
-    const Rib& rib = instance->rib;
+  for (const auto& [id, instance] : tables.Instances()) {
+    const Rib& rib = instance.rib;
     const RibEntry* e = rib.InstalledAfter(nullptr);
     for (; e != nullptr; e = rib.InstalledAfter(&e->key->prefix)) {
-      DumpRoute(id, *instance, *e, out << "route ");
+      DumpRoute(id, instance, *e, out << "route ");
       out << '\n';
     }
   }
 }
 
 void DumpRules(const Tables& tables, std::ostream& out) {
-  for (const auto& [key, adminStatus] : tables.redistributions) {
+  for (const auto& [key, adminStatus] : tables.Redistributions()) {
     out << "redistribution " << key.instance << ' ' << key.source << ' ' << key.destination
         << UpOrDown(adminStatus == 1) << '\n';
   }
-  for (const auto& [key, row] : tables.protocolRows) {
+  for (const auto& [key, row] : tables.ProtocolRows()) {
     out << "protocol " << key.instance << ' ' << key.table << " \"" << key.key << "\" \""
         << row.payload << '"' << UpOrDown(row.adminStatus == 1) << '\n';
   }

@@ -9,7 +9,7 @@ namespace routing_stack {
 
 std::vector<amb_stubs_i3_ei> Facts::Interfaces() const {
   std::vector<amb_stubs_i3_ei> rows;
-  for (const auto& [key, row] : m_engine.GetTables().interfaces) {
+  for (const auto& [key, row] : m_engine.GetTables().Interfaces()) {
     rows.push_back(ToRow(key, row));
   }
   return rows;
@@ -17,7 +17,7 @@ std::vector<amb_stubs_i3_ei> Facts::Interfaces() const {
 
 std::vector<amb_stubs_i3_ea> Facts::Addresses() const {
   std::vector<amb_stubs_i3_ea> rows;
-  for (const auto& [key, row] : m_engine.GetTables().addresses) {
+  for (const auto& [key, row] : m_engine.GetTables().Addresses()) {
     rows.push_back(ToRow(key, row));
   }
   return rows;
@@ -26,9 +26,9 @@ std::vector<amb_stubs_i3_ea> Facts::Addresses() const {
 std::vector<amb_cipr_rtm_rib> Facts::Rib() const {
   std::vector<amb_cipr_rtm_rib> rows;
   const std::uint64_t now = m_engine.Now();
-  for (const auto& [id, instance] : m_engine.GetTables().instances) {
-    const RibEntry* entry = instance->rib.After(nullptr);
-    for (; entry != nullptr; entry = instance->rib.After(entry->key)) {
+  for (const auto& [id, instance] : m_engine.GetTables().Instances()) {
+    const RibEntry* entry = instance.rib.After(nullptr);
+    for (; entry != nullptr; entry = instance.rib.After(entry->key)) {
       rows.push_back(ToRibRow(id, *entry, now));
     }
   }
@@ -38,9 +38,9 @@ std::vector<amb_cipr_rtm_rib> Facts::Rib() const {
 std::vector<amb_cipr_rtm_route> Facts::Routes() const {
   std::vector<amb_cipr_rtm_route> rows;
   const std::uint64_t now = m_engine.Now();
-  for (const auto& [id, instance] : m_engine.GetTables().instances) {
-    const RibEntry* entry = instance->rib.InstalledAfter(nullptr);
-    for (; entry != nullptr; entry = instance->rib.InstalledAfter(&entry->key->prefix)) {
+  for (const auto& [id, instance] : m_engine.GetTables().Instances()) {
+    const RibEntry* entry = instance.rib.InstalledAfter(nullptr);
+    for (; entry != nullptr; entry = instance.rib.InstalledAfter(&entry->key->prefix)) {
       rows.push_back(ToRouteRow(id, *entry, now));
     }
   }
@@ -49,7 +49,7 @@ std::vector<amb_cipr_rtm_route> Facts::Routes() const {
 
 std::vector<RedistributionRow> Facts::Redistributions() const {
   std::vector<RedistributionRow> rows;
-  for (const auto& row : m_engine.GetTables().redistributions) {
+  for (const auto& row : m_engine.GetTables().Redistributions()) {
     rows.push_back({row.first.instance, row.first.source, row.first.destination});
   }
   return rows;
@@ -70,7 +70,7 @@ std::vector<amb_cipr_rtm_route> Facts::Redistributed(std::uint32_t instance,
 
 std::vector<std::uint32_t> Facts::Instances() const {
   std::vector<std::uint32_t> ids;
-  for (const auto& instance : m_engine.GetTables().instances) {
+  for (const auto& instance : m_engine.GetTables().Instances()) {
     ids.push_back(instance.first);
   }
   return ids;

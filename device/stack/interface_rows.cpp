@@ -1,6 +1,8 @@
 // Interfaces. Row status 4 creates the row and sets all of it; 1 changes the operational status only,
 // and nothing when the row is absent; 6 removes it. Any other row status changes nothing.
 
+#include <utility>
+
 #include "requests.h"
 
 namespace routing_stack {
@@ -12,34 +14,36 @@ constexpr std::uint32_t kDefaultMtu = 1500;
 }  // namespace
 
 unsigned int InterfaceRequest::Apply(Tables& tables) const {
-  const auto row = tables.interfaces.find(key);
-  const bool isThere = row != tables.interfaces.end();
   switch (rowStatus) {
-    case kCreateAndGo: {
-      const unsigned int room = isThere ? static_cast<unsigned int>(kDone)
-                                        : tables.RoomFor(kType, tables.interfaces.size());
-      if (room != kDone) {
-        return room;
-      }
-      tables.interfaces[key] = {name, flags, operStatus, extra != 0 ? extra : kDefaultMtu};
-      break;
-    }
+    case kCreateAndGo:
+      return Create(tables);
     case kActive:
-      if (!isThere) {
-        return kAbsent;
-      }
-      row->second.operStatus = operStatus;
-      break;
+      return SetStatus(tables);
     case kDestroy:
-      if (!isThere) {
-        return kAbsent;
-      }
-      tables.interfaces.erase(row);
-      break;
+      return tables.RemoveInterface(key) ? kDone : kAbsent;
     default:
       return kWrongValue;
   }
-  tables.InterfaceChanged(key);
+}
+
+unsigned int InterfaceRequest::Create(Tables& tables) const {
+  const bool isThere = tables.Interfaces().count(key) != 0;
+  const unsigned int room = isThere ? static_cast<unsigned int>(kDone)
+                                    : tables.RoomFor(kType, tables.Interfaces().size());
+  if (room == kDone) {
+    tables.StoreInterface(key, {name, flags, operStatus, extra != 0 ? extra : kDefaultMtu});
+  }
+  return room;
+}
+
+unsigned int InterfaceRequest::SetStatus(Tables& tables) const {
+  const auto row = tables.Interfaces().find(key);
+  if (row == tables.Interfaces().end()) {
+    return kAbsent;
+  }
+  InterfaceRow changed = row->second;
+  changed.operStatus = operStatus;
+  tables.StoreInterface(key, std::move(changed));
   return kDone;
 }
 

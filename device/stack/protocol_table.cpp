@@ -24,26 +24,21 @@ Oid ProtocolRequest::GetOid() const {
 }
 
 unsigned int ProtocolRequest::Apply(Tables& tables) const {
-  const auto row = tables.protocolRows.find(key);
-  const bool isThere = row != tables.protocolRows.end() && keyLength == key.key.size();
+  const bool isStorable = keyLength != 0 && keyLength == key.key.size();
   if (rowStatus == kDestroy) {
-    if (!isThere) {
-      return kAbsent;
-    }
-    tables.protocolRows.erase(row);
-    return kDone;
+    return isStorable && tables.RemoveProtocolRow(key) ? kDone : kAbsent;
   }
-  if (!Creates(rowStatus) || !IsAdminStatus(adminStatus) || keyLength == 0 ||
-      keyLength != key.key.size()) {
+  if (!Creates(rowStatus) || !IsAdminStatus(adminStatus) || !isStorable) {
     return kWrongValue;
   }
   if (tables.FindInstance(key.instance) == nullptr) {
     return kRetry;
   }
+  const bool isThere = tables.ProtocolRows().count(key) != 0;
   const unsigned int room = isThere ? static_cast<unsigned int>(kDone)
-                                    : tables.RoomFor(kType, tables.protocolRows.size());
+                                    : tables.RoomFor(kType, tables.ProtocolRows().size());
   if (room == kDone) {
-    tables.protocolRows[key] = {adminStatus, payload};
+    tables.StoreProtocolRow(key, {adminStatus, payload});
   }
   return room;
 }

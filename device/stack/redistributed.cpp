@@ -14,8 +14,8 @@ constexpr unsigned int kProtocolCodeShift = 16;
 std::vector<std::uint32_t> SourcesOf(const Tables& tables, std::uint32_t instance,
                                      std::uint32_t destination) {
   std::vector<std::uint32_t> sources;
-  auto rule = tables.redistributions.lower_bound({instance, 0, 0});
-  for (; rule != tables.redistributions.end() && rule->first.instance == instance; ++rule) {
+  auto rule = tables.Redistributions().lower_bound({instance, 0, 0});
+  for (; rule != tables.Redistributions().end() && rule->first.instance == instance; ++rule) {
     if (rule->first.destination == destination && rule->second == 1) {
       sources.push_back(rule->first.source);
     }

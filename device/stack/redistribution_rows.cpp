@@ -12,14 +12,8 @@
 namespace routing_stack {
 
 unsigned int RedistributionRequest::Apply(Tables& tables) const {
-  const auto row = tables.redistributions.find(key);
-  const bool isThere = row != tables.redistributions.end();
   if (rowStatus == kDestroy) {
-    if (!isThere) {
-      return kAbsent;
-    }
-    tables.redistributions.erase(row);
-    return kDone;
+    return tables.RemoveRedistribution(key) ? kDone : kAbsent;
   }
   if (!Creates(rowStatus) || !IsAdminStatus(adminStatus)) {
     return kWrongValue;
@@ -27,10 +21,11 @@ unsigned int RedistributionRequest::Apply(Tables& tables) const {
   if (tables.FindInstance(key.instance) == nullptr) {
     return kRetry;
   }
+  const bool isThere = tables.Redistributions().count(key) != 0;
   const unsigned int room = isThere ? static_cast<unsigned int>(kDone)
-                                    : tables.RoomFor(kType, tables.redistributions.size());
+                                    : tables.RoomFor(kType, tables.Redistributions().size());
   if (room == kDone) {
-    tables.redistributions[key] = adminStatus;
+    tables.StoreRedistribution(key, adminStatus);
   }
   return room;
 }

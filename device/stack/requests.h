@@ -51,6 +51,10 @@ struct InterfaceRequest : Request {
   Oid GetOid() const { return InterfaceOid(key.instance, key.ifIndex); }
   unsigned int Apply(Tables& tables) const;
   void Answer(unsigned int) const {}
+
+ private:
+  unsigned int Create(Tables& tables) const;
+  unsigned int SetStatus(Tables& tables) const;
 };
 
 /// As the interface's.

@@ -45,7 +45,7 @@ CandidateKey RouteRequest::Key() const {
 }
 
 unsigned int RouteRequest::Store(Tables& tables) const {
-  Instance* const found = tables.FindInstance(instance);
+  const Instance* const found = tables.FindInstance(instance);
   if (found == nullptr) {
     return kRetry;
   }
@@ -53,31 +53,22 @@ unsigned int RouteRequest::Store(Tables& tables) const {
     return kInconsistent;
   }
   const CandidateKey key = Key();
-  if (!found->rib.Has(key)) {
-    const unsigned int room = tables.RoomFor(kType, tables.staticRoutes);
-    if (room != kDone) {
-      return room;
-    }
+  const unsigned int room = tables.RoomFor(kType, tables.CountStaticRoutes());
+  if (room != kDone && !found->rib.Has(key)) {
+    return room;
   }
   CandidateValues values;
   values.metric = metric;
   values.adminUp = adminStatus == 1;
-  if (found->rib.Put(key, values)) {
-    ++found->staticRoutes;
-    ++tables.staticRoutes;
-  }
+  tables.StoreCandidate(instance, key, values);
   return kDone;
 }
 
 unsigned int RouteRequest::Destroy(Tables& tables) const {
-  Instance* const found = tables.FindInstance(instance);
-  if (found == nullptr || found->family != FamilyOf(addressType) ||
-      prefixLength > MaximalLength(found->family) || !found->rib.Remove(Key())) {
-    return kAbsent;
-  }
-  --found->staticRoutes;
-  --tables.staticRoutes;
-  return kDone;
+  const Instance* const found = tables.FindInstance(instance);
+  const bool canBeThere = found != nullptr && found->family == FamilyOf(addressType) &&
+                          prefixLength <= MaximalLength(found->family);
+  return canBeThere && tables.RemoveCandidate(instance, Key()) ? kDone : kAbsent;
 }
 
 void RouteRequest::Answer(unsigned int status) const {

@@ -58,7 +58,7 @@ unsigned int RtmRequest::Apply(Tables& tables) {
     return kWrongValue;
   }
   if (rowStatus == kDestroy) {
-    tables.DropInstance(instance);
+    tables.RemoveInstance(instance);
     return kDone;
   }
   return Creates(static_cast<int>(rowStatus)) ? Create(tables) : kWrongValue;
@@ -70,19 +70,15 @@ unsigned int RtmRequest::Create(Tables& tables) {
   if (cGetRtmConfig(instance, &entity) != 1) {
     return kAbsent;
   }
-  Instance* known = tables.FindInstance(instance);
-  if (known == nullptr) {
-    const unsigned int room = tables.RoomFor(kType, tables.instances.size());
+  if (tables.FindInstance(instance) == nullptr) {
+    const unsigned int room = tables.RoomFor(kType, tables.Instances().size());
     if (room != kDone) {
       return room;
     }
-    const std::uint32_t routerId = AskRouterId(instance);
-    known = &tables.AddInstance(instance, FamilyOfInstance(family, instance));
-    known->routerId = routerId;
+    tables.AddInstance(instance, FamilyOfInstance(family, instance), AskRouterId(instance));
     isNew = true;
   }
-  known->rib.SetDistances(DistancesOf(entity));
-  tables.RibChanged(instance);
+  tables.SetDistances(instance, DistancesOf(entity));
   return kDone;
 }
 

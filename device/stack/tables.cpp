@@ -1,6 +1,7 @@
 #include "tables.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace routing_stack {
 
@@ -18,105 +19,184 @@ bool ConnectedPrefix(const AddressKey& key, const AddressRow& row, Family family
 
 }  // namespace
 
+const Instance* Tables::FindInstance(std::uint32_t instance) const {
+  const auto found = m_instances.find(instance);
+  return found == m_instances.end() ? nullptr : &found->second;
+}
+
+Instance* Tables::Find(std::uint32_t instance) {
+  const auto found = m_instances.find(instance);
+  return found == m_instances.end() ? nullptr : &found->second;
+}
+
+void Tables::SetLimit(RowType type, const Limit& limit) {
+  m_limits[static_cast<std::size_t>(type)] = limit;
+}
+
 unsigned int Tables::RoomFor(RowType type, std::size_t rows) const {
-  const Limit& limit = limits[static_cast<std::size_t>(type)];
+  const Limit& limit = m_limits[static_cast<std::size_t>(type)];
   return rows < limit.rows ? static_cast<unsigned int>(kDone) : limit.status;
 }
 
-Instance* Tables::FindInstance(std::uint32_t instance) const {
-  const auto found = instances.find(instance);
-  return found == instances.end() ? nullptr : found->second.get();
-}
+// ---- instances
 
-Instance& Tables::AddInstance(std::uint32_t instance, Family family) {
-  std::unique_ptr<Instance>& slot = instances[instance];
-  slot = std::make_unique<Instance>(++m_lastSerial, family, m_clock);
+void Tables::AddInstance(std::uint32_t instance, Family family, std::uint32_t routerId) {
+  m_instances.try_emplace(instance, ++m_lastSerial, family, routerId, m_clock);
   m_interfaceScans.push_back({instance, false, {}});
-  return *slot;
 }
 
-void Tables::DropInstance(std::uint32_t instance) {
-  const auto found = instances.find(instance);
-  if (found == instances.end()) {
+void Tables::SetDistances(std::uint32_t instance, const Distances& distances) {
+  Instance& found = *Find(instance);
+  found.rib.SetDistances(distances);
+  RibChanged(instance, found);
+}
+
+bool Tables::RemoveInstance(std::uint32_t instance) {
+  const auto found = m_instances.find(instance);
+  if (found == m_instances.end()) {
+    return false;
+  }
+  m_staticRoutes -= found->second.staticRoutes;
+  m_removed.push_back(m_instances.extract(found));
+  m_redistributions.erase(m_redistributions.lower_bound({instance, 0, 0}),
+                          m_redistributions.upper_bound({instance, UINT32_MAX, UINT32_MAX}));
+  auto row = m_protocolRows.lower_bound({instance, 0, {}});
+  while (row != m_protocolRows.end() && row->first.instance == instance) {
+    row = m_protocolRows.erase(row);
+  }
+  return true;
+}
+
+void Tables::RibChanged(std::uint32_t id, const Instance& instance) {
+  if (instance.rib.HasWork() &&
+      std::find(m_busyRibs.begin(), m_busyRibs.end(), id) == m_busyRibs.end()) {
+    m_busyRibs.push_back(id);
+  }
+}
+
+// ---- interfaces
+
+void Tables::StoreInterface(const InterfaceKey& key, InterfaceRow row) {
+  const bool isUp = row.IsUp();
+  m_interfaces[key] = std::move(row);
+  InterfaceChanged(key, isUp);
+}
+
+bool Tables::RemoveInterface(const InterfaceKey& key) {
+  const bool removed = m_interfaces.erase(key) != 0;
+  if (removed) {
+    InterfaceChanged(key, false);
+  }
+  return removed;
+}
+
+void Tables::InterfaceChanged(const InterfaceKey& key, bool isUp) {
+  Instance* const instance = Find(key.instance);
+  if (instance == nullptr || key.ifIndex == 0) {
     return;
   }
-  staticRoutes -= found->second->staticRoutes;
-  Bury(std::move(found->second));
-  instances.erase(found);
-  redistributions.erase(redistributions.lower_bound({instance, 0, 0}),
-                        redistributions.upper_bound({instance, UINT32_MAX, UINT32_MAX}));
-  auto row = protocolRows.lower_bound({instance, 0, {}});
-  while (row != protocolRows.end() && row->first.instance == instance) {
-    row = protocolRows.erase(row);
-  }
+  instance->rib.SetInterface(key.ifIndex, isUp);
+  RibChanged(key.instance, *instance);
+  m_addressScans.push_back({key, false, {}});
 }
 
-void Tables::Bury(std::unique_ptr<Instance> instance) { m_buried.push_back(std::move(instance)); }
+// ---- addresses
 
-void Tables::InterfaceChanged(const InterfaceKey& interface) {
-  Instance* const instance = FindInstance(interface.instance);
-  if (instance == nullptr || interface.ifIndex == 0) {
-    return;
-  }
-  const auto row = interfaces.find(interface);
-  instance->rib.SetInterface(interface.ifIndex, row != interfaces.end() && row->second.IsUp());
-  RibChanged(interface.instance);
-  m_addressScans.push_back({interface, false, {}});
+void Tables::StoreAddress(const AddressKey& key, std::uint32_t prefixLength) {
+  AddressRow& row = m_addresses[key];
+  Detach(key, row);  // by its old length
+  row.prefixLength = prefixLength;
+  Attach(key, row);
 }
 
-void Tables::AddressStored(const AddressKey& key) {
-  const auto row = addresses.find(key);
-  if (row != addresses.end()) {
-    Attach(key, row->second);
+bool Tables::RemoveAddress(const AddressKey& key) {
+  const auto row = m_addresses.find(key);
+  if (row == m_addresses.end()) {
+    return false;
   }
-}
-
-void Tables::DetachAddress(const AddressKey& key) {
-  const auto row = addresses.find(key);
-  Instance* const instance = FindInstance(key.interface.instance);
-  if (row != addresses.end() && instance != nullptr) {
-    Detach(*instance, key, row->second);
-  }
+  Detach(key, row->second);
+  m_addresses.erase(row);
+  return true;
 }
 
 void Tables::Attach(const AddressKey& key, AddressRow& row) {
-  Instance* const instance = FindInstance(key.interface.instance);
+  Instance* const instance = Find(key.interface.instance);
   if (instance == nullptr) {
     return;
   }
-  const auto interface = interfaces.find(key.interface);
-  if (interface == interfaces.end() || !interface->second.IsUp()) {
-    Detach(*instance, key, row);
+  const auto interface = m_interfaces.find(key.interface);
+  if (interface == m_interfaces.end() || !interface->second.IsUp()) {
+    DetachFrom(*instance, key, row);
     return;
   }
   Prefix prefix;
   if (row.attachedTo != instance->serial && ConnectedPrefix(key, row, instance->family, &prefix)) {
     row.attachedTo = instance->serial;
     instance->rib.AddConnected(prefix, key.interface.ifIndex);
-    RibChanged(key.interface.instance);
+    RibChanged(key.interface.instance, *instance);
   }
 }
 
-void Tables::Detach(Instance& instance, const AddressKey& key, AddressRow& row) {
+void Tables::DetachFrom(Instance& instance, const AddressKey& key, AddressRow& row) {
   Prefix prefix;
   if (row.attachedTo == instance.serial && ConnectedPrefix(key, row, instance.family, &prefix)) {
     instance.rib.RemoveConnected(prefix, key.interface.ifIndex);
-    RibChanged(key.interface.instance);
+    RibChanged(key.interface.instance, instance);
   }
   row.attachedTo = 0;
 }
 
-void Tables::RibChanged(std::uint32_t instance) {
-  const Instance* const found = FindInstance(instance);
-  if (found != nullptr && found->rib.HasWork() &&
-      std::find(m_busyRibs.begin(), m_busyRibs.end(), instance) == m_busyRibs.end()) {
-    m_busyRibs.push_back(instance);
+void Tables::Detach(const AddressKey& key, AddressRow& row) {
+  Instance* const instance = Find(key.interface.instance);
+  if (instance != nullptr) {
+    DetachFrom(*instance, key, row);
   }
 }
 
+// ---- routes and protocol candidates
+
+void Tables::StoreCandidate(std::uint32_t instance, const CandidateKey& key,
+                            const CandidateValues& values) {
+  Instance& found = *Find(instance);
+  if (found.rib.Put(key, values) && key.proto == kStatic) {
+    ++found.staticRoutes;
+    ++m_staticRoutes;
+  }
+}
+
+bool Tables::RemoveCandidate(std::uint32_t instance, const CandidateKey& key) {
+  Instance* const found = Find(instance);
+  if (found == nullptr || !found->rib.Remove(key)) {
+    return false;
+  }
+  if (key.proto == kStatic) {
+    --found->staticRoutes;
+    --m_staticRoutes;
+  }
+  return true;
+}
+
+// ---- redistribution rules and protocol rows: nothing else follows from them
+
+void Tables::StoreRedistribution(const RedistributionKey& key, int adminStatus) {
+  m_redistributions[key] = adminStatus;
+}
+
+bool Tables::RemoveRedistribution(const RedistributionKey& key) {
+  return m_redistributions.erase(key) != 0;
+}
+
+void Tables::StoreProtocolRow(const ProtocolKey& key, ProtocolRow row) {
+  m_protocolRows[key] = std::move(row);
+}
+
+bool Tables::RemoveProtocolRow(const ProtocolKey& key) { return m_protocolRows.erase(key) != 0; }
+
+// ---- work
+
 bool Tables::HasWork() const {
   return !m_interfaceScans.empty() || !m_addressScans.empty() || !m_busyRibs.empty() ||
-         !m_buried.empty();
+         !m_removed.empty();
 }
 
 // Interfaces and addresses come before the RIBs, so that a next hop is resolved once for a change and
@@ -127,37 +207,37 @@ void Tables::Work() {
   } else if (!m_addressScans.empty()) {
     ScanAddress();
   } else if (!m_busyRibs.empty()) {
-    Instance* const instance = FindInstance(m_busyRibs.front());
+    Instance* const instance = Find(m_busyRibs.front());
     if (instance == nullptr || !instance->rib.HasWork()) {
       m_busyRibs.pop_front();
     } else {
       instance->rib.Work();
     }
-  } else if (!m_buried.empty()) {
-    if (!m_buried.front()->rib.Shrink()) {
-      m_buried.pop_front();
+  } else if (!m_removed.empty()) {
+    if (!m_removed.front().mapped().rib.Shrink()) {
+      m_removed.pop_front();
     }
   }
 }
 
 void Tables::ScanInterface() {
   InterfaceScan& scan = m_interfaceScans.front();
-  const auto next =
-      scan.begun ? interfaces.upper_bound(scan.last) : interfaces.lower_bound({scan.instance, 0});
-  if (next == interfaces.end() || next->first.instance != scan.instance) {
+  const auto next = scan.begun ? m_interfaces.upper_bound(scan.last)
+                               : m_interfaces.lower_bound({scan.instance, 0});
+  if (next == m_interfaces.end() || next->first.instance != scan.instance) {
     m_interfaceScans.pop_front();
     return;
   }
   scan.begun = true;
   scan.last = next->first;
-  InterfaceChanged(next->first);
+  InterfaceChanged(next->first, next->second.IsUp());
 }
 
 void Tables::ScanAddress() {
   AddressScan& scan = m_addressScans.front();
-  const auto next = scan.begun ? addresses.upper_bound(scan.last)
-                               : addresses.lower_bound({scan.interface, Family::kIp4, {}});
-  if (next == addresses.end() || next->first.interface < scan.interface ||
+  const auto next = scan.begun ? m_addresses.upper_bound(scan.last)
+                               : m_addresses.lower_bound({scan.interface, Family::kIp4, {}});
+  if (next == m_addresses.end() || next->first.interface < scan.interface ||
       scan.interface < next->first.interface) {
     m_addressScans.pop_front();
     return;
@@ -168,15 +248,14 @@ void Tables::ScanAddress() {
 }
 
 void Tables::Clear() {
-  for (auto& instance : instances) {
-    Bury(std::move(instance.second));
+  while (!m_instances.empty()) {
+    m_removed.push_back(m_instances.extract(m_instances.begin()));
   }
-  instances.clear();
-  interfaces.clear();
-  addresses.clear();
-  redistributions.clear();
-  protocolRows.clear();
-  staticRoutes = 0;
+  m_interfaces.clear();
+  m_addresses.clear();
+  m_redistributions.clear();
+  m_protocolRows.clear();
+  m_staticRoutes = 0;
   m_interfaceScans.clear();
   m_addressScans.clear();
   m_busyRibs.clear();

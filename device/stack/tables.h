@@ -1,22 +1,26 @@
 // All tables of one stack, and what follows when a row of one concerns another.
 //
-// Interface and address rows are stored whatever exists. They take effect, as interfaces that are up
-// and connected prefixes of an instance's RIB, while the instance exists, the interface exists and is
-// up, and the row itself makes sense; `attachedTo` says to which life of the instance an address is
-// attached at present. Static routes and protocol candidates live in the instance's RIB, so they go
-// with it; redistribution and protocol rows are removed by the entity's row.
+// Interface and address rows are stored whatever else exists. They take effect, as interfaces that
+// are up and connected prefixes of an instance's RIB, while the instance exists, the interface exists
+// and is up, and the row itself makes sense; `attachedTo` says to which life of the instance an
+// address is attached at present. Static routes and protocol candidates live in the instance's RIB.
+// They go with the instance, and so do its redistribution rules and protocol rows.
+//
+// Everybody may read the tables. They are changed by the functions that store and remove rows and by
+// nothing else, so that no consequence of a change can be forgotten. Whether a request is acceptable
+// is not judged here: the rules of each type of row are in *_rows.cpp and protocol_table.cpp.
 //
 // A change of one row may concern many others. These consequences are not drawn at once but kept as
-// work of bounded steps, which the engine finishes before it takes the next event: each event finds
-// settled tables.
+// work of bounded steps. The engine finishes that work before it takes the next event, so each event
+// finds the consequences of all earlier ones.
 #ifndef DEVICE_STACK_TABLES_H
 #define DEVICE_STACK_TABLES_H
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <map>
-#include <memory>
 #include <string>
 #include <tuple>
 
@@ -43,12 +47,16 @@ inline bool Creates(int rowStatus) { return rowStatus == kActive || rowStatus ==
 inline bool IsAdminStatus(int status) { return status == 1 || status == 2; }
 
 struct Instance {
-  Instance(std::uint32_t serialNumber, Family instanceFamily, const Clock& clock)
-      : serial(serialNumber), family(instanceFamily), rib(instanceFamily, clock) {}
+  Instance(std::uint32_t serialNumber, Family instanceFamily, std::uint32_t itsRouterId,
+           const Clock& clock)
+      : serial(serialNumber),
+        family(instanceFamily),
+        routerId(itsRouterId),
+        rib(instanceFamily, clock) {}
 
   const std::uint32_t serial;  // tells lives of the same instance apart
   const Family family;
-  std::uint32_t routerId = 0;  // an IPv4 address as it lies in memory
+  const std::uint32_t routerId;  // an IPv4 address as it lies in memory
   std::size_t staticRoutes = 0;
   Rib rib;
 };
@@ -118,37 +126,53 @@ class Tables {
  public:
   explicit Tables(const Clock& clock) : m_clock(clock) {}
 
-  // The tables. The rules of their rows are in *_rows.cpp and protocol_table.cpp; whoever changes a
-  // row there calls the matching function below.
-  std::map<std::uint32_t, std::unique_ptr<Instance>> instances;
-  std::map<InterfaceKey, InterfaceRow> interfaces;
-  std::map<AddressKey, AddressRow> addresses;
-  std::map<RedistributionKey, int> redistributions;  // the admin status
-  std::map<ProtocolKey, ProtocolRow> protocolRows;
-  std::size_t staticRoutes = 0;  // of all instances
+  using InstanceTable = std::map<std::uint32_t, Instance>;
+  using InterfaceTable = std::map<InterfaceKey, InterfaceRow>;
+  using AddressTable = std::map<AddressKey, AddressRow>;
+  using RedistributionTable = std::map<RedistributionKey, int>;  // the admin status
+  using ProtocolRowTable = std::map<ProtocolKey, ProtocolRow>;
 
-  std::array<Limit, kRowTypes> limits;
-  /// Done, or the limit's status when one more row is too many.
+  const InstanceTable& Instances() const { return m_instances; }
+  const InterfaceTable& Interfaces() const { return m_interfaces; }
+  const AddressTable& Addresses() const { return m_addresses; }
+  const RedistributionTable& Redistributions() const { return m_redistributions; }
+  const ProtocolRowTable& ProtocolRows() const { return m_protocolRows; }
+  /// The static routes of all instances, installed or not.
+  std::size_t CountStaticRoutes() const { return m_staticRoutes; }
+  /// Null when the instance does not exist.
+  const Instance* FindInstance(std::uint32_t instance) const;
+
+  void SetLimit(RowType type, const Limit& limit);
+  /// Done, or the limit's status when one more row than `rows` is too many.
   unsigned int RoomFor(RowType type, std::size_t rows) const;
 
-  Instance* FindInstance(std::uint32_t instance) const;
-  /// A new instance; interfaces and addresses that are there take effect in it.
-  Instance& AddInstance(std::uint32_t instance, Family family);
-  /// Drops an instance with everything that goes with it.
-  void DropInstance(std::uint32_t instance);
-  /// An interface was stored, changed or removed.
-  void InterfaceChanged(const InterfaceKey& interface);
-  void AddressStored(const AddressKey& key);
-  /// To be called before the row is removed or its prefix length is changed.
-  void DetachAddress(const AddressKey& key);
-  /// An instance's RIB was changed and may have work to do.
-  void RibChanged(std::uint32_t instance);
+  // Rows are stored whether they are new or not. Removing tells whether the row was there.
 
-  bool HasWork() const;
-  void Work();
-
+  /// Interfaces and addresses that are there take effect in the new instance. One that exists stays
+  /// as it is.
+  void AddInstance(std::uint32_t instance, Family family, std::uint32_t routerId);
+  /// The instance must exist.
+  void SetDistances(std::uint32_t instance, const Distances& distances);
+  /// Removes an instance with everything that goes with it.
+  bool RemoveInstance(std::uint32_t instance);
+  void StoreInterface(const InterfaceKey& key, InterfaceRow row);
+  bool RemoveInterface(const InterfaceKey& key);
+  void StoreAddress(const AddressKey& key, std::uint32_t prefixLength);
+  bool RemoveAddress(const AddressKey& key);
+  /// A static route or a protocol's candidate. The instance must exist and have the key's family.
+  void StoreCandidate(std::uint32_t instance, const CandidateKey& key,
+                      const CandidateValues& values);
+  bool RemoveCandidate(std::uint32_t instance, const CandidateKey& key);
+  void StoreRedistribution(const RedistributionKey& key, int adminStatus);
+  bool RemoveRedistribution(const RedistributionKey& key);
+  void StoreProtocolRow(const ProtocolKey& key, ProtocolRow row);
+  bool RemoveProtocolRow(const ProtocolKey& key);
   /// Forgets all rows and all work; limits stay.
   void Clear();
+
+  bool HasWork() const;
+  /// One bounded step of the work that earlier changes left.
+  void Work();
 
  private:
   /// Interfaces of an instance, or addresses of an interface, that have to be looked at again.
@@ -165,16 +189,27 @@ class Tables {
 
   void ScanInterface();
   void ScanAddress();
+  void InterfaceChanged(const InterfaceKey& key, bool isUp);
   void Attach(const AddressKey& key, AddressRow& row);
-  void Detach(Instance& instance, const AddressKey& key, AddressRow& row);
-  void Bury(std::unique_ptr<Instance> instance);
+  void Detach(const AddressKey& key, AddressRow& row);
+  void DetachFrom(Instance& instance, const AddressKey& key, AddressRow& row);
+  void RibChanged(std::uint32_t id, const Instance& instance);
+  Instance* Find(std::uint32_t instance);
 
   const Clock& m_clock;
+  InstanceTable m_instances;
+  InterfaceTable m_interfaces;
+  AddressTable m_addresses;
+  RedistributionTable m_redistributions;
+  ProtocolRowTable m_protocolRows;
+  std::size_t m_staticRoutes = 0;
+  std::array<Limit, kRowTypes> m_limits;
+
   std::uint32_t m_lastSerial = 0;
   std::deque<InterfaceScan> m_interfaceScans;
   std::deque<AddressScan> m_addressScans;
   std::deque<std::uint32_t> m_busyRibs;
-  std::deque<std::unique_ptr<Instance>> m_buried;  // freed in steps
+  std::deque<InstanceTable::node_type> m_removed;  // instances, freed in steps
 };
 
 }  // namespace routing_stack

@@ -95,9 +95,9 @@ bool Walk::End(unsigned int result) {
 }
 
 bool Walk::StepInterfaces(const Tables& tables) {
-  const auto next = begun ? tables.interfaces.upper_bound(address.interface)
-                          : tables.interfaces.lower_bound({instance, 0});
-  if (next == tables.interfaces.end()) {
+  const auto next = begun ? tables.Interfaces().upper_bound(address.interface)
+                          : tables.Interfaces().lower_bound({instance, 0});
+  if (next == tables.Interfaces().end()) {
     return End(kEndOfTable);
   }
   begun = true;
@@ -107,9 +107,9 @@ bool Walk::StepInterfaces(const Tables& tables) {
 }
 
 bool Walk::StepAddresses(const Tables& tables) {
-  const auto next = begun ? tables.addresses.upper_bound(address)
-                          : tables.addresses.lower_bound({{instance, 0}, Family::kIp4, {}});
-  if (next == tables.addresses.end()) {
+  const auto next = begun ? tables.Addresses().upper_bound(address)
+                          : tables.Addresses().lower_bound({{instance, 0}, Family::kIp4, {}});
+  if (next == tables.Addresses().end()) {
     return End(kEndOfTable);
   }
   begun = true;
@@ -122,9 +122,9 @@ bool Walk::StepAddresses(const Tables& tables) {
 /// in one RIB, after the last entry or, told so, from the beginning.
 template <typename Find>
 const RibEntry* Walk::NextOfAll(const Tables& tables, Find find) {
-  for (auto it = tables.instances.lower_bound(instance); it != tables.instances.end(); ++it) {
+  for (auto it = tables.Instances().lower_bound(instance); it != tables.Instances().end(); ++it) {
     const bool goOn = begun && it->first == instance;
-    const RibEntry* const entry = find(it->second->rib, goOn);
+    const RibEntry* const entry = find(it->second.rib, goOn);
     if (entry != nullptr) {
       begun = true;
       instance = it->first;
