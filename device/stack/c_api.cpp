@@ -16,12 +16,13 @@ namespace {
 
 constexpr std::size_t kNameBytes = sizeof(amb_stubs_i3_ei::name) - 1;
 
-// Without a current engine there is nobody to note a call; `line` is not asked then either.
-template <typename Line>
-Engine* Note(Call call, Line line) {
+// Notes the call with its arguments and gives the engine that it is for; null when none is current,
+// and then nobody notes it.
+template <typename... Arguments>
+Engine* Note(Call call, const Arguments&... arguments) {
   Engine* const engine = Engine::Current();
   if (engine != nullptr) {
-    engine->Calls().Note(call, line);
+    engine->Calls().Note(call, arguments...);
   }
   return engine;
 }
@@ -67,17 +68,8 @@ void CopyAddress(unsigned char (&to)[16], const unsigned char* from, int address
 void RequestInterface(Call call, int rowStatus, unsigned int operStatus, unsigned int instance,
                       unsigned int ifIndex, const char* name, unsigned int ifAttr,
                       unsigned int flags, unsigned int extra) {
-  Engine* const engine = Note(call, [=] {
-    return CallLine(call)
-        .Number(rowStatus)
-        .Number(operStatus)
-        .Number(instance)
-        .Number(ifIndex)
-        .Text(name)
-        .Number(ifAttr)
-        .Number(flags)
-        .Number(extra);
-  });
+  Engine* const engine =
+      Note(call, rowStatus, operStatus, instance, ifIndex, name, ifAttr, flags, extra);
   if (engine == nullptr) {
     return;
   }
@@ -93,15 +85,7 @@ void RequestInterface(Call call, int rowStatus, unsigned int operStatus, unsigne
 
 void RequestRedistribution(Call call, int rowStatus, int adminStatus, int source, int destination,
                            unsigned int vlan, unsigned int zero) {
-  Engine* const engine = Note(call, [=] {
-    return CallLine(call)
-        .Number(rowStatus)
-        .Number(adminStatus)
-        .Number(source)
-        .Number(destination)
-        .Number(vlan)
-        .Number(zero);
-  });
+  Engine* const engine = Note(call, rowStatus, adminStatus, source, destination, vlan, zero);
   if (engine == nullptr) {
     return;
   }
@@ -112,12 +96,8 @@ void RequestRedistribution(Call call, int rowStatus, int adminStatus, int source
   engine->Submit(std::move(request));
 }
 
-void StartWalk(Call call, WalkTable table, unsigned int instance, bool hasInstance,
-               sms_response response, void* command) {
-  Engine* const engine = Note(call, [=] {
-    CallLine line(call);
-    return hasInstance ? line.Number(instance) : line;
-  });
+void StartWalk(Engine* engine, WalkTable table, unsigned int instance, sms_response response,
+               void* command) {
   if (engine != nullptr) {
     engine->StartWalk(table, instance, response, command);
   }
@@ -128,8 +108,7 @@ void StartWalk(Call call, WalkTable table, unsigned int instance, bool hasInstan
 // Life and scheduling.
 
 void smsi_init(char* components) {
-  Engine* const engine =
-      Note(Call::kSmsiInit, [=] { return CallLine(Call::kSmsiInit).Text(components); });
+  Engine* const engine = Note(Call::kSmsiInit, components);
   if (engine != nullptr) {
     engine->Start();
   }
@@ -145,9 +124,7 @@ int nbb_scheduler(void) {
 }
 
 void InvokeCallback(int fd, int events) {
-  Engine* const engine = Note(Call::kInvokeCallback, [=] {
-    return CallLine(Call::kInvokeCallback).Number(fd).Number(events);
-  });
+  Engine* const engine = Note(Call::kInvokeCallback, fd, events);
   if (engine != nullptr) {
     engine->DescriptorReady(fd, events);
   }
@@ -156,17 +133,14 @@ void InvokeCallback(int fd, int events) {
 // Tracing.
 
 void nbb_trips_control(int on) {
-  Engine* const engine =
-      Note(Call::kNbbTripsControl, [=] { return CallLine(Call::kNbbTripsControl).Number(on); });
+  Engine* const engine = Note(Call::kNbbTripsControl, on);
   if (engine != nullptr) {
     engine->trace.on = on != 0;
   }
 }
 
 void nbb_set_ips_filter(char* filter, unsigned short value) {
-  Engine* const engine = Note(Call::kNbbSetIpsFilter, [=] {
-    return CallLine(Call::kNbbSetIpsFilter).Text(filter).Number(value);
-  });
+  Engine* const engine = Note(Call::kNbbSetIpsFilter, filter, value);
   if (filter == nullptr) {
     ++nbb_os_failures;
   } else if (engine != nullptr && *filter == '\0') {
@@ -177,8 +151,7 @@ void nbb_set_ips_filter(char* filter, unsigned short value) {
 }
 
 int nbb_get_ips_tracing(void) {
-  Engine* const engine =
-      Note(Call::kNbbGetIpsTracing, [] { return CallLine(Call::kNbbGetIpsTracing); });
+  Engine* const engine = Note(Call::kNbbGetIpsTracing);
   return engine != nullptr && engine->trace.on ? 1 : 0;
 }
 
@@ -186,8 +159,7 @@ int nbb_get_ips_tracing(void) {
 
 void sms_act_rtm(amb_cipr_rtm_entity* row) {
   constexpr int kFamilyWord = 30;
-  Engine* const engine =
-      Note(Call::kSmsActRtm, [=] { return CallLine(Call::kSmsActRtm).Words(row); });
+  Engine* const engine = Note(Call::kSmsActRtm, row);
   if (engine == nullptr || row == nullptr) {
     return;
   }
@@ -202,20 +174,10 @@ void sms_update_route(int not_shared, int row_status, int admin_status, int addr
                       const unsigned char* destination, unsigned int prefix_length,
                       const unsigned char* next_hop, int path_type, unsigned int if_index,
                       unsigned short instance, unsigned short metric) {
-  Engine* const engine = Note(Call::kSmsUpdateRoute, [=] {
-    return CallLine(Call::kSmsUpdateRoute)
-        .Number(not_shared)
-        .Number(row_status)
-        .Number(admin_status)
-        .Number(address_type)
-        .Bytes(destination, address_type)
-        .Number(prefix_length)
-        .Bytes(next_hop, address_type)
-        .Number(path_type)
-        .Number(if_index)
-        .Number(instance)
-        .Number(metric);
-  });
+  Engine* const engine =
+      Note(Call::kSmsUpdateRoute, not_shared, row_status, admin_status, address_type,
+           AddressArgument{destination, address_type}, prefix_length,
+           AddressArgument{next_hop, address_type}, path_type, if_index, instance, metric);
   if (engine == nullptr) {
     return;
   }
@@ -251,15 +213,8 @@ void sms_bld_amb_test_i3_ei(int row_status, unsigned int oper_status, unsigned i
 void sms_act_ipaddr(int row_status, unsigned int vlan_or_instance, int address_type,
                     unsigned int if_index, const unsigned char* address,
                     unsigned int prefix_length) {
-  Engine* const engine = Note(Call::kSmsActIpaddr, [=] {
-    return CallLine(Call::kSmsActIpaddr)
-        .Number(row_status)
-        .Number(vlan_or_instance)
-        .Number(address_type)
-        .Number(if_index)
-        .Bytes(address, address_type)
-        .Number(prefix_length);
-  });
+  Engine* const engine = Note(Call::kSmsActIpaddr, row_status, vlan_or_instance, address_type,
+                              if_index, AddressArgument{address, address_type}, prefix_length);
   if (engine == nullptr) {
     return;
   }
@@ -316,19 +271,21 @@ unsigned int sms_set_cipr_redist_oid(unsigned int* buffer, unsigned int vlan, un
 // Walks.
 
 void sms_get_next_i3_ei(unsigned int instance, sms_response response, void* command) {
-  StartWalk(Call::kSmsGetNextEi, WalkTable::kInterfaces, instance, true, response, command);
+  StartWalk(Note(Call::kSmsGetNextEi, instance), WalkTable::kInterfaces, instance, response,
+            command);
 }
 
 void sms_get_next_i3_ea(unsigned int instance, sms_response response, void* command) {
-  StartWalk(Call::kSmsGetNextEa, WalkTable::kAddresses, instance, true, response, command);
+  StartWalk(Note(Call::kSmsGetNextEa, instance), WalkTable::kAddresses, instance, response,
+            command);
 }
 
 void sms_get_next_rtm_route(sms_response response, void* command) {
-  StartWalk(Call::kSmsGetNextRtmRoute, WalkTable::kRoutes, 0, false, response, command);
+  StartWalk(Note(Call::kSmsGetNextRtmRoute), WalkTable::kRoutes, 0, response, command);
 }
 
 void sms_get_next_rtm_rib(sms_response response, void* command) {
-  StartWalk(Call::kSmsGetNextRtmRib, WalkTable::kRib, 0, false, response, command);
+  StartWalk(Note(Call::kSmsGetNextRtmRib), WalkTable::kRib, 0, response, command);
 }
 
 // Protocol rows.
@@ -339,16 +296,8 @@ void sms_act_protocol_row(int not_shared, unsigned int table, int row_status, in
   const std::size_t stored = std::min<std::size_t>(key_length, kProtocolKeyBytes);
   const std::string bytes(key != nullptr ? reinterpret_cast<const char*>(key) : "",
                           key != nullptr ? stored : 0);
-  Engine* const engine = Note(Call::kProtocolRow, [&] {
-    return CallLine(Call::kProtocolRow)
-        .Number(not_shared)
-        .Number(table)
-        .Number(row_status)
-        .Number(admin_status)
-        .Number(instance)
-        .Text(bytes)
-        .Text(payload);
-  });
+  Engine* const engine = Note(Call::kProtocolRow, not_shared, table, row_status, admin_status,
+                              instance, bytes, payload);
   if (engine == nullptr) {
     return;
   }

@@ -45,21 +45,24 @@ const char* NameOfCall(Call call) {
   return call < Call::kCount ? kDescriptions[static_cast<std::size_t>(call)].name : "";
 }
 
-CallLine& CallLine::Text(const char* text) {
-  return text == nullptr ? Add("null") : Text(std::string(text));
-}
-
-CallLine& CallLine::Bytes(const unsigned char* bytes, int addressType) {
-  if (bytes == nullptr) {
-    return Add("null");
+void CallLine::Add(const char* text) {
+  if (text == nullptr) {
+    Append("null");
+  } else {
+    Add(std::string(text));
   }
-  const Family family = FamilyOf(addressType);
-  return Add(Address::FromBytes(bytes, family).ToText(family));
 }
 
-CallLine& CallLine::Words(const amb_cipr_rtm_entity* entity) {
+void CallLine::Add(const AddressArgument& address) {
+  const Family family = FamilyOf(address.type);
+  Append(address.bytes == nullptr ? "null"
+                                  : Address::FromBytes(address.bytes, family).ToText(family));
+}
+
+void CallLine::Add(const amb_cipr_rtm_entity* entity) {
   if (entity == nullptr) {
-    return Add("null");
+    Append("null");
+    return;
   }
   std::string text;
   for (int i = 0; i < AMB_RTM_ENTITY_WORDS; ++i) {
@@ -67,13 +70,12 @@ CallLine& CallLine::Words(const amb_cipr_rtm_entity* entity) {
       text += (text.empty() ? "" : " ") + std::to_string(i) + "=" + std::to_string(entity->word[i]);
     }
   }
-  return Add(text);
+  Append(text);
 }
 
-CallLine& CallLine::Add(const std::string& argument) {
+void CallLine::Append(const std::string& argument) {
   m_text += (m_isFirst ? "" : ", ") + argument;
   m_isFirst = false;
-  return *this;
 }
 
 std::uint64_t CallLog::CountOf(Call call) const {

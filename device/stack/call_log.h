@@ -12,22 +12,28 @@ namespace routing_stack {
 
 const char* NameOfCall(Call call);
 
+/// An address argument: its bytes, which may be missing, and its type.
+struct AddressArgument {
+  const unsigned char* bytes;
+  int type;
+};
+
 /// A call as text: the function's name with its arguments in order.
 class CallLine {
  public:
   explicit CallLine(Call call) : m_text(std::string(NameOfCall(call)) + "(") {}
 
-  CallLine& Number(long long value) { return Add(std::to_string(value)); }
-  CallLine& Text(const char* text);
-  CallLine& Text(const std::string& text) { return Add("\"" + text + "\""); }
-  CallLine& Bytes(const unsigned char* bytes, int addressType);
+  void Add(long long number) { Append(std::to_string(number)); }
+  void Add(const char* text);
+  void Add(const std::string& text) { Append("\"" + text + "\""); }
+  void Add(const AddressArgument& address);
   /// The words that are not zero as "index=value", separated by blanks.
-  CallLine& Words(const amb_cipr_rtm_entity* entity);
+  void Add(const amb_cipr_rtm_entity* entity);
 
   std::string Get() const { return m_text + ")"; }
 
  private:
-  CallLine& Add(const std::string& argument);
+  void Append(const std::string& argument);
 
   std::string m_text;
   bool m_isFirst = true;
@@ -36,13 +42,16 @@ class CallLine {
 class CallLog {
  public:
   void Count(Call call) { ++m_counts[static_cast<std::size_t>(call)]; }
-  /// Counts the call and shows it; `line` makes a CallLine and is asked only when somebody looks.
-  template <typename Line>
-  void Note(Call call, Line line) {
+  /// Counts the call and shows it with its arguments, of which texts are made only when somebody
+  /// looks.
+  template <typename... Arguments>
+  void Note(Call call, const Arguments&... arguments) {
     Count(call);
     if (m_observer) {
+      CallLine line(call);
+      (line.Add(arguments), ...);
       const Control::CallObserver observer = m_observer;  // it may replace itself
-      observer(call, line().Get());
+      observer(call, line.Get());
     }
   }
 
