@@ -54,7 +54,7 @@ struct Prefix {
   static Prefix Of(const Address& address, std::uint32_t length);
 
   Address First() const { return address; }
-  /// For an IPv4 prefix the bits behind the address are ones, which no IPv4 address reaches.
+  /// For an IPv4 prefix the bits after the address are ones as well, which no IPv4 address reaches.
   Address Last() const;
 
   friend bool operator==(const Prefix& a, const Prefix& b) {

@@ -27,7 +27,7 @@ void Control::Release() {
   m_engine.m_held = false;
   if (m_engine.m_started && !m_engine.IsIdle()) {
     Engine::AskForRun();
-    m_engine.Settle();
+    m_engine.Drain();
   }
 }
 

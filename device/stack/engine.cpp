@@ -49,7 +49,7 @@ void Engine::Start() {
   m_started = true;
   m_queue.PushFront(ReadyEvent{});
   AskForRun();
-  Settle();
+  Drain();
 }
 
 void Engine::Submit(Event event) {
@@ -59,15 +59,15 @@ void Engine::Submit(Event event) {
   }
   m_queue.Push(std::move(event));
   AskForRun();
-  Settle();
+  Drain();
 }
 
-// For what the stack does of its own accord: the host hears of it once the stack is started.
+// For what the stack does of its own accord. The host hears of it only when the stack is started.
 void Engine::SubmitOwn(Event event) {
   m_queue.Push(std::move(event));
   if (m_started) {
     AskForRun();
-    Settle();
+    Drain();
   }
 }
 
@@ -89,7 +89,7 @@ void Engine::DescriptorReady(int fd, int events) {
   m_descriptors.Ready(fd, events);
   if (!m_queue.IsEmpty() || m_tables.HasWork()) {
     AskForRun();
-    Settle();
+    Drain();
   }
 }
 
@@ -115,9 +115,9 @@ int Engine::Run() {
   return NextRun();
 }
 
-// In synchronous mode, works everything off before the call returns, however deep inside of
-// callbacks it was made.
-void Engine::Settle() {
+// In synchronous mode, works everything off before the call returns, however deep inside callbacks
+// the call was made.
+void Engine::Drain() {
   if (!m_synchronous || !m_started) {
     return;
   }
@@ -253,7 +253,8 @@ void Engine::EndLostRequests() {
   }
 }
 
-// What becomes of an event that waits when the stack restarts: walks are ended, rows stand still.
+// What becomes of an event that waits when the stack restarts: a walk is ended, a request stays
+// without an answer.
 void Engine::Outlive(Walk& walk) {
   walk.failure = kAgentError;
   m_queue.Push(std::move(walk));
@@ -281,7 +282,7 @@ void Engine::Restart() {
   }
   if (m_started) {
     AskForRun();
-    Settle();
+    Drain();
   }
 }
 

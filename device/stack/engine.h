@@ -1,17 +1,18 @@
 // The engine of the software routing stack.
 //
 // Data: the tables (tables.h), a queue of events (event_queue.h), and what the control header sets:
-// scripts, limits, holds. Nothing else; two engines do not share anything.
+// scripts, limits, holds. Two engines do not share anything.
 //
-// A call of the C interface only copies its arguments into an event and, when the host has no run
-// scheduled, asks for one. All answers come from Run(), which takes one unit of work after the other:
-// first what still follows from earlier changes (the tables' own work), then the next event. Each
-// event therefore finds settled tables, and its consequences are visible before the next one. A run
-// ends after a slice of units, or when the clock says that it took long enough.
+// A call of the C interface only copies its arguments into an event and, if the host has no run
+// scheduled, asks for one. All answers come from Run(), which takes one unit of work after the
+// other: first what still follows from earlier changes (the tables' own work), then the next event.
+// Each event therefore finds the consequences of all earlier ones. A run ends after a slice of
+// units, or when it has taken a few milliseconds.
 //
-// Life: an engine is made stopped; it queues requests but does not work on them. Start() puts the
-// announcement of readiness in front of everything. From then on it runs, unless it is held.
-// Restart() is a crash and a new start in one: only scripts, limits and the mode stay.
+// Life: a new engine is stopped; it queues requests but does not work on them. Start() queues the
+// announcement of readiness before everything else. From then on the engine runs, unless it is
+// held. Restart() is a crash and a new start in one: only scripts, limits, the mode and counters
+// stay.
 //
 // Events are taken out of the queue before anything is called, since every callback may queue more,
 // restart the engine, or, in synchronous mode, work on the queue from inside.
@@ -37,7 +38,7 @@ class Engine {
   Engine& operator=(const Engine&) = delete;
   ~Engine();
 
-  /// The engine behind the C functions, or null.
+  /// The engine that the C functions forward to, or null.
   static Engine* Current();
   void MakeCurrent();
 
@@ -79,7 +80,7 @@ class Engine {
   static void Report(const AnyRequest& request, const Oid& oid, unsigned int status);
 
   bool WorkOne();
-  void Settle();
+  void Drain();
   int NextRun() const;
   static void AskForRun();
 

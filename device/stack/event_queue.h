@@ -5,7 +5,6 @@
 #include <deque>
 #include <functional>
 #include <map>
-#include <variant>
 
 #include "requests.h"
 #include "walks.h"
@@ -23,14 +22,13 @@ struct DescriptorEvent {
   unsigned int mask;
 };
 
-using Event = std::variant<ReadyEvent, RtmRequest, InterfaceRequest, AddressRequest, RouteRequest,
-                           RedistributionRequest, ProtocolRequest, Walk, DescriptorEvent>;
+using Event = RowRequests::VariantWith<ReadyEvent, Walk, DescriptorEvent>;
 
 class EventQueue {
  public:
   void Push(Event event) { m_events.push_back(std::move(event)); }
   void PushFront(Event event) { m_events.push_front(std::move(event)); }
-  /// To be done at `due`; events of the same time in the order in which they came.
+  /// To be done at `due`. Events of the same time keep the order in which they came.
   void PushLater(std::uint64_t due, Event event) { m_later.emplace(due, std::move(event)); }
 
   bool IsEmpty() const { return m_events.empty(); }
@@ -38,7 +36,7 @@ class EventQueue {
   /// When the first later event is due; there is one.
   std::uint64_t FirstDue() const { return m_later.begin()->first; }
 
-  /// Puts what is due behind what waits.
+  /// Moves what is due to the end of the queue.
   void TakeDue(std::uint64_t now);
   /// The queue is not empty.
   Event Pop();

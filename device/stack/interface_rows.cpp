@@ -1,5 +1,5 @@
-// Interfaces. Row status 4 creates the row and sets all of it; 1 changes the operational status only,
-// and nothing when the row is absent; 6 removes it. Any other row status changes nothing.
+// Interfaces. Row status 4 creates the row or overwrites all of it; 1 changes the operational
+// status of a row that is there; 6 removes it. Any other row status changes nothing.
 
 #include <utility>
 

@@ -32,7 +32,7 @@ class Link {
     m_previous = &link;
   }
 
-  /// Takes over all members of another ring, behind those that are here.
+  /// Moves all members of another ring to the end of this one.
   void TakeAll(Link& other) {
     if (other.IsAlone()) {
       return;

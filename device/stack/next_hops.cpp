@@ -56,7 +56,7 @@ NextHop* NextHops::Acquire(const Address& address, std::uint32_t ifIndex) {
 
 void NextHops::Release(const Address& address, std::uint32_t ifIndex) {
   const auto hop = m_hops.find({ifIndex, address});
-  if (hop != m_hops.end() && hop->second.settled.IsAlone() && hop->second.stale.IsAlone()) {
+  if (hop != m_hops.end() && hop->second.fresh.IsAlone() && hop->second.stale.IsAlone()) {
     m_hops.erase(hop);
   }
 }
@@ -75,7 +75,7 @@ Link* NextHops::Work() {
     return nullptr;
   }
   Link* candidate = hop.stale.Front();
-  hop.settled.PushBack(*candidate);
+  hop.fresh.PushBack(*candidate);
   return candidate;
 }
 
@@ -94,7 +94,7 @@ void NextHops::ResolveNext() {
   const bool wasUsable = hop.usable;
   Resolve(next->first, hop);
   if (hop.usable != wasUsable) {
-    hop.stale.TakeAll(hop.settled);
+    hop.stale.TakeAll(hop.fresh);
     m_changed.PushBack(hop);
   }
 }

@@ -1,14 +1,14 @@
-// How the next hops of one instance are reached: the interfaces that are up, the connected prefixes,
-// and for every next hop in use whether it resolves and over which interface.
+// How the next hops of one instance are reached: the interfaces that are up, the connected
+// prefixes, and for every next hop in use whether it resolves and over which interface.
 //
 // Candidates share a next hop. When an interface or a connected prefix comes or goes, the next hops
-// that it can concern are found as a range of the sorted table and looked at again; only those that
-// became usable or unusable hand their candidates out for a new choice. A flap therefore costs what hangs
-// on the interface, and it is done in steps.
+// that it can concern are found as a range of the sorted table and resolved again. Only those that
+// became usable or unusable hand out their candidates for a new choice. The cost of a flap
+// therefore follows what depends on the interface, and the work is done in steps.
 //
 // A next hop resolves so:
 //  - without an interface: through the longest connected prefix that covers it (of several
-//    interfaces with that prefix, the lowest index); the unspecified address never does;
+//    interfaces with that prefix, the lowest index); the unspecified address does not resolve;
 //  - with an interface that is not up: not at all;
 //  - with one that is up: when it is unspecified (directly attached), when it is an IPv6 link-local
 //    address, or when a connected prefix of this interface covers it.
@@ -29,8 +29,8 @@ namespace routing_stack {
 struct NextHop : Link {  // linked while it has candidates to hand out
   bool usable = false;
   std::uint32_t outInterface = 0;  // 0: not determined
-  Link settled;  // candidates that have been chosen among since usable changed last
-  Link stale;    // candidates that have not yet
+  Link fresh;  // candidates whose prefix has been chosen for since `usable` last changed
+  Link stale;  // candidates whose prefix has not yet
 };
 
 class NextHops {
@@ -39,18 +39,18 @@ class NextHops {
 
   void SetInterface(std::uint32_t ifIndex, bool up);
 
-  /// A connected prefix counts its addresses. True when this one is its first.
+  /// A connected prefix counts its addresses. True if this one is its first.
   bool AddConnected(const Prefix& prefix, std::uint32_t ifIndex);
-  /// True when this one was its last.
+  /// True if this one was its last.
   bool RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex);
 
   /// The next hop, resolved; stays where it is until it is released.
   NextHop* Acquire(const Address& address, std::uint32_t ifIndex);
-  /// Forgets the next hop when no candidate is linked to it.
+  /// Forgets the next hop if no candidate is linked to it.
   void Release(const Address& address, std::uint32_t ifIndex);
 
   bool HasWork() const { return !m_ranges.empty() || !m_changed.IsAlone(); }
-  /// A bounded step; gives the candidate that has to be placed again, or null.
+  /// A bounded step. Returns a candidate whose prefix has to be chosen for again, or null.
   Link* Work();
 
  private:

@@ -2,13 +2,34 @@
 
 #include <algorithm>
 
+#include "stack_control.h"
+
 namespace routing_stack {
 
 namespace {
 
-Oid Start(Table table) {
+/// The first sub-identifier.
+unsigned int TableOf(RowType type) {
+  switch (type) {
+    case RowType::kInterface:
+      return 1;
+    case RowType::kAddress:
+      return 2;
+    case RowType::kRoute:
+      return 3;
+    case RowType::kRedistribution:
+      return 4;
+    case RowType::kProtocol:
+      return 5;
+    case RowType::kRtm:
+      return 6;
+  }
+  return 0;
+}
+
+Oid Start(RowType type) {
   Oid oid;
-  oid.Add(static_cast<unsigned int>(table));
+  oid.Add(TableOf(type));
   return oid;
 }
 
@@ -28,7 +49,7 @@ void Oid::AddBytes(const unsigned char* bytes, std::size_t count) {
 }
 
 Oid InterfaceOid(unsigned int instance, unsigned int ifIndex) {
-  Oid oid = Start(Table::kInterface);
+  Oid oid = Start(RowType::kInterface);
   oid.Add(instance);
   oid.Add(ifIndex);
   return oid;
@@ -36,7 +57,7 @@ Oid InterfaceOid(unsigned int instance, unsigned int ifIndex) {
 
 Oid AddressOid(unsigned int instance, unsigned int ifIndex, const unsigned char* address,
                int addressType) {
-  Oid oid = Start(Table::kAddress);
+  Oid oid = Start(RowType::kAddress);
   oid.Add(instance);
   oid.Add(ifIndex);
   oid.Add(TypeWord(addressType));
@@ -46,7 +67,7 @@ Oid AddressOid(unsigned int instance, unsigned int ifIndex, const unsigned char*
 
 Oid RouteOid(unsigned short instance, int addressType, const unsigned char* destination,
              unsigned int prefixLength, const unsigned char* nextHop, unsigned int ifIndex) {
-  Oid oid = Start(Table::kRoute);
+  Oid oid = Start(RowType::kRoute);
   oid.Add(instance);
   oid.Add(TypeWord(addressType));
   oid.AddBytes(destination, BytesOf(addressType));
@@ -57,7 +78,7 @@ Oid RouteOid(unsigned short instance, int addressType, const unsigned char* dest
 }
 
 Oid RedistributionOid(unsigned int vlan, unsigned int source, unsigned int destination) {
-  Oid oid = Start(Table::kRedistribution);
+  Oid oid = Start(RowType::kRedistribution);
   oid.Add(vlan);
   oid.Add(source);
   oid.Add(destination);
@@ -66,7 +87,7 @@ Oid RedistributionOid(unsigned int vlan, unsigned int source, unsigned int desti
 
 Oid ProtocolOid(unsigned int table, unsigned int instance, const unsigned char* key,
                 std::size_t keyLength) {
-  Oid oid = Start(Table::kProtocol);
+  Oid oid = Start(RowType::kProtocol);
   oid.Add(table);
   oid.Add(instance);
   oid.Add(static_cast<unsigned int>(keyLength));
@@ -75,7 +96,7 @@ Oid ProtocolOid(unsigned int table, unsigned int instance, const unsigned char* 
 }
 
 Oid RtmOid(unsigned int instance) {
-  Oid oid = Start(Table::kRtm);
+  Oid oid = Start(RowType::kRtm);
   oid.Add(instance);
   return oid;
 }

@@ -1,4 +1,4 @@
-// Row identifiers: {table, key...}. Addresses take one sub-identifier for each four bytes.
+// Row identifiers: {table, key...}. An address takes one sub-identifier for each four bytes.
 #ifndef DEVICE_STACK_OID_H
 #define DEVICE_STACK_OID_H
 
@@ -9,16 +9,6 @@
 
 namespace routing_stack {
 
-/// The first sub-identifier of a row's identifier.
-enum class Table : unsigned int {
-  kInterface = 1,
-  kAddress = 2,
-  kRoute = 3,
-  kRedistribution = 4,
-  kProtocol = 5,
-  kRtm = 6  // no request is answered with it; scripts name an entity's row by {6, instance}
-};
-
 constexpr std::size_t kProtocolKeyBytes = SMS_PROTOCOL_KEY_MAX;
 
 struct Oid {
@@ -26,7 +16,7 @@ struct Oid {
   unsigned int length = 0;
 
   void Add(unsigned int word) { words[length++] = word; }
-  /// Four bytes a word, the last one filled up with zeros; zeros for a null pointer.
+  /// Four bytes a word, the last one padded with zeros; all zeros for a null pointer.
   void AddBytes(const unsigned char* bytes, std::size_t count);
 };
 
@@ -36,9 +26,10 @@ Oid AddressOid(unsigned int instance, unsigned int ifIndex, const unsigned char*
 Oid RouteOid(unsigned short instance, int addressType, const unsigned char* destination,
              unsigned int prefixLength, const unsigned char* nextHop, unsigned int ifIndex);
 Oid RedistributionOid(unsigned int vlan, unsigned int source, unsigned int destination);
-/// Of a key that is too long the first bytes and the length count: such a row is never stored.
+/// A key that is too long counts with its first bytes and its length: such a row is never stored.
 Oid ProtocolOid(unsigned int table, unsigned int instance, const unsigned char* key,
                 std::size_t keyLength);
+/// Nothing is answered or completed with it; scripts name an entity's row by it.
 Oid RtmOid(unsigned int instance);
 
 }  // namespace routing_stack

@@ -1,6 +1,6 @@
 // Rows of the protocols' own tables. Row status 1 or 4 creates the row or overwrites it, 6 removes
-// it. The refusals are those of the redistribution rules; a key that is empty or too long is a wrong
-// value as well.
+// it. The refusals are those of the redistribution rules; an empty key and one that is too long are
+// wrong values, too.
 
 #include "protocol_table.h"
 #include "protocol_rows.h"

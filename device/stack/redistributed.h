@@ -6,9 +6,9 @@
 
 namespace routing_stack {
 
-/// The installed route after `previous` (the first one for a null pointer; its prefix alone counts)
-/// whose protocol is the source of a rule of the instance for the destination protocol, the rule's
-/// admin status being up. False at the end.
+/// The next installed route that a rule of the instance hands to the destination protocol: the
+/// route's protocol is the rule's source, and the rule's admin status is up. It is the route after
+/// the prefix of `previous`, or the first one for a null pointer. False at the end.
 bool NextRedistributed(const Tables& tables, std::uint64_t now, std::uint32_t instance,
                        std::uint32_t destination, const amb_cipr_rtm_route* previous,
                        amb_cipr_rtm_route* row);

@@ -1,10 +1,10 @@
 // Redistribution rules: installed routes of the source protocol are handed to the destination
-// protocol of the same instance. Row status 1 or 4 creates the row or overwrites its admin status, 6
-// removes it. A rule whose admin status is down is kept and hands nothing over.
+// protocol of the same instance. Row status 1 or 4 creates the row or overwrites its admin status,
+// 6 removes it. A rule whose admin status is down is kept and hands nothing over.
 //
 // Refused for good are an unknown row status and an admin status other than up and down (wrong
 // value). A rule of an instance that does not exist may be tried again. The protocol codes are not
-// judged: which protocols run is not the routing table's business.
+// checked: the routing table does not know which protocols run.
 
 #include "requests.h"
 #include "vantacore/dcrouter_api.h"

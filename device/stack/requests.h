@@ -1,13 +1,19 @@
 // The row requests, one kind for each type of row: a copy of the call's arguments.
 //
-// Each kind says which row it names (GetOid), how the row's rules judge it and what it does to the
-// tables (Apply gives the status of the answer), and how its outcome is reported (Answer). When, how
-// often and with which status that happens is the engine's business; so is the completion of the row,
-// which every kind but the entity's gets after its answer.
+// Each kind says which row it names (GetOid), what it does to the tables by the rules of its type
+// (Apply, which returns the status of the answer), and how its outcome is reported (Answer). The
+// engine decides when, how often and with which status that happens. It also reports the completion
+// of the row after the answer, for every kind except the entity's.
+//
+// A new type of row is an enumerator of RowType and a kind of request in RowRequests, which is
+// where the queue and the engine know the kinds from; the compiler finds what does not agree. Its
+// rules are a file beside route_rows.cpp, and its C function is in c_api.cpp.
 #ifndef DEVICE_STACK_REQUESTS_H
 #define DEVICE_STACK_REQUESTS_H
 
 #include <string>
+#include <type_traits>
+#include <variant>
 
 #include "oid.h"
 #include "tables.h"
@@ -18,7 +24,8 @@ struct Request {
   bool judged = false;  // scripts have had their say
 };
 
-/// An entity's row. It is asked back when its turn comes; a new instance is reported ready.
+/// An entity's row. The stack asks the host for the configuration when the request's turn comes; a
+/// new instance is reported ready.
 struct RtmRequest : Request {
   static constexpr RowType kType = RowType::kRtm;
   static constexpr bool kIsCompleted = false;
@@ -36,7 +43,8 @@ struct RtmRequest : Request {
   unsigned int Create(Tables& tables);
 };
 
-/// Stored whatever exists, and never answered with a status: refusals leave the table as it is.
+/// Stored whatever else exists, and never answered with a status: a refusal leaves the table as it
+/// is.
 struct InterfaceRequest : Request {
   static constexpr RowType kType = RowType::kInterface;
   static constexpr bool kIsCompleted = true;
@@ -126,6 +134,24 @@ struct ProtocolRequest : Request {
   unsigned int Apply(Tables& tables) const;
   void Answer(unsigned int status) const;
 };
+
+/// A list of kinds of requests.
+template <typename... Kinds>
+struct RequestList {
+  template <typename... Others>
+  using VariantWith = std::variant<Others..., Kinds...>;
+
+  /// Whether the list has one kind for each type of row, in the order of RowType.
+  static constexpr bool IsComplete() {
+    std::size_t place = 0;
+    return sizeof...(Kinds) == kRowTypes &&
+           ((static_cast<std::size_t>(Kinds::kType) == place++) && ...);
+  }
+};
+
+using RowRequests = RequestList<RtmRequest, InterfaceRequest, AddressRequest, RouteRequest,
+                                RedistributionRequest, ProtocolRequest>;
+static_assert(RowRequests::IsComplete(), "each type of row has its kind of request");
 
 }  // namespace routing_stack
 

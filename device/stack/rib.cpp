@@ -82,7 +82,7 @@ bool Rib::Put(const CandidateKey& key, const CandidateValues& values) {
   }
   RibEntry& added = Add(key, values);
   added.via = m_hops.Acquire(key.nextHop, key.ifIndex);
-  added.via->settled.PushBack(added);
+  added.via->fresh.PushBack(added);
   Place(added, values);
   return true;
 }
@@ -156,8 +156,8 @@ void Rib::InstallBest(const Prefix& prefix, RibEntry* before) {
   }
 }
 
-// All candidates of the prefix at once: one by one, a candidate that is about to lose its next hop,
-// too, would be installed in between.
+// Takes all candidates of the prefix at once. One by one, a candidate that is also about to lose
+// its next hop would be installed in between.
 void Rib::Refresh(const Prefix& prefix) {
   RibEntry* const before = Best(prefix);
   CandidateKey first;
@@ -167,7 +167,7 @@ void Rib::Refresh(const Prefix& prefix) {
     RibEntry& entry = it->second;
     Rank(entry, IsEligible(entry, entry.values), entry.values);
     if (entry.via != nullptr) {
-      entry.via->settled.PushBack(entry);
+      entry.via->fresh.PushBack(entry);
     }
   }
   InstallBest(prefix, before);
@@ -185,10 +185,10 @@ void Rib::Work() {
 }
 
 void Rib::RefreshNext() {
-  CandidateKey behind;  // every candidate of the last prefix
-  behind.prefix = m_refreshedUpTo;
-  behind.proto = UINT8_MAX;
-  const auto next = m_rankingBegun ? m_entries.lower_bound(behind) : m_entries.begin();
+  CandidateKey end;  // after every candidate of the last prefix
+  end.prefix = m_refreshedUpTo;
+  end.proto = UINT8_MAX;
+  const auto next = m_rankingBegun ? m_entries.lower_bound(end) : m_entries.begin();
   if (next == m_entries.end()) {
     m_ranking = false;
     return;

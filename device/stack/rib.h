@@ -1,14 +1,15 @@
 // The routing information base of one instance.
 //
 // Candidates are kept in the order of their keys: prefix, protocol, next hop, interface. Those that
-// are eligible (requested up, next hop usable) stand a second time in the order of preference within
-// their prefix: lowest administrative distance, then lowest metric, then, as a fixed tie-break, the
-// order of the keys (lowest protocol code, lowest next hop, lowest interface index). The first of a
-// prefix is the one in the forwarding table. Both orders are search trees, so that every change costs
-// the logarithm of the table, however many candidates a prefix has.
+// are eligible (requested up, next hop usable) are kept a second time in the order of preference
+// within their prefix: lowest administrative distance, then lowest metric, then, as a fixed
+// tie-break, the order of the keys (lowest protocol code, lowest next hop, lowest interface index).
+// The first candidate of a prefix is the one in the forwarding table. Both orders are search trees,
+// so the cost of a change is the logarithm of the table's size, however many candidates a prefix
+// has.
 //
 // What follows from an interface, a connected prefix or changed distances is worked off in bounded
-// steps; until HasWork() is false the choice of some prefixes may be an older one.
+// steps. Until HasWork() is false, the choice for some prefixes may be an older one.
 #ifndef DEVICE_STACK_RIB_H
 #define DEVICE_STACK_RIB_H
 
@@ -26,7 +27,7 @@ enum Protocol : std::uint32_t { kConnected = 2, kStatic = 3, kRip = 8, kOspf = 1
 struct CandidateKey {
   Prefix prefix;
   std::uint8_t proto = 0;
-  std::uint32_t ifIndex = 0;  // as requested, 0 when it is to be found
+  std::uint32_t ifIndex = 0;  // as requested; 0 if it is to be found
   Address nextHop;
 };
 bool operator<(const CandidateKey& a, const CandidateKey& b);
@@ -72,9 +73,9 @@ class Rib {
   void AddConnected(const Prefix& prefix, std::uint32_t ifIndex);
   void RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex);
 
-  /// Adds or overwrites a static route or a protocol's candidate. True when it is new.
+  /// Adds or overwrites a static route or a protocol's candidate. True if it is new.
   bool Put(const CandidateKey& key, const CandidateValues& values);
-  /// False when there is none.
+  /// False if there is none.
   bool Remove(const CandidateKey& key);
   bool Has(const CandidateKey& key) const { return m_entries.count(key) != 0; }
 
@@ -82,7 +83,7 @@ class Rib {
   /// One bounded step towards the right choice for every prefix.
   void Work();
 
-  /// Frees a bounded number of candidates of a RIB that is no longer in use; false when none is
+  /// Frees a bounded number of candidates of a RIB that is not in use any more; false if none is
   /// left.
   bool Shrink();
 
@@ -118,7 +119,7 @@ class Rib {
   /// After a change of the order, with what was the best before it.
   void InstallBest(const Prefix& prefix, RibEntry* before);
   void Place(RibEntry& entry, const CandidateValues& values);
-  /// Draws the consequences of changed next hops and distances for one prefix.
+  /// Chooses again for one prefix, after changes of next hops or distances.
   void Refresh(const Prefix& prefix);
   void RefreshNext();
 

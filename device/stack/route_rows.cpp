@@ -1,11 +1,11 @@
 // Static routes. Row status 1 or 4 creates the row or overwrites its metric and admin status, 6
 // removes it. A row whose admin status is down is kept and is not eligible. The path type is only
-// handed back: whoever asks through this table asks for a static route.
+// handed back: every request of this table is for a static route.
 //
-// Refused for good are an unknown row status, an admin status other than up and down, a length out of
-// range and a missing destination (wrong value), and host bits in the destination and a family other
-// than the instance's (inconsistent). A row of an instance that does not exist may be tried again.
-// A destroy is judged by one thing only, whether the row is there.
+// Refused for good are an unknown row status, an admin status other than up and down, a length out
+// of range and a missing destination (wrong value), and host bits in the destination and a family
+// other than the instance's (inconsistent). A row of an instance that does not exist may be tried
+// again. A destroy is refused only if the row is not there.
 
 #include "requests.h"
 #include "vantacore/dcrouter_api.h"

@@ -1,9 +1,9 @@
 // Routing Table Manager entities. Row status 1 or 4 creates an instance or changes its distances, 6
 // drops it with its routes, its redistribution rules and its protocol rows.
 //
-// The distances are not those of the row that was sent: the stack asks for the configuration when the
-// request's turn comes, and takes what it is told then. When there is none any more, the request is
-// forgotten.
+// The distances of the row that was sent do not count: the stack asks for the configuration when
+// the request's turn comes, and takes what it is told then. If there is none any more, the request
+// is forgotten.
 
 #include <cstring>
 

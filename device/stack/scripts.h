@@ -1,4 +1,4 @@
-// How the next requests are to be answered instead of the normal way.
+// How the next requests are answered instead of the normal way.
 #ifndef DEVICE_STACK_SCRIPTS_H
 #define DEVICE_STACK_SCRIPTS_H
 
@@ -19,10 +19,9 @@ class Scripts {
               unsigned int times);
   void Clear();
 
-  /// Whether any script could concern a request of the type: saves building identifiers.
+  /// Whether any script could concern a request of the type. If none does, no identifier is built.
   bool Concerns(RowType type) const;
-  /// Takes one answer for the row, from its own scripts or from its type's. False when there is
-  /// none.
+  /// Takes one answer for the row, from its own scripts or from its type's. False if there is none.
   bool Take(RowType type, const Oid& oid, Answer* answer);
 
  private:

@@ -199,8 +199,8 @@ bool Tables::HasWork() const {
          !m_removed.empty();
 }
 
-// Interfaces and addresses come before the RIBs, so that a next hop is resolved once for a change and
-// not once for each address of an interface.
+// Interfaces and addresses come before the RIBs, so that a next hop is resolved once for a change
+// and not once for each address of an interface.
 void Tables::Work() {
   if (!m_interfaceScans.empty()) {
     ScanInterface();

@@ -1,18 +1,19 @@
 // All tables of one stack, and what follows when a row of one concerns another.
 //
 // Interface and address rows are stored whatever else exists. They take effect, as interfaces that
-// are up and connected prefixes of an instance's RIB, while the instance exists, the interface exists
-// and is up, and the row itself makes sense; `attachedTo` says to which life of the instance an
-// address is attached at present. Static routes and protocol candidates live in the instance's RIB.
-// They go with the instance, and so do its redistribution rules and protocol rows.
+// are up and connected prefixes of an instance's RIB, while the instance exists, the interface
+// exists and is up, and the row itself makes sense; `attachedTo` says to which life of the instance
+// an address is attached at present. Static routes and protocol candidates live in the instance's
+// RIB. They go with the instance, and so do its redistribution rules and protocol rows.
 //
-// Everybody may read the tables. They are changed by the functions that store and remove rows and by
-// nothing else, so that no consequence of a change can be forgotten. Whether a request is acceptable
-// is not judged here: the rules of each type of row are in *_rows.cpp and protocol_table.cpp.
+// Everybody may read the tables. They are changed by the functions that store and remove rows and
+// by nothing else, so that no consequence of a change can be forgotten. Whether a request is
+// acceptable is not judged here: the rules of each type of row are in *_rows.cpp and
+// protocol_table.cpp.
 //
 // A change of one row may concern many others. These consequences are not drawn at once but kept as
-// work of bounded steps. The engine finishes that work before it takes the next event, so each event
-// finds the consequences of all earlier ones.
+// work of bounded steps. The engine finishes that work before it takes the next event, so each
+// event finds the consequences of all earlier ones.
 #ifndef DEVICE_STACK_TABLES_H
 #define DEVICE_STACK_TABLES_H
 

@@ -118,8 +118,9 @@ bool Walk::StepAddresses(const Tables& tables) {
   return Hand(&row);
 }
 
-/// The entry after the last one, in its instance or in the first later one that has any. `find` looks
-/// in one RIB, after the last entry or, told so, from the beginning.
+/// The entry after the last one, in its instance or in the first later instance that has any.
+/// `find` looks in one RIB, after the last entry if `goOn` is true and from the beginning
+/// otherwise.
 template <typename Find>
 const RibEntry* Walk::NextOfAll(const Tables& tables, Find find) {
   for (auto it = tables.Instances().lower_bound(instance); it != tables.Instances().end(); ++it) {

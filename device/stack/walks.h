@@ -1,8 +1,8 @@
 // Walks over the tables for whoever shows them.
 //
-// A walk holds its place by the key of the last row that it handed out, so rows may come and go
-// between two answers. It is an object of its own and is never found by its context: a command that
-// starts a second walk from inside the first one's handler uses the same context for both.
+// A walk keeps its place as the key of the last row that it handed out, so rows may come and go
+// between two answers. It is an object of its own and is never looked up by its command: a command
+// may start a second walk from inside the first one's handler.
 #ifndef DEVICE_STACK_WALKS_H
 #define DEVICE_STACK_WALKS_H
 
@@ -17,7 +17,7 @@ struct Walk {
   unsigned int number = 0;  // handed to the handler as its context
   sms_response handler = nullptr;
   void* command = nullptr;
-  unsigned int failure = 0;  // when not 0, the walk ends with this result
+  unsigned int failure = 0;  // if not 0, the walk ends with this result
 
   // The last row; before the first answer, the instance to start with.
   bool begun = false;
@@ -25,8 +25,8 @@ struct Walk {
   AddressKey address;      // interfaces use its interface
   CandidateKey candidate;  // routes use its prefix
 
-  /// Hands the next row, the end or the failure to the handler. True when the handler wants another
-  /// row; after false neither the handler nor the command may be touched.
+  /// Hands the next row, the end or the failure to the handler. True if the handler wants another
+  /// row; after false, neither the handler nor the command may be touched.
   bool Step(const Tables& tables, std::uint64_t now);
 
  private:
