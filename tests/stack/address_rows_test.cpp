@@ -15,14 +15,14 @@ class AddressRowsTest : public StackTest {
     AddInstance(10 | kIp6Bit);
     AddInterface(10, 3);
     AddInterface(10 | kIp6Bit, 3);
-    Settle();
+    RunAll();
   }
 };
 
 TEST_F(AddressRowsTest, RowsShowWhatWasRequested) {
   AddAddress(10, 3, "10.1.2.3/24");
   AddAddress(10 | kIp6Bit, 3, "2001:db8::3/64");
-  Settle();
+  RunAll();
   const auto rows = control.Addresses();
   ASSERT_EQ(2u, rows.size());
   EXPECT_EQ(10u, rows[0].instance);
@@ -38,14 +38,14 @@ TEST_F(AddressRowsTest, RowsShowWhatWasRequested) {
 TEST_F(AddressRowsTest, TheConnectedPrefixHasNoHostBits) {
   AddAddress(10, 3, "10.1.2.3/22");
   AddAddress(10 | kIp6Bit, 3, "2001:db8::3/62");
-  Settle();
+  RunAll();
   EXPECT_THAT(Routes(), ElementsAre("10 10.1.0.0/22 proto 2 via 0.0.0.0 if 3 metric 0",
                                     "10 2001:db8::/62 proto 2 via :: if 3 metric 0"));
 }
 
 TEST_F(AddressRowsTest, ConnectedRoutesAreLocal) {
   AddAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_EQ(3u, control.Routes()[0].route_type);
   EXPECT_EQ(3u, control.Rib()[0].route_type);
 }
@@ -54,7 +54,7 @@ TEST_F(AddressRowsTest, StatusOneAndFourCreateOrOverwriteTheLength) {
   AddAddress(10, 3, "10.1.2.3/24");
   sms_act_ipaddr(4, 10, 1, 3, AddressBytes("10.1.2.3").bytes, 16);
   sms_act_ipaddr(4, 10, 1, 3, AddressBytes("10.9.2.3").bytes, 25);
-  Settle();
+  RunAll();
   EXPECT_EQ(2u, control.Addresses().size());
   EXPECT_THAT(Routes(), ElementsAre("10 10.1.0.0/16 proto 2 via 0.0.0.0 if 3 metric 0",
                                     "10 10.9.2.0/25 proto 2 via 0.0.0.0 if 3 metric 0"));
@@ -65,7 +65,7 @@ TEST_F(AddressRowsTest, StatusSixRemoves) {
   AddAddress(10, 3, "10.2.2.3/24");
   RemoveAddress(10, 3, "10.1.2.3/24");
   RemoveAddress(10, 3, "10.7.7.7/24");
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, control.Addresses().size());
   EXPECT_THAT(Routes(), ElementsAre("10 10.2.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0"));
 }
@@ -74,7 +74,7 @@ TEST_F(AddressRowsTest, StatusSixRemoves) {
 TEST_F(AddressRowsTest, TheLengthOfARemovalPlaysNoPart) {
   AddAddress(10, 3, "10.1.2.3/24");
   RemoveAddress(10, 3, "10.1.2.3/8");
-  Settle();
+  RunAll();
   EXPECT_TRUE(control.Addresses().empty());
   EXPECT_THAT(Rib(), IsEmpty());
 }
@@ -83,7 +83,7 @@ TEST_F(AddressRowsTest, AnUnknownStatusChangesNothing) {
   AddAddress(10, 3, "10.1.2.3/24");
   sms_act_ipaddr(2, 10, 1, 3, AddressBytes("10.1.2.3").bytes, 16);
   sms_act_ipaddr(5, 10, 1, 3, AddressBytes("10.1.2.4").bytes, 16);
-  Settle();
+  RunAll();
   ASSERT_EQ(1u, control.Addresses().size());
   EXPECT_EQ(24u, control.Addresses()[0].prefix_length);
 }
@@ -91,13 +91,13 @@ TEST_F(AddressRowsTest, AnUnknownStatusChangesNothing) {
 TEST_F(AddressRowsTest, TwoAddressesOfOnePrefixConnectItOnce) {
   AddAddress(10, 3, "10.1.2.3/24");
   AddAddress(10, 3, "10.1.2.4/24");
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, control.Rib().size());
   RemoveAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, control.Rib().size());
   RemoveAddress(10, 3, "10.1.2.4/24");
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), IsEmpty());
 }
 
@@ -105,20 +105,20 @@ TEST_F(AddressRowsTest, OnePrefixOnTwoInterfacesIsTwoCandidatesAndTheLowerIndexW
   AddInterface(10, 2);
   AddAddress(10, 3, "10.1.2.3/24");
   AddAddress(10, 2, "10.1.2.4/24");
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), ElementsAre("> 10 10.1.2.0/24 proto 2 via 0.0.0.0 if 2 metric 0",
                                  "  10 10.1.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0"));
   SetInterface(10, 2, false);
-  Settle();
+  RunAll();
   EXPECT_THAT(Routes(), ElementsAre("10 10.1.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0"));
 }
 
 TEST_F(AddressRowsTest, AddressesWaitForTheirInterface) {
   AddAddress(10, 7, "10.7.0.1/16");
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), IsEmpty());
   AddInterface(10, 7);
-  Settle();
+  RunAll();
   EXPECT_THAT(Routes(), ElementsAre("10 10.7.0.0/16 proto 2 via 0.0.0.0 if 7 metric 0"));
 }
 
@@ -129,7 +129,7 @@ TEST_F(AddressRowsTest, WhatMakesNoSenseIsStoredAndConnectsNothing) {
   AddAddress(10 | kIp6Bit, 3, "2001:db8::4/129");
   AddAddress(10 | kIp6Bit, 3, "::/64");
   AddAddress(10 | kIp6Bit, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_EQ(6u, control.Addresses().size());
   EXPECT_THAT(Rib(), IsEmpty());
 }
@@ -137,24 +137,24 @@ TEST_F(AddressRowsTest, WhatMakesNoSenseIsStoredAndConnectsNothing) {
 TEST_F(AddressRowsTest, ALengthThatIsPutRightConnects) {
   AddAddress(10, 3, "10.1.2.3/33");
   AddAddress(10, 3, "10.1.2.3/32");
-  Settle();
+  RunAll();
   EXPECT_THAT(Routes(), ElementsAre("10 10.1.2.3/32 proto 2 via 0.0.0.0 if 3 metric 0"));
 }
 
 TEST_F(AddressRowsTest, LengthZeroConnectsEverything) {
   AddAddress(10, 3, "10.1.2.3/0");
-  Settle();
+  RunAll();
   EXPECT_THAT(Routes(), ElementsAre("10 0.0.0.0/0 proto 2 via 0.0.0.0 if 3 metric 0"));
 }
 
 TEST_F(AddressRowsTest, AChangeOfAddressIsARemovalAndACreation) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   AddAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_EQ(2u, Routes().size());
   RemoveAddress(10, 3, "10.1.2.3/24");
   AddAddress(10, 3, "10.5.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), ElementsAre("> 10 10.5.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0",
                                  "  10 10.9.0.0/16 proto 3 via 10.1.2.1 if TBD metric 1"));
 }

@@ -14,7 +14,7 @@ class ControlTest : public StackTest {
   void SetUp() override {
     Start();
     AddInstance(10);
-    Settle();
+    RunAll();
     host.Take();
   }
   static Answer StatusAnswer(unsigned int status) {
@@ -30,7 +30,7 @@ class ControlTest : public StackTest {
   }
   /// The statuses in the route answers since the last look.
   std::vector<unsigned long> Statuses() {
-    Settle();
+    RunAll();
     std::vector<unsigned long> statuses;
     for (const std::string& call : host.Take()) {
       if (call.rfind("cSetRouteState", 0) == 0) {
@@ -66,7 +66,7 @@ TEST_F(ControlTest, AScriptedStatusLeavesTheRowAlone) {
 TEST_F(ControlTest, AnAnswerThatNeverComesLeavesTheRowAloneAndIncomplete) {
   control.Script(RowType::kRoute, AnswerOf(Answer::kNever), 1);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
-  EXPECT_EQ(-1, Settle());
+  EXPECT_EQ(-1, RunAll());
   EXPECT_THAT(host.Take(), IsEmpty());
   EXPECT_TRUE(stack.IsIdle());
   EXPECT_TRUE(control.Rib().empty());
@@ -75,7 +75,7 @@ TEST_F(ControlTest, AnAnswerThatNeverComesLeavesTheRowAloneAndIncomplete) {
 TEST_F(ControlTest, AnAnswerMayComeTwice) {
   control.Script(RowType::kRoute, AnswerOf(Answer::kTwice), 1);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
-  Settle();
+  RunAll();
   const Lines calls = host.Take();
   ASSERT_EQ(4u, calls.size());
   EXPECT_EQ(0u, calls[0].rfind("cSetRouteState", 0));
@@ -102,7 +102,7 @@ TEST_F(ControlTest, ALateRequestIsJudgedWhenItsTurnComes) {
   control.Script(RowType::kRoute, AnswerOf(Answer::kLate, 500), 1);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   DropInstance(10);
-  Settle();
+  RunAll();
   now += 500;
   EXPECT_THAT(Statuses(), ElementsAre(5));
 }
@@ -112,9 +112,9 @@ TEST_F(ControlTest, LateAnswersOfOneMomentKeepTheirOrder) {
   AddInterface(10, 3);
   AddInterface(10, 1);
   AddInterface(10, 2);
-  Settle();
+  RunAll();
   now += 10;
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cRunPendingAction(1:10:3)", "cRunPendingAction(1:10:1)",
                                        "cRunPendingAction(1:10:2)"));
 }
@@ -135,7 +135,7 @@ TEST_F(ControlTest, ARowsScriptComesBeforeItsTypesAndEarlierOnesBeforeLater) {
 TEST_F(ControlTest, ScriptsConcernTheirTypeOnlyAndCanBeCleared) {
   control.Script(RowType::kRoute, StatusAnswer(5), 10);
   sms_act_cipr_redist(1, 1, 2, 3, 10, 0);
-  Settle();
+  RunAll();
   EXPECT_EQ("cSetRedistState(1, 1, 2, 3, 0, 10, 0, 1)", host.calls[0]);
   const auto oid = RouteOid("10.9.0.0/16");
   control.ScriptRow(oid.data(), static_cast<unsigned int>(oid.size()), StatusAnswer(9), 10);
@@ -150,7 +150,7 @@ TEST_F(ControlTest, InterfaceAndAddressRowsAreLeftAloneAndCompleted) {
   control.Script(RowType::kAddress, StatusAnswer(5), 1);
   AddInterface(10, 3);
   AddAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(),
               ElementsAre("cRunPendingAction(1:10:3)", "cRunPendingAction(2:10:3:1:167838211)"));
   EXPECT_TRUE(control.Interfaces().empty());
@@ -164,12 +164,12 @@ TEST_F(ControlTest, AnEntityThatIsNotServedIsNotReported) {
   control.ScriptRow(oid, 2, StatusAnswer(5), 1);
   AddInstance(12);
   AddInstance(13);
-  Settle();
+  RunAll();
   EXPECT_THAT(control.Instances(), ElementsAre(10, 13));
   control.Script(RowType::kRtm, AnswerOf(Answer::kTwice), 1);
   host.Take();
   AddInstance(11);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(),
               ElementsAre("cGetRtmConfig(11)", "cGetAddress(11)", "cGetVlanAddress(11)",
                           "cSetRtmReady(11)", "cSetRtmReady(11)"));
@@ -218,7 +218,7 @@ TEST_F(ControlTest, EveryTableHasALimit) {
     AddAddress(10, i, "10.1.2.3/24");
     sms_act_cipr_redist(1, 1, static_cast<int>(i), 7, 10, 0);
   }
-  Settle();
+  RunAll();
   EXPECT_THAT(control.Instances(), ElementsAre(10));
   EXPECT_EQ(1u, control.Interfaces().size());
   EXPECT_EQ(1u, control.Addresses().size());
@@ -239,7 +239,7 @@ TEST_F(ControlTest, WhileHeldNothingIsDoneAndRequestsQueue) {
   host.runsAskedFor = 0;
   control.Release();
   EXPECT_EQ(1u, host.runsAskedFor);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cRunPendingAction(1:10:3)"));
 }
 
@@ -267,7 +267,7 @@ TEST_F(ControlTest, ARestartForgetsTablesAndEventsAndAnnouncesReadinessAgain) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   sms_act_cipr_redist(1, 1, 2, 3, 10, 0);
   nbb_trips_control(1);
-  Settle();
+  RunAll();
   EXPECT_NE("", control.Dump());
   AddInterface(10, 4);
   control.Script(RowType::kInterface, AnswerOf(Answer::kLate, 10), 1);
@@ -278,7 +278,7 @@ TEST_F(ControlTest, ARestartForgetsTablesAndEventsAndAnnouncesReadinessAgain) {
   EXPECT_TRUE(host.rescheduled);
   EXPECT_EQ("", control.Dump());
   EXPECT_THAT(host.calls, IsEmpty());
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cI3Ready()"));
   InvokeCallback(7, 1);
   EXPECT_EQ("", control.Dump());
@@ -288,10 +288,10 @@ TEST_F(ControlTest, LostRequestsOfAScriptAndOfARestartEndOnceOnDemand) {
   control.Script(RowType::kRoute, AnswerOf(Answer::kNever), 2);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
-  Settle();
+  RunAll();
   AddInterface(10, 4);
   control.Restart();
-  Settle();
+  RunAll();
   host.Take();
   control.EndLostRequests();
   EXPECT_THAT(host.Take(), ElementsAre(::testing::StartsWith("cRunPendingAction(1"),
@@ -307,7 +307,7 @@ TEST_F(ControlTest, WhatIsSentAgainAfterARestartGivesTheSameState) {
     AddInterface(10, 3);
     AddAddress(10, 3, "10.1.2.3/24");
     AddRoute(10, "10.9.0.0/16", "10.1.2.1");
-    Settle();
+    RunAll();
     return control.Dump();
   };
   const std::string before = send();
@@ -343,7 +343,7 @@ unsigned char NoteResult(void* context, unsigned int, unsigned int result, void*
 TEST_F(ControlTest, RunningWalksEndWithAnErrorAtARestart) {
   AddInterface(10, 3);
   AddInterface(10, 4);
-  Settle();
+  RunAll();
   control.SetSliceEvents(1);
   WalkResults begun;
   WalkResults waiting;
@@ -352,7 +352,7 @@ TEST_F(ControlTest, RunningWalksEndWithAnErrorAtARestart) {
   sms_get_next_rtm_rib(&NoteResult, &waiting);
   control.Restart();
   EXPECT_THAT(begun.results, ElementsAre(1));
-  Settle();
+  RunAll();
   EXPECT_THAT(begun.results, ElementsAre(1, 8));
   EXPECT_THAT(waiting.results, ElementsAre(8));
 }
@@ -360,18 +360,18 @@ TEST_F(ControlTest, RunningWalksEndWithAnErrorAtARestart) {
 TEST_F(ControlTest, AWalkWhoseHandlerRestartsTheStackEndsWithAnError) {
   AddInterface(10, 3);
   AddInterface(10, 4);
-  Settle();
+  RunAll();
   WalkResults walk;
   walk.onRow = [this] { control.Restart(); };
   sms_get_next_i3_ei(10, &NoteResult, &walk);
-  Settle();
+  RunAll();
   EXPECT_THAT(walk.results, ElementsAre(1, 8));
 }
 
 TEST_F(ControlTest, ReadinessMayBeRepeated) {
   control.RepeatReady();
   control.RepeatReady();
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cI3Ready()", "cI3Ready()"));
 }
 
@@ -581,7 +581,7 @@ TEST_F(ControlTest, TheDumpShowsAllTables) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   Route(1, 2, 10, "10.8.0.0/16", "172.16.0.1", 0, 7);
   sms_act_cipr_redist(1, 2, 2, 3, 10, 0);
-  Settle();
+  RunAll();
   EXPECT_EQ(
       "trace\n"
       "instance 10 ipv4 ospf 40/110 bgp 20/200 rip 120 router-id 0.0.0.0\n"
@@ -602,12 +602,12 @@ TEST_F(ControlTest, TheLastStackMadeCurrentGetsTheCalls) {
     another.MakeCurrent();
     smsi_init(nullptr);
     AddInterface(10, 7);
-    Settle();
+    RunAll();
     EXPECT_EQ(1u, another.GetControl().Interfaces().size());
     EXPECT_TRUE(control.Interfaces().empty());
     stack.MakeCurrent();
     AddInterface(10, 3);
-    Settle();
+    RunAll();
     EXPECT_EQ(3u, control.Interfaces()[0].if_index);
     another.MakeCurrent();
   }
@@ -615,7 +615,7 @@ TEST_F(ControlTest, TheLastStackMadeCurrentGetsTheCalls) {
   EXPECT_EQ(-1, nbb_scheduler());
   AddInterface(10, 4);
   stack.MakeCurrent();
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, control.Interfaces().size());
 }
 

@@ -37,7 +37,7 @@ TEST_F(ConversationTest, ReadinessIsAnnouncedOncePerStart) {
   Start();
   char components[] = "ospf";
   smsi_init(components);
-  EXPECT_EQ(-1, Settle());
+  EXPECT_EQ(-1, RunAll());
   EXPECT_THAT(host.calls, IsEmpty());
 }
 
@@ -47,7 +47,7 @@ TEST_F(ConversationTest, ReadinessComesFirstEvenWhenRequestsWereMadeBefore) {
   EXPECT_THAT(host.calls, IsEmpty());
 
   smsi_init(nullptr);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cI3Ready()", "cRunPendingAction(1:10:3)"));
 }
 
@@ -63,7 +63,7 @@ TEST_F(ConversationTest, ARequestOnlyQueuesAndAsksForARun) {
   EXPECT_THAT(control.Instances(), IsEmpty());
   EXPECT_FALSE(stack.IsIdle());
 
-  Settle();
+  RunAll();
   EXPECT_THAT(control.Instances(), ElementsAre(10));
   EXPECT_TRUE(stack.IsIdle());
   EXPECT_EQ(0u, host.callsFromOutside);
@@ -101,13 +101,13 @@ TEST_F(ConversationTest, EveryKindOfRequestAsksForARun) {
   EXPECT_EQ(1u, asks([&] { sms_get_next_i3_ea(10, handler, nullptr); }));
   EXPECT_EQ(1u, asks([&] { sms_get_next_rtm_route(handler, nullptr); }));
   EXPECT_EQ(1u, asks([&] { sms_get_next_rtm_rib(handler, nullptr); }));
-  Settle();
+  RunAll();
 }
 
 TEST_F(ConversationTest, ArgumentsAreCopied) {
   Start();
   AddInstance(10);
-  Settle();
+  RunAll();
   host.Take();
   unsigned char destination[4] = {10, 9, 0, 0};
   unsigned char nextHop[4] = {10, 1, 2, 1};
@@ -117,7 +117,7 @@ TEST_F(ConversationTest, ArgumentsAreCopied) {
   char name[] = "eth0";
   sms_act_interface(4, 1, 10, 3, name, 0, 0, 0);
   name[0] = 'x';
-  Settle();
+  RunAll();
   EXPECT_EQ("cSetRouteState(10, 1, 10.9.0.0, 16, 10.1.2.1, 3, 5, 196608, 1, 1, 0, 1)",
             host.calls[0]);
   EXPECT_STREQ("eth0", control.Interfaces()[0].name);
@@ -129,7 +129,7 @@ TEST_F(ConversationTest, RequestsAreServedInTheOrderInWhichTheyCame) {
   AddInterface(10, 3);
   AddInstance(10);
   AddAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(),
               ElementsAre("cSetRouteState(10, 1, 10.9.0.0, 16, 10.1.2.1, 0, 1, 196608, 1, 1, 0, 5)",
                           "cRunPendingAction(" + RouteOid(10, "10.9.0.0/16", "10.1.2.1", 0) + ")",
@@ -166,7 +166,7 @@ TEST_F(ConversationTest, TheSchedulerDoesNotReenterItself) {
   };
   AddInterface(10, 3);
   AddInterface(10, 4);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cRunPendingAction(1:10:3)", "cRunPendingAction(1:10:4)"));
 }
 
@@ -195,7 +195,7 @@ TEST_F(ConversationTest, ARunEndsEarlyWhenTheClockSaysSo) {
   EXPECT_EQ(0, RunOnce());
   EXPECT_LE(host.calls.size(), 100u);
   EXPECT_GE(host.calls.size(), 1u);
-  Settle();
+  RunAll();
   EXPECT_EQ(1000u, host.calls.size());
 }
 
@@ -223,7 +223,7 @@ TEST_F(ConversationTest, EveryRowRequestIsCompletedOnceWithTheBuildersIdentifier
   Start();
   AddInstance(10);
   AddInstance(10 | kIp6Bit);
-  Settle();
+  RunAll();
   host.Take();
 
   AddInterface(10, 3);
@@ -234,7 +234,7 @@ TEST_F(ConversationTest, EveryRowRequestIsCompletedOnceWithTheBuildersIdentifier
   AddRoute(10 | kIp6Bit, "2001:db8:9::/48", "2001:db8::1", 3);
   sms_act_cipr_redist(1, 1, 0x30000, 0xD0000, 10, 0);
   sms_bld_amb_test_cipr_redist(1, 1, 0x30000, 0x80000, 10 | kIp6Bit, 0);
-  Settle();
+  RunAll();
 
   unsigned int oid[SMS_OID_MAX];
   const auto completion = [&](unsigned int length) {
@@ -268,7 +268,7 @@ TEST_F(ConversationTest, RefusedRequestsAreCompletedToo) {
   sms_act_ipaddr(9, 10, 1, 3, AddressBytes("10.1.2.3").bytes, 24);
   Route(9, 1, 10, "10.9.0.0/16", "10.1.2.1", 3, 1);
   sms_act_cipr_redist(9, 1, 2, 3, 10, 0);
-  Settle();
+  RunAll();
   EXPECT_THAT(
       host.Take(),
       ElementsAre("cRunPendingAction(1:10:3)", "cRunPendingAction(2:10:3:1:167838211)",
@@ -280,7 +280,7 @@ TEST_F(ConversationTest, RefusedRequestsAreCompletedToo) {
 TEST_F(ConversationTest, AnEntityIsNotCompleted) {
   Start();
   AddInstance(10);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cGetRtmConfig(10)", "cGetAddress(10)",
                                        "cGetVlanAddress(10)", "cSetRtmReady(10)"));
 }
@@ -288,10 +288,10 @@ TEST_F(ConversationTest, AnEntityIsNotCompleted) {
 TEST_F(ConversationTest, ARouteIsAnsweredWithItsArgumentsAndThenCompleted) {
   Start();
   AddInstance(10 | kIp6Bit);
-  Settle();
+  RunAll();
   host.Take();
   AddRoute(10 | kIp6Bit, "2001:db8:9::/48", "fe80::1", 3, 7);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(),
               ElementsAre("cSetRouteState(32778, 2, 2001:db8:9::, 48, fe80::1, 3, 7, 196608, 1, 1, "
                           "0, 1)",
@@ -302,10 +302,10 @@ TEST_F(ConversationTest, ARouteIsAnsweredWithItsArgumentsAndThenCompleted) {
 TEST_F(ConversationTest, ARedistributionIsAnsweredWithItsArgumentsAndThenCompleted) {
   Start();
   AddInstance(10 | kIp6Bit);
-  Settle();
+  RunAll();
   host.Take();
   sms_act_cipr_redist(4, 2, 0x20000, 0x80000, 10 | kIp6Bit, 77);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cSetRedistState(4, 2, 131072, 524288, 0, 32778, 0, 1)",
                                        "cRunPendingAction(4:32778:131072:524288)"));
 }
@@ -317,11 +317,11 @@ TEST_F(ConversationTest, DescriptorsAreRegisteredChangedAndRemovedInsideARun) {
   control.RegisterDescriptor(7, 70, 1, nullptr);
   control.ChangeDescriptorMask(7, 3);
   EXPECT_THAT(host.calls, IsEmpty());
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(),
               ElementsAre("cRegisterWorkWithEventloop(7, 70, 1)", "cChangeMask(7, 3)"));
   control.UnregisterDescriptor(7, 70);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cUnregisterWorkWithEventloop(7, 70)"));
   EXPECT_EQ(0u, host.callsFromOutside);
 }
@@ -330,7 +330,7 @@ TEST_F(ConversationTest, DescriptorsWaitForTheStart) {
   control.RegisterDescriptor(7, 70, 1, nullptr);
   EXPECT_EQ(0u, host.runsAskedFor);
   smsi_init(nullptr);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cI3Ready()", "cRegisterWorkWithEventloop(7, 70, 1)"));
 }
 
@@ -341,7 +341,7 @@ TEST_F(ConversationTest, AReadyDescriptorRunsItsHandlerWhichMayQueue) {
     seen = events;
     control.RepeatReady();
   });
-  Settle();
+  RunAll();
   host.Take();
   host.rescheduled = false;
   host.runsAskedFor = 0;
@@ -349,7 +349,7 @@ TEST_F(ConversationTest, AReadyDescriptorRunsItsHandlerWhichMayQueue) {
   EXPECT_EQ(5, seen);
   EXPECT_EQ(1u, host.runsAskedFor);
   EXPECT_THAT(host.calls, IsEmpty());
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cI3Ready()"));
 }
 
@@ -361,12 +361,12 @@ TEST_F(ConversationTest, AHandlerMayUnregisterItself) {
     control.UnregisterDescriptor(7, 70);
     ++runs;
   });
-  Settle();
+  RunAll();
   host.Take();
   InvokeCallback(7, 1);
   InvokeCallback(7, 1);
   EXPECT_EQ(2, runs);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cUnregisterWorkWithEventloop(7, 70)"));
 }
 
@@ -386,20 +386,20 @@ TEST_F(ConversationTest, UnknownDescriptorsAreIgnored) {
 TEST_F(ConversationTest, TheBldFunctionsDoWhatTheirTwinsDo) {
   Start();
   AddInstance(10);
-  Settle();
+  RunAll();
   sms_act_interface(4, 1, 10, 3, "eth0", 0, 24, 9000);
   sms_act_cipr_redist(1, 1, 0x20000, 0xD0000, 10, 0);
-  Settle();
+  RunAll();
   const std::string byAct = control.Dump();
   const Lines calls = host.Take();
 
   control.Restart();
   AddInstance(10);
-  Settle();
+  RunAll();
   host.Take();
   sms_bld_amb_test_i3_ei(4, 1, 10, 3, "eth0", 0, 24, 9000);
   sms_bld_amb_test_cipr_redist(1, 1, 0x20000, 0xD0000, 10, 0);
-  Settle();
+  RunAll();
   EXPECT_EQ(byAct, control.Dump());
   EXPECT_EQ(Lines(calls.end() - 3, calls.end()), host.Take());
 }

@@ -15,7 +15,7 @@ class CostTest : public StackTest {
       AddInterface(10, ifIndex);
       AddAddress(10, ifIndex, "10." + std::to_string(ifIndex) + ".0.1/16");
     }
-    Settle();
+    RunAll();
   }
   /// `count` routes over an interface, each with its own next hop or all with one.
   void AddRoutes(unsigned int ifIndex, unsigned int count, bool ownNextHops) {
@@ -24,7 +24,7 @@ class CostTest : public StackTest {
       AddRoute(10, std::to_string(100 + ifIndex) + "." + low + ".0/24",
                "10." + std::to_string(ifIndex) + "." + (ownNextHops ? low : "7.7"), 0);
     }
-    Settle();
+    RunAll();
   }
   /// The units of work that are waiting.
   unsigned int Units() {
@@ -63,7 +63,7 @@ TEST_F(CostTest, RoutesOverOneGatewayShareItsResolution) {
 TEST_F(CostTest, AFlapOfAnInterfaceWithoutRoutesIsCheap) {
   AddRoutes(4, 5000, true);
   AddInterface(10, 9);
-  Settle();
+  RunAll();
   EXPECT_LE(UnitsOfAFlap(9), 20u);
 }
 
@@ -85,8 +85,8 @@ TEST_F(CostTest, ReconvergenceIsSliced) {
   EXPECT_EQ(1u, control.Routes().size());
 }
 
-// Events wait for the consequences of earlier ones, so each finds settled tables.
-TEST_F(CostTest, TheNextEventFindsSettledTables) {
+// Events wait for the consequences of earlier ones.
+TEST_F(CostTest, TheNextEventFindsTheConsequencesOfEarlierOnes) {
   AddRoutes(4, 1000, true);
   control.SetSliceEvents(10);
   static unsigned int s_rows;
@@ -98,7 +98,7 @@ TEST_F(CostTest, TheNextEventFindsSettledTables) {
         return 1;
       },
       nullptr);
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, s_rows);
 }
 
@@ -114,7 +114,7 @@ TEST_F(CostTest, ManyCandidatesOfOnePrefixLoseTheirInterfaceTogether) {
   for (unsigned int i = 0; i < 5000; ++i) {
     AddRoute(10, "99.0.0.0/8", "10.4." + std::to_string(i / 250) + "." + std::to_string(i % 250));
   }
-  Settle();
+  RunAll();
   SetInterface(10, 4, false);
   EXPECT_LE(Units(), 2u * 5000 + 100);
   EXPECT_EQ(1u, control.Routes().size());

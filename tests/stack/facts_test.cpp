@@ -59,7 +59,7 @@ TEST_F(FactsTest, TablesAreRowsInTheOrderOfTheirKeys) {
   sms_act_cipr_redist(1, 1, 0x30000, 0xD0000, 10, 0);
   sms_act_cipr_redist(1, 2, 0x20000, 0xD0000, 10, 0);
   EXPECT_THAT(facts.Instances(), IsEmpty()) << "nothing has been worked off";
-  Settle();
+  RunAll();
 
   EXPECT_THAT(facts.Instances(), ElementsAre(10, 11));
 
@@ -126,7 +126,7 @@ TEST_F(FactsTest, NothingElseCounts) {
   AddInterface(10, 3);
   StoreProtocolRow(10);
   const std::uint64_t count = facts.CountRequests();
-  Settle();
+  RunAll();
   const AddressBytes address("10.1.2.3");
   const auto response = [](void*, unsigned int, unsigned int, void*) -> unsigned char { return 1; };
   char filter[] = "3,4";
@@ -148,7 +148,7 @@ TEST_F(FactsTest, NothingElseCounts) {
   sms_set_cipr_redist_oid(oid, 10, 2, 3);
   EXPECT_EQ(1, sms_get_next_protocol_row(7, 10, nullptr, 0, &row));
   EXPECT_EQ(0, sms_get_next_redistributed(10, 0xD0000, nullptr, &route));
-  Settle();
+  RunAll();
   EXPECT_EQ(count, facts.CountRequests());
 }
 
@@ -156,7 +156,7 @@ TEST_F(FactsTest, WhatBecomesOfARequestDoesNotMatterForTheCount) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   EXPECT_EQ(1u, facts.CountRequests()) << "a request of a stack that is not started";
   Start();
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, facts.CountRequests()) << "its answer";
   control.Script(RowType::kRoute, {routing_stack::Answer::kNever}, 1);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
@@ -164,7 +164,7 @@ TEST_F(FactsTest, WhatBecomesOfARequestDoesNotMatterForTheCount) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   EXPECT_EQ(3u, facts.CountRequests());
   control.Release();
-  Settle();
+  RunAll();
   EXPECT_EQ(3u, facts.CountRequests());
 }
 
@@ -181,7 +181,7 @@ TEST_F(FactsTest, TheCountNeverGoesBack) {
   EXPECT_EQ(3u, facts.CountRequests());
   control.Restart();
   EXPECT_EQ(3u, facts.CountRequests());
-  Settle();
+  RunAll();
   AddInterface(10, 4);
   EXPECT_EQ(4u, facts.CountRequests());
 }
@@ -196,7 +196,7 @@ TEST_F(FactsTest, TheFactsAreThoseOfTheirOwnStack) {
     smsi_init(nullptr);
     AddInterface(10, 4);
     AddInterface(10, 5);
-    Settle();
+    RunAll();
     EXPECT_EQ(2u, another.GetFacts().CountRequests());
     EXPECT_EQ(2u, another.GetFacts().Interfaces().size());
     EXPECT_EQ(1u, facts.CountRequests());

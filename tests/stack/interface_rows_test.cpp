@@ -17,7 +17,7 @@ class InterfaceRowsTest : public StackTest {
 
 TEST_F(InterfaceRowsTest, CreationSetsAllAttributes) {
   sms_act_interface(4, 1, 10, 3, "eth0", 7, 24, 9000);
-  Settle();
+  RunAll();
   const amb_stubs_i3_ei row = Only();
   EXPECT_EQ(10u, row.instance);
   EXPECT_EQ(3u, row.if_index);
@@ -30,7 +30,7 @@ TEST_F(InterfaceRowsTest, CreationSetsAllAttributes) {
 TEST_F(InterfaceRowsTest, AnotherCreationOverwritesAllAttributes) {
   sms_act_interface(4, 1, 10, 3, "eth0", 7, 24, 9000);
   sms_act_interface(4, 2, 10, 3, "eth7", 7, 8, 0);
-  Settle();
+  RunAll();
   const amb_stubs_i3_ei row = Only();
   EXPECT_STREQ("eth7", row.name);
   EXPECT_EQ(8u, row.flags);
@@ -40,14 +40,14 @@ TEST_F(InterfaceRowsTest, AnotherCreationOverwritesAllAttributes) {
 
 TEST_F(InterfaceRowsTest, WithoutAnMtuItIs1500) {
   sms_act_interface(4, 1, 10, 3, "eth0", 0, 0, 0);
-  Settle();
+  RunAll();
   EXPECT_EQ(1500u, Only().mtu);
 }
 
 TEST_F(InterfaceRowsTest, StatusOneChangesTheOperationalStatusOnly) {
   sms_act_interface(4, 1, 10, 3, "eth0", 0, 24, 9000);
   sms_act_interface(1, 2, 10, 3, "other", 0, 1, 1);
-  Settle();
+  RunAll();
   const amb_stubs_i3_ei row = Only();
   EXPECT_STREQ("eth0", row.name);
   EXPECT_EQ(24u, row.flags);
@@ -57,7 +57,7 @@ TEST_F(InterfaceRowsTest, StatusOneChangesTheOperationalStatusOnly) {
 
 TEST_F(InterfaceRowsTest, StatusOneDoesNothingWhenTheRowIsAbsent) {
   sms_act_interface(1, 1, 10, 3, "eth0", 0, 24, 9000);
-  Settle();
+  RunAll();
   EXPECT_TRUE(control.Interfaces().empty());
 }
 
@@ -66,7 +66,7 @@ TEST_F(InterfaceRowsTest, StatusSixRemovesTheRow) {
   AddInterface(10, 4);
   RemoveInterface(10, 3);
   RemoveInterface(10, 5);
-  Settle();
+  RunAll();
   EXPECT_EQ(4u, Only().if_index);
 }
 
@@ -74,25 +74,25 @@ TEST_F(InterfaceRowsTest, AnUnknownStatusChangesNothing) {
   AddInterface(10, 3);
   sms_act_interface(2, 2, 10, 3, "x", 0, 0, 0);
   sms_act_interface(5, 1, 10, 4, "x", 0, 0, 0);
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, Only().oper_status);
 }
 
 TEST_F(InterfaceRowsTest, ALongNameIsCut) {
   const std::string name(400, 'n');
   sms_act_interface(4, 1, 10, 3, name.c_str(), 0, 0, 0);
-  Settle();
+  RunAll();
   EXPECT_EQ(std::string(255, 'n'), Only().name);
 }
 
 TEST_F(InterfaceRowsTest, RowsAreStoredWithoutAnInstanceAndTakeEffectWithIt) {
   AddInterface(10, 3);
   AddAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, control.Interfaces().size());
   EXPECT_THAT(Rib(), IsEmpty());
   AddInstance(10);
-  Settle();
+  RunAll();
   EXPECT_THAT(Routes(), ElementsAre("10 10.1.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0"));
 }
 
@@ -100,17 +100,17 @@ TEST_F(InterfaceRowsTest, ConnectedRoutesFollowTheOperationalStatus) {
   AddInstance(10);
   AddInterface(10, 3, false);
   AddAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), IsEmpty());
   SetInterface(10, 3, true);
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), ElementsAre("> 10 10.1.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0"));
   SetInterface(10, 3, false);
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), IsEmpty());
   SetInterface(10, 3, true);
   RemoveInterface(10, 3);
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), IsEmpty());
 }
 
@@ -118,7 +118,7 @@ TEST_F(InterfaceRowsTest, AnyStatusOtherThanOneIsDown) {
   AddInstance(10);
   AddAddress(10, 3, "10.1.2.3/24");
   sms_act_interface(4, 7, 10, 3, "eth0", 0, 0, 0);
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), IsEmpty());
 }
 
@@ -127,7 +127,7 @@ TEST_F(InterfaceRowsTest, AnInterfaceOfOneInstanceDoesNothingToAnother) {
   AddInstance(11);
   AddInterface(10, 3);
   AddAddress(11, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), IsEmpty());
 }
 
@@ -135,7 +135,7 @@ TEST_F(InterfaceRowsTest, IndexZeroIsStoredAndTakesNoEffect) {
   AddInstance(10);
   AddInterface(10, 0);
   AddAddress(10, 0, "10.1.2.3/24");
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, control.Interfaces().size());
   EXPECT_THAT(Rib(), IsEmpty());
 }

@@ -25,7 +25,7 @@ class ProtocolRowsTest : public StackTest {
     sms_register_protocol_answer(&NoteAnswer);
     Start();
     AddInstance(10);
-    Settle();
+    RunAll();
     host.Take();
   }
   void TearDown() override { sms_register_protocol_answer(nullptr); }
@@ -35,7 +35,7 @@ class ProtocolRowsTest : public StackTest {
     sms_act_protocol_row(1, table, rowStatus, adminStatus, instance,
                          reinterpret_cast<const unsigned char*>(key.data()),
                          static_cast<unsigned int>(key.size()), payload);
-    Settle();
+    RunAll();
   }
   static Lines Rows(unsigned int table, unsigned int instance) {
     Lines lines;
@@ -129,7 +129,7 @@ TEST_F(ProtocolRowsTest, OneRowIsFoundByItsWholeKey) {
 
 TEST_F(ProtocolRowsTest, TablesAndInstancesAreApart) {
   AddInstance(11);
-  Settle();
+  RunAll();
   Send(1, 10, "a", "one", 1, 2);
   Send(1, 10, "a", "two", 1, 3);
   Send(1, 11, "a", "three", 1, 2);
@@ -141,11 +141,11 @@ TEST_F(ProtocolRowsTest, TablesAndInstancesAreApart) {
 
 TEST_F(ProtocolRowsTest, RowsGoWithTheirInstance) {
   AddInstance(11);
-  Settle();
+  RunAll();
   Send(1, 10, "a");
   Send(1, 11, "a");
   DropInstance(10);
-  Settle();
+  RunAll();
   EXPECT_THAT(Rows(2, 10), IsEmpty());
   EXPECT_EQ(1u, Rows(2, 11).size());
 }
@@ -158,11 +158,11 @@ TEST_F(ProtocolRowsTest, WithoutAnAnswerFunctionTheRowIsCompletedAllTheSame) {
 
 TEST_F(ProtocolRowsTest, NullsAreHarmless) {
   sms_act_protocol_row(1, 2, 1, 1, 10, nullptr, 4, nullptr);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("answer 2 10  1 1 3", "cRunPendingAction(5:2:10:4:0)"));
   const unsigned char key[] = {'k'};
   sms_act_protocol_row(1, 2, 1, 1, 10, key, 1, nullptr);
-  Settle();
+  RunAll();
   EXPECT_THAT(Rows(2, 10), ElementsAre("k= 1"));
   EXPECT_EQ(0, sms_get_next_protocol_row(2, 10, nullptr, 0, nullptr));
   EXPECT_EQ(0u, sms_get_protocol_row_oid(nullptr, 2, 10, key, 1));

@@ -152,7 +152,7 @@ void RandomRibTest::ChangeStatic() {
 }
 
 void RandomRibTest::ChangeProtocol() {
-  Settle();  // candidates are put in at once, in front of requests that wait
+  RunAll();  // candidates are put in at once, in front of requests that wait
   const unsigned int instance = Any(kInstances);
   const std::string prefix = IsIp6(instance) ? Any(kPrefixes6) : Any(kPrefixes4);
   const std::string nextHop = IsIp6(instance) ? Any(kNextHops6) : Any(kNextHops4);
@@ -218,7 +218,7 @@ void RandomRibTest::Operate() {
                        candidate.nextHop, kStaticPath, key.ifIndex,
                        static_cast<unsigned short>(key.instance), 0);
     } else {
-      Settle();
+      RunAll();
       ASSERT_TRUE(control.RemoveCandidate(candidate));
     }
     m_model.candidates.erase(row);
@@ -265,7 +265,7 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
     SCOPED_TRACE("operation " + std::to_string(i) + ", VANTACORE_SEED=" + std::to_string(m_seed));
     now += Below(1500);
     ASSERT_NO_FATAL_FAILURE(Operate());
-    Settle();
+    RunAll();
     host.Take();
     m_model.Update(now);
     ASSERT_NO_FATAL_FAILURE(Compare(true));
@@ -295,7 +295,7 @@ TEST_F(RandomRibTest, ChangesInTheMiddleOfTheWorkEndInTheSameTables) {
     control.SetSliceEvents(1 + Below(6));
     RunOnce();
     if (Chance(15)) {
-      Settle();
+      RunAll();
       m_model.Update(now);
       ASSERT_NO_FATAL_FAILURE(Compare(false));
       ++comparisons;

@@ -16,7 +16,7 @@ class RedistributionRowsTest : public StackTest {
   void SetUp() override {
     Start();
     AddInstance(10);
-    Settle();
+    RunAll();
     host.Take();
   }
 
@@ -24,7 +24,7 @@ class RedistributionRowsTest : public StackTest {
                         unsigned int destination, unsigned int vlan) {
     sms_act_cipr_redist(rowStatus, adminStatus, static_cast<int>(source),
                         static_cast<int>(destination), vlan, 0);
-    Settle();
+    RunAll();
     const Lines calls = host.Take();
     EXPECT_EQ(2u, calls.size());
     const std::string answer = calls.empty() ? "" : calls[0];
@@ -69,7 +69,7 @@ TEST_F(RedistributionRowsTest, InstalledRoutesOfTheSourceAreHandedOver) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   AddRoute(10, "10.8.0.0/16", "172.16.0.1");   // does not resolve
   AddRoute(10, "10.1.2.0/24", "10.1.2.9", 3);  // beaten by the connected route
-  Settle();
+  RunAll();
   control.PutCandidate(MakeCandidate(10, "10.7.0.0/16", "10.1.2.1", 8, 4));
   host.Take();
   EXPECT_THAT(Handed(10, kOspfCode), IsEmpty());
@@ -90,15 +90,15 @@ TEST_F(RedistributionRowsTest, WhatIsHandedOverFollowsRulesAndRoutes) {
   AddInterface(10, 3);
   AddAddress(10, 3, "10.1.2.3/24");
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
-  Settle();
+  RunAll();
   host.Take();
   StatusOf(1, 1, kStaticCode, kRipCode, 10);
   EXPECT_EQ(1u, Handed(10, kRipCode).size());
   SetInterface(10, 3, false);
-  Settle();
+  RunAll();
   EXPECT_THAT(Handed(10, kRipCode), IsEmpty());
   SetInterface(10, 3, true);
-  Settle();
+  RunAll();
   host.Take();
   EXPECT_EQ(1u, Handed(10, kRipCode).size());
   StatusOf(1, 2, kStaticCode, kRipCode, 10);
@@ -115,7 +115,7 @@ TEST_F(RedistributionRowsTest, ARuleConcernsItsInstanceOnly) {
     AddInterface(instance, 3);
     AddAddress(instance, 3, "10.1.2.3/24");
   }
-  Settle();
+  RunAll();
   host.Take();
   StatusOf(1, 1, kConnectedCode, kOspfCode, 11);
   EXPECT_THAT(Handed(10, kOspfCode), IsEmpty());
@@ -128,7 +128,7 @@ TEST_F(RedistributionRowsTest, TheRoutersGetterGivesTheSame) {
   AddInterface(10, 3);
   AddAddress(10, 3, "10.1.2.3/24");
   AddAddress(10, 3, "10.2.2.3/24");
-  Settle();
+  RunAll();
   host.Take();
   StatusOf(1, 1, kConnectedCode, kOspfCode, 10);
   Lines lines;

@@ -1,5 +1,5 @@
-// The RIB written out plainly: after every operation everything is computed again from the rows, with
-// loops over all of them and addresses bit by bit. Slow, and short enough to be believed.
+// The RIB written out plainly: after every operation everything is computed again from the rows,
+// with loops over all of them and addresses bit by bit. Slow, and short enough to be believed.
 #ifndef TESTS_STACK_RIB_MODEL_H
 #define TESTS_STACK_RIB_MODEL_H
 

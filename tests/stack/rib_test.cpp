@@ -12,11 +12,11 @@ class RibTest : public StackTest {
     AddInstance(10);
     AddInterface(10, 3);
     AddAddress(10, 3, "10.1.2.3/24");
-    Settle();
+    RunAll();
   }
   /// What is known about one prefix.
   Lines About(const std::string& prefix) {
-    Settle();
+    RunAll();
     Lines lines;
     for (const std::string& line : Rib()) {
       if (line.find(" " + prefix + " ") != std::string::npos) {
@@ -50,7 +50,7 @@ TEST_F(RibTest, AmongEqualsTheLowestNextHopAndThenTheLowestInterfaceWins) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.9", 0, 5);
   AddRoute(10, "10.9.0.0/16", "10.1.2.8", 3, 5);
   AddRoute(10, "10.9.0.0/16", "10.1.2.8", 0, 5);
-  Settle();
+  RunAll();
   EXPECT_THAT(Routes()[1], "10 10.9.0.0/16 proto 3 via 10.1.2.8 if 3 metric 5");
   Lines rib = About("10.9.0.0/16");
   ASSERT_EQ(3u, rib.size());
@@ -101,7 +101,7 @@ TEST_F(RibTest, ChangedDistancesChangeTheChoice) {
 TEST_F(RibTest, DistanceZeroTiesAreDecidedByMetricAndProtocol) {
   host.configurations[10].word[14] = 0;
   SendEntity(10, 1);
-  Settle();
+  RunAll();
   control.PutCandidate(MakeCandidate(10, "10.1.2.0/24", "10.1.2.1", 8, 0));
   EXPECT_EQ('>', About("10.1.2.0/24")[0][0]);
   EXPECT_EQ(' ', About("10.1.2.0/24")[1][0]);
@@ -256,7 +256,7 @@ TEST_F(RibTest, LinkLocalNextHopsNeedAnInterfaceThatIsUpAndNoAddress) {
   AddRoute(instance, "2001:db8:2::/48", "febf::1", 3);
   AddRoute(instance, "2001:db8:3::/48", "fec0::1", 3);
   AddRoute(instance, "2001:db8:4::/48", "fe80::1", 0);
-  Settle();
+  RunAll();
   const Lines rib = Rib();
   EXPECT_THAT(Lines(rib.begin() + 1, rib.end()),
               ElementsAre("> 10 2001:db8:1::/48 proto 3 via fe80::1 if 3 metric 1",
@@ -276,7 +276,7 @@ TEST_F(RibTest, ThereIsNoLinkLocalExceptionInIp4) {
 
 TEST_F(RibTest, UnusedFieldsAreZero) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1", 0, 0xFFFF);
-  Settle();
+  RunAll();
   const amb_cipr_rtm_rib row = control.Rib()[1];
   EXPECT_EQ(0xFFFFu, row.metric1);
   EXPECT_EQ(0u, row.metric2 + row.metric3 + row.metric4 + row.metric5);
@@ -288,7 +288,7 @@ TEST_F(RibTest, PrefixesOfOneAddressAreApart) {
   AddRoute(10, "10.0.0.0/8", "10.1.2.1");
   AddRoute(10, "10.0.0.0/9", "10.1.2.2");
   AddRoute(10, "10.0.0.0/32", "10.1.2.3");
-  Settle();
+  RunAll();
   EXPECT_EQ(4u, control.Routes().size());
 }
 

@@ -13,13 +13,13 @@ class RouteRowsTest : public StackTest {
     AddInstance(10 | kIp6Bit);
     AddInterface(10, 3);
     AddAddress(10, 3, "10.1.2.3/24");
-    Settle();
+    RunAll();
     host.Take();
   }
 
   /// The status of the only answer to what was requested.
   unsigned int StatusOf() {
-    Settle();
+    RunAll();
     const Lines calls = host.Take();
     EXPECT_EQ(2u, calls.size());
     const std::string answer = calls.empty() ? "" : calls[0];
@@ -43,7 +43,7 @@ TEST_F(RouteRowsTest, StatusOneAndFourCreate) {
 
 TEST_F(RouteRowsTest, StaticRoutesAreRemote) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
-  Settle();
+  RunAll();
   EXPECT_EQ(4u, control.Rib()[1].route_type);
   EXPECT_EQ(3u, control.Rib()[1].route_proto);
 }
@@ -51,7 +51,7 @@ TEST_F(RouteRowsTest, StaticRoutesAreRemote) {
 TEST_F(RouteRowsTest, AnExistingRouteIsOverwritten) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1", 0, 5);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1", 0, 7);
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), ElementsAre("> 10 10.1.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0",
                                  "> 10 10.9.0.0/16 proto 3 via 10.1.2.1 if 3 metric 7"));
 }
@@ -60,7 +60,7 @@ TEST_F(RouteRowsTest, NextHopAndInterfaceArePartOfTheName) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1", 0);
   AddRoute(10, "10.9.0.0/16", "10.1.2.2", 0);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1", 3);
-  Settle();
+  RunAll();
   EXPECT_EQ(4u, control.Rib().size());
   EXPECT_EQ(2u, control.Routes().size());
 }
@@ -68,7 +68,7 @@ TEST_F(RouteRowsTest, NextHopAndInterfaceArePartOfTheName) {
 TEST_F(RouteRowsTest, StatusSixRemovesExactlyTheNamedRow) {
   AddRoute(10, "10.9.0.0/16", "10.1.2.1", 0);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1", 3);
-  Settle();
+  RunAll();
   host.Take();
   Route(6, 2, 10, "10.9.0.0/16", "10.1.2.1", 3, 0);
   EXPECT_EQ(1u, StatusOf());
@@ -132,7 +132,7 @@ TEST_F(RouteRowsTest, AFamilyOtherThanTheInstancesIsInconsistent) {
 TEST_F(RouteRowsTest, AnUnknownInstanceMayBeTriedAgain) {
   EXPECT_EQ(5u, StatusOf(1, 1, 11, "10.9.0.0/16", "10.1.2.1"));
   AddInstance(11);
-  Settle();
+  RunAll();
   host.Take();
   EXPECT_EQ(1u, StatusOf(1, 1, 11, "10.9.0.0/16", "10.1.2.1"));
 }

@@ -15,7 +15,7 @@ class RtmRowsTest : public StackTest {
 TEST_F(RtmRowsTest, ANewInstanceIsAskedForAndReportedReady) {
   AddInstance(10);
   AddInstance(10 | kIp6Bit);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(),
               ElementsAre("cGetRtmConfig(10)", "cGetAddress(10)", "cGetVlanAddress(10)",
                           "cSetRtmReady(10)", "cGetRtmConfig(32778)", "cGetAddress(32778)",
@@ -28,7 +28,7 @@ TEST_F(RtmRowsTest, TheVlansAddressIsAskedForOnlyWithoutAPrimaryOne) {
   host.vlanAddresses[11] = htonl(0x0B010203);
   AddInstance(10);
   AddInstance(11);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cGetRtmConfig(10)", "cGetAddress(10)", "cSetRtmReady(10)",
                                        "cGetRtmConfig(11)", "cGetAddress(11)",
                                        "cGetVlanAddress(11)", "cSetRtmReady(11)"));
@@ -40,11 +40,11 @@ TEST_F(RtmRowsTest, TheVlansAddressIsAskedForOnlyWithoutAPrimaryOne) {
 
 TEST_F(RtmRowsTest, AChangedInstanceIsAskedForButNotReportedAgain) {
   AddInstance(10);
-  Settle();
+  RunAll();
   host.Take();
   host.configurations[10].word[14] = 77;
   SendEntity(10, 1);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cGetRtmConfig(10)"));
   EXPECT_THAT(control.Dump(), testing::HasSubstr(" rip 77 "));
 }
@@ -58,25 +58,25 @@ TEST_F(RtmRowsTest, DistancesAreThoseOfTheAskedRowNotOfTheSentOne) {
     sent.word[i] = 1;
   }
   sms_act_rtm(&sent);
-  Settle();
+  RunAll();
   EXPECT_THAT(control.Dump(), testing::HasSubstr("ospf 40/110 bgp 20/200 rip 120"));
 }
 
 TEST_F(RtmRowsTest, AnInstanceThatTheLibraryDoesNotKnowIsForgotten) {
   SendEntity(10, 1);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cGetRtmConfig(10)"));
   EXPECT_THAT(control.Instances(), IsEmpty());
 }
 
 TEST_F(RtmRowsTest, RowStatusFourCreatesToo) {
   AddInstance(10);
-  Settle();
+  RunAll();
   DropInstance(10);
-  Settle();
+  RunAll();
   host.configurations[10] = {};
   SendEntity(10, 4);
-  Settle();
+  RunAll();
   EXPECT_THAT(control.Instances(), ElementsAre(10));
 }
 
@@ -85,7 +85,7 @@ TEST_F(RtmRowsTest, UnknownRowStatusAndImpossibleInstanceChangeNothing) {
   host.configurations[0x10010] = {};
   SendEntity(10, 2);
   SendEntity(0x10010, 1);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.calls, IsEmpty());
   EXPECT_THAT(control.Instances(), IsEmpty());
 }
@@ -99,7 +99,7 @@ TEST_F(RtmRowsTest, TheFamilyIsThatOfTheSentRow) {
   sms_act_rtm(&sent);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   AddRoute(10, "2001:db8::/32", "2001:db8::1");
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, control.Rib().size());
   EXPECT_EQ(32u, control.Rib()[0].prefix_length);
 }
@@ -114,7 +114,7 @@ TEST_F(RtmRowsTest, WithoutAFamilyTheInstancesBitDecides) {
     AddRoute(instance, "10.9.0.0/16", "10.1.2.1");
     AddRoute(instance, "2001:db8::/32", "2001:db8::1");
   }
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), ElementsAre("  10 10.9.0.0/16 proto 3 via 10.1.2.1 if TBD metric 1",
                                  "  10 2001:db8::/32 proto 3 via 2001:db8::1 if TBD metric 1"));
 }
@@ -127,11 +127,11 @@ TEST_F(RtmRowsTest, AnInstanceGoesWithItsRoutesAndRules) {
   }
   AddInterface(10, 3);
   AddAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   control.PutCandidate(MakeCandidate(10, "10.8.0.0/16", "10.1.2.1", 14, 1));
 
   DropInstance(10);
-  Settle();
+  RunAll();
   EXPECT_THAT(control.Instances(), ElementsAre(11));
   EXPECT_THAT(Rib(), ElementsAre("  11 10.9.0.0/16 proto 3 via 10.1.2.1 if TBD metric 1"));
   ASSERT_EQ(1u, control.Redistributions().size());
@@ -142,21 +142,21 @@ TEST_F(RtmRowsTest, InterfacesAndAddressesStayAndTakeEffectInTheNextLife) {
   AddInstance(10);
   AddInterface(10, 3);
   AddAddress(10, 3, "10.1.2.3/24");
-  Settle();
+  RunAll();
   DropInstance(10);
-  Settle();
+  RunAll();
   EXPECT_EQ(1u, control.Interfaces().size());
   EXPECT_EQ(1u, control.Addresses().size());
   EXPECT_THAT(Rib(), IsEmpty());
 
   AddInstance(10);
-  Settle();
+  RunAll();
   EXPECT_THAT(Rib(), ElementsAre("> 10 10.1.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0"));
 }
 
 TEST_F(RtmRowsTest, DestroyingAnUnknownInstanceIsSilent) {
   SendEntity(10, 6);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.calls, IsEmpty());
 }
 
@@ -164,7 +164,7 @@ TEST_F(RtmRowsTest, DestroyingAnUnknownInstanceIsSilent) {
 TEST_F(RtmRowsTest, ADestroyCancelsAReadinessThatWasNotAnnouncedYet) {
   AddInstance(10);
   SendEntity(10, 6);  // the host still knows a configuration, that of a VLAN created again
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), IsEmpty());
   EXPECT_THAT(control.Instances(), IsEmpty());
 }
@@ -173,7 +173,7 @@ TEST_F(RtmRowsTest, DestroyedAndCreatedAgainInOneGoIsAnnouncedOnce) {
   AddInstance(10);
   SendEntity(10, 6);
   SendEntity(10, 1);
-  Settle();
+  RunAll();
   EXPECT_THAT(host.Take(), ElementsAre("cGetRtmConfig(10)", "cGetAddress(10)",
                                        "cGetVlanAddress(10)", "cSetRtmReady(10)"));
   EXPECT_THAT(control.Instances(), ElementsAre(10));
@@ -183,7 +183,7 @@ TEST_F(RtmRowsTest, ADestroyOfOneInstanceLeavesAnothersReadinessAlone) {
   AddInstance(10);
   AddInstance(11);
   SendEntity(11, 6);
-  Settle();
+  RunAll();
   EXPECT_THAT(control.Instances(), ElementsAre(10));
   EXPECT_THAT(host.calls, testing::Contains("cSetRtmReady(10)"));
 }
@@ -196,11 +196,11 @@ TEST_F(RtmRowsTest, ADestroyCancelsAReadinessThatWasPutOff) {
   AddInstance(10);
   AddInstance(11);
   control.Script(routing_stack::RowType::kRtm, late, 0);
-  Settle();
+  RunAll();
   SendEntity(10, 6);
-  EXPECT_EQ(-1, Settle());
+  EXPECT_EQ(-1, RunAll());
   now += 1000;
-  Settle();
+  RunAll();
   EXPECT_THAT(host.calls, testing::Not(testing::Contains("cSetRtmReady(10)")));
   EXPECT_THAT(control.Instances(), ElementsAre(11));
 }
@@ -210,11 +210,11 @@ TEST_F(RtmRowsTest, ManyRoutesGoInStepsAndTheNextLifeStartsEmpty) {
   for (unsigned int i = 0; i < 3000; ++i) {
     AddRoute(10, "10.9.0.0/16", "10.1." + std::to_string(i / 250) + "." + std::to_string(i % 250));
   }
-  Settle();
+  RunAll();
   ASSERT_EQ(3000u, control.Rib().size());
   SendEntity(10, 6);
   SendEntity(10, 1);
-  Settle();
+  RunAll();
   EXPECT_THAT(control.Instances(), ElementsAre(10));
   EXPECT_THAT(Rib(), IsEmpty());
 }

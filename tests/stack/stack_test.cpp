@@ -22,7 +22,7 @@ StackTest::StackTest()
 void StackTest::Start() {
   char components[] = "ripv2 ospf bgp";
   smsi_init(components);
-  Settle();
+  RunAll();
   host.Take();
 }
 
@@ -34,7 +34,7 @@ int StackTest::RunOnce() {
   return result;
 }
 
-int StackTest::Settle() {
+int StackTest::RunAll() {
   int result = 0;
   for (int runs = 0; result == 0; ++runs) {
     if (runs == 100000) {

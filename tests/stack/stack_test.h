@@ -1,5 +1,5 @@
-// What the tests of the stack have in common: an engine in virtual time, requests from texts, tables
-// as texts.
+// What the tests of the stack have in common: an engine in virtual time, requests from texts,
+// tables as texts.
 #ifndef TESTS_STACK_STACK_TEST_H
 #define TESTS_STACK_STACK_TEST_H
 
@@ -48,7 +48,7 @@ class StackTest : public testing::Test {
   /// One run of the stack's scheduler, as the host makes it.
   int RunOnce();
   /// Runs until there is no work left; the last result.
-  int Settle();
+  int RunAll();
 
   // Requests. None of them lets the stack run.
 
@@ -73,8 +73,8 @@ class StackTest : public testing::Test {
                                                 const std::string& nextHop, unsigned int proto,
                                                 unsigned int metric, unsigned int ifIndex = 0);
 
-  // Tables, a row a line: "> 10 10.9.0.0/16 proto 3 via 10.1.2.1 if 3 metric 5"; the RIB's installed
-  // ones start with '>', and a pending interface is "TBD".
+  // Tables, a row a line: "> 10 10.9.0.0/16 proto 3 via 10.1.2.1 if 3 metric 5"; the RIB's
+  // installed ones start with '>', and a pending interface is "TBD".
   Lines Rib();
   Lines Routes();
 

@@ -15,7 +15,7 @@ class UntrustedTest : public StackTest {
     Start();
     AddInstance(10);
     AddInstance(10 | kIp6Bit);
-    Settle();
+    RunAll();
     host.Take();
   }
 };
@@ -30,7 +30,7 @@ TEST_F(UntrustedTest, NullPointers) {
   sms_act_ipaddr(1, 10, 1, 3, nullptr, 24);
   sms_act_ipaddr(6, 10, 2, 3, nullptr, 24);
   nbb_set_ips_filter(nullptr, 0);
-  EXPECT_EQ(-1, Settle());
+  EXPECT_EQ(-1, RunAll());
   EXPECT_EQ(8u, host.Take().size());  // two route answers and six completions
 }
 
@@ -109,10 +109,10 @@ TEST_F(UntrustedTest, WildValues) {
         break;
     }
     if (random() % 16 == 0) {
-      Settle();
+      RunAll();
     }
   }
-  EXPECT_EQ(-1, Settle());
+  EXPECT_EQ(-1, RunAll());
   EXPECT_TRUE(stack.IsIdle());
   EXPECT_EQ(0u, host.callsFromOutside);
   EXPECT_FALSE(control.Dump().empty());

@@ -51,12 +51,12 @@ class WalksTest : public StackTest {
 
 TEST_F(WalksTest, NothingIsHandedOutInsideTheCall) {
   AddInterface(10, 3);
-  Settle();
+  RunAll();
   Command command;
   sms_get_next_i3_ei(10, &Handle<amb_stubs_i3_ei>, &command);
   EXPECT_THAT(command.results, IsEmpty());
   EXPECT_FALSE(stack.IsIdle());
-  Settle();
+  RunAll();
   EXPECT_THAT(command.results, ElementsAre(1, 7));
   EXPECT_TRUE(stack.IsIdle());
 }
@@ -70,7 +70,7 @@ TEST_F(WalksTest, AnEmptyTableIsAnsweredWithItsEnd) {
   sms_get_next_i3_ea(10, &Handle<amb_stubs_i3_ea>, &addresses);
   sms_get_next_rtm_route(&Handle<amb_cipr_rtm_route>, &routes);
   sms_get_next_rtm_rib(&Handle<amb_cipr_rtm_rib>, &rib);
-  Settle();
+  RunAll();
   for (const Command* command : {&interfaces, &addresses, &routes, &rib}) {
     EXPECT_THAT(command->results, ElementsAre(7));
   }
@@ -82,10 +82,10 @@ TEST_F(WalksTest, InterfaceWalksStartAtTheInstanceAndGoOnBehindIt) {
   AddInterface(10, 20);
   AddInterface(10, 3);
   AddInterface(10 | kIp6Bit, 3);
-  Settle();
+  RunAll();
   Command command;
   sms_get_next_i3_ei(10, &Handle<amb_stubs_i3_ei>, &command);
-  Settle();
+  RunAll();
   EXPECT_THAT(command.rows, ElementsAre("10/3 eth3", "10/20 eth20", "11/1 eth1", "32778/3 eth3"));
   EXPECT_EQ(7u, command.results.back());
 }
@@ -96,10 +96,10 @@ TEST_F(WalksTest, AddressWalksStartAtTheInstanceAndGoOnBehindIt) {
   AddAddress(10, 3, "10.1.2.2/24");
   AddAddress(10, 3, "10.1.2.1/24");
   AddAddress(11, 3, "10.1.2.1/24");
-  Settle();
+  RunAll();
   Command command;
   sms_get_next_i3_ea(10, &Handle<amb_stubs_i3_ea>, &command);
-  Settle();
+  RunAll();
   EXPECT_THAT(command.rows, ElementsAre("10/3 1/24", "10/3 2/24", "10/4 9/24", "11/3 1/24"));
 }
 
@@ -114,12 +114,12 @@ TEST_F(WalksTest, RouteAndRibWalksRunOverAllInstances) {
     AddRoute(instance, "10.9.0.0/16", "10.1.2.1", 0, 2);
     AddRoute(instance, "9.0.0.0/8", "172.16.0.1");
   }
-  Settle();
+  RunAll();
   Command rib;
   Command routes;
   sms_get_next_rtm_rib(&Handle<amb_cipr_rtm_rib>, &rib);
   sms_get_next_rtm_route(&Handle<amb_cipr_rtm_route>, &routes);
-  Settle();
+  RunAll();
   EXPECT_THAT(rib.rows, ElementsAre("  10 9.0.0.0/8 proto 3 via 172.16.0.1 if TBD metric 1",
                                     "> 10 10.1.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0",
                                     "> 10 10.9.0.0/16 proto 3 via 10.1.2.1 if 3 metric 2",
@@ -137,11 +137,11 @@ TEST_F(WalksTest, ZeroEndsTheWalkForGood) {
   for (unsigned int i = 1; i <= 5; ++i) {
     AddInterface(10, i);
   }
-  Settle();
+  RunAll();
   Command command;
   command.stopAfter = 2;
   sms_get_next_i3_ei(10, &Handle<amb_stubs_i3_ei>, &command);
-  Settle();
+  RunAll();
   EXPECT_THAT(command.results, ElementsAre(1, 1));
   EXPECT_TRUE(stack.IsIdle());
 }
@@ -150,7 +150,7 @@ TEST_F(WalksTest, ZeroEndsTheWalkForGood) {
 TEST_F(WalksTest, ACommandMayDeleteItselfInItsLastAnswer) {
   AddInterface(10, 1);
   AddInterface(10, 2);
-  Settle();
+  RunAll();
   static int s_answers;
   s_answers = 0;
   const auto handler = [](void* context, unsigned int, unsigned int result,
@@ -164,7 +164,7 @@ TEST_F(WalksTest, ACommandMayDeleteItselfInItsLastAnswer) {
   };
   sms_get_next_i3_ei(10, handler, new Command);
   sms_get_next_i3_ei(11, handler, new Command);
-  Settle();
+  RunAll();
   EXPECT_EQ(3, s_answers);
 }
 
@@ -176,7 +176,7 @@ TEST_F(WalksTest, AnErrorOrTheEndIsTheLastAnswerWhateverIsReturned) {
     return 1;
   };
   sms_get_next_i3_ei(10, handler, nullptr);
-  Settle();
+  RunAll();
   EXPECT_EQ(1, s_answers);
 }
 
@@ -184,7 +184,7 @@ TEST_F(WalksTest, ASecondWalkWithTheSameContextIsAnother) {
   AddInterface(10, 1);
   AddInterface(10, 2);
   AddAddress(10, 1, "10.1.2.3/24");
-  Settle();
+  RunAll();
   Command command;
   command.onRow = [&] {
     if (command.rows.size() == 1) {
@@ -198,7 +198,7 @@ TEST_F(WalksTest, ASecondWalkWithTheSameContextIsAnother) {
     return 0;
   };
   sms_get_next_i3_ei(10, first, &command);
-  Settle();
+  RunAll();
   EXPECT_THAT(command.rows, ElementsAre("10/1 eth1", "10/1 3/24"));
   EXPECT_THAT(command.results, ElementsAre(1, 1, 7));
   EXPECT_EQ(command.contexts[1], command.contexts[2]);
@@ -209,13 +209,13 @@ TEST_F(WalksTest, TwoWalksOfOneCommandAtATimeDoNotDisturbEachOther) {
   for (unsigned int i = 1; i <= 3; ++i) {
     AddInterface(10, i);
   }
-  Settle();
+  RunAll();
   Command first;
   Command second;
   sms_get_next_i3_ei(10, &Handle<amb_stubs_i3_ei>, &first);
   sms_get_next_i3_ei(10, &Handle<amb_stubs_i3_ei>, &second);
   second.stopAfter = 1;
-  Settle();
+  RunAll();
   EXPECT_THAT(first.results, ElementsAre(1, 1, 1, 7));
   EXPECT_THAT(second.results, ElementsAre(1));
 }
@@ -224,7 +224,7 @@ TEST_F(WalksTest, WalksStartedFromHandlersMayComeInNumbers) {
   for (unsigned int i = 1; i <= 3; ++i) {
     AddInterface(10, i);
   }
-  Settle();
+  RunAll();
   std::vector<Command> others(300);
   Command command;
   std::size_t started = 0;
@@ -234,7 +234,7 @@ TEST_F(WalksTest, WalksStartedFromHandlersMayComeInNumbers) {
     }
   };
   sms_get_next_i3_ei(10, &Handle<amb_stubs_i3_ei>, &command);
-  Settle();
+  RunAll();
   EXPECT_THAT(command.results, ElementsAre(1, 1, 1, 7));
   for (const Command& other : others) {
     EXPECT_THAT(other.results, ElementsAre(1, 1, 1, 7));
@@ -245,7 +245,7 @@ TEST_F(WalksTest, AWalkIsSliced) {
   for (unsigned int i = 1; i <= 10; ++i) {
     AddInterface(10, i);
   }
-  Settle();
+  RunAll();
   control.SetSliceEvents(4);
   Command command;
   sms_get_next_i3_ei(10, &Handle<amb_stubs_i3_ei>, &command);
@@ -261,7 +261,7 @@ TEST_F(WalksTest, RowsMayComeAndGoBetweenAnswers) {
   for (const unsigned int i : {2u, 4u, 6u, 8u}) {
     AddInterface(10, i);
   }
-  Settle();
+  RunAll();
   control.SetSliceEvents(1);
   Command command;
   sms_get_next_i3_ei(10, &Handle<amb_stubs_i3_ei>, &command);
@@ -272,7 +272,7 @@ TEST_F(WalksTest, RowsMayComeAndGoBetweenAnswers) {
   RemoveInterface(10, 6);
   AddInterface(10, 3);
   AddInterface(10, 7);
-  Settle();
+  RunAll();
   // The walk takes turns with the requests, so 6 is handed out before it is removed.
   EXPECT_THAT(command.rows,
               ElementsAre("10/2 eth2", "10/4 eth4", "10/6 eth6", "10/7 eth7", "10/8 eth8"));
@@ -285,7 +285,7 @@ TEST_F(WalksTest, ARibWalkSurvivesTheLossOfItsPlaceAndOfItsInstance) {
     AddRoute(10, "10." + std::to_string(i) + ".0.0/16", "172.16.0.1");
     AddRoute(11, "10." + std::to_string(i) + ".0.0/16", "172.16.0.1");
   }
-  Settle();
+  RunAll();
   Command command;
   command.onRow = [&] {
     if (command.rows.size() == 1) {
@@ -296,7 +296,7 @@ TEST_F(WalksTest, ARibWalkSurvivesTheLossOfItsPlaceAndOfItsInstance) {
     }
   };
   sms_get_next_rtm_rib(&Handle<amb_cipr_rtm_rib>, &command);
-  Settle();
+  RunAll();
   EXPECT_THAT(command.rows, ElementsAre("  10 10.1.0.0/16 proto 3 via 172.16.0.1 if TBD metric 1",
                                         "  10 10.3.0.0/16 proto 3 via 172.16.0.1 if TBD metric 1",
                                         "  10 10.4.0.0/16 proto 3 via 172.16.0.1 if TBD metric 1",
@@ -309,7 +309,7 @@ TEST_F(WalksTest, ARibWalkSurvivesTheLossOfItsPlaceAndOfItsInstance) {
 
 TEST_F(WalksTest, TheRowIsACopyThatTheHandlerMaySpoil) {
   AddInterface(10, 3);
-  Settle();
+  RunAll();
   const auto handler = [](void*, unsigned int, unsigned int result, void* row) -> unsigned char {
     if (result == 1) {
       static_cast<amb_stubs_i3_ei*>(row)->name[0] = 'X';
@@ -317,7 +317,7 @@ TEST_F(WalksTest, TheRowIsACopyThatTheHandlerMaySpoil) {
     return 1;
   };
   sms_get_next_i3_ei(10, handler, nullptr);
-  Settle();
+  RunAll();
   EXPECT_STREQ("eth3", control.Interfaces()[0].name);
 }
 
@@ -331,10 +331,10 @@ TEST_F(WalksTest, AWalkWithoutAHandlerIsNone) {
 
 TEST_F(WalksTest, TheWorstInstanceNumberFindsTheEnd) {
   AddInterface(10, 3);
-  Settle();
+  RunAll();
   Command command;
   sms_get_next_i3_ei(0xFFFFFFFF, &Handle<amb_stubs_i3_ei>, &command);
-  Settle();
+  RunAll();
   EXPECT_THAT(command.results, ElementsAre(7));
 }
 
@@ -343,10 +343,10 @@ TEST_F(WalksTest, AgesCountSecondsOfTheRowAndOfTheInstallation) {
   AddInterface(10, 3);
   AddAddress(10, 3, "10.1.2.3/24");
   AddRoute(10, "10.9.0.0/16", "10.1.2.1", 0, 5);
-  Settle();
+  RunAll();
   now += 2999;
   AddRoute(10, "10.9.0.0/16", "10.1.2.2", 0, 4);  // takes over
-  Settle();
+  RunAll();
   now += 1000;
   const auto rib = control.Rib();
   EXPECT_EQ(3u, rib[1].age);
@@ -357,14 +357,14 @@ TEST_F(WalksTest, AgesCountSecondsOfTheRowAndOfTheInstallation) {
 
   // Overwriting a row makes it neither younger nor newly installed.
   AddRoute(10, "10.9.0.0/16", "10.1.2.2", 0, 3);
-  Settle();
+  RunAll();
   now += 1000;
   EXPECT_EQ(2u, control.Rib()[2].age);
   EXPECT_EQ(2u, control.Routes()[1].age);
 
   // A candidate that returns to the forwarding table is newly installed.
   Route(6, 2, 10, "10.9.0.0/16", "10.1.2.2", 0, 0);
-  Settle();
+  RunAll();
   EXPECT_EQ(4u, control.Rib()[1].age);
   EXPECT_EQ(0u, control.Routes()[1].age);
 }
