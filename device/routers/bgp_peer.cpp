@@ -7,7 +7,17 @@
 #include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/dcl_config_object.h"
 
-namespace Tarsel {
+namespace routers {
+
+using Tarsel::DclConfigObject;
+using Tarsel::DcRtmMgr;
+using Tarsel::FormatIp4Addr;
+using Tarsel::FormatIp6Addr;
+using Tarsel::OptionsNode;
+using Tarsel::ReadDCLMibIpAddress;
+using Tarsel::ReadDCLMibIpv6Address;
+using Tarsel::ReadDCLMibString;
+using Tarsel::string;
 
 namespace {
 
@@ -53,4 +63,4 @@ bool operator==(const BgpPeer& a, const BgpPeer& b) {
          std::memcmp(a.description, b.description, a.descriptionLength) == 0;
 }
 
-}  // namespace Tarsel
+}  // namespace routers

@@ -8,11 +8,13 @@
 #include "tarsel/string.h"
 
 namespace Tarsel {
-
 class DcRouterBase;
+}
 
-/// The columns of a peer, named BGP_<vlan>_<id>. The address family decides which instance has the
-/// row, so it is part of the row's key.
+namespace routers {
+
+/// The columns of a peer, named BGP_<vlan>_<id>. The row is in the instance of its address family,
+/// so the family is part of the row's key.
 struct BgpPeer {
   static constexpr const char* LIST = "BgpPeers";
   static constexpr const char* MEMBER = "PEERS";
@@ -30,14 +32,14 @@ struct BgpPeer {
   void Read(GroupReader& reader);
   bool IsSameRow(const BgpPeer& other) const { return afi == other.afi; }
   std::string GetKey(unsigned int id) const { return std::to_string(id); }
-  string GetContents() const;
+  Tarsel::string GetContents() const;
   int GetIpProto() const;
-  void Enter(DcRouterBase&, unsigned int) const {}
-  void Leave(DcRouterBase&, unsigned int) const {}
+  void Enter(Tarsel::DcRouterBase&, unsigned int) const {}
+  void Leave(Tarsel::DcRouterBase&, unsigned int) const {}
 };
 
 bool operator==(const BgpPeer& a, const BgpPeer& b);
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

@@ -11,6 +11,13 @@
 
 namespace Tarsel {
 
+using routers::BGP_PEERS;
+using routers::BgpPeer;
+using routers::CODE_BGP;
+using routers::ConfigRowList;
+using routers::ProtocolView;
+using routers::ShowProtocol;
+
 namespace {
 
 const ProtocolView IP4_VIEW = {

@@ -4,7 +4,15 @@
 #include "tarsel/trace.h"
 #include "vantacore/dcl_config_object.h"
 
-namespace Tarsel {
+namespace routers {
+
+using Tarsel::DclConfigObject;
+using Tarsel::OptionsNode;
+using Tarsel::ReadDCLMibIpAddress;
+using Tarsel::ReadDCLMibValue;
+using Tarsel::strcasestrstart;
+using Tarsel::string;
+using Tarsel::TRACE;
 
 namespace {
 
@@ -74,7 +82,7 @@ void GroupReader::ReadDotted(const char* key, unsigned char (&bytes)[4]) {
   }
 }
 
-// After a typed read that failed: there is an error text for an absent member, none for a wrong one.
+// After a typed read that failed: an absent member leaves an error text, a wrong one does not.
 bool GroupReader::IsThere() const { return m_node.GetErrorText()[0] == '\0'; }
 
 void GroupReader::Reject(const char* key, const char* expected) {
@@ -86,4 +94,4 @@ void GroupReader::Reject(const char* key, const char* expected) {
   m_good = false;
 }
 
-}  // namespace Tarsel
+}  // namespace routers

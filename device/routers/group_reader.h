@@ -7,22 +7,23 @@
 #include "tarsel/options.h"
 #include "tarsel/string.h"
 
-namespace Tarsel {
+namespace routers {
 
-/// A text of a document as an operator's terminal may get it: with '?' for each control character,
-/// those of UTF-8 behind the ASCII as well.
-string Printable(const unsigned char* text, std::size_t length);
+/// A text of a document as it may be shown on an operator's terminal: with '?' for each control
+/// character, including those that UTF-8 has outside of ASCII.
+Tarsel::string Printable(const unsigned char* text, std::size_t length);
 
-/// Members that are absent leave the value as it was. A member that is wrong is reported in one line
-/// that names the document, the router, the group and what was expected; the group is then not good,
-/// and further mistakes in it are not reported.
+/// An absent member leaves the value as it was. A wrong member is reported in one line that names
+/// the document, the router, the group and what was expected. The group is then not good, and
+/// further mistakes in it are not reported.
 class GroupReader {
  public:
   /// `source` and `router` are for the report and are borrowed, as is the node.
-  GroupReader(const OptionsNode& node, const string& source, const string& router);
+  GroupReader(const Tarsel::OptionsNode& node, const Tarsel::string& source,
+              const Tarsel::string& router);
 
-  /// Reads "Name": at least three fields separated by '_', the first one beginning with `protocol`,
-  /// which may be empty, the second one the VLAN, and the third one the id.
+  /// Reads "Name": at least three fields separated by '_'. The first one begins with `protocol`,
+  /// which may be empty; the second one is the VLAN, the third one the id.
   bool ReadName(const char* protocol, unsigned short vlan);
   /// The name that was read; never null.
   const char* GetName() const { return m_name.c_str(); }
@@ -32,21 +33,21 @@ class GroupReader {
   /// Four bytes of a dotted address.
   void ReadDotted(const char* key, unsigned char (&bytes)[4]);
 
-  /// Reports the member unless something else was reported before; the group is not good.
+  /// Reports the member unless something was reported before. The group is not good then.
   void Reject(const char* key, const char* expected);
   bool IsGood() const { return m_good; }
-  const OptionsNode& GetNode() const { return m_node; }
+  const Tarsel::OptionsNode& GetNode() const { return m_node; }
 
  private:
   bool IsThere() const;
 
-  const OptionsNode& m_node;
-  const string& m_source;
-  const string& m_router;
-  string m_name;
+  const Tarsel::OptionsNode& m_node;
+  const Tarsel::string& m_source;
+  const Tarsel::string& m_router;
+  Tarsel::string m_name;
   bool m_good;
 };
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

@@ -1,7 +1,7 @@
-// `mcast-database [vrf <vid>] [group <address>]`: the VLAN's multicast interfaces and the groups that
-// they receive. A remote joins the VLAN's network as a whole, so a joined interface receives every
-// group; the others receive those of the document. All of it is the router's, not the stack's, so the
-// command needs no walk: it prints and ends within Parse.
+// `mcast-database [vrf <vid>] [group <address>]`: the VLAN's multicast interfaces and the groups
+// that they receive. A remote joins the VLAN's network as a whole, so a joined interface receives
+// every group; the others receive those of the document. All of it is the router's, not the
+// stack's, so the command needs no walk: it prints and ends within Parse.
 #include "host/dc_console.h"
 #include "multicast_interface.h"
 #include "multicast_row.h"
@@ -12,6 +12,11 @@
 #include "vantacore/dc_rtm_mgr.h"
 
 namespace Tarsel {
+
+using routers::ConfigRow;
+using routers::MulticastInterface;
+using routers::MulticastRow;
+using routers::ParseGroupAddress;
 
 namespace {
 

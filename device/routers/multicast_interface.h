@@ -6,11 +6,11 @@
 
 #include "routers/protocol_interface.h"
 
-namespace Tarsel {
+namespace routers {
 
-class MulticastInterface : public ProtocolInterface {
+class MulticastInterface : public Tarsel::ProtocolInterface {
  public:
-  using ProtocolInterface::ProtocolInterface;
+  using Tarsel::ProtocolInterface::ProtocolInterface;
 
   void Join(unsigned int ifIndex) { m_joined.insert(ifIndex); }
   /// A remote joins the VLAN's network as a whole, so a joined interface receives every group.
@@ -20,6 +20,6 @@ class MulticastInterface : public ProtocolInterface {
   std::set<unsigned int> m_joined;
 };
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

@@ -11,6 +11,15 @@
 
 namespace Tarsel {
 
+using routers::CODE_NONE;
+using routers::ConfigRowList;
+using routers::IGMP_INTERFACES;
+using routers::MLD_INTERFACES;
+using routers::MulticastInterface;
+using routers::MulticastRow;
+using routers::ProtocolView;
+using routers::ShowProtocol;
+
 namespace {
 
 void ShowJoined(DcConsole* console, DcRouterBase& router) {

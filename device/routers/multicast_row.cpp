@@ -6,7 +6,15 @@
 #include "vantacore/config_parser.h"
 #include "vantacore/dc_rtm_mgr.h"
 
-namespace Tarsel {
+namespace routers {
+
+using Tarsel::DcRtmMgr;
+using Tarsel::Ip4Addr;
+using Tarsel::Ip6Addr;
+using Tarsel::OptionsNode;
+using Tarsel::ParseAddress;
+using Tarsel::ParseIp6Address;
+using Tarsel::string;
 
 namespace {
 
@@ -76,4 +84,4 @@ bool operator==(const MulticastRow& a, const MulticastRow& b) {
          std::tie(b.version, b.queryInterval, b.groups, b.enabled);
 }
 
-}  // namespace Tarsel
+}  // namespace routers

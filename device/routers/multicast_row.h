@@ -9,19 +9,21 @@
 #include "tarsel/string.h"
 
 namespace Tarsel {
-
 class DcRouterBase;
+}
 
-/// The columns of an interface, named IGMP_<vlan>_<interface index> or MLD_<vlan>_<interface index>.
-/// "GROUPS" holds objects with an "address" each: groups that the interface receives without anybody
-/// joining them.
+namespace routers {
+
+/// The columns of an interface, named IGMP_<vlan>_<interface index> or MLD_<vlan>_<interface
+/// index>. "GROUPS" holds objects with an "address" each: groups that the interface receives
+/// although nobody joined them.
 struct MulticastRow {
   static constexpr const char* LIST = "MulticastInterfaces";
   static constexpr const char* MEMBER = "IF_LIST";
 
   unsigned int version;
   unsigned int queryInterval = 125;  // seconds
-  std::set<string> groups;           // as texts in their usual form
+  std::set<Tarsel::string> groups;   // as texts in their usual form
   bool enabled = true;
   int ipProto;
 
@@ -29,10 +31,10 @@ struct MulticastRow {
   void Read(GroupReader& reader);
   bool IsSameRow(const MulticastRow&) const { return true; }
   std::string GetKey(unsigned int id) const { return std::to_string(id); }
-  string GetContents() const;
+  Tarsel::string GetContents() const;
   int GetIpProto() const { return ipProto; }
-  void Enter(DcRouterBase&, unsigned int) const {}
-  void Leave(DcRouterBase&, unsigned int) const {}
+  void Enter(Tarsel::DcRouterBase&, unsigned int) const {}
+  void Leave(Tarsel::DcRouterBase&, unsigned int) const {}
 
  private:
   void ReadGroups(GroupReader& reader);
@@ -40,9 +42,9 @@ struct MulticastRow {
 
 bool operator==(const MulticastRow& a, const MulticastRow& b);
 
-/// The usual form of a multicast address of the family; empty when the text is none.
-string ParseGroupAddress(const char* text, int ipProto);
+/// The usual form of a multicast address of the family; empty if the text is not one.
+Tarsel::string ParseGroupAddress(const char* text, int ipProto);
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

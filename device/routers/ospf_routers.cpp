@@ -10,6 +10,17 @@
 
 namespace Tarsel {
 
+using routers::CODE_OSPF;
+using routers::ConfigRowList;
+using routers::OspfArea;
+using routers::OspfInterface;
+using routers::OSPFV2_AREAS;
+using routers::OSPFV2_INTERFACES;
+using routers::OSPFV3_AREAS;
+using routers::OSPFV3_INTERFACES;
+using routers::ProtocolView;
+using routers::ShowProtocol;
+
 namespace {
 
 constexpr unsigned int DEFAULT_REFERENCE_BANDWIDTH = 100;  // Mbit/s

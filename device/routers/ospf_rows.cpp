@@ -8,7 +8,13 @@
 #include "vantacore/config_parser.h"
 #include "vantacore/dc_ospf_router_base.h"
 
-namespace Tarsel {
+namespace routers {
+
+using Tarsel::DclConfigObject;
+using Tarsel::DcOspfRouterBase;
+using Tarsel::DcRouterBase;
+using Tarsel::FormatIp4Addr;
+using Tarsel::string;
 
 namespace {
 
@@ -122,4 +128,4 @@ bool operator==(const OspfInterface& a, const OspfInterface& b) {
              std::tie(b.cost, b.priority, b.helloInterval, b.deadInterval, b.passive, b.enabled);
 }
 
-}  // namespace Tarsel
+}  // namespace routers

@@ -8,8 +8,10 @@
 #include "tarsel/string.h"
 
 namespace Tarsel {
-
 class DcRouterBase;
+}
+
+namespace routers {
 
 /// The columns of an area, named OSPF_<vlan>_<id>. Without "area" the id is the area's number.
 struct OspfArea {
@@ -28,16 +30,16 @@ struct OspfArea {
   void Read(GroupReader& reader);
   bool IsSameRow(const OspfArea&) const { return true; }
   std::string GetKey(unsigned int id) const { return std::to_string(id); }
-  string GetContents() const;
+  Tarsel::string GetContents() const;
   int GetIpProto() const { return ipProto; }
-  void Enter(DcRouterBase& router, unsigned int id) const;
-  void Leave(DcRouterBase& router, unsigned int id) const;
+  void Enter(Tarsel::DcRouterBase& router, unsigned int id) const;
+  void Leave(Tarsel::DcRouterBase& router, unsigned int id) const;
 };
 
 bool operator==(const OspfArea& a, const OspfArea& b);
 
 /// The columns of an interface, named OSPF_<vlan>_<interface index>_<number>_<second index>: the
-/// number and the second index tell several rows of one interface apart.
+/// number and the second index distinguish several rows of one interface.
 struct OspfInterface {
   static constexpr const char* LIST = "OspfInterfaces";
   static constexpr const char* MEMBER = "IF_LIST";
@@ -57,14 +59,14 @@ struct OspfInterface {
   void Read(GroupReader& reader);
   bool IsSameRow(const OspfInterface& other) const;
   std::string GetKey(unsigned int id) const;
-  string GetContents() const;
+  Tarsel::string GetContents() const;
   int GetIpProto() const { return ipProto; }
-  void Enter(DcRouterBase& router, unsigned int id) const;
-  void Leave(DcRouterBase& router, unsigned int id) const;
+  void Enter(Tarsel::DcRouterBase& router, unsigned int id) const;
+  void Leave(Tarsel::DcRouterBase& router, unsigned int id) const;
 };
 
 bool operator==(const OspfInterface& a, const OspfInterface& b);
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

@@ -1,13 +1,13 @@
 // The protocol routers of the software device carry their configuration; they run no protocol.
 //
 // A router is built by the router manager, one per protocol and VLAN, together with its protocol
-// configuration, which it owns. The configuration keeps what each document said, so that withdrawing
-// one leaves the others' word standing, and what the host reported about interfaces. Readiness is
-// never stored: it is asked of the RTM manager, since the stack announces it there.
+// configuration, which it owns. The configuration keeps what each document said, so that the others
+// still count when one is withdrawn, and what the host reported about interfaces. Readiness is
+// never stored: the RTM manager is asked for it, since the stack announces it there.
 //
-// The rows of a protocol's tables are configuration objects (row_object.h), one list per document and
-// table: the router's lists, or, for a router that has none, lists that are kept here. Their requests
-// go through the serializer; the answers find them through the row registry.
+// The rows of a protocol's tables are configuration objects (row_object.h), with one list for each
+// document and table. The lists are the router's; for a router that has none they are kept here.
+// Requests go through the serializer, and answers find their object through the row registry.
 #include "routers/protocol_interface.h"
 
 #include <algorithm>
@@ -20,13 +20,15 @@
 
 namespace Tarsel {
 
+using routers::GroupReader;
+
 namespace {
 
 constexpr unsigned int STATUS_UP = 1;
 constexpr int FIELD_INTERFACE = 2;
 
-// A protocol that is named is meant to run; "enabled" is there to switch it off without taking its
-// configuration out of the document.
+// A protocol that is named runs. With "enabled" it can be switched off while its configuration
+// stays in the document.
 bool ReadEnabled(const OptionsNode& node, const string& displayName, const string& source) {
   if (!node.IsObject()) {
     TRACE("%s: %s: the protocol's options must be an object\n", source.c_str(),

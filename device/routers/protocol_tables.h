@@ -2,11 +2,10 @@
 #ifndef DEVICE_ROUTERS_PROTOCOL_TABLES_H
 #define DEVICE_ROUTERS_PROTOCOL_TABLES_H
 
-namespace Tarsel {
+namespace routers {
 
-/// One table. Table numbers are these routers' own; the tables of IPv4 and IPv6 protocols have
-/// different ones although their instances differ already, since VLAN ids from 0x8000 on have a
-/// single instance for both.
+/// One table. These routers choose the table numbers. An IPv4 and an IPv6 protocol have different
+/// tables, since a VLAN id from 0x8000 on has one instance for both families.
 struct ProtocolTable {
   unsigned int number;
   int ipProto;         // 0 IPv4, 41 IPv6
@@ -32,6 +31,6 @@ enum RedistributionCode : unsigned int {
   CODE_BGP = 14u << 16
 };
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

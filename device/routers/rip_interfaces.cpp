@@ -1,9 +1,8 @@
-// RIP's rows. The diff against a document is that of the configuration lists, which serve here without
-// being the router's: the router does not know of them.
+// RIP's rows. Configuration lists compare them with a document, as for other routers; these lists
+// are the protocol configuration's, and the router does not know them.
 #include "routers/rip_interfaces.h"
 
 #include <new>
-#include <tuple>
 
 #include "rip_row.h"
 #include "row_object.h"
@@ -13,30 +12,20 @@
 
 namespace Tarsel {
 
-namespace {
+using routers::CODE_RIP;
+using routers::ConfigRowList;
+using routers::ProtocolView;
+using routers::RIPNG_INTERFACES;
+using routers::RipRow;
+using routers::RIPV2_INTERFACES;
+using routers::ShowProtocol;
 
-constexpr unsigned int MAX_COST = 15;  // 16 is unreachable
+namespace {
 
 const ProtocolView IP4_VIEW = {"ip",     DcRouterMgr::PROTOCOL_RIPV2, DcRtmMgr::PROTO_IPV4,
                                CODE_RIP, {&RIPV2_INTERFACES},         nullptr};
 
 }  // namespace
-
-void RipRow::Read(GroupReader& reader) {
-  reader.ReadNumber("cost", cost, 1, MAX_COST);
-  reader.ReadFlag("passive", passive);
-  reader.ReadFlag("enabled", enabled);
-}
-
-string RipRow::GetContents() const {
-  string text;
-  text.Format("cost=%u%s", cost, passive ? " passive" : "");
-  return text;
-}
-
-bool operator==(const RipRow& a, const RipRow& b) {
-  return std::tie(a.cost, a.passive, a.enabled) == std::tie(b.cost, b.passive, b.enabled);
-}
 
 Ripv2Interface::Ripv2Interface(DcRouterBase& router)
     : ProtocolInterface(router, DcRtmMgr::PROTO_IPV4) {}

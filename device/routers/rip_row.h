@@ -8,8 +8,10 @@
 #include "tarsel/string.h"
 
 namespace Tarsel {
-
 class DcRouterBase;
+}
+
+namespace routers {
 
 /// The columns of an interface, named RIP_<vlan>_<interface index>.
 struct RipRow {
@@ -25,14 +27,14 @@ struct RipRow {
   void Read(GroupReader& reader);
   bool IsSameRow(const RipRow&) const { return true; }
   std::string GetKey(unsigned int id) const { return std::to_string(id); }
-  string GetContents() const;
+  Tarsel::string GetContents() const;
   int GetIpProto() const { return ipProto; }
-  void Enter(DcRouterBase&, unsigned int) const {}
-  void Leave(DcRouterBase&, unsigned int) const {}
+  void Enter(Tarsel::DcRouterBase&, unsigned int) const {}
+  void Leave(Tarsel::DcRouterBase&, unsigned int) const {}
 };
 
 bool operator==(const RipRow& a, const RipRow& b);
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

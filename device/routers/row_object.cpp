@@ -1,12 +1,18 @@
 // The objects' side of a row: when to ask, and what an answer means for the flags that the list and
-// the operator look at. InMib follows the stack's answers. ActionReq is cleared as soon as a request
-// has been handed on, and set again, with a commit of the list, when the stack wants it once more or
-// has confirmed that the row is gone; that commit then finds the object finished.
+// the operator look at. InMib follows the stack's answers. ActionReq is cleared as soon as a
+// request has been handed on. It is set again, with a commit of the list, when the stack wants the
+// request once more or has confirmed that the row is gone; that commit then finds the object
+// finished.
 #include "row_object.h"
 
 #include "host/dc_console.h"
 
-namespace Tarsel {
+namespace routers {
+
+using Tarsel::DcConsole;
+using Tarsel::DCLConfigList;
+using Tarsel::DcRouterBase;
+using Tarsel::string;
 
 namespace {
 
@@ -45,7 +51,7 @@ unsigned short RowObject::GetRowStatus() {
   return InMib ? ROW_ACTIVE : ROW_CREATE;
 }
 
-// A list marks what is missing in every document; only the first time means something new.
+// A list marks what is missing at every document; only the first time is news.
 void RowObject::SetDestroy() {
   if (!m_destroy && m_row != nullptr) {
     m_row->Renew();
@@ -62,14 +68,14 @@ string RowObject::Describe() const { return m_row != nullptr ? m_row->Describe()
 bool RowObject::CommitToMib() {
   ActionReq = false;
   if (Suspended) {
-    return false;  // whoever resumes the objects has all of them committed
+    return false;  // when the objects are resumed, all of them are committed
   }
   if (m_destroy) {
     return m_row == nullptr || m_row->Remove();
   }
   if (m_row == nullptr) {
-    ProtocolRow::Owner& owner = *this;
-    m_row = std::make_shared<ProtocolRow>(owner, GetRowName(), SourceRank{type, name});
+    WantedRow::Owner& owner = *this;
+    m_row = std::make_shared<WantedRow>(owner, GetRowName(), SourceRank{type, name});
   }
   m_row->Write(IsUp() ? ADMIN_UP : ADMIN_DOWN, GetContents());
   return false;
@@ -102,4 +108,4 @@ void PrintRow(DcConsole* console, const char* label, const std::string& key, con
   console->Print("  %-9s %-15s %-19s %s\n", label, key.c_str(), state.c_str(), contents.c_str());
 }
 
-}  // namespace Tarsel
+}  // namespace routers

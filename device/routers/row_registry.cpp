@@ -1,10 +1,10 @@
-// An answer of the stack names a row, not a request and not an object. The serializer has at most one
-// request of a row in the stack, so the request that was issued last is the one that is answered; who
-// asked for it is held weakly, since a document may have been withdrawn meanwhile.
+// An answer of the stack names a row, not a request and not an object. The serializer has at most
+// one request of a row in the stack, so the request that was issued last is the one that is
+// answered. The asker is held weakly, since its document may have been withdrawn meanwhile.
 //
-// What follows from an answer, a retry or the end of an object, changes configuration lists. An
-// answer may arrive while a list is being committed, if the stack answers from inside the request, so
-// it is only noted here and done by a timer.
+// What follows from an answer, a retry or the end of an object, changes configuration lists. If the
+// stack answers from inside the request, the answer arrives while a list is being committed. It is
+// therefore only noted here, and a timer does the rest.
 #include "row_registry.h"
 
 #include <algorithm>
@@ -12,18 +12,19 @@
 
 #include "device/stack/protocol_rows.h"
 
-namespace Tarsel {
+namespace routers {
+
+using Tarsel::DCLConfigList;
+using Tarsel::MemberCallback2;
 
 namespace {
 
 constexpr unsigned int DUE_MS = 100;
-// What is due at once may be much: it is done in portions, with the event loop's turn in between.
+// Many rows may be due at once. They are done in portions, and the event loop turns in between.
 constexpr std::size_t MAX_PORTION = 200;
 constexpr unsigned int NEXT_PORTION_MS = 1;
 
-bool HasLowerRank(const ProtocolRow* a, const ProtocolRow* b) {
-  return a->GetRank() < b->GetRank();
-}
+bool HasLowerRank(const WantedRow* a, const WantedRow* b) { return a->GetRank() < b->GetRank(); }
 
 }  // namespace
 
@@ -40,30 +41,30 @@ RowRegistry::RowRegistry() : m_timer("ProtocolRows") {
 
 // ---- who wants which row
 
-void RowRegistry::Add(ProtocolRow& row) {
-  std::vector<ProtocolRow*>& rows = m_entries[row.GetName()].rows;
+void RowRegistry::Add(WantedRow& row) {
+  std::vector<WantedRow*>& rows = m_entries[row.GetName()].rows;
   rows.insert(std::upper_bound(rows.begin(), rows.end(), &row, HasLowerRank), &row);
 }
 
-void RowRegistry::Drop(ProtocolRow& row) {
+void RowRegistry::Drop(WantedRow& row) {
   StopCounting(row);
-  if (ProtocolRow* const heir = FindCounting(row.GetName())) {
+  if (WantedRow* const heir = FindCounting(row.GetName())) {
     heir->InheritFrom(row);
   }
   const auto entry = m_entries.find(row.GetName());
-  std::vector<ProtocolRow*>& rows = entry->second.rows;
+  std::vector<WantedRow*>& rows = entry->second.rows;
   rows.erase(std::find(rows.begin(), rows.end(), &row));
   Forget(entry);
 }
 
-ProtocolRow* RowRegistry::FindCounting(const RowName& name) const {
+WantedRow* RowRegistry::FindCounting(const RowName& name) const {
   const auto entry = m_entries.find(name);
   if (entry == m_entries.end()) {
     return nullptr;
   }
-  const std::vector<ProtocolRow*>& rows = entry->second.rows;
+  const std::vector<WantedRow*>& rows = entry->second.rows;
   const auto found = std::find_if(rows.rbegin(), rows.rend(),
-                                  [](const ProtocolRow* row) { return !row->IsRemoving(); });
+                                  [](const WantedRow* row) { return !row->IsRemoving(); });
   return found != rows.rend() ? *found : nullptr;
 }
 
@@ -72,19 +73,19 @@ bool RowRegistry::IsConfigured(const RowName& name) const {
   return entry != m_entries.end() && !entry->second.rows.empty();
 }
 
-void RowRegistry::StopCounting(ProtocolRow& row) {
+void RowRegistry::StopCounting(WantedRow& row) {
   const bool counted = FindCounting(row.GetName()) == &row;
   row.m_removing = true;
   if (!counted) {
     return;
   }
-  if (ProtocolRow* const next = FindCounting(row.GetName())) {
+  if (WantedRow* const next = FindCounting(row.GetName())) {
     next->Renew();
     MakeDue(*next);
   }
 }
 
-// Entries that nobody needs any more go.
+// Removes an entry that is not needed any more.
 void RowRegistry::Forget(Entries::iterator entry) {
   if (entry->second.rows.empty() && entry->second.inFlight.rowStatus == 0) {
     m_entries.erase(entry);
@@ -93,7 +94,7 @@ void RowRegistry::Forget(Entries::iterator entry) {
 
 // ---- requests and answers
 
-void RowRegistry::NoteIssued(const RowName& name, const std::weak_ptr<ProtocolRow>& asker,
+void RowRegistry::NoteIssued(const RowName& name, const std::weak_ptr<WantedRow>& asker,
                              unsigned int sequence, int rowStatus) {
   m_entries[name].inFlight = {asker, sequence, rowStatus};
 }
@@ -110,7 +111,7 @@ void RowRegistry::Answer(const RowName& name, int rowStatus, unsigned int status
     return;  // a repeated answer
   }
   const InFlight answered = std::exchange(entry->second.inFlight, InFlight());
-  if (const std::shared_ptr<ProtocolRow> row = answered.asker.lock()) {
+  if (const std::shared_ptr<WantedRow> row = answered.asker.lock()) {
     row->Answered(answered.sequence, rowStatus, status);
   } else {
     Forget(entry);
@@ -119,7 +120,7 @@ void RowRegistry::Answer(const RowName& name, int rowStatus, unsigned int status
 
 // ---- what follows later
 
-void RowRegistry::MakeDue(ProtocolRow& row) {
+void RowRegistry::MakeDue(WantedRow& row) {
   if (row.m_isDue) {
     return;
   }
@@ -133,7 +134,7 @@ void RowRegistry::MakeDue(ProtocolRow& row) {
 void RowRegistry::OnTimeout(unsigned int, void*) {
   std::vector<DCLConfigList*> lists;
   for (std::size_t i = 0; i < MAX_PORTION && !m_due.empty(); ++i) {
-    const std::shared_ptr<ProtocolRow> row = m_due.front().lock();
+    const std::shared_ptr<WantedRow> row = m_due.front().lock();
     m_due.pop_front();
     if (row == nullptr) {
       continue;
@@ -152,4 +153,4 @@ void RowRegistry::OnTimeout(unsigned int, void*) {
   }
 }
 
-}  // namespace Tarsel
+}  // namespace routers

@@ -7,40 +7,41 @@
 #include <memory>
 #include <vector>
 
-#include "protocol_row.h"
 #include "tarsel/timer.h"
+#include "wanted_row.h"
 
-namespace Tarsel {
+namespace routers {
 
 /// One for the process, created on first use and never destroyed.
 class RowRegistry {
  public:
   static RowRegistry& Get();
 
-  void Add(ProtocolRow& row);
-  void Drop(ProtocolRow& row);
+  void Add(WantedRow& row);
+  void Drop(WantedRow& row);
 
-  /// The document's row that counts among those that want this row; null when none wants it.
-  ProtocolRow* FindCounting(const RowName& name) const;
-  /// Whether some document has an object for the row, be it one that is to go.
+  /// Of the documents that want this row, the one that counts; null if none wants it.
+  WantedRow* FindCounting(const RowName& name) const;
+  /// Whether some document has an object for the row, even if that object is about to go.
   bool IsConfigured(const RowName& name) const;
-  /// `row` no longer wants its row. When it was the one that counted, the next one becomes due.
-  void StopCounting(ProtocolRow& row);
+  /// `row` does not want its row any more. If it was the one that counted, the next one becomes
+  /// due.
+  void StopCounting(WantedRow& row);
 
-  /// A request for the row is going into the stack: the answer that comes next is its answer.
-  void NoteIssued(const RowName& name, const std::weak_ptr<ProtocolRow>& asker,
-                  unsigned int sequence, int rowStatus);
-  /// The row's owner is told after a while, never from inside this call.
-  void MakeDue(ProtocolRow& row);
+  /// A request for the row goes to the stack now: the next answer is its answer.
+  void NoteIssued(const RowName& name, const std::weak_ptr<WantedRow>& asker, unsigned int sequence,
+                  int rowStatus);
+  /// Tells the row's owner after a while, never from inside this call.
+  void MakeDue(WantedRow& row);
 
  private:
   struct InFlight {
-    std::weak_ptr<ProtocolRow> asker;
+    std::weak_ptr<WantedRow> asker;
     unsigned int sequence = 0;
     int rowStatus = 0;  // 0: nothing is in flight
   };
   struct Entry {
-    std::vector<ProtocolRow*> rows;  // by rank
+    std::vector<WantedRow*> rows;  // by rank
     InFlight inFlight;
   };
   typedef std::map<RowName, Entry> Entries;
@@ -54,10 +55,10 @@ class RowRegistry {
   void Forget(Entries::iterator entry);
 
   Entries m_entries;
-  std::deque<std::weak_ptr<ProtocolRow>> m_due;
-  OneShotTimer m_timer;
+  std::deque<std::weak_ptr<WantedRow>> m_due;
+  Tarsel::OneShotTimer m_timer;
 };
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

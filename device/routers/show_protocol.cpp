@@ -13,13 +13,25 @@
 #include "vantacore/config_parser.h"
 #include "vantacore/dc_rtm_mgr.h"
 
-namespace Tarsel {
+namespace routers {
+
+using Tarsel::DcConsole;
+using Tarsel::DclConfigListIteratorFunc;
+using Tarsel::DclConfigObject;
+using Tarsel::DcRouterBase;
+using Tarsel::DcRouterMgr;
+using Tarsel::DcRtmMgr;
+using Tarsel::FormatIp4Addr;
+using Tarsel::FormatIp6Addr;
+using Tarsel::ParseNumber;
+using Tarsel::ProtocolInterface;
+using Tarsel::string;
 
 namespace {
 
 constexpr unsigned int ALL_VLANS = 0x10000;
 
-/// Prints the rows of one instance: a BGP router has some in either family's.
+/// Prints the rows of one instance: a BGP router has rows in the instances of both families.
 class RowPrinter : public DclConfigListIteratorFunc {
  public:
   RowPrinter(DcConsole* console, unsigned int instance)
@@ -143,4 +155,4 @@ void ShowProtocol(DcConsole* console, const ProtocolView& view, int argc, char**
   }
 }
 
-}  // namespace Tarsel
+}  // namespace routers

@@ -5,25 +5,25 @@
 #include "protocol_tables.h"
 #include "vantacore/dc_router_mgr.h"
 
-namespace Tarsel {
+namespace routers {
 
 /// What an operator asks to see: one protocol in one family.
 struct ProtocolView {
   const char* tree;  // "ip" or "ip6"
-  DcRouterMgr::ProtocolType type;
+  Tarsel::DcRouterMgr::ProtocolType type;
   int ipProto;
   RedistributionCode code;
-  const ProtocolTable* tables[2];  // null when there is no second one
+  const ProtocolTable* tables[2];  // the second one may be null
   /// Further lines about a router that is enabled; may be null.
-  void (*showMore)(DcConsole* console, DcRouterBase& router);
+  void (*showMore)(Tarsel::DcConsole* console, Tarsel::DcRouterBase& router);
 };
 
-/// Shows, VLAN by VLAN or for the one of `vrf <vid>`, the router's state, the rows that documents
-/// configure with their state in the stack, rows in the stack that no document configures any more,
-/// and the routes that redistribution hands to the protocol. Other words print how the command is
-/// written. `argv[0]` is the protocol's word. The console stays the caller's.
-void ShowProtocol(DcConsole* console, const ProtocolView& view, int argc, char** argv);
+/// Shows for each VLAN, or for the one of `vrf <vid>`: the router's state; the rows that documents
+/// configure, with their state in the stack; rows in the stack that no document configures any
+/// more; and the routes that redistribution hands to the protocol. For other words it prints the
+/// usage. `argv[0]` is the protocol's word. The caller keeps the console.
+void ShowProtocol(Tarsel::DcConsole* console, const ProtocolView& view, int argc, char** argv);
 
-}  // namespace Tarsel
+}  // namespace routers
 
 #endif

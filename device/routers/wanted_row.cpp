@@ -1,10 +1,11 @@
 // What becomes of a row.
 //
-// Each change is a request of its own, numbered by the row. The serializer passes a row's requests on
-// one after the other, so several may wait; every answer tells whether the row exists, but only that
-// to the latest request decides what comes next. A refusal that asks for a retry makes the row due
-// after a while, up to a limit; any other is kept for the operator until the configuration changes.
-#include "protocol_row.h"
+// Each change is a request of its own, numbered by the row. The serializer passes a row's requests
+// on one after the other, so several may wait. Every answer tells whether the row exists, but only
+// the answer to the latest request decides what comes next. A refusal that asks for a retry makes
+// the row due after a while, up to a limit. Any other refusal is kept for the operator until the
+// configuration changes.
+#include "wanted_row.h"
 
 #include <new>
 #include <tuple>
@@ -16,7 +17,13 @@
 #include "vantacore/dc_router_mgr.h"
 #include "vantacore/mib_action.h"
 
-namespace Tarsel {
+namespace routers {
+
+using Tarsel::DcRouterMgr;
+using Tarsel::MibAction;
+using Tarsel::MibOid;
+using Tarsel::string;
+using Tarsel::TRACE;
 
 namespace {
 
@@ -39,7 +46,7 @@ MibOid OidOf(const RowName& name) {
 /// A write of a protocol row. Who asked for it may have gone by the time it is issued.
 class ProtocolRowAction : public MibAction {
  public:
-  ProtocolRowAction(std::weak_ptr<ProtocolRow> asker, unsigned int sequence, RowName name,
+  ProtocolRowAction(std::weak_ptr<WantedRow> asker, unsigned int sequence, RowName name,
                     int rowStatus, int adminStatus, const string& contents)
       : m_asker(std::move(asker)),
         m_sequence(sequence),
@@ -59,7 +66,7 @@ class ProtocolRowAction : public MibAction {
   }
 
  private:
-  std::weak_ptr<ProtocolRow> m_asker;
+  std::weak_ptr<WantedRow> m_asker;
   unsigned int m_sequence;
   RowName m_name;
   int m_rowStatus;
@@ -77,11 +84,11 @@ bool operator<(const SourceRank& a, const SourceRank& b) {
   return std::tie(a.type, a.name) < std::tie(b.type, b.name);
 }
 
-ProtocolRow::ProtocolRow(Owner& owner, RowName name, SourceRank rank)
+WantedRow::WantedRow(Owner& owner, RowName name, SourceRank rank)
     : m_owner(owner),
       m_name(std::move(name)),
       m_rank(std::move(rank)),
-      m_phase(SETTLED),
+      m_phase(IDLE),
       m_inStack(false),
       m_removing(false),
       m_isDue(false),
@@ -92,20 +99,20 @@ ProtocolRow::ProtocolRow(Owner& owner, RowName name, SourceRank rank)
   RowRegistry::Get().Add(*this);
 }
 
-ProtocolRow::~ProtocolRow() { RowRegistry::Get().Drop(*this); }
+WantedRow::~WantedRow() { RowRegistry::Get().Drop(*this); }
 
 // ---- requests
 
-void ProtocolRow::Write(AdminStatus adminStatus, const string& contents) {
+void WantedRow::Write(AdminStatus adminStatus, const string& contents) {
   m_removing = false;
   if (RowRegistry::Get().FindCounting(m_name) != this) {
-    m_phase = SETTLED;  // the other document's contents stand; this one's turn comes when it goes
+    m_phase = IDLE;  // the other document's contents stand; this one's turn comes when it goes
     return;
   }
   Ask(m_inStack ? ROW_ACTIVE : ROW_CREATE, adminStatus, contents);
 }
 
-bool ProtocolRow::Remove() {
+bool WantedRow::Remove() {
   if (!m_removing) {
     RowRegistry::Get().StopCounting(*this);
   }
@@ -123,14 +130,14 @@ bool ProtocolRow::Remove() {
   return false;
 }
 
-// What another document has written, or is about to, is this one's to remove from now on.
-void ProtocolRow::InheritFrom(const ProtocolRow& other) {
+// From now on this one removes what the other document has written or is about to write.
+void WantedRow::InheritFrom(const WantedRow& other) {
   const bool isOnItsWay = other.m_phase == ASKED && other.m_askedStatus != ROW_DESTROY;
   m_inStack = m_inStack || other.m_inStack || isOnItsWay;
 }
 
-// The state is complete before the request is handed on, since it may be answered at once.
-void ProtocolRow::Ask(int rowStatus, int adminStatus, const string& contents) {
+// The state is complete before the request is handed on, since the answer may come at once.
+void WantedRow::Ask(int rowStatus, int adminStatus, const string& contents) {
   auto* const action = new (std::nothrow)
       ProtocolRowAction(weak_from_this(), m_sequence + 1, m_name, rowStatus, adminStatus, contents);
   if (action == nullptr) {
@@ -146,7 +153,7 @@ void ProtocolRow::Ask(int rowStatus, int adminStatus, const string& contents) {
 
 // ---- answers
 
-void ProtocolRow::Answered(unsigned int sequence, int rowStatus, unsigned int status) {
+void WantedRow::Answered(unsigned int sequence, int rowStatus, unsigned int status) {
   const bool done = status == ANSWER_DONE || (rowStatus == ROW_DESTROY && status == ANSWER_ABSENT);
   if (done) {
     m_inStack = rowStatus != ROW_DESTROY;
@@ -157,10 +164,10 @@ void ProtocolRow::Answered(unsigned int sequence, int rowStatus, unsigned int st
   m_owner.RowChanged();
 }
 
-void ProtocolRow::Judge(bool done, unsigned int status) {
+void WantedRow::Judge(bool done, unsigned int status) {
   m_status = status;
   if (done) {
-    m_phase = SETTLED;
+    m_phase = IDLE;
     m_refusals = 0;
     if (m_removing) {
       RowRegistry::Get().MakeDue(*this);
@@ -177,11 +184,11 @@ void ProtocolRow::Judge(bool done, unsigned int status) {
 
 // ---- display
 
-string ProtocolRow::Describe() const {
+string WantedRow::Describe() const {
   string text;
   if (!m_removing && RowRegistry::Get().FindCounting(m_name) != this) {
     text = "overridden";
-  } else if (m_phase == SETTLED) {
+  } else if (m_phase == IDLE) {
     text = m_removing ? string("gone") : DescribePresence();
   } else if (m_phase == ASKED) {
     text = m_removing ? "leaving" : "pending";
@@ -193,7 +200,7 @@ string ProtocolRow::Describe() const {
 }
 
 // The stack may have lost the row since it said yes.
-string ProtocolRow::DescribePresence() const {
+string WantedRow::DescribePresence() const {
   sms_protocol_row row;
   if (!sms_get_protocol_row(m_name.table, m_name.instance, KeyBytes(m_name), KeyLength(m_name),
                             &row)) {
@@ -202,4 +209,4 @@ string ProtocolRow::DescribePresence() const {
   return row.admin_status == ADMIN_UP ? "active" : "down";
 }
 
-}  // namespace Tarsel
+}  // namespace routers

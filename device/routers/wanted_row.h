@@ -1,0 +1,104 @@
+// What a document wants of one row of a protocol's table in the stack, from its first request to
+// its end.
+#ifndef DEVICE_ROUTERS_WANTED_ROW_H
+#define DEVICE_ROUTERS_WANTED_ROW_H
+
+#include <memory>
+#include <string>
+
+#include "vantacore/dcl_config_object.h"
+
+namespace routers {
+
+/// The stack's row status and administrative status.
+enum RowStatus : unsigned short { ROW_ACTIVE = 1, ROW_CREATE = 4, ROW_DESTROY = 6 };
+enum AdminStatus : int { ADMIN_UP = 1, ADMIN_DOWN = 2 };
+
+/// Names a row: its table, the protocol instance and the key within the table.
+struct RowName {
+  unsigned int table = 0;
+  unsigned int instance = 0;
+  std::string key;
+};
+bool operator<(const RowName& a, const RowName& b);
+
+/// The document that configures a row. If several configure the same row, the greatest counts:
+/// remote documents before the VLAN document, and the last by name among documents of one kind.
+struct SourceRank {
+  Tarsel::DclConfigObject::OptionType type = Tarsel::DclConfigObject::VLAN_OPTIONS;
+  Tarsel::string name;
+};
+bool operator<(const SourceRank& a, const SourceRank& b);
+
+/// What one document wants of one row, and how far that has come. It hands requests to the
+/// serializer and hears their outcomes through the row registry, which finds it by its name as long
+/// as it lives. When it is destroyed, the row in the stack stays as it is, and answers that come
+/// later are ignored.
+class WantedRow : public std::enable_shared_from_this<WantedRow> {
+ public:
+  /// Who configures the row. Neither operation may delete the owner.
+  class Owner {
+   public:
+    /// An answer has come; IsInStack may have changed.
+    virtual void RowChanged() = 0;
+    /// Write has to be called again, or Remove, which now tells whether the row has gone. Returns
+    /// the list that has to be committed for that.
+    virtual Tarsel::DCLConfigList& RowDue() = 0;
+
+   protected:
+    ~Owner() = default;
+  };
+
+  WantedRow(Owner& owner, RowName name, SourceRank rank);
+  WantedRow(const WantedRow&) = delete;
+  WantedRow& operator=(const WantedRow&) = delete;
+  ~WantedRow();
+
+  /// Asks the stack for the row with these contents, unless a document of higher rank wants the
+  /// row.
+  void Write(AdminStatus adminStatus, const Tarsel::string& contents);
+  /// Asks the stack to remove the row, unless another document still wants it or the stack has been
+  /// asked already. True if there is nothing left to wait for.
+  bool Remove();
+  /// What is wanted has changed, so earlier refusals do not count any more.
+  void Renew() { m_refusals = 0; }
+
+  const RowName& GetName() const { return m_name; }
+  const SourceRank& GetRank() const { return m_rank; }
+  bool IsInStack() const { return m_inStack; }
+  bool IsRemoving() const { return m_removing; }
+  /// For an operator: "active", "pending", "refused (status 3)", ...
+  Tarsel::string Describe() const;
+
+ private:
+  friend class RowRegistry;
+
+  enum Phase {
+    IDLE,     // nothing is under way
+    ASKED,    // the latest request has no answer yet
+    WAITING,  // refused for now; to be asked again
+    REFUSED   // refused for good
+  };
+
+  void InheritFrom(const WantedRow& other);
+  void Ask(int rowStatus, int adminStatus, const Tarsel::string& contents);
+  void Answered(unsigned int sequence, int rowStatus, unsigned int status);
+  void Judge(bool done, unsigned int status);
+  Tarsel::string DescribePresence() const;
+
+  Owner& m_owner;
+  const RowName m_name;
+  const SourceRank m_rank;
+  Phase m_phase;
+  bool m_inStack;
+  bool m_removing;
+  bool m_isDue;             // waits for its turn in the registry
+  int m_askedStatus;        // row status of the latest request
+  unsigned int m_sequence;  // number of the latest request
+  unsigned int m_status;    // the stack's latest word on it
+  unsigned int m_refusals;  // in a row
+};
+
+}  // namespace routers
+
+#endif
