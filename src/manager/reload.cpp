@@ -43,6 +43,12 @@ void ReloadRouters(const DcRouterMgr::VlanRouters& record, const OptionsNode& en
   }
 }
 
+// Takes the document's name out of the record; whether that was the VLAN's last document.
+bool WasLastDocument(DcRouterMgr::VlanRouters& record, const string& fileName) {
+  record.configFiles.erase(fileName);
+  return record.configFiles.empty();
+}
+
 void WithdrawFromRouters(const DcRouterMgr::VlanRouters& record, const string& fileName,
                          OptionType type) {
   for (const auto& [protocol, router] : record.routers) {
@@ -91,9 +97,19 @@ bool DcRouterMgr::Reload(Options const& doc, string const& fileName, OptionType 
   }
 
   for (const unsigned short vid : before) {
-    if (!seen.test(vid)) {
+    if (seen.test(vid)) {
+      continue;
+    }
+    const VlanMap::iterator vlan = m_vlans.find(vid);
+    if (vlan == m_vlans.end()) {
       named.erase(vid);
-      WithdrawFromVlan(vid, file, type);
+      continue;
+    }
+    // The routers are told while both relations still hold the document.
+    WithdrawFromRouters(*vlan->second, file, type);
+    named.erase(vid);
+    if (WasLastDocument(*vlan->second, file)) {
+      DeleteVlan(vid);
     }
   }
   return true;
@@ -120,16 +136,15 @@ DcRouterMgr::VlanRouters* DcRouterMgr::PrepareVlan(const OptionsNode& entry, int
   return vlan != m_vlans.end() ? vlan->second : nullptr;
 }
 
-// Takes a document out of one VLAN; false when there is no such VLAN.
+// Takes a document out of one VLAN, for a document that goes as a whole; false when there is no such
+// VLAN.
 bool DcRouterMgr::WithdrawFromVlan(unsigned short vid, const string& file, OptionType type) {
   const VlanMap::iterator vlan = m_vlans.find(vid);
   if (vlan == m_vlans.end()) {
     return false;
   }
-  VlanRouters& record = *vlan->second;
-  WithdrawFromRouters(record, file, type);
-  record.configFiles.erase(file);
-  if (record.configFiles.empty()) {
+  WithdrawFromRouters(*vlan->second, file, type);
+  if (WasLastDocument(*vlan->second, file)) {
     DeleteVlan(vid);
   }
   return true;

@@ -515,6 +515,28 @@ TEST_F(ManagerReload, AVlanMayGoWhileTheDocumentIsTakenOutOfAnother) {
   EXPECT_THAT(Vlans(), IsEmpty());
 }
 
+// Documents and VLANs are kept in two relations that mirror each other. A document that a router
+// loads again while it leaves the VLAN is in both of them until the withdrawal takes it out of both.
+TEST_F(ManagerReload, ADocumentLoadedAgainWhileItLeavesAVlanLeavesBothRelations) {
+  Reload(Document({Entry(10), Entry(20)}), "vlans.json");
+  bool loadedAgain = false;
+  GetBehaviour().onDocument = [this, &loadedAgain](const std::string&) {
+    if (!loadedAgain && traces.Lines().back() == "10:~BGP:20 withdraw vlans.json 0\n") {
+      loadedAgain = true;
+      Reload(Document({Entry(10), Entry(20)}), "vlans.json");
+    }
+  };
+  Reload(Document({Entry(10)}), "vlans.json");
+  GetBehaviour().onDocument = nullptr;
+  ASSERT_TRUE(loadedAgain);
+  EXPECT_THAT(Vlans(), ElementsAre(10));
+
+  traces.Take();
+  Withdraw("vlans.json");
+  EXPECT_FALSE(traces.Contains("Invalid VLAN"));
+  EXPECT_THAT(Vlans(), IsEmpty());
+}
+
 // --- names ---
 
 // The caller may well hand in a name that the manager itself keeps.
