@@ -42,8 +42,12 @@ DcRouterBase::~DcRouterBase() {
   delete protoConfig;
   // Objects that ask for the protocol configuration while they go must find that it has gone.
   protoConfig = nullptr;
-  for (const auto& entry : configLists) {
-    delete entry.second;
+  // Nor may they find lists that have gone, or are about to.
+  while (!configLists.empty()) {
+    const auto first = configLists.begin();
+    const DcConfigLists* lists = first->second;
+    configLists.erase(first);
+    delete lists;
   }
 }
 

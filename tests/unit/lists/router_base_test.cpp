@@ -583,6 +583,30 @@ TEST(RouterEndTest, AnObjectThatGoesWithItsRouterFindsNoConfiguration) {
   EXPECT_EQ(answer, nullptr);
 }
 
+TEST(RouterEndTest, AnObjectThatGoesWithItsRouterFindsNeitherItsSourceNorEarlierOnes) {
+  World world;
+  std::vector<std::string> left;
+  {
+    TestRouter router(12, new InterfaceConfig(world));
+    router.createLists = [&](DcConfigLists& lists) {
+      lists.AddList(new TestList(&router, world));
+      return true;
+    };
+    world.onDelete = [&] {
+      std::string sources;
+      for (const auto& entry : router.GetConfigLists()) {
+        sources += entry.first.c_str();
+      }
+      left.push_back(sources);
+    };
+    const Node node(R"({"TEST": {"LIST": [{"Name": "T_12_1"}]}})");
+    for (const char* source : {"a", "b", "c"}) {
+      router.Reload(node, source, VLAN_OPTIONS);
+    }
+  }
+  EXPECT_THAT(left, ElementsAre("bc", "c", ""));
+}
+
 class EndingList : public TestList {
  public:
   using TestList::TestList;
