@@ -6,7 +6,7 @@
 //
 // Each event first queues rows for the stack, registered interface or not, and then updates the
 // record. Queueing may reach the stack at once and the stack may call back, so records are looked up
-// after it, and what is still needed of one is copied before.
+// after it, and what is still needed of one is copied before: arguments may lie in a record.
 
 #include "vantacore/dc_interface_mgr.h"
 
@@ -124,10 +124,12 @@ void DcInterfaceMgr::SetInterfaceDown(unsigned short vlan, unsigned int ifIndex,
 
 void DcInterfaceMgr::AddIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& addr,
                                   const Ip4Addr& mask) {
-  UpdateIpAddress(vlan, ifIndex, addr, mask, ROW_ACTIVE);
+  const Ip4Addr newAddress = addr;
+  const Ip4Addr newMask = mask;
+  UpdateIpAddress(vlan, ifIndex, newAddress, newMask, ROW_ACTIVE);
   if (IpInterface* record = Find(vlan, ifIndex)) {
-    record->address = addr;
-    record->mask = mask;
+    record->address = newAddress;
+    record->mask = newMask;
   }
 }
 
@@ -161,17 +163,19 @@ void DcInterfaceMgr::ChangeIpAddress(unsigned short vlan, unsigned int ifIndex, 
 
 void DcInterfaceMgr::AddIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip6Addr& addr,
                                   unsigned int prefixLen) {
+  const Ip6Prefix prefix = MakePrefix(addr, prefixLen);
   UpdateIpAddress(vlan, ifIndex, addr, prefixLen, ROW_ACTIVE);
   if (IpInterface* record = Find(vlan, ifIndex)) {
-    record->prefixes.insert(MakePrefix(addr, prefixLen));
+    record->prefixes.insert(prefix);
   }
 }
 
 void DcInterfaceMgr::DeleteIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip6Addr& addr,
                                      unsigned int prefixLen) {
+  const Ip6Prefix prefix(addr, IP6_ADDRESS_BITS);
   UpdateIpAddress(vlan, ifIndex, addr, prefixLen, ROW_DESTROY);
   if (IpInterface* record = Find(vlan, ifIndex)) {
-    record->prefixes.erase(Ip6Prefix(addr, IP6_ADDRESS_BITS));
+    record->prefixes.erase(prefix);
   }
 }
 

@@ -53,6 +53,16 @@ TEST_F(AddressEvents, SameAddressWithAnotherMaskIsTheSameRow) {
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(1, 10, 1, 3, 10.1.2.3, 16)"));
 }
 
+// The record's own fields may be given: both are read before either is written.
+TEST_F(AddressEvents, StoredAddressAndMaskMayBeGivenTheOtherWayRound) {
+  Register(10, 3, "eth0");
+  registry.AddIpAddress(10, 3, ADDRESS, MASK);
+  Forget();
+  const Tarsel::IpInterface* record = registry.FindInterface(10, 3);
+  registry.AddIpAddress(10, 3, record->mask, record->address);
+  EXPECT_EQ(StoredAddress(10, 3), "255.255.255.0/10.1.2.3");
+}
+
 TEST_F(AddressEvents, DeletingClearsWhateverIsStored) {
   Register(10, 3, "eth0");
   registry.AddIpAddress(10, 3, ADDRESS, MASK);
@@ -137,6 +147,39 @@ TEST_F(NestedAddressEvents, AddressesAreForgottenByAnInterfaceThatIsThereByThen)
   });
   registry.DeleteIpAddress(10, 4, Address6("2001:db8::1"), 128);
   EXPECT_THAT(Prefixes(10, 4), IsEmpty());
+}
+
+TEST_F(NestedAddressEvents, StoredAddressIsTakenAsItWasGivenThoughItChangesMeanwhile) {
+  Register(10, 3, "eth0");
+  registry.AddIpAddress(10, 3, ADDRESS, MASK);
+  Forget();
+  InsideOfTheFirstRow([this] { registry.AddIpAddress(10, 3, OTHER, OTHER_MASK); });
+  const Tarsel::IpInterface* record = registry.FindInterface(10, 3);
+  registry.AddIpAddress(10, 3, record->address, record->mask);
+  EXPECT_EQ(StoredAddress(10, 3), "10.1.2.3/255.255.255.0");
+}
+
+TEST_F(NestedAddressEvents, StoredPrefixIsTakenAsItWasGivenThoughItGoesMeanwhile) {
+  const auto make = [this](unsigned int ifIndex, const char* address) {
+    registry.AddInterface(10, ifIndex, "eth0", TYPE, 0, 0, 1);
+    registry.AddIpAddress(10, ifIndex, Address6(address), 128);
+  };
+  const auto makeAnewInsideOfTheFirstRow = [this, &make](unsigned int ifIndex) {
+    make(ifIndex, "2001:db8::1");
+    Forget();
+    InsideOfTheFirstRow([this, &make, ifIndex] {
+      registry.RemoveInterface(10, ifIndex, "eth0");
+      make(ifIndex, "2001:db8::2");
+    });
+    return registry.FindInterface(10, ifIndex);
+  };
+  const Tarsel::IpInterface* record = makeAnewInsideOfTheFirstRow(3);
+  registry.AddIpAddress(10, 3, record->prefixes.begin()->GetAddress(), 128);
+  EXPECT_THAT(Prefixes(10, 3), ElementsAre("2001:db8::1/128", "2001:db8::2/128"));
+
+  record = makeAnewInsideOfTheFirstRow(4);
+  registry.DeleteIpAddress(10, 4, record->prefixes.begin()->GetAddress(), 128);
+  EXPECT_THAT(Prefixes(10, 4), ElementsAre("2001:db8::2/128"));
 }
 
 TEST_F(NestedAddressEvents, InterfaceMayBeGoneByThen) {
