@@ -109,7 +109,9 @@ void PrintSummaryRow(DcConsole* console, unsigned short vid, const DcRouterMgr::
                      const SummaryColumn (&columns)[SUMMARY_COLUMNS]) {
   bool enabled[DcRouterMgr::PROTOCOL_COUNT] = {};
   for (const auto& [type, router] : record.routers) {
-    enabled[type] = router != nullptr && router->IsEnabled();
+    if (type >= 0 && type < DcRouterMgr::PROTOCOL_COUNT) {
+      enabled[type] = router != nullptr && router->IsEnabled();
+    }
   }
   console->Print("%6u", vid);
   for (const SummaryColumn& column : columns) {
@@ -123,7 +125,9 @@ void PrintSummary(DcConsole* console, const DcRouterMgr::VlanMap& vlans,
   console->Print("%6s %6s %6s %6s %6s\n", "VID", columns[0].title, columns[1].title,
                  columns[2].title, columns[3].title);
   for (const auto& [vid, record] : vlans) {
-    PrintSummaryRow(console, vid, *record, columns);
+    if (record != nullptr) {
+      PrintSummaryRow(console, vid, *record, columns);
+    }
   }
   delete console;
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "tests/unit/manager/recording_routers.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_mgr.h"
+#include "vantacore/dc_rip_routers.h"
 #include "vantacore/static_routes.h"
 
 namespace Tarsel {
@@ -182,6 +184,34 @@ TEST_F(ProtocolCommands, AVlanWithoutRoutersShowsNoInEveryColumn) {
   EXPECT_EQ(IP4_SUMMARY_HEADER + row, Ip({"protocol", "summary"}).log->all);
   EXPECT_EQ(IP6_SUMMARY_HEADER + row, Ip6({"protocol", "summary"}).log->all);
   routers.swap(none);
+}
+
+// A record is open to whoever looks at the VLANs.
+TEST_F(ProtocolCommands, SummariesPassOverProtocolsThatThereAreNot) {
+  constexpr int NONE[] = {-1, 7, 0x40000000};
+  GetBehaviour().enabled = {"RIPNG:99"};
+  const std::unique_ptr<DcRouterBase> router(new DcRipngRouter(99));
+  auto& routers = Manager().GetVlans().at(10)->routers;
+  for (const int type : NONE) {
+    routers.emplace(static_cast<DcRouterMgr::ProtocolType>(type), router.get());
+  }
+  traces.Take();
+  const std::string row = "    10     No     No     No     No\n";
+  EXPECT_EQ(IP4_SUMMARY_HEADER + row, Ip({"protocol", "summary"}).log->all);
+  EXPECT_EQ(IP6_SUMMARY_HEADER + row, Ip6({"protocol", "summary"}).log->all);
+  EXPECT_FALSE(traces.Contains("RIPNG:99 asked"));
+  for (const int type : NONE) {
+    routers.erase(static_cast<DcRouterMgr::ProtocolType>(type));
+  }
+}
+
+TEST_F(ProtocolCommands, AVlanWithoutARecordHasNoRow) {
+  auto& vlans = const_cast<DcRouterMgr::VlanMap&>(Manager().GetVlans());
+  vlans.emplace(9, nullptr);
+  const std::string row = "    10     No     No     No     No\n";
+  EXPECT_EQ(IP4_SUMMARY_HEADER + row, Ip({"protocol", "summary"}).log->all);
+  EXPECT_EQ(IP6_SUMMARY_HEADER + row, Ip6({"protocol", "summary"}).log->all);
+  vlans.erase(9);
 }
 
 // --- pending actions ---
