@@ -243,7 +243,7 @@ int DCLConfigList::ForEach(DclConfigListIteratorFunc* f) {
     return 0;
   }
   for (DclConfigObject* object : objects) {
-    if (!(*f)(object)) {
+    if (object != nullptr && !(*f)(object)) {
       return 0;
     }
   }

@@ -269,9 +269,11 @@ void Model::DisplayList(unsigned int vlan, unsigned int id) {
 
 int Model::ForEach(unsigned int stopAt) {
   for (const Object* object : m_objects) {
-    const unsigned int serial = object == nullptr ? 0 : object->concrete.serial;
-    m_outcome.events.push_back({Event::VISITED, serial});
-    if (serial == stopAt) {
+    if (object == nullptr) {
+      continue;
+    }
+    Note(Event::VISITED, *object);
+    if (object->concrete.serial == stopAt) {
       return 0;
     }
   }

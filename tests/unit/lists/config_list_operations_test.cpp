@@ -302,6 +302,15 @@ TEST_F(ConfigListTest, ForEachStopsAtTheFirstFalse) {
   EXPECT_EQ(list.ForEach(&visitor), 0) << "also at the last object";
 }
 
+TEST_F(ConfigListTest, ForEachPassesOverMissingObjects) {
+  list.AppendNull();
+  list.Append(3, 7);
+  list.AppendNull();
+  Visitor visitor;
+  EXPECT_EQ(list.ForEach(&visitor), 1);
+  EXPECT_THAT(visitor.visited, ElementsAre(7));
+}
+
 TEST_F(ConfigListTest, ForEachOfAnEmptyListIsOneAndOfNoVisitorZero) {
   Visitor visitor;
   EXPECT_EQ(list.ForEach(&visitor), 1);

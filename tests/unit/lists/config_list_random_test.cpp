@@ -198,8 +198,7 @@ class Visitor : public DclConfigListIteratorFunc {
  public:
   Visitor(Stage& stage, unsigned int stopAt) : m_stage(stage), m_stopAt(stopAt) {}
   bool operator()(DclConfigObject* object) override {
-    const unsigned int serial =
-        object == nullptr ? 0 : static_cast<RandomObject*>(object)->concrete.serial;
+    const unsigned int serial = static_cast<RandomObject*>(object)->concrete.serial;
     m_stage.events.push_back({Event::VISITED, serial});
     return serial != m_stopAt;
   }
