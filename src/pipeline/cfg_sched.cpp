@@ -71,10 +71,13 @@ void CfgSched::Insert(CfgKey key, CfgItem* item) {
   if (item == nullptr) {
     return;
   }
-  CfgBucket*& bucket = m_buckets[key];
-  if (bucket == nullptr) {
-    bucket = new CfgBucket;
+  auto position = m_buckets.find(key);
+  if (position == m_buckets.end()) {
+    // The bucket first: without memory for it, no entry must stand in the table without one.
+    CfgBucket* const made = new CfgBucket;
+    position = m_buckets.emplace(key, made).first;
   }
+  CfgBucket* const bucket = position->second;
   const CfgBucket::Row row(item->GetOid());
   CfgNode* last = bucket->FindLast(row);
   bucket->Disturb();
