@@ -8,10 +8,10 @@
 // A pass examines at most 31 New items, so that a large configuration reaches the stack in slices,
 // and the next pass starts with the bucket behind the one where the last one stopped.
 //
-// An item's Send and SetInMib are calls into the unknown: a stack, or another library, may answer at
-// once and so call Insert, Update or Remove from inside. Therefore a pass holds its place by keys and
-// by a cursor that is moved on, and an item that has to go while it is being called is unlinked
-// at once but deleted when that call has returned.
+// An item's Send, SetInMib, CfgListReady and CfgItemReady are calls into the unknown: a stack, or
+// another library, may answer at once and so call any operation of the scheduler from inside.
+// Therefore a pass holds its place by keys and by a cursor that is moved on, and an item that has to
+// go while it is being called is unlinked at once but deleted when that call has returned.
 #include "vantacore/cfg_sched.h"
 
 #include <iterator>
@@ -236,12 +236,20 @@ bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
 void CfgSched::ExamineItems(Walk& walk, unsigned int& examined) {
   while (walk.cursor != nullptr && examined < EXAMINED_PER_PASS) {
     CfgNode* node = walk.cursor;
-    if (!node->item->CfgListReady()) {
-      walk.bucket->Disturb();
+    CfgItem* item = node->item;
+    bool isReady = false;
+    const bool stays = Guard(item, [item, &isReady] { isReady = item->CfgListReady(); });
+    if (!isReady) {
+      if (walk.bucket != nullptr) {
+        walk.bucket->Disturb();
+      }
       return;
     }
+    if (!stays) {  // the cursor has been moved on
+      continue;
+    }
     walk.cursor = node->next;
-    if (node->item->GetActionState() == CfgItem::NEW) {
+    if (item->GetActionState() == CfgItem::NEW) {
       ++examined;
       if (!ExamineNew(walk.bucket, node)) {
         walk.bucket->Disturb();
@@ -253,7 +261,11 @@ void CfgSched::ExamineItems(Walk& walk, unsigned int& examined) {
 // Sends the item of the node, drops it or leaves it; false when it stays New.
 bool CfgSched::ExamineNew(CfgBucket* bucket, CfgNode* node) {
   CfgItem* item = node->item;
-  if (item->CfgItemReady()) {
+  bool isReady = false;
+  if (!Guard(item, [item, &isReady] { isReady = item->CfgItemReady(); })) {
+    return true;
+  }
+  if (isReady) {
     TRACE(5, "OnTIMEOUT Sending MIB ACTION\n");
     return !Guard(item, [item] { item->Send(); }) || item->GetActionState() != CfgItem::NEW;
   }

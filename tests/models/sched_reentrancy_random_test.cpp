@@ -69,10 +69,22 @@ class CallingBack {
     item->itemReady = !random.Percent(20);
     item->removeOnNotReady = random.Percent(50);
     item->onSend = item->onInMib = [this] { CallBack(); };
+    // A pass asks many items; passes inside of passes inside of passes would take for ever.
+    item->onItemReady = [this] { CallBackNowAndThen(); };
+    item->isListReady = [this] {
+      CallBackNowAndThen();
+      return !random.Percent(5);
+    };
     if (random.Percent(30)) {
       item->SetActionState(CfgItem::ISSUED);
     }
     m_sched.Insert(key, item);
+  }
+
+  void CallBackNowAndThen() {
+    if (random.Percent(2)) {
+      CallBack();
+    }
   }
 
   void CallBack() {

@@ -40,8 +40,19 @@ class ScriptedItem : public Tarsel::CfgItem {
     }
   }
 
-  bool CfgListReady() override { return isListReady ? isListReady() : log.listReady; }
-  bool CfgItemReady() override { return itemReady; }
+  bool CfgListReady() override {
+    // A copy of each script: the item may be replaced, and its scripts with it, while one runs.
+    const auto script = isListReady;
+    return script ? script() : log.listReady;
+  }
+  bool CfgItemReady() override {
+    const bool ready = itemReady;
+    if (onItemReady) {
+      const auto script = onItemReady;
+      script();
+    }
+    return ready;
+  }
   void PrintItem(Tarsel::DcConsole* console) const override {
     console->Print("%d row %u %s reason %u retries %u\n", id, row, StateText(GetActionState()),
                    GetReasonCode(), GetRetryCount());
@@ -49,7 +60,6 @@ class ScriptedItem : public Tarsel::CfgItem {
   void Send() override {
     log.lines.push_back("send " + std::to_string(id));
     if (onSend) {
-      // A copy: the item may be replaced, and its script with it, while it runs.
       const auto script = onSend;
       script();
     }
@@ -86,6 +96,7 @@ class ScriptedItem : public Tarsel::CfgItem {
   bool removeOnNotReady = false;
   std::pair<unsigned int, unsigned int> inFlight{0, 0};
   std::function<bool()> isListReady;
+  std::function<void()> onItemReady;
   std::function<void()> onSend;
   std::function<void()> onInMib;
   std::function<void()> onEnd;

@@ -1,4 +1,5 @@
-// A stack, or another library, that calls the scheduler back from inside Send or SetInMib.
+// A stack, or another library, that calls the scheduler back from inside Send, SetInMib or a question
+// whether something is ready.
 #include "scheduler_fixture.h"
 
 namespace Tarsel {
@@ -197,6 +198,105 @@ TEST_F(CfgSchedReentrancy, WhatAPassInsideAPassLeavesIsNotForgotten) {
   Tick();
   EXPECT_EQ(9U, CountSends());
 }
+
+// --- questions ---
+
+TEST_F(CfgSchedReentrancy, TheItemAskedForItsBucketMayBeReplaced) {
+  Insert(KEY, 1, 1)->isListReady = [this] {
+    Insert(KEY, 1, 11);
+    EXPECT_THAT(log.Take(), ElementsAre("replace 11 1"));
+    return true;
+  };
+  Insert(KEY, 2, 2);
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("end 1", "send 2"));
+  EXPECT_THAT(Order(), ElementsAre(11, 2));
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("send 11"));
+}
+
+TEST_F(CfgSchedReentrancy, TheItemAskedForItsBucketMayBeAnsweredAndTheBucketGo) {
+  InsertIssued(KEY, 1, 1)->isListReady = [this] {
+    Remove(KEY, 1);
+    EXPECT_THAT(log.Take(), ElementsAre("in-mib 1 yes 1"));
+    return false;
+  };
+  Insert(LATER, 1, 2);
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("end 1", "send 2"));
+  EXPECT_EQ("Pending Item Buckets: 1\n", Summary());
+}
+
+TEST_F(CfgSchedReentrancy, ABucketThatIsNotReadyWaitsThoughTheItemThatSaidSoHasGone) {
+  InsertIssued(KEY, 1, 1)->isListReady = [this] {
+    Remove(KEY, 1);
+    return false;
+  };
+  Insert(KEY, 2, 2);
+  Insert(LATER, 1, 3);
+  Tick();
+  EXPECT_THAT(Take("send"), ElementsAre("send 3"));
+  Tick();
+  EXPECT_THAT(Take("send"), ElementsAre("send 2"));
+}
+
+TEST_F(CfgSchedReentrancy, TheSchedulerMayBeResetByTheItemAskedForItsBucket) {
+  ScriptedItem* item = InsertIssued(KEY, 1, 1);
+  item->isListReady = [this, item] {
+    item->isListReady = {};
+    sched.Reset();
+    return true;
+  };
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("send 1"));
+}
+
+TEST_F(CfgSchedReentrancy, TheItemAskedForItselfMayBeReplaced) {
+  for (const bool ready : {true, false}) {
+    ScriptedItem* item = Insert(KEY, 1, 1);
+    item->itemReady = ready;
+    item->removeOnNotReady = true;
+    item->onItemReady = [this] {
+      Insert(KEY, 1, 11);
+      EXPECT_THAT(log.Take(), ElementsAre("replace 11 1"));
+    };
+    Insert(KEY, 2, 2);
+    Tick();
+    EXPECT_THAT(log.Take(), ElementsAre("end 1", "send 2")) << ready;
+    EXPECT_THAT(Order(), ElementsAre(11, 2)) << ready;
+    Tick();
+    EXPECT_THAT(log.Take(), ElementsAre("send 11")) << ready;
+    Remove(KEY, 1);
+    Remove(KEY, 2);
+    log.Take();
+  }
+}
+
+TEST_F(CfgSchedReentrancy, TheItemAskedForItselfMayBeDroppedByAPassInside) {
+  ScriptedItem* item = Insert(KEY, 1, 1);
+  item->itemReady = false;
+  item->removeOnNotReady = true;
+  item->onItemReady = [this, item] {
+    item->onItemReady = {};
+    Tick();
+    EXPECT_THAT(log.Take(), ElementsAre("send 2"));
+    EXPECT_EQ("Pending Item Buckets: 1\n", Summary());
+  };
+  Insert(LATER, 1, 2);
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("end 1"));
+}
+
+TEST_F(CfgSchedReentrancy, TheSchedulerMayBeResetByTheItemAskedForItself) {
+  InsertIssued(KEY, 1, 1);
+  Insert(KEY, 2, 2)->onItemReady = [this] { sched.Reset(); };
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("send 2"));
+  Tick();
+  EXPECT_THAT(log.Take(), ElementsAre("send 1"));
+}
+
+// --- answers ---
 
 TEST_F(CfgSchedReentrancy, SetInMibMayReplaceTheItemThatIsTold) {
   InsertIssued(KEY, 1, 1)->onInMib = [this] { Insert(KEY, 1, 2); };
