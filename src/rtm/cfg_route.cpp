@@ -69,8 +69,16 @@ bool CfgRoute::AddEntry(int type, const void* dest, unsigned int prefixLen, cons
 
 bool CfgRoute::DelEntry(int type, const void* dest, unsigned int prefixLen, const void* gateway,
                         unsigned long ifIndex) {
+  if (m_entries.empty()) {
+    return true;
+  }
+  // The addresses may be those of an entry that goes, so they are copied before any does.
+  CfgRouteEntry wanted;
+  wanted.type = type;
+  std::memcpy(wanted.destination, dest, wanted.GetAddressLength());
+  std::memcpy(wanted.gateway, gateway, wanted.GetAddressLength());
   m_entries.remove_if([&](const CfgRouteEntry& entry) {
-    return IsSameRoute(entry, type, dest, prefixLen, gateway) &&
+    return IsSameRoute(entry, type, wanted.destination, prefixLen, wanted.gateway) &&
            entry.ifIndex == static_cast<std::uint32_t>(ifIndex);
   });
   return true;

@@ -187,6 +187,23 @@ TEST_F(CfgRouteTable, DeletingNeedsEveryValueToMatch) {
   EXPECT_THAT(Destinations(), ElementsAre("10.9.0.0"));
 }
 
+// The addresses may be those of an entry that goes.
+TEST_F(CfgRouteTable, DeletingMayBeAskedForWithTheAddressesOfAnEntry) {
+  Add(NET_A);
+  Add(NET_B);
+  Add(NET_A);
+  Add6(NET6);
+  const CfgRouteEntry* entry = table.GetCfgRouteEntry(1, NET_A, 16, GATEWAY);
+  ASSERT_NE(entry, nullptr);
+  table.DelEntry(1, entry->destination, 16, entry->gateway, 3);
+  EXPECT_THAT(Destinations(), ElementsAre("192.168.100.0", "2001:db8:9::"));
+}
+
+// There is nothing that an address would be compared with, so that none is read.
+TEST_F(CfgRouteTable, DeletingFromAnEmptyTableReadsNoAddress) {
+  EXPECT_TRUE(table.DelEntry(1, nullptr, 16, nullptr, 3));
+}
+
 TEST_F(CfgRouteTable, IterationVisitsFrontToBackAndMayChangeEntries) {
   Add(NET_A);
   Add(NET_B);
