@@ -18,6 +18,7 @@
 #include <cstdarg>
 #include <map>
 
+#include "printed_text.h"
 #include "vantacore/config_parser.h"
 
 namespace Tarsel {
@@ -108,7 +109,7 @@ void DcConsoleCommand::ParseError(unsigned int result) {
 bool DcConsoleCommand::ParseVlan(const char* text) {
   unsigned int number = 0;
   if (!ParseNumber(&number, text)) {
-    Print("Invalid VLAN ID %s\n", text);
+    Print("Invalid VLAN ID %s\n", PrintedText(text));
     return false;
   }
   m_vlan = static_cast<unsigned short>(number);

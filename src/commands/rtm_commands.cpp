@@ -9,6 +9,7 @@
 #include <cstring>
 #include <map>
 
+#include "printed_text.h"
 #include "stack/sms.h"
 #include "vantacore/config_parser.h"
 #include "vantacore/dc_interface_mgr.h"
@@ -103,7 +104,7 @@ bool RtmRTCommand<T>::Parse(int argc, char** argv) {
   m_vlan = m_console->GetVlan(argc, argv);
   for (const ConsoleCommandOption* option : m_opts) {
     if (!option->Parse(*this, argc, argv)) {
-      Print("Usage: %s\n", m_usage);
+      Print("Usage: %s\n", PrintedText(m_usage));
       return false;
     }
   }
@@ -200,13 +201,13 @@ bool RtmRTCommand<T>::ParseDestination(DcConsoleCommand& cmd, const char* text) 
   RtmRTCommand& self = static_cast<RtmRTCommand&>(cmd);
   if (self.m_family != 0) {
     if (!self.m_dest6.FromString(text)) {
-      self.Print("Invalid IPv6 Destination Address %s\n", text);
+      self.Print("Invalid IPv6 Destination Address %s\n", PrintedText(text));
       return false;
     }
     return true;
   }
   if (!ParseAddress(self.m_dest4, text)) {
-    self.Print("Invalid IPv4 Destination Address %s\n", text);
+    self.Print("Invalid IPv4 Destination Address %s\n", PrintedText(text));
     return false;
   }
   return true;

@@ -275,6 +275,13 @@ TEST(ConsoleCommand, ParseVlanComplainsAndKeepsTheVlan) {
   EXPECT_EQ(0, with.log->ends);
 }
 
+TEST(ConsoleCommand, ParseVlanComplainsOfANullTextAsOfTheEmptyOne) {
+  CommandWithLog with(5);
+  EXPECT_FALSE(with.command->ParseVlan(nullptr));
+  EXPECT_EQ(5, with.command->GetVlan());
+  EXPECT_EQ("Invalid VLAN ID \n", with.log->output);
+}
+
 TEST(ConsoleCommand, TheOptionHandlerParsesTheCommandsVlan) {
   CommandWithLog with(5);
   DcConsoleCommand& command = *with.command;

@@ -199,6 +199,20 @@ TYPED_TEST(RtmCommands, WrongValuesPrintTheUsage) {
   EXPECT_EQ("Invalid IPv6 Destination Address 10.0.0.0\n" + this->Usage(), session.log->all);
 }
 
+TYPED_TEST(RtmCommands, ANullTextIsPrintedAsTheEmptyOne) {
+  typedef RtmRTCommand<typename TypeParam::Row> Command;
+  const auto log = NewConsoleLog(10);
+  Command command(new RecordingConsole(log), IP4, nullptr, nullptr);
+  std::string word = "vrf";
+  char* words[] = {word.data()};
+  EXPECT_FALSE(command.Parse(1, words));
+  EXPECT_FALSE(Command::ParseDestination(command, nullptr));
+  Command command6(new RecordingConsole(log), IP6, nullptr, nullptr);
+  EXPECT_FALSE(Command::ParseDestination(command6, nullptr));
+  EXPECT_EQ("Usage: \nInvalid IPv4 Destination Address \nInvalid IPv6 Destination Address \n",
+            log->all);
+}
+
 // --- VLAN ---
 
 TYPED_TEST(RtmCommands, TheConsolesVlanCountsAndVrfOverridesIt) {
