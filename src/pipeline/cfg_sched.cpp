@@ -234,18 +234,27 @@ bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
 }
 
 void CfgSched::ExamineItems(Walk& walk, unsigned int& examined) {
+  // One record for the question to every item: most may have been issued long ago, and are only asked.
+  Call question{nullptr, false, m_call};
+  m_call = &question;
   while (walk.cursor != nullptr && examined < EXAMINED_PER_PASS) {
     CfgNode* node = walk.cursor;
     CfgItem* item = node->item;
-    bool isReady = false;
-    const bool stays = Guard(item, [item, &isReady] { isReady = item->CfgListReady(); });
+    question.item = item;
+    const bool isReady = item->CfgListReady();
+    question.item = nullptr;
+    const bool isGone = question.dropped;
+    if (isGone) {
+      question.dropped = false;
+      Delete(item);
+    }
     if (!isReady) {
       if (walk.bucket != nullptr) {
         walk.bucket->Disturb();
       }
-      return;
+      break;
     }
-    if (!stays) {  // the cursor has been moved on
+    if (isGone) {  // the cursor has been moved on
       continue;
     }
     walk.cursor = node->next;
@@ -256,6 +265,7 @@ void CfgSched::ExamineItems(Walk& walk, unsigned int& examined) {
       }
     }
   }
+  m_call = question.outer;
 }
 
 // Sends the item of the node, drops it or leaves it; false when it stays New.
