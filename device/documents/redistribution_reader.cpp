@@ -1,5 +1,6 @@
 #include "redistribution_reader.h"
 
+#include "members.h"
 #include "vantacore/dc_router_mgr.h"
 
 namespace documents {
@@ -36,13 +37,9 @@ void ForEachVlan(const Tarsel::Options& document, Visit visit) {
   }
 }
 
-// A protocol that is named is enabled unless "enabled" says otherwise.
+// The library does not hand an empty member to a router.
 bool Enables(const OptionsNode& member) {
-  if (member.IsEmpty() || !member.IsObject()) {
-    return false;
-  }
-  bool enabled = false;
-  return member.GetChildNode("enabled").IsNull() || (member.AsVal(enabled, "enabled") && enabled);
+  return !member.IsEmpty() && ReadEnabling(member) == Enabling::YES;
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 
+#include "device/documents/members.h"
 #include "group_reader.h"
 #include "host/dc_console.h"
 #include "protocol_tables.h"
@@ -27,23 +28,15 @@ namespace {
 constexpr unsigned int STATUS_UP = 1;
 constexpr int FIELD_INTERFACE = 2;
 
-// A protocol that is named runs. With "enabled" it can be switched off while its configuration
-// stays in the document.
 bool ReadEnabled(const OptionsNode& node, const string& displayName, const string& source) {
-  if (!node.IsObject()) {
+  const documents::Enabling enabling = documents::ReadEnabling(node);
+  if (enabling == documents::Enabling::NOT_AN_OBJECT) {
     TRACE("%s: %s: the protocol's options must be an object\n", source.c_str(),
           displayName.c_str());
-    return false;
+  } else if (enabling == documents::Enabling::NOT_A_FLAG) {
+    TRACE("%s: %s: \"enabled\" must be true or false\n", source.c_str(), displayName.c_str());
   }
-  bool enabled = false;
-  if (node.AsVal(enabled, "enabled")) {
-    return enabled;
-  }
-  if (node.GetChildNode("enabled").IsNull()) {
-    return true;
-  }
-  TRACE("%s: %s: \"enabled\" must be true or false\n", source.c_str(), displayName.c_str());
-  return false;
+  return enabling == documents::Enabling::YES;
 }
 
 }  // namespace

@@ -153,6 +153,20 @@ TEST_F(Reloader, ReadsAgainWhenAskedWhileItWaits) {
   EXPECT_THAT(Vlans(), ElementsAre(30));
 }
 
+TEST_F(Reloader, TellsOfEachReloadOnceItHasBeenApplied) {
+  StartWith(WITH_ROUTE);
+  EXPECT_EQ(m_applied, 0u) << "the start is not a reload";
+  m_reloader->Reload();
+  EXPECT_EQ(m_applied, 1u);
+  WriteVlans("\"b\": {\"vid\": 20}");
+  m_reloader->Reload();
+  m_reloader->Reload();
+  ASSERT_TRUE(m_reloader->IsBusy());
+  EXPECT_EQ(m_applied, 1u) << "nothing has been applied yet";
+  TurnUntilDone();
+  EXPECT_EQ(m_applied, 3u);
+}
+
 TEST_F(Reloader, TellsWhoAskedWhatCannotBeUsed) {
   StartWith(WITH_ROUTE);
   const std::string complaint =
@@ -249,6 +263,19 @@ class Restart : public Reloader {
     ASSERT_TRUE(Settle());
   }
 };
+
+// A finding is about what the documents say, not about what happens to the stack.
+TEST_F(Restart, TellsOfRoutesWithSeveralMetricsWhenTheyAreReadOnly) {
+  m_files.Write("remote/two.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "STATIC_ROUTES": {
+    "r": {"interface": "eth0", "network": "10.9.0.0", "netmask": "255.255.0.0",
+          "gateway": "10.1.2.1", "metric": 7}}}}})");
+  reported.lines.clear();
+  m_reloader->Reload();
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(reported.lines, ElementsAre(HasSubstr("the same route has metric ")));
+  RestartTheStack();
+  EXPECT_EQ(reported.lines.size(), 1u);
+}
 
 TEST_F(Restart, BringsEverythingBack) {
   const std::string before = Dump();
