@@ -26,7 +26,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-platform COMPONENT platform
   FILES_MATCHING PATTERN *.h)
 
-# vantacore_platform is what the library needs around it but for a routing stack: the base classes and
+# vantacore_platform is what the library needs around it except for a routing stack: the base classes and
 # the protocol routers. vantacore_device has the software stack as well. The libraries refer to each
 # other without naming each other, so none may be left out because the executable itself does not
 # refer to it.

@@ -71,7 +71,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 # For programs that others package: which package has the library, and since when what they link is in it.
 configure_file(${PACKAGE_FILES}/shlibs.in ${PROJECT_BINARY_DIR}/packages/shlibs @ONLY)
 
-# CPack knows no field Multi-Arch. It writes a field's text as it is, so the line goes behind the section.
+# CPack knows no field Multi-Arch. It writes a field's text as it is, so the line goes after the section.
 set(MULTI_ARCH "\nMulti-Arch: same")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library_package})

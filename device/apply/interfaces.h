@@ -25,7 +25,7 @@ class Interfaces : public Tarsel::DcIpInterface {
   void Apply(const documents::Device& wanted, const std::set<unsigned short>& vlans);
 
   /// What happens to an interface by itself, between two documents: told to the library each time,
-  /// also when it is no news. The interface must be there. A later document is compared with what
+  /// also when the interface is in that state already. The interface must be there. A later document is compared with what
   /// these leave.
   void SetStatus(const documents::InterfaceKey& key, bool up);
   void SetJoined(const documents::InterfaceKey& key, bool joined);

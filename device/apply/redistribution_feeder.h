@@ -20,14 +20,15 @@ class RedistributionFeeder {
   RedistributionFeeder(const RedistributionFeeder&) = delete;
   RedistributionFeeder& operator=(const RedistributionFeeder&) = delete;
 
-  /// Makes `wanted` the rules of the device. The number of requests made at once.
+  /// Makes `wanted` the rules of the device. Returns how many requests it has made; more may follow
+  /// when protocols become ready.
   std::size_t Push(const intent::Rules& wanted);
-  /// Asks for the withdrawal of what `wanted` lacks, and for nothing new: to be done, and waited
-  /// for, before a protocol is disabled. The number of requests made at once.
+  /// Asks for the withdrawal of the rules that `wanted` lacks, and for nothing new. Before a protocol
+  /// is disabled this has to be called, and its requests answered. Returns how many it has made.
   std::size_t Withdraw(const intent::Rules& wanted);
-  /// Nothing counts as asked for any more.
+  /// From now on no rule counts as asked for: the stack has lost them all.
   void Forget() { m_asked.clear(); }
-  /// Everything that is asked for.
+  /// The rules that have been asked for.
   const intent::Rules& GetAsked() const { return m_asked; }
   /// Whether rules wait for a protocol to become ready.
   bool IsWaiting() const { return !m_waiting.empty(); }

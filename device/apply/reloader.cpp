@@ -46,8 +46,8 @@ void Reloader::Begin() {
   }
 }
 
-// What has to go while VLANs and protocols are still as they were. The number of requests. Which
-// protocols will be enabled is a forecast: routers may refuse what documents say.
+// What has to go while VLANs and protocols are still as they were. Returns how many requests
+// that took. Which protocols will be enabled is a forecast: routers may refuse what documents say.
 std::size_t Reloader::RemoveFirst() {
   const intent::PresentVlans present = FindPresentVlans();
   const documents::ProtocolSets enabled =

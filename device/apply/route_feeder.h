@@ -12,13 +12,13 @@ namespace apply {
 /// Knows which routes have been asked of the library, and asks for the rest.
 class RouteFeeder {
  public:
-  /// Makes `wanted` the routes of the device. The number of requests.
+  /// Makes `wanted` the routes of the device. Returns how many requests that took.
   std::size_t Push(const intent::ResolvedRoutes& wanted);
-  /// Asks for the removal of all routes of these VLANs. The number of requests.
+  /// Asks for the removal of all routes of these VLANs. Returns how many requests that took.
   std::size_t RemoveVlans(const std::set<unsigned short>& vlans);
-  /// Nothing counts as asked for any more.
+  /// From now on no route counts as asked for: the stack has lost them all.
   void Forget() { m_routes.clear(); }
-  /// Everything that is asked for.
+  /// The routes that have been asked for.
   const intent::ResolvedRoutes& GetRoutes() const { return m_routes; }
 
  private:

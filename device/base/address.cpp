@@ -49,7 +49,7 @@ int Parse_IpAddr::operator()(Ip4Addr& addr, const char* text) const {
 
 namespace {
 
-// A text with a NUL inside would be read up to it; such a text is no address.
+// A text with a NUL inside would be read up to it; such a text is not an address.
 bool HasEmbeddedNul(const string& text) { return std::strlen(text.c_str()) != text.get_length(); }
 
 }  // namespace

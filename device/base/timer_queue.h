@@ -1,4 +1,4 @@
-// The queue behind each timer loop, private to this folder.
+// The queue that each timer loop works off; private to this folder.
 //
 // A running timer has one entry in the queue of its loop, and the timer points back at the entry,
 // so both find each other without a search. Entries are ordered by deadline and, for equal

@@ -16,9 +16,9 @@ namespace documents {
 /// A value as an error line names it: "abc", 12, true, null, an object, an array.
 std::string Describe(const Json::Value& value);
 
-/// Reads one JSON object and complains, with the place of the member, about what has another type
-/// than asked for. Each read answers whether there was a value to use; an absent member is silent
-/// unless it is required.
+/// Reads the members of one JSON object. A member of another type than the one asked for is reported
+/// with its place, and so is a required member that is missing. Each read returns whether it has found
+/// a value to use.
 class JsonMembers {
  public:
   enum Need { OPTIONAL, REQUIRED };

@@ -20,7 +20,7 @@ using Tarsel::OptionsNode;
 
 namespace {
 
-// With what stands behind a NUL: cut there, it might be the name of another interface.
+// The whole text: cut at a NUL, it might be the name of another interface.
 std::string WholeOf(const Tarsel::string& text) { return {text.c_str(), text.get_length()}; }
 
 // The member as text; nothing when it is an object or an array.

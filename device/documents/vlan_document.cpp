@@ -63,7 +63,7 @@ class Checker {
     m_report(place.Text() + ": " + problem);
   }
 
-  // Whether the entry is one that can be applied. An empty one says nothing and is no mistake.
+  // Whether the entry is one that can be applied. An empty one says nothing and is not a mistake.
   bool CheckEntry(const Json::Value& entry, const Place& place) {
     if (IsEmpty(entry)) {
       return false;

@@ -13,10 +13,10 @@ namespace documents {
 /// The VLANs that a document names, as the library reads them.
 using VlanIds = std::set<unsigned short>;
 
-/// Goes through a document and reports what nobody will be able to use: entries without a VLAN id,
-/// values of wrong types. Entries that the library would pass over anyway are taken out, so that each
-/// is complained about once and clearly. False, and `document` is not to be applied, when the list of
-/// VLANs is no list.
+/// Goes through a document and reports what nobody can use: entries without a VLAN id, values of wrong
+/// types. Removes the entries that the library would skip, so that each is reported only once. Adds the
+/// VLANs of the others to `vlans`. Returns false if VLAN_CONFIGURATIONS is a number, a text or a flag;
+/// the document must not be applied then.
 bool CheckVlanDocument(Json::Value& document, const std::string& file,
                        const program::Report& report, VlanIds& vlans);
 

@@ -33,7 +33,7 @@ Loop::Loop() : m_loop(new uv_loop_s), m_turns(new uv_prepare_s) {
   m_turnBegin = ProcessorMicroseconds();
   uv_prepare_start(m_turns,
                    [](uv_prepare_t* turns) { static_cast<Loop*>(turns->data)->TurnEnds(); });
-  // Measuring is no reason for the loop to go on.
+  // Measuring must not keep the loop running.
   uv_unref(reinterpret_cast<uv_handle_t*>(m_turns));
 }
 

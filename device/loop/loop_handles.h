@@ -1,5 +1,5 @@
 // libuv's handles as objects: a handle ends with its owner, and no exception passes through libuv:
-// it is logged, but for a lack of memory, which ends the process.
+// it is logged. A lack of memory ends the process instead.
 #ifndef DEVICE_LOOP_LOOP_HANDLES_H
 #define DEVICE_LOOP_LOOP_HANDLES_H
 

@@ -10,7 +10,7 @@ namespace program {
 void OpenMissingStreams();
 
 /// Writes out what waits for standard output. False, with a complaint in the name of `program`, when
-/// something of all that was printed could not be written; the disk behind it may be full.
+/// something of all that was printed could not be written, for example because the disk is full.
 bool FlushOutput(const char* program);
 
 }  // namespace program

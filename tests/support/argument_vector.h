@@ -8,7 +8,7 @@
 
 namespace test_support {
 
-/// Writable words with a null pointer behind the last one; they live as long as this does.
+/// Writable words with a null pointer after the last one; they live as long as this does.
 class ArgumentVector {
  public:
   explicit ArgumentVector(std::vector<std::string> words) : m_words(std::move(words)) {
