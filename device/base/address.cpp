@@ -49,7 +49,7 @@ int Parse_IpAddr::operator()(Ip4Addr& addr, const char* text) const {
 
 namespace {
 
-// A text with a NUL inside would be read up to it; such a text is not an address.
+// A text with a NUL inside would be read only up to it; such a text is not an address.
 bool HasEmbeddedNul(const string& text) { return std::strlen(text.c_str()) != text.get_length(); }
 
 }  // namespace
@@ -106,8 +106,8 @@ void ClearHostBits(unsigned char* bytes, unsigned int length) {
   }
 }
 
-// The word whose bytes in memory are n leading one bits. Constant expressions, so the table below is
-// complete before any code runs.
+// The word whose bytes in memory are n leading one bits. Constant expressions, so the table below
+// is complete before any code runs.
 constexpr std::uint32_t Mask(unsigned int n) {
   const std::uint32_t value = n == 0 ? 0 : 0xffffffffu << (32 - n);
   return Ip4Addr(value >> 24, value >> 16 & 0xff, value >> 8 & 0xff, value & 0xff).GetValue();

@@ -1,6 +1,6 @@
-// The configuration tree. A node is two pointers, so walking a document costs no copy of any part of
-// it. jsoncpp throws when a value is asked for a type that it has not; every read therefore looks at
-// the type first.
+// The configuration tree. A node is two pointers, so walking a document does not copy any part of
+// it. jsoncpp throws if a value is asked for a type that it does not have; every read therefore
+// looks at the type first.
 #include "tarsel/options.h"
 
 #include <cstring>
@@ -25,7 +25,7 @@ bool OptionsNode::IsEmpty() const { return m_value == nullptr || m_value->empty(
 
 bool OptionsNode::IsObject() const { return m_value != nullptr && m_value->isObject(); }
 
-// The member, a JSON null included; null with the error text set when there is none.
+// The member, which may be a JSON null. A null pointer, with the error text set, if there is none.
 const Json::Value* OptionsNode::FindMember(const char* key) const {
   if (!IsObject()) {
     m_error = NOT_A_CONTAINER;
@@ -59,7 +59,7 @@ int OptionsNode::GetAsString(string& value, const char* key) const {
 
 namespace {
 
-// What the typed reads share: the member must be there, not null, and of the type asked for.
+// What the typed reads share: the member must exist, not be null, and have the requested type.
 bool IsReadable(const Json::Value* member, bool (Json::Value::*isType)() const,
                 const char*& error) {
   if (member == nullptr) {

@@ -1,4 +1,4 @@
-// The shared text class: a thin cover of std::string whose layout stays private to this library.
+// The shared text class: a thin wrapper of std::string whose layout stays private to this library.
 #include "tarsel/string.h"
 
 #include <cstdarg>

@@ -52,8 +52,8 @@ void VirtualLoop::AdvanceMicroseconds(std::uint64_t microseconds) {
   m_now = std::max(m_now, end);
 }
 
-// A callback may move time forward itself, hence the comparisons: what fell due meanwhile fires late,
-// and time does not go back.
+// A callback may move time forward itself, hence the comparisons: what became due meanwhile fires
+// late, and time does not go back.
 bool VirtualLoop::RunNext() {
   const std::uint64_t next = m_queue->Earliest();
   if (next == NO_DEADLINE) {

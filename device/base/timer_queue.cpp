@@ -71,7 +71,7 @@ void TimerLoop::Queue::ChangeTick(std::uint64_t oldTick, std::uint64_t newTick, 
   }
 }
 
-// The entry stays where it is in memory, since its timer points at it.
+// The entry keeps its place in memory, since its timer points at it.
 void TimerLoop::Queue::Move(const Key& from, std::uint64_t deadline) {
   auto node = entries.extract(from);
   node.key().first = deadline;

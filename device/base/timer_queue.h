@@ -1,11 +1,11 @@
-// The queue that each timer loop works off; private to this folder.
+// The queue of each timer loop, private to this folder.
 //
-// A running timer has one entry in the queue of its loop, and the timer points back at the entry,
-// so both find each other without a search. Entries are ordered by deadline and, for equal
-// deadlines, by the number of the start: a periodic timer keeps its number for all its periods.
-// Before a callback runs, the entry is already where it belongs afterwards (gone for a one-shot
-// timer, one period later for a periodic one), and nothing of the timer is touched after the
-// callback, which may have started it again, stopped it or destroyed it.
+// A running timer has one entry in the queue of its loop, and each of the two points at the other,
+// so neither is searched for. Entries are ordered by deadline. Equal deadlines are ordered by the
+// number of the start, which a periodic timer keeps for all its periods. Before a callback runs,
+// the entry is already in its place for the time after it: gone for a one-shot timer, one period
+// later for a periodic one. The timer is not touched after the callback, which may have started it
+// again, stopped it or destroyed it.
 #ifndef DEVICE_BASE_TIMER_QUEUE_H
 #define DEVICE_BASE_TIMER_QUEUE_H
 
@@ -18,7 +18,7 @@
 
 namespace Tarsel {
 
-/// Stands for a deadline where no timer runs; later than every deadline.
+/// The deadline if no timer runs: later than every deadline.
 constexpr std::uint64_t NO_DEADLINE = UINT64_MAX;
 
 struct TimerLoop::Queue {
@@ -38,11 +38,11 @@ struct TimerLoop::Queue {
   Entry* Add(TimerBase* timer, std::uint64_t deadline, unsigned int ticks);
   void Remove(Entry* entry);
 
-  /// NO_DEADLINE when nothing waits.
+  /// NO_DEADLINE if nothing waits.
   std::uint64_t Earliest() const;
   /// Fires the first timer; one must wait.
   void FireFirst();
-  /// Of several periods that a periodic timer owes at `now`, keeps the latest.
+  /// Keeps only the latest of the periods that a periodic timer owes at `now`.
   void DropMissedPeriods(std::uint64_t now);
   /// Gives the periods under way their new length.
   void ChangeTick(std::uint64_t oldTick, std::uint64_t newTick, std::uint64_t now);
@@ -55,7 +55,7 @@ struct TimerLoop::Queue {
   void Move(const Key& from, std::uint64_t deadline);
 };
 
-/// The door between timers and loops: each keeps its members from everybody else.
+/// Gives timers and loops access to each other's members, which are private otherwise.
 class TimerAccess {
  public:
   using Entry = TimerLoop::Queue::Entry;

@@ -1,6 +1,6 @@
 // Real time: one libuv timer is armed for the earliest deadline of the queue. libuv counts
-// milliseconds, so a turn usually finds several short periods due at once and fires them all, within
-// a bound that leaves descriptors and other timers their share of the loop.
+// milliseconds, so one turn often finds several short periods due and fires them all, within a
+// bound that leaves descriptors and other timers their share of the loop.
 #include <uv.h>
 
 #include "device/base/timer_loop.h"

@@ -60,8 +60,8 @@ SMS_API int sms_get_next_protocol_row(unsigned int table, unsigned int instance,
 
 /* The routes that redistribution rules hand to a protocol of an instance: the installed ones of the
  * rules' source protocols. `destination` is a protocol code, the route-protocol code shifted left
- * by 16 bits. The route after the prefix of `previous`, the first one for a null pointer; `previous`
- * and `row` may be the same. 1 with the row filled in, 0 (row untouched) when there is none. */
+ * by 16 bits. The route after the prefix of `previous`, the first one for a null pointer. The two
+ * rows may be the same. 1 with the row filled in, 0 (row untouched) when there is none. */
 SMS_API int sms_get_next_redistributed(unsigned int instance, unsigned int destination,
                                        const amb_cipr_rtm_route* previous, amb_cipr_rtm_route* row);
 
