@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "call_log.h"
-#include "descriptors.h"
+#include "descriptor_handlers.h"
 #include "event_queue.h"
 #include "scripts.h"
 
@@ -97,7 +97,7 @@ class Engine {
   EventQueue m_queue;
   Scripts m_scripts;
   CallLog m_calls;
-  Descriptors m_descriptors;
+  DescriptorHandlers m_descriptors;
   Control m_control;
   const Facts m_facts;
 

@@ -1,6 +1,6 @@
-// The descriptors that the stack has registered with the host, and what to do when one is ready.
-#ifndef DEVICE_STACK_DESCRIPTORS_H
-#define DEVICE_STACK_DESCRIPTORS_H
+// What the stack does when a descriptor that it has registered with the host is ready.
+#ifndef DEVICE_STACK_DESCRIPTOR_HANDLERS_H
+#define DEVICE_STACK_DESCRIPTOR_HANDLERS_H
 
 #include <functional>
 #include <map>
@@ -8,7 +8,7 @@
 
 namespace routing_stack {
 
-class Descriptors {
+class DescriptorHandlers {
  public:
   using Handler = std::function<void(int events)>;
 
