@@ -1,7 +1,7 @@
 // Stands between the library and the stack, for calls whose answers the stack has no levers for.
 //
-// The program that is linked with this defines the stack's functions itself, and so is asked before the
-// stack's library: a call goes on to the stack unless a test has asked for it.
+// The program that is linked with this defines the stack's functions itself, and so is asked before
+// the stack's library: a call goes on to the stack unless a test has asked for it.
 #ifndef TESTS_STACKFAULTS_INTERCEPTION_H
 #define TESTS_STACKFAULTS_INTERCEPTION_H
 
@@ -22,8 +22,8 @@ struct CallInTransit {
 /// What becomes of a call; the result is the call's, if it has one.
 using Interception = std::function<int(const CallInTransit& call)>;
 
-/// From now on every call of the function named is handed over instead of being made. Those that can
-/// be are walks, nbb_scheduler, smsi_init, and the trace and descriptor functions.
+/// From now on every call of the function named is handed over instead of being made. Those that
+/// can be are walks, nbb_scheduler, smsi_init, and the trace and descriptor functions.
 void Intercept(const std::string& function, Interception interception);
 void EndInterception(const std::string& function);
 

@@ -1,9 +1,9 @@
 // Starting and running the stack.
 //
 // smsi_init has no result. Its answer is that the stack is ready for row requests: until then the
-// requests of interfaces and addresses wait, and an instance is never ready, so that its routes wait
-// too. nbb_scheduler says when it wants to run again; until then it is asked at least every 100 ms when
-// it has nothing to do.
+// requests of interfaces and addresses wait, and an instance is never ready, so that its routes
+// wait too. nbb_scheduler says when it wants to run again; until then it is asked at least every
+// 100 ms when it has nothing to do.
 
 #include <algorithm>
 #include <climits>

@@ -1,8 +1,8 @@
 // Every call of the stack with every fault that its answer can have.
 //
-// matrix.cpp holds the table. A row is a call, or one use of a call (after a '+'); it names the faults
-// that do not concern it, each with the reason, and has a test for all the others. What a test of a
-// row does is said in the file of its subject. One cell is run by its name:
+// matrix.cpp holds the table. A row is a call, or one use of a call (after a '+'); it names the
+// faults that do not concern it, each with the reason, and has a test for all the others. What a
+// test of a row does is said in the file of its subject. One cell is run by its name:
 // --gtest_filter=StackFaults.sms_update_route/late
 #ifndef TESTS_STACKFAULTS_MATRIX_H
 #define TESTS_STACKFAULTS_MATRIX_H

@@ -1,9 +1,9 @@
 // Rows that are not answered with a status: interfaces and addresses.
 //
-// The stack only says when it has finished with a row; whether it holds the row afterwards, the library
-// does not learn. So a refusal, a full table and a moment without time look the same: nothing is asked
-// again, and the row's next request goes out as ever. Requests of a row that has one in the stack
-// wait, each for the end of the one before.
+// The stack only says when it has finished with a row; whether it holds the row afterwards, the
+// library does not learn. So a refusal, a full table and a moment without time look the same:
+// nothing is asked again, and the row's next request goes out as ever. Requests of a row that has
+// one in the stack wait, each for the end of the one before.
 //
 // Asking for an interface makes two rows, one in each instance of the VLAN: the subject is the IPv4
 // one. Its function for requests that had to wait is a subject of its own.
@@ -169,8 +169,8 @@ void RowCall::Synchronous() {
   ExpectConverged();
 }
 
-// The stack announces its readiness anew, which releases nothing that was released before. The end of
-// the old request does.
+// The stack announces its readiness anew, which releases nothing that was released before. The end
+// of the old request does.
 void RowCall::Restarted() {
   Send(Kind(Answer::kNever));
   ChangeTwice();

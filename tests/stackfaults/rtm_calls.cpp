@@ -1,10 +1,11 @@
 // The rows of the Routing Table Manager's instances.
 //
-// They go straight to the stack. What it says is that an instance is ready, or nothing: a refusal, a
-// full table and silence look the same. Until the instance is ready, its routes and rules wait; and the row is
-// not sent again as long as the VLAN's settings stay what they were.
+// They go straight to the stack. What it says is that an instance is ready, or nothing: a refusal,
+// a full table and silence look the same. Until the instance is ready, its routes and rules wait;
+// and the row is not sent again as long as the VLAN's settings stay what they were.
 //
-// The subject is VLAN 30, its IPv4 instance in particular, with a route and a rule that wait for it.
+// The subject is VLAN 30, its IPv4 instance in particular, with a route and a rule that wait for
+// it.
 
 #include <algorithm>
 
@@ -243,8 +244,8 @@ void CreationCall::Restarted() {
 }
 
 // A late readiness makes a record for a VLAN that is not there any more. It has the settings of a
-// VLAN without any of its own: when such a VLAN comes, the instance counts as known and is not sent.
-// Removing the VLAN once more helps. The rule has no router to go to, and is dropped.
+// VLAN without any of its own: when such a VLAN comes, the instance counts as known and is not
+// sent. Removing the VLAN once more helps. The rule has no router to go to, and is dropped.
 void CreationCall::VlanGone() {
   Send(Kind(Answer::kNever));
   loop.AdvanceMilliseconds(RUN_MS);
@@ -266,9 +267,9 @@ void CreationCall::VlanGone() {
 
 // --- an instance goes ---
 
-// The library forgets the instance at once, and does not wait for anything: when the VLAN comes back,
-// the instance is asked for again. A stack that still has it does not announce it anew, and the
-// routes wait. Removing the VLAN once more helps.
+// The library forgets the instance at once, and does not wait for anything: when the VLAN comes
+// back, the instance is asked for again. A stack that still has it does not announce it anew, and
+// the routes wait. Removing the VLAN once more helps.
 class RemovalCall : public RtmCall {
  protected:
   void Establish() override;

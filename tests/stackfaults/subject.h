@@ -1,9 +1,9 @@
 // A device on which one call is answered with one fault.
 //
 // VLANs 10 and 20 run, each with an interface and a route. The subject is a row of VLAN 10, or what
-// else the call concerns. Before the library is used for the first time, a child process asks the same
-// without any fault: the text of its stack and of its pending items is what the test has to come to
-// once the fault is over.
+// else the call concerns. Before the library is used for the first time, a child process asks the
+// same without any fault: the text of its stack and of its pending items is what the test has to
+// come to once the fault is over.
 #ifndef TESTS_STACKFAULTS_SUBJECT_H
 #define TESTS_STACKFAULTS_SUBJECT_H
 

@@ -1,8 +1,8 @@
 // The walks of the console's commands.
 //
-// A command prints rows as they come, or, for the interface table, when it has them all. It ends, and
-// takes its console with it, with the walk's last answer: the end of the table or an error. A walk that
-// is never answered keeps both.
+// A command prints rows as they come, or, for the interface table, when it has them all. It ends,
+// and takes its console with it, with the walk's last answer: the end of the table or an error. A
+// walk that is never answered keeps both.
 //
 // The interface table makes two walks, of the interfaces and of the addresses; each is a subject.
 

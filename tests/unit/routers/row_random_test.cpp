@@ -1,5 +1,5 @@
-// Documents that come in any order, onto a stack that is slow, refuses for now and answers late or from
-// inside the call: once everything is answered, its rows are those of the documents.
+// Documents that come in any order, onto a stack that is slow, refuses for now and answers late or
+// from inside the call: once everything is answered, its rows are those of the documents.
 #include <map>
 
 #include "tests/models/random_run.h"
