@@ -6,22 +6,14 @@
 // come, so they are not filtered out.
 #include "vantacore/dc_interface_console_command.h"
 
+#include "src/values/row_codes.h"
 #include "stack/sms.h"
 #include "vantacore/dc_rtm_mgr.h"
+#include "walk_answers.h"
 
 namespace Tarsel {
 
 namespace {
-
-constexpr unsigned int RESULT_ROW = 1;
-constexpr unsigned int RESULT_END_OF_TABLE = 7;
-
-// Display's answers.
-constexpr unsigned int NEXT_ROW = 1;
-constexpr unsigned int END_COMMAND = 0;
-constexpr unsigned int END_WALK = 256;
-
-constexpr std::uint32_t OPER_UP = 1;
 
 bool IsRowOrEnd(unsigned int result) {
   return result == RESULT_ROW || result == RESULT_END_OF_TABLE;

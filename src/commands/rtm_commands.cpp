@@ -15,16 +15,11 @@
 #include "vantacore/dc_interface_mgr.h"
 #include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/two_columns_formatter.h"
+#include "walk_answers.h"
 
 namespace Tarsel {
 
 namespace {
-
-constexpr unsigned int RESULT_ROW = 1;
-
-// Display's answers.
-constexpr unsigned int NEXT_ROW = 1;
-constexpr unsigned int END_COMMAND = 0;
 
 // The usage texts name the options by longer words than those that are taken.
 const char ROUTE_USAGE[] =

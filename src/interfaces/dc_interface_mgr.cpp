@@ -14,17 +14,11 @@
 #include <map>
 
 #include "address_events.h"
+#include "src/values/row_codes.h"
 
 namespace Tarsel {
 
 namespace {
-
-constexpr unsigned int ROW_ACTIVE = 1;
-constexpr unsigned int ROW_CREATE_AND_GO = 4;
-constexpr unsigned int ROW_DESTROY = 6;
-
-constexpr std::uint32_t STATUS_UP = 1;
-constexpr std::uint32_t STATUS_DOWN = 2;
 
 // The only VLAN for whose interfaces types are answered.
 constexpr unsigned short TYPE_VLAN = 1;
@@ -98,7 +92,7 @@ void DcInterfaceMgr::AddInterface(unsigned short vlan, unsigned int ifIndex, con
 }
 
 void DcInterfaceMgr::RemoveInterface(unsigned short vlan, unsigned int ifIndex, const char* name) {
-  SetInterfaceStatus(vlan, ifIndex, name, ROW_DESTROY, STATUS_DOWN, 0, 0, 0);
+  SetInterfaceStatus(vlan, ifIndex, name, ROW_DESTROY, OPER_DOWN, 0, 0, 0);
   const auto record = m_tables->interfaces.find(IpInterface::Key{vlan, ifIndex});
   if (record != m_tables->interfaces.end()) {
     m_tables->indexByName.erase(record->second.name);
@@ -107,16 +101,16 @@ void DcInterfaceMgr::RemoveInterface(unsigned short vlan, unsigned int ifIndex, 
 }
 
 void DcInterfaceMgr::SetInterfaceUp(unsigned short vlan, unsigned int ifIndex, const char* name) {
-  SetInterfaceStatus(vlan, ifIndex, name, ROW_ACTIVE, STATUS_UP, 0, 0, 0);
+  SetInterfaceStatus(vlan, ifIndex, name, ROW_ACTIVE, OPER_UP, 0, 0, 0);
   if (IpInterface* record = Find(vlan, ifIndex)) {
-    record->status = STATUS_UP;
+    record->status = OPER_UP;
   }
 }
 
 void DcInterfaceMgr::SetInterfaceDown(unsigned short vlan, unsigned int ifIndex, const char* name) {
-  SetInterfaceStatus(vlan, ifIndex, name, ROW_ACTIVE, STATUS_DOWN, 0, 0, 0);
+  SetInterfaceStatus(vlan, ifIndex, name, ROW_ACTIVE, OPER_DOWN, 0, 0, 0);
   if (IpInterface* record = Find(vlan, ifIndex)) {
-    record->status = STATUS_DOWN;
+    record->status = OPER_DOWN;
   }
 }
 

@@ -1,14 +1,9 @@
 #include <cstring>
 
+#include "src/values/row_codes.h"
 #include "vantacore/dc_interface_mgr.h"
 
 namespace Tarsel {
-
-namespace {
-
-constexpr std::uint32_t STATUS_DOWN = 2;
-
-}  // namespace
 
 bool IpInterface::Key::NameCompare(const Key& a, const Key& b) {
   return a.vlan != b.vlan ? a.vlan < b.vlan : a.ifIndex < b.ifIndex;
@@ -25,7 +20,7 @@ IpInterface::IpInterface(const Key& key_, const char* name_, DcInterfaceMgr::Int
       ifIndex(key_.ifIndex),
       name(name_),
       type(type_),
-      status(STATUS_DOWN),
+      status(OPER_DOWN),
       // At least 0 buckets: as many as the container starts with by itself.
       prefixes(0, &IpInterface::Ip6PrefixHash) {}
 

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "src/pipeline/queues.h"
+#include "src/values/row_codes.h"
 #include "stack/sms.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_interface_mgr.h"
@@ -16,9 +17,6 @@
 namespace Tarsel {
 
 namespace {
-
-constexpr int TYPE_IPV4 = 1;
-constexpr int TYPE_IPV6 = 2;
 
 // The IPv6 instance never sees an interface as unnumbered.
 constexpr unsigned int FLAG_UNNUMBERED = 0x20;

@@ -19,16 +19,8 @@ void LeaveRing(CfgNode* node) {
   node->sameNext->samePrev = node->samePrev;
 }
 
-// How many bytes of an item are fetched ahead. The head holds the state and, for all kinds of items
-// that there are, the sub-identifiers in use: all that a search looks at. An item that is about to be
-// deleted is fetched as a whole, because the allocator hands its memory out for the next item, which is
-// then filled.
-constexpr std::size_t CACHE_LINE = 64;
-constexpr std::size_t ITEM_HEAD = 3 * CACHE_LINE;
-constexpr std::size_t ITEM_SIZE = 10 * CACHE_LINE;
-
 void FetchAhead(const CfgItem* item, std::size_t from, std::size_t to) {
-  for (std::size_t offset = from; offset < to; offset += CACHE_LINE) {
+  for (std::size_t offset = from; offset < to; offset += CfgBucket::CACHE_LINE) {
     __builtin_prefetch(reinterpret_cast<const char*>(item) + offset);
   }
 }

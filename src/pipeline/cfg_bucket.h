@@ -2,6 +2,7 @@
 #ifndef CFG_BUCKET_H
 #define CFG_BUCKET_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "node_pool.h"
@@ -31,6 +32,14 @@ struct CfgNode {
 /// last is tried before the table, and its item is fetched ahead.
 class CfgBucket {
  public:
+  // How many bytes of an item are fetched ahead. The head holds what a search looks at: the state and
+  // the first sub-identifiers. An item that is about to be deleted is fetched as a whole, because the
+  // allocator hands its memory out for the next item, which is then filled. Other sizes would only
+  // cost time; those who define items check theirs against these.
+  static constexpr std::size_t CACHE_LINE = 64;
+  static constexpr std::size_t ITEM_HEAD = 3 * CACHE_LINE;
+  static constexpr std::size_t ITEM_SIZE = 10 * CACHE_LINE;
+
   /// A row's identity; refers to the identifier that it was made from.
   struct Row {
     explicit Row(const MibOid& oid_)

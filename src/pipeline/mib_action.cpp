@@ -7,15 +7,13 @@
 
 #include "src/values/instance.h"
 #include "src/values/mask.h"
+#include "src/values/row_codes.h"
 #include "stack/sms.h"
 #include "tarsel/trace.h"
 
 namespace Tarsel {
 
 namespace {
-
-constexpr int TYPE_IPV4 = 1;
-constexpr int TYPE_IPV6 = 2;
 
 unsigned short InstanceOf(std::uint32_t vlan, bool isIp6) {
   return InstanceOfVlan(static_cast<unsigned short>(vlan), isIp6);

@@ -9,14 +9,13 @@
 #include <cstring>
 
 #include "host/dc_console.h"
+#include "src/values/row_codes.h"
 #include "tarsel/trace.h"
 #include "vantacore/config_parser.h"
 
 namespace Tarsel {
 
 namespace {
-
-constexpr int TYPE_IPV4 = 1;
 
 bool IsSameRoute(const CfgRouteEntry& entry, int type, const void* dest, unsigned int prefixLen,
                  const void* gateway) {

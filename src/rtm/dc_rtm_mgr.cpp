@@ -15,6 +15,7 @@
 #include <new>
 
 #include "src/values/instance.h"
+#include "src/values/row_codes.h"
 #include "stack/sms.h"
 #include "tarsel/trace.h"
 
@@ -35,13 +36,6 @@ enum EntityWord {
   WORD_DEAD_TIMER = 28,
   WORD_FAMILY = 30
 };
-
-constexpr std::uint32_t ROW_ACTIVE = 1;
-constexpr std::uint32_t ROW_DESTROY = 6;
-constexpr std::uint32_t ADMIN_UP = 1;
-constexpr std::uint32_t ADMIN_DOWN = 2;
-constexpr std::uint32_t FAMILY_IPV4 = 1;
-constexpr std::uint32_t FAMILY_IPV6 = 2;
 
 // The distances in the order in which the document is read.
 struct DistanceKey {
@@ -166,7 +160,7 @@ bool DcRtmMgr::CreateRTMInstance(unsigned short vlan, int proto, RTMData const& 
   amb_cipr_rtm_entity row = MakeActiveRow(instance, ipv6, data);
   row.word[WORD_BGP_FIRST] = data.ibgp;
   row.word[WORD_BGP_SECOND] = data.ebgp;
-  row.word[WORD_FAMILY] = ipv6 ? FAMILY_IPV6 : FAMILY_IPV4;
+  row.word[WORD_FAMILY] = ipv6 ? TYPE_IPV6 : TYPE_IPV4;
   sms_act_rtm(&row);
   return true;
 }

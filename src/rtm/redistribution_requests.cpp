@@ -3,6 +3,7 @@
 #include <new>
 
 #include "requests.h"
+#include "src/values/row_codes.h"
 #include "tarsel/trace.h"
 #include "vantacore/cfg_items.h"
 #include "vantacore/cfg_sched.h"
@@ -11,11 +12,6 @@
 namespace Tarsel {
 
 namespace {
-
-constexpr int ROW_ACTIVE = 1;
-constexpr int ROW_DESTROY = 6;
-constexpr unsigned int ADMIN_UP = 1;
-constexpr unsigned int ADMIN_DOWN = 2;
 
 constexpr OutcomeTexts REDISTRIBUTION_TEXTS = {"Redistribution Request Success\n",
                                                "Redistribution Request Not success!! Retrying...\n",

@@ -3,13 +3,12 @@
 #include "requests.h"
 
 #include "src/pipeline/queues.h"
+#include "src/values/row_codes.h"
 #include "tarsel/trace.h"
 
 namespace Tarsel {
 
 namespace {
-
-constexpr int ROW_DESTROY = 6;
 
 constexpr unsigned int STATUS_DONE = 1;
 constexpr unsigned int STATUS_RETRY = 5;

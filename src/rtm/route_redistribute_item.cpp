@@ -1,6 +1,7 @@
 #include <new>
 
 #include "host/dc_console.h"
+#include "item_identifier.h"
 #include "redistribution_destination.h"
 #include "src/pipeline/queues.h"
 #include "stack/sms.h"
@@ -12,6 +13,9 @@
 namespace Tarsel {
 
 namespace {
+
+// Table, instance, source and destination.
+static_assert(IsFetchedAhead<RouteRedistributeItem>(4));
 
 void BuildOid(MibOid& oid, std::uint32_t instance, std::int32_t source, std::int32_t destination) {
   unsigned int subIds[SMS_OID_MAX];
@@ -52,7 +56,7 @@ bool RouteRedistributeItem::RemoveOnNotReady() const {
 }
 
 const MibOid& RouteRedistributeItem::GetOid() {
-  if (m_oid.GetLength() == 0) {
+  if (!IsBuilt(m_oid)) {
     BuildOid(m_oid, m_instance, m_source, m_destination);
   }
   return m_oid;

@@ -2,7 +2,9 @@
 #include <new>
 
 #include "host/dc_console.h"
+#include "item_identifier.h"
 #include "src/pipeline/queues.h"
+#include "src/values/row_codes.h"
 #include "stack/sms.h"
 #include "vantacore/cfg_items.h"
 #include "vantacore/config_parser.h"
@@ -14,7 +16,9 @@ namespace Tarsel {
 
 namespace {
 
-constexpr int TYPE_IPV4 = 1;
+// An IPv4 route's identifier has 13 sub-identifiers. An IPv6 route's has 37: they reach beyond the
+// head.
+static_assert(IsFetchedAhead<StaticRouteItem>(13));
 
 // A null address leaves `to` all zero, as it is: a stack may answer without a next hop.
 void CopyAddress(unsigned char* to, const unsigned char* from, int type) {
@@ -61,11 +65,9 @@ bool StaticRouteItem::CfgListReady() {
 
 bool StaticRouteItem::CfgItemReady() { return CfgListReady(); }
 
-// Nothing that goes into the identifier ever changes, so it is built once. One that has been built
-// starts with the number of its table; the length, which alone would tell, lies half a kilobyte
-// behind, in memory that a search among many items would fetch for nothing else.
+// Nothing that goes into the identifier ever changes, so it is built once.
 const MibOid& StaticRouteItem::GetOid() {
-  if (m_oid.GetSubIds()[0] == 0 && m_oid.GetLength() == 0) {
+  if (!IsBuilt(m_oid)) {
     unsigned int subIds[SMS_OID_MAX];
     const unsigned int count =
         sms_get_route_oid(subIds, GetInstance(), m_type, m_dest,

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "requests.h"
+#include "src/values/row_codes.h"
 #include "tarsel/trace.h"
 #include "vantacore/cfg_items.h"
 #include "vantacore/cfg_sched.h"
@@ -13,9 +14,6 @@
 namespace Tarsel {
 
 namespace {
-
-constexpr int TYPE_IPV4 = 1;
-constexpr int TYPE_IPV6 = 2;
 
 constexpr OutcomeTexts ROUTE_TEXTS = {"Route Programmed Successfully\n",
                                       "Route Not programmed!!! Retrying...\n",

@@ -2,14 +2,12 @@
 #include "vantacore/static_routes.h"
 
 #include "src/values/mask.h"
+#include "src/values/row_codes.h"
 #include "vantacore/dc_rtm_mgr.h"
 
 namespace Tarsel {
 
 namespace {
-
-enum RowStatus : unsigned { ROW_ACTIVE = 1, ROW_DESTROY = 6 };
-enum AdminStatus : unsigned { ADMIN_UP = 1, ADMIN_DOWN = 2 };
 
 // What a request carries beside the route's name. Metric and type are 0 unless a route is added.
 struct Change {
