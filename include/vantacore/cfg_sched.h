@@ -93,6 +93,9 @@ class VANTACORE_API CfgItem {
 /// stopped. The one scheduler of the process is a member of DcRouterMgr.
 class VANTACORE_API CfgSched : public PeriodicTimer {
  public:
+  /// The timer's period.
+  static constexpr unsigned int TICKS_BETWEEN_PASSES = 100;
+
   CfgSched();
   /// Deletes the buckets and the items in them.
   ~CfgSched() override;

@@ -24,7 +24,6 @@ namespace Tarsel {
 
 namespace {
 
-constexpr unsigned int TICKS = 100;
 constexpr unsigned int EXAMINED_PER_PASS = 31;
 constexpr std::uint32_t MAX_RETRIES = 9;
 constexpr unsigned int STATUS_SUCCESS = 1;
@@ -90,7 +89,7 @@ void CfgSched::Insert(CfgKey key, CfgItem* item) {
     bucket->Append(item, row, last);
   }
   if (!IsRunning()) {
-    Start(TICKS);
+    Start(TICKS_BETWEEN_PASSES);
   }
 }
 
