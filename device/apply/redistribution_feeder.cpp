@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "vantacore/cfg_sched.h"
 #include "vantacore/dc_router_base.h"
 #include "vantacore/dc_rtm_mgr.h"
 
@@ -11,8 +12,6 @@ using Tarsel::DcRouterMgr;
 using Tarsel::DcRtmMgr;
 
 namespace {
-
-constexpr unsigned int SCHEDULER_PERIOD_TICKS = 100;
 
 intent::Sources SourcesIn(const intent::Rules& rules, const intent::Destination& destination) {
   const auto found = rules.find(destination);
@@ -111,7 +110,7 @@ void RedistributionFeeder::WatchOrRest() {
   if (m_waiting.empty()) {
     m_timer.Stop();
   } else if (!m_timer.IsRunning()) {
-    m_timer.Start(SCHEDULER_PERIOD_TICKS);
+    m_timer.Start(Tarsel::CfgSched::TICKS_BETWEEN_PASSES);
   }
 }
 

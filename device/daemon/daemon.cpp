@@ -29,7 +29,6 @@ namespace {
 // Shown by default, like the library's own lines about configuration that cannot be used.
 void Log(const std::string& line) { Tarsel::TRACE("%s\n", line.c_str()); }
 
-constexpr std::uint64_t SCHEDULER_PERIOD_TICKS = 100;
 constexpr std::uint64_t QUIET_PERIODS = 3;
 
 std::uint64_t NowMilliseconds() { return uv_hrtime() / 1000000; }
@@ -134,7 +133,7 @@ loop::Activity Daemon::RequestActivity() {
   return {[this] { return m_stack.GetFacts().CountRequests(); },
           [this] { return !m_stack.IsIdle(); },
           [] {
-            return QUIET_PERIODS * SCHEDULER_PERIOD_TICKS *
+            return QUIET_PERIODS * Tarsel::CfgSched::TICKS_BETWEEN_PASSES *
                    Tarsel::TimerLoop::GetTickMicroseconds() / 1000;
           }};
 }

@@ -9,6 +9,7 @@
 #include "device/loop/settled_wait.h"
 #include "device/stack/facts.h"
 #include "device/stack/routing_stack.h"
+#include "vantacore/cfg_sched.h"
 
 namespace test_support {
 
@@ -17,7 +18,10 @@ inline loop::Activity ActivityOf(const routing_stack::RoutingStack& stack,
                                  std::function<bool()> isBusy = {}) {
   return {[&stack] { return stack.GetFacts().CountRequests(); },
           [&stack, isBusy = std::move(isBusy)] { return !stack.IsIdle() || (isBusy && isBusy()); },
-          [] { return 300 * Tarsel::TimerLoop::GetTickMicroseconds() / 1000; }};
+          [] {
+            return 3 * Tarsel::CfgSched::TICKS_BETWEEN_PASSES *
+                   Tarsel::TimerLoop::GetTickMicroseconds() / 1000;
+          }};
 }
 
 }  // namespace test_support
