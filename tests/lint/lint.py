@@ -68,7 +68,9 @@ def is_below(name, prefix):
 
 
 def folder_of(name, table):
-    """The row that covers a file: the folder itself (with '*' filled in) and what it may include."""
+    """The row that covers a file: the folder itself (with '*' filled in) and what it may include.
+
+    A row that names the file adds to that of its folder."""
     best = None
     for row, targets in table.items():
         parts = row.split('/')
@@ -78,7 +80,7 @@ def folder_of(name, table):
             rank = (len(parts), '*' not in row)
             if best is None or rank > best[0]:
                 best = (rank, folder, targets)
-    return best and best[1:]
+    return best and (best[1], best[2] + table.get(name, []))
 
 
 def resolve(root, name, included):

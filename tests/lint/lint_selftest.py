@@ -20,6 +20,7 @@ DOCUMENT = """\
     platform/*    ->
     device/*      -> include
     device/stack  -> platform/tarsel
+    device/stack/levers.cpp -> include/vantacore/list.h
 <!-- end of arrows -->
 <!-- headers -->
     src/lists     -> list.h
@@ -127,6 +128,13 @@ class Arrows(LintTest):
 
     def test_the_special_row_wins_over_the_general_one(self):
         self.refuses('arrows', 'device/stack/a.cpp', '#include "vantacore/list.h"\n',
+                     'which device/stack may not include')
+
+    def test_a_row_for_one_file_adds_to_its_folders_row(self):
+        self.repository.write('platform/tarsel/base.h', GOOD)
+        self.accepts('arrows', 'device/stack/levers.cpp',
+                     '#include "tarsel/base.h"\n#include "vantacore/list.h"\n')
+        self.refuses('arrows', 'device/stack/levers.h', '#include "vantacore/list.h"\n',
                      'which device/stack may not include')
 
     def test_outside_library_where_no_row_allows_it(self):
