@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "device/program/printable.h"
+#include "host_console.h"
 #include "vantacore/config_parser.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_console_command.h"
@@ -28,15 +29,14 @@ using Tarsel::DcRouterMgr;
 struct Dispatcher::Call {
   Words words;
   std::size_t at;  // the word whose turn it is
-  unsigned short& vlan;
-  const std::shared_ptr<RunningCommand>& invocation;
+  const std::shared_ptr<RunningCommand>& command;
   Reply reply;
-  bool hasConsole = false;  // which will end the invocation
+  bool hasConsole = false;  // which will end the command
 
   const std::string& Current() const { return words[at]; }
   std::size_t CountAfter() const { return words.size() - at - 1; }
   const std::string& Next() const { return words[at + 1]; }
-  void Write(const std::string& text) const { invocation->Write(text); }
+  void Write(const std::string& text) const { command->Write(text); }
   Words Until(std::size_t end) const { return {words.begin(), words.begin() + end}; }
 };
 
@@ -112,15 +112,15 @@ std::string Joined(const Words& words) {
 
 // Runs `handler` with a console of its own and with words that it may change.
 template <class Handler>
-void WithConsole(const std::shared_ptr<RunningCommand>& invocation, Words words, Handler handler) {
+void WithConsole(const std::shared_ptr<RunningCommand>& command, Words words, Handler handler) {
   std::vector<char*> argv;
   for (std::string& word : words) {
     argv.push_back(&word[0]);
   }
   argv.push_back(nullptr);
-  DcConsole* console = new HostConsole(invocation);
+  DcConsole* console = new HostConsole(command);
   handler(console, static_cast<int>(words.size()), argv.data());
-  if (!invocation->isDeleted && !DcConsoleCommand::Owns(console)) {
+  if (!command->HasLostConsole() && !DcConsoleCommand::Owns(console)) {
     delete console;
   }
 }
@@ -134,16 +134,16 @@ void Walk(DcConsoleCommand* command, int argc, char** argv) {
 }
 
 // Reads the id of a VLAN that exists, or says why there is none.
-bool ReadVlan(const std::string& text, const std::string& usage, const RunningCommand& invocation,
-              Reply& reply, unsigned short& vlan) {
+bool ReadVlan(const std::string& text, const std::string& usage, RunningCommand& command,
+              unsigned short& vlan) {
   unsigned int number = 0;
   if (text.empty() || !Tarsel::ParseNumber(&number, text.c_str()) || number > 65535) {
-    invocation.Write("Usage: " + usage + "\n");
+    command.Write("Usage: " + usage + "\n");
     return false;
   }
   if (DcRouterMgr::GetInstance()->GetVlans().count(static_cast<unsigned short>(number)) == 0) {
-    invocation.Write("VLAN " + std::to_string(number) + " is not present\n");
-    reply.isRefused = true;
+    command.Write("VLAN " + std::to_string(number) + " is not present\n");
+    command.Refuse();
     return false;
   }
   vlan = static_cast<unsigned short>(number);
@@ -160,10 +160,10 @@ Words Dispatcher::Split(const std::string& line) {
   return {std::istream_iterator<std::string>(stream), {}};
 }
 
-Reply Dispatcher::Execute(const std::string& line, unsigned short& vlan,
-                          const std::shared_ptr<RunningCommand>& invocation) const {
-  Call call{Split(line), 0, vlan, invocation, {}};
-  invocation->vlan = vlan;
+Reply Dispatcher::Execute(const std::string& line,
+                          const std::shared_ptr<RunningCommand>& command) const {
+  Call call{Split(line), 0, command, {}};
+  call.reply.vlan = command->GetVlan();
   if (line.find('\0') != std::string::npos) {  // handlers take C texts
     call.Write("There is a NUL in " + Quote(line) + "\n");
     call.reply.isUnknown = true;
@@ -171,7 +171,7 @@ Reply Dispatcher::Execute(const std::string& line, unsigned short& vlan,
     Run(call);
   }
   if (!call.hasConsole) {
-    invocation->End();
+    command->End();
   }
   return call.reply;
 }
@@ -256,17 +256,13 @@ void Dispatcher::Help(Call& call) const {
 void Dispatcher::Quit(Call& call) const { call.reply.isQuit = true; }
 
 void Dispatcher::Vrf(Call& call) const {
-  ReadVlan(call.CountAfter() == 1 ? call.Next() : "", "vrf <vid>", *call.invocation, call.reply,
-           call.vlan);
+  ReadVlan(call.CountAfter() == 1 ? call.Next() : "", "vrf <vid>", *call.command, call.reply.vlan);
 }
 
 void Dispatcher::Reload(Call& call) const {
   program::Report asker;
-  if (!call.invocation->seesLog) {
-    asker = [invocation = call.invocation](const std::string& line) {
-      invocation->isRefused = true;
-      invocation->Write(line);
-    };
+  if (!call.command->SeesLog()) {
+    asker = [command = call.command](const std::string& line) { command->Complain(line); };
   }
   m_reload(std::move(asker));
   call.reply.hasChanged = true;
@@ -287,7 +283,7 @@ void Dispatcher::Ip(Call& call) const {
     return;
   }
   call.hasConsole = true;
-  WithConsole(call.invocation, {call.words.begin() + call.at, call.words.end()},
+  WithConsole(call.command, {call.words.begin() + call.at, call.words.end()},
               [&](DcConsole* console, int argc, char** argv) {
                 found->second.handler(nullptr, console, argc, argv);
               });
@@ -308,7 +304,7 @@ void Dispatcher::Rtm(Call& call) const {
   }
   const bool ip6 = call.CountAfter() > 0 && call.Next() == "ipv6";
   call.hasConsole = true;
-  WithConsole(call.invocation, {call.words.begin() + call.at + (ip6 ? 2 : 1), call.words.end()},
+  WithConsole(call.command, {call.words.begin() + call.at + (ip6 ? 2 : 1), call.words.end()},
               [&](DcConsole* console, int argc, char** argv) {
                 const int family =
                     ip6 ? Tarsel::DcRtmMgr::PROTO_IPV6 : Tarsel::DcRtmMgr::PROTO_IPV4;
@@ -326,15 +322,15 @@ void Dispatcher::Rtm(Call& call) const {
 void Dispatcher::Interface(Call& call) const {
   const bool ip6 = call.Current() == "interface6";
   const std::string usage = call.Current() + " [vrf <vid>]";
-  unsigned short vlan = call.vlan;
+  unsigned short vlan = call.command->GetVlan();
   if (call.CountAfter() > 0) {
     const bool isChosen = call.CountAfter() == 2 && call.Next() == "vrf";
-    if (!ReadVlan(isChosen ? call.words.back() : "", usage, *call.invocation, call.reply, vlan)) {
+    if (!ReadVlan(isChosen ? call.words.back() : "", usage, *call.command, vlan)) {
       return;
     }
   }
   call.hasConsole = true;
-  WithConsole(call.invocation, {}, [&](DcConsole* console, int argc, char** argv) {
+  WithConsole(call.command, {}, [&](DcConsole* console, int argc, char** argv) {
     Walk(new Tarsel::DcInterfaceConsoleCommand(console, vlan, ip6), argc, argv);
   });
 }
@@ -354,9 +350,11 @@ void Dispatcher::Lab(Call& call) const {
     return;
   }
   const LabReply reply =
-      m_lab.Execute({call.words.begin() + call.at + 1, call.words.end()}, call.vlan);
+      m_lab.Execute({call.words.begin() + call.at + 1, call.words.end()}, call.command->GetVlan());
   call.Write(reply.text);
-  call.reply.isRefused = !reply.text.empty();  // one that is carried out prints nothing
+  if (!reply.text.empty()) {  // one that is carried out prints nothing
+    call.command->Refuse();
+  }
   call.reply.hasChanged = reply.hasChanged;
   if (reply.unknownAt != std::string::npos) {
     call.at += 1 + reply.unknownAt;

@@ -8,15 +8,15 @@
 #include <vector>
 
 #include "device/program/report.h"
-#include "host_console.h"
 #include "lab.h"
+#include "running_command.h"
 
 namespace console {
 
-/// What became of a line at once; its output may still be on the way (RunningCommand::over).
+/// What became of a line at once; its output may still be on the way (RunningCommand::IsOver).
 struct Reply {
+  unsigned short vlan = 0;  // the session's from now on
   bool isUnknown = false;   // a word is known neither here nor in the library's registries
-  bool isRefused = false;   // understood, but it cannot be done
   bool hasChanged = false;  // it may take a while until the effect is there
   bool isQuit = false;
 };
@@ -30,10 +30,9 @@ class Dispatcher {
   /// complains of; `lab` is borrowed.
   Dispatcher(std::function<void(program::Report asker)> reload, console::Lab& lab);
 
-  /// Carries out a line for a session whose VLAN is `vlan`; the line may change it. All output goes
-  /// to the invocation, which is over when the command is; an empty line is over at once.
-  Reply Execute(const std::string& line, unsigned short& vlan,
-                const std::shared_ptr<RunningCommand>& invocation) const;
+  /// Carries out a line. All output goes to `command`, which ends when the line has been carried out;
+  /// an empty line ends at once.
+  Reply Execute(const std::string& line, const std::shared_ptr<RunningCommand>& command) const;
 
   /// The words that may stand behind `before`, as far as they are known, and begin with `begun`.
   static Words Complete(Words before, const std::string& begun);

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <string>
 #include <utility>
 
 #include "tarsel/trace.h"
@@ -36,24 +37,10 @@ __attribute__((format(printf, 1, 0))) std::string Format(const char* format,
 
 }  // namespace
 
-void RunningCommand::Write(const std::string& text) const {
-  if (write) {
-    write(text);
-  }
-}
-
-void RunningCommand::End() {
-  if (!std::exchange(isOver, true) && over) {
-    over();
-  }
-}
-
-HostConsole::HostConsole(std::shared_ptr<RunningCommand> invocation)
-    : m_invocation(std::move(invocation)) {}
+HostConsole::HostConsole(std::shared_ptr<RunningCommand> command) : m_command(std::move(command)) {}
 
 HostConsole::~HostConsole() {
-  m_invocation->isDeleted = true;
-  Guard([this] { m_invocation->End(); });
+  Guard([this] { m_command->LoseConsole(); });
 }
 
 void HostConsole::Print(const char* format, ...) {
@@ -64,17 +51,17 @@ void HostConsole::Print(const char* format, ...) {
 }
 
 void HostConsole::VPrint(const char* format, std::va_list arguments) {
-  Guard([&] { m_invocation->Write(Format(format, arguments)); });
+  Guard([&] { m_command->Write(Format(format, arguments)); });
 }
 
 void HostConsole::PrintError(const char* text) {
-  Guard([&] { m_invocation->Write(text); });
+  Guard([&] { m_command->Write(text); });
 }
 
 void HostConsole::CommandEnd() {
-  Guard([this] { m_invocation->End(); });
+  Guard([this] { m_command->End(); });
 }
 
-unsigned short HostConsole::GetVlan(int, char**) { return m_invocation->vlan; }
+unsigned short HostConsole::GetVlan(int, char**) { return m_command->GetVlan(); }
 
 }  // namespace console

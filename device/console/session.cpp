@@ -19,9 +19,8 @@ Session::Session(const SessionContext& context, unsigned short vlan)
 Session::~Session() { Detach(); }
 
 void Session::Detach() {
-  if (m_invocation) {
-    m_invocation->write = nullptr;
-    m_invocation->over = nullptr;
+  if (m_command) {
+    m_command->Detach();
   }
 }
 
@@ -32,17 +31,17 @@ void Session::Execute(const std::string& line) {
   m_isImpatient = false;
   m_hasSettled = true;
   m_reply = {};
-  m_invocation = std::make_shared<RunningCommand>();
-  m_invocation->write = [this](const std::string& text) { Write(text); };
-  m_invocation->seesLog = SeesLog();
-  m_invocation->over = [this] { m_wake.Post([this] { Over(); }); };
+  m_command = std::make_shared<RunningCommand>(
+      m_vlan, SeesLog(), [this](const std::string& text) { Write(text); },
+      [this] { m_wake.Post([this] { Over(); }); });
   try {
-    m_reply = m_context.dispatcher.Execute(line, m_vlan, m_invocation);
+    m_reply = m_context.dispatcher.Execute(line, m_command);
+    m_vlan = m_reply.vlan;
   } catch (const std::bad_alloc&) {
     throw;  // the library may have been left in the middle of a change
   } catch (const std::exception& problem) {
-    Write(std::string(problem.what()) + "\n");
-    m_reply.isRefused = true;
+    m_command->Write(std::string(problem.what()) + "\n");
+    m_command->Refuse();
     Interrupt();
   }
 }
@@ -52,7 +51,7 @@ bool Session::Interrupt() {
     return false;
   }
   m_isImpatient = true;
-  if (!m_invocation->isOver) {
+  if (!m_command->IsOver()) {
     Detach();
     m_wake.Post([this] { Over(); });
   } else {

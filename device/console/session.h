@@ -63,7 +63,7 @@ class Session {
   bool Interrupt();
   /// What became of the last line.
   const Reply& GetReply() const { return m_reply; }
-  bool WasRefused() const { return m_reply.isRefused || (m_invocation && m_invocation->isRefused); }
+  bool WasRefused() const { return m_command && m_command->WasRefused(); }
   bool HasSettled() const { return m_hasSettled; }
   bool HadUnknownWord() const { return m_hadUnknownWord; }
 
@@ -75,7 +75,7 @@ class Session {
   const SessionContext m_context;
   unsigned short m_vlan;
   loop::Task m_wake;
-  std::shared_ptr<RunningCommand> m_invocation;
+  std::shared_ptr<RunningCommand> m_command;
   Reply m_reply;
   bool m_hadUnknownWord = false;
   bool m_hasSettled = true;

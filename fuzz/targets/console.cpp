@@ -8,6 +8,7 @@
 #include "device/console/dispatcher.h"
 
 #include "device/base/timer_loop.h"
+#include "device/console/host_console.h"
 #include "device/documents/device_document.h"
 #include "fuzz/support/bytes.h"
 #include "fuzz/support/check.h"
@@ -61,19 +62,18 @@ void ForRoutes(bool add) {
 }
 
 // The words of a command that no tree names; the console stays here.
-void ExecuteDirectly(const console::Words& words, const std::shared_ptr<RunningCommand>& invocation,
-                     unsigned short vlan) {
+void ExecuteDirectly(const console::Words& words, const std::shared_ptr<RunningCommand>& command) {
   console::Words rest(words.begin() + 1, words.end());
   std::vector<char*> argv;
   for (std::string& word : rest) argv.push_back(&word[0]);
   argv.push_back(nullptr);
   const int argc = static_cast<int>(rest.size());
   if (words[0] == "ips") {
-    console::HostConsole console(invocation);
+    console::HostConsole console(command);
     Device::Get().Manager().ConCmdIpsTrace(&console, argc, argv.data());
   } else {
-    Device::Get().Manager().BgpPeerAct(vlan, argc, argv.data());
-    invocation->End();
+    Device::Get().Manager().BgpPeerAct(command->GetVlan(), argc, argv.data());
+    command->End();
   }
 }
 
@@ -88,19 +88,19 @@ class Session {
   }
 
   void Execute(const std::string& line) {
-    auto invocation = std::make_shared<RunningCommand>();
-    invocation->write = [](const std::string& text) { Device::Get().Note(text); };
-    invocation->over = [] { Device::Get().Note("over"); };
+    auto command = std::make_shared<RunningCommand>(
+        m_vlan, true, [](const std::string& text) { Device::Get().Note(text); },
+        [] { Device::Get().Note("over"); });
     const console::Words words = console::Dispatcher::Split(line);
     if (words.empty()) {
       Device::Get().loop.AdvanceMilliseconds(10);
     } else if (words[0] == "ips" || words[0] == "peers") {
-      ExecuteDirectly(words, invocation, m_vlan);
-      Check(invocation->isOver, "a direct command that is not over: " + line);
+      ExecuteDirectly(words, command);
+      Check(command->IsOver(), "a direct command that is not over: " + line);
     } else {
       console::Dispatcher::Complete({words.begin(), words.end() - 1}, words.back());
-      m_dispatcher.Execute(line, m_vlan, invocation);
-      m_invocations.push_back(std::move(invocation));
+      m_vlan = m_dispatcher.Execute(line, command).vlan;
+      m_commands.push_back(std::move(command));
     }
   }
 
@@ -116,9 +116,9 @@ class Session {
     device.Control().Restart();
     device.Align();
     Check(device.Settle(), "the device does not come to rest");
-    for (const auto& invocation : m_invocations) {
-      Check(invocation->isOver, "a command that is not over");
-      Check(invocation.use_count() == 1, "a console that was not deleted");
+    for (const auto& command : m_commands) {
+      Check(command->IsOver(), "a command that is not over");
+      Check(command.use_count() == 1, "a console that was not deleted");
     }
     m_state.Apply({}, {10, 20});
     device.Withdraw("vlans.json", Tarsel::DclConfigObject::VLAN_OPTIONS);
@@ -133,7 +133,7 @@ class Session {
   console::Dispatcher m_dispatcher{[](const program::Report&) { Device::Get().Note("reload"); },
                                    m_lab};
   unsigned short m_vlan = 10;
-  std::vector<std::shared_ptr<RunningCommand>> m_invocations;
+  std::vector<std::shared_ptr<RunningCommand>> m_commands;
 };
 
 void Run(const std::vector<std::string>& lines) {

@@ -35,17 +35,17 @@ class Dispatcher : public test_support::DeviceFixture {
   Reply Execute(const std::string& line) {
     output.clear();
     overs = 0;
-    invocation = std::make_shared<RunningCommand>();
-    invocation->seesLog = seesLog;
-    invocation->write = [this](const std::string& text) { output += text; };
-    invocation->over = [this] { ++overs; };
-    return dispatcher.Execute(line, vlan, invocation);
+    command = std::make_shared<RunningCommand>(
+        vlan, seesLog, [this](const std::string& text) { output += text; }, [this] { ++overs; });
+    const Reply reply = dispatcher.Execute(line, command);
+    vlan = reply.vlan;
+    return reply;
   }
-  // Of all but a reload a console is the only other holder of its invocation.
-  bool ConsoleIsGone() const { return invocation.use_count() == 1; }
+  // Of all but a reload a console is the only other holder of its command.
+  bool ConsoleIsGone() const { return command.use_count() == 1; }
   void ExpectOver() const {
     EXPECT_EQ(overs, 1);
-    EXPECT_TRUE(invocation->isOver);
+    EXPECT_TRUE(command->IsOver());
     EXPECT_TRUE(ConsoleIsGone());
   }
 
@@ -61,7 +61,7 @@ class Dispatcher : public test_support::DeviceFixture {
                                  },
                                  lab};
   unsigned short vlan = 10;
-  std::shared_ptr<RunningCommand> invocation;
+  std::shared_ptr<RunningCommand> command;
   std::string output;
   int overs = 0;
 };
@@ -160,11 +160,11 @@ TEST_F(Dispatcher, TellsWhatAReloadComplainsOfWhereTheLogIsNotSeen) {
   seesLog = false;
   Execute("reload");
   ASSERT_TRUE(asker);
-  EXPECT_FALSE(invocation->isRefused);
+  EXPECT_FALSE(command->WasRefused());
   asker("vlans.json: broken\n");
   asker("device.json: broken\n");
   EXPECT_EQ(output, "vlans.json: broken\ndevice.json: broken\n");
-  EXPECT_TRUE(invocation->isRefused);
+  EXPECT_TRUE(command->WasRefused());
 }
 
 TEST_F(Dispatcher, ChangesTheSessionsVlan) {
@@ -230,8 +230,7 @@ TEST_F(Dispatcher, FindsACommandGoneWhenTheStackAnswersAtOnce) {
 
 TEST_F(Dispatcher, LetsAWalkRunOutWhenItsSessionHasGone) {
   Execute("ip protocol database");
-  invocation->write = nullptr;
-  invocation->over = nullptr;
+  command->Detach();
   ASSERT_TRUE(Settle());
   EXPECT_EQ(output, "");
   EXPECT_EQ(overs, 0);
@@ -279,11 +278,11 @@ TEST_F(Dispatcher, ShowsTheInterfacesOfAVlan) {
       {"interface6", "  10          3       eth0     UP   9000      B 2001:db8::1/64\n"},
       {"show interface vrf 20", "  20          4       eth1   DOWN   1500      M \n"},
   };
-  for (const auto& command : commands) {
-    EXPECT_FALSE(Execute(command.line).isUnknown);
-    EXPECT_EQ(overs, 0) << command.line;
+  for (const auto& shown : commands) {
+    EXPECT_FALSE(Execute(shown.line).isUnknown);
+    EXPECT_EQ(overs, 0) << shown.line;
     ASSERT_TRUE(Settle());
-    EXPECT_EQ(output, head + command.rows + "End of Table\n") << command.line;
+    EXPECT_EQ(output, head + shown.rows + "End of Table\n") << shown.line;
     ExpectOver();
   }
 }
@@ -348,14 +347,14 @@ TEST_F(Dispatcher, CompletesWords) {
 }
 
 TEST_F(Dispatcher, TellsWhatItRefusesFromWhatNobodyUnderstands) {
-  EXPECT_TRUE(Execute("vrf 30").isRefused);
-  EXPECT_TRUE(Execute("interface vrf 30").isRefused);
-  EXPECT_TRUE(Execute("lab interface eth7 down").isRefused);
-  EXPECT_FALSE(Execute("vrf 20").isRefused);
-  EXPECT_FALSE(Execute("vrf").isRefused);
-  EXPECT_FALSE(Execute("foo").isRefused);
-  EXPECT_FALSE(Execute("lab").isRefused);
-  EXPECT_FALSE(Execute("lab tick normal").isRefused);
+  for (const char* line : {"vrf 30", "interface vrf 30", "lab interface eth7 down"}) {
+    Execute(line);
+    EXPECT_TRUE(command->WasRefused()) << line;
+  }
+  for (const char* line : {"vrf 20", "vrf", "foo", "lab", "lab tick normal"}) {
+    Execute(line);
+    EXPECT_FALSE(command->WasRefused()) << line;
+  }
 }
 
 }  // namespace

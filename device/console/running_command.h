@@ -1,0 +1,65 @@
+// One command that is being carried out.
+#ifndef DEVICE_CONSOLE_RUNNING_COMMAND_H
+#define DEVICE_CONSOLE_RUNNING_COMMAND_H
+
+#include <functional>
+#include <string>
+
+namespace console {
+
+/// Shared by the session that waits for the command, the dispatcher, the console that the library
+/// prints to, and a reload that may complain later. It may outlive its session: a walk that has begun
+/// runs to its end. Each operation names its one caller. Not for several threads.
+class RunningCommand {
+ public:
+  /// Takes a piece of output. Called from the depth of the library.
+  using Take = std::function<void(const std::string& text)>;
+  /// Told once that the command is over, from inside whatever ended it.
+  using Over = std::function<void()>;
+
+  /// For a session whose VLAN is `vlan`. `seesLog`: the operator sees the daemon's log, so nothing of
+  /// it has to be written here as well.
+  RunningCommand(unsigned short vlan, bool seesLog, Take take, Over over);
+  RunningCommand(const RunningCommand&) = delete;
+  RunningCommand& operator=(const RunningCommand&) = delete;
+
+  unsigned short GetVlan() const { return m_vlan; }
+  bool SeesLog() const { return m_seesLog; }
+
+  /// Output of whoever carries the command out: the dispatcher, and after it the console. Lost when
+  /// the session has detached.
+  void Write(const std::string& text);
+  /// The command was understood, but it cannot be done. By the dispatcher, or by the session when the
+  /// command has thrown.
+  void Refuse() { m_isRefused = true; }
+  /// What a reload complains of, one line. The command is refused then, even if it is over already and
+  /// only its effect is waited for. By the reload.
+  void Complain(const std::string& line);
+
+  /// The command is over. By the dispatcher when no console was needed, else by the console. Only the
+  /// first call counts.
+  void End();
+  bool IsOver() const { return m_isOver; }
+
+  /// The console has been deleted, by whoever had it, and the command is over. By the console.
+  void LoseConsole();
+  bool HasLostConsole() const { return m_hasLostConsole; }
+
+  /// The session wants to hear no more: output is lost, and nobody is told of the end. By the session,
+  /// from inside a Take or an Over too.
+  void Detach();
+  bool WasRefused() const { return m_isRefused; }
+
+ private:
+  const unsigned short m_vlan;
+  const bool m_seesLog;
+  Take m_take;  // empty after Detach
+  Over m_over;  // so too
+  bool m_isRefused = false;
+  bool m_isOver = false;
+  bool m_hasLostConsole = false;
+};
+
+}  // namespace console
+
+#endif

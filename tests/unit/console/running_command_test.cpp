@@ -1,0 +1,100 @@
+#include "device/console/running_command.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "device/console/host_console.h"
+
+namespace {
+
+using console::HostConsole;
+
+class RunningCommand : public testing::Test {
+ protected:
+  std::string output;
+  int overs = 0;
+  std::shared_ptr<console::RunningCommand> command = std::make_shared<console::RunningCommand>(
+      10, false, [this](const std::string& text) { output += text; }, [this] { ++overs; });
+};
+
+TEST_F(RunningCommand, EndsOnce) {
+  EXPECT_FALSE(command->IsOver());
+  command->End();
+  EXPECT_TRUE(command->IsOver());
+  EXPECT_EQ(overs, 1);
+  command->End();
+  EXPECT_EQ(overs, 1);
+}
+
+TEST_F(RunningCommand, EndsWithItsConsole) {
+  auto* console = new HostConsole(command);
+  EXPECT_EQ(console->GetVlan(0, nullptr), 10);
+  console->Print("%s %d, ", "row", 1);
+  console->PrintError("row 2");
+  EXPECT_EQ(output, "row 1, row 2");
+  EXPECT_FALSE(command->IsOver());
+  EXPECT_FALSE(command->HasLostConsole());
+  delete console;
+  EXPECT_TRUE(command->HasLostConsole());
+  EXPECT_TRUE(command->IsOver());
+  EXPECT_EQ(overs, 1);
+}
+
+TEST_F(RunningCommand, EndsBeforeItsConsoleWhenThatIsToldSo) {
+  auto* console = new HostConsole(command);
+  console->CommandEnd();
+  EXPECT_TRUE(command->IsOver());
+  EXPECT_FALSE(command->HasLostConsole());
+  delete console;
+  EXPECT_TRUE(command->HasLostConsole());
+  EXPECT_EQ(overs, 1);
+}
+
+TEST_F(RunningCommand, RunsOnUnheardWhenItsSessionHasDetached) {
+  command->Write("row 1");
+  command->Detach();
+  command->Write("row 2");
+  EXPECT_FALSE(command->IsOver());
+  command->End();
+  EXPECT_TRUE(command->IsOver());
+  EXPECT_EQ(output, "row 1");
+  EXPECT_EQ(overs, 0);
+}
+
+TEST_F(RunningCommand, LetsItsSessionDetachFromInside) {
+  console::RunningCommand* running = nullptr;
+  int taken = 0;
+  const auto count = std::make_shared<int>(0);
+  console::RunningCommand own(
+      10, true,
+      [&taken, &running, count](const std::string&) {
+        running->Detach();
+        taken += 1 + *count;  // what the function holds is there until it returns
+      },
+      {});
+  running = &own;
+  own.Write("row 1");
+  own.Write("row 2");
+  EXPECT_EQ(taken, 1);
+  own.End();
+  EXPECT_TRUE(own.IsOver());
+}
+
+TEST_F(RunningCommand, IsRefusedByALateComplaint) {
+  command->End();
+  EXPECT_FALSE(command->WasRefused());
+  command->Complain("vlans.json: broken\n");
+  EXPECT_TRUE(command->WasRefused());
+  EXPECT_EQ(output, "vlans.json: broken\n");
+}
+
+TEST_F(RunningCommand, IsRefusedByAComplaintThatNobodyReads) {
+  command->Detach();
+  command->Complain("vlans.json: broken\n");
+  EXPECT_TRUE(command->WasRefused());
+  EXPECT_EQ(output, "");
+}
+
+}  // namespace
