@@ -7,10 +7,10 @@
 #include <iostream>
 #include <string>
 
+#include "command_line.h"
 #include "connection.h"
 #include "device/editor/line_editor.h"
 #include "device/program/standard_streams.h"
-#include "options.h"
 
 namespace {
 
@@ -57,14 +57,14 @@ Code Converse(Connection& connection) {
   return code;
 }
 
-Code Run(const client::Options& options) {
-  Connection connection(options.timeoutSeconds);
-  Code code = connection.Open(options.socketPath);
+Code Run(const client::CommandLine& line) {
+  Connection connection(line.timeoutSeconds);
+  Code code = connection.Open(line.socketPath);
   if (!connection.IsOver() && !connection.WasInterrupted()) {
-    if (!options.hasCommand && isatty(STDIN_FILENO)) {
+    if (!line.hasCommand && isatty(STDIN_FILENO)) {
       return Converse(connection);
     }
-    code = options.hasCommand ? connection.Execute(options.command) : ExecuteLines(connection);
+    code = line.hasCommand ? connection.Execute(line.command) : ExecuteLines(connection);
   }
   if (connection.WasInterrupted()) {
     EndAsInterrupted();
@@ -82,11 +82,11 @@ Code Check(Code code) {
 int main(int argc, char** argv) {
   program::OpenMissingStreams();
   try {
-    client::Options options;
-    if (const auto ending = client::ParseOptions(argc, argv, options)) {
+    client::CommandLine line;
+    if (const auto ending = client::ParseCommandLine(argc, argv, line)) {
       return program::PrintEnding("vantacorectl", *ending);
     }
-    return static_cast<int>(Check(Run(options)));
+    return static_cast<int>(Check(Run(line)));
   } catch (const std::exception& problem) {
     std::fprintf(stderr, "vantacorectl: %s\n", problem.what());
     return static_cast<int>(Code::REFUSED);

@@ -1,6 +1,6 @@
 // The client's command line.
-#ifndef DEVICE_CLIENT_OPTIONS_H
-#define DEVICE_CLIENT_OPTIONS_H
+#ifndef DEVICE_CLIENT_COMMAND_LINE_H
+#define DEVICE_CLIENT_COMMAND_LINE_H
 
 #include <optional>
 #include <string>
@@ -9,15 +9,15 @@
 
 namespace client {
 
-struct Options {
+struct CommandLine {
   std::string socketPath;
   int timeoutSeconds = 10;
   std::string command;  // from the words
   bool hasCommand = false;
 };
 
-/// Fills `options`, or answers how the process is to end.
-std::optional<program::Ending> ParseOptions(int argc, char** argv, Options& options);
+/// Fills `line`, or answers how the process is to end.
+std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLine& line);
 
 }  // namespace client
 

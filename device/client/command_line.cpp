@@ -1,4 +1,4 @@
-#include "options.h"
+#include "command_line.h"
 
 #include "device/program/printable.h"
 
@@ -22,40 +22,38 @@ constexpr const char* HELP =
 
 enum : int { SOCKET = 1, TIMEOUT };
 
-std::string Take(int number, const char* value, Options& options) {
+std::string Take(int number, const char* value, CommandLine& line) {
   if (number == SOCKET) {
-    options.socketPath = value;
+    line.socketPath = value;
     return {};
   }
   long seconds = 0;
   if (!program::ReadNumber(value, 1, 3600, seconds)) {
     return "--timeout takes a number from 1 to 3600, not " + program::Quote(value);
   }
-  options.timeoutSeconds = static_cast<int>(seconds);
+  line.timeoutSeconds = static_cast<int>(seconds);
   return {};
 }
 
 }  // namespace
 
-std::optional<program::Ending> ParseOptions(int argc, char** argv, Options& options) {
+std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLine& line) {
   // The command's words may look like options: ours end where it begins.
   const program::Usage usage = {"vantacorectl",
                                 HELP,
                                 {{"socket", required_argument, nullptr, SOCKET},
                                  {"timeout", required_argument, nullptr, TIMEOUT}},
                                 true};
-  const auto take = [&options](int number, const char* value) {
-    return Take(number, value, options);
-  };
+  const auto take = [&line](int number, const char* value) { return Take(number, value, line); };
   if (auto ending = program::ReadOptions(usage, argc, argv, take)) {
     return ending;
   }
-  if (options.socketPath.empty()) {
+  if (line.socketPath.empty()) {
     return program::UsageError(usage, "--socket PATH is missing");
   }
   for (int at = optind; at < argc; ++at) {
-    options.command += (at == optind ? "" : " ") + std::string(argv[at]);
-    options.hasCommand = true;
+    line.command += (at == optind ? "" : " ") + std::string(argv[at]);
+    line.hasCommand = true;
   }
   return std::nullopt;
 }
