@@ -13,21 +13,7 @@ using Tarsel::DcRtmMgr;
 
 namespace {
 
-intent::Sources SourcesIn(const intent::Rules& rules, const intent::Destination& destination) {
-  const auto found = rules.find(destination);
-  return found == rules.end() ? 0 : found->second;
-}
-
-void SetSources(intent::Rules& rules, const intent::Destination& destination,
-                intent::Sources sources) {
-  if (sources != 0) {
-    rules[destination] = sources;
-  } else {
-    rules.erase(destination);
-  }
-}
-
-// Asks for each of `sources` to be handed on, or no longer. The number of requests.
+// Asks for each of `sources` to be handed on, or no longer. Returns how many requests that took.
 std::size_t Ask(const intent::Destination& destination, intent::Sources sources, bool isWanted) {
   const int family = destination.ip6 ? DcRtmMgr::PROTO_IPV6 : DcRtmMgr::PROTO_IPV4;
   const unsigned short instance =
@@ -67,19 +53,13 @@ std::size_t RedistributionFeeder::Push(const intent::Rules& wanted) {
 }
 
 std::size_t RedistributionFeeder::Withdraw(const intent::Rules& wanted) {
-  intent::Rules staying;
-  for (const auto& [destination, sources] : m_wanted) {
-    SetSources(staying, destination, sources & SourcesIn(wanted, destination));
-  }
-  return Push(staying);
+  return Push(intent::FindStayingRules(m_wanted, wanted));
 }
 
 // Of a VLAN that has gone there is nothing left to withdraw. A protocol that is disabled cannot be
 // asked for anything; what it still has is withdrawn when it is enabled again. One that is enabled
 // and not ready may have lost what it was asked for, so all that it is to have is asked for again.
 std::size_t RedistributionFeeder::Look(const intent::Destination& destination) {
-  const intent::Sources wanted = SourcesIn(m_wanted, destination);
-  const intent::Sources asked = SourcesIn(m_asked, destination);
   const Tarsel::DcRouterBase* router = DcRouterMgr::GetInstance()->GetDcRouterByVID(
       destination.vlan, intent::RouterTypeOf(destination));
   m_waiting.erase(destination);
@@ -87,15 +67,27 @@ std::size_t RedistributionFeeder::Look(const intent::Destination& destination) {
     m_asked.erase(destination);
     return 0;
   }
+  const intent::RuleChange change = intent::PlanRule(m_asked, m_wanted, destination);
   if (!router->IsReady()) {
-    SetSources(m_asked, destination, asked & ~wanted);
-    if (router->IsEnabled() && (wanted | asked) != 0) {
+    const bool isConcerned = m_asked.count(destination) + m_wanted.count(destination) != 0;
+    if (router->IsEnabled() && isConcerned) {
       m_waiting.insert(destination);
     }
+    SetAsked(destination, change.withdraw);
     return 0;
   }
-  SetSources(m_asked, destination, wanted);
-  return Ask(destination, asked & ~wanted, false) + Ask(destination, wanted & ~asked, true);
+  const auto wanted = m_wanted.find(destination);
+  SetAsked(destination, wanted == m_wanted.end() ? 0 : wanted->second);
+  return Ask(destination, change.withdraw, false) + Ask(destination, change.add, true);
+}
+
+void RedistributionFeeder::SetAsked(const intent::Destination& destination,
+                                    intent::Sources sources) {
+  if (sources != 0) {
+    m_asked[destination] = sources;
+  } else {
+    m_asked.erase(destination);
+  }
 }
 
 void RedistributionFeeder::LookAgain(unsigned int, void*) {

@@ -35,6 +35,7 @@ class RedistributionFeeder {
 
  private:
   std::size_t Look(const intent::Destination& destination);
+  void SetAsked(const intent::Destination& destination, intent::Sources sources);
   void LookAgain(unsigned int, void*);
   void WatchOrRest();
 

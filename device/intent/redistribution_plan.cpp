@@ -42,7 +42,28 @@ Sources Without(Sources sources, std::uint32_t code) {
   return sources;
 }
 
+Sources SourcesIn(const Rules& rules, const Destination& destination) {
+  const auto found = rules.find(destination);
+  return found == rules.end() ? 0 : found->second;
+}
+
 }  // namespace
+
+RuleChange PlanRule(const Rules& present, const Rules& wanted, const Destination& destination) {
+  const Sources have = SourcesIn(present, destination);
+  const Sources want = SourcesIn(wanted, destination);
+  return {have & ~want, want & ~have};
+}
+
+Rules FindStayingRules(const Rules& present, const Rules& wanted) {
+  Rules staying;
+  for (const auto& [destination, sources] : present) {
+    if (const Sources both = sources & SourcesIn(wanted, destination)) {
+      staying.emplace(destination, both);
+    }
+  }
+  return staying;
+}
 
 DcRouterMgr::ProtocolType RouterTypeOf(const Destination& destination) {
   for (const Protocol& protocol : DESTINATIONS) {

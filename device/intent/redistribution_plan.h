@@ -44,6 +44,17 @@ using Rules = std::map<Destination, Sources>;
 /// The router that answers for a destination.
 Tarsel::DcRouterMgr::ProtocolType RouterTypeOf(const Destination& destination);
 
+/// What has to be asked so that the sources of one destination become the wanted ones.
+struct RuleChange {
+  Sources withdraw = 0;
+  Sources add = 0;
+};
+
+RuleChange PlanRule(const Rules& present, const Rules& wanted, const Destination& destination);
+
+/// The rules that are in both: what stays of `present` when everything else is withdrawn.
+Rules FindStayingRules(const Rules& present, const Rules& wanted);
+
 /// Both families of each VLAN with a profile: whatever the profile hands on goes to every enabled
 /// protocol, but no protocol's routes to itself.
 Rules PlanRules(const documents::Profiles& profiles, const documents::ProtocolSets& enabled);
