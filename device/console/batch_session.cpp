@@ -38,7 +38,7 @@ void BatchSession::Ready() {
 }
 
 int BatchSession::GetExitStatus() const {
-  return HadUnknownWord() ? program::EXIT_USAGE : program::EXIT_DONE;
+  return HadUsage() ? program::EXIT_USAGE : program::EXIT_DONE;
 }
 
 }  // namespace console

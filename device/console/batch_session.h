@@ -8,8 +8,8 @@
 namespace console {
 
 /// Waits for things to settle, then carries out one line after another. The process ends with the
-/// input: with 0, or with program::EXIT_USAGE when a word was unknown; or with program::EXIT_FAILED as soon as
-/// output cannot be written.
+/// input. Its status is program::EXIT_USAGE if a line was Result::USAGE, else 0. It ends with
+/// program::EXIT_FAILED as soon as output cannot be written or input cannot be read.
 class BatchSession : public Session {
  public:
   BatchSession(const SessionContext& context, unsigned short vlan);

@@ -166,7 +166,7 @@ Reply Dispatcher::Execute(const std::string& line,
   call.reply.vlan = command->GetVlan();
   if (line.find('\0') != std::string::npos) {  // handlers take C texts
     call.Write("There is a NUL in " + Quote(line) + "\n");
-    call.reply.isUnknown = true;
+    call.command->Misunderstand();
   } else if (!call.words.empty()) {
     Run(call);
   }
@@ -198,7 +198,7 @@ void Dispatcher::Unknown(Call& call) {
                             : Quote(Joined(before)) + " is understood, " + Quote(call.Current()) +
                                   " behind it is not.");
   call.Write(" Possible: " + Joined(Following(before)) + "\n");
-  call.reply.isUnknown = true;
+  call.command->Misunderstand();
 }
 
 Words Dispatcher::Following(Words before) {

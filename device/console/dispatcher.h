@@ -16,7 +16,6 @@ namespace console {
 /// What became of a line at once; its output may still be on the way (RunningCommand::IsOver).
 struct Reply {
   unsigned short vlan = 0;  // the session's from now on
-  bool isUnknown = false;   // a word is known neither here nor in the library's registries
   bool hasChanged = false;  // it may take a while until the effect is there
   bool isQuit = false;
 };

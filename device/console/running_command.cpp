@@ -1,14 +1,26 @@
 #include "running_command.h"
 
+#include <string_view>
 #include <utility>
 
 namespace console {
 
+namespace {
+
+constexpr std::string_view USAGE = "Usage: ";
+
+}  // namespace
+
 RunningCommand::RunningCommand(unsigned short vlan, bool seesLog, Take take, Over over)
     : m_vlan(vlan), m_seesLog(seesLog), m_take(std::move(take)), m_over(std::move(over)) {}
 
-// A copy is called: the session may detach meanwhile.
 void RunningCommand::Write(const std::string& text) {
+  m_begin.append(text, 0, USAGE.size() - m_begin.size());
+  Hand(text);
+}
+
+// A copy is called: the session may detach meanwhile.
+void RunningCommand::Hand(const std::string& text) const {
   if (const Take take = m_take) {
     take(text);
   }
@@ -16,7 +28,7 @@ void RunningCommand::Write(const std::string& text) {
 
 void RunningCommand::Complain(const std::string& line) {
   m_isRefused = true;
-  Write(line);
+  Hand(line);
 }
 
 void RunningCommand::End() {
@@ -34,6 +46,13 @@ void RunningCommand::LoseConsole() {
 void RunningCommand::Detach() {
   m_take = nullptr;
   m_over = nullptr;
+}
+
+Result RunningCommand::GetResult() const {
+  if (m_isMisunderstood || m_begin == USAGE) {
+    return Result::USAGE;
+  }
+  return m_isRefused ? Result::REFUSED : Result::DONE;
 }
 
 }  // namespace console

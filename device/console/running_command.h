@@ -7,6 +7,13 @@
 
 namespace console {
 
+/// How a command went, as far as the host can tell.
+enum class Result {
+  DONE,
+  REFUSED,  // understood, but it cannot be done
+  USAGE,    // a word was not understood
+};
+
 /// Shared by the session that waits for the command, the dispatcher, the console that the library
 /// prints to, and a reload that may complain later. It may outlive its session: a walk that has begun
 /// runs to its end. Each operation names its one caller. Not for several threads.
@@ -29,6 +36,8 @@ class RunningCommand {
   /// Output of whoever carries the command out: the dispatcher, and after it the console. Lost when
   /// the session has detached.
   void Write(const std::string& text);
+  /// A word of the line is not understood. By the dispatcher.
+  void Misunderstand() { m_isMisunderstood = true; }
   /// The command was understood, but it cannot be done. By the dispatcher, or by the session when the
   /// command has thrown.
   void Refuse() { m_isRefused = true; }
@@ -48,13 +57,22 @@ class RunningCommand {
   /// The session wants to hear no more: output is lost, and nobody is told of the end. By the session,
   /// from inside a Take or an Over too.
   void Detach();
-  bool WasRefused() const { return m_isRefused; }
+
+  /// The library's handlers return nothing and print a usage text when they take no word. So the rule,
+  /// for the host's own commands as well: what has misunderstood a word, or has begun its output with
+  /// "Usage: ", is USAGE, even if it was refused as well. Complaints are not such output. To be asked
+  /// when the command is over; a complaint may still change DONE into REFUSED.
+  Result GetResult() const;
 
  private:
+  void Hand(const std::string& text) const;
+
   const unsigned short m_vlan;
   const bool m_seesLog;
-  Take m_take;  // empty after Detach
-  Over m_over;  // so too
+  Take m_take;          // empty after Detach
+  Over m_over;          // so too
+  std::string m_begin;  // of the output, as much as tells a usage text
+  bool m_isMisunderstood = false;
   bool m_isRefused = false;
   bool m_isOver = false;
   bool m_hasLostConsole = false;

@@ -62,7 +62,7 @@ bool Session::Interrupt() {
 
 void Session::Over() {
   Flush();
-  m_hadUnknownWord |= m_reply.isUnknown;
+  m_hadUsage |= GetResult() == Result::USAGE;
   if (m_hasLeft) {
     return;
   }

@@ -61,11 +61,12 @@ class Session {
   /// A command that is still going on loses its output and is over for this session; one whose effect
   /// is waited for is over without it. False when none is.
   bool Interrupt();
-  /// What became of the last line.
-  const Reply& GetReply() const { return m_reply; }
-  bool WasRefused() const { return m_command && m_command->WasRefused(); }
+  /// How the last line went; DONE before the first. RunningCommand has the rule, and every kind of
+  /// session goes by it.
+  Result GetResult() const { return m_command ? m_command->GetResult() : Result::DONE; }
   bool HasSettled() const { return m_hasSettled; }
-  bool HadUnknownWord() const { return m_hadUnknownWord; }
+  /// Whether a line of this session was USAGE.
+  bool HadUsage() const { return m_hadUsage; }
 
  private:
   void Over();
@@ -77,7 +78,7 @@ class Session {
   loop::Task m_wake;
   std::shared_ptr<RunningCommand> m_command;
   Reply m_reply;
-  bool m_hadUnknownWord = false;
+  bool m_hadUsage = false;
   bool m_hasSettled = true;
   bool m_isBusy = false;       // a line is being carried out, or its effect waited for
   bool m_isImpatient = false;  // the operator has interrupted the line

@@ -17,8 +17,6 @@ namespace console {
 
 namespace {
 
-constexpr const char* USAGE = "Usage: ";
-constexpr std::size_t USAGE_SIZE = 7;
 // Commands that a client sends ahead wait in the socket beyond this.
 constexpr std::size_t READ_AHEAD = 16 * 1024;
 constexpr std::size_t SEND_AT_ONCE_FROM = 64 * 1024;
@@ -49,9 +47,6 @@ void SocketSession::Ready() {
 }
 
 void SocketSession::Write(const std::string& text) {
-  if (m_begin.size() < USAGE_SIZE) {
-    m_begin += text.substr(0, USAGE_SIZE);
-  }
   m_queue.Add(text);
   if (m_queue.CountWaiting() > SEND_AT_ONCE_FROM) {
     m_queue.Send(m_socket.Get());
@@ -59,13 +54,14 @@ void SocketSession::Write(const std::string& text) {
   Watch();
 }
 
-// The library's handlers return nothing, so only what they print tells that they took no word.
 wire::Code SocketSession::GetCode() const {
-  if (GetReply().isUnknown || m_begin.compare(0, USAGE_SIZE, USAGE) == 0) {
-    return wire::Code::USAGE;
-  }
-  if (WasRefused()) {
-    return wire::Code::REFUSED;
+  switch (GetResult()) {
+    case Result::USAGE:
+      return wire::Code::USAGE;
+    case Result::REFUSED:
+      return wire::Code::REFUSED;
+    case Result::DONE:
+      break;
   }
   return HasSettled() ? wire::Code::DONE : wire::Code::TIMED_OUT;
 }
@@ -135,7 +131,6 @@ void SocketSession::Take(const wire::Message& message) {
     return;  // clients have nothing to print here
   }
   m_isRunning = true;
-  m_begin.clear();
   Execute(message.text);
 }
 

@@ -49,7 +49,6 @@ class SocketSession : public Session {
   wire::Decoder m_decoder;
   std::optional<wire::Message> m_next;  // a command that has to wait
   OutputQueue m_queue;
-  std::string m_begin;  // of the running command's output, to tell a usage text
   std::string m_lastReply;
   int m_watched = 0;
   bool m_isRunning = false;

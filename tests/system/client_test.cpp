@@ -11,9 +11,11 @@
 
 namespace {
 
+using system_test::Arguments;
 using system_test::Client;
 using system_test::DaemonProcess;
 using system_test::Result;
+using system_test::RunDaemon;
 using system_test::SlowDaemon;
 using testing::HasSubstr;
 using testing::Not;
@@ -46,6 +48,21 @@ TEST_F(Client, EndsWithTheReplysCode) {
   EXPECT_EQ(Run({"reload"}).status, 0);
   EXPECT_EQ(Run({"quit"}).status, 0);
   EXPECT_EQ(Run({std::string(wire::MAX_TEXT + 1, 'x')}).status, 1);
+  ExpectHealthyDaemon();
+}
+
+TEST_F(Client, AgreesWithAPipeOnWhatIsNotUnderstood) {
+  StartDaemon();
+  for (const Arguments& words :
+       {Arguments{"vrf"}, Arguments{"interface", "vrf"}, Arguments{"ip", "protocol", "ips"},
+        Arguments{"ip", "bgp", "vrf"}, Arguments{"ip", "foo"}}) {
+    std::string line;
+    for (const std::string& word : words) {
+      line += word + " ";
+    }
+    EXPECT_EQ(Run(words).status, 2) << line;
+    EXPECT_EQ(RunDaemon({"--config", folder.Path(), "--tick-us", "100"}, line).status, 2) << line;
+  }
   ExpectHealthyDaemon();
 }
 
@@ -194,17 +211,17 @@ TEST_F(Client, SendsNoCommandThatWasInterruptedBeforeTheDaemonWasReady) {
 TEST_F(Client, SaysThatItsOutputIsLost) {
   StartDaemon();
   const std::string full = system_test::WithStreams(">/dev/full", VANTACORECTL_COMMAND);
-  const Result lost = system_test::RunDaemon(With({"help"}), "", full);
+  const Result lost = RunDaemon(With({"help"}), "", full);
   EXPECT_EQ(lost.status, 1);
   EXPECT_EQ(lost.errors, "vantacorectl: standard output cannot be written\n");
-  EXPECT_EQ(system_test::RunDaemon(With({"foo"}), "", full).status, 2);
+  EXPECT_EQ(RunDaemon(With({"foo"}), "", full).status, 2);
   ExpectHealthyDaemon();
 }
 
 TEST_F(Client, SaysThatItsInputCannotBeRead) {
   StartDaemon();
   const Result unread =
-      system_test::RunDaemon(With({}), "", system_test::WithStreams("</", VANTACORECTL_COMMAND));
+      RunDaemon(With({}), "", system_test::WithStreams("</", VANTACORECTL_COMMAND));
   EXPECT_EQ(unread.status, 1);
   EXPECT_EQ(unread.errors, "vantacorectl: standard input cannot be read\n");
   ExpectHealthyDaemon();
@@ -214,7 +231,7 @@ TEST_F(Client, TellsTheDaemonNothingThatIsForClosedStreams) {
   StartDaemon();
   for (const char* closed : {">&-", "2>&-", ">&- 2>&-"}) {
     const std::string command = system_test::WithStreams(closed, VANTACORECTL_COMMAND);
-    EXPECT_EQ(system_test::RunDaemon(With({}), "help\nhelp\n", command).status, 0) << closed;
+    EXPECT_EQ(RunDaemon(With({}), "help\nhelp\n", command).status, 0) << closed;
   }
   ExpectHealthyDaemon();
 }

@@ -92,6 +92,18 @@ TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
   EXPECT_EQ(result.errors, "");
 }
 
+TEST_F(Console, TellsOfUsageTextsInItsExitStatus) {
+  for (const char* line : {"vrf", "interface vrf", "lab stack", "ip protocol ips", "ip bgp vrf",
+                           "ip protocol database proto isis"}) {
+    const Result result = Run(std::string(line) + "\nvrf 20\n");
+    EXPECT_THAT(result.output, StartsWith("Usage: ")) << line;
+    EXPECT_EQ(result.status, 2) << line;
+  }
+  const Result result = Run("vrf 30\nip protocol database vrf ten\n");
+  EXPECT_THAT(result.output, HasSubstr("\nUsage: "));
+  EXPECT_EQ(result.status, 0);
+}
+
 TEST_F(Console, ShowsTheInterfacesOfAVlan) {
   const Result result = Run("interface\nvrf 20\nshow interface6 vrf 10\ninterface\n");
   const std::string head =

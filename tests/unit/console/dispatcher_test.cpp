@@ -15,6 +15,7 @@
 namespace {
 
 using console::Reply;
+using console::Result;
 using console::RunningCommand;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -40,6 +41,11 @@ class Dispatcher : public test_support::DeviceFixture {
     const Reply reply = dispatcher.Execute(line, command);
     vlan = reply.vlan;
     return reply;
+  }
+  // How a line went, so far.
+  Result ResultOf(const std::string& line) {
+    Execute(line);
+    return command->GetResult();
   }
   // Of all but a reload a console is the only other holder of its command.
   bool ConsoleIsGone() const { return command.use_count() == 1; }
@@ -67,8 +73,7 @@ class Dispatcher : public test_support::DeviceFixture {
 };
 
 TEST_F(Dispatcher, DoesNothingForAnEmptyLine) {
-  const Reply reply = Execute("  \t ");
-  EXPECT_FALSE(reply.isUnknown);
+  EXPECT_EQ(ResultOf("  \t "), Result::DONE);
   EXPECT_EQ(output, "");
   ExpectOver();
 }
@@ -76,7 +81,7 @@ TEST_F(Dispatcher, DoesNothingForAnEmptyLine) {
 TEST_F(Dispatcher, TakesNoLineUpToANul) {
   for (const std::string& line : {std::string("vrf 20\0", 7), std::string("\0help", 5),
                                   std::string("ip protocol summary\0x", 21)}) {
-    EXPECT_TRUE(Execute(line).isUnknown);
+    EXPECT_EQ(ResultOf(line), Result::USAGE);
     EXPECT_EQ(output, "There is a NUL in " + program::Quote(line) + "\n");
     ExpectOver();
   }
@@ -98,7 +103,7 @@ TEST_F(Dispatcher, ListsItsWords) {
 }
 
 TEST_F(Dispatcher, ListsTheRegistries) {
-  EXPECT_FALSE(Execute("ip").isUnknown);
+  EXPECT_EQ(ResultOf("ip"), Result::DONE);
   EXPECT_EQ(output,
             "  ip bgp                              BGP4 Routing Configuration\n"
             "  ip igmp                             IGMP Routing Configuration\n"
@@ -112,24 +117,24 @@ TEST_F(Dispatcher, ListsTheRegistries) {
 }
 
 TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
-  EXPECT_TRUE(Execute("foo bar").isUnknown);
+  EXPECT_EQ(ResultOf("foo bar"), Result::USAGE);
   EXPECT_EQ(output,
             "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload lab "
             "help ? quit "
             "exit\n");
   ExpectOver();
-  EXPECT_TRUE(Execute("ip foo").isUnknown);
+  EXPECT_EQ(ResultOf("ip foo"), Result::USAGE);
   EXPECT_EQ(output,
             "\"ip\" is understood, \"foo\" behind it is not. Possible: bgp igmp ospf protocol "
             "rip\n");
   ExpectOver();
-  EXPECT_TRUE(Execute("show ip6 foo").isUnknown);
+  EXPECT_EQ(ResultOf("show ip6 foo"), Result::USAGE);
   EXPECT_EQ(output,
             "\"show ip6\" is understood, \"foo\" behind it is not. Possible: bgp ospf protocol "
             "rip\n");
-  EXPECT_TRUE(Execute("rtm foo").isUnknown);
+  EXPECT_EQ(ResultOf("rtm foo"), Result::USAGE);
   EXPECT_EQ(output, "\"rtm\" is understood, \"foo\" behind it is not. Possible: route rib\n");
-  EXPECT_TRUE(Execute("show quit").isUnknown);
+  EXPECT_EQ(ResultOf("show quit"), Result::USAGE);
   EXPECT_EQ(output,
             "\"show\" is understood, \"quit\" behind it is not. Possible: ip ip6 rtm "
             "interface interface6\n");
@@ -137,9 +142,9 @@ TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
 }
 
 TEST_F(Dispatcher, MatchesItsWordsWhole) {
-  EXPECT_TRUE(Execute("hel").isUnknown);
-  EXPECT_TRUE(Execute("IP").isUnknown);
-  EXPECT_TRUE(Execute("ip prot").isUnknown);
+  EXPECT_EQ(ResultOf("hel"), Result::USAGE);
+  EXPECT_EQ(ResultOf("IP"), Result::USAGE);
+  EXPECT_EQ(ResultOf("ip prot"), Result::USAGE);
 }
 
 TEST_F(Dispatcher, Quits) {
@@ -160,11 +165,11 @@ TEST_F(Dispatcher, TellsWhatAReloadComplainsOfWhereTheLogIsNotSeen) {
   seesLog = false;
   Execute("reload");
   ASSERT_TRUE(asker);
-  EXPECT_FALSE(command->WasRefused());
+  EXPECT_EQ(command->GetResult(), Result::DONE);
   asker("vlans.json: broken\n");
   asker("device.json: broken\n");
   EXPECT_EQ(output, "vlans.json: broken\ndevice.json: broken\n");
-  EXPECT_TRUE(command->WasRefused());
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
 }
 
 TEST_F(Dispatcher, ChangesTheSessionsVlan) {
@@ -175,7 +180,7 @@ TEST_F(Dispatcher, ChangesTheSessionsVlan) {
   Execute("vrf 30");
   EXPECT_EQ(output, "VLAN 30 is not present\n");
   for (const char* line : {"vrf", "vrf x", "vrf 10 20", "vrf 65546"}) {
-    EXPECT_FALSE(Execute(line).isUnknown);
+    EXPECT_EQ(ResultOf(line), Result::USAGE) << line;
     EXPECT_EQ(output, "Usage: vrf <vid>\n") << line;
   }
   EXPECT_EQ(vlan, 20);
@@ -186,7 +191,7 @@ TEST_F(Dispatcher, ChangesTheSessionsVlan) {
 TEST_F(Dispatcher, DeletesAConsoleThatAHandlerLeaves) {
   for (const char* line : {"ip protocol", "ip protocol pending-actions", "ip protocol ips status",
                            "ip6 rip", "ip bgp", "ip6 protocol"}) {
-    EXPECT_FALSE(Execute(line).isUnknown);
+    Execute(line);
     ExpectOver();
   }
   EXPECT_THAT(output, StartsWith("Usage: \n"));
@@ -246,7 +251,7 @@ TEST_F(Dispatcher, BindsCommandsToTheSessionsVlan) {
 }
 
 TEST_F(Dispatcher, ReportsWordsThatTheRtmCommandsRefuse) {
-  EXPECT_FALSE(Execute("rtm rib proto isis").isUnknown);
+  EXPECT_EQ(ResultOf("rtm rib proto isis"), Result::USAGE);
   EXPECT_THAT(output, StartsWith("Usage: rtm rib [vrf <vid>] "));
   ExpectOver();
   Execute("rtm");
@@ -279,7 +284,7 @@ TEST_F(Dispatcher, ShowsTheInterfacesOfAVlan) {
       {"show interface vrf 20", "  20          4       eth1   DOWN   1500      M \n"},
   };
   for (const auto& shown : commands) {
-    EXPECT_FALSE(Execute(shown.line).isUnknown);
+    EXPECT_EQ(ResultOf(shown.line), Result::DONE);
     EXPECT_EQ(overs, 0) << shown.line;
     ASSERT_TRUE(Settle());
     EXPECT_EQ(output, head + shown.rows + "End of Table\n") << shown.line;
@@ -289,7 +294,7 @@ TEST_F(Dispatcher, ShowsTheInterfacesOfAVlan) {
 
 TEST_F(Dispatcher, RefusesOtherWordsBehindInterface) {
   for (const char* words : {"vrf", "vrf x", "vrf 65546", "vrf 10 20", "eth0"}) {
-    EXPECT_FALSE(Execute(std::string("interface6 ") + words).isUnknown);
+    EXPECT_EQ(ResultOf(std::string("interface6 ") + words), Result::USAGE);
     EXPECT_EQ(output, "Usage: interface6 [vrf <vid>]\n") << words;
     ExpectOver();
   }
@@ -321,14 +326,14 @@ TEST_F(Dispatcher, HandsLabCommandsOn) {
 }
 
 TEST_F(Dispatcher, KeepsLabCommandsApart) {
-  EXPECT_TRUE(Execute("lab foo").isUnknown);
+  EXPECT_EQ(ResultOf("lab foo"), Result::USAGE);
   EXPECT_EQ(output,
             "\"lab\" is understood, \"foo\" behind it is not. Possible: interface address join "
             "leave stack tick\n");
   ExpectOver();
-  EXPECT_FALSE(Execute("lab stack hold on").isUnknown);
+  EXPECT_EQ(ResultOf("lab stack hold on"), Result::USAGE);
   EXPECT_EQ(output, "Usage: lab stack hold|release\n");
-  EXPECT_TRUE(Execute("show lab tick fast").isUnknown);
+  EXPECT_EQ(ResultOf("show lab tick fast"), Result::USAGE);
   EXPECT_THAT(console::Dispatcher::Complete({"lab", "stack"}, "re"),
               ElementsAre("refuse", "retry", "release", "restart"));
   EXPECT_THAT(console::Dispatcher::Complete({"show", "lab"}, ""), IsEmpty());
@@ -348,12 +353,16 @@ TEST_F(Dispatcher, CompletesWords) {
 
 TEST_F(Dispatcher, TellsWhatItRefusesFromWhatNobodyUnderstands) {
   for (const char* line : {"vrf 30", "interface vrf 30", "lab interface eth7 down"}) {
-    Execute(line);
-    EXPECT_TRUE(command->WasRefused()) << line;
+    EXPECT_EQ(ResultOf(line), Result::REFUSED) << line;
   }
-  for (const char* line : {"vrf 20", "vrf", "foo", "lab", "lab tick normal"}) {
-    Execute(line);
-    EXPECT_FALSE(command->WasRefused()) << line;
+  for (const char* line :
+       {"vrf", "vrf x", "foo", "ip foo", "interface vrf", "lab stack", "lab foo", "ip protocol ips",
+        "ip bgp vrf", "ip protocol database proto isis", "ip6 protocol"}) {
+    EXPECT_EQ(ResultOf(line), Result::USAGE) << line;
+  }
+  for (const char* line : {"", "vrf 20", "help", "lab", "lab tick normal", "ip protocol summary",
+                           "ip protocol database vrf 77", "ip protocol database vrf ten"}) {
+    EXPECT_EQ(ResultOf(line), Result::DONE) << line;
   }
 }
 

@@ -10,6 +10,7 @@
 namespace {
 
 using console::HostConsole;
+using console::Result;
 
 class RunningCommand : public testing::Test {
  protected:
@@ -84,17 +85,57 @@ TEST_F(RunningCommand, LetsItsSessionDetachFromInside) {
 
 TEST_F(RunningCommand, IsRefusedByALateComplaint) {
   command->End();
-  EXPECT_FALSE(command->WasRefused());
+  EXPECT_EQ(command->GetResult(), Result::DONE);
   command->Complain("vlans.json: broken\n");
-  EXPECT_TRUE(command->WasRefused());
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
   EXPECT_EQ(output, "vlans.json: broken\n");
 }
 
 TEST_F(RunningCommand, IsRefusedByAComplaintThatNobodyReads) {
   command->Detach();
   command->Complain("vlans.json: broken\n");
-  EXPECT_TRUE(command->WasRefused());
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
   EXPECT_EQ(output, "");
+}
+
+TEST_F(RunningCommand, IsUsageWhenItsOutputBeginsLikeThat) {
+  auto* console = new HostConsole(command);
+  for (const char* piece : {"", "Us", "age:", " ips [on|off]", "\nmore\n"}) {
+    EXPECT_EQ(command->GetResult(), Result::DONE);
+    console->Print("%s", piece);
+    if (output.size() >= 7) {
+      break;
+    }
+  }
+  EXPECT_EQ(command->GetResult(), Result::USAGE);
+  command->Refuse();
+  EXPECT_EQ(command->GetResult(), Result::USAGE);
+  delete console;
+}
+
+TEST_F(RunningCommand, IsNotUsageWhenThatComesLaterOrOtherwise) {
+  for (const char* text : {"Usage:\n ip protocol", "usage: ips", "Usage", " Usage: ips",
+                           "Invalid VLAN ID ten\nUsage: rtm rib", ""}) {
+    console::RunningCommand own(10, true, {}, {});
+    own.Write(text);
+    EXPECT_EQ(own.GetResult(), Result::DONE) << text;
+  }
+  command->Write("row 1\n");
+  command->Write("Usage: ips\n");
+  EXPECT_EQ(command->GetResult(), Result::DONE);
+}
+
+TEST_F(RunningCommand, IsUsageWhenItMisunderstoodAWord) {
+  command->Refuse();
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
+  command->Misunderstand();
+  EXPECT_EQ(command->GetResult(), Result::USAGE);
+}
+
+// A document may be named like this.
+TEST_F(RunningCommand, IsRefusedByAComplaintThatLooksLikeUsage) {
+  command->Complain("Usage: .json: broken\n");
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
 }
 
 }  // namespace
