@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <sstream>
 
 namespace client {
 
@@ -19,7 +20,18 @@ namespace {
 
 volatile std::sig_atomic_t g_isInterrupted = 0;
 
-void Print(const std::string& output) { std::fwrite(output.data(), 1, output.size(), stdout); }
+constexpr const char* NO_SIGN = "the daemon gives no sign";
+
+void Print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+std::vector<std::string> SplitLines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(line);
+  }
+  return lines;
+}
 
 /// While it lives the first interrupt is noted, and comes only where it is let in.
 class InterruptWatch {
@@ -75,11 +87,15 @@ wire::Code Connection::Open(const std::string& path) {
   }
   const timeval limit{m_timeoutSeconds, 0};
   setsockopt(m_fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-  if (connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+  int problem = 0;
+  do {
+    problem = connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  } while (problem != 0 && errno == EINTR);
+  if (problem != 0) {
     return Fail(errno == EAGAIN ? wire::Code::TIMED_OUT : wire::Code::UNREACHABLE,
                 path + ": " + std::strerror(errno));
   }
-  return Await(Print);
+  return AwaitAndPrint();
 }
 
 wire::Code Connection::Execute(const std::string& command) {
@@ -87,21 +103,26 @@ wire::Code Connection::Execute(const std::string& command) {
     std::fprintf(stderr, "vantacorectl: a command has %zu bytes at most\n", wire::MAX_TEXT);
     return wire::Code::REFUSED;
   }
-  if (!Send(wire::EncodeCommand(command))) {
-    return Fail(wire::Code::UNREACHABLE, "the daemon has gone");
-  }
-  return Await(Print);
+  return Send(wire::EncodeCommand(command)) ? AwaitAndPrint() : m_end;
 }
 
 std::vector<std::string> Connection::Complete(const std::string& begun) {
-  std::vector<std::string> words;
+  std::string words;
   if (!m_isOver && begun.size() <= wire::MAX_TEXT && Send(wire::EncodeCompletion(begun))) {
-    Await([&words](const std::string& line) { words.push_back(line.substr(0, line.size() - 1)); });
+    Await([&words](const std::string& output) { words += output; });
   }
-  return words;
+  if (m_isOver) {  // these are not words, but what the daemon had to say
+    Print(words.empty() ? "" : "\n" + words);
+    return {};
+  }
+  return SplitLines(words);
 }
 
-wire::Code Connection::Await(const std::function<void(const std::string& output)>& print) {
+wire::Code Connection::AwaitAndPrint() {
+  return Await([](const std::string& output) { Print(output); });
+}
+
+wire::Code Connection::Await(const std::function<void(const std::string& output)>& take) {
   const InterruptWatch watch;
   for (;;) {
     while (const auto message = m_decoder.Next()) {
@@ -109,9 +130,10 @@ wire::Code Connection::Await(const std::function<void(const std::string& output)
         std::fflush(stdout);
         m_vlan = message->vlan;
         m_isOver = message->isLast;
+        m_end = message->code;
         return message->code;
       }
-      print(message->text);
+      take(message->text);
     }
     std::fflush(stdout);
     if (m_decoder.IsBroken()) {
@@ -121,9 +143,11 @@ wire::Code Connection::Await(const std::function<void(const std::string& output)
     if (g_isInterrupted) {
       g_isInterrupted = 0;
       m_wasInterrupted = true;
-      Send(wire::EncodeInterrupt());
+      if (!Send(wire::EncodeInterrupt())) {
+        return m_end;
+      }
     } else if (ready == 0) {
-      return Fail(wire::Code::TIMED_OUT, "the daemon gives no sign");
+      return Fail(wire::Code::TIMED_OUT, NO_SIGN);
     } else if (ready > 0 && !Receive()) {
       return Fail(wire::Code::UNREACHABLE, "the daemon has gone");
     }
@@ -136,17 +160,29 @@ bool Connection::Receive() {
   if (count > 0) {
     m_decoder.Feed(bytes, static_cast<std::size_t>(count));
   }
-  return count > 0;
+  return count > 0 || (count < 0 && errno == EINTR);
 }
 
 bool Connection::Send(const std::string& bytes) {
-  return send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
+  for (std::size_t sent = 0; sent < bytes.size();) {
+    const ssize_t count = send(m_fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (count >= 0) {
+      sent += static_cast<std::size_t>(count);
+    } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+      Fail(wire::Code::TIMED_OUT, NO_SIGN);
+      return false;
+    } else if (errno != EINTR) {
+      break;
+    }
+  }
+  return true;
 }
 
 wire::Code Connection::Fail(wire::Code code, const std::string& why) {
   std::fflush(stdout);
   std::fprintf(stderr, "vantacorectl: %s\n", why.c_str());
   m_isOver = true;
+  m_end = code;
   return code;
 }
 

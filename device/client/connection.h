@@ -23,19 +23,26 @@ class Connection {
   /// Carries out a command, its output goes to standard output. An interrupt meanwhile stops the
   /// output; a second one ends the process.
   wire::Code Execute(const std::string& command);
-  /// The words that may stand where `begun` ends; none when the daemon does not say.
+  /// The words that may stand where `begun` ends; none when the daemon does not say. What it says
+  /// instead before it hangs up goes to standard output.
   std::vector<std::string> Complete(const std::string& begun);
 
-  /// There will be no further reply.
+  /// There will be no further reply: the daemon gave its last one, or something failed, which has been
+  /// said on standard error.
   bool IsOver() const { return m_isOver; }
+  /// How it ended, once it is over.
+  wire::Code GetEnd() const { return m_end; }
   bool WasInterrupted() const { return m_wasInterrupted; }
   /// The VLAN that the session is bound to.
   unsigned short GetVlan() const { return m_vlan; }
 
  private:
   /// Until the reply; hands over what comes before it.
-  wire::Code Await(const std::function<void(const std::string& output)>& print);
+  wire::Code Await(const std::function<void(const std::string& output)>& take);
+  wire::Code AwaitAndPrint();
   bool Receive();
+  /// Sends all of it. False when the daemon takes nothing for the whole time: the connection is over. A
+  /// daemon that has hung up is found out by reading, since it may have said something before.
   bool Send(const std::string& bytes);
   wire::Code Fail(wire::Code code, const std::string& why);
 
@@ -44,6 +51,7 @@ class Connection {
   wire::Decoder m_decoder;
   unsigned short m_vlan = 0;
   bool m_isOver = false;
+  wire::Code m_end = wire::Code::DONE;
   bool m_wasInterrupted = false;
 };
 

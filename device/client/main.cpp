@@ -51,8 +51,8 @@ Code Converse(Connection& connection) {
     if (!line) {
       return Code::DONE;
     }
-    // The daemon may have gone while the line was edited, which has been said then.
-    code = connection.IsOver() ? Code::UNREACHABLE : connection.Execute(*line);
+    // The session may have ended while the line was edited, which has been said then.
+    code = connection.IsOver() ? connection.GetEnd() : connection.Execute(*line);
   }
   return code;
 }

@@ -38,13 +38,35 @@ SlowDaemon::SlowDaemon(const std::string& path) : m_listener(socket(AF_UNIX, SOC
 }
 
 SlowDaemon::~SlowDaemon() {
-  close(m_client);
+  HangUp();
   close(m_listener);
+  for (const int fd : m_waiting) {
+    close(fd);
+  }
 }
 
 void SlowDaemon::Accept() {
   m_client = accept(m_listener, nullptr, nullptr);
   LimitReceiving(m_client);
+}
+
+void SlowDaemon::FillQueue() {
+  sockaddr_un address{};
+  socklen_t size = sizeof address;
+  EXPECT_EQ(getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size), 0);
+  int problem = 0;
+  while (problem == 0) {
+    m_waiting.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0));
+    problem = connect(m_waiting.back(), reinterpret_cast<const sockaddr*>(&address), size);
+  }
+  EXPECT_EQ(errno, EAGAIN);
+}
+
+void SlowDaemon::HangUp() {
+  if (m_client >= 0) {
+    close(m_client);
+    m_client = -1;
+  }
 }
 
 void SlowDaemon::Send(const std::string& bytes) { SendAll(m_client, bytes); }

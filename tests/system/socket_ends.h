@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "device/wire/wire.h"
 
@@ -21,13 +22,17 @@ class SlowDaemon {
   ~SlowDaemon();
 
   void Accept();
+  /// Lets nobody else connect, as nobody is accepted.
+  void FillQueue();
   void Send(const std::string& bytes);
+  void HangUp();
   /// What the client has sent up to some size, or up to its end if that comes first.
   std::string Read(std::size_t size);
 
  private:
   int m_listener;
   int m_client = -1;
+  std::vector<int> m_waiting;
 };
 
 /// A client that sends what it is told to. What it waits for comes within half a minute, or not at all.
