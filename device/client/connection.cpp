@@ -109,7 +109,8 @@ wire::Code Connection::Execute(const std::string& command) {
 std::vector<std::string> Connection::Complete(const std::string& begun) {
   std::string words;
   if (!m_isOver && begun.size() <= wire::MAX_TEXT && Send(wire::EncodeCompletion(begun))) {
-    Await([&words](const std::string& output) { words += output; });
+    Await([this, &words](const std::string& output) { words += m_output.Take(output); });
+    words += m_output.TakeRest();
   }
   if (m_isOver) {  // these are not words, but what the daemon had to say
     Print(words.empty() ? "" : "\n" + words);
@@ -119,7 +120,11 @@ std::vector<std::string> Connection::Complete(const std::string& begun) {
 }
 
 wire::Code Connection::AwaitAndPrint() {
-  return Await([](const std::string& output) { Print(output); });
+  const wire::Code code =
+      Await([this](const std::string& output) { Print(m_output.Take(output)); });
+  Print(m_output.TakeRest());
+  std::fflush(stdout);
+  return code;
 }
 
 wire::Code Connection::Await(const std::function<void(const std::string& output)>& take) {

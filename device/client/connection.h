@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "device/wire/wire.h"
+#include "safe_text.h"
 
 namespace client {
 
@@ -20,7 +21,7 @@ class Connection {
 
   /// Waits until the daemon is ready for a command.
   wire::Code Open(const std::string& path);
-  /// Carries out a command, its output goes to standard output. An interrupt meanwhile stops the
+  /// Carries out a command, its output goes to standard output as SafeText makes it. An interrupt meanwhile stops the
   /// output; a second one ends the process.
   wire::Code Execute(const std::string& command);
   /// The words that may stand where `begun` ends; none when the daemon does not say. What it says
@@ -49,6 +50,7 @@ class Connection {
   int m_timeoutSeconds;
   int m_fd = -1;
   wire::Decoder m_decoder;
+  SafeText m_output;
   unsigned short m_vlan = 0;
   bool m_isOver = false;
   wire::Code m_end = wire::Code::DONE;
