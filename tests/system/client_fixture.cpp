@@ -1,10 +1,11 @@
 #include "client_fixture.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
+
+#include "signs.h"
 
 namespace system_test {
 
@@ -27,9 +28,7 @@ bool Client::HasSocket() const {
 }
 
 void Client::AwaitSocket() const {
-  for (int i = 0; i < 30000 && !HasSocket(); ++i) {
-    usleep(1000);
-  }
+  Await("the daemon's socket", [this] { return HasSocket(); });
 }
 
 void Client::StartDaemon(const std::string& tick) {
@@ -53,11 +52,11 @@ Result Client::Run(const Arguments& words, const std::string& input) const {
 }
 
 Result Client::RunWhenHeard(const Arguments& words) const {
-  Result result = Run(words);
-  for (int i = 0; i < 3000 && result.status == 3; ++i) {
-    usleep(10000);
+  Result result{};
+  Await("a daemon that listens", [&] {
     result = Run(words);
-  }
+    return result.status != 3;
+  });
   return result;
 }
 

@@ -1,7 +1,5 @@
 // The client as a process: what it prints, and how it ends.
 #include <gmock/gmock.h>
-#include <unistd.h>
-
 #include <csignal>
 
 #include "client_fixture.h"
@@ -179,20 +177,31 @@ TEST_F(Client, StopsPrintingWhenInterrupted) {
   atPrompt->ReadUntil("vantacore[10]> ");
   atPrompt->Send("rtm rib\n");
   EXPECT_THAT(atPrompt->ReadUntil("rtm rib\n"), Not(HasSubstr("End of table")));
-  usleep(200000);
+  atPrompt->AwaitCommandUnderWay();
   atPrompt->Send("\x03");
   EXPECT_THAT(atPrompt->ReadUntil("vantacore[10]> "), Not(HasSubstr("End of table")));
-  const auto alone = Open(DaemonProcess::PIPES, {"rtm", "rib"});
-  usleep(500000);
-  alone->Kill(SIGINT);
-  EXPECT_EQ(alone->Wait(), -SIGINT);
-  EXPECT_THAT(alone->Output(), Not(HasSubstr("End of table")));
   // The walk runs out silently.
   atPrompt->Send("lab stack release\n");
   EXPECT_THAT(atPrompt->ReadUntil("vantacore[10]> "), Not(HasSubstr("End of table")));
   atPrompt->Send("rtm rib\n");
   EXPECT_THAT(atPrompt->ReadUntil("vantacore[10]> "), HasSubstr("End of table"));
   ExpectHealthyDaemon();
+}
+
+TEST_F(Client, EndsAsInterruptedWhenTheCommandOfItsCommandLineIs) {
+  SlowDaemon slow(path);
+  const auto client = Open(DaemonProcess::PIPES, {"rtm", "rib"});
+  slow.Accept();
+  slow.Send(wire::EncodeReply(wire::Code::DONE, 10));
+  const std::string command = wire::EncodeCommand("rtm rib");
+  EXPECT_EQ(slow.Read(command.size()), command);
+  slow.Send(wire::EncodeOutput("a route\n"));
+  client->ReadUntil("a route\n");  // it waits for more now
+  client->Kill(SIGINT);
+  EXPECT_EQ(slow.Read(wire::EncodeInterrupt().size()), wire::EncodeInterrupt());
+  slow.Send(wire::EncodeReply(wire::Code::DONE, 10));
+  EXPECT_EQ(client->Wait(), -SIGINT);
+  EXPECT_EQ(client->Output(), "a route\n");
 }
 
 TEST_F(Client, SendsNoCommandThatWasInterruptedBeforeTheDaemonWasReady) {

@@ -8,11 +8,13 @@
 
 #include "daemon_process.h"
 #include "shown.h"
+#include "signs.h"
 #include "tests/support/scratch_folder.h"
 
 namespace {
 
 using system_test::Arguments;
+using system_test::Await;
 using system_test::DaemonProcess;
 using system_test::Result;
 using system_test::RunDaemon;
@@ -40,6 +42,11 @@ class Console : public testing::Test {
   }
   Result Run(const std::string& input, const Arguments& more = {}) const {
     return RunDaemon(With(more), input);
+  }
+  // What the daemon answers a client at its socket.
+  static Result Ask(const std::string& socket, Arguments words) {
+    words.insert(words.begin(), {"--socket", socket, "--timeout", "3"});
+    return RunDaemon(words, "", VANTACORECTL_COMMAND);
   }
 
   test_support::ScratchFolder folder;
@@ -301,16 +308,18 @@ TEST_F(Daemon, ReadsTheFolderAgainOnHangUp) {
 }
 
 TEST_F(Daemon, RunsWithoutStandardStreams) {
+  const std::string path = folder.PathOf("console");
+  const auto hasVlan = [&path](const char* vlan) {
+    return Ask(path, {"ip", "protocol", "summary"}).output.find(vlan) != std::string::npos;
+  };
   for (const char* closed : {"<&-", ">&-", "2>&-", "<&- >&- 2>&-"}) {
-    DaemonProcess daemon(With({"--daemon", "--log", "10", "--socket", folder.PathOf("console")}),
-                         DaemonProcess::PIPES,
+    folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 20}}})");
+    DaemonProcess daemon(With({"--daemon", "--log", "10", "--socket", path}), DaemonProcess::PIPES,
                          system_test::WithStreams(closed, VANTACORED_COMMAND));
-    for (int i = 0; i < 3000 && access(folder.PathOf("console").c_str(), F_OK) != 0; ++i) {
-      usleep(10000);
-    }
-    EXPECT_EQ(access(folder.PathOf("console").c_str(), F_OK), 0) << closed;
+    EXPECT_TRUE(Await("VLAN 20", [&] { return hasVlan("    20 "); })) << closed;
+    folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 30}}})");
     daemon.Kill(SIGHUP);
-    usleep(100000);
+    EXPECT_TRUE(Await("VLAN 30", [&] { return hasVlan("    30 "); })) << closed;
     daemon.Kill(SIGTERM);
     EXPECT_EQ(daemon.Wait(), 0) << closed;
   }
@@ -381,8 +390,7 @@ TEST_F(Terminal, DoesNotStopTheDaemonWithAKeyThatIsHalfTyped) {
     other.ReadUntil(PROMPT);
     other.Send("ip");
     other.ReadUntil("ip");
-    other.Send(key);
-    usleep(100000);  // the key comes first
+    other.SendAndAwaitReading(key);
     other.Kill(SIGTERM);
     EXPECT_EQ(other.Wait(), 0);
   }
@@ -460,36 +468,30 @@ TEST_F(Terminal, TakesItsProgressAwayBeforeTheLogSpeaks) {
 TEST_F(Terminal, DoesNotStopTheDaemonWhenItTakesNoOutput) {
   std::string routes;
   for (int i = 0; i < 5000; ++i) {
-    routes += (i == 0 ? "" : ",") + ("\"r" + std::to_string(i)) + "\": {\"network\": \"10." +
-              std::to_string(100 + i / 250) + "." + std::to_string(i % 250) +
-              ".0\", \"netmask\": \"255.255.255.0\", \"gateway\": \"10.1.0.2\"}";
+    const std::string network =
+        "10." + std::to_string(100 + i / 250) + "." + std::to_string(i % 250) + ".0";
+    routes += (i == 0 ? "" : ",") + (R"("r)" + std::to_string(i)) + R"(": {"network": ")" +
+              network + R"(", "netmask": "255.255.255.0", "gateway": "10.1.0.2"})";
   }
-  folder.Write(
-      "vlans.json",
-      "{\"VLAN_CONFIGURATIONS\": {\"a\": {\"vid\": 10, \"STATIC_ROUTES\": {" + routes + "}}}}");
+  folder.Write("vlans.json",
+               R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "STATIC_ROUTES": {)" + routes + "}}}}");
   const std::string path = folder.PathOf("console");
   DaemonProcess other({"--config", folder.Path(), "--tick-us", "10", "--socket", path},
                       DaemonProcess::TERMINAL);
   other.ReadUntil(PROMPT);
-  const auto count = [&path] {
-    return RunDaemon({"--socket", path, "rtm", "rib"}, "", VANTACORECTL_COMMAND).output.size();
-  };
-  for (int i = 0; i < 300 && count() < 300000; ++i) {
-    usleep(100000);
-  }
+  Await("5000 routes", [&path] { return Ask(path, {"rtm", "rib"}).output.size() >= 300000; });
   other.Send("rtm rib\n");
-  usleep(500000);
-  const Result meanwhile =
-      RunDaemon({"--socket", path, "--timeout", "3", "vrf", "10"}, "", VANTACORECTL_COMMAND);
+  other.AwaitFullTerminal();
+  const Result meanwhile = Ask(path, {"vrf", "10"});
   EXPECT_EQ(meanwhile.status, 0) << meanwhile.errors;
   EXPECT_THAT(other.ReadUntil(PROMPT),
               testing::AllOf(HasSubstr(" 10.119.249.0/24 "), HasSubstr("End of table\r\n")));
   other.Send("rtm rib\n");
-  usleep(300000);
+  other.AwaitFullTerminal();
   other.Kill(SIGINT);
   other.ReadUntil(PROMPT);
   other.Send("rtm rib\n");
-  usleep(300000);
+  other.AwaitFullTerminal();
   other.Kill(SIGTERM);
   EXPECT_EQ(other.Wait(), 0);
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <utility>
 
+#include "signs.h"
 #include "tests/support/argument_vector.h"
 
 namespace system_test {
@@ -24,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds PATIENCE(30);
 
-// The command is a program, behind an emulator when it is built for another machine.
+// The command is a program, after an emulator when it is built for another machine.
 [[noreturn]] void Execute(std::string command, const Arguments& arguments) {
   Arguments words;
   for (std::size_t end; (end = command.find(';')) != std::string::npos;) {
@@ -47,6 +49,31 @@ void Check(bool ok, const char* what) {
     std::abort();
   }
 }
+
+// The process's end of a terminal, opened once more.
+class OtherEnd {
+ public:
+  explicit OtherEnd(int terminal)
+      : m_fd(open(ptsname(terminal), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
+    Check(m_fd >= 0, "ptsname");
+  }
+  OtherEnd(const OtherEnd&) = delete;
+  OtherEnd& operator=(const OtherEnd&) = delete;
+  ~OtherEnd() { close(m_fd); }
+
+  std::size_t CountUnread() const {
+    int count = 0;
+    Check(ioctl(m_fd, FIONREAD, &count) == 0, "FIONREAD");
+    return static_cast<std::size_t>(count);
+  }
+  bool IsFull() const {
+    pollfd polled{m_fd, POLLOUT, 0};
+    return poll(&polled, 1, 0) == 0;
+  }
+
+ private:
+  int m_fd;
+};
 
 }  // namespace
 
@@ -106,6 +133,18 @@ void DaemonProcess::Send(const std::string& text) {
       << "the daemon takes no input";
 }
 
+// The kernel brings keys to the process's end a moment later. While the process stands still nobody
+// takes them there, so they are seen to come; then they are seen to go.
+void DaemonProcess::SendAndAwaitReading(const std::string& keys) {
+  const OtherEnd other(m_terminal);
+  Stop();
+  const std::size_t unread = other.CountUnread();
+  Send(keys);
+  Await("keys at the terminal", [&] { return other.CountUnread() == unread + keys.size(); });
+  Kill(SIGCONT);
+  Await("keys that are read", [&] { return other.CountUnread() == 0; });
+}
+
 void DaemonProcess::CloseInput() {
   if (m_input >= 0 && m_input != m_output.fd) {
     close(m_input);
@@ -114,6 +153,35 @@ void DaemonProcess::CloseInput() {
 }
 
 void DaemonProcess::Kill(int number) { kill(m_pid, number); }
+
+void DaemonProcess::KillAndAwaitDelivery(int number) {
+  Kill(number);
+  Await("a signal's delivery", [&] { return !IsPending(m_pid, number); });
+}
+
+// Returns when the process stands still (or has ended, which is left to Wait()).
+void DaemonProcess::Stop() {
+  Kill(SIGSTOP);
+  siginfo_t what{};
+  Check(waitid(P_PID, static_cast<id_t>(m_pid), &what, WSTOPPED | WEXITED | WNOWAIT) == 0,
+        "waitid");
+}
+
+// A terminal that is being written to looks full too, so the process stands still when it is asked.
+void DaemonProcess::AwaitFullTerminal() {
+  const OtherEnd other(m_terminal);
+  Await("a full terminal", [&] {
+    Stop();
+    const bool isFull = other.IsFull();
+    Kill(SIGCONT);
+    return isFull;
+  });
+}
+
+void DaemonProcess::AwaitCommandUnderWay() {
+  Await("a command under way",
+        [this] { return (Terminal().c_lflag & ICANON) != 0 && IsAsleep(m_pid); });
+}
 
 termios DaemonProcess::Terminal() const {
   termios settings{};
@@ -166,7 +234,7 @@ int DaemonProcess::Wait() {
   }
 }
 
-// Takes what has come within a tenth of a second; false when nothing will come any more.
+// Takes what comes within a tenth of a second. False if nothing will come any more.
 bool DaemonProcess::Pump() {
   pollfd polls[] = {{m_output.fd, POLLIN, 0}, {m_errors.fd, POLLIN, 0}};
   poll(polls, 2, 100);

@@ -12,8 +12,8 @@ namespace system_test {
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the daemon, or its client, with its standard streams in the test's hands. Whatever is waited for fails the
-/// test after half a minute; a process that is still there at the end is killed.
+/// Runs the daemon, or its client, with its standard streams in the test's hands. Whatever is waited
+/// for fails the test after half a minute. A process that still runs when this ends is killed.
 class DaemonProcess {
  public:
   enum Streams {
@@ -29,18 +29,28 @@ class DaemonProcess {
 
   void Send(const std::string& text);
   void CloseInput();
+  /// Types keys at a terminal in raw mode and waits until the process has read them.
+  void SendAndAwaitReading(const std::string& keys);
   /// Sends a signal.
   void Kill(int number);
+  /// Sends a signal and waits until it has reached the process.
+  void KillAndAwaitDelivery(int number);
 
   /// Waits until the output (or the errors) since the last such call contain `text`; returns that
   /// output up to the end of `text`.
   std::string ReadUntil(const std::string& text);
   std::string ReadErrorsUntil(const std::string& text);
+  /// Waits until the terminal, which nobody reads meanwhile, takes no more output.
+  void AwaitFullTerminal();
+  /// Waits until a command that was typed is under way: the process has given its terminal back, and
+  /// sleeps. Whatever it does between the two does not sleep.
+  void AwaitCommandUnderWay();
   /// Waits for the end of the process: its exit status, or minus the signal that ended it.
   int Wait();
 
   /// How the terminal is set now; it stays when the process has ended.
   termios Terminal() const;
+  pid_t Id() const { return m_pid; }
 
   /// Everything so far.
   const std::string& Output() const { return m_output.text; }
@@ -54,6 +64,7 @@ class DaemonProcess {
   };
 
   std::string ReadUntil(Stream& stream, const std::string& text);
+  void Stop();
   bool Pump();
   void Take(Stream& stream);
 

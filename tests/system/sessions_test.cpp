@@ -1,12 +1,11 @@
 // Several sessions at the daemon's socket at once, and clients that do not behave.
 #include <gmock/gmock.h>
-#include <unistd.h>
-
 #include <csignal>
 #include <vector>
 
 #include "client_fixture.h"
 #include "device/wire/wire.h"
+#include "signs.h"
 #include "socket_ends.h"
 
 namespace {
@@ -98,6 +97,8 @@ TEST_F(Client, SharesTheDaemonWithOthers) {
   first->Send("lab stack hold\n");
   first->ReadUntil("vantacore[20]> ");
   first->Send("rtm rib vrf 10\n");
+  first->ReadUntil("rtm rib vrf 10\n");
+  first->AwaitCommandUnderWay();
   second->Send("ip protocol summary\n");
   EXPECT_THAT(second->ReadUntil("vantacore[10]> "), HasSubstr("    20     No     No     No"));
   second->Send("lab stack release\n");
@@ -260,9 +261,7 @@ TEST_F(Client, FindsOnlySoManySessions) {
   EXPECT_EQ(result.output, "There are 64 sessions already\n");
   clients.clear();
   // The next one may come in before the daemon has seen all of them go.
-  for (int i = 0; i < 3000 && Run({"help"}).status == 1; ++i) {
-    usleep(10000);
-  }
+  system_test::Await("a session that is free", [this] { return Run({"help"}).status == 0; });
   ExpectHealthyDaemon();
 }
 

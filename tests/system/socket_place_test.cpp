@@ -8,10 +8,12 @@
 #include <utility>
 
 #include "client_fixture.h"
+#include "signs.h"
 
 namespace {
 
 using system_test::Arguments;
+using system_test::Await;
 using system_test::Client;
 using system_test::DaemonProcess;
 using system_test::Result;
@@ -52,7 +54,15 @@ TEST_F(Client, FindsNoDaemonWhileAnotherTakesAPlaceInTheFolder) {
   const int busy = open(place.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   ASSERT_EQ(flock(busy, LOCK_EX), 0);
   BeginDaemon();
-  usleep(300000);
+  // While it has the folder open it sleeps after each attempt to lock it.
+  unsigned long begin = 0;
+  Await("the daemon in the folder", [&] {
+    begin = system_test::CountSleeps(daemon->Id());
+    return HasSocket() || (system_test::HasOpen(daemon->Id(), place.Path()) &&
+                           system_test::IsAsleep(daemon->Id()));
+  });
+  Await("ten attempts",
+        [&] { return HasSocket() || system_test::CountSleeps(daemon->Id()) >= begin + 10; });
   EXPECT_FALSE(HasSocket());
   close(busy);
   AwaitDaemon();
@@ -84,8 +94,7 @@ TEST_F(Client, WaitsForNoReloadThatAnotherHangUpAskedFor) {
   folder.Write("remote/broken.json", "{");  // each reload complains of it
   StartDaemon("10");
   for (int i = 0; i < 20; ++i) {
-    daemon->Kill(SIGHUP);
-    usleep(5000);
+    daemon->KillAndAwaitDelivery(SIGHUP);
   }
   EXPECT_EQ(Run({"--timeout", "30", "vrf", "10"}).status, 0);
   daemon->Kill(SIGTERM);
