@@ -1,13 +1,20 @@
 // A redistribution rule's way through the library and the stack.
 
 #include "tests/component/component_fixture.h"
+#include "tests/support/trace_texts.h"
 
 namespace {
+
+using test_support::REMOVED;
+using test_support::REPLACED;
+using test_support::SENDING;
 
 constexpr unsigned int STATIC = 0x30000;
 constexpr unsigned int OSPF = 0xD0000;
 
-const char* const SENDING = "5 OnTIMEOUT Sending MIB ACTION";
+const char* const DONE = test_support::REDISTRIBUTION_DONE;
+const char* const AGAIN = test_support::REDISTRIBUTION_AGAIN;
+const char* const NEVER = test_support::REDISTRIBUTION_NEVER;
 const char* const ADD_TRACE =
     "5 Redist context = 0 vlan = 10 dest = 0x0xd0000 src = 0x0x30000 pri = 0x(nil) row_status = 1 "
     "admin_status = 1";
@@ -20,11 +27,6 @@ const char* const ADD_RESPONSE =
     "10 Redistribution Response from Metaswitch: vlan=10 src=196608 dst=851968 status=1";
 const char* const REMOVE_RESPONSE =
     "10 Redistribution Response from Metaswitch: vlan=10 src=196608 dst=851968 status=6";
-const char* const DONE = "10 Redistribution Request Success";
-const char* const AGAIN = "10 Redistribution Request Not success!! Retrying...";
-const char* const NEVER = "10 Unable to set redistribution. No retry!!!";
-const char* const REMOVED = "5 Removing the handle";
-const char* const REPLACED = "5 REPLACED ------- 2 item.............";
 
 class Redistribution : public ComponentFixture {
  protected:

@@ -1,20 +1,20 @@
 // A static route's way through the library and the stack.
 
 #include "tests/component/component_fixture.h"
+#include "tests/support/trace_texts.h"
 
 namespace {
 
 using Tarsel::Ip4Addr;
 using Tarsel::Ip6Prefix;
+using test_support::REMOVED;
+using test_support::REPLACED;
+using test_support::SENDING;
 
-const char* const SENDING = "5 OnTIMEOUT Sending MIB ACTION";
-const char* const RESPONSE =
-    "10 Route Update Response from Metaswitch: vlan = 10, dest= 10.9.0.0/16 nexthop: 10.1.2.1";
-const char* const DONE = "10 Route Programmed Successfully";
-const char* const AGAIN = "10 Route Not programmed!!! Retrying...";
-const char* const NEVER = "10 Unable to set route. No retry!!!";
-const char* const REMOVED = "5 Removing the handle";
-const char* const REPLACED = "5 REPLACED ------- 2 item.............";
+const char* const RESPONSE = test_support::ROUTE_RESPONSE;
+const char* const DONE = test_support::ROUTE_DONE;
+const char* const AGAIN = test_support::ROUTE_AGAIN;
+const char* const NEVER = test_support::ROUTE_NEVER;
 
 const char* const ADD_TRACE =
     "5 Vlan = 10 if_index = 3 ipaddr = 10.9.0.0/16 gw = 10.1.2.1 metric = 5 path_type = 196608 row "

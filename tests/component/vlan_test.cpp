@@ -1,6 +1,7 @@
 // VLANs come and go, with the requests that are pending for them.
 
 #include "tests/component/component_fixture.h"
+#include "tests/support/trace_texts.h"
 #include "vantacore/dcrouter_api.h"
 
 namespace {
@@ -118,8 +119,7 @@ class PendingRoutes : public Vlans {
   static constexpr const char* ADD =
       "StaticRouteItem: vrf(10) Dest(10.9.0.0/16) NextHop(10.1.2.1) Intf(3) metric(5) "
       "Type(Static) RowStatus(1) AdminStatus(1) ActionState(New) ReasonCode(0)\n\n";
-  static constexpr const char* RESPONSE =
-      "10 Route Update Response from Metaswitch: vlan = 10, dest= 10.9.0.0/16 nexthop: 10.1.2.1";
+  static constexpr const char* RESPONSE = test_support::ROUTE_RESPONSE;
 
   void SetUp() override {
     Vlans::SetUp();
@@ -149,7 +149,7 @@ TEST_F(PendingRoutes, NewOneIsKeptAndSentWhenTheVlanComesBack) {
                                 NO_PRIMARY,
                                 NO_PRIMARY,
                                 IN_100_MS,
-                                "5 OnTIMEOUT Sending MIB ACTION",
+                                test_support::SENDING,
                                 "5 Vlan = 10 if_index = 3 ipaddr = 10.9.0.0/16 gw = 10.1.2.1 "
                                 "metric = 5 path_type = 196608 row status = 1 admin_status = 1",
                                 "> sms_update_route(1, 1, 1, 1, 10.9.0.0, 16, 10.1.2.1, 196608, 3, "
@@ -160,8 +160,8 @@ TEST_F(PendingRoutes, NewOneIsKeptAndSentWhenTheVlanComesBack) {
   EXPECT_EQ(Meanwhile(100), Text({
                                 RUN,
                                 RESPONSE,
-                                "10 Route Programmed Successfully",
-                                "5 Removing the handle",
+                                test_support::ROUTE_DONE,
+                                test_support::REMOVED,
                                 IN_100_MS,
                             }));
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 0\n");
@@ -187,8 +187,8 @@ TEST_F(PendingRoutes, OneInFlightIsAnsweredAndRemovedAsUsual) {
   EXPECT_EQ(Meanwhile(100), Text({
                                 RUN,
                                 RESPONSE,
-                                "10 Route Programmed Successfully",
-                                "5 Removing the handle",
+                                test_support::ROUTE_DONE,
+                                test_support::REMOVED,
                                 IN_100_MS,
                             }));
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 0\n");
@@ -200,8 +200,7 @@ TEST_F(PendingRoutes, OneThatIsRefusedInFlightWaitsForTheVlansReturn) {
   Meanwhile(100);
   RemoveVlan10();
   Take();
-  EXPECT_EQ(Meanwhile(500),
-            Text({RUN, RESPONSE, "10 Route Not programmed!!! Retrying...", IN_100_MS}));
+  EXPECT_EQ(Meanwhile(500), Text({RUN, RESPONSE, test_support::ROUTE_AGAIN, IN_100_MS}));
   LoadVlans({10, 20});
   Quiet();
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 0\n");
@@ -221,8 +220,8 @@ TEST_F(PendingRoutes, CompletionIssuesWhatIsQueuedForTheRowAllTheSame) {
   EXPECT_EQ(Meanwhile(100), Text({
                                 RUN,
                                 RESPONSE,
-                                "10 Route Programmed Successfully",
-                                "5 Removing the handle",
+                                test_support::ROUTE_DONE,
+                                test_support::REMOVED,
                                 "5 Vlan = 10 if_index = 3 ipaddr = 10.9.0.0/16 gw = 10.1.2.1 "
                                 "metric = 0 path_type = 0 row status = 6 admin_status = 2",
                                 "> sms_update_route(0, 6, 2, 1, 10.9.0.0, 16, 10.1.2.1, 0, 3, 10, "
@@ -231,7 +230,7 @@ TEST_F(PendingRoutes, CompletionIssuesWhatIsQueuedForTheRowAllTheSame) {
                                 IN_5_MS,
                                 // The instance has gone in between, and the route with it.
                                 RESPONSE,
-                                "10 Route Programmed Successfully",
+                                test_support::ROUTE_DONE,
                                 SET_ALREADY,
                             }));
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 0\n");
@@ -293,7 +292,7 @@ TEST_F(SynchronousPendingRoutes, RouteIsSentWhenTheVlanComesBackAndStaysIssued) 
   LoadVlans({10, 20});
   Take();
   EXPECT_EQ(Meanwhile(100), Text({
-                                "5 OnTIMEOUT Sending MIB ACTION",
+                                test_support::SENDING,
                                 "5 Vlan = 10 if_index = 3 ipaddr = 10.9.0.0/16 gw = 10.1.2.1 "
                                 "metric = 5 path_type = 196608 row status = 1 admin_status = 1",
                                 "> sms_update_route(1, 1, 1, 1, 10.9.0.0, 16, 10.1.2.1, 196608, 3, "
@@ -301,7 +300,7 @@ TEST_F(SynchronousPendingRoutes, RouteIsSentWhenTheVlanComesBackAndStaysIssued) 
                                 ASK,
                                 IN_5_MS,
                                 RESPONSE,
-                                "10 Route Programmed Successfully",
+                                test_support::ROUTE_DONE,
                             }));
   EXPECT_EQ(Meanwhile(1000), "");
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 1\n");

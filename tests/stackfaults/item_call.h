@@ -15,12 +15,13 @@
 #include <string>
 
 #include "tests/stackfaults/subject.h"
+#include "tests/support/trace_texts.h"
 
 namespace stackfaults {
 
-constexpr const char* SENDING = "5 OnTIMEOUT Sending MIB ACTION";
-constexpr const char* REMOVED = "5 Removing the handle";
-constexpr const char* REPLACED = "5 REPLACED ------- 2 item.............";
+using test_support::REMOVED;
+using test_support::REPLACED;
+using test_support::SENDING;
 
 constexpr unsigned int MOST_REFUSALS = 10;
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "tests/stackfaults/item_call.h"
+#include "tests/support/trace_texts.h"
 #include "vantacore/dcrouter_api.h"
 
 namespace stackfaults {
@@ -78,8 +79,7 @@ class RouteCall : public ItemCall {
   Words Said() const override {
     return {std::string("10 Route Update Response from Metaswitch: vlan = 10, dest= ") +
                 (IP6 ? "2001:db8:9::/48 nexthop: 2001:db8::1" : "10.9.0.0/16 nexthop: 10.1.2.1"),
-            "10 Route Programmed Successfully", "10 Route Not programmed!!! Retrying...",
-            "10 Unable to set route. No retry!!!"};
+            test_support::ROUTE_DONE, test_support::ROUTE_AGAIN, test_support::ROUTE_NEVER};
   }
 
   Oid RowOid() const override {
@@ -160,9 +160,8 @@ class RuleCall : public ItemCall {
     return {std::string("10 Redistribution Response from Metaswitch: vlan=10 src=196608 dst=851968 "
                         "status=") +
                 (IsRemoval() ? "6" : "1"),
-            "10 Redistribution Request Success",
-            "10 Redistribution Request Not success!! Retrying...",
-            "10 Unable to set redistribution. No retry!!!"};
+            test_support::REDISTRIBUTION_DONE, test_support::REDISTRIBUTION_AGAIN,
+            test_support::REDISTRIBUTION_NEVER};
   }
 
   Oid RowOid() const override {
