@@ -5,11 +5,11 @@
 
 #include <string>
 
-#include "bench/json_text.h"
 #include "device/base/timer_loop.h"
 #include "device/base/trace_control.h"
 #include "tarsel/options.h"
 #include "tests/support/allocated_bytes.h"
+#include "tests/support/json_text.h"
 #include "tests/support/prepared_stack.h"
 #include "tests/support/recording_console.h"
 #include "vantacore/cfg_sched.h"
@@ -82,7 +82,7 @@ void RoutesParsed(benchmark::State& state) {
             "\", \"netmask\": \"255.255.255.255\", \"gateway\": \"10.1.2.1\", \"metric\": \"5\"}";
   }
   text += "}}";
-  for (auto _ : state) benchmark::DoNotOptimize(bench::ParseJson(text));
+  for (auto _ : state) benchmark::DoNotOptimize(test_support::ParsedJson(text));
   CountPer(state, "per_route", state.range(0));
 }
 
@@ -113,7 +113,7 @@ void RouteMemory(benchmark::State& state) {
 }
 
 void Load(const std::string& text) {
-  const Tarsel::Options document(bench::ParseJson(text));
+  const Tarsel::Options document = test_support::Document(text);
   Tarsel::DcRouterMgr::GetInstance()->Reload(document, "vlans.json",
                                              Tarsel::DclConfigObject::VLAN_OPTIONS);
 }

@@ -3,13 +3,14 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/device.h"
-#include "bench/json_text.h"
 #include "tarsel/options.h"
+#include "tests/support/json_text.h"
 
 namespace {
 
-using bench::ParseJson;
 using Tarsel::DclConfigObject;
+using test_support::Document;
+using test_support::ParsedJson;
 
 constexpr std::uint64_t LIMIT_MS = 100000000;
 
@@ -24,13 +25,13 @@ void Load(const Tarsel::Options& options) {
 }
 
 void Empty(benchmark::State& state) {
-  Load(Tarsel::Options(ParseJson(bench::EmptyDocument())));
+  Load(Document(bench::EmptyDocument()));
   if (!bench::TheDevice().Settle(LIMIT_MS)) state.SkipWithError("the VLANs did not go");
 }
 
 void ParseOnly(benchmark::State& state) {
   const std::string text = bench::VlanDocument(static_cast<unsigned int>(state.range(0)));
-  for (auto _ : state) benchmark::DoNotOptimize(ParseJson(text));
+  for (auto _ : state) benchmark::DoNotOptimize(ParsedJson(text));
   state.counters["bytes_per_vlan"] =
       static_cast<double>(text.size()) / static_cast<double>(state.range(0));
   CountPerVlan(state);
@@ -38,8 +39,8 @@ void ParseOnly(benchmark::State& state) {
 
 void ReloadFirst(benchmark::State& state) {
   test_support::Device& device = bench::TheDevice();
-  const Tarsel::Options options(
-      ParseJson(bench::VlanDocument(static_cast<unsigned int>(state.range(0)))));
+  const Tarsel::Options options =
+      Document(bench::VlanDocument(static_cast<unsigned int>(state.range(0))));
   for (auto _ : state) {
     Load(options);
     state.PauseTiming();
@@ -52,7 +53,7 @@ void ReloadFirst(benchmark::State& state) {
 
 void Unchanged(benchmark::State& state, const std::string& text) {
   test_support::Device& device = bench::TheDevice();
-  const Tarsel::Options options(ParseJson(text));
+  const Tarsel::Options options = Document(text);
   Load(options);
   if (!device.Settle(LIMIT_MS)) state.SkipWithError("not answered");
   const std::uint64_t before = device.Control().CountOf(routing_stack::Call::kSmsActRtm) +
@@ -78,9 +79,8 @@ void ReloadUnchangedFull(benchmark::State& state) {
 void ReloadOneChanged(benchmark::State& state) {
   test_support::Device& device = bench::TheDevice();
   const auto vlans = static_cast<unsigned int>(state.range(0));
-  const Tarsel::Options documents[2] = {
-      Tarsel::Options(ParseJson(bench::VlanDocument(vlans))),
-      Tarsel::Options(ParseJson(bench::VlanDocument(vlans, vlans / 2 + 1)))};
+  const Tarsel::Options documents[2] = {Document(bench::VlanDocument(vlans)),
+                                        Document(bench::VlanDocument(vlans, vlans / 2 + 1))};
   Load(documents[0]);
   if (!device.Settle(LIMIT_MS)) state.SkipWithError("not answered");
   unsigned int turn = 0;

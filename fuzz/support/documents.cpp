@@ -1,8 +1,6 @@
 #include "documents.h"
 
-#include <json/reader.h>
-
-#include <memory>
+#include "tests/support/json_text.h"
 
 namespace fuzz {
 
@@ -133,10 +131,9 @@ bool ReadJson(const std::string& text, Json::Value& document) {
   Json::CharReaderBuilder::strictMode(&builder.settings_);
   builder.settings_["stackLimit"] = 100;
   builder.settings_["allowSpecialFloats"] = false;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  std::string problem;
   try {
-    return reader->parse(text.data(), text.data() + text.size(), &document, &errors);
+    return test_support::ReadJson(builder, text, document, problem);
   } catch (const std::exception&) {  // too deep
     return false;
   }

@@ -13,7 +13,7 @@
 #include "fuzz/support/bytes.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/device.h"
-#include "fuzz/support/documents.h"
+#include "tests/support/json_text.h"
 #include "vantacore/static_routes.h"
 
 namespace {
@@ -44,9 +44,8 @@ const char VLANS[] = R"({"VLAN_CONFIGURATIONS": {
 const program::Report NO_REPORT = [](const std::string&) {};
 
 documents::Device Interfaces() {
-  Json::Value document;
-  Check(fuzz::ReadJson(INTERFACES, document), "the interfaces are no JSON");
-  return documents::ReadDeviceDocument(document, "device.json", NO_REPORT);
+  return documents::ReadDeviceDocument(test_support::ParsedJson(INTERFACES), "device.json",
+                                       NO_REPORT);
 }
 
 void ForRoutes(bool add) {

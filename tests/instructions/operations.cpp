@@ -8,6 +8,7 @@
 #include "device/base/timer_loop.h"
 #include "device/base/trace_control.h"
 #include "tarsel/options.h"
+#include "tests/support/json_text.h"
 #include "tests/support/plain_list.h"
 #include "tests/support/prepared_stack.h"
 #include "tests/support/recording_console.h"
@@ -150,11 +151,7 @@ void RunList() {
 }
 
 void RunReload() {
-  Json::Value root;
-  const std::string text = test_support::FullVlanDocument(100);
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  Require(reader->parse(text.data(), text.data() + text.size(), &root, nullptr), "no JSON");
-  const Options document(root);
+  const Options document = test_support::Document(test_support::FullVlanDocument(100));
   auto* manager = DcRouterMgr::GetInstance();
   manager->Reload(document, "vlans.json", DclConfigObject::VLAN_OPTIONS);
   counted_vlan_unchanged(document);

@@ -1,7 +1,5 @@
 #include "tests/scenarios/readers.h"
 
-#include <json/reader.h>
-
 #include <sstream>
 #include <stdexcept>
 
@@ -10,6 +8,7 @@
 #include "device/documents/json_file.h"
 #include "device/documents/vlan_document.h"
 #include "tests/support/device_fixture.h"
+#include "tests/support/json_text.h"
 #include "vantacore/cfg_items.h"
 #include "vantacore/config_parser.h"
 #include "vantacore/redistribution_profile.h"
@@ -20,16 +19,6 @@ namespace scenarios {
 namespace {
 
 using Tarsel::OptionsNode;
-
-Json::Value Parsed(const std::string& name, const std::string& text) {
-  Json::Value value;
-  std::istringstream stream(text);
-  std::string problem;
-  if (!Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &problem)) {
-    throw std::runtime_error(name + ": " + problem);
-  }
-  return value;
-}
 
 // --- routes ---
 
@@ -174,7 +163,7 @@ struct Kind {
 template <void (*read)(const Tarsel::Options& document, std::ostream& out)>
 void ReadOptions(test_support::Device&, const std::string& name, const std::string& text,
                  std::ostream& out) {
-  read(Tarsel::Options(Parsed(name, text)), out);
+  read(Tarsel::Options(test_support::ParsedJson(text, name)), out);
 }
 
 constexpr Kind KINDS[] = {{"routes", ReadOptions<ReadRoutes>},

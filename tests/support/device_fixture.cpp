@@ -1,11 +1,8 @@
 #include "tests/support/device_fixture.h"
 
-#include <json/reader.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <utility>
+
+#include "tests/support/json_text.h"
 
 namespace test_support {
 
@@ -13,17 +10,6 @@ namespace {
 
 constexpr std::uint64_t STEP_MILLISECONDS = 10;
 constexpr std::uint64_t QUIET_MILLISECONDS = 300;  // three periods of the configuration scheduler
-
-Json::Value ParseOrDie(const std::string& json) {
-  Json::Value document;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  if (!reader->parse(json.data(), json.data() + json.size(), &document, &errors)) {
-    std::fprintf(stderr, "a test's document is not JSON: %s\n%s\n", errors.c_str(), json.c_str());
-    std::abort();
-  }
-  return document;
-}
 
 }  // namespace
 
@@ -56,7 +42,7 @@ void Device::Start(unsigned short defaultVlan) {
 bool Device::Reload(const std::string& json, const std::string& fileName,
                     Tarsel::DclConfigObject::OptionType type) {
   // The document ends with this call: whoever kept a node of it is found out by the sanitizer.
-  const Tarsel::Options document(ParseOrDie(json));
+  const Tarsel::Options document = Document(json);
   return Manager().Reload(document, Tarsel::string(fileName.c_str()), type);
 }
 

@@ -1,30 +1,20 @@
 // What a reader complained about.
-#ifndef TESTS_UNIT_HOST_REPORTED_LINES_H
-#define TESTS_UNIT_HOST_REPORTED_LINES_H
+#ifndef TESTS_SUPPORT_REPORTED_LINES_H
+#define TESTS_SUPPORT_REPORTED_LINES_H
 
-#include <json/reader.h>
-
-#include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "device/program/report.h"
 
+namespace test_support {
+
+/// Keeps the complaints in their order; must outlive the reader that has the report.
 struct ReportedLines {
   std::vector<std::string> lines;
   program::Report report = [this](const std::string& line) { lines.push_back(line); };
 };
 
-/// A test's own JSON; ends the process when it is none.
-inline Json::Value ParsedJson(const std::string& text) {
-  Json::Value value;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  if (!reader->parse(text.data(), text.data() + text.size(), &value, &errors)) {
-    std::abort();
-  }
-  return value;
-}
+}  // namespace test_support
 
 #endif

@@ -1,11 +1,12 @@
 #include "operation.h"
 
-#include <json/reader.h>
 #include <json/writer.h>
 
 #include <memory>
 #include <random>
 #include <sstream>
+
+#include "tests/support/json_text.h"
 
 namespace library_model {
 
@@ -162,14 +163,6 @@ std::string DrawDocument(const Draw& draw, bool isLarge) {
     document["VLAN_CONFIGURATIONS"] = group;
   }
   return ToText(document);
-}
-
-Json::Value ParseJson(const std::string& text) {
-  Json::Value value;
-  std::string errors;
-  std::istringstream stream(text);
-  Json::parseFromStream(Json::CharReaderBuilder(), stream, &value, &errors);
-  return value;
 }
 
 // Every value that is left of `value` when one thing is taken out of it, however deep.
@@ -535,7 +528,7 @@ Operation DrawOperation(const Draw& draw) {
 std::vector<Operation> SmallerDocuments(const Operation& operation) {
   std::vector<Operation> smaller;
   if (operation.word == "reload") {
-    for (const Json::Value& document : WithoutOne(ParseJson(operation.text))) {
+    for (const Json::Value& document : WithoutOne(test_support::ParsedJson(operation.text))) {
       smaller.push_back({operation.word, operation.numbers, ToText(document)});
     }
   }
@@ -598,7 +591,7 @@ void Perform(const Operation& operation, Subject& subject, ScriptedStack& stack)
   } else if (word == "advance") {
     subject.Advance(u(0));
   } else if (word == "reload") {
-    subject.Reload(ParseJson(operation.text), FILES[u(0) % 4], n[1]);
+    subject.Reload(test_support::ParsedJson(operation.text), FILES[u(0) % 4], n[1]);
   } else if (word == "withdraw") {
     subject.DeleteOptions(FILES[u(0) % 4], n[1]);
   } else if (word == "create-vlan") {

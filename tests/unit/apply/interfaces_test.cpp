@@ -5,11 +5,14 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/device_fixture.h"
+#include "tests/support/json_text.h"
 #include "tests/support/reported_lines.h"
 #include "vantacore/dc_interface_mgr.h"
 
 namespace {
 
+using test_support::ParsedJson;
+using test_support::ReportedLines;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;

@@ -19,6 +19,7 @@
 
 namespace {
 
+using test_support::ReportedLines;
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;

@@ -2,18 +2,18 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <json/reader.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "allocation_counter.h"
+#include "tests/support/json_text.h"
 
 using Tarsel::Options;
 using Tarsel::OptionsNode;
 using Tarsel::OptionsNodeIterator;
 using Tarsel::string;
+using test_support::ParsedJson;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -21,14 +21,6 @@ namespace {
 
 const char NOT_A_CONTAINER[] = "Incorrect Node type for Object or Array operations";
 const char NOT_FOUND[] = "cannot find the node element";
-
-Json::Value Parse(const std::string& text) {
-  Json::Value value;
-  std::string errors;
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  EXPECT_TRUE(reader->parse(text.data(), text.data() + text.size(), &value, &errors)) << errors;
-  return value;
-}
 
 // One member for every JSON type and for the numbers at the edges.
 const char EVERYTHING[] = R"({
@@ -75,7 +67,7 @@ std::string ReadValue(const OptionsNode& node, const char* key, T before) {
 
 class OptionsOfEverything : public testing::Test {
  protected:
-  OptionsOfEverything() : options(Parse(EVERYTHING)), root(options.GetRootNode()) {}
+  OptionsOfEverything() : options(ParsedJson(EVERYTHING)), root(options.GetRootNode()) {}
 
   const Options options;
   const OptionsNode root;
@@ -220,7 +212,7 @@ TEST(OptionsNode, DefaultOptionsHaveANullRoot) {
 
 TEST(OptionsNode, ARootNeedsNotBeAnObject) {
   for (const char* text : {"null", "true", "1", "2.5", "\"text\"", "[]", "[1]"}) {
-    const Options options(Parse(text));
+    const Options options(ParsedJson(text));
     const OptionsNode root = options.GetRootNode();
     EXPECT_TRUE(root.GetChildNode("VLAN_CONFIGURATIONS").IsNull()) << text;
     EXPECT_STREQ(root.GetErrorText(), NOT_A_CONTAINER) << text;
@@ -228,7 +220,7 @@ TEST(OptionsNode, ARootNeedsNotBeAnObject) {
 }
 
 TEST(OptionsNode, KeepsTheErrorTextOfTheLastFailure) {
-  const Options options(Parse(R"({"a": "x", "b": 1})"));
+  const Options options(ParsedJson(R"({"a": "x", "b": 1})"));
   const OptionsNode root = options.GetRootNode();
   int value = 0;
   EXPECT_STREQ(root.GetErrorText(), "");
@@ -243,7 +235,7 @@ TEST(OptionsNode, KeepsTheErrorTextOfTheLastFailure) {
 }
 
 TEST(OptionsNode, AFreshNodeOfTheSameElementHasNoErrorText) {
-  const Options options(Parse(R"({"list": [1]})"));
+  const Options options(ParsedJson(R"({"list": [1]})"));
   const OptionsNode list = options.GetRootNode().GetChildNode("list");
   const OptionsNodeIterator position = list.begin();
   const OptionsNode element = *position;
@@ -256,13 +248,13 @@ TEST(OptionsNode, AFreshNodeOfTheSameElementHasNoErrorText) {
 // The keys stand in an order that is not the sorted one: the document's order is the sorted one all
 // the same.
 TEST(OptionsNodeIterator, WalksObjectsInKeyOrder) {
-  const Options options(Parse(R"({"z": 1, "b": 2, "aa": 3, "a10": 4, "a9": 5, "B": 6})"));
+  const Options options(ParsedJson(R"({"z": 1, "b": 2, "aa": 3, "a10": 4, "a9": 5, "B": 6})"));
   EXPECT_THAT(Names(options.GetRootNode()), ElementsAre("B", "a10", "a9", "aa", "b", "z"));
 }
 
 TEST(OptionsNodeIterator, WalksArraysInIndexOrder) {
-  const Options options(
-      Parse(R"({"list": [{"n": 5}, null, {"n": 3}, {"n": 4}, {}, {}, {}, {}, {}, {}, {"n": 1}]})"));
+  const Options options(ParsedJson(
+      R"({"list": [{"n": 5}, null, {"n": 3}, {"n": 4}, {}, {}, {}, {}, {}, {}, {"n": 1}]})"));
   const OptionsNode list = options.GetRootNode().GetChildNode("list");
   std::vector<int> numbers;
   for (OptionsNodeIterator i = list.begin(); i != list.end(); ++i) {
@@ -275,7 +267,7 @@ TEST(OptionsNodeIterator, WalksArraysInIndexOrder) {
 }
 
 TEST(OptionsNodeIterator, ComparesPositions) {
-  const Options options(Parse(R"({"a": 1, "b": 2})"));
+  const Options options(ParsedJson(R"({"a": 1, "b": 2})"));
   const OptionsNode root = options.GetRootNode();
   OptionsNodeIterator first = root.begin();
   OptionsNodeIterator second = root.begin();
@@ -288,7 +280,7 @@ TEST(OptionsNodeIterator, ComparesPositions) {
 }
 
 TEST(OptionsNodeIterator, ElementsOutliveTheirNodesAndIterators) {
-  const Options options(Parse(R"({"a": {"b": {"c": 7}}})"));
+  const Options options(ParsedJson(R"({"a": {"b": {"c": 7}}})"));
   OptionsNode inner;
   {
     const OptionsNode outer = options.GetRootNode().GetChildNode("a");
@@ -306,7 +298,7 @@ TEST(OptionsNode, GoesDownADeepDocument) {
     text += "{\"a\":";
   }
   text += "1" + std::string(depth, '}');
-  const Options options(Parse(text));
+  const Options options(ParsedJson(text));
   OptionsNode node = options.GetRootNode();
   for (int i = 0; i < depth - 1; ++i) {
     node = node.GetChildNode("a");
@@ -318,7 +310,7 @@ TEST(OptionsNode, GoesDownADeepDocument) {
 }
 
 TEST(OptionsNode, KeepsTextsWithEmbeddedNulsWhole) {
-  const Options options(Parse(R"({"a": "x\u0000y"})"));
+  const Options options(ParsedJson(R"({"a": "x\u0000y"})"));
   string value;
   EXPECT_EQ(options.GetRootNode().GetAsString(value, "a"), 1);
   EXPECT_EQ(value.get_length(), 3u);

@@ -8,6 +8,7 @@
 #include "device/documents/device_document.h"
 #include "device/program/printable.h"
 #include "tests/support/device_fixture.h"
+#include "tests/support/json_text.h"
 #include "tests/support/reported_lines.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_mgr.h"
@@ -17,6 +18,7 @@ namespace {
 using console::Reply;
 using console::Result;
 using console::RunningCommand;
+using test_support::ParsedJson;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;

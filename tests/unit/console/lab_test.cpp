@@ -6,6 +6,7 @@
 #include "device/base/timer_loop.h"
 #include "device/documents/device_document.h"
 #include "tests/support/device_fixture.h"
+#include "tests/support/json_text.h"
 #include "tests/support/recording_console.h"
 #include "tests/support/reported_lines.h"
 #include "vantacore/dc_rtm_mgr.h"
@@ -14,6 +15,8 @@
 namespace {
 
 using console::LabReply;
+using test_support::ParsedJson;
+using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;

@@ -11,6 +11,7 @@
 namespace {
 
 using Tarsel::DclConfigObject;
+using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

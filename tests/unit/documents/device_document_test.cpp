@@ -3,11 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/json_text.h"
 #include "tests/support/reported_lines.h"
 
 namespace {
 
 using documents::Device;
+using test_support::ParsedJson;
+using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -12,6 +12,7 @@
 
 namespace {
 
+using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

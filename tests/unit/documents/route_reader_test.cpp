@@ -4,12 +4,15 @@
 #include <gtest/gtest.h>
 
 #include "tarsel/address.h"
+#include "tests/support/json_text.h"
 #include "tests/support/reported_lines.h"
 
 namespace {
 
 using documents::RouteKey;
 using documents::RouteSet;
+using test_support::ParsedJson;
+using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -3,10 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/json_text.h"
 #include "tests/support/reported_lines.h"
 
 namespace {
 
+using test_support::ParsedJson;
+using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

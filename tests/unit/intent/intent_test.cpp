@@ -8,6 +8,7 @@
 
 namespace {
 
+using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Key;

@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 
 #include "device/documents/device_document.h"
+#include "tests/support/json_text.h"
 #include "tests/support/reported_lines.h"
 
 namespace {
 
+using test_support::ParsedJson;
+using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/device_fixture.h"
+#include "tests/support/json_text.h"
 #include "tests/support/reported_lines.h"
 #include "vantacore/dc_router_base.h"
 
@@ -13,6 +14,7 @@ using intent::Destination;
 using intent::Rules;
 using Tarsel::DcRouterMgr;
 using Tarsel::RedistributionProfile;
+using test_support::ParsedJson;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Key;

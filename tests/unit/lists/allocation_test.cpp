@@ -3,16 +3,16 @@
 #include <gtest/gtest.h>
 
 #include "test_objects.h"
-#include "tests/support/config_documents.h"
 #include "tests/support/failing_new.h"
+#include "tests/support/json_text.h"
 #include "vantacore/dc_rip_routers.h"
 #include "vantacore/static_routes.h"
 
 namespace {
 
-using config_test::Node;
 using config_test::TestRouter;
 using test_support::FailingNew;
+using test_support::Node;
 using namespace Tarsel;
 
 // A configuration that allocates nothing, so that the first allocation is the router's.

@@ -1,6 +1,6 @@
 // A configuration list over the scripted objects, with a document to parse in one line.
-#ifndef TESTS_UNIT_CONFIG_CONFIG_LIST_FIXTURE_H
-#define TESTS_UNIT_CONFIG_CONFIG_LIST_FIXTURE_H
+#ifndef TESTS_UNIT_LISTS_CONFIG_LIST_FIXTURE_H
+#define TESTS_UNIT_LISTS_CONFIG_LIST_FIXTURE_H
 
 #include <gtest/gtest.h>
 
@@ -8,10 +8,12 @@
 #include <vector>
 
 #include "test_objects.h"
-#include "tests/support/config_documents.h"
+#include "tests/support/json_text.h"
 #include "tests/support/trace_capture.h"
 
 namespace config_test {
+
+using test_support::Node;
 
 constexpr unsigned short VLAN = 12;
 constexpr auto VLAN_OPTIONS = Tarsel::DclConfigObject::VLAN_OPTIONS;

@@ -7,13 +7,13 @@
 #include <string>
 #include <type_traits>
 
-#include "tests/support/config_documents.h"
+#include "tests/support/json_text.h"
 #include "tests/support/trace_capture.h"
 #include "vantacore/dcl_config_object.h"
 
 namespace {
 
-using config_test::Node;
+using test_support::Node;
 using test_support::TraceCapture;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -10,15 +10,15 @@
 #include <vector>
 
 #include "test_objects.h"
-#include "tests/support/config_documents.h"
+#include "tests/support/json_text.h"
 #include "tests/support/trace_capture.h"
 
 namespace {
 
-using config_test::Node;
 using config_test::TestList;
 using config_test::TestRouter;
 using config_test::World;
+using test_support::Node;
 using test_support::TraceCapture;
 using testing::ElementsAre;
 using testing::IsEmpty;

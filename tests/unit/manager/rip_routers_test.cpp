@@ -7,12 +7,13 @@
 #include <memory>
 
 #include "routers/rip_interfaces.h"
-#include "tests/support/config_documents.h"
+#include "tests/support/json_text.h"
 #include "tests/support/recording_console.h"
 
 namespace {
 
-using config_test::Node;
+using test_support::Node;
+
 using namespace Tarsel;
 
 TEST(RipRoutersTest, Names) {

@@ -7,13 +7,14 @@
 #include <vector>
 
 #include "tests/support/device_fixture.h"
-#include "tests/unit/rtm/rtm_document.h"
+#include "tests/support/json_text.h"
 #include "vantacore/dc_rtm_mgr.h"
 
 namespace {
 
 using Tarsel::DclConfigObject;
 using Tarsel::DcRtmMgr;
+using test_support::Document;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -41,7 +42,7 @@ class RtmInstances : public test_support::DeviceFixture {
 
   bool Update(unsigned short vlan, const std::string& json,
               DclConfigObject::OptionType type = DclConfigObject::VLAN_OPTIONS) {
-    const Tarsel::Options document = MakeDocument(json);
+    const Tarsel::Options document = Document(json);
     return rtm.UpdateRtmConfig(vlan, document.GetRootNode(), type);
   }
 

@@ -6,12 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "tests/unit/rtm/rtm_document.h"
+#include "tests/support/json_text.h"
 #include "vantacore/dc_rtm_mgr.h"
 
 namespace {
 
 using Tarsel::DcRtmMgr;
+using test_support::Document;
 
 std::vector<std::uint32_t> Values(const DcRtmMgr::RTMData& data) {
   return {data.dead_rpm_timer,
@@ -29,14 +30,14 @@ const std::vector<std::uint32_t> DEFAULTS = {60, 40, 40, 110, 110, 120, 120, 200
 
 // What a record of defaults becomes by reading the entry.
 std::vector<std::uint32_t> Read(const std::string& json) {
-  const Tarsel::Options document = MakeDocument(json);
+  const Tarsel::Options document = Document(json);
   DcRtmMgr::RTMData data;
   DcRtmMgr::GetInstance()->GetRTMConfig(document.GetRootNode(), &data);
   return Values(data);
 }
 
 bool ReadAnswer(const std::string& json) {
-  const Tarsel::Options document = MakeDocument(json);
+  const Tarsel::Options document = Document(json);
   DcRtmMgr::RTMData data;
   return DcRtmMgr::GetInstance()->GetRTMConfig(document.GetRootNode(), &data);
 }
@@ -115,7 +116,7 @@ TEST(RtmSettings, ReadingIsReportedWhenThereWasAnObject) {
 }
 
 TEST(RtmSettings, RecordThatIsNotOfDefaultsKeepsWhatTheEntryDoesNotName) {
-  const Tarsel::Options document = MakeDocument(R"({"RTM": {"x": 1}})");
+  const Tarsel::Options document = Document(R"({"RTM": {"x": 1}})");
   DcRtmMgr::RTMData data;
   data.ready = true;
   data.dead_rpm_timer = 5;

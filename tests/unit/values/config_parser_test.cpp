@@ -9,13 +9,13 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/config_documents.h"
+#include "tests/support/json_text.h"
 #include "tests/support/trace_capture.h"
 
 namespace {
 
-using config_test::Document;
-using config_test::Node;
+using test_support::Document;
+using test_support::Node;
 using test_support::TraceCapture;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -6,13 +6,13 @@
 #include <cstddef>
 #include <string>
 
-#include "tests/support/config_documents.h"
+#include "tests/support/json_text.h"
 #include "tests/support/trace_capture.h"
 
 namespace {
 
-using config_test::Node;
 using Tarsel::RedistributionProfile;
+using test_support::Node;
 
 // The flags in field order: static, connected, rip, ospf, bgp.
 std::string Flags(const RedistributionProfile& p) {

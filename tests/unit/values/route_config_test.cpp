@@ -7,12 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/config_documents.h"
+#include "tests/support/json_text.h"
 #include "tests/support/trace_capture.h"
 
 namespace {
 
-using config_test::Node;
+using test_support::Node;
+
 using namespace Tarsel;
 
 Ip6Addr Ip6(const char* text) {
