@@ -72,14 +72,13 @@ void RoutesAddedAndAnswered(benchmark::State& state) {
 }
 
 void RoutesParsed(benchmark::State& state) {
-  std::string text = "{\"STATIC_ROUTES\": {";
+  std::string text = R"({"STATIC_ROUTES": {)";
   for (unsigned int n = 0; n < Count(state); ++n) {
     const std::string number = std::to_string(n);
-    text += (n == 0 ? "\n\"r" : ",\n\"r") + number +
-            "\": {\"interface\": \"eth0\", \"network\": \"" + std::to_string(20 + (n >> 24)) + "." +
-            std::to_string(n >> 16 & 0xFF) + "." + std::to_string(n >> 8 & 0xFF) + "." +
-            std::to_string(n & 0xFF) +
-            "\", \"netmask\": \"255.255.255.255\", \"gateway\": \"10.1.2.1\", \"metric\": \"5\"}";
+    text += (n == 0 ? "\n\"r" : ",\n\"r") + number + R"(": {"interface": "eth0", "network": ")" +
+            std::to_string(20 + (n >> 24)) + "." + std::to_string(n >> 16 & 0xFF) + "." +
+            std::to_string(n >> 8 & 0xFF) + "." + std::to_string(n & 0xFF) +
+            R"(", "netmask": "255.255.255.255", "gateway": "10.1.2.1", "metric": "5"})";
   }
   text += "}}";
   for (auto _ : state) benchmark::DoNotOptimize(test_support::ParsedJson(text));
@@ -121,9 +120,9 @@ void Load(const std::string& text) {
 // The routers of the other library count as well, so this is more than the library's own share.
 void VlanMemory(benchmark::State& state) {
   Start();
-  std::string text = "{\"VLAN_CONFIGURATIONS\": {\"v0\": {\"vid\": 1}";
+  std::string text = R"({"VLAN_CONFIGURATIONS": {"v0": {"vid": 1})";
   for (unsigned int vid = 2; vid <= Count(state); ++vid) {
-    text += ",\"v" + std::to_string(vid) + "\": {\"vid\": " + std::to_string(vid) + "}";
+    text += ",\"v" + std::to_string(vid) + R"(": {"vid": )" + std::to_string(vid) + "}";
   }
   text += "}}";
   for (auto _ : state) {
@@ -131,13 +130,13 @@ void VlanMemory(benchmark::State& state) {
     Load(text);
     state.counters["bytes_per_vlan"] =
         static_cast<double>(test_support::AllocatedBytes() - before) / Count(state);
-    Load("{\"VLAN_CONFIGURATIONS\": {}}");
+    Load(R"({"VLAN_CONFIGURATIONS": {}})");
   }
 }
 
 void RibRowsSkipped(benchmark::State& state) {
   Start();
-  Load("{\"VLAN_CONFIGURATIONS\": {\"v\": {\"vid\": 10}}}");
+  Load(R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 10}}})");
   amb_cipr_rtm_rib row = {};
   row.instance = 20;
   row.prefix_length = 24;
@@ -155,7 +154,7 @@ void RibRowsSkipped(benchmark::State& state) {
     if (!log->destroyed) state.SkipWithError("the walk does not end");
   }
   CountPer(state, "per_row", state.range(0));
-  Load("{\"VLAN_CONFIGURATIONS\": {}}");
+  Load(R"({"VLAN_CONFIGURATIONS": {}})");
 }
 
 void Sizes(benchmark::internal::Benchmark* benchmark) {

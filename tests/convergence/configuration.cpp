@@ -50,15 +50,15 @@ std::string Row(Protocol protocol, unsigned short vlan, unsigned int key, unsign
   const std::string contents = std::to_string(value);
   switch (protocol) {
     case OSPF:
-      return "{\"Name\": \"OSPF_" + names + "_1_0\", \"area\": \"0.0.0.0\", \"cost\": " + contents +
+      return R"({"Name": "OSPF_)" + names + R"(_1_0", "area": "0.0.0.0", "cost": )" + contents +
              "}";
     case OSPFV3:
-      return "{\"Name\": \"OSPF_" + names + "_1_0\", \"cost\": " + contents + "}";
+      return R"({"Name": "OSPF_)" + names + R"(_1_0", "cost": )" + contents + "}";
     case RIPV2:
-      return "{\"Name\": \"RIP_" + names + "\", \"cost\": " + contents + "}";
+      return R"({"Name": "RIP_)" + names + R"(", "cost": )" + contents + "}";
     default:
-      return "{\"Name\": \"BGP_" + names + "\", \"address\": \"10.0.0." + std::to_string(key) +
-             "\", \"as\": " + contents + "}";
+      return R"({"Name": "BGP_)" + names + R"(", "address": "10.0.0.)" + std::to_string(key) +
+             R"(", "as": )" + contents + "}";
   }
 }
 
@@ -70,16 +70,16 @@ std::string Member(Protocol protocol, unsigned short vlan,
     text += (text.empty() ? "\"r" : ", \"r") + std::to_string(key) +
             "\": " + Row(protocol, vlan, key, value);
   }
-  return std::string(", \"") + NAMES[protocol] + "\": {\"enabled\": true, \"" +
+  return std::string(", \"") + NAMES[protocol] + R"(": {"enabled": true, ")" +
          (protocol == BGP ? "PEERS" : "IF_LIST") + "\": {" + text + "}}";
 }
 
 std::string Entry(unsigned short id, const Vlan& vlan) {
-  std::string text = "{\"vid\": " + std::to_string(id);
+  std::string text = R"({"vid": )" + std::to_string(id);
   if (vlan.distances != 0) {
-    text += ", \"RTM\": {\"ADMIN_DISTANCE\": {\"ospfv2_internal\": " +
-            std::to_string(30 + vlan.distances) +
-            ", \"ospfv3_external\": " + std::to_string(90 + vlan.distances) + "}}";
+    text += R"(, "RTM": {"ADMIN_DISTANCE": {"ospfv2_internal": )" +
+            std::to_string(30 + vlan.distances) + R"(, "ospfv3_external": )" +
+            std::to_string(90 + vlan.distances) + "}}";
   }
   for (const auto& [protocol, rows] : vlan.protocols) {
     text += Member(protocol, id, rows);
@@ -99,7 +99,7 @@ std::string Configuration::Document(unsigned int number) const {
           (entries.empty() ? "\"vlan" : ", \"vlan") + std::to_string(id) + "\": " + Entry(id, vlan);
     }
   }
-  return "{\"VLAN_CONFIGURATIONS\": {" + entries + "}}";
+  return R"({"VLAN_CONFIGURATIONS": {)" + entries + "}}";
 }
 
 Host::Host() {

@@ -35,7 +35,7 @@ class WhatStaysBehind : public test_support::DeviceFixture {
 
   // Loads a document whose only VLAN, 10, has these members.
   void LoadVlan(const std::string& members) {
-    Reload("{\"VLAN_CONFIGURATIONS\": {\"ten\": {\"vid\": 10" + members + "}}}", "vlans.json");
+    Reload(R"({"VLAN_CONFIGURATIONS": {"ten": {"vid": 10)" + members + "}}}", "vlans.json");
   }
 
   void LoadRemote(const std::string& document) {
@@ -212,17 +212,17 @@ TEST_F(WhatStaysBehind, RouteRefusedTenTimesIsMissingUntilItIsAddedAgain) {
 // --- rules ---
 
 TEST_F(WhatStaysBehind, WithdrawalOfARuleIsDroppedWhileItsRouterIsNotReady) {
-  LoadVlan(", \"OSPF\": {\"enabled\": true}");
+  LoadVlan(R"(, "OSPF": {"enabled": true})");
   Answered();
   ChangeRule(false, true);
   Answered();
-  LoadVlan(", \"OSPF\": {\"enabled\": false}");
+  LoadVlan(R"(, "OSPF": {"enabled": false})");
   ChangeRule(true, false);
   Answered();
   EXPECT_EQ(Pending(), "");
   EXPECT_THAT(Rows("redistribution"), ElementsAre("10 196608 851968 up"));
   // It goes when it is withdrawn once more, with the router ready.
-  LoadVlan(", \"OSPF\": {\"enabled\": true}");
+  LoadVlan(R"(, "OSPF": {"enabled": true})");
   ChangeRule(true, false);
   Answered();
   EXPECT_THAT(Rows("redistribution"), IsEmpty());
@@ -231,14 +231,13 @@ TEST_F(WhatStaysBehind, WithdrawalOfARuleIsDroppedWhileItsRouterIsNotReady) {
 // --- remotes ---
 
 std::string RemoteWithRipRows(const std::string& rows) {
-  return "{\"VLAN_CONFIGURATIONS\": {\"ten\": {\"vid\": 10, \"RIPV2\": {\"IF_LIST\": {" + rows +
-         "}}}}}";
+  return R"({"VLAN_CONFIGURATIONS": {"ten": {"vid": 10, "RIPV2": {"IF_LIST": {)" + rows + "}}}}}";
 }
 
-const char* const RIP_ROW = "\"a\": {\"Name\": \"RIP_10_3\", \"cost\": 2}";
+const char* const RIP_ROW = R"("a": {"Name": "RIP_10_3", "cost": 2})";
 
 TEST_F(WhatStaysBehind, RowsOfAWithdrawnRemoteDocumentUnlessItWasEmptiedFirst) {
-  LoadVlan(", \"RIPV2\": {\"enabled\": true}");
+  LoadVlan(R"(, "RIPV2": {"enabled": true})");
   LoadRemote(RemoteWithRipRows(RIP_ROW));
   Manager().DeleteOptions("remote.json", Tarsel::DclConfigObject::REMOTE_OPTIONS);
   Answered();
@@ -252,7 +251,7 @@ TEST_F(WhatStaysBehind, RowsOfAWithdrawnRemoteDocumentUnlessItWasEmptiedFirst) {
 
 TEST_F(WhatStaysBehind, RemoteEntryOfADisabledRouterIsNotMadeUpForWhenItIsEnabled) {
   LoadRemote(RemoteWithRipRows(RIP_ROW));
-  LoadVlan(", \"RIPV2\": {\"enabled\": true}");
+  LoadVlan(R"(, "RIPV2": {"enabled": true})");
   Answered();
   EXPECT_THAT(Rows("protocol"), IsEmpty());
   // The remote document has to come again.

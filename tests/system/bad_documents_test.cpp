@@ -18,12 +18,11 @@ using testing::Not;
 class BadDocuments : public testing::Test {
  protected:
   BadDocuments() {
-    folder.Write("device.json", "{\"default_vlan\": 10, \"interfaces\": [" + ETH0 + "]}");
-    folder.Write("vlans.json",
-                 "{\"VLAN_CONFIGURATIONS\": {\"a\": {\"vid\": 10, \"STATIC_ROUTES\": {" +
-                     RouteTo("10.8.0.0") + "}}}}");
+    folder.Write("device.json", R"({"default_vlan": 10, "interfaces": [)" + ETH0 + "]}");
+    folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "STATIC_ROUTES": {)" +
+                                   RouteTo("10.8.0.0") + "}}}}");
     folder.Write("remote/r.json",
-                 "{\"VLAN_CONFIGURATIONS\": {\"a\": {\"vid\": 10, \"STATIC_ROUTES\": {" +
+                 R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "STATIC_ROUTES": {)" +
                      RouteTo("10.9.0.0") + "}}}}");
   }
 
@@ -32,7 +31,7 @@ class BadDocuments : public testing::Test {
            R"(", "netmask": "255.255.0.0", "gateway": "10.1.2.1"})";
   }
   void WriteVlans(const std::string& entries) {
-    folder.Write("vlans.json", "{\"VLAN_CONFIGURATIONS\": {" + entries + "}}");
+    folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {)" + entries + "}}");
   }
 
   void Run() {
@@ -75,7 +74,7 @@ TEST_F(BadDocuments, NotJson) {
 }
 
 TEST_F(BadDocuments, NestedTooDeep) {
-  folder.Write("remote/bad.json", "{\"VLAN_CONFIGURATIONS\": " + std::string(100000, '[') +
+  folder.Write("remote/bad.json", R"({"VLAN_CONFIGURATIONS": )" + std::string(100000, '[') +
                                       std::string(100000, ']') + "}");
   Run();
   EXPECT_EQ(result.errors, "remote/bad.json:1:124: nested deeper than 100 levels\n");
@@ -177,9 +176,9 @@ TEST_F(BadDocuments, RoutesThatDoNotParse) {
 }
 
 TEST_F(BadDocuments, VlanUnderTwoMembers) {
-  WriteVlans("\"a\": {\"vid\": 10, \"RIPV2\": {\"enabled\": true}, \"STATIC_ROUTES\": {" +
-             RouteTo("10.6.0.0") + "}}, \"b\": {\"vid\": 10, \"RIPV2\": {\"enabled\": true}, " +
-             "\"STATIC_ROUTES\": {" + RouteTo("10.7.0.0") + "}}, \"c\": {\"vid\": 20}");
+  WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": true}, "STATIC_ROUTES": {)" +
+             RouteTo("10.6.0.0") + R"(}}, "b": {"vid": 10, "RIPV2": {"enabled": true}, )" +
+             R"("STATIC_ROUTES": {)" + RouteTo("10.7.0.0") + R"(}}, "c": {"vid": 20})");
   Run();
   EXPECT_EQ(result.errors,
             "vlans.json: VLAN_CONFIGURATIONS.b: VLAN 10 stands twice, also at vlans.json: "

@@ -41,31 +41,30 @@ class Reload : public testing::Test {
     for (const std::string& name : names) {
       const std::string number = name.substr(3);
       interfaces += (interfaces.empty() ? "" : ",");
-      interfaces += "{\"name\": \"" + name +
-                    "\", \"vlan\": 10, \"index\": " + std::to_string(std::stoi(number) + 1) +
-                    ", \"ipv4\": \"10." + number + ".0.1/16\"}";
+      interfaces += R"({"name": ")" + name + R"(", "vlan": 10, "index": )" +
+                    std::to_string(std::stoi(number) + 1) + R"(, "ipv4": "10.)" + number +
+                    ".0.1/16\"}";
     }
-    folder.Write("device.json", "{\"default_vlan\": 10, \"interfaces\": [" + interfaces + "]}");
+    folder.Write("device.json", R"({"default_vlan": 10, "interfaces": [)" + interfaces + "]}");
   }
   static std::string Entry(unsigned vlan, const std::vector<Route>& routes) {
     std::string text;
     for (const Route& route : routes) {
       text +=
-          std::string(text.empty() ? "" : ", ") + "\"r" + route.network + "\": {\"network\": \"" +
-          route.network + "\", \"netmask\": \"255.255.0.0\", \"gateway\": \"" + route.gateway +
-          "\", \"interface\": \"" + route.interface +
-          "\", \"routemetricmode\": \"passthrough\", \"metric\": " + std::to_string(route.metric) +
-          "}";
+          std::string(text.empty() ? "" : ", ") + "\"r" + route.network + R"(": {"network": ")" +
+          route.network + R"(", "netmask": "255.255.0.0", "gateway": ")" + route.gateway +
+          R"(", "interface": ")" + route.interface +
+          R"(", "routemetricmode": "passthrough", "metric": )" + std::to_string(route.metric) + "}";
     }
-    return "\"v" + std::to_string(vlan) + "\": {\"vid\": " + std::to_string(vlan) +
-           ", \"STATIC_ROUTES\": {" + text + "}}";
+    return "\"v" + std::to_string(vlan) + R"(": {"vid": )" + std::to_string(vlan) +
+           R"(, "STATIC_ROUTES": {)" + text + "}}";
   }
   void Write(const std::string& name, const std::vector<std::string>& entries) {
     std::string text;
     for (const std::string& entry : entries) {
       text += (text.empty() ? "" : ", ") + entry;
     }
-    folder.Write(name, "{\"VLAN_CONFIGURATIONS\": {" + text + "}}");
+    folder.Write(name, R"({"VLAN_CONFIGURATIONS": {)" + text + "}}");
   }
 
   std::string Ask(const std::string& line, const std::string& end) {

@@ -23,7 +23,7 @@ class InterfacesTest : public test_support::DeviceFixture {
  protected:
   void SetUp() override {
     Start(10);
-    Reload("{\"VLAN_CONFIGURATIONS\": {\"v\": {\"vid\": 10}}}", "vlans.json");
+    Reload(R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 10}}})", "vlans.json");
     ASSERT_TRUE(Settle());
     TakeCalls();
     traces.Take();
@@ -32,16 +32,16 @@ class InterfacesTest : public test_support::DeviceFixture {
   // Applies a document whose interfaces are these, and lets the stack answer.
   void Apply(const std::string& interfaces, const std::string& primaries = "") {
     state.Apply(documents::ReadDeviceDocument(
-                    ParsedJson("{\"default_vlan\": 10, \"interfaces\": [" + interfaces +
-                               "], \"primary_interfaces\": {" + primaries + "}}"),
+                    ParsedJson(R"({"default_vlan": 10, "interfaces": [)" + interfaces +
+                               R"(], "primary_interfaces": {)" + primaries + "}}"),
                     "device.json", reported.report),
                 {10, 11});
     ASSERT_THAT(reported.lines, IsEmpty());
     ASSERT_TRUE(Settle());
   }
   static std::string Eth0(const std::string& members = "") {
-    return "{\"name\": \"eth0\", \"vlan\": 10, \"index\": 3" +
-           std::string(members.empty() ? "" : ", ") + members + "}";
+    return R"({"name": "eth0", "vlan": 10, "index": 3)" + std::string(members.empty() ? "" : ", ") +
+           members + "}";
   }
 
   apply::Interfaces state;
@@ -49,11 +49,10 @@ class InterfacesTest : public test_support::DeviceFixture {
 };
 
 TEST_F(InterfacesTest, AddsInterfacesWithTheirAddresses) {
-  Apply(
-      Eth0("\"flags\": [\"broadcast\"], \"mtu\": 9000, \"ipv4\": \"10.1.0.1/16\", \"ipv6\": "
-           "[\"2001:db8::1/64\"]"));
-  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(4, 1, 10, 3, \"eth0\", 0, 8, 9000)",
-                                       "sms_act_interface(4, 1, 32778, 3, \"eth0\", 0, 8, 9000)",
+  Apply(Eth0(R"("flags": ["broadcast"], "mtu": 9000, "ipv4": "10.1.0.1/16", "ipv6": )"
+             R"(["2001:db8::1/64"])"));
+  EXPECT_THAT(TakeCalls(), ElementsAre(R"(sms_act_interface(4, 1, 10, 3, "eth0", 0, 8, 9000))",
+                                       R"(sms_act_interface(4, 1, 32778, 3, "eth0", 0, 8, 9000))",
                                        "sms_act_ipaddr(1, 10, 1, 3, 10.1.0.1, 16)",
                                        "sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::1, 64)"));
   EXPECT_TRUE(traces.Contains("10:Updating Interface Status of Interface 3\n"));
@@ -61,9 +60,9 @@ TEST_F(InterfacesTest, AddsInterfacesWithTheirAddresses) {
 }
 
 TEST_F(InterfacesTest, AddsInterfacesThatAreDown) {
-  Apply(Eth0("\"up\": false"));
-  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(4, 2, 10, 3, \"eth0\", 0, 0, 1500)",
-                                       "sms_act_interface(4, 2, 32778, 3, \"eth0\", 0, 0, 1500)"));
+  Apply(Eth0(R"("up": false)"));
+  EXPECT_THAT(TakeCalls(), ElementsAre(R"(sms_act_interface(4, 2, 10, 3, "eth0", 0, 0, 1500))",
+                                       R"(sms_act_interface(4, 2, 32778, 3, "eth0", 0, 0, 1500))"));
   EXPECT_FALSE(state.IsInterfaceUp(10, 3));
 }
 
@@ -71,24 +70,24 @@ TEST_F(InterfacesTest, AddsInterfacesThatAreDown) {
 TEST_F(InterfacesTest, TellsOfRemotesThatJoin) {
   const std::string skipped =
       "Connected remote to inet with VLAN 11 before loading VLAN options... Skipping\n";
-  Apply(Eth0("\"joined\": true") +
-        ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4, \"joined\": true}");
+  Apply(Eth0(R"("joined": true)") +
+        R"(, {"name": "eth1", "vlan": 11, "index": 4, "joined": true})");
   EXPECT_FALSE(traces.Contains(skipped));
   state.AnnounceTo(11);
   EXPECT_TRUE(traces.Contains(skipped));
   traces.Take();
-  Apply(Eth0("\"joined\": true") + ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4}");
-  Apply(Eth0("\"joined\": true") +
-        ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4, \"joined\": true}");
+  Apply(Eth0(R"("joined": true)") + R"(, {"name": "eth1", "vlan": 11, "index": 4})");
+  Apply(Eth0(R"("joined": true)") +
+        R"(, {"name": "eth1", "vlan": 11, "index": 4, "joined": true})");
   EXPECT_FALSE(traces.Contains(skipped)) << "nothing is told to a VLAN that is not there";
 }
 
 TEST_F(InterfacesTest, MentionsNothingTwice) {
-  const std::string eth0 = Eth0("\"ipv4\": \"10.1.0.1/16\", \"ipv6\": [\"2001:db8::1/64\"]");
-  Apply(eth0, "\"10\": \"eth0\"");
+  const std::string eth0 = Eth0(R"("ipv4": "10.1.0.1/16", "ipv6": ["2001:db8::1/64"])");
+  Apply(eth0, R"("10": "eth0")");
   TakeCalls();
   traces.Take();
-  Apply(eth0, "\"10\": \"eth0\"");
+  Apply(eth0, R"("10": "eth0")");
   EXPECT_THAT(TakeCalls(), IsEmpty());
   EXPECT_FALSE(traces.Contains("Updating"));
 }
@@ -97,29 +96,29 @@ TEST_F(InterfacesTest, TakesAnInterfaceDownAndUp) {
   Apply(Eth0());
   TakeCalls();
   traces.Take();
-  Apply(Eth0("\"up\": false"));
-  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(1, 2, 10, 3, \"eth0\", 0, 0, 0)",
-                                       "sms_act_interface(1, 2, 32778, 3, \"eth0\", 0, 0, 0)"));
+  Apply(Eth0(R"("up": false)"));
+  EXPECT_THAT(TakeCalls(), ElementsAre(R"(sms_act_interface(1, 2, 10, 3, "eth0", 0, 0, 0))",
+                                       R"(sms_act_interface(1, 2, 32778, 3, "eth0", 0, 0, 0))"));
   EXPECT_TRUE(traces.Contains("10:Updating Interface Status of Interface 3\n"));
   EXPECT_FALSE(state.IsInterfaceUp(10, 3));
   Apply(Eth0());
-  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(1, 1, 10, 3, \"eth0\", 0, 0, 0)",
-                                       "sms_act_interface(1, 1, 32778, 3, \"eth0\", 0, 0, 0)"));
+  EXPECT_THAT(TakeCalls(), ElementsAre(R"(sms_act_interface(1, 1, 10, 3, "eth0", 0, 0, 0))",
+                                       R"(sms_act_interface(1, 1, 32778, 3, "eth0", 0, 0, 0))"));
   EXPECT_TRUE(state.IsInterfaceUp(10, 3));
 }
 
 TEST_F(InterfacesTest, SendsTheWholeRowWhenMtuOrFlagsChange) {
   Apply(Eth0());
   TakeCalls();
-  Apply(Eth0("\"mtu\": 9000, \"up\": false"));
-  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_interface(4, 2, 10, 3, \"eth0\", 0, 0, 9000)",
-                                       "sms_act_interface(4, 2, 32778, 3, \"eth0\", 0, 0, 9000)"));
+  Apply(Eth0(R"("mtu": 9000, "up": false)"));
+  EXPECT_THAT(TakeCalls(), ElementsAre(R"(sms_act_interface(4, 2, 10, 3, "eth0", 0, 0, 9000))",
+                                       R"(sms_act_interface(4, 2, 32778, 3, "eth0", 0, 0, 9000))"));
 }
 
 TEST_F(InterfacesTest, ChangesAddresses) {
-  Apply(Eth0("\"ipv4\": \"10.1.0.1/16\", \"ipv6\": [\"2001:db8::1/64\", \"2001:db8::2/64\"]"));
+  Apply(Eth0(R"("ipv4": "10.1.0.1/16", "ipv6": ["2001:db8::1/64", "2001:db8::2/64"])"));
   TakeCalls();
-  Apply(Eth0("\"ipv4\": \"10.1.0.2/16\", \"ipv6\": [\"2001:db8::2/64\", \"2001:db8::3/64\"]"));
+  Apply(Eth0(R"("ipv4": "10.1.0.2/16", "ipv6": ["2001:db8::2/64", "2001:db8::3/64"])"));
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 10, 1, 3, 10.1.0.1, 16)",
                                        "sms_act_ipaddr(1, 10, 1, 3, 10.1.0.2, 16)",
                                        "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::1, 64)",
@@ -131,19 +130,19 @@ TEST_F(InterfacesTest, ChangesAddresses) {
 }
 
 TEST_F(InterfacesTest, RemovesAnInterfaceWithItsAddresses) {
-  Apply(Eth0("\"ipv4\": \"10.1.0.1/16\", \"ipv6\": [\"2001:db8::1/64\"]"));
+  Apply(Eth0(R"("ipv4": "10.1.0.1/16", "ipv6": ["2001:db8::1/64"])"));
   TakeCalls();
   Apply("");
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::1, 64)",
                                        "sms_act_ipaddr(6, 10, 1, 3, 10.1.0.1, 16)",
-                                       "sms_act_interface(6, 2, 10, 3, \"eth0\", 0, 0, 0)",
-                                       "sms_act_interface(6, 2, 32778, 3, \"eth0\", 0, 0, 0)"));
+                                       R"(sms_act_interface(6, 2, 10, 3, "eth0", 0, 0, 0))",
+                                       R"(sms_act_interface(6, 2, 32778, 3, "eth0", 0, 0, 0))"));
   EXPECT_FALSE(state.IndexOf(10, "eth0"));
 }
 
 TEST_F(InterfacesTest, GivesAnInterfaceANewName) {
   Apply(Eth0());
-  Apply("{\"name\": \"wan\", \"vlan\": 10, \"index\": 3}");
+  Apply(R"({"name": "wan", "vlan": 10, "index": 3})");
   EXPECT_STREQ(Tarsel::DcInterfaceMgr::GetInstance()->GetIfName(10, 3), "wan");
   EXPECT_EQ(state.IndexOf(10, "wan"), 3u);
   EXPECT_FALSE(state.IndexOf(10, "eth0"));
@@ -152,8 +151,8 @@ TEST_F(InterfacesTest, GivesAnInterfaceANewName) {
 // A name belongs to one interface only in the whole registry, so it must be given back first.
 TEST_F(InterfacesTest, ExchangesTheNamesOfTwoInterfaces) {
   const auto both = [](const std::string& third, const std::string& fourth) {
-    return "{\"name\": \"" + third + "\", \"vlan\": 10, \"index\": 3}, {\"name\": \"" + fourth +
-           "\", \"vlan\": 10, \"index\": 4}";
+    return R"({"name": ")" + third + R"(", "vlan": 10, "index": 3}, {"name": ")" + fourth +
+           R"(", "vlan": 10, "index": 4})";
   };
   const auto indexOf = [](const char* name) {
     unsigned int index = 0;
@@ -170,22 +169,22 @@ TEST_F(InterfacesTest, ExchangesTheNamesOfTwoInterfaces) {
 }
 
 TEST_F(InterfacesTest, SetsPrimaries) {
-  Apply(Eth0(), "\"10\": \"eth0\"");
+  Apply(Eth0(), R"("10": "eth0")");
   EXPECT_STREQ(Tarsel::DcInterfaceMgr::GetInstance()->GetPrimaryInterface(10), "eth0");
 }
 
 TEST_F(InterfacesTest, ChoosesThePrimariesThatNobodyNames) {
   const Tarsel::DcInterfaceMgr* registry = Tarsel::DcInterfaceMgr::GetInstance();
-  Apply(Eth0() + ", {\"name\": \"eth1\", \"vlan\": 10, \"index\": 4, \"ipv4\": \"10.1.0.1/16\"}");
+  Apply(Eth0() + R"(, {"name": "eth1", "vlan": 10, "index": 4, "ipv4": "10.1.0.1/16"})");
   EXPECT_STREQ(registry->GetPrimaryInterface(10), "eth1");
   EXPECT_STREQ(registry->GetPrimaryInterface(11), "lo");
   EXPECT_EQ(registry->GetPrimaryInterface(12), nullptr);
-  Apply(Eth0("\"ipv4\": \"10.1.0.1/16\""));
+  Apply(Eth0(R"("ipv4": "10.1.0.1/16")"));
   EXPECT_STREQ(registry->GetPrimaryInterface(10), "eth0");
 }
 
 TEST_F(InterfacesTest, FindsAnInterfaceOnItsOwnVlanOnly) {
-  Apply(Eth0() + ", {\"name\": \"eth0\", \"vlan\": 20, \"index\": 7}");
+  Apply(Eth0() + R"(, {"name": "eth0", "vlan": 20, "index": 7})");
   EXPECT_EQ(state.IndexOf(10, "eth0"), 3u);
   EXPECT_EQ(state.IndexOf(20, "eth0"), 7u);
   EXPECT_FALSE(state.IndexOf(11, "eth0"));
@@ -194,7 +193,7 @@ TEST_F(InterfacesTest, FindsAnInterfaceOnItsOwnVlanOnly) {
 }
 
 TEST_F(InterfacesTest, AnnouncesWhatANewVlansRoutersMissed) {
-  Apply(Eth0("\"ipv4\": \"10.1.0.1/16\"") + ", {\"name\": \"eth1\", \"vlan\": 11, \"index\": 4}");
+  Apply(Eth0(R"("ipv4": "10.1.0.1/16")") + R"(, {"name": "eth1", "vlan": 11, "index": 4})");
   traces.Take();
   state.AnnounceTo(10);
   EXPECT_THAT(traces.Take(), ElementsAre("10:Updating Interface Status of Interface 3\n",

@@ -27,7 +27,7 @@ class RedistributionFeeder : public test_support::DeviceFixture {
 
   void LoadVlan(
       const std::string& members = R"("RIPV2": {"enabled": true}, "BGP": {"enabled": true})") {
-    Reload("{\"VLAN_CONFIGURATIONS\": {\"a\": {\"vid\": 10, " + members + "}}}", "vlans.json");
+    Reload(R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, )" + members + "}}}", "vlans.json");
   }
 
   // The stack's rules as source, destination, and instance.

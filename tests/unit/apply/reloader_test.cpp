@@ -56,7 +56,7 @@ class Reloader : public test_support::DeviceFixture {
     TakeCalls();
   }
   void WriteVlans(const std::string& entries) {
-    m_files.Write("vlans.json", "{\"VLAN_CONFIGURATIONS\": {" + entries + "}}");
+    m_files.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {)" + entries + "}}");
   }
   void Turn() {
     uv_run(&m_loop, UV_RUN_NOWAIT);
@@ -108,15 +108,15 @@ TEST_F(Reloader, StartsInTheOrderOfTheDevice) {
 }
 
 TEST_F(Reloader, TellsTheRoutersOfANewVlanAboutItsInterfaces) {
-  StartWith("\"a\": {\"vid\": 20}");
+  StartWith(R"("a": {"vid": 20})");
   WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": true}}, "b": {"vid": 20})");
   m_reloader->Reload();
   EXPECT_TRUE(Manager().GetDcRouterByVID(10, Tarsel::DcRouterMgr::PROTOCOL_RIPV2)->IsReady(3));
 }
 
 TEST_F(Reloader, RemovesRoutesBeforeTheirVlanGoes) {
-  StartWith(WITH_ROUTE + ", \"b\": {\"vid\": 20}");
-  WriteVlans("\"b\": {\"vid\": 20}");
+  StartWith(WITH_ROUTE + R"(, "b": {"vid": 20})");
+  WriteVlans(R"("b": {"vid": 20})");
   Control().Hold();
   m_reloader->Reload();
   EXPECT_TRUE(m_reloader->IsBusy());
@@ -135,8 +135,8 @@ TEST_F(Reloader, RemovesRoutesBeforeTheirVlanGoes) {
 }
 
 TEST_F(Reloader, WaitsForNothingWhenAVlanHasNoRoutes) {
-  StartWith("\"a\": {\"vid\": 10}, \"b\": {\"vid\": 20}");
-  WriteVlans("\"a\": {\"vid\": 10}");
+  StartWith(R"("a": {"vid": 10}, "b": {"vid": 20})");
+  WriteVlans(R"("a": {"vid": 10})");
   m_reloader->Reload();
   EXPECT_FALSE(m_reloader->IsBusy());
   EXPECT_THAT(Vlans(), ElementsAre(10));
@@ -144,10 +144,10 @@ TEST_F(Reloader, WaitsForNothingWhenAVlanHasNoRoutes) {
 
 TEST_F(Reloader, ReadsAgainWhenAskedWhileItWaits) {
   StartWith(WITH_ROUTE);
-  WriteVlans("\"b\": {\"vid\": 20}");
+  WriteVlans(R"("b": {"vid": 20})");
   m_reloader->Reload();
   ASSERT_TRUE(m_reloader->IsBusy());
-  WriteVlans("\"c\": {\"vid\": 30}");
+  WriteVlans(R"("c": {"vid": 30})");
   m_reloader->Reload();
   m_reloader->Reload();
   TurnUntilDone();
@@ -183,7 +183,7 @@ TEST_F(Reloader, TellsWhoAskedWhatCannotBeUsed) {
   EXPECT_THAT(first, ElementsAre(complaint));
 
   // Both wait for the same end, so both hear of all that happens until then.
-  WriteVlans("\"b\": {\"vid\": 20}");
+  WriteVlans(R"("b": {"vid": 20})");
   first.clear();
   m_reloader->Reload(into(first));
   ASSERT_TRUE(m_reloader->IsBusy());
@@ -202,7 +202,7 @@ TEST_F(Reloader, TellsWhoAskedWhatCannotBeUsed) {
 TEST_F(Reloader, IsNotDisturbedByAnAskerThatThrows) {
   StartWith(WITH_ROUTE);
   m_files.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
-  WriteVlans("\"b\": {\"vid\": 20}");
+  WriteVlans(R"("b": {"vid": 20})");
   int first = 0;
   int second = 0;
   m_reloader->Reload([&first](const std::string&) {
@@ -218,11 +218,11 @@ TEST_F(Reloader, IsNotDisturbedByAnAskerThatThrows) {
 }
 
 TEST_F(Reloader, BringsRoutesBackWithTheirVlan) {
-  StartWith(WITH_ROUTE + ", \"b\": {\"vid\": 20}");
-  WriteVlans("\"b\": {\"vid\": 20}");
+  StartWith(WITH_ROUTE + R"(, "b": {"vid": 20})");
+  WriteVlans(R"("b": {"vid": 20})");
   m_reloader->Reload();
   TurnUntilDone();
-  WriteVlans(WITH_ROUTE + ", \"b\": {\"vid\": 20}");
+  WriteVlans(WITH_ROUTE + R"(, "b": {"vid": 20})");
   m_reloader->Reload();
   ASSERT_TRUE(Settle());
   EXPECT_THAT(Dump(), HasSubstr("10.9.0.0/16"));
@@ -413,7 +413,7 @@ class RemoteProtocol : public Reloader {
   }
   void WriteRemote(const std::string& members) {
     m_files.Write("remote/one.json",
-                  "{\"VLAN_CONFIGURATIONS\": {\"a\": {\"vid\": 10" + members + "}}}");
+                  R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10)" + members + "}}}");
   }
   std::size_t RulesIntoRip() { return Control().Redistributions().size(); }
   bool RunsRip() {

@@ -21,10 +21,9 @@ class ReadDeviceDocument : public testing::Test {
   }
   // A document whose only interface has the required members and these.
   Device ReadInterface(const std::string& members) {
-    return Read(
-        "{\"default_vlan\": 1, \"interfaces\": [{\"name\": \"eth0\", \"vlan\": 10, "
-        "\"index\": 3" +
-        std::string(members.empty() ? "" : ", ") + members + "}]}");
+    return Read(R"({"default_vlan": 1, "interfaces": [{"name": "eth0", "vlan": 10, )"
+                R"("index": 3)" +
+                std::string(members.empty() ? "" : ", ") + members + "}]}");
   }
   static const documents::Interface& Only(const Device& document) {
     return document.interfaces.begin()->second;
@@ -72,9 +71,9 @@ TEST_F(ReadDeviceDocument, HasDefaults) {
 
 TEST_F(ReadDeviceDocument, NeedsADefaultVlan) {
   EXPECT_EQ(Read("{}").defaultVlan, 1);
-  EXPECT_EQ(Read("{\"default_vlan\": 32768}").defaultVlan, 1);
-  EXPECT_EQ(Read("{\"default_vlan\": \"10\"}").defaultVlan, 1);
-  EXPECT_EQ(Read("{\"default_vlan\": -1}").defaultVlan, 1);
+  EXPECT_EQ(Read(R"({"default_vlan": 32768})").defaultVlan, 1);
+  EXPECT_EQ(Read(R"({"default_vlan": "10"})").defaultVlan, 1);
+  EXPECT_EQ(Read(R"({"default_vlan": -1})").defaultVlan, 1);
   const std::string expected =
       "device.json: default_vlan: expected a whole number from 0 to 32767, found ";
   EXPECT_THAT(reported.lines, ElementsAre(expected + "nothing", expected + "32768",
@@ -123,7 +122,7 @@ TEST_F(ReadDeviceDocument, LeavesOutOptionalMembersOneByOne) {
                           at + "flags[1]: " + flags + "\"fast\"", at + "flags[2]: " + flags + "3",
                           at + "ipv4: expected an IPv4 address/length, found \"10.0.0.1\"",
                           at + "ipv6[0]: expected an IPv6 address/length, found \"2001:db8::1\"",
-                          at + "ipv6[1]: expected an IPv6 address/length, found \"::1/129\"",
+                          at + R"(ipv6[1]: expected an IPv6 address/length, found "::1/129")",
                           at + "ipv6[2]: expected an IPv6 address/length, found 5",
                           at + "ipv6[4]: the interface has this address already"));
 }
@@ -131,7 +130,7 @@ TEST_F(ReadDeviceDocument, LeavesOutOptionalMembersOneByOne) {
 TEST_F(ReadDeviceDocument, RefusesOtherFormsOfIp4Addresses) {
   for (const char* text : {"10.0.0.1/33", "10.0.0/8", "10.0.0.1/", "10.0.0.1/8x", "10.0.0.1/+8",
                            "/8", "10.0.0.1/99999999999", "10.0.0.1\\u0000x/8"}) {
-    EXPECT_FALSE(Only(ReadInterface("\"ipv4\": \"" + std::string(text) + "\"")).ip4) << text;
+    EXPECT_FALSE(Only(ReadInterface(R"("ipv4": ")" + std::string(text) + "\"")).ip4) << text;
   }
   EXPECT_EQ(reported.lines.size(), 8u);
 }

@@ -45,7 +45,7 @@ RouteKey Key6(unsigned short vlan, const char* network, unsigned length, const c
 class ReadRoutes : public testing::Test {
  protected:
   void ReadEntries(const std::string& entries) {
-    const Tarsel::Options document(ParsedJson("{\"VLAN_CONFIGURATIONS\": {" + entries + "}}"));
+    const Tarsel::Options document(ParsedJson(R"({"VLAN_CONFIGURATIONS": {)" + entries + "}}"));
     documents::ReadRoutes(document, "vlans.json", routes, reported.report);
   }
   void Read4(const std::string& route) {
@@ -190,7 +190,7 @@ TEST_F(ReadRoutes, TakesNullForAbsent) {
 
 TEST_F(ReadRoutes, NamesARouteWithoutANameAsAMember) {
   ReadEntries(R"("a": {"vid": 10, "STATIC_ROUTES": {"": 7}})");
-  EXPECT_THAT(reported.lines, ElementsAre("vlans.json: VLAN 10: STATIC_ROUTES.\"\": expected an "
+  EXPECT_THAT(reported.lines, ElementsAre(R"(vlans.json: VLAN 10: STATIC_ROUTES."": expected an )"
                                           "object with a route"));
 }
 

@@ -20,7 +20,7 @@ class CheckVlanDocument : public testing::Test {
     return documents::CheckVlanDocument(document, "vlans.json", reported.report, vlans);
   }
   bool CheckEntries(const std::string& entries) {
-    return Check("{\"VLAN_CONFIGURATIONS\": {" + entries + "}}");
+    return Check(R"({"VLAN_CONFIGURATIONS": {)" + entries + "}}");
   }
 
   ReportedLines reported;
@@ -32,15 +32,15 @@ TEST_F(CheckVlanDocument, LeavesAGoodDocumentAlone) {
   const std::string text = R"({"a": {"vid": 10, "RTM": {"dead_rpm_timer": 60,
     "ADMIN_DISTANCE": {"ebgp": 200}}, "REDISTRIBUTION": {"bgp": false}, "STATIC_ROUTES": {},
     "RIPV2": {"enabled": true}}, "b": {"vid": 20}})";
-  EXPECT_TRUE(Check("{\"VLAN_CONFIGURATIONS\": " + text + "}"));
+  EXPECT_TRUE(Check(R"({"VLAN_CONFIGURATIONS": )" + text + "}"));
   EXPECT_THAT(reported.lines, IsEmpty());
   EXPECT_THAT(vlans, ElementsAre(10, 20));
   EXPECT_EQ(document["VLAN_CONFIGURATIONS"], ParsedJson(text));
 }
 
 TEST_F(CheckVlanDocument, TakesADocumentWithoutVlans) {
-  for (const char* text : {"{}", "{\"VLAN_CONFIGURATIONS\": null}", "{\"VLAN_CONFIGURATIONS\": {}}",
-                           "{\"VLAN_CONFIGURATIONS\": []}"}) {
+  for (const char* text : {"{}", R"({"VLAN_CONFIGURATIONS": null})",
+                           R"({"VLAN_CONFIGURATIONS": {}})", R"({"VLAN_CONFIGURATIONS": []})"}) {
     EXPECT_TRUE(Check(text)) << text;
   }
   EXPECT_THAT(reported.lines, IsEmpty());
@@ -48,7 +48,7 @@ TEST_F(CheckVlanDocument, TakesADocumentWithoutVlans) {
 }
 
 TEST_F(CheckVlanDocument, RefusesAListThatIsNone) {
-  EXPECT_FALSE(Check("{\"VLAN_CONFIGURATIONS\": 5}"));
+  EXPECT_FALSE(Check(R"({"VLAN_CONFIGURATIONS": 5})"));
   EXPECT_THAT(reported.lines,
               ElementsAre("vlans.json: VLAN_CONFIGURATIONS: expected an object of VLANs, found 5"));
 }
@@ -64,15 +64,15 @@ TEST_F(CheckVlanDocument, TakesOutEntriesWithoutAVlanId) {
                   "vlans.json: VLAN_CONFIGURATIONS.d.vid: expected a VLAN id, found nothing",
                   "vlans.json: VLAN_CONFIGURATIONS.e.vid: expected a VLAN id, found 3000000000"));
   EXPECT_THAT(vlans, ElementsAre(10));
-  EXPECT_EQ(document["VLAN_CONFIGURATIONS"], ParsedJson("{\"f\": {\"vid\": 10}}"));
+  EXPECT_EQ(document["VLAN_CONFIGURATIONS"], ParsedJson(R"({"f": {"vid": 10}})"));
 }
 
 TEST_F(CheckVlanDocument, NamesElementsOfAnArrayByIndex) {
-  EXPECT_TRUE(Check("{\"VLAN_CONFIGURATIONS\": [{}, 5, {\"vid\": 10}]}"));
+  EXPECT_TRUE(Check(R"({"VLAN_CONFIGURATIONS": [{}, 5, {"vid": 10}]})"));
   EXPECT_THAT(reported.lines,
               ElementsAre("vlans.json: VLAN_CONFIGURATIONS[1]: expected an object, found 5"));
   EXPECT_THAT(vlans, ElementsAre(10));
-  EXPECT_EQ(document["VLAN_CONFIGURATIONS"], ParsedJson("[{\"vid\": 10}]"));
+  EXPECT_EQ(document["VLAN_CONFIGURATIONS"], ParsedJson(R"([{"vid": 10}])"));
 }
 
 TEST_F(CheckVlanDocument, CutsIdsLikeTheLibrary) {

@@ -66,7 +66,7 @@ class InterfacePlan : public testing::Test {
  protected:
   documents::Device Device(const std::string& interfaces) {
     return documents::ReadDeviceDocument(
-        ParsedJson("{\"default_vlan\": 10, \"interfaces\": [" + interfaces + "]}"), "device.json",
+        ParsedJson(R"({"default_vlan": 10, "interfaces": [)" + interfaces + "]}"), "device.json",
         reported.report);
   }
   std::vector<std::string> Plan(const std::string& present, const std::string& wanted) {

@@ -23,7 +23,7 @@ using testing::Pair;
 constexpr intent::Sources STATIC = 1, CONNECTED = 2, RIP = 4, OSPF = 8, BGP = 16;
 
 Tarsel::Options Document(const std::string& entries) {
-  return Tarsel::Options(ParsedJson("{\"VLAN_CONFIGURATIONS\": " + entries + "}"));
+  return Tarsel::Options(ParsedJson(R"({"VLAN_CONFIGURATIONS": )" + entries + "}"));
 }
 
 std::map<unsigned short, RedistributionProfile> SourcesOf(const Tarsel::Options& document) {
@@ -144,7 +144,7 @@ TEST_F(EnabledProtocols, AreReadAsTheRoutersReadThem) {
     {"vid": 30, "BGP": {"enabled": true}, "RIPV2": {"enabled": true}},
     {"vid": 30, "BGP": {"enabled": false}, "RIPNG": {"enabled": true}},
     {"vid": 40}])";
-  Reload("{\"VLAN_CONFIGURATIONS\": " + entries + "}", "vlans.json");
+  Reload(R"({"VLAN_CONFIGURATIONS": )" + entries + "}", "vlans.json");
   const documents::ProtocolSets sets = documents::ReadProtocols(Document(entries));
   EXPECT_THAT(sets, ElementsAre(Key(10), Key(20), Key(30), Key(40)));
   unsigned int enabled = 0;

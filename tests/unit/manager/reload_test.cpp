@@ -31,7 +31,7 @@ constexpr OptionType OTHER = static_cast<OptionType>(2);
 constexpr OptionType NEGATIVE = static_cast<OptionType>(-1);
 
 const char RELOADING[] = "10:Reloading Configuration in all VLANs\n";
-const char NO_GROUP[] = "{\"VLAN_CONFIGURATIONS\":{}}";
+const char NO_GROUP[] = R"({"VLAN_CONFIGURATIONS":{}})";
 
 Lines operator+(Lines lines, const Lines& more) {
   lines.insert(lines.end(), more.begin(), more.end());
@@ -95,7 +95,7 @@ TEST_F(ManagerReload, CreatesTheVlansOfADocumentAndHandsThemToTheirRouters) {
 
 TEST_F(ManagerReload, RtmInstancesComeBeforeTheRouters) {
   traces.Take();
-  Reload(Document({"{\"vid\":10,\"BGP\":{\"x\":1}}"}), "vlans.json");
+  Reload(Document({R"({"vid":10,"BGP":{"x":1}})"}), "vlans.json");
   const Lines lines = traces.Take();
   const auto position = [&lines](const std::string& line) {
     return std::find(lines.begin(), lines.end(), line) - lines.begin();
@@ -108,7 +108,7 @@ TEST_F(ManagerReload, RtmInstancesComeBeforeTheRouters) {
 }
 
 TEST_F(ManagerReload, ARouterWithoutItsMemberIsWithdrawn) {
-  Reload(Document({"{\"vid\":10,\"BGP\":{\"x\":1}}"}), "vlans.json");
+  Reload(Document({R"({"vid":10,"BGP":{"x":1}})"}), "vlans.json");
   EXPECT_THAT(TakeChanges(),
               ElementsAre("BGP:10 parse vlans.json 0", "OSPF:10 withdraw vlans.json 0",
                           "OSPFV3:10 withdraw vlans.json 0", "RIPV2:10 withdraw vlans.json 0",
@@ -167,21 +167,21 @@ TEST_F(ManagerReload, LoadingADocumentAgainUpdatesTheRtmConfigurationOfEachVlan)
 TEST_F(ManagerReload, AChangedRtmConfigurationReachesTheStack) {
   Reload(Document({Entry(10)}), "vlans.json");
   TakeCalls();
-  Reload(Document({Entry(10, ",\"RTM\":{\"dead_rpm_timer\":30}")}), "vlans.json");
+  Reload(Document({Entry(10, R"(,"RTM":{"dead_rpm_timer":30})")}), "vlans.json");
   EXPECT_EQ(2U, TakeCalls().size());
 }
 
 TEST_F(ManagerReload, ASecondVlanDocumentChangesTheRtmConfigurationOfAKnownVlan) {
   Reload(Document({Entry(10)}), "vlans.json");
   TakeCalls();
-  Reload(Document({Entry(10, ",\"RTM\":{\"dead_rpm_timer\":30}")}), "more.json");
+  Reload(Document({Entry(10, R"(,"RTM":{"dead_rpm_timer":30})")}), "more.json");
   EXPECT_EQ(2U, TakeCalls().size());
 }
 
 TEST_F(ManagerReload, AChangedRtmConfigurationIsInPlaceBeforeTheRoutersSeeTheEntry) {
   Reload(Document({Entry(10)}), "vlans.json");
   traces.Take();
-  Reload(Document({Entry(10, ",\"RTM\":{\"dead_rpm_timer\":30}")}), "vlans.json");
+  Reload(Document({Entry(10, R"(,"RTM":{"dead_rpm_timer":30})")}), "vlans.json");
   const Lines lines = traces.Take();
   const auto sent = std::find(lines.begin(), lines.end(), "10:Creating RTM Instance 32778\n");
   ASSERT_NE(lines.end(), sent);
@@ -189,10 +189,9 @@ TEST_F(ManagerReload, AChangedRtmConfigurationIsInPlaceBeforeTheRoutersSeeTheEnt
 }
 
 TEST_F(ManagerReload, EntriesComeInTheOrderOfTheirNames) {
-  Reload(
-      "{\"VLAN_CONFIGURATIONS\":{\"z\":{\"vid\":1},\"b\":{\"vid\":2},\"aa\":{\"vid\":3},"
-      "\"a10\":{\"vid\":4},\"a9\":{\"vid\":5},\"B\":{\"vid\":6}}}",
-      "vlans.json");
+  Reload(R"({"VLAN_CONFIGURATIONS":{"z":{"vid":1},"b":{"vid":2},"aa":{"vid":3},)"
+         R"("a10":{"vid":4},"a9":{"vid":5},"B":{"vid":6}}})",
+         "vlans.json");
   Lines created;
   for (const std::string& line : traces.Take()) {
     if (line.find("10:Creating VLAN") == 0) {
@@ -218,7 +217,7 @@ TEST_F(ManagerReload, OnlyTheLowSixteenBitsOfAVlanIdCount) {
 }
 
 TEST_F(ManagerReload, AGroupMayBeAnArray) {
-  Reload("{\"VLAN_CONFIGURATIONS\":[{\"vid\":20},{\"vid\":10}]}", "vlans.json");
+  Reload(R"({"VLAN_CONFIGURATIONS":[{"vid":20},{"vid":10}]})", "vlans.json");
   EXPECT_THAT(Vlans(), ElementsAre(10, 20));
 }
 
@@ -226,7 +225,7 @@ TEST_F(ManagerReload, AGroupMayBeAnArray) {
 
 TEST_F(ManagerReload, EmptyEntriesArePassedOverSilently) {
   traces.Take();
-  Reload("{\"VLAN_CONFIGURATIONS\":{\"a\":null,\"b\":{},\"c\":[]}}", "vlans.json");
+  Reload(R"({"VLAN_CONFIGURATIONS":{"a":null,"b":{},"c":[]}})", "vlans.json");
   EXPECT_THAT(traces.Take(), ElementsAre(RELOADING));
   EXPECT_THAT(Vlans(), IsEmpty());
 }
@@ -240,10 +239,10 @@ TEST_P(UnusableEntry, IsReportedAndTheRestIsApplied) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Variants, UnusableEntry,
-                         testing::Values("5", "\"10\"", "true", "[10]", "{\"x\":1}",
-                                         "{\"vid\":null}", "{\"vid\":\"10\"}", "{\"vid\":{}}",
-                                         "{\"vid\":[1]}", "{\"vid\":true}", "{\"vid\":1.5}",
-                                         "{\"vid\":3000000000}", "{\"vid\":-3000000000}"));
+                         testing::Values("5", "\"10\"", "true", "[10]", R"({"x":1})",
+                                         R"({"vid":null})", R"({"vid":"10"})", R"({"vid":{}})",
+                                         R"({"vid":[1]})", R"({"vid":true})", R"({"vid":1.5})",
+                                         R"({"vid":3000000000})", R"({"vid":-3000000000})"));
 
 TEST_F(ManagerReload, AVlanThatCannotBeCreatedIsNotRemembered) {
   traces.Take();
@@ -278,8 +277,8 @@ TEST_P(DocumentWithoutVlans, IsAWithdrawal) {
 
 INSTANTIATE_TEST_SUITE_P(Variants, DocumentWithoutVlans,
                          testing::Values(NO_GROUP, "{}", "null", "[]", "5", "[1]", "\"text\"",
-                                         "{\"VLAN_CONFIGURATIONS\":null}",
-                                         "{\"VLAN_CONFIGURATIONS\":[]}", "{\"other\":{\"a\":1}}"));
+                                         R"({"VLAN_CONFIGURATIONS":null})",
+                                         R"({"VLAN_CONFIGURATIONS":[]})", R"({"other":{"a":1}})"));
 
 TEST_F(ManagerReload, ADocumentWithoutVlansIsWithdrawnUnderItsOwnType) {
   Reload(Document({Entry(10)}), "vlans.json");
@@ -296,7 +295,7 @@ TEST_F(ManagerReload, AScalarGroupWithdrawsEveryVlanOfTheFile) {
   Reload(Document({Entry(10), Entry(20)}), "vlans.json");
   Reload(Document({Entry(20)}), "more.json");
   traces.Take();
-  EXPECT_TRUE(Reload("{\"VLAN_CONFIGURATIONS\":5}", "vlans.json"));
+  EXPECT_TRUE(Reload(R"({"VLAN_CONFIGURATIONS":5})", "vlans.json"));
   EXPECT_EQ(1U, traces.CountOf(RELOADING));
   EXPECT_THAT(Vlans(), ElementsAre(20));
   EXPECT_THAT(FilesOf(20), ElementsAre("more.json"));
@@ -341,7 +340,7 @@ TEST_F(ManagerReload, ARemoteDocumentLeavesTheRtmConfigurationAlone) {
   Reload(Document({Entry(30)}), "vlans.json");
   Forget();
   for (const OptionType type : {REMOTE, OTHER, NEGATIVE}) {
-    Reload(Document({Entry(30, ",\"RTM\":{\"dead_rpm_timer\":30}")}), "remote.json", type);
+    Reload(Document({Entry(30, R"(,"RTM":{"dead_rpm_timer":30})")}), "remote.json", type);
     EXPECT_FALSE(traces.Contains("RTM"));
     EXPECT_THAT(TakeCalls(), IsEmpty());
   }

@@ -31,7 +31,7 @@ TEST_F(Routers, AreDisabledUntilADocumentNamesThem) {
 
 TEST_F(Routers, AreEnabledByTheirMember) {
   for (int i = 0; i < DcRouterMgr::PROTOCOL_COUNT; ++i) {
-    Load("\"" + std::string(MEMBERS[i]) + "\": {\"x\": 1}");
+    Load("\"" + std::string(MEMBERS[i]) + R"(": {"x": 1})");
     for (const auto type : ALL) {
       EXPECT_EQ(Router(type)->IsEnabled(), type == ALL[i]) << MEMBERS[i] << " " << type;
     }
@@ -40,13 +40,13 @@ TEST_F(Routers, AreEnabledByTheirMember) {
 }
 
 TEST_F(Routers, CanBeDisabledWithoutLosingTheirMember) {
-  Load("\"OSPF\": {\"enabled\": false}, \"BGP\": {\"enabled\": true}");
+  Load(R"("OSPF": {"enabled": false}, "BGP": {"enabled": true})");
   EXPECT_FALSE(Router(DcRouterMgr::PROTOCOL_OSPFV2)->IsEnabled());
   EXPECT_TRUE(Router(DcRouterMgr::PROTOCOL_BGP)->IsEnabled());
 }
 
 TEST_F(Routers, ReportAnOptionOfAWrongType) {
-  Load("\"OSPF\": {\"enabled\": \"yes\"}, \"BGP\": 5");
+  Load(R"("OSPF": {"enabled": "yes"}, "BGP": 5)");
   EXPECT_FALSE(Router(DcRouterMgr::PROTOCOL_OSPFV2)->IsEnabled());
   EXPECT_FALSE(Router(DcRouterMgr::PROTOCOL_BGP)->IsEnabled());
   EXPECT_THAT(Skipped(),
@@ -55,8 +55,8 @@ TEST_F(Routers, ReportAnOptionOfAWrongType) {
 }
 
 TEST_F(Routers, StayEnabledWhileOneDocumentSaysSo) {
-  Load("\"RIPV2\": {\"enabled\": true}");
-  Load("\"RIPV2\": {\"enabled\": false}", "remote/a.json", DclConfigObject::REMOTE_OPTIONS);
+  Load(R"("RIPV2": {"enabled": true})");
+  Load(R"("RIPV2": {"enabled": false})", "remote/a.json", DclConfigObject::REMOTE_OPTIONS);
   EXPECT_TRUE(Router(DcRouterMgr::PROTOCOL_RIPV2)->IsEnabled());
   Load("");
   EXPECT_FALSE(Router(DcRouterMgr::PROTOCOL_RIPV2)->IsEnabled());
@@ -65,7 +65,7 @@ TEST_F(Routers, StayEnabledWhileOneDocumentSaysSo) {
 TEST_F(Routers, AreReadyWithTheirFamilysInstance) {
   std::string members;
   for (const char* member : MEMBERS) {
-    members += (members.empty() ? "\"" : ", \"") + std::string(member) + "\": {\"enabled\": true}";
+    members += (members.empty() ? "\"" : ", \"") + std::string(member) + R"(": {"enabled": true})";
   }
   Control().Hold();
   Load(members);
@@ -87,14 +87,14 @@ TEST_F(Routers, AreReadyWithTheirFamilysInstance) {
 }
 
 TEST_F(Routers, AreNotReadyWhileDisabled) {
-  Load("\"RIPV2\": {\"enabled\": false}");
+  Load(R"("RIPV2": {"enabled": false})");
   ASSERT_TRUE(Settle());
   ASSERT_TRUE(Tarsel::DcRtmMgr::GetInstance()->IsRtmReady(10));
   EXPECT_FALSE(Router(DcRouterMgr::PROTOCOL_RIPV2)->IsReady());
 }
 
 TEST_F(Routers, FollowTheirInterfaces) {
-  Load("\"RIPV2\": {\"enabled\": true}");
+  Load(R"("RIPV2": {"enabled": true})");
   DcRouterBase* rip = Router(DcRouterMgr::PROTOCOL_RIPV2);
   EXPECT_FALSE(rip->IsEnabled(3));
   EXPECT_FALSE(rip->IsReady(3));

@@ -13,11 +13,11 @@ constexpr auto BGP = DcRouterMgr::PROTOCOL_BGP;
 
 std::string Peer(int id, int as = 65001) {
   const std::string number = std::to_string(id);
-  return "\"p" + number + "\": {\"Name\": \"BGP_10_" + number + "\", \"address\": \"10.0.0." +
-         number + "\", \"as\": " + std::to_string(as) + "}";
+  return "\"p" + number + R"(": {"Name": "BGP_10_)" + number + R"(", "address": "10.0.0.)" +
+         number + R"(", "as": )" + std::to_string(as) + "}";
 }
 
-std::string Peers(const std::string& peers) { return "\"BGP\": {\"PEERS\": {" + peers + "}}"; }
+std::string Peers(const std::string& peers) { return R"("BGP": {"PEERS": {)" + peers + "}}"; }
 
 std::string Contents(int id, int as = 65001) {
   return "afi=1 safi=1 address=10.0.0." + std::to_string(id) + " as=" + std::to_string(as) +
@@ -40,7 +40,7 @@ TEST_F(RowLife, ANewRowIsCreated) {
   ASSERT_TRUE(Settle());
   EXPECT_THAT(
       TakeRequests(),
-      ElementsAre("0, 1, 4, 1, 10, \"1\", " + Quoted(Contents(1))));  // waited for the stack
+      ElementsAre(R"(0, 1, 4, 1, 10, "1", )" + Quoted(Contents(1))));  // waited for the stack
   EXPECT_TRUE(ThePeer()->GetInMib());
   EXPECT_FALSE(ThePeer()->GetActionReq());
   EXPECT_EQ(ThePeer()->GetRowStatus(), 1);
@@ -60,7 +60,7 @@ TEST_F(RowLife, AChangedRowIsWrittenAgainInItsPlace) {
   TakeRequests();
   DclConfigObject* const first = ThePeer();
   Apply(Peers(Peer(1, 65009) + "," + Peer(2)));
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 1, 1, 1, 10, \"1\", " + Quoted(Contents(1, 65009))));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 1, 1, 1, 10, "1", )" + Quoted(Contents(1, 65009))));
   EXPECT_EQ(ThePeer(), first);
   EXPECT_THAT(Rows(), ElementsAre("10 1 \"1\" " + Quoted(Contents(1, 65009)) + " up",
                                   "10 1 \"2\" " + Quoted(Contents(2)) + " up"));
@@ -70,7 +70,7 @@ TEST_F(RowLife, AVanishedRowIsDestroyedAndItsObjectGoesWithTheAnswer) {
   Apply(Peers(Peer(1) + "," + Peer(2)));
   TakeRequests();
   Load(Peers(Peer(2)));
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 1, 6, 2, 10, \"1\", \"\""));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 1, 6, 2, 10, "1", "")"));
   ASSERT_THAT(Objects(BGP), SizeIs(2));
   EXPECT_EQ(ThePeer()->GetRowStatus(), 6);
   EXPECT_TRUE(ThePeer()->GetInMib());
@@ -83,7 +83,7 @@ TEST_F(RowLife, AVanishedRowIsDestroyedAndItsObjectGoesWithTheAnswer) {
 
 TEST_F(RowLife, AllRowsGoWithTheListsMember) {
   Apply(Peers(Peer(1) + "," + Peer(2)));
-  Apply("\"BGP\": {\"enabled\": true}");
+  Apply(R"("BGP": {"enabled": true})");
   EXPECT_THAT(Objects(BGP), IsEmpty());
   EXPECT_THAT(Rows(), IsEmpty());
 }
@@ -92,8 +92,8 @@ TEST_F(RowLife, ADestroyIsAskedForOnceWhileItWaits) {
   Apply(Peers(Peer(1)));
   TakeRequests();
   Control().Hold();
-  Load("\"BGP\": {\"enabled\": true}");
-  Load("\"BGP\": {\"enabled\": true}");
+  Load(R"("BGP": {"enabled": true})");
+  Load(R"("BGP": {"enabled": true})");
   EXPECT_THAT(TakeRequests(), SizeIs(1));
   Control().Release();
   ASSERT_TRUE(Settle());
@@ -105,12 +105,12 @@ TEST_F(RowLife, ARowThatReturnsBeforeItsDestroyWasAnsweredIsWrittenAgain) {
   Apply(Peers(Peer(1)));
   TakeRequests();
   Control().Hold();
-  Load("\"BGP\": {\"enabled\": true}");
+  Load(R"("BGP": {"enabled": true})");
   Load(Peers(Peer(1)));
   Control().Release();
   ASSERT_TRUE(Settle());
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 1, 6, 2, 10, \"1\", \"\"",
-                                          "0, 1, 1, 1, 10, \"1\", " + Quoted(Contents(1))));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 1, 6, 2, 10, "1", "")",
+                                          R"(0, 1, 1, 1, 10, "1", )" + Quoted(Contents(1))));
   ASSERT_THAT(Objects(BGP), SizeIs(1));
   EXPECT_TRUE(ThePeer()->GetInMib());
   EXPECT_THAT(Rows(), SizeIs(1));
@@ -121,11 +121,11 @@ TEST_F(RowLife, ARowThatVanishesBeforeItsCreationWasAnsweredIsDestroyedAfterward
   TakeRequests();
   Control().Hold();
   Load(Peers(Peer(1)));
-  Load("\"BGP\": {\"enabled\": true}");
+  Load(R"("BGP": {"enabled": true})");
   EXPECT_THAT(TakeRequests(), SizeIs(1));
   Control().Release();
   ASSERT_TRUE(Settle());
-  EXPECT_THAT(TakeRequests(), ElementsAre("0, 1, 6, 2, 10, \"1\", \"\""));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(0, 1, 6, 2, 10, "1", "")"));
   EXPECT_THAT(Objects(BGP), IsEmpty());
   EXPECT_THAT(Rows(), IsEmpty());
 }
@@ -156,14 +156,14 @@ TEST_F(RowLife, WithdrawingTheMemberLeavesTheRows) {
   Load(Peers(Peer(1)));
   EXPECT_FALSE(ThePeer()->GetInMib());
   ASSERT_TRUE(Settle());
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 1, 4, 1, 10, \"1\", " + Quoted(Contents(1))));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 1, 4, 1, 10, "1", )" + Quoted(Contents(1))));
   EXPECT_THAT(Rows(), SizeIs(1));
 }
 
 TEST_F(RowLife, DisablingTheProtocolLeavesTheRows) {
   Apply(Peers(Peer(1)));
   TakeRequests();
-  Apply("\"BGP\": {\"enabled\": false, \"PEERS\": {" + Peer(1) + "}}");
+  Apply(R"("BGP": {"enabled": false, "PEERS": {)" + Peer(1) + "}}");
   EXPECT_THAT(TakeRequests(), IsEmpty());
   EXPECT_THAT(Router(BGP)->GetConfigLists(), IsEmpty());
   EXPECT_THAT(Rows(), SizeIs(1));
@@ -226,7 +226,7 @@ TEST_F(RowLife, ARepeatedAnswerIsIgnored) {
   Control().Script(routing_stack::RowType::kProtocol, twice, 2);
   Apply(Peers(Peer(1)));
   EXPECT_TRUE(ThePeer()->GetInMib());
-  Apply("\"BGP\": {\"enabled\": true}");
+  Apply(R"("BGP": {"enabled": true})");
   EXPECT_THAT(Objects(BGP), IsEmpty());
 }
 
@@ -241,7 +241,7 @@ TEST_F(RowLife, AStackThatAnswersFromInsideTheCallChangesNothing) {
     EXPECT_TRUE(object->GetInMib());
   }
   Refuse(5, 1);
-  Apply("\"BGP\": {\"enabled\": true}");
+  Apply(R"("BGP": {"enabled": true})");
   EXPECT_THAT(Objects(BGP), IsEmpty());
   EXPECT_THAT(Rows(), IsEmpty());
 }
@@ -254,7 +254,7 @@ TEST_F(RowLife, ManyRowsGoInPortionsButAll) {
   Refuse(5, 250);
   Apply(Peers(peers));
   EXPECT_THAT(Rows(), SizeIs(250));
-  Apply("\"BGP\": {\"enabled\": true}");
+  Apply(R"("BGP": {"enabled": true})");
   EXPECT_THAT(Objects(BGP), IsEmpty());
   EXPECT_THAT(Rows(), IsEmpty());
 }
@@ -270,7 +270,7 @@ TEST_F(RowLife, SuspendedObjectsAreWrittenWhenTheyAreResumed) {
   EXPECT_TRUE(ThePeer()->GetSuspended());
   list->Clear(10, false);
   ASSERT_TRUE(Settle());
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 1, 1, 1, 10, \"1\", " + Quoted(Contents(1, 65002))));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 1, 1, 1, 10, "1", )" + Quoted(Contents(1, 65002))));
 }
 
 TEST_F(RowLife, TheListDestroysItsRowsWhenItIsAskedTo) {

@@ -34,11 +34,11 @@ class RowRandom : public RouterFixture {
     for (const auto& [row, cost] : m_documents[file]) {
       std::string& list = row % 2 == 0 ? rip : ospf;
       const std::string name = (row % 2 == 0 ? "RIP_10_" : "OSPF_10_") + std::to_string(row + 1);
-      list += (list.empty() ? "{\"Name\": \"" : ", {\"Name\": \"") + name +
-              "\", \"cost\": " + std::to_string(cost) + "}";
+      list += (list.empty() ? R"({"Name": ")" : R"(, {"Name": ")") + name + R"(", "cost": )" +
+              std::to_string(cost) + "}";
     }
-    const std::string members = "\"RIPV2\": {\"x\": 1, \"IF_LIST\": [" + rip +
-                                "]}, \"OSPF\": {\"x\": 1, \"IF_LIST\": [" + ospf + "]}";
+    const std::string members = R"("RIPV2": {"x": 1, "IF_LIST": [)" + rip +
+                                R"(]}, "OSPF": {"x": 1, "IF_LIST": [)" + ospf + "]}";
     if (file == 0) {
       Load(members, FILES[file]);
     } else {

@@ -12,11 +12,11 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr auto BGP = DcRouterMgr::PROTOCOL_BGP;
-const char NO_PEERS[] = "\"BGP\": {\"enabled\": true}";
+const char NO_PEERS[] = R"("BGP": {"enabled": true})";
 
 std::string Peer(int as = 65001) {
-  return "\"BGP\": {\"PEERS\": {\"p\": {\"Name\": \"BGP_10_1\", \"address\": \"10.0.0.1\", "
-         "\"as\": " +
+  return R"("BGP": {"PEERS": {"p": {"Name": "BGP_10_1", "address": "10.0.0.1", )"
+         R"("as": )" +
          std::to_string(as) + "}}}";
 }
 
@@ -126,7 +126,7 @@ TEST_F(RowRefusal, ARefusedChangeLeavesTheRowInTheStack) {
   EXPECT_THAT(ShowIp("bgp"), HasSubstr("refused (status 4)"));
   TakeRequests();
   Apply(NO_PEERS);
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 1, 6, 2, 10, \"1\", \"\""));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 1, 6, 2, 10, "1", "")"));
   EXPECT_THAT(Rows(), IsEmpty());
 }
 
@@ -176,7 +176,7 @@ TEST_F(RowRefusal, ARefusedDestroyIsShownAndTriedAgainByTheNextDocument) {
 }
 
 TEST_F(RowRefusal, ARequestThatCannotBeAllocatedIsMadeLater) {
-  Apply("\"BGP\": {\"enabled\": true}");  // the lists are there
+  Apply(R"("BGP": {"enabled": true})");  // the lists are there
   {
     // an object to read into, one to keep, and then the request
     const test_support::FailingNew failing(3);
@@ -191,7 +191,7 @@ TEST_F(RowRefusal, ARequestThatCannotBeAllocatedIsMadeLater) {
 }
 
 TEST_F(RowRefusal, AGroupWithoutMemoryForItsObjectIsPassedOver) {
-  Apply("\"BGP\": {\"enabled\": true}");
+  Apply(R"("BGP": {"enabled": true})");
   for (const unsigned int failingOne : {1U, 2U}) {
     const test_support::FailingNew failing(failingOne);
     traces.TakeAssertions();

@@ -13,11 +13,11 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 std::string Rip(int ifIndex, int cost) {
-  return "\"RIPV2\": {\"IF_LIST\": {\"i\": {\"Name\": \"RIP_10_" + std::to_string(ifIndex) +
-         "\", \"cost\": " + std::to_string(cost) + "}}}";
+  return R"("RIPV2": {"IF_LIST": {"i": {"Name": "RIP_10_)" + std::to_string(ifIndex) +
+         R"(", "cost": )" + std::to_string(cost) + "}}}";
 }
 
-const char RIP_WITHOUT_ROWS[] = "\"RIPV2\": {\"enabled\": true}";
+const char RIP_WITHOUT_ROWS[] = R"("RIPV2": {"enabled": true})";
 
 // RIP keeps its rows itself; the rules are the same for rows in a router's lists.
 class RowSources : public RouterFixture {
@@ -44,10 +44,10 @@ TEST_F(RowSources, RowsOfRipFollowTheDocument) {
   Apply(Rip(3, 1));
   EXPECT_THAT(TakeRequests(), IsEmpty());
   Apply(Rip(3, 2));
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 6, 1, 1, 10, \"3\", \"cost=2\""));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 6, 1, 1, 10, "3", "cost=2")"));
   Apply(Rip(4, 2));
   EXPECT_THAT(TakeRequests(),
-              ElementsAre("1, 6, 6, 2, 10, \"3\", \"\"", "1, 6, 4, 1, 10, \"4\", \"cost=2\""));
+              ElementsAre(R"(1, 6, 6, 2, 10, "3", "")", R"(1, 6, 4, 1, 10, "4", "cost=2")"));
   EXPECT_THAT(Rows(), ElementsAre("10 6 \"4\" \"cost=2\" up"));
 }
 
@@ -55,9 +55,9 @@ TEST_F(RowSources, RowsOfRipStayWhenTheyAreWithdrawnOrDisabled) {
   Apply("");
   EXPECT_THAT(Rows(), SizeIs(1));
   Apply(Rip(3, 2));
-  Apply("\"RIPV2\": {\"enabled\": false}");
+  Apply(R"("RIPV2": {"enabled": false})");
   EXPECT_THAT(Rows(), ElementsAre("10 6 \"3\" \"cost=2\" up"));
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 6, 4, 1, 10, \"3\", \"cost=2\""));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 6, 4, 1, 10, "3", "cost=2")"));
 }
 
 TEST_F(RowSources, RowsOfRipGoWithTheVlan) {
@@ -68,7 +68,7 @@ TEST_F(RowSources, RowsOfRipGoWithTheVlan) {
 
 TEST_F(RowSources, ARemoteDocumentAddsAndLeavesTheOthersRows) {
   ApplyRemote(Rip(4, 2));
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 6, 4, 1, 10, \"4\", \"cost=2\""));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 6, 4, 1, 10, "4", "cost=2")"));
   ApplyRemote(RIP_WITHOUT_ROWS);
   EXPECT_THAT(Rows(), ElementsAre("10 6 \"3\" \"cost=1\" up"));
 }
@@ -95,7 +95,7 @@ TEST_F(RowSources, ARowThatVanishesFromOneDocumentIsWrittenByTheNext) {
   ApplyRemote(Rip(3, 7));
   TakeRequests();
   ApplyRemote(RIP_WITHOUT_ROWS);
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 6, 1, 1, 10, \"3\", \"cost=1\""));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 6, 1, 1, 10, "3", "cost=1")"));
   EXPECT_THAT(Rows(), ElementsAre("10 6 \"3\" \"cost=1\" up"));
 }
 
@@ -113,7 +113,7 @@ TEST_F(RowSources, AnOverriddenRowGoesWithoutARequest) {
   EXPECT_THAT(TakeRequests(), IsEmpty());
   EXPECT_THAT(Rows(), ElementsAre("10 6 \"3\" \"cost=7\" up"));
   ApplyRemote(RIP_WITHOUT_ROWS);
-  EXPECT_THAT(TakeRequests(), ElementsAre("1, 6, 6, 2, 10, \"3\", \"\""));
+  EXPECT_THAT(TakeRequests(), ElementsAre(R"(1, 6, 6, 2, 10, "3", "")"));
   EXPECT_THAT(Rows(), IsEmpty());
 }
 
@@ -146,8 +146,8 @@ TEST_F(RowSources, AllDocumentsMayGoAtOnce) {
 }
 
 std::string Interfaces(int ifIndex, bool enabled) {
-  return "\"OSPF\": {\"INTERFACES\": {\"i\": {\"Name\": \"OSPF_10_" + std::to_string(ifIndex) +
-         "\", \"enabled\": " + (enabled ? "true" : "false") + "}}}";
+  return R"("OSPF": {"INTERFACES": {"i": {"Name": "OSPF_10_)" + std::to_string(ifIndex) +
+         R"(", "enabled": )" + (enabled ? "true" : "false") + "}}}";
 }
 
 class InterfaceSettings : public RouterFixture {
@@ -195,18 +195,17 @@ TEST_F(InterfaceSettings, StayWithADocumentThatComesAsAnotherKind) {
 
 TEST_F(InterfaceSettings, AreReportedWhenTheyAreWrong) {
   traces.Take();
-  Apply(
-      "\"OSPF\": {\"INTERFACES\": [{\"Name\": \"OSPF_11_3\"}, {\"Name\": \"OSPF_10_3\", "
-      "\"enabled\": 0}]}");
+  Apply(R"("OSPF": {"INTERFACES": [{"Name": "OSPF_11_3"}, {"Name": "OSPF_10_3", )"
+        R"("enabled": 0}]})");
   EXPECT_THAT(Skipped(),
-              ElementsAre("vlans.json: OSPF:10: \"Name\" of \"OSPF_11_3\" must be "
+              ElementsAre(R"(vlans.json: OSPF:10: "Name" of "OSPF_11_3" must be )"
                           "<protocol>_10_<number>\n",
-                          "vlans.json: OSPF:10: \"enabled\" of \"OSPF_10_3\" must be true or "
+                          R"(vlans.json: OSPF:10: "enabled" of "OSPF_10_3" must be true or )"
                           "false\n"));
 }
 
 TEST_F(InterfaceSettings, AnInterfaceThatIsGoneOrHasNoAddressIsNotReady) {
-  Apply("\"OSPF\": {\"enabled\": true}, \"OSPFV3\": {\"enabled\": true}");
+  Apply(R"("OSPF": {"enabled": true}, "OSPFV3": {"enabled": true})");
   DcRouterBase* const ospf6 = Router(DcRouterMgr::PROTOCOL_OSPFV3);
   Manager().ProcessInterfaceStatusChange(10, 3, 1);
   EXPECT_TRUE(Ospf()->IsReady(3));

@@ -15,12 +15,11 @@ class ShowProtocol : public RouterFixture {};
 
 TEST_F(ShowProtocol, ShowsRowsAndTheirStates) {
   Refuse(3, 1);
-  Apply(
-      "\"BGP\": {\"PEERS\": {"
-      "\"a\": {\"Name\": \"BGP_10_1\", \"address\": \"10.0.0.1\", \"as\": 1},"
-      "\"b\": {\"Name\": \"BGP_10_2\", \"address\": \"10.0.0.2\", \"as\": 2},"
-      "\"c\": {\"Name\": \"BGP_10_3\", \"address\": \"10.0.0.3\", \"as\": 3, \"enabled\": false},"
-      "\"d\": {\"Name\": \"BGP_10_4\", \"afi\": 1, \"address\": \"2001:db8::1\", \"as\": 4}}}");
+  Apply(R"("BGP": {"PEERS": {)"
+        R"("a": {"Name": "BGP_10_1", "address": "10.0.0.1", "as": 1},)"
+        R"("b": {"Name": "BGP_10_2", "address": "10.0.0.2", "as": 2},)"
+        R"("c": {"Name": "BGP_10_3", "address": "10.0.0.3", "as": 3, "enabled": false},)"
+        R"("d": {"Name": "BGP_10_4", "afi": 1, "address": "2001:db8::1", "as": 4}}})");
   EXPECT_EQ(ShowIp("bgp"),
             "VLAN 10: enabled, ready, 0 of 0 interfaces ready\n"
             "  peer      1               refused (status 3)  afi=1 safi=1 address=10.0.0.1 as=1 "
@@ -36,11 +35,11 @@ TEST_F(ShowProtocol, ShowsRowsAndTheirStates) {
 }
 
 TEST_F(ShowProtocol, ShowsWhatIsUnderWay) {
-  Apply("\"RIPV2\": {\"IF_LIST\": {\"i\": {\"Name\": \"RIP_10_3\"}}}");
+  Apply(R"("RIPV2": {"IF_LIST": {"i": {"Name": "RIP_10_3"}}})");
   Control().Hold();
-  Load("\"RIPV2\": {\"IF_LIST\": {\"i\": {\"Name\": \"RIP_10_3\", \"cost\": 2}}}");
+  Load(R"("RIPV2": {"IF_LIST": {"i": {"Name": "RIP_10_3", "cost": 2}}})");
   EXPECT_THAT(ShowIp("rip"), HasSubstr("  interface 3               pending             cost=2\n"));
-  Load("\"RIPV2\": {\"enabled\": true}");
+  Load(R"("RIPV2": {"enabled": true})");
   EXPECT_THAT(ShowIp("rip"), HasSubstr("  interface 3               leaving             cost=2\n"));
   Control().Release();
   loop.AdvanceMilliseconds(50);
@@ -50,9 +49,8 @@ TEST_F(ShowProtocol, ShowsWhatIsUnderWay) {
 }
 
 TEST_F(ShowProtocol, ShowsRowsThatWereLeftBehindOrLost) {
-  Apply(
-      "\"OSPF\": {\"AREA_LIST\": {\"a\": {\"Name\": \"OSPF_10_1\"}}, \"IF_LIST\": {\"i\": "
-      "{\"Name\": \"OSPF_10_3_1_0\"}}}");
+  Apply(R"("OSPF": {"AREA_LIST": {"a": {"Name": "OSPF_10_1"}}, "IF_LIST": {"i": )"
+        R"({"Name": "OSPF_10_3_1_0"}}})");
   EXPECT_EQ(ShowIp("ospf"),
             "VLAN 10: enabled, ready, 0 of 0 interfaces ready\n"
             "OSPF:10: up, reference bandwidth 100 Mbit/s, 0 passive interfaces\n"
@@ -70,9 +68,8 @@ TEST_F(ShowProtocol, ShowsRowsThatWereLeftBehindOrLost) {
 }
 
 TEST_F(ShowProtocol, ShowsRowsThatWereLeftBehind) {
-  Apply(
-      "\"OSPFV3\": {\"AREA_LIST\": {\"a\": {\"Name\": \"OSPF_10_1\"}}, \"IF_LIST\": {\"i\": "
-      "{\"Name\": \"OSPF_10_3_1_0\"}}}");
+  Apply(R"("OSPFV3": {"AREA_LIST": {"a": {"Name": "OSPF_10_1"}}, "IF_LIST": {"i": )"
+        R"({"Name": "OSPF_10_3_1_0"}}})");
   Apply("");
   EXPECT_EQ(ShowIp6("ospf"),
             "VLAN 10: disabled\n"
@@ -83,9 +80,8 @@ TEST_F(ShowProtocol, ShowsRowsThatWereLeftBehind) {
 }
 
 TEST_F(ShowProtocol, ShowsWhatIsRedistributed) {
-  Apply(
-      "\"RIPV2\": {\"enabled\": true}, \"BGP\": {\"enabled\": true}, \"OSPF\": {\"enabled\": "
-      "true}");
+  Apply(R"("RIPV2": {"enabled": true}, "BGP": {"enabled": true}, "OSPF": {"enabled": )"
+        "true}");
   Tarsel::DcInterfaceMgr* const registry = Tarsel::DcInterfaceMgr::GetInstance();
   registry->AddInterface(10, 3, "eth0", Tarsel::DcInterfaceMgr::INTF_TYPE_NONE, 0, 0, 1);
   registry->AddIpAddress(10, 3, Ip4Addr(10, 1, 0, 1), Ip4Addr(255, 255, 0, 0));
@@ -107,7 +103,7 @@ TEST_F(ShowProtocol, ShowsWhatIsRedistributed) {
 }
 
 TEST_F(ShowProtocol, ShowsWhichInterfacesRemotesJoinedOn) {
-  Apply("\"IGMP\": {\"IF_LIST\": {\"i\": {\"Name\": \"IGMP_10_3\"}}}");
+  Apply(R"("IGMP": {"IF_LIST": {"i": {"Name": "IGMP_10_3"}}})");
   Tarsel::DcInterfaceMgr::GetInstance()->AddInterface(
       10, 3, "eth0", Tarsel::DcInterfaceMgr::INTF_TYPE_NONE, 0, 0, 1);
   Manager().JoinNetwork(10, 3);

@@ -142,7 +142,7 @@ TEST(Ip4RouteConfigTest, AnyInterfaceTextIsAcceptedAndAnAbsentOneIsEmpty) {
 
 // The values that no address can be read from.
 const char* const NO_ADDRESS4[] = {
-    "",   "null", "\"\"", "\"10.9\"", "\"dynamic\"", "\"::1\"",       "5",
+    "",   "null", "\"\"", "\"10.9\"", "\"dynamic\"", R"("::1")",      "5",
     "{}", "[]",   "true", "\"x\"",    "\"%s\"",      "\"1.2.3.4.5\"", "\"1.2.3.999\""};
 
 TEST(Ip4RouteConfigTest, BadNetworkFailsAndKeepsTheFieldsAfterIt) {
@@ -203,7 +203,7 @@ unsigned int Metric4(const char* metric, const char* mode = nullptr) {
   std::string json = Group4("metric", metric);
   if (mode != nullptr) {
     json.pop_back();
-    json += std::string(", \"routemetricmode\": ") + mode + "}";
+    json += std::string(R"(, "routemetricmode": )") + mode + "}";
   }
   Ip4RouteConfig route;
   EXPECT_TRUE(Parse4(route, json)) << json;
@@ -456,7 +456,7 @@ TEST(Ip6RouteConfigTest, BadNetworkFailsAndKeepsTheFieldsAfterIt) {
 
 TEST(Ip6RouteConfigTest, BadOrAbsentPrefixFailsAndKeepsTheFieldsAfterIt) {
   for (const char* value :
-       {"", "null", "\"\"", "\"129\"", "\"-1\"", "\"48x\"", "{}", "\"::/48\""}) {
+       {"", "null", "\"\"", "\"129\"", "\"-1\"", "\"48x\"", "{}", R"("::/48")"}) {
     Ip6RouteConfig route = Marked6();
     EXPECT_FALSE(Parse6(route, Group6("prefix", value))) << value;
     Ip6RouteConfig expected = Marked6();
