@@ -17,12 +17,13 @@ constexpr std::uint32_t ROW_TYPE_STATIC_ROUTE = 0x3D000003;
 
 /// The path type of a static route.
 constexpr std::int32_t PATH_TYPE_STATIC = 0x30000;
-/// RIP as a destination of redistribution. RIP and OSPF are told apart; any other code is BGP.
+/// RIP as a destination of redistribution. Any code other than those of RIP and OSPF means BGP.
 constexpr std::int32_t PROTOCOL_CODE_RIP = 0x80000;
 /// OSPF as a destination.
 constexpr std::int32_t PROTOCOL_CODE_OSPF = 0xD0000;
 
-/// One static route of one VLAN. It waits until the RTM instance of its own address family is ready.
+/// One static route of one VLAN. It waits until the RTM instance of its address family is ready.
+/// The first GetOid asks the stack for the identifier of its row; later ones return the same.
 class VANTACORE_API StaticRouteItem : public CfgItem {
  public:
   /// `type` 1 is IPv4 (4 bytes of each address are copied), anything else IPv6 (16 bytes). A null
@@ -54,11 +55,13 @@ class VANTACORE_API StaticRouteItem : public CfgItem {
   MibOid m_oid;
 };
 
-/// One redistribution rule of one VLAN. Once the VLAN's RTM instance exists, a rule whose destination
-/// router is not ready is dropped when its turn comes, instead of waiting.
+/// One redistribution rule of one VLAN. It is dropped instead of waiting if the VLAN's RTM instance
+/// exists and the destination's router is not ready when a pass examines the rule. The first GetOid
+/// asks the stack for the identifier of its row and later ones return the same; only Send asks
+/// again.
 class VANTACORE_API RouteRedistributeItem : public CfgItem {
  public:
-  /// All numbers 0 but the instance, which is 1.
+  /// All numbers are 0, except the instance, which is 1.
   RouteRedistributeItem();
   /// `vlan` may carry the IPv6 instance bit.
   RouteRedistributeItem(int rowStatus, int adminStatus, int source, int destination, int priority,

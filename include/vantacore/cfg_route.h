@@ -37,7 +37,8 @@ struct VANTACORE_API CfgRouteEntry {
 };
 
 /// The configured static routes of one VLAN, in the order in which they were added. For the other
-/// libraries of the device; nothing inside this library creates one.
+/// libraries of the device; nothing inside this library creates one. Addresses are passed as 4
+/// bytes for type 1, else as 16, and must not be null.
 class VANTACORE_API CfgRoute {
  public:
   /// An empty table for a VLAN.
@@ -46,16 +47,17 @@ class VANTACORE_API CfgRoute {
   CfgRoute(const CfgRoute&) = delete;
   CfgRoute& operator=(const CfgRoute&) = delete;
 
-  /// The first entry when it is this route, else null: later entries are never looked at. The
-  /// pointer is valid until the entry is deleted.
+  /// The first entry if it is this route, else null; later entries are never examined. The pointer
+  /// is valid until the entry is deleted.
   CfgRouteEntry* GetCfgRouteEntry(int type, const void* dest, unsigned int prefixLen,
                                   const void* gateway);
-  /// Updates the route when it stands at the front (false), appends it otherwise (true), even if it
-  /// stands further behind.
+  /// If the first entry is this route, updates it and returns false. Otherwise appends the route
+  /// and returns true, even if a later entry is the same route.
   bool AddEntry(int type, const void* dest, unsigned int prefixLen, const void* gateway,
                 unsigned long ifIndex, unsigned short other, unsigned short metric, long pathType,
                 long rowStatus, long adminStatus);
-  /// Removes every entry of this route and interface index; the count stays. Always true.
+  /// Removes every entry of this route and interface index; the count stays. Always true. The
+  /// addresses may be those of an entry that is removed.
   bool DelEntry(int type, const void* dest, unsigned int prefixLen, const void* gateway,
                 unsigned long ifIndex);
   /// Calls `callback` on each entry, front to back. It must not add or delete entries.

@@ -27,8 +27,12 @@ struct VANTACORE_API CfgKeyCompare {
   bool operator()(const CfgKey& a, const CfgKey& b) const;
 };
 
-/// A configuration item: something that becomes a row of the stack once its time has come. Created
+/// A configuration item: one row that the scheduler sends to the stack when it is ready. Created
 /// New; the scheduler owns it from Insert on. The order of the virtual operations is fixed.
+///
+/// CfgListReady, CfgItemReady, Send and SetInMib may call any operation of the scheduler. If such a
+/// call removes or replaces the item itself, it leaves its bucket at once and is deleted after the
+/// operation has returned. The other operations of an item must not call the scheduler.
 class VANTACORE_API CfgItem {
  public:
   /// How far an item has come. Other values are legal and shown as "Invalid".
@@ -54,13 +58,12 @@ class VANTACORE_API CfgItem {
   /// The identity of the item's row. It must not change after the item has been inserted. The
   /// reference is valid while the item lives.
   virtual const MibOid& GetOid() = 0;
-  /// CfgSched::Remove calls this on the row's first item, whatever its state, with true and the status
-  /// that the stack reported; an issued item is deleted afterwards. The base does nothing.
+  /// Called by CfgSched::Remove on the row's first item, in any state, with true and the status
+  /// that the stack reported. An issued item is deleted afterwards. The base does nothing.
   virtual void SetInMib(bool inMib, unsigned int status);
-  /// Whether this item may take the place of `existing` (a CfgItem of the same row); must not call the
-  /// scheduler, which is in the middle of an insertion. The base: yes.
+  /// Whether this item may take the place of `existing`, a CfgItem of the same row. The base: yes.
   virtual bool Replace(void* existing);
-  /// Whether the item is to be dropped when its turn comes and it is not ready. The base: no.
+  /// Whether a pass drops the item if it is New and not ready, instead of leaving it. The base: no.
   virtual bool RemoveOnNotReady() const;
   /// Sets the state; the scheduler does so when an answer asks for a retry, Send when it has queued
   /// the request.
@@ -76,7 +79,7 @@ class VANTACORE_API CfgItem {
   std::uint32_t GetReasonCode() const { return m_reasonCode; }
   /// Counted retries.
   std::uint32_t GetRetryCount() const { return m_retryCount; }
-  /// Set by the scheduler: one more with each answer that is no success, 0 by Reset.
+  /// Set by the scheduler: increased by each answer other than success, set to 0 by Reset.
   void SetRetryCount(std::uint32_t count) { m_retryCount = count; }
   /// "New", "Issued", or "Invalid" for any other value.
   static const char* StateText(ACTION_ITEM_STATE state);
@@ -87,29 +90,29 @@ class VANTACORE_API CfgItem {
   std::uint32_t m_retryCount;
 };
 
-/// Holds items in buckets. A periodic timer ("CfgScheduler", 100 ticks, started by the first Insert
-/// and never stopped) walks the buckets in key order and sends what is New and ready, at most 31 New
-/// items examined per pass; the next pass goes on with the bucket after the one where the last
-/// stopped. The one scheduler of the process is a member of DcRouterMgr.
+/// Holds items in buckets. A periodic timer ("CfgScheduler", started by the first Insert and never
+/// stopped) makes passes. A pass walks the buckets in key order and sends the items that are New
+/// and ready. It examines at most 31 New items; when it reaches that limit, the next pass starts
+/// with the following bucket. The one scheduler of the process is a member of DcRouterMgr.
 class VANTACORE_API CfgSched : public PeriodicTimer {
  public:
-  /// The timer's period.
+  /// The period of the timer.
   static constexpr unsigned int TICKS_BETWEEN_PASSES = 100;
 
   CfgSched();
   /// Deletes the buckets and the items in them.
   ~CfgSched() override;
 
-  /// Takes ownership of a New item. If the bucket holds items of the same row, and the new item's
-  /// Replace agrees to the one of them nearest the back, that one is deleted and the new item put in
-  /// for it: at the front when it stood there, else one position further forward than it stood. In all
-  /// other cases the item is appended. Null is ignored.
+  /// Takes ownership of a New item. If the row already has items here and `item->Replace(last)`
+  /// accepts the last of them, that one is deleted and `item` takes its place, one position nearer
+  /// the front (at the front it stays there). Otherwise `item` is appended. Null is ignored.
   void Insert(CfgKey key, CfgItem* item);
-  /// The stack reported `status` for the probe's row and the item is to stay: resent later when
-  /// `retry` is set and fewer than ten retries were counted. `item` is only asked for its row.
+  /// The stack reported `status` for the row of `item`, which is only asked for its row. The row's
+  /// first issued item stays. It is sent again later if `retry` is set and fewer than ten retries
+  /// have been counted.
   void Update(CfgKey key, CfgItem* item, unsigned int status, bool retry);
-  /// The stack reported `status` for the probe's row and the item is done: an Issued one is deleted,
-  /// a New one stays. `item` is only asked for its row.
+  /// The stack reported `status` for the row of `item`, which is only asked for its row. The row's
+  /// first item is deleted if it is Issued and stays if it is New.
   void Remove(CfgKey key, CfgItem* item, unsigned int status);
   /// One pass; both arguments are ignored.
   void OnTimeout(unsigned int, void*);

@@ -28,7 +28,7 @@ VANTACORE_API int ParseBool(bool* value, const char* text);
 /// white space and a sign are taken; the empty text is 0. Numbers beyond 32 bits are the largest
 /// 32-bit number, on every machine.
 VANTACORE_API int ParseNumber(unsigned int* value, const char* text);
-/// N or N-M, each as ParseNumber reads it; "5-" is 5 to 0, and the order is the caller's.
+/// N or N-M, each as ParseNumber reads it; "5-" is 5 to 0. Which is larger is not checked.
 VANTACORE_API int ParseRange(unsigned int* low, unsigned int* high, const char* text);
 
 /// Four bytes in memory order as "a.b.c.d" into `buffer` (16 bytes), which is returned.
@@ -52,8 +52,8 @@ class VANTACORE_API ConfigParser {
   virtual ~ConfigParser();
 
   /// Calls ParseVlanOptions for each VLAN entry, in document order, with the entry's member `group`
-  /// (a null node when it has none). Entries without a usable "vid" are traced and passed over. The
-  /// status of the last call, 0 when there was none or `group` is null.
+  /// (a null node when it has none). Entries without a usable "vid" are traced and skipped. Returns
+  /// what the last call returned, or 0 if there was none or `group` is null.
   virtual int ParseOptions(const char* group, const Options& options);
   /// Takes the group of one VLAN.
   virtual int ParseVlanOptions(unsigned short vlan, const OptionsNode& node) = 0;

@@ -13,9 +13,9 @@ namespace Tarsel {
 /// "UNKN", the word of the status helpers for what they do not know.
 extern VANTACORE_API const char* const DclUnknownStr;
 
-/// One invocation of a command. Created with `new` together with a console of its own, which it owns.
-/// When Parse fails the creator deletes the command; when it succeeds the command belongs to the walk
-/// that it started and deletes itself, and the console, when the walk ends. The order of the virtual
+/// One invocation of a command. Created with `new`; it owns the console that it is given. If Parse
+/// fails, the creator deletes the command. If Parse succeeds, the command belongs to the walk that
+/// it started, and deletes itself and its console when the walk ends. The order of the virtual
 /// operations is fixed.
 class VANTACORE_API DcConsoleCommand {
  public:
@@ -56,7 +56,7 @@ class VANTACORE_API DcConsoleCommand {
   /// A keyword and a value. Without a handler no value is taken.
   class VANTACORE_API ConsoleCommandValueOption : public ConsoleCommandOption {
    public:
-    /// Called with the command and the word behind the keyword, which is valid during the call.
+    /// Called with the command and the word after the keyword, which is valid during the call.
     /// False refuses the value, and with it the command.
     typedef bool (*Handler)(DcConsoleCommand& cmd, const char* value);
 
@@ -70,7 +70,8 @@ class VANTACORE_API DcConsoleCommand {
     Handler m_handler;
   };
 
-  /// Takes ownership of `console`; the texts are borrowed. The VLAN is m_default_vlan.
+  /// Takes ownership of `console`. The texts are borrowed; a null one is printed as the empty text.
+  /// The VLAN is m_default_vlan.
   DcConsoleCommand(DcConsole* console, const char* usage, const char* description);
   /// The same for a given VLAN.
   DcConsoleCommand(DcConsole* console, unsigned short vlan, const char* usage,
@@ -79,10 +80,11 @@ class VANTACORE_API DcConsoleCommand {
   DcConsoleCommand& operator=(const DcConsoleCommand&) = delete;
   virtual ~DcConsoleCommand();
 
-  /// Takes the operator's words and starts the walk, as its last act. False when the words are wrong.
+  /// Takes the operator's words and starts the walk, as its last act. False when the words are
+  /// wrong.
   virtual bool Parse(int argc, char** argv) = 0;
-  /// One response of the stack. 1: the next row, please. 0: the end, delete the command. 256: the end
-  /// of this walk, but the command lives on (another walk has been started).
+  /// Takes one response of the stack. Returns 1 to get the next row, 0 to end and delete the
+  /// command, 256 to end this walk and keep the command, because another walk has been started.
   virtual unsigned int Display(unsigned int context, unsigned int result, const void* row);
 
   /// printf-style output on the console.
@@ -94,7 +96,8 @@ class VANTACORE_API DcConsoleCommand {
   /// The message of a stack response code, if it has one, and CommandEnd.
   void ParseError(unsigned int result);
 
-  /// Sets the VLAN from a number, cut to 16 bits; complains and answers false when it is none.
+  /// Sets the VLAN from a number, cut to 16 bits. False, with a message, for a text that is not a
+  /// number and for null, which is printed as the empty text.
   bool ParseVlan(const char* text);
   /// The same as a handler of an option.
   static bool ParseVlan(DcConsoleCommand& cmd, const char* text);
@@ -105,13 +108,13 @@ class VANTACORE_API DcConsoleCommand {
   static unsigned char ResponseHandler(void* cmd, unsigned int context, unsigned int result,
                                        void* row);
 
-  /// Whether a live command owns the console. This is how a dispatcher tells, after a handler has
-  /// returned and the console has not been deleted, whether it still has to delete it. The pointer is
-  /// compared only, never used.
+  /// Whether a live command owns the console. A dispatcher asks this when a handler has returned
+  /// and the console has not been deleted: it deletes the console if no command owns it. The
+  /// pointer is only compared, never used.
   static bool Owns(const DcConsole* console);
 
-  // Texts. Each helper has one static buffer, overwritten by its next call. ToIp6PrefixStr overwrites
-  // that of ToIp6Str as well, and IsEqual that of DcIp4ToIp4Str.
+  // Texts. Each helper has one static buffer, overwritten by its next call. ToIp6PrefixStr
+  // overwrites that of ToIp6Str as well, and IsEqual that of DcIp4ToIp4Str.
 
   /// "Up" for 1, "Down" for 2 to 5, DclUnknownStr for any other status.
   static const char* OperStatusStr(int status);
@@ -119,8 +122,8 @@ class VANTACORE_API DcConsoleCommand {
   static const char* AmbBoolYesNoStr(int value);
   /// Four address bytes in network order as dotted decimal.
   static const char* DcIp4ToIp4Str(const unsigned char* addr);
-  /// Four address bytes and a prefix length, as in "10.1.0.0/16". The length is not checked; the text
-  /// is cut after 19 characters.
+  /// Four address bytes and a prefix length, as in "10.1.0.0/16". The length is not checked; the
+  /// text is cut after 19 characters.
   static const char* ToIp4PrefixStr(const unsigned char* addr, unsigned int len);
   /// Sixteen address bytes in network order as IPv6 text.
   static const char* ToIp6Str(const unsigned char* addr);
@@ -133,9 +136,9 @@ class VANTACORE_API DcConsoleCommand {
   static string DclTimerIntervalString(unsigned int seconds);
   /// Nothing is printed for length 0 or perLine 0.
   void HexDump(const unsigned char* data, unsigned int length, unsigned int perLine) const;
-  /// One line: `count` bytes at the cursor as numbers, then `count` characters from `perLine` bytes
-  /// back, behind which the cursor is left. The data must reach `perLine - count` bytes before the
-  /// cursor; HexDump sees to that.
+  /// One line: `count` bytes from the cursor as numbers. The cursor is then moved back by
+  /// `perLine`, and `count` characters are printed from there; it is left after them. The data must
+  /// begin at least `perLine - count` bytes before the cursor.
   void HexDumpLine(const unsigned char*& cursor, unsigned int count, unsigned int perLine) const;
 
   /// The default VLAN of commands; set by DcRouterMgr::Initialize.
@@ -146,13 +149,13 @@ class VANTACORE_API DcConsoleCommand {
  protected:
   /// Owned; deleted with the command.
   DcConsole* m_console;
-  /// The subclasses' own, 0 at first. RtmRTCommand: 1 below the table's header.
+  /// For subclasses, 0 at first. RtmRTCommand sets it to 1 when it has printed the table's header.
   unsigned short m_mark;
   /// The VLAN that the command is about.
   unsigned short m_vlan;
-  /// The line behind "Usage: "; borrowed.
+  /// The line after "Usage: "; borrowed, may be null.
   const char* m_usage;
-  /// One line for a help; borrowed.
+  /// One line for a help text; borrowed, may be null.
   const char* m_description;
 
  private:

@@ -13,8 +13,8 @@
 
 namespace Tarsel {
 
-/// Prints the stack's interfaces of a VLAN with their IPv4 or IPv6 addresses. It walks the interface
-/// table, then the address table, keeps whole rows and prints at the end.
+/// Prints the stack's interfaces of a VLAN with their IPv4 or IPv6 addresses. It walks the
+/// interface table, then the address table, keeps whole rows and prints at the end.
 class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
  public:
   /// The VLAN is m_default_vlan in the first form.
@@ -31,7 +31,7 @@ class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
   unsigned int HandleEiEntry(unsigned int context, unsigned int result, const void* row);
   /// A response of the second walk: keeps the address, or prints the table at the end.
   unsigned int HandleEaEntry(unsigned int context, unsigned int result, const void* row);
-  /// Starts the second walk; with a stack that answers at once the command is gone afterwards.
+  /// Starts the second walk. A stack that answers at once may delete the command during this call.
   void SwitchToEaEntries();
 
   /// What the letters of the column of flags mean; stands above the table.

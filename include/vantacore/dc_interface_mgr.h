@@ -16,11 +16,13 @@ namespace Tarsel {
 class IpInterface;
 
 /// The process-wide registry of interfaces and addresses, per VLAN. Each event first queues the
-/// matching rows for the stack, then updates the record; rows are queued for unknown interfaces too,
-/// except by ChangeIpAddress. Interface indices are the host's and the stack's. Never destroyed.
+/// matching rows for the stack, then updates the record; rows are queued for unknown interfaces
+/// too, except by ChangeIpAddress. A row may reach the stack at once, and any operation may be
+/// called from inside that request. Arguments may be parts of a record. Interface indices are the
+/// host's and the stack's. Never destroyed.
 class VANTACORE_API DcInterfaceMgr {
  public:
-  /// The host's interface types; no value but 0, "none found", has a meaning here.
+  /// The host's interface types. Only 0, "none found", has a meaning here.
   enum IntfType : unsigned int { INTF_TYPE_NONE = 0 };
 
   DcInterfaceMgr(const DcInterfaceMgr&) = delete;
@@ -36,31 +38,33 @@ class VANTACORE_API DcInterfaceMgr {
   // --- interface events ---
 
   /// `flags`: 1 MPLS tunnel, 2 loopback, 4 point-to-point, 8 broadcast, 16 multicast, 32 unnumbered
-  /// (never told to the IPv6 instance). `extra` goes to the stack unchanged. `status`: 1 up, 2 down.
-  /// An interface that is known keeps its first name, type and addresses.
+  /// (never told to the IPv6 instance). `extra` goes to the stack unchanged. `status`: 1 up, 2
+  /// down. A known interface keeps its first name, type and addresses. A null name is the empty
+  /// name, here and in the events below.
   void AddInterface(unsigned short vlan, unsigned int ifIndex, const char* name, IntfType type,
                     unsigned int flags, unsigned int extra, unsigned int status);
   /// `name` serves the stack's row only.
   void RemoveInterface(unsigned short vlan, unsigned int ifIndex, const char* name);
-  /// The interface has come up: stores that, and queues the rows of both instances. An unknown
-  /// interface's rows are queued all the same. `name` serves the stack's rows only.
+  /// The interface has come up: queues the rows of both instances and stores the status. `name`
+  /// serves the stack's rows only.
   void SetInterfaceUp(unsigned short vlan, unsigned int ifIndex, const char* name);
   /// The interface has gone down; otherwise like SetInterfaceUp.
   void SetInterfaceDown(unsigned short vlan, unsigned int ifIndex, const char* name);
-  /// Queues the interface's rows for both instances of the VLAN; the record is not touched. Row status:
-  /// 1 active, 4 create and go, 6 destroy. Without memory for both neither is queued, and that is traced.
+  /// Queues the interface's rows for both instances of the VLAN; the record is not touched. Row
+  /// status: 1 active, 4 create and go, 6 destroy. Without memory for both neither is queued, and
+  /// that is traced.
   void SetInterfaceStatus(unsigned short vlan, unsigned int ifIndex, const char* name,
                           unsigned int rowStatus, unsigned int operStatus, unsigned int ifAttr,
                           unsigned int flags, unsigned int extra);
 
   // --- address events ---
 
-  // Without memory a row is not queued, and nothing is said; the record changes all the same.
+  // Without memory for a row it is not queued, which is not reported; the record still changes.
 
-  /// An interface has one IPv4 address: a later one takes the place of an earlier.
+  /// An interface has one IPv4 address: a later one replaces an earlier one.
   void AddIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& addr,
                     const Ip4Addr& mask);
-  /// Clears the stored address, whichever it is.
+  /// Queues the removal of this address and clears the stored address, even if it is another one.
   void DeleteIpAddress(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& addr,
                        const Ip4Addr& mask);
   /// Replaces the stored address and tells the VLAN's routers; nothing for an unknown interface.
@@ -84,17 +88,18 @@ class VANTACORE_API DcInterfaceMgr {
 
   /// False, outputs untouched, when the interface is not registered.
   bool GetIfIpAddr(unsigned short vlan, unsigned int ifIndex, Ip4Addr& addr, Ip4Addr& mask);
-  /// By the name index, which is one for all VLANs. False, `addr` untouched, for a name that is null or
-  /// not registered, or registered with an index that the VLAN does not have.
+  /// Looks the name up in the index of names, which all VLANs share. False, `addr` untouched, for a
+  /// name that is null or not registered, or if the VLAN has no interface with that index.
   bool GetIfIpAddr(unsigned short vlan, const char* name, Ip4Addr& addr);
   /// "lo" for an unregistered interface. Valid while the interface is registered.
   const char* GetIfName(unsigned short vlan, unsigned int ifIndex);
-  /// By the name index, which is one for all VLANs. False, `ifIndex` untouched, for a name that is
-  /// not registered.
+  /// Looks the name up in the index of names, which all VLANs share. False, `ifIndex` untouched,
+  /// for a name that is null or not registered.
   bool GetIfIndex(const char* name, unsigned int& ifIndex);
-  /// The type of an interface of VLAN 1; 0 for any other.
+  /// The type of the interface of VLAN 1 that has the index of this name; 0 if there is none, and
+  /// for a null or empty name.
   IntfType GetIfType(const char* name);
-  /// No such interface need exist. A null or empty name is ignored.
+  /// The interface need not exist. A null or empty name is ignored.
   void SetPrimaryInterface(unsigned short vlan, const char* name);
   /// Null when none was set. Valid until the next SetPrimaryInterface of the VLAN.
   const char* GetPrimaryInterface(unsigned short vlan) const;
@@ -126,7 +131,7 @@ class VANTACORE_API IpInterface {
     /// The interface's number within its VLAN.
     std::uint32_t ifIndex;
 
-    /// Orders by VLAN, then by interface index; names play no part.
+    /// Orders by VLAN, then by interface index. Names are not compared.
     static bool NameCompare(const Key& a, const Key& b);
   };
 
@@ -141,7 +146,7 @@ class VANTACORE_API IpInterface {
 
   /// VLAN and index.
   Key key;
-  std::uint32_t ifIndex;  ///< the key's once more; nothing reads it
+  std::uint32_t ifIndex;  ///< that of the key; not read
   /// The name of the first registration.
   string name;
   /// The type of the first registration.

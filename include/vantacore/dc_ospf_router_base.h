@@ -10,8 +10,8 @@
 
 namespace Tarsel {
 
-/// Adds the area table to a router. The operations after CreateConfigList are the OSPF routers' own;
-/// their order is fixed. Area and router ids are 32-bit values as OSPF writes them (0 is area
+/// Adds the area table to a router. The operations after CreateConfigList are the OSPF routers'
+/// own; their order is fixed. Area and router ids are 32-bit values as OSPF writes them (0 is area
 /// 0.0.0.0).
 class VANTACORE_API DcOspfRouterBase : public DcRouterBase {
  public:
@@ -23,15 +23,15 @@ class VANTACORE_API DcOspfRouterBase : public DcRouterBase {
 
   /// The protocol instance that this router runs in.
   virtual unsigned int GetInstanceId() const = 0;
-  /// An area's row has come to the stack; an unknown area begins.
+  /// The area's row now exists in the stack; an unknown area is created.
   virtual void ActivateArea(unsigned int areaId) = 0;
-  /// The area's row has gone from the stack.
+  /// The area's row no longer exists in the stack.
   virtual void DeactivateArea(unsigned int areaId) = 0;
   /// Whether the area's row is in the stack; false for an unknown area.
   virtual bool IsAreaActive(unsigned int areaId) const = 0;
-  /// An interface takes part in the area; an unknown area begins.
+  /// Adds an interface to the area; an unknown area is created.
   virtual void AddAreaInterface(unsigned int areaId, unsigned int ifIndex) = 0;
-  /// An interface takes part no longer.
+  /// Removes an interface from the area.
   virtual void RemoveAreaInterface(unsigned int areaId, unsigned int ifIndex) = 0;
   /// The router id, 0 for none.
   virtual void SetRouterId(unsigned int routerId) = 0;
@@ -39,11 +39,11 @@ class VANTACORE_API DcOspfRouterBase : public DcRouterBase {
   virtual unsigned int GetRouterId() const = 0;
   /// Whether the protocol is to run.
   virtual void SetAdminStatus(bool up) = 0;
-  /// The same as last set.
+  /// What was last set.
   virtual bool GetAdminStatus() const = 0;
   /// The bandwidth from which interface costs are derived, in Mbit/s.
   virtual void SetReferenceBandwidth(unsigned int megabitsPerSecond) = 0;
-  /// A passive interface is announced and has no neighbours.
+  /// A passive interface is announced but forms no adjacencies.
   virtual void SetPassiveInterface(unsigned int ifIndex, bool passive) = 0;
   /// Prints the areas and their interfaces; the console stays the caller's.
   virtual void DisplayAreas(DcConsole* console) const = 0;

@@ -12,7 +12,7 @@ class DcConsole;
 /// RIPv2 of one VLAN, configured by the member "RIPV2".
 class VANTACORE_API DcRipv2Router : public DcRouterBase {
  public:
-  /// Of one VLAN; made by the router manager.
+  /// For one VLAN; created by the router manager.
   explicit DcRipv2Router(unsigned short vid);
   bool CreateConfigList(DcConfigLists& lists) override;
 
@@ -23,7 +23,7 @@ class VANTACORE_API DcRipv2Router : public DcRouterBase {
 /// RIPng of one VLAN, configured by the member "RIPNG".
 class VANTACORE_API DcRipngRouter : public DcRouterBase {
  public:
-  /// Of one VLAN; made by the router manager.
+  /// For one VLAN; created by the router manager.
   explicit DcRipngRouter(unsigned short vid);
   bool CreateConfigList(DcConfigLists& lists) override;
 

@@ -26,8 +26,8 @@ class VANTACORE_API DcProtoConfigBase {
   virtual void DeleteOptions(const string& name, DclConfigObject::OptionType type) = 0;
 };
 
-/// The configuration of a protocol that runs on interfaces: it decides whether its router is enabled
-/// and ready, and its router keeps configuration lists.
+/// The configuration of a protocol that runs on interfaces: it decides whether its router is
+/// enabled and ready, and its router keeps configuration lists.
 class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
  public:
   /// The values that the router base tells apart; others are legal.
@@ -39,10 +39,11 @@ class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
   virtual bool IsEnabled() = 0;
   /// Shows the configuration on a console. For the protocol's own console handler.
   virtual void Display(DcConsole* console) = 0;
-  /// Whether the protocol can take rows now. Lists are committed all the same: what cannot be sent yet is
-  /// the protocol's to keep. Redistribution rules towards the protocol wait for it, or are dropped.
+  /// Whether the protocol can take rows now. Lists are committed even if it cannot; the protocol
+  /// keeps what it cannot send yet. Redistribution rules towards the protocol wait for it or are
+  /// dropped.
   virtual bool IsReady() = 0;
-  /// Whether it can take rows of the interface now. For the protocol itself.
+  /// Whether the protocol can take rows of the interface now.
   virtual bool IsReady(unsigned int ifIndex) = 0;
   /// `status` is the stack's operational status: 1 up, 2 down.
   virtual void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) = 0;
@@ -60,8 +61,8 @@ class VANTACORE_API DcConfigLists {
   DcConfigLists& operator=(const DcConfigLists&) = delete;
   virtual ~DcConfigLists();
 
-  /// Takes ownership of `list`; lists are parsed in the order in which they were added. A null, from
-  /// an allocation that failed, is passed over.
+  /// Takes ownership of `list`; lists are parsed in the order in which they were added. Null, from
+  /// an allocation that failed, is ignored.
   void AddList(DCLConfigList* list) {
     if (list != nullptr) lists.push_back(list);
   }
@@ -78,9 +79,13 @@ class VANTACORE_API DcConfigLists {
   DclConfigObject::OptionType type;
 };
 
-/// One protocol's router of one VLAN. The seven of each VLAN are created and deleted by the router
-/// manager; any other is its maker's, who also calls what the manager would call. The order of the
-/// virtual operations and of the fields is fixed.
+/// One protocol's router of one VLAN. The router manager creates and deletes the seven of each
+/// VLAN. Any other router belongs to its creator, who also makes the calls that the manager would
+/// make. The order of the virtual operations and of the fields is fixed.
+///
+/// Code that is called from inside Reload, DeleteOptions, ProcessInterfaceStatusChange or
+/// ProcessIPAddressChange may query the router. It must not reload or withdraw a source of this
+/// router, nor delete the router.
 class VANTACORE_API DcRouterBase {
  public:
   /// `name` is the protocol's name and the document member that configures it. Takes ownership of
@@ -88,18 +93,19 @@ class VANTACORE_API DcRouterBase {
   DcRouterBase(const string& name, unsigned short vlan, DcProtoConfigBase* config);
   DcRouterBase(const DcRouterBase&) = delete;
   DcRouterBase& operator=(const DcRouterBase&) = delete;
+  /// Deletes the configuration, then the lists, one source after the other, without touching the
+  /// stack. An object that is deleted finds neither the configuration nor its source.
   virtual ~DcRouterBase();
 
-  /// SetStatus of the status alone; the text is not looked at.
+  /// Same as SetStatus of the status alone; the text is ignored.
   virtual void SetStatus(string text, DcProtoInterfaceBase::ConfigStatus status);
   /// New, empty lists for a source; owned by the caller.
   virtual DcConfigLists* CreateConfigLists(const string& name, DclConfigObject::OptionType type);
-  /// The concrete router adds its lists; false refuses the source, which is asked again on its next
-  /// reload.
+  /// Adds the concrete router's lists. False refuses the source; its next reload asks again.
   virtual bool CreateConfigList(DcConfigLists& lists) = 0;
 
-  /// Applies a source: `node` is the VLAN's entry. A source without this router's member, or with an
-  /// empty one, is withdrawn. Returns 1.
+  /// Applies a source: `node` is the VLAN's entry. If this router's member is missing or empty, the
+  /// source is withdrawn. Returns 1.
   int Reload(const OptionsNode& node, const string& name, DclConfigObject::OptionType type);
   /// Withdraws a source. Its objects are dropped without touching the stack.
   void DeleteOptions(const string& name, DclConfigObject::OptionType type);
@@ -119,7 +125,7 @@ class VANTACORE_API DcRouterBase {
   /// What the interface protocol's configuration says; without one, whether the interface is known
   /// and not IF_NOT_READY.
   bool IsReady(unsigned int ifIndex) const;
-  /// Stores what the host says of the interface; IF_GONE forgets it.
+  /// Stores the interface's status; IF_GONE removes it.
   void SetInterfaceStatus(unsigned int ifIndex, DcProtoInterfaceBase::IfStatus newStatus);
   /// Tells the protocol configuration, then every list. Ignored without an interface protocol.
   void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int newStatus);
@@ -129,7 +135,7 @@ class VANTACORE_API DcRouterBase {
   /// Four address bytes as dotted decimal.
   string FormatIpv4Addr(const void* address) const;
 
-  /// The VLAN that the router is of.
+  /// The router's VLAN.
   unsigned short GetVlan() const { return vlan; }
   /// The protocol's name, as in OSPF.
   const string& GetName() const { return name; }
@@ -144,12 +150,12 @@ class VANTACORE_API DcRouterBase {
   static void SocketInitialize(DcSckInterface* sckInterface);
   /// The host's interfaces, or null before Initialize.
   static DcIpInterface* GetIpInterface() { return m_ip_interface; }
-  /// Registers a descriptor of the stack, under its own `id`, on the host's event loop; dropped while
-  /// there is none. `mode` is that of DcSckInterface: 1 read, 2 write, 3 urgent data, 0 none.
+  /// Registers a descriptor of the stack, under its own `id`, on the host's event loop; dropped
+  /// while there is none. `mode` is that of DcSckInterface: 1 read, 2 write, 3 urgent data, 0 none.
   static void SetSckDescriptor(int fd, int mode, int id);
   /// Ends the registration of `fd` under the stack's `id`.
   static void RemoveSckDescriptor(int fd, int id);
-  /// Another mode for a registered descriptor.
+  /// Changes the mode of a registered descriptor.
   static void ChangeWorkMask(int fd, int mode);
 
  protected:

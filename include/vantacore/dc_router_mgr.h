@@ -21,12 +21,12 @@ class DcConsole;
 class DcRouterBase;
 
 /// A console handler and its line in the help. `argv[0]` is the word under which it is registered;
-/// the context is the host's.
+/// the context is the host's own.
 struct VANTACORE_API DcRouterCmdHandler {
   /// Carries out a command. The words are valid, and may be changed, during the call.
   typedef void (*Handler)(void* context, DcConsole* console, int argc, char** argv);
 
-  /// Copies the description.
+  /// Copies the description; null is the empty text.
   DcRouterCmdHandler(Handler handler_, const char* description_)
       : handler(handler_), description(description_) {}
 
@@ -36,9 +36,9 @@ struct VANTACORE_API DcRouterCmdHandler {
   string description;
 };
 
-/// The process-wide object at the top of the library. It owns the VLANs, one router per protocol and
-/// VLAN, the stack scheduler, the configuration scheduler and the serializer. Everything runs on the
-/// host's event-loop thread. It is never destroyed.
+/// The process-wide object at the top of the library. It owns the VLANs, one router per protocol
+/// and VLAN, the stack scheduler, the configuration scheduler and the serializer. Everything runs
+/// on the host's event-loop thread. It is never destroyed.
 class VANTACORE_API DcRouterMgr {
  public:
   /// The protocols, in the order in which a VLAN's routers are created and visited.
@@ -57,7 +57,7 @@ class VANTACORE_API DcRouterMgr {
   /// One VLAN. The manager owns the record and the routers.
   struct VlanRouters {
     std::set<string> configFiles;  ///< the documents that configure the VLAN
-    /// One of each type; a null stands for one that is being deleted.
+    /// One of each type; null while one is being deleted.
     std::multimap<ProtocolType, DcRouterBase*> routers;
   };
   /// VLANs by id.
@@ -77,8 +77,8 @@ class VANTACORE_API DcRouterMgr {
 
   /// The singleton, created on first use. Null when it cannot be allocated.
   static DcRouterMgr* GetInstance();
-  /// One-time start-up with the default VLAN: hands `ipIf` (borrowed for the life of the process) to
-  /// the routers and starts the stack.
+  /// One-time start-up with the default VLAN: hands `ipIf` (borrowed for the life of the process)
+  /// to the routers and starts the stack.
   void Initialize(unsigned short vid, DcIpInterface* ipIf);
   /// Changes the default VLAN that GetVlanId answers, and nothing else.
   void SetVlanId(unsigned short vid) { m_vlanId = vid; }
@@ -87,68 +87,85 @@ class VANTACORE_API DcRouterMgr {
 
   // --- configuration documents ---
 
-  /// Applies a document under a name: creates the VLANs that it names for the first time (VLAN_OPTIONS
-  /// only), hands each VLAN's entry to its routers, and withdraws the document from VLANs that it no
-  /// longer names. A VLAN lives while a document names it. The document is only read during the
-  /// call. Always true; entries that cannot be used are traced and passed over.
+  /// Applies a document under a name. Reload itself reads two members: "VLAN_CONFIGURATIONS" of the
+  /// document and "vid" of each entry in it, whose low 16 bits are the VLAN id. Each entry is
+  /// passed to the routers of its VLAN; then the document is withdrawn from the VLANs that it no
+  /// longer names. If the first member is missing or empty, the whole document is withdrawn.
+  ///
+  /// A VLAN document (VLAN_OPTIONS) creates the VLANs that do not exist yet, updates the RTM
+  /// instances of the others, and reaches every router. A remote document (any other type) reaches
+  /// only VLANs that exist: their enabled routers for REMOTE_OPTIONS, every router for other types.
+  /// A VLAN lives while a document names it.
+  ///
+  /// The document is only read during the call. Always true; entries that cannot be used are traced
+  /// and skipped. A router that is called from here may query the manager and load documents. It
+  /// must not withdraw this document or delete its own VLAN.
   bool Reload(Options const& doc, string const& fileName, DclConfigObject::OptionType type);
-  /// Withdraws a document; nothing happens for a name that was never loaded.
+  /// Withdraws a document. Nothing happens for a name that was never loaded. A router that is
+  /// called from here may do the same as in Reload.
   void DeleteOptions(string const& fileName, DclConfigObject::OptionType type);
 
   // --- VLANs and routers ---
 
-  /// Creates a VLAN with its RTM instances (VLAN_OPTIONS only) and seven routers; one that is there keeps
-  /// its routers. The table's end, and everything undone, when that fails. A VLAN made directly belongs
-  /// to no document and lives until DeleteVlan, or until a document that names it is withdrawn.
+  /// Creates a VLAN with its RTM instances (VLAN_OPTIONS only) and seven routers; a VLAN that
+  /// exists keeps its routers. On failure everything is undone and the table's end is returned. A
+  /// VLAN created by this call belongs to no document; it lives until DeleteVlan, or until the last
+  /// document that has named it since is withdrawn.
   VlanMap::iterator CreateVlan(unsigned short vid, OptionsNode const& node,
                                DclConfigObject::OptionType type);
   /// Deletes the RTM instances, then the routers. Requests of the VLAN that are still pending stay
-  /// where they are.
+  /// pending.
   void DeleteVlan(unsigned short vid);
-  /// The VLANs, in ascending order. Valid for the life of the manager; changed by documents.
+  /// The VLANs in ascending order. Valid for the life of the manager; documents change it. The
+  /// records belong to the manager: do not change them.
   const VlanMap& GetVlans() const { return m_vlans; }
   /// The VLAN's router, or null. Valid until the VLAN is deleted.
   DcRouterBase* GetDcRouterByVID(unsigned short vid, ProtocolType type);
   /// The same by stack instance id, IPv4 or IPv6; a type above 6 is traced and answers null.
   DcRouterBase* GetDcRouterByInstanceID(unsigned int instanceId, ProtocolType type);
-  /// Visits every router of the type, VLANs in ascending order. `fn` must not create or delete VLANs.
+  /// Visits every router of the type, VLANs in ascending order; a router that is being deleted is
+  /// skipped. `fn` must not create or delete VLANs. Nothing happens if it is null.
   void ForEachDcRouter(DcRouterIteratorFunc* fn, ProtocolType type);
-  /// The display name, "" for a value that is no protocol.
+  /// The display name; "" for a value that is not a protocol.
   static const char* RouterName(ProtocolType type);
   /// The number of one bits of a mask.
   static unsigned int bitcount(Ip4Addr mask);
 
   // --- network events ---
 
-  /// The interface's operational status, 1 up or 2 down, has changed: told to every router of the VLAN.
-  /// Nothing for a VLAN that is not there.
+  // A router that is told of an event may query the manager. It must not delete its own VLAN.
+
+  /// The interface's operational status, 1 up or 2 down, has changed: every router of the VLAN is
+  /// told. Ignored if the VLAN does not exist.
   void ProcessInterfaceStatusChange(unsigned short vid, unsigned int ifIndex,
                                     unsigned short status);
-  /// The interface's IPv4 address has changed, 0.0.0.0 being none: told to every router of the VLAN.
+  /// The interface's IPv4 address has changed, 0.0.0.0 being none: every router of the VLAN is
+  /// told. Ignored if the VLAN does not exist.
   void ProcessIPAddressChange(unsigned short vid, unsigned int ifIndex, Ip4Addr const& addr);
-  /// A remote has joined on the interface: added to the VLAN's IGMP router when that is enabled. Traced
-  /// for a VLAN that is not there.
+  /// A remote has joined on the interface: it is added to the VLAN's IGMP router if that is
+  /// enabled. Traced if the VLAN does not exist.
   void JoinNetwork(unsigned short vid, unsigned int ifIndex);
-  /// A remote has left. The multicast router keeps the interface.
+  /// A remote has left. The IGMP router keeps the interface.
   void LeaveNetwork(unsigned short vid, unsigned int ifIndex);
   /// Binds the host's event loop for the stack's descriptors; borrowed for the life of the process.
   void SckInterfaceInitialize(DcSckInterface* sck);
   /// Traced only; the pointer is not kept.
   void QuorpInterfaceInitialize(DcQuorpInterface* peer);
-  /// The stack registers a descriptor under its own `id`; dropped while there is no event loop. `mode`
-  /// is that of DcSckInterface.
+  /// The stack registers a descriptor under its own `id`; dropped while there is no event loop.
+  /// `mode` is that of DcSckInterface.
   void SetFiledescriptors(int fd, int id, int mode);
   /// The stack ends that registration.
   void RemoveFiledescriptors(int fd, int id);
   /// The stack wants other events of a registered descriptor.
   void ChangeMask(int fd, int mode);
-  /// A registered descriptor is ready: runs the stack's handler. `events` is a set of 1 read, 2 write
-  /// and 4 urgent.
+  /// A registered descriptor is ready: runs the stack's handler. `events` is a set of 1 read, 2
+  /// write and 4 urgent.
   void SocketCallback(int fd, int events);
   /// Switches the stack's tracing.
   void TripsControl(bool on);
   /// Sets a filter of the stack's tracing: `value` 1 type in, 2 type out, 5 process in, 6 process
-  /// out. The stack takes a writable text, which is handed on as it is; the empty one clears the filter.
+  /// out. The stack takes a writable text, which is passed on unchanged; the empty one clears the
+  /// filter.
   void SetIPSFilter(char* filter, unsigned short value);
   /// Whether the stack traces, as last switched by TripsControl.
   bool GetIPSTracing() const;
@@ -157,8 +174,8 @@ class VANTACORE_API DcRouterMgr {
 
   // --- console ---
 
-  /// Registers a handler under a word of the `ip` tree. The first registration of a word stays. Word
-  /// and description are copied.
+  /// Registers a handler under a word of the `ip` tree. The first registration of a word stays.
+  /// Word and description are copied; null is the empty text.
   void AddIp4RouterCmdHandler(const char* name, DcRouterCmdHandler::Handler handler,
                               const char* description);
   /// The same for the `ip6` tree.
@@ -169,8 +186,8 @@ class VANTACORE_API DcRouterMgr {
   /// The words of the `ip6` tree.
   const CmdHandlers& GetIp6ConCmdHandlers() const { return m_ip6CmdHandlers; }
 
-  /// The handler of `ip protocol`. Afterwards the console belongs to a running command
-  /// (DcConsoleCommand::Owns), has been deleted, or is still the caller's.
+  /// The handler of `ip protocol`. Afterwards the console belongs to a running command (see
+  /// DcConsoleCommand::Owns), has been deleted, or is still the caller's.
   static void ConCmdIp4Rtm(void* context, DcConsole* console, int argc, char** argv);
   /// The handler of `ip6 protocol`; the same holds for its console.
   static void ConCmdIp6Rtm(void* context, DcConsole* console, int argc, char** argv);

@@ -13,12 +13,13 @@
 
 namespace Tarsel {
 
-/// The process-wide manager of the stack's RTM entities: two instances for each VLAN, IPv4 and IPv6.
-/// It is also the entry for static routes and redistribution rules and the place where the stack's
-/// answers to them arrive.
+/// The process-wide manager of the stack's RTM entities: two instances for each VLAN, IPv4 and
+/// IPv6. It is also the entry for static routes and redistribution rules and the place where the
+/// stack's answers to them arrive.
 class VANTACORE_API DcRtmMgr {
  public:
-  /// Set in the protocol instance id of a VLAN's IPv6 instance; the IPv4 instance id is the VLAN id.
+  /// Set in the protocol instance id of a VLAN's IPv6 instance; the IPv4 instance id is the VLAN
+  /// id.
   static constexpr unsigned short IP6_INSTANCE_BIT = 0x8000;
   /// IP protocol numbers select the family throughout.
   static constexpr int PROTO_IPV4 = 0;
@@ -30,13 +31,13 @@ class VANTACORE_API DcRtmMgr {
   /// The settings of one instance.
   struct RTMData {
     bool ready = false;  ///< set by the stack only
-    /// The stack's timer for a routing protocol that has died, in seconds; handed over as it is.
+    /// The stack's timer for a routing protocol that has died, in seconds; passed on unchanged.
     std::uint32_t dead_rpm_timer = 60;
-    /// Administrative distance of OSPFv2's routes inside of its areas.
+    /// Administrative distance of OSPFv2's internal routes.
     std::uint32_t ospfv2_internal = 40;
     /// The same of OSPFv3.
     std::uint32_t ospfv3_internal = 40;
-    /// Administrative distance of routes that OSPFv2 has from elsewhere.
+    /// Administrative distance of OSPFv2's external routes.
     std::uint32_t ospfv2_external = 110;
     /// The same of OSPFv3.
     std::uint32_t ospfv3_external = 110;
@@ -44,9 +45,9 @@ class VANTACORE_API DcRtmMgr {
     std::uint32_t ripv2 = 120;
     /// Administrative distance of RIPng's routes.
     std::uint32_t ripng = 120;
-    /// Administrative distance of BGP routes of other autonomous systems.
+    /// Administrative distance of external BGP routes.
     std::uint32_t ebgp = 200;
-    /// Administrative distance of BGP routes of the device's own autonomous system.
+    /// Administrative distance of internal BGP routes.
     std::uint32_t ibgp = 20;
   };
 
@@ -60,18 +61,18 @@ class VANTACORE_API DcRtmMgr {
 
   // --- instances ---
 
-  /// Creates or changes both instances of a VLAN from its document entry; a document of another type
-  /// than VLAN_OPTIONS changes nothing. True on success.
+  /// Creates or changes both instances of a VLAN from its document entry; a document that is not of
+  /// type VLAN_OPTIONS changes nothing. True on success.
   bool UpdateRtmConfig(unsigned short vlan, OptionsNode const& node,
                        DclConfigObject::OptionType type);
   /// Destroys both instances, known or not.
   void DeleteRtmConfig(unsigned short vlan);
-  /// Reads "RTM" of a VLAN entry into `data`, which keeps what the entry does not name; with an
-  /// "ADMIN_DISTANCE" object, distances that it does not name become 0. True when there was a
-  /// non-empty "RTM" object.
+  /// Reads the member "RTM" of a VLAN entry into `data`. Settings that it does not name keep their
+  /// values; but if it has an object "ADMIN_DISTANCE", distances missing there become 0. True if
+  /// there was a non-empty "RTM" object.
   bool GetRTMConfig(OptionsNode const& node, RTMData* data);
-  /// Sends the instance's row unless its settings are unchanged. Any protocol but PROTO_IPV4 gives
-  /// the row the IPv6 distances. Always true.
+  /// Sends the instance's row unless its settings are unchanged. Any protocol except PROTO_IPV4
+  /// gives the row the IPv6 distances. Always true.
   bool CreateRTMInstance(unsigned short vlan, int proto, RTMData const& data);
   /// Sends the destruction of one instance and forgets its record, known or not.
   void DeleteRTMInstance(unsigned short vlan, int proto);
@@ -87,9 +88,9 @@ class VANTACORE_API DcRtmMgr {
 
   // --- static routes ---
 
-  /// Queues a route request. `type` 1 is IPv4 (4 address bytes), 2 IPv6 (16). Row status 1 active, 6
-  /// destroy; admin status 1 up, 2 down. The addresses are copied; a null next hop is all zero.
-  /// Without memory nothing is queued, and that is traced.
+  /// Queues a route request. `type` 1 is IPv4 (4 address bytes), 2 IPv6 (16). Row status 1 active,
+  /// 6 destroy; admin status 1 up, 2 down. The addresses are copied; a null address is all zero.
+  /// Without memory nothing is queued, which is traced.
   void UpdateStaticRoute(unsigned int vlan, int type, const unsigned char* dest, int prefixLen,
                          const unsigned char* nexthop, unsigned int ifIndex, unsigned int metric,
                          int pathType, int rowStatus, int adminStatus);
@@ -101,8 +102,8 @@ class VANTACORE_API DcRtmMgr {
   void UpdateStaticRoute(unsigned short vlan, const Ip6Addr& dest, int prefixLen,
                          const Ip6Addr& nexthop, unsigned int ifIndex, unsigned short metric,
                          int pathType, unsigned int rowStatus, unsigned int adminStatus);
-  /// The stack's answer to a route request. Status 1 is success; 6 is success for a destroy; 5, and
-  /// any failure of a destroy, is tried again; anything else is given up.
+  /// The stack's answer to a route request. Status 1 is success; 6 is success for a destroy. Status
+  /// 5, and any failure of a destroy, is tried again. Any other status is final.
   void UpdateRouteCallback(unsigned short vlan, int type, const unsigned char* dest,
                            unsigned int prefixLen, const unsigned char* nexthop,
                            unsigned int ifIndex, int metric, int pathType, int rowStatus,
@@ -114,8 +115,8 @@ class VANTACORE_API DcRtmMgr {
   /// are the stack's protocol codes. Without memory nothing is queued, and that is traced.
   void Redistribute(unsigned int rowStatus, unsigned int adminStatus, unsigned int source,
                     unsigned int destination, unsigned short vlan);
-  /// Queues the rule that a change asks for: added when it is enabled now, withdrawn when it no
-  /// longer is, nothing when the two are equal.
+  /// Queues what a change asks for: the rule's addition if it is enabled now, its removal if it
+  /// was, nothing if the two are equal.
   void HandleRedistributionStatusChange(unsigned short vlan, unsigned int source,
                                         unsigned int destination, bool wasEnabled, bool isEnabled);
   /// The stack's answer to a rule, judged like a route's.

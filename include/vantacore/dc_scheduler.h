@@ -7,10 +7,10 @@
 
 namespace Tarsel {
 
-/// Starts the routing stack and drives its cooperative scheduler from one one-shot timer. After each
-/// run the timer is set for as long as the stack says it may sleep: at least 10 ms, 100 ms when it
-/// has nothing scheduled. The stack may ask for a run in 5 ms. The one DcScheduler of the process is
-/// a member of DcRouterMgr.
+/// Starts the routing stack and drives its cooperative scheduler from one one-shot timer. After
+/// each run the timer is set for as long as the stack says it may sleep: at least 10 ms, 100 ms
+/// when it has nothing scheduled. The stack may ask for a run in 5 ms. The one DcScheduler of the
+/// process is a member of DcRouterMgr.
 class VANTACORE_API DcScheduler {
  public:
   DcScheduler();
@@ -20,13 +20,13 @@ class VANTACORE_API DcScheduler {
 
   /// Starts the stack's components. The timer is first armed when the stack asks for a run.
   void init();
-  /// Sets the timer to `ms` milliseconds from now, whatever it was set to.
+  /// Sets the timer to `ms` milliseconds from now, also if it is running.
   void StartTimer(unsigned int ms);
   /// The timer's expiry; both arguments are ignored.
   void OnTimeout(unsigned int, void*);
-  /// Runs the stack once, now; timer and flag stay as they are.
+  /// Runs the stack once, now. The timer and a pending request are not changed.
   void SchedNBase();
-  /// Asks for a run in 5 ms, once until the next expiry.
+  /// Asks for a run in 5 ms. Repeated requests before the timer expires change nothing.
   void RescheduleNBase();
   /// Whether such a request is pending.
   bool IsRescheduled() const { return m_rescheduled; }

@@ -15,23 +15,25 @@ namespace Tarsel {
 class DcConsole;
 class DcRouterBase;
 
-/// One row of protocol configuration: an interface's OSPF settings, a BGP peer. Concrete classes live
-/// with the protocol routers. The order of the virtual operations and of the fields is fixed.
+/// One row of protocol configuration: an interface's OSPF settings, a BGP peer. Concrete classes
+/// live with the protocol routers. The order of the virtual operations and of the fields is fixed.
 ///
 /// What a concrete object owes to its list:
 ///  - CommitToMib clears ActionReq once the request has been handed on, and keeps InMib true while
 ///    the row exists in the stack;
 ///  - an object that has been marked by SetDestroy answers 1 when it is compared with its own key,
-///    so that a row which returns before the destroy was answered is sent again;
-///  - no operation of the list is called from inside CommitToMib or of any list operation's callee.
+///    so that a row that returns before the stack has answered the destroy is sent again;
+///  - neither CommitToMib nor any other operation that the list calls changes the list: they do not
+///    call its Parse, ParseOptions, ParseGroup, FindNewObjectAndUpdate, CommitToMib, SetDestroy,
+///    DeleteOptions or Clear.
 class VANTACORE_API DclConfigObject {
  public:
   /// The kind of document that configuration comes from. Other values are legal: a remote document
   /// of another kind.
   enum OptionType : int { VLAN_OPTIONS = 0, REMOTE_OPTIONS = 1 };
 
-  /// Of a router, which must outlive the object. VLAN and id are 0; the row is not in the stack, and
-  /// the object waits for its first commit.
+  /// Of a router, which must outlive the object. VLAN and id are 0; the row is not in the stack,
+  /// and the object waits for its first commit.
   explicit DclConfigObject(DcRouterBase& router);
   /// Takes vlan, id and router from `other` and leaves the rest at its defaults.
   explicit DclConfigObject(const DclConfigObject* other);
@@ -53,8 +55,7 @@ class VANTACORE_API DclConfigObject {
   virtual void SetDestroy() = 0;
   /// Prints the object; the console stays the caller's. `id` is the filter's, 0 for any.
   virtual void Display(DcConsole* console, unsigned int id) = 0;
-  /// Pushes the pending change. True when the object is finished with and is to be deleted from its
-  /// list.
+  /// Sends the pending change. True if the object is finished and is to be deleted from its list.
   virtual bool CommitToMib() = 0;
   /// Fills the object from one group of the document; false rejects the group.
   virtual bool ParseOption(const OptionsNode& node, unsigned short vlan) = 0;
@@ -65,7 +66,7 @@ class VANTACORE_API DclConfigObject {
   void SetInMib(bool inMib) { InMib = inMib; }
   /// Whether a change waits for the next commit.
   bool GetActionReq() const { return ActionReq; }
-  /// Asks for a commit, or takes that back.
+  /// Asks for a commit, or cancels that.
   void SetActionReq(bool actionReq) { ActionReq = actionReq; }
   /// Whether the list has suspended the object.
   bool GetSuspended() const { return Suspended; }
@@ -80,7 +81,8 @@ class VANTACORE_API DclConfigObject {
   /// The router that owns the object's list.
   DcRouterBase& GetRouter() const { return router; }
 
-  /// The decimal number right after the n-th '_' of `name`, cut to 16 bits; 0 when there are fewer.
+  /// The decimal number right after the n-th '_' of `name`, cut to 16 bits; 0 if there are fewer,
+  /// or if `name` is null.
   static unsigned short ParseKeyFromName(const char* name, int n);
   /// Field 2 of an object name, also stored as the object's id.
   unsigned short ParseId(const char* name);
@@ -89,11 +91,12 @@ class VANTACORE_API DclConfigObject {
   /// Field 4 of an object name.
   static unsigned short ParseSecondIndex(const char* name);
 
-  /// Reads an address family: 1 becomes 2 (IPv6), anything else and an absent member 1 (IPv4). The
-  /// result is that of the read.
+  /// Reads an address family: 1 becomes 2 (IPv6), anything else and an absent member 1 (IPv4).
+  /// Returns whether the member could be read. A null `key` is reported as an assertion and read as
+  /// absent.
   static int ParseAfiOption(const OptionsNode& node, int& afi, const char* key);
   /// Reads a subsequent address family: 0 becomes 3, 1 becomes 128, 2 stays 2 (multicast), anything
-  /// else and an absent member 1 (unicast). The result is that of the read.
+  /// else and an absent member 1 (unicast). Otherwise like ParseAfiOption.
   static int ParseSafiOption(const OptionsNode& node, int& safi, const char* key);
 
  protected:
@@ -125,9 +128,9 @@ class VANTACORE_API DclConfigListIteratorFunc {
   virtual bool operator()(DclConfigObject* object) = 0;
 };
 
-/// All configuration objects of one kind of one router. Owns its objects, keeps them in the order in
-/// which they were added, and hands only differences between documents to the stack. The order of
-/// the virtual operations and of the fields is fixed.
+/// All configuration objects of one kind of one router. Owns its objects, keeps them in the order
+/// in which they were added, and sends only differences between documents to the stack. The order
+/// of the virtual operations and of the fields is fixed.
 class VANTACORE_API DCLConfigList {
  public:
   /// `label` names the list in traces, `key` is the document member that holds its groups; both are
@@ -152,11 +155,11 @@ class VANTACORE_API DCLConfigList {
                                         DclConfigObject::OptionType type) = 0;
   /// A new object with the contents of `parsed`, to be kept in the list.
   virtual DclConfigObject* CloneObject(DclConfigObject* parsed) = 0;
-  /// Commits every object with a pending change, in list order; after each that finished, and was
-  /// deleted, again from the head.
+  /// Commits every object with a pending change, in list order. When an object has finished it is
+  /// deleted, and the walk starts again from the head.
   virtual void CommitToMib();
-  /// 0 unchanged, 1 updated, 2 new. Without a match it is the last object's Compare, 2 for an empty
-  /// list; ParseGroup adds the object for exactly 2.
+  /// 0 unchanged, 1 updated, 2 new. Without a match it is what the last object's Compare returned,
+  /// or 2 for an empty list; ParseGroup adds an object for exactly 2.
   virtual int FindNewObjectAndUpdate(DclConfigObject* parsed);
   /// The object of one group, owned by the caller; null when the group is rejected.
   virtual DclConfigObject* ParseObjectFromOption(const OptionsNode& group, const string& name,
@@ -170,14 +173,15 @@ class VANTACORE_API DCLConfigList {
   void SetDestroy();
   /// Deletes every object without touching the stack.
   void Clear();
-  /// Deletes objects of the VLAN without touching the stack. The walk steps over the object after
-  /// each deleted one, and goes on from the head when the last was deleted.
+  /// Deletes objects of the VLAN without touching the stack. The walk skips the object after each
+  /// deleted one, and restarts at the head if the last object was deleted.
   void Clear(unsigned int vlan);
   /// Suspends the VLAN's objects, or resumes and commits them.
   void Clear(unsigned int vlan, bool suspend);
-  /// Has every object that the filter lets through displayed, in list order.
+  /// Displays the objects that match the filter, in list order.
   void DisplayList(DcConsole* console, const DclConfigDisplayFilter& filter) const;
-  /// 1 when every object was visited, 0 when `f` is null or stopped the walk.
+  /// Visits the objects in list order; entries without an object are skipped. 1 if every object was
+  /// visited, 0 if `f` is null or stopped the walk. `f` must not change the list.
   int ForEach(DclConfigListIteratorFunc* f);
 
  protected:
@@ -194,8 +198,8 @@ class VANTACORE_API DCLConfigList {
 
 // Readers of row fields for the objects' ParseOption. `out` takes 4, 16 or 127 bytes.
 
-/// True with four address bytes and length 4; false with length 0, `out` untouched, when the member is
-/// absent or no address.
+/// True with four address bytes and length 4; false with length 0, `out` untouched, if the member
+/// is absent or not an address.
 VANTACORE_API bool ReadDCLMibIpAddress(const OptionsNode& node, const char* key, unsigned char* out,
                                        unsigned int& length);
 /// The same for an IPv6 address: sixteen bytes, length 16.
@@ -207,9 +211,9 @@ VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, int
 /// The same for an unsigned integer.
 VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, unsigned int& value,
                                    int& length);
-/// At most 127 characters, padded with zeros to 127 bytes; not terminated when there are that many. An
-/// absent or empty member is the empty text and success (only the first byte is written); a text that begins with ".*" is refused (false, the empty text) and
-/// traced.
+/// True with at most 127 characters, padded with zeros to 127 bytes and not terminated if there are
+/// 127. An absent or empty member is the empty text, for which only the first byte is written. A
+/// text that begins with ".*" is refused: false with the empty text, and traced.
 VANTACORE_API bool ReadDCLMibString(const OptionsNode& node, const char* key, unsigned char* out,
                                     unsigned int& length);
 /// The letter of a row status in traces: M active, C create and go, D destroy, U any other.

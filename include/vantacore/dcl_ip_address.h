@@ -19,9 +19,10 @@ class VANTACORE_API DclIpAddress {
   /// Copies length and bytes.
   DclIpAddress& operator=(const DclIpAddress& other);
 
-  /// Copies at most 16 of `length` bytes, clears the rest and stores the length as it is.
+  /// Copies at most 16 of `length` bytes, clears the rest and stores the length unchanged. Null
+  /// bytes are zero.
   void Init(const unsigned char* bytes, unsigned int length);
-  /// False, and nothing changed, when the text is no such address.
+  /// False, and nothing changed, for a text that is not an IPv4 address and for null.
   bool Ip4AddrFromString(const char* text);
   /// The same for an IPv6 text.
   bool Ip6AddrFromString(const char* text);

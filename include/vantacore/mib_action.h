@@ -12,13 +12,13 @@ namespace Tarsel {
 
 /// One write of one row. A producer creates it with `new (std::nothrow)` and hands it to
 /// Serializer::Insert together with the row's identifier; the serializer issues it at most once and
-/// destroys it right after. An action that is never issued is never destroyed. What the stack makes
-/// of the request is reported elsewhere.
+/// destroys it right after. An action that is never issued is never destroyed. The outcome of the
+/// request is reported through the callback API.
 class VANTACORE_API MibAction {
  public:
   virtual ~MibAction();
-  /// Makes the stack call. `shared` is false when the row was idle and the request goes out at once,
-  /// true when it is released from the row's queue.
+  /// Makes the stack call, from inside which the stack may call back. `shared` is false if the row
+  /// was idle and the request goes out at once, true if it is released from the row's queue.
   virtual void IssueReq(bool shared) = 0;
 };
 
@@ -76,8 +76,7 @@ class VANTACORE_API IPv4AddressAction : public MibAction {
   Ip4Addr m_mask;
 };
 
-/// An IPv6 address of an interface; the stack is given the VLAN's IPv6 instance, whatever VLAN value
-/// was stored.
+/// An IPv6 address of an interface; the stack is given the IPv6 instance of the stored VLAN.
 class VANTACORE_API IPv6AddressAction : public MibAction {
  public:
   /// All zero.
@@ -98,7 +97,7 @@ class VANTACORE_API IPv6AddressAction : public MibAction {
 /// A redistribution rule: routes of the source protocol handed to the destination protocol.
 class VANTACORE_API RedistAction : public MibAction {
  public:
-  /// All 0 but the VLAN, which is 1.
+  /// All numbers are 0, except the VLAN, which is 1.
   RedistAction();
   /// `priority` and `extra` are carried and not sent.
   RedistAction(int rowStatus, int adminStatus, int source, int destination, int priority,

@@ -7,8 +7,8 @@
 
 namespace Tarsel {
 
-/// An object identifier of up to 130 sub-identifiers, held by value (524 bytes, no heap): the key of
-/// the serializer's queues and of the scheduler's items.
+/// An object identifier of up to 130 sub-identifiers, held by value (524 bytes, no heap): the key
+/// of the serializer's queues and of the scheduler's items.
 class VANTACORE_API MibOid {
  public:
   /// The most sub-identifiers that are held.
@@ -44,8 +44,8 @@ class VANTACORE_API MibOid {
   unsigned int m_length;
 };
 
-/// Orders identifiers by their sub-identifiers as unsigned numbers, first difference first; a prefix
-/// orders before what it begins.
+/// Orders identifiers by their sub-identifiers as unsigned numbers, first difference first; a
+/// prefix orders before what it begins.
 struct VANTACORE_API OidCompare {
   /// Whether `a` comes before `b`.
   bool operator()(const MibOid& a, const MibOid& b) const;

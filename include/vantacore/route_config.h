@@ -9,8 +9,8 @@
 
 namespace Tarsel {
 
-/// An IPv4 static route. A value class with a virtual interface, whose order is fixed. `operator<`
-/// is less-or-equal: no order for sorted containers or std::sort.
+/// An IPv4 static route. A value class with virtual operations, whose order is fixed. `operator<`
+/// means less or equal: do not use it for sorted containers or std::sort.
 class VANTACORE_API Ip4RouteConfig {
  public:
   /// VLAN 0, metric 1, the rest empty or zero.
@@ -26,7 +26,7 @@ class VANTACORE_API Ip4RouteConfig {
   virtual Ip4RouteConfig& operator=(const Ip4RouteConfig& other);
   /// All fields equal.
   virtual bool operator==(const Ip4RouteConfig& other) const;
-  /// Equal but for the interface; this record's metric 255 matches any metric.
+  /// Equal except for the interface. If this record's metric is 255, it matches any metric.
   virtual bool operator()(const Ip4RouteConfig& other) const;
   /// Compare(*this, other).
   virtual bool operator<(const Ip4RouteConfig& other) const;
@@ -53,9 +53,9 @@ class VANTACORE_API Ip4RouteConfig {
   unsigned char metric;
 };
 
-/// An IPv6 static route; the same contract with these differences: the prefix is read from "network"
-/// and "prefix" (the length), the metric is stored as it is, and the order is by prefix address,
-/// prefix length, gateway (big-endian) and metric.
+/// An IPv6 static route; the same contract with these differences: the prefix is read from
+/// "network" and "prefix" (the length), the metric is stored as it is, and the order is by prefix
+/// address, prefix length, gateway (big-endian) and metric.
 class VANTACORE_API Ip6RouteConfig {
  public:
   /// VLAN 0, metric 1, the rest empty or zero.
@@ -71,7 +71,7 @@ class VANTACORE_API Ip6RouteConfig {
   virtual Ip6RouteConfig& operator=(const Ip6RouteConfig& other);
   /// All fields equal.
   virtual bool operator==(const Ip6RouteConfig& other) const;
-  /// Equal but for the interface; this record's metric 255 matches any metric.
+  /// Equal except for the interface. If this record's metric is 255, it matches any metric.
   virtual bool operator()(const Ip6RouteConfig& other) const;
   /// Compare(*this, other).
   virtual bool operator<(const Ip6RouteConfig& other) const;

@@ -11,15 +11,16 @@ namespace Tarsel {
 
 /// What both commands share, by row type: the grammar "[vrf <vid>] [dest <address>] [proto <name>]
 /// [detail]", the filters, the table and the detailed view. `family` is 0 for IPv4, 41 for IPv6.
+/// Any other family shows the rows of the IPv4 instance as IPv6 rows.
 template <class T>
 class RtmRTCommand : public DcConsoleCommand {
  public:
-  /// Takes ownership of `console`; the texts are borrowed.
+  /// Takes ownership of `console`. The texts are borrowed; a null one is printed as the empty text.
   RtmRTCommand(DcConsole* console, unsigned short family, const char* usage,
                const char* description);
 
-  /// Takes the words and checks that the VLAN exists; subclasses start their walk afterwards. False with
-  /// the usage text or a message, or without a word when words are left over.
+  /// Takes the words and checks that the VLAN exists; subclasses start their walk afterwards. False
+  /// after a message or the usage text, or silently if words are left over.
   bool Parse(int argc, char** argv) override;
   /// A row of the walk: printed when it passes the filters. At the end, or on an error, the command
   /// is over.
@@ -27,7 +28,8 @@ class RtmRTCommand : public DcConsoleCommand {
   /// The detailed view of one row.
   virtual void PrintEntry(const T* row) const;
 
-  /// The handler of "dest"; complains about a text that is no address of the family.
+  /// The handler of "dest". False, with a message, for a text that is not an address of the family
+  /// and for null, which is printed as the empty text.
   static bool ParseDestination(DcConsoleCommand& cmd, const char* text);
   /// The handler of "proto": bgp, connected, ospf, rip or static, in small letters.
   static bool ParseProtocol(DcConsoleCommand& cmd, const char* text);
@@ -50,13 +52,13 @@ class RtmRTCommand : public DcConsoleCommand {
   /// The grammar: "vrf", "dest", "proto", "detail".
   static const DcConsoleCommand::ConsoleCommandOption* const m_opts[4];
 
-  Ip4Addr m_dest4;  ///< 0.0.0.0: no filter
-  Ip6Addr m_dest6;  ///< ::: no filter
+  Ip4Addr m_dest4;  ///< 0.0.0.0 for no filter
+  Ip6Addr m_dest6;  ///< :: for no filter
   /// Whether rows are shown in full.
   bool m_detail;
   /// 0 for IPv4, 41 for IPv6.
   unsigned short m_family;
-  unsigned int m_proto;  ///< 0: all protocols
+  unsigned int m_proto;  ///< 0 for all protocols
 };
 
 extern template class VANTACORE_API RtmRTCommand<amb_cipr_rtm_route>;

@@ -12,11 +12,12 @@ namespace Tarsel {
 class MibAction;
 
 /// Queues row requests per row and keeps at most one of each row in the stack. Rows are independent
-/// of each other. Until the stack signals that it is ready nothing is issued. The one serializer of
-/// the process is a member of DcRouterMgr.
+/// of each other. Nothing is issued until the stack signals that it is ready. Issuing a request may
+/// lead back into any operation of the serializer. The one serializer of the process is a member of
+/// DcRouterMgr.
 ///
-/// An action belongs to the serializer from Insert on. It is issued at most once and destroyed right
-/// after; an action that is still queued when the queues are forgotten is not destroyed.
+/// An action belongs to the serializer from Insert on. It is issued at most once and destroyed
+/// right after; an action that is still queued when the queues are forgotten is not destroyed.
 class VANTACORE_API Serializer {
  public:
   Serializer();
@@ -25,23 +26,24 @@ class VANTACORE_API Serializer {
   ~Serializer();
 
   /// Queues an action for a row. An idle row's action is issued at once (not shared) when the stack
-  /// is ready. A null action only makes the row known. Without memory for the row's record the action
-  /// is lost: not issued and not destroyed.
+  /// is ready. A null action only makes the row known. Without memory for the row's record the
+  /// action is lost: it is neither issued nor destroyed.
   void Insert(MibOid oid, MibAction* action);
-  /// Issues the row's front action (shared); non-zero when a request was issued.
+  /// Issues the row's front action (shared). Non-zero if a request was issued; 0 if there is none,
+  /// if the stack already has the front one, and before the ready signal.
   int Send(MibOid oid);
   /// Retires the row's front entry; an emptied row is forgotten.
   void Remove(MibOid oid);
-  /// The stack has finished with the row: Remove, then Send, whose result is returned. `oid` must
-  /// not be null when `len` is not 0.
+  /// The stack has finished with the row: Remove, then Send, whose result is returned. `oid` may be
+  /// null only if `len` is 0.
   int RunPendingAction(unsigned int* oid, unsigned int len);
   /// The stack is ready: issues every busy row's front action (shared), rows in the order in which
-  /// they became busy. The result of the last Send. A repeated signal issues nothing that is already
-  /// in flight.
+  /// they became busy. Returns the result of the last Send. A repeated signal issues nothing and
+  /// returns 0.
   int RunPendingActions();
   /// Issues and destroys one action; false when it is null or the stack is not ready yet.
   bool IssueMibRequest(MibAction* action, bool shared);
-  /// Forgets all queues. Readiness stays.
+  /// Forgets all queues. A serializer that is ready stays so.
   void Reset();
 
  private:

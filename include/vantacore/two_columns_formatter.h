@@ -29,16 +29,16 @@ class VANTACORE_API TwoColumnsFormatter {
   /// Forgets the rows; the last output stays.
   void ClearRows();
 
-  /// The block, valid until the next Format; null when a width is 0, the separator is null or empty,
-  /// or there is nothing to show. The rows stay.
+  /// The block, valid until the next Format; null when a width is 0, the separator is null or
+  /// empty, or there is nothing to show. The rows stay.
   const char* Format(unsigned int width1, unsigned int width2, const char* separator);
   /// With the default widths.
   const char* Format(const char* separator);
   /// With the default widths and separator.
   const char* Format();
 
-  /// The last character of the first piece of `text` that fits in `width`: the piece ends before the
-  /// last blank within reach; a word longer than the width is cut.
+  /// The last character of the first piece of `text` that fits in `width`: the piece ends before
+  /// the last blank within reach; a word longer than the width is cut.
   const char* Segment(const char* text, unsigned int width);
 
  private:

@@ -8,8 +8,8 @@
 
 namespace Tarsel {
 
-/// The output of one command invocation, supplied by the host and created with `new`: whoever ends
-/// the command deletes it. The order of the virtual operations is fixed.
+/// The output of one command invocation, supplied by the host and created with `new`. The one that
+/// ends the command deletes it. The order of the virtual operations is fixed.
 class TARSEL_API DcConsole {
  public:
   virtual ~DcConsole() = default;
@@ -20,8 +20,8 @@ class TARSEL_API DcConsole {
       __attribute__((format(printf, 2, 0))) = 0;
   /// Output of a finished text on the error side.
   virtual void PrintError(const char* text) = 0;
-  /// The command's output is complete. Not every path of a command says so: the object's end counts
-  /// as well.
+  /// The command's output is complete. Some paths of commands do not call this and only delete the
+  /// console.
   virtual void CommandEnd() = 0;
   /// The VLAN that the console is bound to, for a command with these words.
   virtual unsigned short GetVlan(int argc, char** argv) = 0;

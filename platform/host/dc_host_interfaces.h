@@ -17,15 +17,15 @@ class TARSEL_API DcIpInterface {
 };
 
 /// The host's event loop, for the descriptors of the routing stack. `id` is the stack's own value.
-/// `mode` is the number that the callback API made of the stack's event mask, one event at a time: 1
-/// read, 2 write, 3 urgent data, 0 none for now. The order of the operations is fixed.
+/// `mode` is the number that the callback API made of the stack's event mask, one event at a time:
+/// 1 read, 2 write, 3 urgent data, 0 none for now. The order of the operations is fixed.
 class TARSEL_API DcSckInterface {
  public:
   virtual ~DcSckInterface() = default;
-  /// Watch `fd` for the event of `mode` (never 3), and call DcRouterMgr::SocketCallback each time it
-  /// comes. A descriptor that is watched already gets the new mode.
+  /// Watch `fd` for the event of `mode` (never 3), and call DcRouterMgr::SocketCallback each time
+  /// it comes. A descriptor that is already watched gets the new mode.
   virtual void RegisterDescriptor(int fd, int mode, int id) = 0;
-  /// Watch `fd` no longer; an unknown one is ignored.
+  /// Stop watching `fd`; an unknown one is ignored.
   virtual void RemoveDescriptor(int fd, int id) = 0;
   /// Another event for a registered `fd`; an unknown one is ignored.
   virtual void ChangeDescriptorMode(int fd, int mode) = 0;

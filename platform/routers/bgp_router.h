@@ -12,7 +12,7 @@ class DcConsole;
 /// BGP-4 with both address families, of one VLAN; configured by the member "BGP".
 class TARSEL_API DcBgpRouter : public DcRouterBase {
  public:
-  /// Of one VLAN; made by the router manager.
+  /// For one VLAN; created by the router manager.
   explicit DcBgpRouter(unsigned short vid);
   ~DcBgpRouter() override;
   bool CreateConfigList(DcConfigLists& lists) override;

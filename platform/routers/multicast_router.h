@@ -28,8 +28,8 @@ class TARSEL_API DcMulticastRouter : public DcRouterBase {
   int m_ipProto;
 };
 
-/// Lists multicast interfaces and groups: `mcast-database`. The router has all of it, so Parse prints
-/// and ends the command: when it answers true, command and console are gone.
+/// Lists multicast interfaces and groups: `mcast-database`. The router has all of it, so Parse
+/// prints and ends the command: when it answers true, command and console are gone.
 class TARSEL_API MulticastRoutingTableConsoleCommand : public DcConsoleCommand {
  public:
   /// Takes ownership of `console`.

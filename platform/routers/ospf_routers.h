@@ -45,7 +45,7 @@ class TARSEL_API DcOspfRouter : public DcOspfRouterBase {
 /// OSPFv2 of one VLAN; configured by the member "OSPF".
 class TARSEL_API DcOspfv2Router : public DcOspfRouter {
  public:
-  /// Of one VLAN; made by the router manager.
+  /// For one VLAN; created by the router manager.
   explicit DcOspfv2Router(unsigned short vid);
   /// Console handler of `ip ospf`.
   static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);
@@ -54,7 +54,7 @@ class TARSEL_API DcOspfv2Router : public DcOspfRouter {
 /// OSPFv3 of one VLAN; configured by the member "OSPFV3".
 class TARSEL_API DcOspfv3Router : public DcOspfRouter {
  public:
-  /// Of one VLAN; made by the router manager.
+  /// For one VLAN; created by the router manager.
   explicit DcOspfv3Router(unsigned short vid);
   /// Console handler of `ip6 ospf`.
   static void ConsoleCommand(void* context, DcConsole* console, int argc, char** argv);

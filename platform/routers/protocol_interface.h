@@ -11,15 +11,16 @@
 
 namespace Tarsel {
 
-/// The configuration of one protocol of one VLAN. Several documents may configure it: the protocol is
-/// enabled while any of them says so, and a document that names the protocol without "enabled" does.
-/// Under "INTERFACES" a document may take single interfaces from the protocol; when several documents
-/// name the same one, remote documents count before the VLAN document, and the last by name among
-/// those of a kind.
+/// The configuration of one protocol of one VLAN. Several documents may configure it. The protocol
+/// is enabled while at least one of them enables it; a document that names the protocol without
+/// "enabled" enables it. Under "INTERFACES" a document may take single interfaces away from the
+/// protocol. If several documents name the same interface, remote documents override the VLAN
+/// document, and among documents of one kind the last by name decides.
 ///
-/// It is ready while it is enabled and the VLAN's RTM instance of its family is. An interface is ready
-/// while the protocol is enabled, no document has taken it, the router knows it and it is up, and for
-/// an IPv4 protocol its address, once reported, is not 0.0.0.0.
+/// It is ready while it is enabled and the VLAN's RTM instance of its family is ready. An interface
+/// is ready while the protocol is enabled, no document has taken the interface away, the router
+/// knows it and it is up. For an IPv4 protocol an interface whose reported address is 0.0.0.0 is
+/// not ready.
 ///
 /// It is created with the router that is being built, so the constructor only keeps the reference.
 class TARSEL_API ProtocolInterface : public DcProtoInterfaceBase {
@@ -43,9 +44,9 @@ class TARSEL_API ProtocolInterface : public DcProtoInterfaceBase {
   void ForEachRow(DclConfigListIteratorFunc& visitor);
 
  protected:
-  /// A list for the rows of one document, owned by the caller, for a protocol that keeps its rows here
-  /// and not in its router's lists; null for others. As with the router's lists, withdrawing the
-  /// document or disabling the protocol forgets the rows and leaves them in the stack.
+  /// A list for the rows of one document, owned by the caller, if the protocol keeps its rows here
+  /// and not in its router's lists; else null. As with the router's lists, withdrawing the document
+  /// or disabling the protocol forgets the rows and leaves them in the stack.
   virtual DCLConfigList* CreateRows();
 
   /// The router that owns this configuration.

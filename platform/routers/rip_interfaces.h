@@ -7,8 +7,8 @@
 
 namespace Tarsel {
 
-/// RIPv2's configuration. The routers of both RIP versions add no lists, so their configurations keep
-/// the rows of "IF_LIST" themselves.
+/// RIPv2's configuration. The routers of both RIP versions have no lists, so their configurations
+/// keep the rows of "IF_LIST" themselves.
 class TARSEL_API Ripv2Interface : public ProtocolInterface {
  public:
   /// Keeps the reference only: the router is still being built.
@@ -18,7 +18,7 @@ class TARSEL_API Ripv2Interface : public ProtocolInterface {
   DCLConfigList* CreateRows() override;
 };
 
-/// RIPng's.
+/// RIPng's configuration.
 class TARSEL_API RipngInterface : public ProtocolInterface {
  public:
   /// Keeps the reference only: the router is still being built.

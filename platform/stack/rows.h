@@ -1,6 +1,7 @@
 /* Rows of the routing stack's tables, as they are sent to it and handed out by its walks.
  *
- * All numbers are 32 bits wide and in the machine's byte order; addresses are bytes in network order.
+ * All numbers are 32 bits wide and in the machine's byte order; addresses are bytes in network
+ * order.
  */
 #ifndef STACK_ROWS_H
 #define STACK_ROWS_H

@@ -1,13 +1,15 @@
 /* The C functions of the routing stack that the library calls.
  *
- * 1. The stack is single-threaded and runs only inside nbb_scheduler(). The sms_act_, sms_update_ and
- *    sms_bld_ functions take a request and return; its outcome is reported later through the callback
- *    API (vantacore/dcrouter_api.h).
+ * 1. The stack is single-threaded and runs only inside nbb_scheduler(). The sms_act_, sms_update_
+ *    and sms_bld_ functions take a request and return; its outcome is reported later through the
+ *    callback API (vantacore/dcrouter_api.h).
  * 2. All pointers are read during the call and never kept, except the context of a walk.
  * 3. Row status: 1 active, 4 create and go, 6 destroy. Admin and operational status: 1 up, 2 down.
  *    Address type: 1 IPv4 (4 bytes), anything else IPv6 (16 bytes).
  * 4. The identifier builders are pure. They write at most SMS_OID_MAX sub-identifiers into the
  *    caller's buffer, which has room for that many, and return their count.
+ * 5. A test program may define any of these functions itself. Its definition is then used instead
+ *    of the stack's.
  */
 #ifndef STACK_SMS_H
 #define STACK_SMS_H
@@ -49,21 +51,21 @@ extern SMS_API unsigned int nbb_os_failures;
 
 /** Sets (row status 1 in word 1) or destroys (6) the instance of word 0. */
 SMS_API void sms_act_rtm(amb_cipr_rtm_entity* row);
-/** Sets or destroys a static route; answered by cSetRouteState with the same values, its end reported
- * by cRunPendingAction. `not_shared` is 1 when the row was idle, 0 when the request has waited: behind
- * another one of the row, or for cI3Ready. */
+/** Sets or destroys a static route; answered by cSetRouteState with the same values, its end
+ * reported by cRunPendingAction. `not_shared` is 1 if the row was idle, 0 if the request has waited
+ * for an earlier one of the row or for cI3Ready. */
 SMS_API void sms_update_route(int not_shared, int row_status, int admin_status, int address_type,
                               const unsigned char* destination, unsigned int prefix_length,
                               const unsigned char* next_hop, int path_type, unsigned int if_index,
                               unsigned short instance, unsigned short metric);
-/** Creates an interface (row status 4, with name, flags and the host's `extra`), sets its operational
- * status (1, with flags and `extra` 0) or destroys it (6); its end is reported by cRunPendingAction.
- * `flags` are those of amb_stubs_i3_ei; `if_attr` is 0 but for what the host hands to
- * DcInterfaceMgr::SetInterfaceStatus. */
+/** Creates an interface (row status 4, with name, flags and the host's `extra`), sets its
+ * operational status (1, with flags and `extra` 0) or destroys it (6); its end is reported by
+ * cRunPendingAction. `flags` are those of amb_stubs_i3_ei; `if_attr` is 0, except what the host
+ * passes to DcInterfaceMgr::SetInterfaceStatus. */
 SMS_API void sms_act_interface(int row_status, unsigned int oper_status, unsigned int instance,
                                unsigned int if_index, const char* name, unsigned int if_attr,
                                unsigned int flags, unsigned int extra);
-/** The same request when it has waited, behind another one of the row or for cI3Ready. */
+/** The same request if it has waited for an earlier one of the row or for cI3Ready. */
 SMS_API void sms_bld_amb_test_i3_ei(int row_status, unsigned int oper_status, unsigned int instance,
                                     unsigned int if_index, const char* name, unsigned int if_attr,
                                     unsigned int flags, unsigned int extra);
@@ -77,7 +79,7 @@ SMS_API void sms_act_ipaddr(int row_status, unsigned int vlan_or_instance, int a
  * `zero` is 0. */
 SMS_API void sms_act_cipr_redist(int row_status, int admin_status, int source, int destination,
                                  unsigned int vlan, unsigned int zero);
-/** The same request when it has waited, behind another one of the row or for cI3Ready. */
+/** The same request if it has waited for an earlier one of the row or for cI3Ready. */
 SMS_API void sms_bld_amb_test_cipr_redist(int row_status, int admin_status, int source,
                                           int destination, unsigned int vlan, unsigned int zero);
 
@@ -91,7 +93,7 @@ SMS_API unsigned int sms_get_route_oid(unsigned int* buffer, unsigned short inst
 /** The identifier of an interface. */
 SMS_API unsigned int sms_set_i3_ei_oid(unsigned int* buffer, unsigned int instance,
                                        unsigned int if_index);
-/** The identifier of an address; no prefix length. */
+/** The identifier of an address; the prefix length is not part of it. */
 SMS_API unsigned int sms_set_i3_ea_oid(unsigned int* buffer, unsigned int instance,
                                        unsigned int if_index, const void* address,
                                        int address_type);

@@ -118,8 +118,8 @@ TARSEL_API bool operator==(const Ip6Prefix& a, const Ip6Prefix& b);
 /// Other address bytes or another length.
 TARSEL_API bool operator!=(const Ip6Prefix& a, const Ip6Prefix& b);
 
-// Well-known addresses. They are constants of the program, not objects that start-up code builds, so
-// no other file's initialisation can see them unset.
+// Well-known addresses. They are constants of the program, not objects that start-up code builds,
+// so no other file's initialisation can see them unset.
 /// 255.255.255.255
 constexpr Ip4Addr IP4_BROADCAST(255, 255, 255, 255);
 /// 224.0.0.0, where multicast begins.

@@ -11,15 +11,16 @@ namespace Tarsel {
 
 class OptionsNodeIterator;
 
-/// One node of a configuration document: a pointer into the document that it came from and the error
-/// text of the last failed read. Copying a node copies the pointer, never a sub-tree; the document
-/// (`Options`) must outlive all its nodes. No operation throws, whatever the document holds.
+/// One node of a configuration document: a pointer into the document that it came from and the
+/// error text of the last failed read. Copying a node copies the pointer, never a sub-tree; the
+/// document (`Options`) must outlive all its nodes. No operation throws, whatever the document
+/// holds.
 ///
 /// Reads by key need the node to be a JSON object. They return 1 on success; on failure they return
-/// 0, leave the result untouched and keep an error text on the node read from:
-/// "Incorrect Node type for Object or Array operations" when the node is no object, "cannot find the
-/// node element" when the member is missing (or null, unless read as text), and "" when the member
-/// has another type than the one asked for (or a number does not fit).
+/// 0, leave the result untouched and keep an error text on the node read from: "Incorrect Node type
+/// for Object or Array operations" when the node is not an object, "cannot find the node element"
+/// when the member is missing (or null, unless read as text), and "" when the member has another
+/// type than the one asked for (or a number does not fit).
 class TARSEL_API OptionsNode {
  public:
   /// A null node: no value, no children.
@@ -35,7 +36,7 @@ class TARSEL_API OptionsNode {
   /// True when there is a JSON object here, also an empty one.
   bool IsObject() const;
 
-  /// The member named `key`; a null node when there is none or this is no object.
+  /// The member named `key`; a null node if there is none or this is not an object.
   OptionsNode GetChildNode(const char* key) const;
 
   /// The member as text. Numbers and bools are converted, a null is the empty text; objects and
@@ -54,7 +55,7 @@ class TARSEL_API OptionsNode {
   /// Children in the document's own order: by index for an array, by key for an object. A scalar or
   /// null node has none.
   OptionsNodeIterator begin() const;
-  /// Behind the last child.
+  /// The end, after the last child.
   OptionsNodeIterator end() const;
 
  private:

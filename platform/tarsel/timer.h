@@ -7,9 +7,9 @@
 
 namespace Tarsel {
 
-/// What all timers share: a name, a callback and, while running, a place on the loop that was current
-/// at the start. Expiry calls `Dispatch(0, nullptr)` on the loop's thread. Any timer may be started
-/// again, stopped or destroyed from inside its own or another's callback.
+/// What all timers share: a name, a callback and, while running, an entry in the loop that was
+/// current at the start. Expiry calls `Dispatch(0, nullptr)` on the loop's thread. Any timer may be
+/// started again, stopped or destroyed from inside its own or another's callback.
 class TARSEL_API TimerBase {
  public:
   /// What an expiry calls; the arguments are 0 and null.

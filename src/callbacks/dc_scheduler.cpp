@@ -2,8 +2,8 @@
 //
 // The stack does its work inside nbb_scheduler() and says each time for how long it may sleep. The
 // timer is set only here and by the stack's own request for an early run, so from the first request
-// on one expiry always leads to the next. A request that comes while the stack is running has set
-// the timer before the run returns; the flag then keeps the expiry handler from setting it anew.
+// on one expiry always leads to the next. A request during a run has set the timer before the run
+// returns; the flag then keeps the expiry handler from setting it again.
 
 #include "vantacore/dc_scheduler.h"
 

@@ -1,6 +1,6 @@
 // The C functions through which the routing stack calls the library. Each one finds the right
-// singleton and hands on; the functions differ in whether they clear the IPv6 bit of an instance id,
-// and the stack relies on each as it is.
+// singleton and hands on; the functions differ in whether they clear the IPv6 bit of an instance
+// id, and the stack relies on each as it is.
 
 #include "vantacore/dcrouter_api.h"
 
@@ -35,8 +35,8 @@ int GetAddressOf(unsigned short vlan, const char* interfaceName, unsigned int* a
 
 int RegistrationMode(unsigned int mask) { return (mask & 1) != 0 ? 1 : static_cast<int>(mask & 2); }
 
-// The first rule that matches. The last two ask for combinations of bits whose single rules come
-// first, so no mask reaches them.
+// The first rule that matches decides. The last two rules are never reached: each of their bits has
+// a rule of its own before them.
 int ChangeMode(unsigned int mask) {
   static constexpr struct {
     unsigned int bits;

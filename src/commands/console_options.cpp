@@ -23,8 +23,8 @@ void ConsumeWord(int& argc, char**& argv) {
 
 }  // namespace
 
-// The option tables of other files may be built before this object, since start-up builds files in no
-// certain order. They only store its address.
+// The option tables of other files may be built before this object, since start-up builds files in
+// no certain order. They only store its address.
 const DcConsoleCommand::ConsoleCommandValueOption DcConsoleCommand::vlan_option(
     "vrf", false, &DcConsoleCommand::ParseVlan);
 

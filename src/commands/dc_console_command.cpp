@@ -1,15 +1,16 @@
 // The base of the diagnostic commands.
 //
-// A command is made for one invocation and owns its console. Parse starts a walk over a table of the
-// stack, and from then on the walk owns the command: each row arrives through ResponseHandler, and
-// the answer 0 of Display ends it all. A stack that answers from inside the call that starts a walk
-// may have deleted the command when that call returns, so starting a walk is the last thing that any
-// operation does, and ResponseHandler touches the command after Display only in order to delete it.
+// A command is made for one invocation and owns its console. Parse starts a walk over a table of
+// the stack, and from then on the walk owns the command: each row arrives through ResponseHandler,
+// and the answer 0 of Display ends it all. A stack that answers from inside the call that starts a
+// walk may have deleted the command when that call returns, so starting a walk is the last thing
+// that any operation does, and ResponseHandler touches the command after Display only in order to
+// delete it.
 //
 // The consoles of all live commands are kept in one place, so that a dispatcher can tell a console
-// that a command holds on to from one that has been left to it. They are kept by command: a subclass
-// may take the console away from the base, and its hold must end with it all the same, or a later
-// console at the same address would pass for held.
+// that a command still owns from one that it has to delete. The table's key is the command: a
+// subclass may take the console away from the base, and the entry must still go with the command.
+// Otherwise a later console at the same address would count as owned.
 //
 // The options and the text helpers have files of their own beside this one.
 #include "vantacore/dc_console_command.h"

@@ -1,9 +1,9 @@
 // The interface table.
 //
-// Two walks, one after the other: the interfaces, then their addresses. The rows of both are kept by
-// interface index and printed when the second walk ends. A walk starts at the command's instance and
-// would run on into later ones; it is ended at the first row of one. Rows of earlier instances cannot
-// come, so they are not filtered out.
+// Two walks, one after the other: the interfaces, then their addresses. The rows of both are kept
+// by interface index and printed when the second walk ends. A walk starts at the command's instance
+// and would run on into later ones; it is ended at the first row of one. Rows of earlier instances
+// cannot come, so they are not filtered out.
 #include "vantacore/dc_interface_console_command.h"
 
 #include "src/values/row_codes.h"

@@ -1,8 +1,8 @@
 // The route table and the RIB.
 //
 // Both walks run over the whole table, all instances of all VLANs; Display picks the rows that this
-// invocation asked for. The two row types differ in two fields of the RIB, which the small functions
-// below hide from the template.
+// invocation asked for. The two row types differ in two fields of the RIB, which the small
+// functions below hide from the template.
 #include "vantacore/rtm_commands.h"
 
 #include <cstddef>

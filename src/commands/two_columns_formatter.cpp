@@ -1,7 +1,7 @@
-// Text in two columns. A text is cut into pieces that fit its column; a piece ends before a blank and
-// the next one begins with that blank, so a continuation line starts with one blank and needs no
-// other indentation. The first column keeps its width on every line, for the second to stand below
-// itself; the second column is not filled up once its text is used up.
+// Text in two columns. A text is cut into pieces that fit its column; a piece ends before a blank
+// and the next one begins with that blank, so a continuation line starts with one blank and needs
+// no other indentation. The first column keeps its width on every line, for the second to stand
+// below itself; the second column is not filled up once its text is used up.
 #include "vantacore/two_columns_formatter.h"
 
 #include <cstddef>
@@ -36,7 +36,7 @@ const char* TwoColumnsFormatter::Segment(const char* text, unsigned int width) {
   if (width == 0 || *text == '\0') {
     return text;
   }
-  // No character behind the first that does not fit needs to be looked at.
+  // No character after the first that does not fit needs to be examined.
   const std::size_t reach = strnlen(text, width);
   if (text[reach] == '\0') {
     return text + reach - 1;

@@ -6,8 +6,8 @@
 
 namespace Tarsel {
 
-/// An interface has another IPv4 address: each router of the VLAN is told. The router manager has the
-/// routers and stands above this folder, so it defines this.
+/// An interface has another IPv4 address: each router of the VLAN is told. The router manager owns
+/// the routers and is above this folder, so it defines this function.
 void TellAddressChange(unsigned short vlan, unsigned int ifIndex, const Ip4Addr& address);
 
 }  // namespace Tarsel

@@ -1,12 +1,13 @@
 // The interface registry.
 //
-// A record stands for one (VLAN, interface index) from its first AddInterface to its RemoveInterface.
-// Beside the records there is one index from names to interface indices for all VLANs, written by
-// new records only, and a table of each VLAN's primary interface by name, which nothing removes from.
+// A record stands for one (VLAN, interface index) from its first AddInterface to its
+// RemoveInterface. Beside the records there is one index from names to interface indices for all
+// VLANs, written by new records only, and a table of each VLAN's primary interface by name, which
+// nothing removes from.
 //
 // Each event first queues rows for the stack, registered interface or not, and then updates the
-// record. Queueing may reach the stack at once and the stack may call back, so records are looked up
-// after it, and what is still needed of one is copied before: arguments may lie in a record.
+// record. Queueing may reach the stack at once and the stack may call back, so records are looked
+// up after it, and what is still needed of one is copied before: arguments may lie in a record.
 
 #include "vantacore/dc_interface_mgr.h"
 

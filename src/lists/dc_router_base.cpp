@@ -2,14 +2,14 @@
 //
 // A router is made of its protocol's configuration, which decides whether it is enabled and ready,
 // and of configuration lists, which carry its rows into the stack. Configuration comes from several
-// sources, each under the name of the document that it came from; the protocol configuration sees all
-// of them, while every source has lists of its own, so that withdrawing one leaves the rows of the
-// others alone.
+// sources, each under the name of the document that it came from; the protocol configuration sees
+// all of them, while every source has lists of its own, so that withdrawing one leaves the rows of
+// the others alone.
 //
-// Only a protocol that runs on interfaces has lists. A source gets them on its first reload that
-// finds the protocol enabled; it loses them when it no longer names the router, when a reload finds
-// the protocol disabled, and when the router goes. Losing the lists forgets the rows without telling
-// the stack: withdrawing them is the concrete protocol's business.
+// Only a protocol that runs on interfaces has lists. A source gets them on the first reload that
+// finds the protocol enabled. They are deleted when the source no longer names the router, when a
+// reload finds the protocol disabled, and with the router. Deleting the lists does not tell the
+// stack: withdrawing the rows is the concrete protocol's task.
 #include "vantacore/dc_router_base.h"
 
 #include <new>
@@ -40,9 +40,9 @@ DcRouterBase::DcRouterBase(const string& protocol, unsigned short vid, DcProtoCo
 
 DcRouterBase::~DcRouterBase() {
   delete protoConfig;
-  // Objects that ask for the protocol configuration while they go must find that it has gone.
+  // Objects may ask the router while they are deleted. They must not find a deleted configuration,
   protoConfig = nullptr;
-  // Nor may they find lists that have gone, or are about to.
+  // nor lists that are deleted or being deleted.
   while (!configLists.empty()) {
     const auto first = configLists.begin();
     const DcConfigLists* lists = first->second;

@@ -135,7 +135,7 @@ int DCLConfigList::FindNewObjectAndUpdate(DclConfigObject* parsed) {
     if (answer != UNCHANGED && answer != CHANGED) {
       continue;
     }
-    // A second group with the same key finds its object claimed already; it counts all the same.
+    // A second group with the same key finds its object already claimed. It is taken, too.
     const std::size_t res = unclaimed.erase(obj);
     if (res != 1) {
       OnAssert("res == 1", SOURCE, __LINE__);

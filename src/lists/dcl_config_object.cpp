@@ -17,7 +17,7 @@ const char SOURCE[] = "dcl_config_object";
 // index.
 enum NameField : int { FIELD_ID = 2, FIELD_NUMBER = 3, FIELD_SECOND_INDEX = 4 };
 
-// A value that no reader's table has: it stands for a member that could not be read.
+// Stands for a member that could not be read: a value that is in none of the readers' tables.
 constexpr int UNREADABLE = -1;
 
 // Reads `key` for a family reader; 0 when it is absent, null or not a number.

@@ -1,19 +1,19 @@
 // The router manager.
 //
-// Data: the VLAN table owns one record per VLAN; a record owns one router per protocol and names the
-// documents that configure the VLAN. m_configVlans holds the same relation the other way round, from
-// a document to its VLANs; reload.cpp keeps the two in step.
+// Data: the VLAN table owns one record per VLAN; a record owns one router per protocol and names
+// the documents that configure the VLAN. m_configVlans holds the same relation the other way round,
+// from a document to its VLANs; reload.cpp keeps the two in step.
 //
 // Lifetimes: the manager is created on first use and stays until the process ends, and with it the
 // three engines that are its members. A record lives from CreateVlan to DeleteVlan. Nothing in the
 // constructor may call the stack or ask for the manager: it does not exist yet.
 //
-// Order: a VLAN's RTM instances come before its routers, and they also go before them, so the stack
-// drops the routing tables while the routers still stand.
+// Order: a VLAN's RTM instances are created before its routers and also deleted before them, so the
+// stack drops the routing tables while the routers still exist.
 //
-// The other files of this folder: reload.cpp applies documents, network_events.cpp passes events on,
-// protocol_commands.cpp serves the operator's `protocol` words, rip_routers.cpp has the two RIP routers,
-// rooms_below.cpp answers what the rooms below ask.
+// The other files of this folder: reload.cpp applies documents, network_events.cpp passes events
+// on, protocol_commands.cpp serves the operator's `protocol` words, rip_routers.cpp has the two RIP
+// routers, rooms_below.cpp answers what the folders below ask.
 #include "vantacore/dc_router_mgr.h"
 
 #include <new>
@@ -32,7 +32,7 @@ namespace Tarsel {
 
 namespace {
 
-/// Creates one of a VLAN's routers; null when there is no memory for it.
+/// Creates one of a VLAN's routers; null if there is no memory for it.
 typedef DcRouterBase* (*RouterMaker)(unsigned short vid);
 
 // By protocol type.
@@ -67,8 +67,8 @@ bool AllRoutersCreated(const DcRouterMgr::VlanRouters& record) {
   return true;
 }
 
-// Deletes the routers in type order, one of each type. A router that is asked for while its
-// destructor runs is already gone.
+// Deletes the routers in type order, one of each type. While a router's destructor runs, the record
+// no longer has it.
 void DeleteRouters(DcRouterMgr::VlanRouters& record) {
   auto& routers = record.routers;
   while (!routers.empty()) {
@@ -162,7 +162,7 @@ DcRouterMgr::VlanMap::iterator DcRouterMgr::CreateVlan(unsigned short vid, Optio
     return m_vlans.end();
   }
   const auto [position, inserted] = m_vlans.emplace(vid, record);
-  if (!inserted) {  // the VLAN was there already: it keeps its routers
+  if (!inserted) {  // the VLAN exists already and keeps its routers
     DeleteRouters(*record);
     delete record;
   }

@@ -1,9 +1,9 @@
 // The `protocol` word of the operator's `ip` and `ip6` trees.
 //
-// Who ends the console depends on the path: the summaries delete it, a command object that could not
-// parse its words takes it along, one that could keeps it until its walk is over, and everything else
-// leaves it to the caller. The trees differ on purpose: `ip` looks at two characters of the long
-// words, `ip6` at whole words.
+// What becomes of the console depends on the word. The summaries delete it. A command object that
+// cannot parse its words is deleted together with it; one that can keeps it until its walk is over.
+// All other words leave it to the caller. The trees differ on purpose: `ip` compares two characters
+// of the long words, `ip6` compares whole words.
 #include <strings.h>
 
 #include "host/dc_console.h"
@@ -69,7 +69,7 @@ bool IsWord(const char* word, const char* name) { return strcasecmp(word, name) 
 // The long words of the `ip` tree are told apart by two characters.
 bool BeginsLike(const char* word, const char* name) { return strncasecmp(word, name, 2) == 0; }
 
-// The command deletes itself when its walk is over; one that does not run goes at once.
+// The command deletes itself when its walk is over; one that does not start is deleted here.
 void RunRibCommand(DcConsole* console, unsigned short ipProto, int argc, char** argv) {
   RtmRibCommand* const command = new RtmRibCommand(console, ipProto);
   if (!command->Parse(argc, argv)) {
@@ -257,8 +257,8 @@ void DcRouterMgr::ConCmdIpsTrace(DcConsole* console, int argc, char** argv) {
   console->Print("%s", IPS_USAGE);
 }
 
-// The protocol routers' library declares this handler and leaves it to us: a console handler of the
-// `ip` tree has no argument for the family.
+// The protocol routers' library declares this handler and leaves its definition to this library: a
+// console handler of the `ip` tree has no argument for the family.
 void DcMulticastRouter::Ip4ConsoleCommand(void* context, DcConsole* console, int argc,
                                           char** argv) {
   ConsoleCommand(context, console, argc, argv, false);

@@ -1,12 +1,12 @@
 // Applying and withdrawing configuration documents.
 //
 // Two relations mirror each other: m_configVlans (document to VLANs) and each record's configFiles
-// (VLAN to documents). A reload adds to both while it walks the document and then takes out of both
-// what the document named before and names no longer. A VLAN goes with the last document that names
-// it, and the routers withdraw the document's options before that.
+// (VLAN to documents). A reload adds to both while it walks the document. Then it removes from both
+// the VLANs that the document named before and no longer names; the routers withdraw the document's
+// options first. A VLAN is deleted with the last document that names it.
 //
-// A device may reload thousands of VLANs of which none has changed, so the walk itself allocates
-// nothing per VLAN: known ids and names are found in the sets without a copy.
+// A device may reload thousands of unchanged VLANs, so the walk itself allocates nothing per VLAN:
+// known ids and names are found in the sets without a copy.
 #include <bitset>
 #include <vector>
 
@@ -30,7 +30,7 @@ void UpdateRtmInstances(unsigned short vid, const OptionsNode& entry) {
   }
 }
 
-// A remote document is for protocols that run; other kinds of documents are for every router.
+// A remote document is for enabled protocols; other kinds of documents are for every router.
 void ReloadRouters(const DcRouterMgr::VlanRouters& record, const OptionsNode& entry,
                    const string& fileName, OptionType type) {
   for (const auto& [protocol, router] : record.routers) {
@@ -43,7 +43,7 @@ void ReloadRouters(const DcRouterMgr::VlanRouters& record, const OptionsNode& en
   }
 }
 
-// Takes the document's name out of the record; whether that was the VLAN's last document.
+// Removes the document's name from the record; whether that was the VLAN's last document.
 bool WasLastDocument(DcRouterMgr::VlanRouters& record, const string& fileName) {
   record.configFiles.erase(fileName);
   return record.configFiles.empty();
@@ -66,7 +66,7 @@ bool DcRouterMgr::Reload(Options const& doc, string const& fileName, OptionType 
     DeleteOptions(fileName, type);
     return true;
   }
-  const string file(fileName);  // the caller's text may be one that is erased below
+  const string file(fileName);  // the caller's text may be erased below
   std::set<unsigned short>& named = m_configVlans[file];
   const std::vector<unsigned short> before(named.begin(), named.end());
   std::bitset<VLAN_IDS> seen;
@@ -115,8 +115,8 @@ bool DcRouterMgr::Reload(Options const& doc, string const& fileName, OptionType 
   return true;
 }
 
-// The record that an entry is for, with the VLAN's RTM instances as the entry wants them; null when
-// the entry is to be passed over. `number` is the entry's "vid" as read.
+// The record that an entry is for, with the VLAN's RTM instances as the entry wants them; null if
+// the entry is to be skipped. `number` is the entry's "vid" as read.
 DcRouterMgr::VlanRouters* DcRouterMgr::PrepareVlan(const OptionsNode& entry, int number,
                                                    const string& file, OptionType type) {
   const unsigned short vid = static_cast<unsigned short>(number);
@@ -136,8 +136,7 @@ DcRouterMgr::VlanRouters* DcRouterMgr::PrepareVlan(const OptionsNode& entry, int
   return vlan != m_vlans.end() ? vlan->second : nullptr;
 }
 
-// Takes a document out of one VLAN, for a document that goes as a whole; false when there is no such
-// VLAN.
+// Removes a document that is withdrawn as a whole from one VLAN; false if the VLAN does not exist.
 bool DcRouterMgr::WithdrawFromVlan(unsigned short vid, const string& file, OptionType type) {
   const VlanMap::iterator vlan = m_vlans.find(vid);
   if (vlan == m_vlans.end()) {
@@ -155,7 +154,7 @@ void DcRouterMgr::DeleteOptions(string const& fileName, OptionType type) {
   if (entry == m_configVlans.end()) {
     return;
   }
-  const string file(fileName);  // the caller's text may be one that is erased below
+  const string file(fileName);  // the caller's text may be erased below
   for (const unsigned short vid : entry->second) {
     if (!WithdrawFromVlan(vid, file, type)) {
       TRACE("Invalid VLAN %u Record found for Config File %s\n", vid, file.c_str());

@@ -1,4 +1,4 @@
-// The RIP routers. They stand here, and not with the router base, because only the manager knows the
+// The RIP routers. They are here and not with the router base because only the manager knows the
 // protocol configurations of the protocol routers' library.
 #include <new>
 

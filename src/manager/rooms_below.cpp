@@ -1,5 +1,5 @@
-// What the rooms below ask of the router manager. Each declares it beside its own code; only here is
-// it known who answers.
+// What the folders below ask of the router manager. Each declares the function with its own code;
+// it is defined here.
 #include "src/interfaces/address_events.h"
 #include "src/pipeline/queues.h"
 #include "src/rtm/redistribution_destination.h"

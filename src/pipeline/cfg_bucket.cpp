@@ -133,8 +133,8 @@ CfgItem* CfgBucket::ReplaceLast(CfgNode* last, CfgItem* item) {
   }
   LeaveList(last);
   EnterList(last, pred);
-  // All other items of the row stand in front of the last one and so in front of its new place, except
-  // for the predecessor when it is one of them.
+  // All other items of the row are before the last one and therefore before its new place, except
+  // the predecessor if it is one of them.
   if (last->samePrev == pred) {
     LeaveRing(last);
     LinkRing(last, pred);

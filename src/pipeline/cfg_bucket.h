@@ -21,21 +21,20 @@ struct CfgNode {
   OidKey key;
 };
 
-/// The items in their list order, which is what the scheduler's behaviour is made of. Beside it
-/// stands an index so that no search walks the list: the items of one row form a ring in list order,
-/// and a table finds the ring's first item by the row's identifier. A ring has more than one item
-/// only when an item has refused to replace an earlier one. The index relies on an item's identity
-/// staying what it was when the item came.
+/// The items in their list order, on which the scheduler's behaviour depends. An index makes it
+/// unnecessary to walk the list: the items of one row form a ring in list order, and a table finds
+/// the ring's first item by the row's identifier. A ring has more than one item only if an item has
+/// refused to replace an earlier one. The index requires that an item's identifier never changes.
 ///
-/// With many items it is the fetch from memory that costs, first of the table's slot and then of the
-/// item. Rows mostly come in list order, in documents as in answers, so the node behind the one found
-/// last is tried before the table, and its item is fetched ahead.
+/// With many items most time is spent on fetching from memory, first the table's slot and then the
+/// item. Documents and answers mostly name rows in list order, so the node after the one found last
+/// is tried before the table, and its item is fetched ahead.
 class CfgBucket {
  public:
-  // How many bytes of an item are fetched ahead. The head holds what a search looks at: the state and
-  // the first sub-identifiers. An item that is about to be deleted is fetched as a whole, because the
-  // allocator hands its memory out for the next item, which is then filled. Other sizes would only
-  // cost time; those who define items check theirs against these.
+  // How many bytes of an item are fetched ahead. The head holds what a search looks at: the state
+  // and the first sub-identifiers. An item that is about to be deleted is fetched as a whole,
+  // because the allocator hands its memory out for the next item, which is then filled. Other sizes
+  // would only cost time; those who define items check theirs against these.
   static constexpr std::size_t CACHE_LINE = 64;
   static constexpr std::size_t ITEM_HEAD = 3 * CACHE_LINE;
   static constexpr std::size_t ITEM_SIZE = 10 * CACHE_LINE;
@@ -64,27 +63,27 @@ class CfgBucket {
 
   /// Puts `item` at the back. `last` is what FindLast answers for its row.
   void Append(CfgItem* item, const Row& row, CfgNode* last);
-  /// Replaces the item of `last`, the last node of its row, by `item`, and moves the node one position
-  /// towards the front, where a replacement belongs; a node at the front stays there. Gives back the
-  /// replaced item, which is in no bucket any more.
+  /// Replaces the item of `last`, the last node of its row, by `item`, and moves the node one
+  /// position towards the front; a node at the front stays there. Returns the replaced item, which
+  /// is no longer in a bucket.
   CfgItem* ReplaceLast(CfgNode* last, CfgItem* item);
-  /// Takes the node out; it is gone then.
+  /// Removes the node and frees it.
   void Unlink(CfgNode* node);
 
-  /// A pass need not visit a quiet bucket: the last pass has left no New item in it, and no item has
-  /// become New since. A pass calls StartPass before the first item and EndPass after the last.
-  /// Whoever puts a New item into the bucket, or leaves one there, calls Disturb, also in between.
+  /// A pass skips a quiet bucket: the last pass left no New item in it, and no item has become New
+  /// since. A pass calls StartPass before the first item and EndPass after the last. Code that puts
+  /// a New item into the bucket, or leaves one there, calls Disturb, also between the two.
   void StartPass() { m_quietFrom = s_newItems; }
   void EndPass() { m_quietSince = m_quietFrom; }
   void Disturb() { m_quietFrom = m_quietSince = 0; }
   bool IsQuiet() const { return m_quietSince == s_newItems; }
 
-  /// Some item, in whatever bucket and by whomever, has been made New again.
+  /// An item of any bucket has been made New again.
   static void NoteNewItem() { ++s_newItems; }
 
  private:
-  // What the table holds for a row. The item stands beside its node so that a lookup, which has to
-  // look at the item's identifier, need not fetch the node first.
+  // What the table holds for a row. The item is stored with its node so that a lookup, which reads
+  // the item's identifier, need not fetch the node first.
   struct First {
     CfgNode* node = nullptr;
     CfgItem* item = nullptr;
@@ -103,7 +102,7 @@ class CfgBucket {
   NodePool<CfgNode> m_nodes;
   CfgNode* m_front;
   CfgNode* m_back;
-  CfgNode* m_expected;         // behind the one that was found last, or null
+  CfgNode* m_expected;         // after the one that was found last, or null
   OidTable<First> m_rows;      // the first item of each row
   std::uint64_t m_quietFrom;   // s_newItems when the pass under way began; 0 once it is disturbed
   std::uint64_t m_quietSince;  // s_newItems when the last undisturbed pass began; 0 if not quiet

@@ -1,17 +1,19 @@
 // The configuration scheduler.
 //
-// Buckets of items, in the order of their keys; each bucket keeps its items in an order that is part
-// of the behaviour (cfg_bucket.h). An item is New until a pass sends it, then Issued until the stack
-// answers: Remove ends it, Update makes it New again for a later pass or leaves it Issued for good.
-// A bucket lives from the first Insert under its key until a pass or a Remove finds it empty.
+// Buckets of items, in the order of their keys; each bucket keeps its items in an order that is
+// part of the behaviour (cfg_bucket.h). An item is New until a pass sends it, then Issued until the
+// stack answers. Then Remove deletes it, or Update makes it New again for a later pass or leaves it
+// Issued until a Remove. A bucket lives from the first Insert under its key until a pass or a
+// Remove finds it empty.
 //
 // A pass examines at most 31 New items, so that a large configuration reaches the stack in slices,
-// and the next pass starts with the bucket behind the one where the last one stopped.
+// and the next pass starts with the bucket after the one where the last one stopped.
 //
-// An item's Send, SetInMib, CfgListReady and CfgItemReady are calls into the unknown: a stack, or
-// another library, may answer at once and so call any operation of the scheduler from inside.
-// Therefore a pass holds its place by keys and by a cursor that is moved on, and an item that has to
-// go while it is being called is unlinked at once but deleted when that call has returned.
+// An item's Send, SetInMib, CfgListReady and CfgItemReady are calls into other code: a stack, or
+// another library, may answer at once and call any operation of the scheduler from inside.
+// Therefore a pass keeps its place as a key and a cursor, which is moved on when its node is
+// removed, and an item that is removed while it is being called is unlinked at once but deleted
+// when that call has returned.
 #include "vantacore/cfg_sched.h"
 
 #include <iterator>
@@ -72,7 +74,7 @@ void CfgSched::Insert(CfgKey key, CfgItem* item) {
   }
   auto position = m_buckets.find(key);
   if (position == m_buckets.end()) {
-    // The bucket first: without memory for it, no entry must stand in the table without one.
+    // The bucket first: if there is no memory for it, the table must not keep an entry without one.
     CfgBucket* const made = new CfgBucket;
     position = m_buckets.emplace(key, made).first;
   }
@@ -81,7 +83,7 @@ void CfgSched::Insert(CfgKey key, CfgItem* item) {
   CfgNode* last = bucket->FindLast(row);
   bucket->Disturb();
   if (last != nullptr && item->Replace(last->item)) {
-    // The front entry is the last that a search from the back comes to.
+    // The front entry is the last one that a search from the back reaches.
     TRACE(5, "REPLACED ------- %d item.............\n", last == bucket->GetFront() ? 2 : 1);
     MoveOn(last);
     Delete(bucket->ReplaceLast(last, item));
@@ -131,8 +133,8 @@ void CfgSched::Remove(CfgKey key, CfgItem* item, unsigned int status) {
   }
 }
 
-// Moves every walk that would come to the node next on to the one behind it: the node is about to
-// leave its place.
+// Moves every walk whose next node this is on to the one after it: the node is about to leave its
+// place.
 void CfgSched::MoveOn(const CfgNode* node) {
   for (Walk* walk = m_walk; walk != nullptr; walk = walk->outer) {
     if (walk->cursor == node) {
@@ -141,7 +143,7 @@ void CfgSched::MoveOn(const CfgNode* node) {
   }
 }
 
-// Takes the node out of the bucket and gives back its item.
+// Removes the node from the bucket and returns its item.
 CfgItem* CfgSched::Unlink(CfgBucket* bucket, CfgNode* node) {
   MoveOn(node);
   CfgItem* item = node->item;
@@ -149,7 +151,7 @@ CfgItem* CfgSched::Unlink(CfgBucket* bucket, CfgNode* node) {
   return item;
 }
 
-// Makes the call; false when the item has been deleted in its course.
+// Makes the call; false if the item has been deleted during it.
 template <class Operation>
 bool CfgSched::Guard(CfgItem* item, Operation operation) {
   Call call{item, false, m_call};
@@ -162,7 +164,7 @@ bool CfgSched::Guard(CfgItem* item, Operation operation) {
   return !call.dropped;
 }
 
-// Deletes an item that is in no bucket any more, at once or when the calls of it have returned.
+// Deletes an item that is no longer in a bucket: at once, or after the calls of it have returned.
 void CfgSched::Delete(CfgItem* item) {
   bool called = false;
   for (Call* call = m_call; call != nullptr; call = call->outer) {
@@ -214,7 +216,7 @@ void CfgSched::OnTimeout(unsigned int, void*) {
   m_resumeKey = FIRST_BUCKET;
 }
 
-// Whether the pass may go on behind this bucket.
+// Whether the pass may go on after this bucket.
 bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
   Walk walk{bucket, bucket->GetFront(), m_walk};
   m_walk = &walk;
@@ -233,7 +235,8 @@ bool CfgSched::WalkBucket(CfgBucket* bucket, unsigned int& examined) {
 }
 
 void CfgSched::ExamineItems(Walk& walk, unsigned int& examined) {
-  // One record for the question to every item: most may have been issued long ago, and are only asked.
+  // One record serves the question to every item: most may have been issued long ago and are only
+  // asked.
   Call question{nullptr, false, m_call};
   m_call = &question;
   while (walk.cursor != nullptr && examined < EXAMINED_PER_PASS) {

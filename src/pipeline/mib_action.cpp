@@ -113,8 +113,7 @@ IPv6AddressAction::IPv6AddressAction(long rowStatus, unsigned int vlan, unsigned
       m_address(address),
       m_prefixLen(prefixLen) {}
 
-// Without a message, unlike the other four: the log of a device with many IPv6 addresses is long
-// enough.
+// Unlike the other four it writes no message: a device may have many IPv6 addresses.
 void IPv6AddressAction::IssueReq(bool) {
   sms_act_ipaddr(m_rowStatus, InstanceOf(m_vlan, true), TYPE_IPV6, m_ifIndex, m_address.GetBytes(),
                  m_prefixLen);

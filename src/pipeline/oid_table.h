@@ -19,9 +19,9 @@ inline std::uint32_t HashOid(const unsigned int* subIds, unsigned int count) {
   return static_cast<std::uint32_t>(hash);
 }
 
-/// What the table keeps of an identifier: a hash, which tells it from nearly all others, and the exact
-/// length. The identifier itself holds its length behind the sub-identifiers, in memory that a search
-/// need then not touch.
+/// What the table keeps of an identifier: a hash, which tells it from nearly all others, and the
+/// exact length. The identifier itself holds its length after the sub-identifiers, in memory that a
+/// search then need not touch.
 struct OidKey {
   std::uint32_t hash;
   std::uint32_t length;
@@ -30,11 +30,11 @@ struct OidKey {
   }
 };
 
-/// Finds entries by their identifier. An identifier is 524 bytes long, so the table neither copies it
-/// nor looks into an entry whose key differs: a slot is an entry and a key, the caller compares the
-/// sub-identifiers. An entry is a pointer, or something small that behaves like one: its
-/// default value is none. Open addressing with linear probing; the size follows the number of entries
-/// both ways, so that a burst leaves no memory behind. Nothing is owned.
+/// Finds entries by their identifier. An identifier is 524 bytes long, so the table neither copies
+/// it nor looks into an entry whose key differs: a slot is an entry and a key, the caller compares
+/// the sub-identifiers. An entry is a pointer, or something small that behaves like one: its
+/// default value is none. Open addressing with linear probing; the table grows and shrinks with the
+/// number of entries. Nothing is owned.
 template <class Entry>
 class OidTable {
  public:

@@ -1,5 +1,5 @@
-// The two queues of the request pipeline, for those who fill them. The router manager owns both and
-// stands above their users, so it is the one that defines what is declared here.
+// The two queues of the request pipeline, for the code that fills them. The router manager owns
+// both and is above their users, so it defines what is declared here.
 #ifndef VANTACORE_SRC_PIPELINE_QUEUES_H
 #define VANTACORE_SRC_PIPELINE_QUEUES_H
 
@@ -8,7 +8,8 @@ namespace Tarsel {
 class CfgSched;
 class Serializer;
 
-/// The serializer; null if the router manager cannot be created. The first call creates the manager.
+/// The serializer; null if the router manager cannot be created. The first call creates the
+/// manager.
 Serializer* CurrentSerializer();
 /// The configuration scheduler, under the same conditions.
 CfgSched* CurrentCfgSched();

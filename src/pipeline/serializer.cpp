@@ -2,20 +2,19 @@
 //
 // A row has a record from the first Insert for it until its queue empties. The record's front entry
 // is the request that the stack has (issued), or the one that goes out next (waiting); the others
-// wait behind it. An issued request's action no longer exists: only the mark stays in front, and the
-// stack's completion takes it away.
+// wait after it. The action of an issued request no longer exists: only the mark stays in front
+// until the stack reports completion.
 //
-// Until the ready signal nothing is issued, and the order in which rows became busy is kept in a list
-// (arrivals). A row that empties leaves it as std::remove would have it: the rows behind it move up and
-// the length stays, so that the last ones stand there more than once. It shows in the ready signal's
-// result, which is that of the list's last place. The places point to records; a row that empties
-// before the signal therefore keeps its record (FORGOTTEN). After the signal every busy row has its
-// front entry issued, so that the order cannot matter any more and the list is dropped; later signals
-// find nothing to issue.
+// Until the ready signal nothing is issued, and the order in which rows became busy is kept in a
+// list (arrivals). When a row empties, later places move up but the list keeps its length, as with
+// std::remove, so the last places repeat. Callers can see this: the ready signal returns the result
+// of the last place. The places point to records; a row that empties before the signal therefore
+// keeps its record (FORGOTTEN). After the signal the front entry of every busy row is issued, so
+// the order no longer matters and the list is dropped; later signals find nothing to issue.
 //
-// A stack call may call back at once, and so end the very row whose request is being issued: the
-// mark is set before the call, and nothing of the row is touched after it. While the ready signal
-// releases the rows, records stay (FORGOTTEN), because the places walked over refer to them.
+// A stack call may call back at once and end the row whose request is being issued. Therefore the
+// mark is set before the call, and the row is not touched after it. While the ready signal releases
+// the rows, records stay (FORGOTTEN), because the places being walked refer to them.
 #include "vantacore/serializer.h"
 
 #include <algorithm>
@@ -47,8 +46,8 @@ struct Waiting {
   Waiting* next;
 };
 
-// One row. The sub-identifiers in use lie behind it: a route's are a fraction of the 520 bytes that
-// an identifier can take.
+// One row. The sub-identifiers in use follow it in memory: those of a route are a fraction of the
+// 520 bytes that an identifier can take.
 struct Row {
   enum State : unsigned char {
     FORGOTTEN,  // not busy; the record only holds a place in the arrival order
@@ -70,7 +69,7 @@ struct Row {
   }
 
   MibAction* front;  // null once issued
-  Waiting* first;    // behind the front
+  Waiting* first;    // after the front
   Waiting* last;
   OidKey key;
   State state;
@@ -123,7 +122,7 @@ MibAction* TakeFront(Row* row) {
   return action;
 }
 
-// std::remove without its freedom: the places behind the new end keep what they held.
+// Like std::remove, but the places after the new end are defined: they keep what they held.
 void CloseGap(std::vector<Row*>& places, const Row* gone) {
   auto to = std::find(places.begin(), places.end(), gone);
   for (auto from = to; from != places.end(); ++from) {
@@ -165,14 +164,14 @@ Row* Serializer::Rows::FindBusy(const OidRef& oid) const {
   return row != nullptr && row->state != Row::FORGOTTEN ? row : nullptr;
 }
 
-// The row's front request, to be issued now; null when there is none, when the stack has it already,
-// and before the stack is ready.
+// The row's front request, to be issued now; null when there is none, when the stack has it
+// already, and before the stack is ready.
 MibAction* Serializer::Rows::TakeNext(const OidRef& oid) {
   Row* row = FindBusy(oid);
   return row != nullptr && ready ? TakeFront(row) : nullptr;
 }
 
-// The record of a row that has become busy, or is; null when there is no memory for one.
+// The record of a row that is busy or becomes busy now; null if there is no memory for one.
 Row* Serializer::Rows::Add(const OidRef& oid) {
   Row* row = Find(oid);
   if (row == nullptr) {
@@ -209,7 +208,7 @@ void Serializer::Rows::Forget(Row* row) {
   DeleteRow(row);
 }
 
-// No place refers to a record any more.
+// Places no longer refer to records.
 void Serializer::Rows::EndRelease() {
   std::vector<Row*> forgotten;
   table.ForEach([&forgotten](Row* row) {
@@ -281,7 +280,8 @@ int Serializer::RunPendingActions() {
   m_rows->releasing = &release;
   int result = 0;
   for (Row* row : release.places) {
-    // A request that forgets all queues takes the records behind the remaining places with it.
+    // A request from inside which all queues are forgotten deletes the records of the remaining
+    // places.
     result = release.cancelled ? 0 : IssueMibRequest(TakeFront(row), true);
   }
   m_rows->releasing = nullptr;

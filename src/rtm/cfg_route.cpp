@@ -1,7 +1,7 @@
 // The table of configured static routes.
 //
-// Only the front entry is ever looked up, so a route that stands further behind is appended again
-// and may be listed several times. The count is one of additions: deleting leaves it alone. Users
+// Only the first entry is ever looked up, so a route that is a later entry is appended again and
+// may be listed several times. The count is that of additions; deleting does not change it. Users
 // of the table depend on both.
 
 #include "vantacore/cfg_route.h"

@@ -1,14 +1,14 @@
 // RTM instances.
 //
-// The routing stack runs one Routing Table Manager entity per protocol instance: the VLAN id names a
-// VLAN's IPv4 instance, the VLAN id with IP6_INSTANCE_BIT its IPv6 one. The manager keeps one record
-// for each: its settings, which come from the VLAN's document, and its ready flag, which only the
-// stack sets. A record appears with the instance, or earlier when the stack reports an instance
-// ready that nobody has created, and goes with the instance. The settings may change in between; the
-// ready flag then stays.
+// The routing stack runs one Routing Table Manager entity per protocol instance: the VLAN id names
+// a VLAN's IPv4 instance, the VLAN id with IP6_INSTANCE_BIT its IPv6 one. The manager keeps one
+// record for each: its settings, which come from the VLAN's document, and its ready flag, which
+// only the stack sets. A record appears with the instance, or earlier when the stack reports an
+// instance ready that nobody has created, and goes with the instance. The settings may change in
+// between; the ready flag then stays.
 //
-// A record is in place before its row is sent, so the stack may ask for it, or report it ready, from
-// inside that very call.
+// A record exists before its row is sent, so the stack may ask for it, or report it ready, from
+// inside that call.
 
 #include "vantacore/dc_rtm_mgr.h"
 
@@ -108,7 +108,7 @@ bool DcRtmMgr::UpdateRtmConfig(unsigned short vlan, OptionsNode const& node,
     return true;
   }
   GetRTMConfig(node, &data);
-  // Creating an instance cannot fail yet; the callers are ready for the day when it can.
+  // Creating an instance cannot fail today; the callers handle a failure all the same.
   if (!CreateRTMInstance(vlan, PROTO_IPV4, data)) {
     TRACE(0, "Error in creating IPv4 Unicast RTM\n");
     return false;
@@ -135,7 +135,7 @@ bool DcRtmMgr::GetRTMConfig(OptionsNode const& node, RTMData* data) {
   const OptionsNode distances = rtm.GetChildNode("ADMIN_DISTANCE");
   if (distances.IsObject()) {
     for (const DistanceKey& key : DISTANCES) {
-      // Whoever gives distances gives all of them: one that is not named is none.
+      // An entry that gives distances gives all of them: a missing one is 0.
       data->*key.field = 0;
       distances.AsVal(data->*key.field, key.name);
     }

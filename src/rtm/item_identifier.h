@@ -7,9 +7,9 @@
 
 namespace Tarsel {
 
-/// Whether the identifier has been built. One that has been starts with the number of its table; the
-/// length, which alone would tell, lies half a kilobyte after it, in memory that a search among many
-/// items would fetch for nothing else.
+/// Whether the identifier has been built. One that has been starts with the number of its table;
+/// the length, which alone would tell, lies half a kilobyte after it, in memory that a search among
+/// many items would fetch for nothing else.
 inline bool IsBuilt(const MibOid& oid) { return oid.GetSubIds()[0] != 0 || oid.GetLength() != 0; }
 
 /// Whether an item with `subIds` sub-identifiers in use is laid out as the bucket's fetching ahead

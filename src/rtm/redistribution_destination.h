@@ -6,9 +6,9 @@
 
 namespace Tarsel {
 
-/// Whether the VLAN's router for a destination (one of the stack's protocol codes) takes routes now:
-/// it exists, is enabled and is ready. The router manager knows the routers and stands above this
-/// folder, so it defines this.
+/// Whether the VLAN's router for a destination (one of the stack's protocol codes) takes routes
+/// now: it exists, is enabled and is ready. The router manager knows the routers and is above this
+/// folder, so it defines this function.
 bool IsDestinationReady(unsigned short vlan, std::int32_t destination, bool isIp6);
 
 }  // namespace Tarsel

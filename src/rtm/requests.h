@@ -6,7 +6,7 @@
 
 namespace Tarsel {
 
-/// What the log says to an answer.
+/// What the log says about an answer.
 struct OutcomeTexts {
   const char* done;
   const char* retry;
@@ -16,8 +16,8 @@ struct OutcomeTexts {
 /// Hands an item to the configuration scheduler; without one it is deleted.
 void InsertItem(const CfgKey& key, CfgItem* item);
 
-/// An answer of the stack to a row. `probe`, an item of the same values, names the row: the scheduler
-/// drops its own item, sends it again later, or leaves it Issued for good.
+/// An answer of the stack to a row. `probe`, an item of the same values, names the row: the
+/// scheduler deletes its own item, sends it again later, or leaves it Issued.
 void HandleAnswer(const CfgKey& key, CfgItem& probe, int rowStatus, unsigned int status,
                   const OutcomeTexts& texts);
 

@@ -41,7 +41,7 @@ RouteRedistributeItem::RouteRedistributeItem(int rowStatus, int adminStatus, int
 
 bool RouteRedistributeItem::CfgListReady() {
   const DcRtmMgr* rtm = DcRtmMgr::GetInstance();
-  // The rule's instance as it is, the IPv6 bit included.
+  // The rule's instance unchanged, including the IPv6 bit.
   return rtm != nullptr && rtm->IsRtmReady(static_cast<unsigned short>(m_instance));
 }
 
@@ -68,7 +68,7 @@ void RouteRedistributeItem::Send() {
   if (action == nullptr) {
     return;
   }
-  // Asked of the stack again on purpose: the kept identifier serves the scheduler's searches only.
+  // The stack is asked again on purpose: the kept identifier is for the scheduler's searches only.
   MibOid oid;
   BuildOid(oid, m_instance, m_source, m_destination);
   CurrentSerializer()->Insert(oid, action);

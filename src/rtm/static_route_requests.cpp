@@ -1,5 +1,6 @@
 // Static routes: the requests and the stack's answers. Routes of both families of a VLAN share one
-// bucket of the scheduler. redistribution_requests.cpp has the rules' part of the class.
+// bucket of the scheduler. The requests for redistribution rules are in
+// redistribution_requests.cpp, the instances in dc_rtm_mgr.cpp.
 
 #include <new>
 

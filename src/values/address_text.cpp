@@ -1,7 +1,7 @@
 // Addresses as text, for logs and console output.
 //
-// A route's request and its answer put four IPv4 addresses into log lines, shown or not, so these are
-// written digit by digit: printf would take longer than all the rest of the route.
+// A route's request and its answer put four IPv4 addresses into log lines, shown or not, so these
+// are written digit by digit: printf would take longer than all the rest of the route.
 #include <cstdio>
 
 #include "vantacore/config_parser.h"

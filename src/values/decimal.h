@@ -1,4 +1,4 @@
-// The one way in which the library reads decimal numbers out of texts.
+// How the library reads decimal numbers from texts.
 #ifndef SRC_CONFIG_DECIMAL_H
 #define SRC_CONFIG_DECIMAL_H
 
@@ -6,10 +6,10 @@
 
 namespace Tarsel {
 
-/// Reads like strtoul in base 10 on a machine whose long has 32 bits, whatever this machine's has:
-/// leading white space and a sign are taken, a magnitude beyond 32 bits gives 4294967295, any other
-/// negative number is negated modulo 2^32. `*end` is the character after the number; without a digit
-/// the number is 0 and `*end` is `text`.
+/// Reads like strtoul in base 10 where long has 32 bits, on every machine: leading white space and
+/// a sign are accepted, a magnitude beyond 32 bits gives 4294967295, any other negative number is
+/// negated modulo 2^32. `*end` is the character after the number; without a digit the number is 0
+/// and `*end` is `text`.
 std::uint32_t ReadDecimal(const char* text, const char** end);
 
 }  // namespace Tarsel

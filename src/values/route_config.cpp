@@ -15,7 +15,7 @@ constexpr unsigned char ANY_METRIC = 255;
 constexpr unsigned int MAX_METRIC = 255;
 const char PASS_THROUGH[] = "passthrough";
 
-// The member as text; one that is absent or no text is the empty text.
+// The member as text; the empty text if it is absent or not a text.
 string TextOf(const OptionsNode& group, const char* key) {
   string text;
   group.GetAsString(text, key);
@@ -92,8 +92,8 @@ bool Ip4RouteConfig::ParseGroup(unsigned short vid, const OptionsNode& group) {
       !ParseAddress(gateway, TextOf(group, "gateway").c_str()) || !ParseMetric(number, group)) {
     return false;
   }
-  // Configured metrics are shifted by one unless the operator asks for them as they are. The sum has
-  // 8 bits: 255 becomes 0.
+  // Configured metrics are shifted by one unless the operator asks for them as they are. The sum
+  // has 8 bits: 255 becomes 0.
   const string mode = TextOf(group, "routemetricmode");
   const bool passThrough = std::strncmp(mode.c_str(), PASS_THROUGH, sizeof PASS_THROUGH - 1) == 0;
   metric = static_cast<unsigned char>(passThrough ? number : number + 1);
