@@ -1,4 +1,5 @@
-// The configuration scheduler as it is described, word by word: lists that are walked, nothing else.
+// The configuration scheduler as it is described, word by word: lists that are walked, nothing
+// else.
 #ifndef TESTS_MODELS_SCHED_MODEL_H
 #define TESTS_MODELS_SCHED_MODEL_H
 
@@ -12,8 +13,8 @@
 
 namespace test_models {
 
-/// Has the operations of CfgSched, writes the messages that it would log into `log`, and counts what
-/// makes them hard. For a stack that does not call back from inside.
+/// Has the operations of CfgSched, writes the messages that it would log into `log`, and counts
+/// what makes them hard. For a stack that does not call back from inside.
 class SchedModel {
  public:
   SchedModel(std::vector<std::string>& log, Occurrences& occurrences);

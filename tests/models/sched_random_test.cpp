@@ -21,7 +21,8 @@ constexpr unsigned int KEY_COUNT = sizeof KEYS / sizeof KEYS[0];
 constexpr unsigned int ROWS = 50;
 constexpr std::size_t POPULATION = 250;
 
-// The same items twice, once for the library and once for the model, and the same operations on both.
+// The same items twice, once for the library and once for the model, and the same operations on
+// both.
 class Pair {
  public:
   Pair() : m_model(m_modelLog.lines, count) {

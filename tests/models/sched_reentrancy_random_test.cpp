@@ -1,6 +1,6 @@
 // Random calls back into the configuration scheduler from inside its items' operations. There is no
-// model of what ought to come out: what is looked at is that no item is lost, ended twice or touched
-// after its end (run this with the address sanitizer).
+// model of what ought to come out: what is looked at is that no item is lost, ended twice or
+// touched after its end (run this with the address sanitizer).
 #include <gtest/gtest.h>
 
 #include "device/base/timer_loop.h"

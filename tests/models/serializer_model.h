@@ -1,5 +1,5 @@
-// The request serializer as it is described, word by word: a map of lists, and a list of arrivals that
-// only ever grows.
+// The request serializer as it is described, word by word: a map of lists, and a list of arrivals
+// that only ever grows.
 #ifndef TESTS_MODELS_SERIALIZER_MODEL_H
 #define TESTS_MODELS_SERIALIZER_MODEL_H
 
@@ -15,8 +15,8 @@
 namespace test_models {
 
 /// Has the operations of Serializer and counts what makes them hard. Of what the description leaves
-/// open it chooses: an issued request is marked, and the ready signal walks the arrivals as they were
-/// when it came.
+/// open it chooses: an issued request is marked, and the ready signal walks the arrivals as they
+/// were when it came.
 class SerializerModel {
  public:
   explicit SerializerModel(Occurrences& occurrences) : m_count(occurrences), m_ready(false) {}

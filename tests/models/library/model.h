@@ -1,6 +1,6 @@
-// The whole library once more, written literally: every list is a list, every search a walk, nothing
-// is remembered that could be looked up. It shares no code with src/; of the device it uses the
-// address classes' texts only.
+// The whole library once more, written literally: every list is a list, every search a walk,
+// nothing is remembered that could be looked up. It shares no code with src/; of the device it uses
+// the address classes' texts only.
 //
 // What stands where: the pipeline (serializer, scheduler, items, answers), the managers (RTM
 // instances, documents, VLANs), the routers and their lists, the interface registry, the console.

@@ -21,8 +21,8 @@ struct Outcome {
 /// Plays the list in a child process and waits for it. A child that dies or hangs is not equal.
 Outcome Play(const Operations& operations);
 
-/// The part of a failing list that is left when nothing more can be taken out of it; `rounds` bounds
-/// the number of plays.
+/// The part of a failing list that is left when nothing more can be taken out of it; `rounds`
+/// bounds the number of plays.
 Operations Shrink(Operations operations, unsigned int rounds);
 
 }  // namespace library_model

@@ -1,6 +1,6 @@
-// The protocol routers that the library builds its VLANs of. They do little and say everything: which
-// configuration is handed to whom, and one row for each object of their lists, which goes to the
-// scripted stack through the library's serializer.
+// The protocol routers that the library builds its VLANs of. They do little and say everything:
+// which configuration is handed to whom, and one row for each object of their lists, which goes to
+// the scripted stack through the library's serializer.
 #include "host/dc_console.h"
 #include "library_subject.h"
 #include "routers/bgp_router.h"

@@ -68,8 +68,8 @@ TEST(ConsoleCommand, OwnsItsConsoleWhileItLives) {
   EXPECT_TRUE(DcConsoleCommand::Owns(other));
 }
 
-// A command made from within another one may be given the same console; the inner one goes first, and
-// must not take it along.
+// A command made from within another one may be given the same console; the inner one goes first,
+// and must not take it along.
 TEST(ConsoleCommand, AConsoleIsOwnedUntilItsLastHolderGoes) {
   struct InnerCommand : PlainCommand {
     using PlainCommand::PlainCommand;

@@ -71,7 +71,8 @@ typename Table::Row MakeRow(std::uint32_t instance, const char* destination,
   return row;
 }
 
-// A command and the stack that answers it; no stack is current, so that a started walk has no effect.
+// A command and the stack that answers it; no stack is current, so that a started walk has no
+// effect.
 template <class Table>
 class Session {
  public:

@@ -110,8 +110,8 @@ TEST_F(AddressEvents, RecordFollowsWhenTheRowIsQueued) {
   EXPECT_THAT(Prefixes(10, 3), IsEmpty());
 }
 
-// The stack may call another component from inside of a request, and that one may bring the interface
-// or take it away: what it leaves behind is what the event goes on with.
+// The stack may call another component from inside of a request, and that one may bring the
+// interface or take it away: what it leaves behind is what the event goes on with.
 class NestedAddressEvents : public InterfaceFixture {
  protected:
   void InsideOfTheFirstRow(std::function<void()> nested) {
@@ -345,8 +345,8 @@ TEST_F(AddressChange, StoredAddressIsTakenAsItWasGivenThoughItChangesMeanwhile) 
                                 "sms_act_ipaddr(1, 10, 1, 3, 10.1.2.3, 24)"));
 }
 
-// The stack may call another component from inside of a request, and that one may take the interface
-// away.
+// The stack may call another component from inside of a request, and that one may take the
+// interface away.
 TEST_F(AddressChange, InterfaceMayGoWhileItsRowsAreQueued) {
   Register(10, 3, "eth0");
   InsideOfTheFirst(routing_stack::Call::kSmsActIpaddr,

@@ -395,7 +395,8 @@ TEST_F(InterfaceRouterTest, TheWithdrawnNameMayBeThatOfTheListsThatGo) {
   EXPECT_THAT(Sources(), IsEmpty());
 }
 
-// A protocol configuration that keeps the name of its source, and forgets it when that is withdrawn.
+// A protocol configuration that keeps the name of its source, and forgets it when that is
+// withdrawn.
 class NamedConfig : public InterfaceConfig {
  public:
   using InterfaceConfig::InterfaceConfig;

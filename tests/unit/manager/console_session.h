@@ -21,8 +21,8 @@ struct Execution {
   Owner owner;
 };
 
-/// Runs a handler with a new console that is bound to `vlan`. A console that is left to the caller is
-/// deleted, as a host would.
+/// Runs a handler with a new console that is bound to `vlan`. A console that is left to the caller
+/// is deleted, as a host would.
 Execution Execute(Tarsel::DcRouterCmdHandler::Handler handler, std::vector<std::string> words,
                   unsigned short vlan = 10);
 

@@ -1,5 +1,5 @@
-// The words `ip protocol` and `ip6 protocol`: which one runs, what it prints, and to whom the console
-// belongs afterwards.
+// The words `ip protocol` and `ip6 protocol`: which one runs, what it prints, and to whom the
+// console belongs afterwards.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -70,8 +70,8 @@ const char* NameOf(const DcRouterBase& router) { return router.GetDisplayName().
 
 }  // namespace
 
-// The protocols' configurations: what the router base asks of them. Their construction is the device
-// library's.
+// The protocols' configurations: what the router base asks of them. Their construction is the
+// device library's.
 
 ProtocolInterface::~ProtocolInterface() {
   TRACE(10, "~%s destroyed\n", NameOf(m_router));

@@ -1,8 +1,8 @@
 // Protocol routers that write down what the manager does with them.
 //
 // recording_routers.cpp defines operations of the classes of platform/routers in the test program,
-// where they come before those of the device's router library. Each event is a trace message at level
-// 10, so that it stands in the capture at its place among the library's own messages:
+// where they come before those of the device's router library. Each event is a trace message at
+// level 10, so that it stands in the capture at its place among the library's own messages:
 // "~BGP:10 parse vlans.json 0".
 #ifndef TESTS_UNIT_MANAGER_RECORDING_ROUTERS_H
 #define TESTS_UNIT_MANAGER_RECORDING_ROUTERS_H
@@ -40,7 +40,8 @@ std::vector<std::string> AllRouters(unsigned int vlan, const std::string& suffix
 
 /// A VLAN entry with a member for each router, and what follows it in the text.
 std::string Entry(int vid, const std::string& more = "");
-/// A document of entries, under the names "a", "b", ... so that their order is that of the arguments.
+/// A document of entries, under the names "a", "b", ... so that their order is that of the
+/// arguments.
 std::string Document(const std::vector<std::string>& entries);
 
 /// A device whose routers are the recording ones.

@@ -515,7 +515,8 @@ TEST_F(ManagerReload, AVlanMayGoWhileTheDocumentIsTakenOutOfAnother) {
 }
 
 // Documents and VLANs are kept in two relations that mirror each other. A document that a router
-// loads again while it leaves the VLAN is in both of them until the withdrawal takes it out of both.
+// loads again while it leaves the VLAN is in both of them until the withdrawal takes it out of
+// both.
 TEST_F(ManagerReload, ADocumentLoadedAgainWhileItLeavesAVlanLeavesBothRelations) {
   Reload(Document({Entry(10), Entry(20)}), "vlans.json");
   bool loadedAgain = false;

@@ -518,7 +518,8 @@ TEST_F(RouterMgr, OfSeveralRoutersOfATypeTheFirstCountsAndGoes) {
   EXPECT_THAT(Manager().GetVlans(), IsEmpty());
 }
 
-// Whoever feeds routes has to withdraw them before the VLAN goes; what is left waits for its return.
+// Whoever feeds routes has to withdraw them before the VLAN goes; what is left waits for its
+// return.
 TEST_F(RouterMgr, PendingRoutesOutliveTheirVlan) {
   Start();
   ASSERT_TRUE(Settle());

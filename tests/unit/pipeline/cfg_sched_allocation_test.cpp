@@ -1,5 +1,5 @@
-// What can be seen of the scheduler while it asks for memory: a handler of the host's that is called
-// then, or a caller that catches std::bad_alloc, must find it whole.
+// What can be seen of the scheduler while it asks for memory: a handler of the host's that is
+// called then, or a caller that catches std::bad_alloc, must find it whole.
 #include <cstdlib>
 #include <new>
 

@@ -1,5 +1,5 @@
-// A stack, or another library, that calls the scheduler back from inside Send, SetInMib or a question
-// whether something is ready.
+// A stack, or another library, that calls the scheduler back from inside Send, SetInMib or a
+// question whether something is ready.
 #include "scheduler_fixture.h"
 
 namespace Tarsel {

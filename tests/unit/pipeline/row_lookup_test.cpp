@@ -1,5 +1,5 @@
-// That finding a row does not mean looking at others. A bucket may hold 100,000 rows whose identifiers
-// differ in a few numbers only, and an item is far from the processor.
+// That finding a row does not mean looking at others. A bucket may hold 100,000 rows whose
+// identifiers differ in a few numbers only, and an item is far from the processor.
 #include <gtest/gtest.h>
 
 #include <array>

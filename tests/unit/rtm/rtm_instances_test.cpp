@@ -30,8 +30,8 @@ const char* const ALL_DIFFERENT = R"({"RTM": {"dead_rpm_timer": 1, "ADMIN_DISTAN
     "ospfv2_internal": 2, "ospfv2_external": 4, "ospfv3_internal": 3, "ospfv3_external": 5,
     "ripv2": 6, "ripng": 7, "ebgp": 8, "ibgp": 9}}})";
 
-// The stack has asked for its first run, so later requests do not make it ask again; as no time goes
-// by, it does not run either.
+// The stack has asked for its first run, so later requests do not make it ask again; as no time
+// goes by, it does not run either.
 class RtmInstances : public test_support::DeviceFixture {
  protected:
   void SetUp() override {

@@ -150,7 +150,8 @@ TEST_F(Requests, BothFamiliesOfAVlanShareABucketAndVlansDoNot) {
   EXPECT_EQ(Summary(), "Pending Item Buckets: 3\n");
 }
 
-// The general form takes any number: its bucket is that of the whole number, its row that of the VLAN.
+// The general form takes any number: its bucket is that of the whole number, its row that of the
+// VLAN.
 TEST_F(Requests, AVlanNumberOfMoreThanSixteenBitsHasABucketOfItsOwn) {
   MakeReady();
   rtm.UpdateStaticRoute(0x10000U + VLAN, 1, DESTINATION, 16, NEXT_HOP, 3, 5, 0x30000, 1, 1);
