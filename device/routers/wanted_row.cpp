@@ -106,7 +106,7 @@ WantedRow::~WantedRow() { RowRegistry::Get().Drop(*this); }
 void WantedRow::Write(AdminStatus adminStatus, const string& contents) {
   m_removing = false;
   if (RowRegistry::Get().FindCounting(m_name) != this) {
-    m_phase = IDLE;  // the other document's contents stand; this one's turn comes when it goes
+    m_phase = IDLE;  // the other document counts; this one's turn comes when that is withdrawn
     return;
   }
   Ask(m_inStack ? ROW_ACTIVE : ROW_CREATE, adminStatus, contents);

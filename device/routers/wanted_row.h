@@ -95,7 +95,7 @@ class WantedRow : public std::enable_shared_from_this<WantedRow> {
   bool m_isDue;             // waits for its turn in the registry
   int m_askedStatus;        // row status of the latest request
   unsigned int m_sequence;  // number of the latest request
-  unsigned int m_status;    // the stack's latest word on it
+  unsigned int m_status;    // of the latest answer
   unsigned int m_refusals;  // in a row
 };
 

@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::size_t kNameBytes = sizeof(amb_stubs_i3_ei::name) - 1;
 
-// Notes the call with its arguments and gives the engine that it is for; null when none is current,
-// and then nobody notes it.
+// Notes the call with its arguments and returns the current engine; null if there is none, and then
+// the call is not noted.
 template <typename... Arguments>
 Engine* Note(Call call, const Arguments&... arguments) {
   Engine* const engine = Engine::Current();
@@ -34,7 +34,8 @@ void Count(Call call) {
   }
 }
 
-// No stored key is longer than the limit, so one byte more tells that a key is not among them.
+// Stored keys are not longer than the limit, so one byte more is enough to find that a key is not
+// stored.
 std::string KeyText(const unsigned char* key, unsigned int length) {
   const std::size_t looked = std::min<std::size_t>(length, kProtocolKeyBytes + 1);
   return key != nullptr ? std::string(reinterpret_cast<const char*>(key), looked) : std::string();

@@ -7,7 +7,7 @@ namespace routing_stack {
 
 namespace {
 
-/// The prefix that an address row connects; false when the row makes no sense in the instance.
+/// The prefix that an address row connects; false if the row is not valid in the instance.
 bool ConnectedPrefix(const AddressKey& key, const AddressRow& row, Family family, Prefix* prefix) {
   if (key.family != family || key.interface.ifIndex == 0 || key.address.IsUnspecified() ||
       row.prefixLength > MaximalLength(family)) {

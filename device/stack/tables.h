@@ -2,9 +2,9 @@
 //
 // Interface and address rows are stored whatever else exists. They take effect, as interfaces that
 // are up and connected prefixes of an instance's RIB, while the instance exists, the interface
-// exists and is up, and the row itself makes sense; `attachedTo` says to which life of the instance
-// an address is attached at present. Static routes and protocol candidates live in the instance's
-// RIB. They go with the instance, and so do its redistribution rules and protocol rows.
+// exists and is up, and the row itself is valid there; `attachedTo` is the life of the instance
+// that an address is attached to at present. Static routes and protocol candidates are in the
+// instance's RIB. They go with the instance, and so do its redistribution rules and protocol rows.
 //
 // Everybody may read the tables. They are changed by the functions that store and remove rows and
 // by nothing else, so that no consequence of a change can be forgotten. Whether a request is
@@ -55,9 +55,9 @@ struct Instance {
         routerId(itsRouterId),
         rib(instanceFamily, clock) {}
 
-  const std::uint32_t serial;  // tells lives of the same instance apart
+  const std::uint32_t serial;  // distinguishes the lives of one instance
   const Family family;
-  const std::uint32_t routerId;  // an IPv4 address as it lies in memory
+  const std::uint32_t routerId;  // an IPv4 address in network order
   std::size_t staticRoutes = 0;
   Rib rib;
 };

@@ -1,4 +1,4 @@
-// Walks over the tables for whoever shows them.
+// Walks over the tables, for the commands that show them.
 //
 // A walk keeps its place as the key of the last row that it handed out, so rows may come and go
 // between two answers. It is an object of its own and is never looked up by its command: a command
