@@ -11,12 +11,12 @@
 
 #include "device/program/printable.h"
 #include "host_console.h"
-#include "vantacore/config_parser.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_console_command.h"
 #include "vantacore/dc_router_mgr.h"
 #include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/rtm_commands.h"
+#include "vlan_id.h"
 
 namespace console {
 
@@ -27,51 +27,78 @@ using Tarsel::DcRouterMgr;
 
 /// A line that is being carried out.
 struct Dispatcher::Call {
-  Words words;
-  std::size_t at;  // the word whose turn it is
+  Words before;  // `show`, or nothing
+  Words words;   // the command after it; there is one
   const std::shared_ptr<RunningCommand>& command;
-  Reply reply;
+  const char* pattern = nullptr;  // the form of the command
+  Reply reply = {};
   bool hasConsole = false;  // which will end the command
 
-  const std::string& Current() const { return words[at]; }
-  std::size_t CountAfter() const { return words.size() - at - 1; }
-  const std::string& Next() const { return words[at + 1]; }
   void Write(const std::string& text) const { command->Write(text); }
-  Words Until(std::size_t end) const { return {words.begin(), words.begin() + end}; }
+  Words After(std::size_t count) const {
+    return {words.begin() + static_cast<std::ptrdiff_t>(count), words.end()};
+  }
 };
 
-struct Dispatcher::Word {
-  const char* name;
+struct Dispatcher::Entry {
+  const char* pattern;
   void (Dispatcher::*handler)(Call& call) const;
-  const char* usage;  // null: another name of a word in the list
-  const char* description;
-  bool isShown;  // `show` may precede it
+  const char* description;  // null: help does not show this form
+  bool isShown;             // `show` may precede it
 };
 
-const Dispatcher::Word Dispatcher::WORDS[] = {
-    {"ip", &Dispatcher::Ip, "ip [<word> ...]", "IPv4 commands; alone, lists them", true},
-    {"ip6", &Dispatcher::Ip, "ip6 [<word> ...]", "IPv6 commands; alone, lists them", true},
-    {"rtm", &Dispatcher::Rtm, "rtm route|rib [ipv6] [<option> ...]",
+// The one list of forms. Of several that fit, the first counts. Words in the place of "..." are for
+// others to understand. "show <command>" is for help: Run looks at the command itself.
+const Dispatcher::Entry Dispatcher::ENTRIES[] = {
+    {"ip [help|?]", &Dispatcher::ListTree, nullptr, true},
+    {"ip [<word> ...]", &Dispatcher::RunTree, "IPv4 commands; alone, lists them", true},
+    {"ip6 [help|?]", &Dispatcher::ListTree, nullptr, true},
+    {"ip6 [<word> ...]", &Dispatcher::RunTree, "IPv6 commands; alone, lists them", true},
+    {"rtm [help|?]", &Dispatcher::ListTables, nullptr, true},
+    {"rtm route|rib [ipv6] [<option> ...]", &Dispatcher::ShowTable,
      "Installed routes, or all candidates", true},
-    {"interface", &Dispatcher::Interface, "interface [vrf <vid>]",
-     "Interfaces with their IPv4 addresses", true},
-    {"interface6", &Dispatcher::Interface, "interface6 [vrf <vid>]",
-     "Interfaces with their IPv6 addresses", true},
-    {"show", &Dispatcher::Show, "show <command>", "The same as the command alone", false},
-    {"vrf", &Dispatcher::Vrf, "vrf <vid>", "Choose the VLAN that commands are about", false},
-    {"reload", &Dispatcher::Reload, "reload", "Read the configuration folder again", false},
-    {"lab", &Dispatcher::Lab, "lab [<word> ...]",
-     "Make things happen to the device; alone, lists how", false},
-    {"help", &Dispatcher::Help, "help", "This list; ? does the same", false},
-    {"?", &Dispatcher::Help, nullptr, nullptr, false},
-    {"quit", &Dispatcher::Quit, "quit", "Leave; exit does the same", false},
-    {"exit", &Dispatcher::Quit, nullptr, nullptr, false},
+    {"interface [vrf <vid>]", &Dispatcher::ShowInterfaces, "Interfaces with their IPv4 addresses",
+     true},
+    {"interface6 [vrf <vid>]", &Dispatcher::ShowInterfaces, "Interfaces with their IPv6 addresses",
+     true},
+    {"show [help|?]", &Dispatcher::ListShown, nullptr, false},
+    {"show <command>", &Dispatcher::ListShown, "The same as the command alone", false},
+    {"vrf <vid>", &Dispatcher::ChooseVlan, "Choose the VLAN that commands are about", false},
+    {"reload", &Dispatcher::Reload, "Read the configuration folder again", false},
+    {"lab [help|?]", &Dispatcher::ListLab, nullptr, false},
+    {"lab [<word> ...]", &Dispatcher::RunLab, "Make things happen to the device; alone, lists how",
+     false},
+    {"help", &Dispatcher::Help, "This list; ? does the same", false},
+    {"?", &Dispatcher::Help, nullptr, false},
+    {"quit", &Dispatcher::Quit, "Leave; exit does the same", false},
+    {"exit", &Dispatcher::Quit, nullptr, false},
 };
+
+struct Dispatcher::Table {
+  Grammar grammar;
+  std::vector<const Entry*> entries;  // in the grammar's order
+};
+
+const Dispatcher::Table& Dispatcher::TableOf(bool isShow) {
+  static const auto Make = [](bool shownOnly) {
+    Table table;
+    for (const Entry& entry : ENTRIES) {
+      if (entry.isShown || !shownOnly) {
+        table.grammar.Add(entry.pattern);
+        table.entries.push_back(&entry);
+      }
+    }
+    return table;
+  };
+  static const Table ALL = Make(false);
+  static const Table SHOWN = Make(true);
+  return isShow ? SHOWN : ALL;
+}
 
 namespace {
 
-// What the handlers behind these words understand. They check it themselves; this is for completion
-// and for saying what would be possible.
+// What the library's handlers understand after these words. They check it themselves; this is for
+// completion only.
 struct Followers {
   const char* before;
   Words words;
@@ -84,11 +111,10 @@ const Followers FOLLOWERS[] = {
     {"ip protocol ips", {"on", "off", "status", "set", "reset"}},
     {"ip6 protocol", {"database", "summary"}},
     {"ip6 protocol database", {"vrf", "dest", "proto", "detail"}},
-    {"rtm", {"route", "rib"}},
-    {"rtm route", {"ipv6", "vrf", "dest", "proto", "detail"}},
-    {"rtm rib", {"ipv6", "vrf", "dest", "proto", "detail"}},
-    {"interface", {"vrf"}},
-    {"interface6", {"vrf"}},
+    {"rtm route", {"vrf", "dest", "proto", "detail"}},
+    {"rtm route ipv6", {"vrf", "dest", "proto", "detail"}},
+    {"rtm rib", {"vrf", "dest", "proto", "detail"}},
+    {"rtm rib ipv6", {"vrf", "dest", "proto", "detail"}},
 };
 
 const DcRouterMgr::CmdHandlers& Registry(const std::string& tree) {
@@ -97,6 +123,11 @@ const DcRouterMgr::CmdHandlers& Registry(const std::string& tree) {
 }
 
 bool IsHelp(const std::string& word) { return word == "help" || word == "?"; }
+
+Words operator+(Words words, const Words& more) {
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
+}
 
 std::string Row(const std::string& left, const std::string& right) {
   return "  " + left + std::string(left.size() < 36 ? 36 - left.size() : 1, ' ') + right + "\n";
@@ -133,26 +164,9 @@ void Walk(DcConsoleCommand* command, int argc, char** argv) {
   }
 }
 
-// Reads the id of a VLAN that exists, or says why there is none.
-bool ReadVlan(const std::string& text, const std::string& usage, RunningCommand& command,
-              unsigned short& vlan) {
-  unsigned int number = 0;
-  if (text.empty() || !Tarsel::ParseNumber(&number, text.c_str()) || number > 65535) {
-    command.Write("Usage: " + usage + "\n");
-    return false;
-  }
-  if (DcRouterMgr::GetInstance()->GetVlans().count(static_cast<unsigned short>(number)) == 0) {
-    command.Write("VLAN " + std::to_string(number) + " is not present\n");
-    command.Refuse();
-    return false;
-  }
-  vlan = static_cast<unsigned short>(number);
-  return true;
-}
-
 }  // namespace
 
-Dispatcher::Dispatcher(std::function<void(program::Report)> reload, console::Lab& lab)
+Dispatcher::Dispatcher(std::function<void(program::Report)> reload, Lab& lab)
     : m_reload(std::move(reload)), m_lab(lab) {}
 
 Words Dispatcher::Split(const std::string& line) {
@@ -162,11 +176,11 @@ Words Dispatcher::Split(const std::string& line) {
 
 Reply Dispatcher::Execute(const std::string& line,
                           const std::shared_ptr<RunningCommand>& command) const {
-  Call call{Split(line), 0, command, {}};
+  Call call{{}, Split(line), command};
   call.reply.vlan = command->GetVlan();
   if (line.find('\0') != std::string::npos) {  // handlers take C texts
     call.Write("There is a NUL in " + Quote(line) + "\n");
-    call.command->Misunderstand();
+    command->Misunderstand();
   } else if (!call.words.empty()) {
     Run(call);
   }
@@ -177,28 +191,42 @@ Reply Dispatcher::Execute(const std::string& line,
 }
 
 void Dispatcher::Run(Call& call) const {
-  const Word* word = Find(call.Current());
-  if (!word || (call.at > 0 && !word->isShown)) {
-    Unknown(call);
-    return;
+  const bool isShow = call.words[0] == "show" && call.words.size() > 1 && !IsHelp(call.words[1]);
+  if (isShow) {
+    call.before = {"show"};
+    call.words.erase(call.words.begin());
   }
-  (this->*word->handler)(call);
+  const Table& table = TableOf(isShow);
+  const Match match = table.grammar.Find(call.words);
+  if (match.misfit != Match::NONE) {
+    Misunderstand(call, match.misfit);
+  } else if (match.form == Match::NONE) {
+    for (const std::size_t begun : match.begun) {
+      WriteUsage(call, table.entries[begun]->pattern);
+    }
+  } else if (call.words.size() > 2 && IsHelp(call.words[1])) {  // in the place of "..."
+    Misunderstand(call, 2);
+  } else {
+    call.pattern = table.entries[match.form]->pattern;
+    (this->*table.entries[match.form]->handler)(call);
+  }
 }
 
-const Dispatcher::Word* Dispatcher::Find(const std::string& name) {
-  const auto* found = std::find_if(std::begin(WORDS), std::end(WORDS),
-                                   [&](const Word& word) { return word.name == name; });
-  return found == std::end(WORDS) ? nullptr : found;
-}
-
-// The current word is the first that is not understood.
-void Dispatcher::Unknown(Call& call) {
-  const Words before = call.Until(call.at);
-  call.Write(before.empty() ? Quote(call.Current()) + " is unknown."
-                            : Quote(Joined(before)) + " is understood, " + Quote(call.Current()) +
-                                  " behind it is not.");
-  call.Write(" Possible: " + Joined(Following(before)) + "\n");
+// The word at `misfit` is the first that is not understood.
+void Dispatcher::Misunderstand(Call& call, std::size_t misfit) {
+  const std::string word = Quote(call.words[misfit]);
+  call.words.resize(misfit);
+  const Words before = call.before + call.words;
+  const Words possible = Following(before);
+  call.Write(before.empty()
+                 ? word + " is unknown."
+                 : Quote(Joined(before)) + " is understood, " + word + " after it is not.");
+  call.Write(possible.empty() ? " Nothing may follow.\n" : " Possible: " + Joined(possible) + "\n");
   call.command->Misunderstand();
+}
+
+void Dispatcher::WriteUsage(const Call& call, const char* pattern) {
+  call.Write(std::string("Usage: ") + pattern + "\n");
 }
 
 Words Dispatcher::Following(Words before) {
@@ -206,28 +234,21 @@ Words Dispatcher::Following(Words before) {
   if (isShow) {
     before.erase(before.begin());
   }
-  Words words;
-  if (before.empty()) {
-    for (const Word& word : WORDS) {
-      if (word.isShown || !isShow) {
-        words.push_back(word.name);
-      }
-    }
-  } else if (before.size() == 1 && (before[0] == "ip" || before[0] == "ip6")) {
+  Words words = TableOf(isShow).grammar.Following(before);
+  if (!before.empty()) {  // help may stand after a word that lists others, and is not one of these
+    words.erase(std::remove_if(words.begin(), words.end(), IsHelp), words.end());
+  }
+  if (before.size() == 1 && (before[0] == "ip" || before[0] == "ip6")) {
     for (const auto& handler : Registry(before[0])) {
       words.push_back(handler.first.c_str());
     }
-  } else if (before[0] == "lab" && !isShow) {
-    words = console::Lab::Following({before.begin() + 1, before.end()});
-  } else {
-    const std::string line = Joined(before);
-    const auto* found = std::find_if(std::begin(FOLLOWERS), std::end(FOLLOWERS),
-                                     [&](const Followers& entry) { return entry.before == line; });
-    if (found != std::end(FOLLOWERS)) {
-      words = found->words;
-    }
+  } else if (!before.empty() && before[0] == "lab" && !isShow) {
+    words = Lab::Following({before.begin() + 1, before.end()});
   }
-  return words;
+  const std::string line = Joined(before);
+  const auto* found = std::find_if(std::begin(FOLLOWERS), std::end(FOLLOWERS),
+                                   [&](const Followers& entry) { return entry.before == line; });
+  return found == std::end(FOLLOWERS) ? words : words + found->words;
 }
 
 Words Dispatcher::Complete(const std::string& line) {
@@ -246,18 +267,32 @@ Words Dispatcher::Complete(Words before, const std::string& begun) {
 }
 
 void Dispatcher::Help(Call& call) const {
-  for (const Word& word : WORDS) {
-    if (word.usage) {
-      call.Write(Row(word.usage, word.description));
+  for (const Entry& entry : ENTRIES) {
+    if (entry.description) {
+      call.Write(Row(entry.pattern, entry.description));
     }
   }
 }
 
 void Dispatcher::Quit(Call& call) const { call.reply.isQuit = true; }
 
-void Dispatcher::Vrf(Call& call) const {
-  ReadVlan(call.CountAfter() == 1 ? call.Next() : "", "vrf <vid>", *call.command, call.reply.vlan);
+// Takes the word for the id of a VLAN that exists, or says why it is not.
+bool Dispatcher::TakeVlan(Call& call, const std::string& word, unsigned short& vlan) {
+  const auto id = ReadVlan(word);
+  if (!id) {
+    WriteUsage(call, call.pattern);
+    return false;
+  }
+  if (DcRouterMgr::GetInstance()->GetVlans().count(*id) == 0) {
+    call.Write("VLAN " + std::to_string(*id) + " is not present\n");
+    call.command->Refuse();
+    return false;
+  }
+  vlan = *id;
+  return true;
 }
+
+void Dispatcher::ChooseVlan(Call& call) const { TakeVlan(call, call.words[1], call.reply.vlan); }
 
 void Dispatcher::Reload(Call& call) const {
   program::Report asker;
@@ -268,66 +303,54 @@ void Dispatcher::Reload(Call& call) const {
   call.reply.hasChanged = true;
 }
 
-void Dispatcher::Ip(Call& call) const {
-  const std::string& tree = call.Current();
-  if (call.CountAfter() == 0 || IsHelp(call.Next())) {
-    for (const auto& [name, entry] : Registry(tree)) {
-      call.Write(Row(tree + " " + name.c_str(), entry.description.c_str()));
-    }
-    return;
+void Dispatcher::ListTree(Call& call) const {
+  const std::string& tree = call.words[0];
+  for (const auto& [name, entry] : Registry(tree)) {
+    call.Write(Row(tree + " " + name.c_str(), entry.description.c_str()));
   }
-  ++call.at;
-  const auto found = Registry(tree).find(call.Current().c_str());
-  if (found == Registry(tree).end()) {
-    Unknown(call);
+}
+
+void Dispatcher::RunTree(Call& call) const {
+  const DcRouterMgr::CmdHandlers& registry = Registry(call.words[0]);
+  const auto found = registry.find(call.words[1].c_str());
+  if (found == registry.end()) {
+    Misunderstand(call, 1);
     return;
   }
   call.hasConsole = true;
-  WithConsole(call.command, {call.words.begin() + call.at, call.words.end()},
-              [&](DcConsole* console, int argc, char** argv) {
-                found->second.handler(nullptr, console, argc, argv);
-              });
+  WithConsole(call.command, call.After(1), [&](DcConsole* console, int argc, char** argv) {
+    found->second.handler(nullptr, console, argc, argv);
+  });
 }
 
-void Dispatcher::Rtm(Call& call) const {
-  if (call.CountAfter() == 0 || IsHelp(call.Next())) {
-    call.Write(Row("rtm route [ipv6] [<option> ...]", "Installed routes"));
-    call.Write(Row("rtm rib [ipv6] [<option> ...]", "All candidates; > marks the installed"));
-    call.Write(Row("options, in this order", "vrf <vid>, dest <address>, proto <name>, detail"));
-    return;
-  }
-  ++call.at;
-  const bool isRib = call.Current() == "rib";
-  if (!isRib && call.Current() != "route") {
-    Unknown(call);
-    return;
-  }
-  const bool ip6 = call.CountAfter() > 0 && call.Next() == "ipv6";
+void Dispatcher::ListTables(Call& call) const {
+  call.Write(Row("rtm route [ipv6] [<option> ...]", "Installed routes"));
+  call.Write(Row("rtm rib [ipv6] [<option> ...]", "All candidates; > marks the installed"));
+  call.Write(Row("options, in this order", "vrf <vid>, dest <address>, proto <name>, detail"));
+}
+
+void Dispatcher::ShowTable(Call& call) const {
+  const bool ip6 = call.words.size() > 2 && call.words[2] == "ipv6";
   call.hasConsole = true;
-  WithConsole(call.command, {call.words.begin() + call.at + (ip6 ? 2 : 1), call.words.end()},
-              [&](DcConsole* console, int argc, char** argv) {
-                const int family =
-                    ip6 ? Tarsel::DcRtmMgr::PROTO_IPV6 : Tarsel::DcRtmMgr::PROTO_IPV4;
-                DcConsoleCommand* command = nullptr;
-                if (isRib) {
-                  command = new Tarsel::RtmRibCommand(console, family);
-                } else {
-                  command = new Tarsel::RtmRouteCommand(console, family);
-                }
-                Walk(command, argc, argv);
-              });
+  WithConsole(
+      call.command, call.After(ip6 ? 3 : 2), [&](DcConsole* console, int argc, char** argv) {
+        const int family = ip6 ? Tarsel::DcRtmMgr::PROTO_IPV6 : Tarsel::DcRtmMgr::PROTO_IPV4;
+        DcConsoleCommand* command = nullptr;
+        if (call.words[1] == "rib") {
+          command = new Tarsel::RtmRibCommand(console, family);
+        } else {
+          command = new Tarsel::RtmRouteCommand(console, family);
+        }
+        Walk(command, argc, argv);
+      });
 }
 
-// The command itself takes no words and would show any VLAN, also one that nobody has heard of.
-void Dispatcher::Interface(Call& call) const {
-  const bool ip6 = call.Current() == "interface6";
-  const std::string usage = call.Current() + " [vrf <vid>]";
+// The library's command itself takes no words and would show any VLAN, also one that does not exist.
+void Dispatcher::ShowInterfaces(Call& call) const {
+  const bool ip6 = call.words[0] == "interface6";
   unsigned short vlan = call.command->GetVlan();
-  if (call.CountAfter() > 0) {
-    const bool isChosen = call.CountAfter() == 2 && call.Next() == "vrf";
-    if (!ReadVlan(isChosen ? call.words.back() : "", usage, *call.command, vlan)) {
-      return;
-    }
+  if (call.words.size() > 1 && !TakeVlan(call, call.words[2], vlan)) {
+    return;
   }
   call.hasConsole = true;
   WithConsole(call.command, {}, [&](DcConsole* console, int argc, char** argv) {
@@ -335,30 +358,21 @@ void Dispatcher::Interface(Call& call) const {
   });
 }
 
-void Dispatcher::Show(Call& call) const {
-  if (call.CountAfter() == 0 || IsHelp(call.Next())) {
-    call.Write("Behind \"show\" stands a command: " + Joined(Following({"show"})) + "\n");
-    return;
-  }
-  ++call.at;
-  Run(call);
+void Dispatcher::ListShown(Call& call) const {
+  call.Write("After \"show\" comes a command: " + Joined(Following({"show"})) + "\n");
 }
 
-void Dispatcher::Lab(Call& call) const {
-  if (call.CountAfter() == 0 || IsHelp(call.Next())) {
-    call.Write(console::Lab::Help());
-    return;
-  }
-  const LabReply reply =
-      m_lab.Execute({call.words.begin() + call.at + 1, call.words.end()}, call.command->GetVlan());
+void Dispatcher::ListLab(Call& call) const { call.Write(Lab::Help()); }
+
+void Dispatcher::RunLab(Call& call) const {
+  const LabReply reply = m_lab.Execute(call.After(1), call.command->GetVlan());
   call.Write(reply.text);
   if (!reply.text.empty()) {  // one that is carried out prints nothing
     call.command->Refuse();
   }
   call.reply.hasChanged = reply.hasChanged;
-  if (reply.unknownAt != std::string::npos) {
-    call.at += 1 + reply.unknownAt;
-    Unknown(call);
+  if (reply.unknownAt != Match::NONE) {
+    Misunderstand(call, 1 + reply.unknownAt);
   }
 }
 

@@ -20,20 +20,21 @@ struct Reply {
   bool isQuit = false;
 };
 
-/// The words of the operator's console. The host's own are matched whole; behind `ip` and `ip6` stand
-/// the words of the library's registries, whose handlers take the rest. `show` may precede whatever
-/// shows something. Behind `lab` stand the lab's.
+/// The operator's commands. One list of forms (form.h) says which words the host takes; help,
+/// completion, "Possible: ..." and usage texts follow from it. A word that fits no form is refused and
+/// named, also after a command that is whole. After `ip` and `ip6` come the words of the library's
+/// registries, whose handlers take the rest; after `lab` come those of the lab.
 class Dispatcher {
  public:
   /// `reload` carries out the command of that name and tells the asker, if one is given, what it
   /// complains of; `lab` is borrowed.
-  Dispatcher(std::function<void(program::Report asker)> reload, console::Lab& lab);
+  Dispatcher(std::function<void(program::Report asker)> reload, Lab& lab);
 
   /// Carries out a line. All output goes to `command`, which ends when the line has been carried out;
   /// an empty line ends at once.
   Reply Execute(const std::string& line, const std::shared_ptr<RunningCommand>& command) const;
 
-  /// The words that may stand behind `before`, as far as they are known, and begin with `begun`.
+  /// The words that may stand after `before`, as far as they are known, and begin with `begun`.
   static Words Complete(Words before, const std::string& begun);
   /// The same for a line that has been begun as a whole.
   static Words Complete(const std::string& line);
@@ -41,26 +42,32 @@ class Dispatcher {
 
  private:
   struct Call;
-  struct Word;
-  static const Word WORDS[];
+  struct Entry;
+  struct Table;
+  static const Entry ENTRIES[];
 
-  static const Word* Find(const std::string& name);
+  static const Table& TableOf(bool isShow);
   static Words Following(Words before);
-  static void Unknown(Call& call);
+  static void Misunderstand(Call& call, std::size_t misfit);
+  static void WriteUsage(const Call& call, const char* pattern);
+  static bool TakeVlan(Call& call, const std::string& word, unsigned short& vlan);
 
   void Run(Call& call) const;
   void Help(Call& call) const;
   void Quit(Call& call) const;
-  void Vrf(Call& call) const;
+  void ChooseVlan(Call& call) const;
   void Reload(Call& call) const;
-  void Ip(Call& call) const;
-  void Rtm(Call& call) const;
-  void Interface(Call& call) const;
-  void Show(Call& call) const;
-  void Lab(Call& call) const;
+  void ListTree(Call& call) const;
+  void RunTree(Call& call) const;
+  void ListTables(Call& call) const;
+  void ShowTable(Call& call) const;
+  void ShowInterfaces(Call& call) const;
+  void ListShown(Call& call) const;
+  void ListLab(Call& call) const;
+  void RunLab(Call& call) const;
 
   std::function<void(program::Report)> m_reload;
-  console::Lab& m_lab;
+  Lab& m_lab;
 };
 
 }  // namespace console

@@ -1,4 +1,4 @@
-// How lab commands are written: forms of words, from which help, completion and matching follow.
+// How commands are written: forms of words, from which matching, completion and usage texts follow.
 #ifndef DEVICE_CONSOLE_FORM_H
 #define DEVICE_CONSOLE_FORM_H
 
@@ -10,24 +10,62 @@ namespace console {
 
 using Words = std::vector<std::string>;
 
-/// A pattern as help shows it: "a|b" stands for one of these words, "<name>" for any word, and the
-/// end of a pattern may stand in brackets, to be left out as a whole.
+/// A pattern as help shows it: "a|b" stands for one of these words, "<name>" for any word. Words in
+/// brackets may be left out, all of them together. "[<name> ...]" at the end takes all that is left.
+/// Words are matched from the left and never reconsidered, so a bracket may not begin like what may
+/// stand after it.
 class Form {
  public:
   explicit Form(const char* pattern);
 
   /// How many of `words` fit, from the first on.
-  std::size_t CountFitting(const Words& words) const;
+  std::size_t CountFitting(const Words& words) const { return Follow(words).count; }
   /// Whether `words` are a whole command.
   bool IsWhole(const Words& words) const;
-  /// Whether `words`, a whole command, have the end that may be left out.
+  /// Whether `words`, a whole command, have something that may be left out.
   bool HasOptional(const Words& words) const { return words.size() > m_required; }
-  /// The words that may stand at this position; none for a place where any word may.
-  const Words& At(std::size_t position) const;
+  /// The words that may stand after `before`. None if `before` does not fit, and none for a place that
+  /// takes any word.
+  Words Following(const Words& before) const;
 
  private:
-  std::vector<Words> m_tokens;  // an empty one takes any word
-  std::size_t m_required;
+  struct Part {
+    std::vector<Words> tokens;  // an empty one takes any word
+    bool isOptional;
+    bool takesRest;
+  };
+  struct Way {
+    std::size_t count;  // of the words that fit
+    bool isAtEnd;       // all that has to stand has been there
+    Words following;    // if all words fit
+  };
+  Way Follow(const Words& words) const;
+
+  std::vector<Part> m_parts;
+  std::size_t m_required = 0;
+};
+
+/// What words are, held against several forms.
+struct Match {
+  static constexpr std::size_t NONE = std::string::npos;
+
+  std::size_t form = NONE;    // the first that the words are a whole command of
+  std::size_t misfit = NONE;  // without one: the first word that fits no form after those before it
+  std::vector<std::size_t> begun;  // without either: the forms that the words begin
+};
+
+/// Several forms, in an order that counts. Constant once it is made.
+class Grammar {
+ public:
+  void Add(const char* pattern) { m_forms.emplace_back(pattern); }
+
+  Match Find(const Words& words) const;
+  /// The words that may stand after `before`, as Form has it, each once.
+  Words Following(const Words& before) const;
+  const Form& operator[](std::size_t form) const { return m_forms[form]; }
+
+ private:
+  std::vector<Form> m_forms;
 };
 
 }  // namespace console

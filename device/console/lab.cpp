@@ -1,6 +1,5 @@
 #include "lab.h"
 
-#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -9,7 +8,7 @@
 #include "device/program/options.h"
 #include "device/program/printable.h"
 #include "device/stack/stack_control.h"
-#include "vantacore/config_parser.h"
+#include "vlan_id.h"
 
 namespace console {
 
@@ -77,46 +76,33 @@ Lab::Lab(routing_stack::Control& stack, apply::Interfaces& device, unsigned int 
       m_tickMicroseconds(tickMicroseconds),
       m_bringBack(std::move(bringBack)) {}
 
+const Grammar& Lab::Forms() {
+  static const Grammar FORMS = [] {
+    Grammar forms;
+    for (const Command& command : COMMANDS) {
+      forms.Add(command.pattern);
+    }
+    return forms;
+  }();
+  return FORMS;
+}
+
 LabReply Lab::Execute(const Words& words, unsigned short vlan) {
   Call call{words, vlan, {}};
-  std::size_t fitting = 0;
-  for (const Command& command : COMMANDS) {
-    const Form form(command.pattern);
-    if (form.IsWhole(words)) {
-      if (!form.HasOptional(words) || ReadVlan(call)) {
-        (this->*command.handler)(call);
-      }
-      return call.reply;
+  const Match match = Forms().Find(words);
+  call.reply.unknownAt = match.misfit;
+  if (match.form != Match::NONE) {
+    if (!Forms()[match.form].HasOptional(words) || TakeVlan(call)) {
+      (this->*COMMANDS[match.form].handler)(call);
     }
-    fitting = std::max(fitting, form.CountFitting(words));
   }
-  if (fitting < words.size() &&
-      !Following({words.begin(), words.begin() + static_cast<std::ptrdiff_t>(fitting)}).empty()) {
-    call.reply.unknownAt = fitting;
-    return call.reply;
-  }
-  for (const Command& command : COMMANDS) {
-    if (Form(command.pattern).CountFitting(words) == fitting) {
-      call.reply.text += std::string("Usage: lab ") + command.pattern + "\n";
-    }
+  for (const std::size_t begun : match.begun) {
+    call.reply.text += std::string("Usage: lab ") + COMMANDS[begun].pattern + "\n";
   }
   return call.reply;
 }
 
-Words Lab::Following(const Words& before) {
-  Words following;
-  for (const Command& command : COMMANDS) {
-    const Form form(command.pattern);
-    if (form.CountFitting(before) == before.size()) {
-      for (const std::string& word : form.At(before.size())) {
-        if (std::find(following.begin(), following.end(), word) == following.end()) {
-          following.push_back(word);
-        }
-      }
-    }
-  }
-  return following;
-}
+Words Lab::Following(const Words& before) { return Forms().Following(before); }
 
 std::string Lab::Help() {
   std::string text;
@@ -126,15 +112,15 @@ std::string Lab::Help() {
   return text;
 }
 
-// The last word, behind "vrf".
-bool Lab::ReadVlan(Call& call) const {
-  unsigned int number = 0;
-  if (!Tarsel::ParseNumber(&number, call.words.back().c_str()) || number > 65535) {
+// The last word, after "vrf".
+bool Lab::TakeVlan(Call& call) const {
+  const auto vlan = ReadVlan(call.words.back());
+  if (vlan) {
+    call.vlan = *vlan;
+  } else {
     call.Refuse("Expected a VLAN id, found " + Quote(call.words.back()));
-    return false;
   }
-  call.vlan = static_cast<unsigned short>(number);
-  return true;
+  return vlan.has_value();
 }
 
 bool Lab::FindInterface(Call& call, const std::string& name, documents::InterfaceKey& key) const {

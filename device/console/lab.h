@@ -18,13 +18,14 @@ namespace console {
 /// What became of a lab command.
 struct LabReply {
   std::string text;
-  /// The index of the first word that is not understood; npos when all are.
-  std::size_t unknownAt = std::string::npos;
+  /// The index of the first word that is not understood; Match::NONE when all are.
+  std::size_t unknownAt = Match::NONE;
   bool hasChanged = false;  // it may take a while until the effect is there
 };
 
 /// Interfaces and addresses change, remotes join and leave, the stack answers badly or not at all,
-/// time goes faster: for people who try things out, apart from an operator's words.
+/// time goes faster. These commands are for people who try things out, and are kept apart from an
+/// operator's.
 class Lab {
  public:
   /// Everything is borrowed. `tickMicroseconds` is the length of a tick to come back to.
@@ -32,10 +33,10 @@ class Lab {
   Lab(routing_stack::Control& stack, apply::Interfaces& device, unsigned int tickMicroseconds,
       std::function<void()> bringBack);
 
-  /// Carries out the words behind `lab` for a session whose VLAN is `vlan`.
+  /// Carries out the words after `lab` for a session whose VLAN is `vlan`.
   LabReply Execute(const Words& words, unsigned short vlan);
 
-  /// The words that may stand behind `before`, as far as they are known.
+  /// The words that may stand after `before`, as far as they are known.
   static Words Following(const Words& before);
   /// Each command with what it does, a line each.
   static std::string Help();
@@ -44,9 +45,10 @@ class Lab {
   struct Call;
   struct Command;
   static const Command COMMANDS[];
+  static const Grammar& Forms();  // of COMMANDS, in the same order
 
   bool FindInterface(Call& call, const std::string& name, documents::InterfaceKey& key) const;
-  bool ReadVlan(Call& call) const;
+  bool TakeVlan(Call& call) const;
 
   void Interface(Call& call);
   void Address(Call& call);

@@ -94,7 +94,7 @@ TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
       result.output,
       "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload lab help "
       "? quit exit\n"
-      "\"ip\" is understood, \"bar\" behind it is not. Possible: bgp igmp ospf protocol "
+      "\"ip\" is understood, \"bar\" after it is not. Possible: bgp igmp ospf protocol "
       "rip\n");
   EXPECT_EQ(result.errors, "");
 }

@@ -127,20 +127,80 @@ TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   ExpectOver();
   EXPECT_EQ(ResultOf("ip foo"), Result::USAGE);
   EXPECT_EQ(output,
-            "\"ip\" is understood, \"foo\" behind it is not. Possible: bgp igmp ospf protocol "
+            "\"ip\" is understood, \"foo\" after it is not. Possible: bgp igmp ospf protocol "
             "rip\n");
   ExpectOver();
   EXPECT_EQ(ResultOf("show ip6 foo"), Result::USAGE);
   EXPECT_EQ(output,
-            "\"show ip6\" is understood, \"foo\" behind it is not. Possible: bgp ospf protocol "
+            "\"show ip6\" is understood, \"foo\" after it is not. Possible: bgp ospf protocol "
             "rip\n");
   EXPECT_EQ(ResultOf("rtm foo"), Result::USAGE);
-  EXPECT_EQ(output, "\"rtm\" is understood, \"foo\" behind it is not. Possible: route rib\n");
+  EXPECT_EQ(output, "\"rtm\" is understood, \"foo\" after it is not. Possible: route rib\n");
   EXPECT_EQ(ResultOf("show quit"), Result::USAGE);
   EXPECT_EQ(output,
-            "\"show\" is understood, \"quit\" behind it is not. Possible: ip ip6 rtm "
+            "\"show\" is understood, \"quit\" after it is not. Possible: ip ip6 rtm "
             "interface interface6\n");
   ExpectOver();
+}
+
+// Each line is understood up to the word in question, and does nothing.
+TEST_F(Dispatcher, RefusesWordsThatAreTooMany) {
+  const struct {
+    const char* before;
+    const char* word;
+    const char* more;
+  } lines[] = {
+      {"reload", "now", ""},
+      {"quit", "now", ""},
+      {"exit", "?", ""},
+      {"help", "reload", ""},
+      {"?", "?", ""},
+      {"vrf 20", "30", " 40"},
+      {"vrf x", "y", ""},
+      {"interface vrf 20", "x", ""},
+      {"show interface6 vrf 20", "vrf", " 10"},
+      {"ip help", "protocol", " summary"},
+      {"show ip6 ?", "protocol", ""},
+      {"rtm help", "rib", ""},
+      {"show ?", "ip", ""},
+      {"lab help", "tick", " fast"},
+      {"lab tick fast", "normal", ""},
+  };
+  for (const auto& line : lines) {
+    const Reply reply = Execute(std::string(line.before) + " " + line.word + line.more);
+    EXPECT_EQ(output, "\"" + std::string(line.before) + "\" is understood, \"" + line.word +
+                          "\" after it is not. Nothing may follow.\n");
+    EXPECT_EQ(command->GetResult(), Result::USAGE) << output;
+    EXPECT_FALSE(reply.isQuit || reply.hasChanged) << output;
+    ExpectOver();
+  }
+  EXPECT_EQ(vlan, 10);
+  EXPECT_EQ(reloads, 0);
+}
+
+TEST_F(Dispatcher, NamesTheFirstWordThatDoesNotFit) {
+  Execute("interface eth0 vrf 10");
+  EXPECT_EQ(output, "\"interface\" is understood, \"eth0\" after it is not. Possible: vrf\n");
+  Execute("show vrf 10");
+  EXPECT_THAT(output, StartsWith("\"show\" is understood, \"vrf\" after it is not. Possible: ip "));
+  Execute("show show ip");
+  EXPECT_THAT(output, StartsWith("\"show\" is understood, \"show\" after it is not. "));
+  Execute("rtm routes vrf");
+  EXPECT_EQ(output, "\"rtm\" is understood, \"routes\" after it is not. Possible: route rib\n");
+}
+
+TEST_F(Dispatcher, ListsWhatMayFollowAWordThatStandsAlone) {
+  for (const char* word : {"ip", "ip6", "rtm", "show", "show ip", "show rtm", "lab"}) {
+    ASSERT_EQ(ResultOf(word), Result::DONE) << word;
+    const std::string list = output;
+    EXPECT_NE(list, "");
+    for (const char* help : {" help", " ?"}) {
+      EXPECT_EQ(ResultOf(std::string(word) + help), Result::DONE) << word;
+      EXPECT_EQ(output, list) << word;
+    }
+  }
+  Execute("show");
+  EXPECT_EQ(output, "After \"show\" comes a command: ip ip6 rtm interface interface6\n");
 }
 
 TEST_F(Dispatcher, MatchesItsWordsWhole) {
@@ -181,7 +241,7 @@ TEST_F(Dispatcher, ChangesTheSessionsVlan) {
   ExpectOver();
   Execute("vrf 30");
   EXPECT_EQ(output, "VLAN 30 is not present\n");
-  for (const char* line : {"vrf", "vrf x", "vrf 10 20", "vrf 65546"}) {
+  for (const char* line : {"vrf", "vrf x", "vrf 65546"}) {
     EXPECT_EQ(ResultOf(line), Result::USAGE) << line;
     EXPECT_EQ(output, "Usage: vrf <vid>\n") << line;
   }
@@ -294,8 +354,8 @@ TEST_F(Dispatcher, ShowsTheInterfacesOfAVlan) {
   }
 }
 
-TEST_F(Dispatcher, RefusesOtherWordsBehindInterface) {
-  for (const char* words : {"vrf", "vrf x", "vrf 65546", "vrf 10 20", "eth0"}) {
+TEST_F(Dispatcher, RefusesOtherVlansAfterInterface) {
+  for (const char* words : {"vrf", "vrf x", "vrf 65546"}) {
     EXPECT_EQ(ResultOf(std::string("interface6 ") + words), Result::USAGE);
     EXPECT_EQ(output, "Usage: interface6 [vrf <vid>]\n") << words;
     ExpectOver();
@@ -330,11 +390,12 @@ TEST_F(Dispatcher, HandsLabCommandsOn) {
 TEST_F(Dispatcher, KeepsLabCommandsApart) {
   EXPECT_EQ(ResultOf("lab foo"), Result::USAGE);
   EXPECT_EQ(output,
-            "\"lab\" is understood, \"foo\" behind it is not. Possible: interface address join "
+            "\"lab\" is understood, \"foo\" after it is not. Possible: interface address join "
             "leave stack tick\n");
   ExpectOver();
   EXPECT_EQ(ResultOf("lab stack hold on"), Result::USAGE);
-  EXPECT_EQ(output, "Usage: lab stack hold|release\n");
+  EXPECT_EQ(output,
+            "\"lab stack hold\" is understood, \"on\" after it is not. Nothing may follow.\n");
   EXPECT_EQ(ResultOf("show lab tick fast"), Result::USAGE);
   EXPECT_THAT(console::Dispatcher::Complete({"lab", "stack"}, "re"),
               ElementsAre("refuse", "retry", "release", "restart"));
@@ -349,7 +410,14 @@ TEST_F(Dispatcher, CompletesWords) {
   EXPECT_THAT(console::Dispatcher::Complete({"ip"}, "p"), ElementsAre("protocol"));
   EXPECT_THAT(console::Dispatcher::Complete({"show", "ip", "protocol"}, "s"),
               ElementsAre("summary"));
-  EXPECT_THAT(console::Dispatcher::Complete({"rtm", "rib"}, "i"), ElementsAre("ipv6"));
+  EXPECT_THAT(console::Dispatcher::Complete({"rtm"}, ""), ElementsAre("route", "rib"));
+  EXPECT_THAT(console::Dispatcher::Complete({"rtm", "rib"}, ""),
+              ElementsAre("ipv6", "vrf", "dest", "proto", "detail"));
+  EXPECT_THAT(console::Dispatcher::Complete({"show", "rtm", "route", "ipv6"}, "d"),
+              ElementsAre("dest", "detail"));
+  for (const char* whole : {"reload", "quit", "?", "interface vrf 10", "vrf 10", "rtm rib vrf"}) {
+    EXPECT_THAT(console::Dispatcher::Complete(std::string(whole) + " "), IsEmpty()) << whole;
+  }
   EXPECT_THAT(console::Dispatcher::Complete({"nothing", "known"}, ""), IsEmpty());
 }
 

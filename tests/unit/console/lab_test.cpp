@@ -295,7 +295,8 @@ TEST_F(Lab, SaysWhatItDoesNotUnderstand) {
   EXPECT_EQ(Execute("stack refuse route 3 Times").unknownAt, 4u);
   ExpectRefused("interface eth0", "Usage: lab interface <name> up|down [vrf <vid>]\n");
   ExpectRefused("interface eth0 up vrf", "Usage: lab interface <name> up|down [vrf <vid>]\n");
-  ExpectRefused("tick fast fast", "Usage: lab tick fast|normal\n");
+  EXPECT_EQ(Execute("tick fast fast").unknownAt, 2u);
+  EXPECT_EQ(Execute("interface eth0 down vrf 20 30").unknownAt, 5u);
   EXPECT_THAT(Execute("stack").text, HasSubstr("Usage: lab stack refuse|"));
   EXPECT_THAT(Execute("stack").text, HasSubstr("Usage: lab stack hold|release\n"));
   EXPECT_THAT(Execute("stack").text, Not(HasSubstr("tick")));
