@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include "device/program/printable.h"
+#include "listener.h"
 
 namespace client {
 
@@ -9,10 +10,13 @@ namespace {
 constexpr const char* HELP =
     "Usage: vantacorectl --socket PATH [OPTION...] [COMMAND WORD...]\n"
     "\n"
-    "  --socket PATH   where the daemon listens (its own --socket)\n"
-    "  --timeout N     wait this many seconds for a sign of the daemon, 1 to 3600 (default 10)\n"
-    "  --help          this text\n"
-    "  --version       the version\n"
+    "  --socket PATH       where the daemon listens (its own --socket)\n"
+    "  --timeout N         wait this many seconds for a sign of the daemon, 1 to 3600 (default "
+    "10)\n"
+    "  --daemon-user NAME  the user that the daemon runs as, unless it is you or root\n"
+    "                      (default vantacore)\n"
+    "  --help              this text\n"
+    "  --version           the version\n"
     "\n"
     "Options stand before the command. Carries out one command. Without words there is a prompt "
     "on\n"
@@ -20,12 +24,16 @@ constexpr const char* HELP =
     "the command's reply, of several the first that is not 0: 0 done, 1 refused, 2 usage,\n"
     "3 unreachable, 4 timed out. An interrupt ends a command's output, not what it does.\n";
 
-enum : int { SOCKET = 1, TIMEOUT };
+enum : int { SOCKET = 1, TIMEOUT, DAEMON_USER };
 
 std::string Take(int number, const char* value, CommandLine& line) {
   if (number == SOCKET) {
     line.socketPath = value;
     return {};
+  }
+  if (number == DAEMON_USER) {
+    line.daemonUser = value;
+    return FindUser(value) ? "" : "--daemon-user takes a user's name, not " + program::Quote(value);
   }
   long seconds = 0;
   if (!program::ReadNumber(value, 1, 3600, seconds)) {
@@ -42,7 +50,8 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
   const program::Usage usage = {"vantacorectl",
                                 HELP,
                                 {{"socket", required_argument, nullptr, SOCKET},
-                                 {"timeout", required_argument, nullptr, TIMEOUT}},
+                                 {"timeout", required_argument, nullptr, TIMEOUT},
+                                 {"daemon-user", required_argument, nullptr, DAEMON_USER}},
                                 true};
   const auto take = [&line](int number, const char* value) { return Take(number, value, line); };
   if (auto ending = program::ReadOptions(usage, argc, argv, take)) {

@@ -12,7 +12,8 @@ namespace client {
 struct CommandLine {
   std::string socketPath;
   int timeoutSeconds = 10;
-  std::string command;  // from the words
+  std::string daemonUser = "vantacore";  // may listen there; the packages' service runs as this one
+  std::string command;                   // from the words
   bool hasCommand = false;
 };
 

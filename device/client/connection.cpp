@@ -14,6 +14,8 @@
 #include <cstring>
 #include <sstream>
 
+#include "listener.h"
+
 namespace client {
 
 namespace {
@@ -74,7 +76,7 @@ Connection::~Connection() {
   }
 }
 
-wire::Code Connection::Open(const std::string& path) {
+wire::Code Connection::Open(const std::string& path, const std::string& daemonUser) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) {
@@ -94,6 +96,10 @@ wire::Code Connection::Open(const std::string& path) {
   if (problem != 0) {
     return Fail(errno == EAGAIN ? wire::Code::TIMED_OUT : wire::Code::UNREACHABLE,
                 path + ": " + std::strerror(errno));
+  }
+  const std::string distrust = Distrust(m_fd, daemonUser);
+  if (!distrust.empty()) {
+    return Fail(wire::Code::UNREACHABLE, path + ": " + distrust);
   }
   return AwaitAndPrint();
 }

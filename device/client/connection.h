@@ -19,8 +19,9 @@ class Connection {
   Connection& operator=(const Connection&) = delete;
   ~Connection();
 
-  /// Waits until the daemon is ready for a command.
-  wire::Code Open(const std::string& path);
+  /// Connects to a listener that is to be trusted (see listener.h), and waits until it is ready for a
+  /// command. Nothing is said to any other.
+  wire::Code Open(const std::string& path, const std::string& daemonUser);
   /// Carries out a command, its output goes to standard output as SafeText makes it. An interrupt meanwhile stops the
   /// output; a second one ends the process.
   wire::Code Execute(const std::string& command);

@@ -59,7 +59,7 @@ Code Converse(Connection& connection) {
 
 Code Run(const client::CommandLine& line) {
   Connection connection(line.timeoutSeconds);
-  Code code = connection.Open(line.socketPath);
+  Code code = connection.Open(line.socketPath, line.daemonUser);
   if (!connection.IsOver() && !connection.WasInterrupted()) {
     if (!line.hasCommand && isatty(STDIN_FILENO)) {
       return Converse(connection);

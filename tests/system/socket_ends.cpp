@@ -31,10 +31,14 @@ void SendAll(int fd, const std::string& bytes) {
 
 }  // namespace
 
-SlowDaemon::SlowDaemon(const std::string& path) : m_listener(socket(AF_UNIX, SOCK_STREAM, 0)) {
+SlowDaemon::SlowDaemon(const std::string& path, uid_t user)
+    : m_listener(socket(AF_UNIX, SOCK_STREAM, 0)) {
   const sockaddr_un address = AddressOf(path);
   EXPECT_EQ(bind(m_listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  EXPECT_EQ(listen(m_listener, 1), 0);
+  const uid_t own = geteuid();
+  EXPECT_EQ(seteuid(user), 0);
+  EXPECT_EQ(listen(m_listener, 1), 0);  // what the client is told is who calls this
+  EXPECT_EQ(seteuid(own), 0);
 }
 
 SlowDaemon::~SlowDaemon() {
@@ -70,6 +74,11 @@ void SlowDaemon::HangUp() {
 }
 
 void SlowDaemon::Send(const std::string& bytes) { SendAll(m_client, bytes); }
+
+void SlowDaemon::Offer(const std::string& bytes) const {
+  const ssize_t count = send(m_client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  EXPECT_TRUE(count >= 0 || errno == EPIPE || errno == ECONNRESET);
+}
 
 std::string SlowDaemon::Read(std::size_t size) {
   std::string bytes(size, '\0');

@@ -2,6 +2,9 @@
 #ifndef TESTS_SYSTEM_SOCKET_ENDS_H
 #define TESTS_SYSTEM_SOCKET_ENDS_H
 
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -16,7 +19,8 @@ namespace system_test {
 /// comes within half a minute, or not at all.
 class SlowDaemon {
  public:
-  explicit SlowDaemon(const std::string& path);
+  /// Listens as `user`, if the test is run by root.
+  explicit SlowDaemon(const std::string& path, uid_t user = geteuid());
   SlowDaemon(const SlowDaemon&) = delete;
   SlowDaemon& operator=(const SlowDaemon&) = delete;
   ~SlowDaemon();
@@ -25,6 +29,8 @@ class SlowDaemon {
   /// Lets nobody else connect, as nobody is accepted.
   void FillQueue();
   void Send(const std::string& bytes);
+  /// Sends to a client that may have gone.
+  void Offer(const std::string& bytes) const;
   void HangUp();
   /// What the client has sent up to some size, or up to its end if that comes first.
   std::string Read(std::size_t size);
