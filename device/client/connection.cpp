@@ -23,6 +23,8 @@ namespace {
 volatile std::sig_atomic_t g_isInterrupted = 0;
 
 constexpr const char* NO_SIGN = "the daemon gives no sign";
+constexpr const char* PROTOCOL = " of the console protocol";
+const std::string KNOWN = "; this client knows version " + std::to_string(wire::VERSION);
 
 void Print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
@@ -101,7 +103,7 @@ wire::Code Connection::Open(const std::string& path, const std::string& daemonUs
   if (!distrust.empty()) {
     return Fail(wire::Code::UNREACHABLE, path + ": " + distrust);
   }
-  return AwaitAndPrint();
+  return Send(wire::EncodeGreeting()) ? AwaitAndPrint() : m_end;
 }
 
 wire::Code Connection::Execute(const std::string& command) {
@@ -138,13 +140,13 @@ wire::Code Connection::Await(const std::function<void(const std::string& output)
   for (;;) {
     while (const auto message = m_decoder.Next()) {
       if (message->kind == wire::Message::REPLY) {
-        std::fflush(stdout);
-        m_vlan = message->vlan;
-        m_isOver = message->isLast;
-        m_end = message->code;
-        return message->code;
+        return TakeReply(*message);
       }
-      take(message->text);
+      if (message->kind != wire::Message::GREETING) {
+        take(message->text);
+      } else if (const auto refusal = CheckVersion(message->version)) {
+        return *refusal;
+      }
     }
     std::fflush(stdout);
     if (m_decoder.IsBroken()) {
@@ -163,6 +165,27 @@ wire::Code Connection::Await(const std::function<void(const std::string& output)
       return Fail(wire::Code::UNREACHABLE, "the daemon has gone");
     }
   }
+}
+
+std::optional<wire::Code> Connection::CheckVersion(unsigned short version) {
+  m_isGreeted = true;
+  if (version == wire::VERSION) {
+    return std::nullopt;
+  }
+  return Fail(wire::Code::REFUSED,
+              "the daemon speaks version " + std::to_string(version) + PROTOCOL + KNOWN);
+}
+
+// A daemon that is full may refuse without a greeting.
+wire::Code Connection::TakeReply(const wire::Message& reply) {
+  if (!m_isGreeted && !reply.isLast) {
+    return Fail(wire::Code::REFUSED, std::string("the daemon does not say which version") +
+                                         PROTOCOL + " it speaks" + KNOWN);
+  }
+  m_vlan = reply.vlan;
+  m_isOver = reply.isLast;
+  m_end = reply.code;
+  return reply.code;
 }
 
 bool Connection::Receive() {

@@ -3,6 +3,7 @@
 #define DEVICE_CLIENT_CONNECTION_H
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,8 +20,8 @@ class Connection {
   Connection& operator=(const Connection&) = delete;
   ~Connection();
 
-  /// Connects to a listener that is to be trusted (see listener.h), and waits until it is ready for a
-  /// command. Nothing is said to any other.
+  /// Connects to a listener that is to be trusted (see listener.h), greets it and waits until it is
+  /// ready for a command. Nothing is said to any other.
   wire::Code Open(const std::string& path, const std::string& daemonUser);
   /// Carries out a command, its output goes to standard output as SafeText makes it. An interrupt meanwhile stops the
   /// output; a second one ends the process.
@@ -42,6 +43,9 @@ class Connection {
   /// Until the reply; hands over what comes before it.
   wire::Code Await(const std::function<void(const std::string& output)>& take);
   wire::Code AwaitAndPrint();
+  /// Nothing when the daemon's version is known.
+  std::optional<wire::Code> CheckVersion(unsigned short version);
+  wire::Code TakeReply(const wire::Message& reply);
   bool Receive();
   /// Sends all of it. False when the daemon takes nothing for the whole time: the connection is over. A
   /// daemon that has hung up is found out by reading, since it may have said something before.
@@ -52,6 +56,7 @@ class Connection {
   int m_fd = -1;
   wire::Decoder m_decoder;
   SafeText m_output;
+  bool m_isGreeted = false;
   unsigned short m_vlan = 0;
   bool m_isOver = false;
   wire::Code m_end = wire::Code::DONE;

@@ -105,10 +105,12 @@ ConsoleServer::Identity ConsoleServer::FindIdentity(const std::string& path) {
   return lstat(path.c_str(), &found) == 0 ? Identity(found.st_dev, found.st_ino) : Identity();
 }
 
-ConsoleServer::ConsoleServer(uv_loop_s* loop, const std::string& path, Context context)
+ConsoleServer::ConsoleServer(uv_loop_s* loop, const std::string& path, Context context,
+                             Limits limits)
     : m_loop(loop),
       m_path(path),
       m_context(std::move(context)),
+      m_limits(limits),
       m_listener(Listen(path)),
       m_identity(FindIdentity(path)),
       m_poll(loop, m_listener.Get()),
@@ -155,11 +157,11 @@ void ConsoleServer::Welcome(int fd) {
   Client& client = m_clients.back();
   client.settle = m_context.makeSettle();
   const SessionContext context{m_loop, m_context.dispatcher, *client.settle, {}};
-  client.session =
-      std::make_unique<SocketSession>(context, m_context.defaultVlan(), fd, [this, &client] {
-        client.isGone = true;
-        m_sweep.Post([this] { Sweep(); });
-      });
+  client.session = std::make_unique<SocketSession>(context, m_context.defaultVlan(), fd,
+                                                   m_limits.greetingMilliseconds, [this, &client] {
+                                                     client.isGone = true;
+                                                     m_sweep.Post([this] { Sweep(); });
+                                                   });
   client.session->Start();
 }
 

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <list>
 #include <memory>
@@ -26,9 +27,14 @@ class ConsoleServer {
 
   static constexpr std::size_t MAX_SESSIONS = 64;
 
+  struct Limits {
+    std::uint64_t greetingMilliseconds =
+        5000;  // for which a client may say nothing at the beginning
+  };
+
   /// Takes the place `path`, also that of a daemon which is no more; only the daemon's user may
   /// connect. Clients wait until Start(). Throws std::runtime_error when the place cannot be had.
-  ConsoleServer(uv_loop_s* loop, const std::string& path, Context context);
+  ConsoleServer(uv_loop_s* loop, const std::string& path, Context context, Limits limits);
   ConsoleServer(const ConsoleServer&) = delete;
   ConsoleServer& operator=(const ConsoleServer&) = delete;
   /// Hangs up on everybody and gives the place back, if it still has it.
@@ -55,6 +61,7 @@ class ConsoleServer {
   uv_loop_s* m_loop;
   const std::string m_path;
   const Context m_context;
+  const Limits m_limits;
   program::OwnedDescriptor m_listener;
   const Identity m_identity;
   loop::Poll m_poll;

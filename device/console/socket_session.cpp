@@ -1,6 +1,7 @@
-// States. Running: a command has begun, and its reply has not been given. Draining: it has, but not
-// all of it has gone out. Idle: neither, the next command may be taken. Whatever happens ends in
-// GoOn(), which sends, takes what may be taken, and watches the socket for what is missing.
+// States. Ungreeted: nothing but a greeting is taken. Running: a command has begun, and its reply has
+// not been given. Draining: it has, but not all of it has gone out. Idle: neither, the next command may
+// be taken. Whatever happens ends in GoOn(), which sends, takes what may be taken, and watches the
+// socket for what is missing.
 //
 // Write() is called from the depth of the library, so it only queues and sends: that the reader has
 // gone is found out by the loop.
@@ -21,10 +22,17 @@ namespace {
 constexpr std::size_t READ_AHEAD = 16 * 1024;
 constexpr std::size_t SEND_AT_ONCE_FROM = 64 * 1024;
 
+constexpr const char* PROTOCOL = " of the console protocol";
+const std::string KNOWN = "; the daemon knows version " + std::to_string(wire::VERSION);
+
+std::string DescribeMissingVersion() {
+  return std::string("The client does not say which version") + PROTOCOL + " it speaks" + KNOWN;
+}
+
 }  // namespace
 
 SocketSession::SocketSession(const SessionContext& context, unsigned short vlan, int fd,
-                             std::function<void()> gone)
+                             std::uint64_t greetingMilliseconds, std::function<void()> gone)
     : Session({context.loop, context.dispatcher, context.settle,
                [this](int) {
                  Finish(GetCode(), true);
@@ -33,9 +41,18 @@ SocketSession::SocketSession(const SessionContext& context, unsigned short vlan,
               vlan),
       m_socket(fd),
       m_poll(context.loop, fd),
+      m_patience(context.loop),
+      m_greetingMilliseconds(greetingMilliseconds),
       m_gone(std::move(gone)) {}
 
-void SocketSession::Start() { Ready(); }
+// A client that knows nothing of greetings waits for the daemon's first reply.
+void SocketSession::Start() {
+  m_patience.Start(m_greetingMilliseconds, [this] {
+    Refuse(DescribeMissingVersion());
+    GoOn();
+  });
+  Watch();
+}
 
 void SocketSession::Ready() {
   const wire::Code code = GetCode();
@@ -113,12 +130,40 @@ void SocketSession::TakeMessages() {
     Take(*std::exchange(m_next, std::nullopt));
   }
   if (!m_next && m_decoder.IsBroken() && IsIdle()) {
-    m_queue.Add("That is no message of a console client\n");
-    Finish(wire::Code::REFUSED, true);
+    Refuse("That is no message of a console client");
   }
 }
 
+void SocketSession::Greet(const wire::Message& first) {
+  if (first.kind != wire::Message::GREETING) {
+    Refuse(DescribeMissingVersion());
+    return;
+  }
+  if (first.version != wire::VERSION) {
+    m_queue.AddReply(wire::EncodeGreeting());
+    Refuse("The client speaks version " + std::to_string(first.version) + PROTOCOL + KNOWN);
+    return;
+  }
+  m_patience.Stop();
+  m_isGreeted = true;
+  // An interrupt that comes at once must leave both.
+  m_lastReply = wire::EncodeGreeting() + wire::EncodeReply(wire::Code::DONE, GetVlan());
+  m_queue.AddReply(m_lastReply);
+}
+
+void SocketSession::Refuse(const std::string& why) {
+  m_patience.Stop();
+  m_queue.Add(why + "\n");
+  Finish(wire::Code::REFUSED, true);
+}
+
 void SocketSession::Take(const wire::Message& message) {
+  if (!m_isGreeted) {
+    if (!m_isLast) {
+      Greet(message);
+    }
+    return;
+  }
   if (message.kind == wire::Message::INTERRUPT) {
     StopPrinting();
     return;
@@ -163,6 +208,7 @@ void SocketSession::Watch() {
 
 void SocketSession::HangUp() {
   m_isGone = true;
+  m_patience.Stop();
   m_poll.Start(0, {});
   m_gone();
 }

@@ -2,6 +2,7 @@
 #ifndef DEVICE_CONSOLE_SOCKET_SESSION_H
 #define DEVICE_CONSOLE_SOCKET_SESSION_H
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -18,9 +19,10 @@ namespace console {
 class SocketSession : public Session {
  public:
   /// Owns `fd`. `gone` is told once, from inside the session, that nobody is at the other end any
-  /// more: the session is to be deleted later. The context's own `leave` is not used.
+  /// more: the session is to be deleted later. The context's own `leave` is not used. The client has
+  /// `greetingMilliseconds` for its greeting.
   SocketSession(const SessionContext& context, unsigned short vlan, int fd,
-                std::function<void()> gone);
+                std::uint64_t greetingMilliseconds, std::function<void()> gone);
   void Start() override;
 
  protected:
@@ -38,6 +40,8 @@ class SocketSession : public Session {
   void GoOn();
   void TakeMessages();
   void Take(const wire::Message& message);
+  void Greet(const wire::Message& first);
+  void Refuse(const std::string& why);
   void Complete(const std::string& begun);
   void StopPrinting();
   void Watch();
@@ -45,12 +49,15 @@ class SocketSession : public Session {
 
   program::OwnedDescriptor m_socket;
   loop::Poll m_poll;
+  loop::Timer m_patience;  // for the greeting
+  const std::uint64_t m_greetingMilliseconds;
   std::function<void()> m_gone;
   wire::Decoder m_decoder;
   std::optional<wire::Message> m_next;  // a command that has to wait
   OutputQueue m_queue;
   std::string m_lastReply;
   int m_watched = 0;
+  bool m_isGreeted = false;
   bool m_isRunning = false;
   bool m_isLast = false;  // the last reply has been given: hang up when it has gone out
   bool m_isGone = false;

@@ -123,8 +123,8 @@ std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket() {
       m_dispatcher,
       [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), AllActivity()); },
       [this] { return m_reloader.GetIntent().device.defaultVlan; }};
-  return std::make_unique<console::ConsoleServer>(m_loop.Get(), m_line.socketPath,
-                                                  std::move(context));
+  return std::make_unique<console::ConsoleServer>(
+      m_loop.Get(), m_line.socketPath, std::move(context), console::ConsoleServer::Limits{});
 }
 
 // The stack has nothing to do and is not asked for a row during three periods of the library's

@@ -30,6 +30,16 @@ bool ReadNumber(const std::string& text, long high, long& value) {
   return value <= high;
 }
 
+bool ReadGreeting(const std::string& text, Message& message) {
+  long version = 0;
+  if (!ReadNumber(text, 65535, version)) {
+    return false;
+  }
+  message.kind = Message::GREETING;
+  message.version = static_cast<unsigned short>(version);
+  return true;
+}
+
 bool ReadReply(const std::string& text, Message& message) {
   const std::size_t space = text.find(' ');
   long code = 0;
@@ -70,6 +80,8 @@ bool Read(const std::string& line, Message& message) {
       return ReadReply(message.text, message);
     case 'R':
       return ReadReply(message.text, message);
+    case 'V':
+      return ReadGreeting(message.text, message);
     case 'W':
       message.kind = Message::COMPLETION;
       return true;
@@ -79,6 +91,8 @@ bool Read(const std::string& line, Message& message) {
 }
 
 }  // namespace
+
+std::string EncodeGreeting(unsigned short version) { return Line('V', std::to_string(version)); }
 
 std::string EncodeCommand(std::string words) { return LineOfWords('C', std::move(words)); }
 

@@ -2,6 +2,7 @@
 //
 // Everything is a line: a letter, a space, and what the letter asks for.
 //
+//     each:    V <version>       the greeting: which version of this protocol it speaks
 //     client:  C <command>       carry this out
 //              W <begun>         which words may stand where this line ends
 //              I                 print no more of it, and do not wait for its effect
@@ -10,10 +11,17 @@
 //              R <code> <vlan>   the reply: the command is over, the next one may come
 //              Q <code> <vlan>   the reply, and the last: the daemon closes the connection
 //
-// The words that may stand there come as lines of output, with a reply behind them as if to a command.
-// The daemon begins with a reply, as if to a command, when it is ready to take the first. A client
-// sends a command when the reply to the last one has come; an interrupt without a command in progress
-// means nothing. <code> is one of reply_codes.h, <vlan> the VLAN that the session is bound to.
+// The client speaks first, with its greeting; the daemon answers with its own, and with a reply, as if
+// to a command, when it is ready to take the first. An end that does not know the other's version, or
+// is told none, says in words which it knows, and closes: the client says it to its operator, the
+// daemon in output with a last reply. These two lines mean the same in every version, so a daemon may
+// also refuse a client before any greeting.
+//
+// A client sends a command when the reply to the last one has come; an interrupt without a command in
+// progress means nothing. A client that closes its sending side has hung up, and gets no more of a
+// running command. The words that may stand at the end of a line come as lines of output, and a
+// reply after them as if to a command. <code> is one of reply_codes.h, <vlan> the VLAN that the session
+// is bound to, <version> a number up to 65535.
 #ifndef DEVICE_WIRE_WIRE_H
 #define DEVICE_WIRE_WIRE_H
 
@@ -28,15 +36,21 @@ namespace wire {
 /// The longest command, and the longest piece of output in one line, in bytes.
 constexpr std::size_t MAX_TEXT = 4096;
 
+/// The version that is described here, and the only one that is known. It changes when an end of an
+/// earlier version would not understand what is sent.
+constexpr unsigned short VERSION = 1;
+
 struct Message {
-  enum Kind { COMMAND, COMPLETION, INTERRUPT, OUTPUT, REPLY };
+  enum Kind { GREETING, COMMAND, COMPLETION, INTERRUPT, OUTPUT, REPLY };
   Kind kind = COMMAND;
   std::string text;  // of a command; what is begun; output, with the end of its line if it has one
+  unsigned short version = 0;  // of a greeting
   Code code = Code::DONE;
   unsigned short vlan = 0;
   bool isLast = false;  // of a reply: the daemon closes the connection behind it
 };
 
+std::string EncodeGreeting(unsigned short version = VERSION);
 /// Ends of lines in `words` become spaces, which separate words as well. At most MAX_TEXT bytes.
 std::string EncodeCommand(std::string words);
 /// The same for what an operator has begun; the word at its end, or the empty one, is to be completed.

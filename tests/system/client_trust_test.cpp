@@ -55,9 +55,9 @@ class Trust : public Client {
     const std::string become =
         user == "root" ? "" : "setpriv;--reuid;" + user + ";--regid;nogroup;--clear-groups;--;";
     DaemonProcess client(With(words), DaemonProcess::PIPES, become + m_client);
-    slow.Accept();
-    slow.Offer(wire::EncodeReply(wire::Code::DONE, 10) + wire::EncodeOutput("heard\n") +
-               wire::EncodeReply(wire::Code::DONE, 10));
+    slow.AcceptUngreeted();
+    slow.Offer(wire::EncodeGreeting() + wire::EncodeReply(wire::Code::DONE, 10) +
+               wire::EncodeOutput("heard\n") + wire::EncodeReply(wire::Code::DONE, 10));
     const int status = client.Wait();
     m_heard = slow.Read(1000);
     return {status, client.Output(), client.Errors()};

@@ -50,6 +50,12 @@ SlowDaemon::~SlowDaemon() {
 }
 
 void SlowDaemon::Accept() {
+  AcceptUngreeted();
+  EXPECT_EQ(Read(wire::EncodeGreeting().size()), wire::EncodeGreeting());
+  Send(wire::EncodeGreeting());
+}
+
+void SlowDaemon::AcceptUngreeted() {
   m_client = accept(m_listener, nullptr, nullptr);
   LimitReceiving(m_client);
 }
@@ -87,10 +93,14 @@ std::string SlowDaemon::Read(std::size_t size) {
   return bytes;
 }
 
-RawClient::RawClient(const std::string& path) : m_fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
+RawClient::RawClient(const std::string& path, const std::string& greeting)
+    : m_fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
   const sockaddr_un address = AddressOf(path);
   EXPECT_EQ(connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   LimitReceiving(m_fd);
+  // A daemon that is full hangs up without a look at it.
+  const ssize_t count = send(m_fd, greeting.data(), greeting.size(), MSG_NOSIGNAL);
+  EXPECT_TRUE(count == static_cast<ssize_t>(greeting.size()) || errno == EPIPE);
 }
 
 RawClient::~RawClient() { close(m_fd); }
@@ -104,7 +114,7 @@ std::pair<std::string, std::optional<wire::Message>> RawClient::Read() {
       if (message->kind == wire::Message::REPLY) {
         return {text, message};
       }
-      text += message->text;
+      text += message->kind == wire::Message::OUTPUT ? message->text : "";
     }
     char bytes[65536];
     const ssize_t count = recv(m_fd, bytes, sizeof bytes, 0);

@@ -25,7 +25,10 @@ class SlowDaemon {
   SlowDaemon& operator=(const SlowDaemon&) = delete;
   ~SlowDaemon();
 
+  /// Lets a client in, and exchanges greetings with it.
   void Accept();
+  /// Lets a client in, and says nothing.
+  void AcceptUngreeted();
   /// Lets nobody else connect, as nobody is accepted.
   void FillQueue();
   void Send(const std::string& bytes);
@@ -44,7 +47,8 @@ class SlowDaemon {
 /// A client that sends what it is told to. What it waits for comes within half a minute, or not at all.
 class RawClient {
  public:
-  explicit RawClient(const std::string& path);
+  /// Begins with a greeting.
+  explicit RawClient(const std::string& path, const std::string& greeting = wire::EncodeGreeting());
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;
   ~RawClient();

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <uv.h>
@@ -23,15 +24,23 @@
 namespace {
 
 using console::ConsoleServer;
+using wire::Code;
+
+constexpr uid_t ROOT = 0;
+constexpr uid_t NOBODY = 65534;
 
 // Somebody at the socket, who never waits.
 class Peer {
  public:
-  explicit Peer(const std::string& path) : m_fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
+  // As another user only where the test is run by root.
+  Peer(const std::string& path, uid_t user) : m_fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    const bool isRoot = geteuid() == ROOT;
+    EXPECT_EQ(isRoot ? seteuid(user) : 0, 0);
     EXPECT_EQ(connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(isRoot ? seteuid(ROOT) : 0, 0);
     fcntl(m_fd, F_SETFL, O_NONBLOCK);
   }
   Peer(const Peer&) = delete;
@@ -58,13 +67,15 @@ class Peer {
         reply = *message;
         return true;
       }
-      text += message->text;
+      isGreeted |= message->kind == wire::Message::GREETING;
+      text += message->kind == wire::Message::OUTPUT ? message->text : "";
     }
     return false;
   }
 
   std::string text;  // before the reply
   std::optional<wire::Message> reply;
+  bool isGreeted = false;
   bool hasEnded = false;
 
  private:
@@ -74,9 +85,14 @@ class Peer {
 
 class Server : public test_support::DeviceFixture {
  protected:
-  Server() { Start(10); }
+  Server() {
+    chmod(place.Path().c_str(), 0755);
+    Start(10);
+    Reload(R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10}}})", "vlans.json");
+    EXPECT_TRUE(Settle());
+  }
 
-  void Serve() {
+  void Serve(ConsoleServer::Limits limits = {}) {
     const ConsoleServer::Context context{
         dispatcher,
         [this] {
@@ -85,7 +101,8 @@ class Server : public test_support::DeviceFixture {
               loop::Activity{[] { return 0; }, [] { return false; }, [] { return 0; }});
         },
         [] { return static_cast<unsigned short>(10); }};
-    server.emplace(turns.Get(), path, context);
+    server.emplace(turns.Get(), path, context, limits);
+    chmod(path.c_str(), 0666);
     server->Start();
   }
 
@@ -100,10 +117,14 @@ class Server : public test_support::DeviceFixture {
     }
   }
 
-  std::unique_ptr<Peer> Connect() { return std::make_unique<Peer>(path); }
+  std::unique_ptr<Peer> Connect(uid_t user = NOBODY) {
+    auto peer = std::make_unique<Peer>(path, user);
+    peer->Send(wire::EncodeGreeting());
+    return peer;
+  }
   // One that is ready for a command, unless it has been refused.
-  std::unique_ptr<Peer> Open() {
-    auto peer = Connect();
+  std::unique_ptr<Peer> Open(uid_t user = NOBODY) {
+    auto peer = Connect(user);
     Await(*peer);
     EXPECT_TRUE(peer->reply);
     return peer;
@@ -111,6 +132,12 @@ class Server : public test_support::DeviceFixture {
   static void ExpectReady(const Peer& peer) {
     ASSERT_TRUE(peer.reply);
     EXPECT_FALSE(peer.reply->isLast) << peer.text;
+  }
+  static void ExpectRefused(const Peer& peer, const std::string& words) {
+    ASSERT_TRUE(peer.reply);
+    EXPECT_TRUE(peer.reply->isLast);
+    EXPECT_EQ(peer.reply->code, Code::REFUSED);
+    EXPECT_EQ(peer.text, words);
   }
 
   test_support::ScratchFolder place;
@@ -121,6 +148,15 @@ class Server : public test_support::DeviceFixture {
   console::Dispatcher dispatcher{[](const program::Report&) {}, lab};
   std::optional<ConsoleServer> server;
 };
+
+TEST_F(Server, GreetsAClientThatInterruptsItAtOnce) {
+  Serve();
+  Peer peer(path, NOBODY);
+  peer.Send(wire::EncodeGreeting() + wire::EncodeInterrupt());
+  Await(peer);
+  EXPECT_TRUE(peer.isGreeted);
+  ExpectReady(peer);
+}
 
 TEST_F(Server, LeavesInTheSocketWhatIsSentFarAhead) {
   Serve();
@@ -140,6 +176,24 @@ TEST_F(Server, LeavesInTheSocketWhatIsSentFarAhead) {
   }
   EXPECT_LT(sent, 1024u * 1024) << "the daemon holds what a client sends ahead without a limit";
   EXPECT_GT(sent, 16u * 1024);
+}
+
+TEST_F(Server, WaitsForAGreetingForAWhileOnly) {
+  ConsoleServer::Limits limits;
+  limits.greetingMilliseconds = 20;
+  Serve(limits);
+  const auto greets = Open();
+  Peer silent(path, NOBODY);
+  Await(silent);
+  ExpectRefused(
+      silent,
+      "The client does not say which version of the console protocol it speaks; the daemon "
+      "knows version 1\n");
+  Await(silent);
+  EXPECT_TRUE(silent.hasEnded);
+  greets->Send("C help\n");
+  Await(*greets);
+  ExpectReady(*greets);
 }
 
 // Takes all descriptors that the process may still have.

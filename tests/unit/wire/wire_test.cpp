@@ -29,6 +29,7 @@ std::string Shown(const std::string& bytes) {
 }
 
 TEST(Wire, IsLinesThatAPersonCanRead) {
+  EXPECT_EQ(wire::EncodeGreeting(), "V 1\n");
   EXPECT_EQ(wire::EncodeCommand("vrf 20"), "C vrf 20\n");
   EXPECT_EQ(wire::EncodeCompletion("ip pro"), "W ip pro\n");
   EXPECT_EQ(wire::EncodeInterrupt(), "I\n");
@@ -43,6 +44,12 @@ TEST(Wire, KeepsACommandInItsLine) {
 }
 
 TEST(Wire, ReadsWhatItWrites) {
+  for (const unsigned short version : {0, 1, 2, 65535}) {
+    const auto greeting = Decode(wire::EncodeGreeting(version));
+    ASSERT_TRUE(greeting);
+    EXPECT_EQ(greeting->kind, Message::GREETING);
+    EXPECT_EQ(greeting->version, version);
+  }
   const auto command = Decode(wire::EncodeCommand("ip bgp"));
   ASSERT_TRUE(command);
   EXPECT_EQ(command->kind, Message::COMMAND);
@@ -91,8 +98,10 @@ TEST(Wire, PutsMessagesTogetherFromPieces) {
 }
 
 TEST(Wire, TakesNothingBehindWhatIsNoMessage) {
-  for (const char* line : {"", "C", "Cx", "X a", "i", "I ", "R", "R 0", "R 0 ", "R  1", "R 5 1",
-                           "R -1 1", "R 0 65536", "R 0 1 ", "R 0x 1", "Q 0", "R 999999999999 1"}) {
+  for (const char* line :
+       {"",     "C",    "Cx",    "X a",    "i",         "I ",      "R",      "R 0",
+        "R 0 ", "R  1", "R 5 1", "R -1 1", "R 0 65536", "R 0 1 ",  "R 0x 1", "Q 0",
+        "V",    "V ",   "V x",   "V 1 ",   "V -1",      "V 65536", "V 1 2",  "R 999999999999 1"}) {
     Decoder decoder;
     const std::string bytes = std::string(line) + "\nC help\n";
     decoder.Feed(bytes.data(), bytes.size());
