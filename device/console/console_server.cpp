@@ -10,8 +10,10 @@
 #include <unistd.h>
 #include <uv.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -55,6 +57,12 @@ int Bind(int fd, const sockaddr_un& address) {
       bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
   umask(mask);
   return problem;
+}
+
+bool IsRoot(int fd) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == 0;
 }
 
 std::string FolderOf(const std::string& path) {
@@ -145,12 +153,8 @@ void ConsoleServer::Accept() {
 }
 
 void ConsoleServer::Welcome(int fd) {
-  if (m_clients.size() >= MAX_SESSIONS) {
-    const program::OwnedDescriptor refused(fd);
-    OutputQueue queue;
-    queue.Add("There are " + std::to_string(MAX_SESSIONS) + " sessions already\n");
-    queue.AddReply(wire::EncodeReply(wire::Code::REFUSED, m_context.defaultVlan(), true));
-    queue.Send(fd);
+  if (!HasPlaceFor(fd) && !EndSilentSession()) {
+    Refuse(fd);
     return;
   }
   m_clients.emplace_back();
@@ -163,6 +167,39 @@ void ConsoleServer::Welcome(int fd) {
                                                      m_sweep.Post([this] { Sweep(); });
                                                    });
   client.session->Start();
+}
+
+// Those that have gone are still in the list for a turn.
+bool ConsoleServer::HasPlaceFor(int fd) const {
+  const auto count = static_cast<std::size_t>(std::count_if(
+      m_clients.begin(), m_clients.end(), [](const Client& client) { return !client.isGone; }));
+  return count < m_limits.sessions || (count == m_limits.sessions && IsRoot(fd));
+}
+
+bool ConsoleServer::EndSilentSession() {
+  std::optional<std::uint64_t> longest;
+  SocketSession* session = nullptr;
+  for (const Client& client : m_clients) {
+    const auto silence = client.isGone ? std::nullopt : client.session->GetSilence();
+    if (silence >= m_limits.silentMilliseconds && silence > longest) {
+      longest = silence;
+      session = client.session.get();
+    }
+  }
+  if (!session) {
+    return false;
+  }
+  session->End("This session was silent for " + std::to_string(m_limits.silentMilliseconds / 1000) +
+               " s, and another client needs its place");
+  return true;
+}
+
+void ConsoleServer::Refuse(int fd) const {
+  const program::OwnedDescriptor refused(fd);
+  OutputQueue queue;
+  queue.Add("There are " + std::to_string(m_limits.sessions) + " sessions already\n");
+  queue.AddReply(wire::EncodeReply(wire::Code::REFUSED, m_context.defaultVlan(), true));
+  queue.Send(fd);
 }
 
 void ConsoleServer::Sweep() {

@@ -15,7 +15,9 @@
 
 namespace console {
 
-/// Any number of sessions at once up to a limit, each with its own VLAN and its own output.
+/// Several sessions at once up to a limit, each with its own VLAN and its own output. When all places
+/// are taken, root still gets one more, to find out who has them. Any other client gets the place of
+/// the session that has been silent longest, if that is long enough, and is refused otherwise.
 class ConsoleServer {
  public:
   struct Context {
@@ -25,9 +27,9 @@ class ConsoleServer {
     std::function<unsigned short()> defaultVlan;
   };
 
-  static constexpr std::size_t MAX_SESSIONS = 64;
-
   struct Limits {
+    std::size_t sessions = 64;                 // without the one that is kept for root
+    std::uint64_t silentMilliseconds = 60000;  // from when a session may lose its place
     std::uint64_t greetingMilliseconds =
         5000;  // for which a client may say nothing at the beginning
   };
@@ -56,6 +58,9 @@ class ConsoleServer {
   void Serve();
   void Accept();
   void Welcome(int fd);
+  bool HasPlaceFor(int fd) const;
+  bool EndSilentSession();
+  void Refuse(int fd) const;
   void Sweep();
 
   uv_loop_s* m_loop;

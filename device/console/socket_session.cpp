@@ -51,7 +51,18 @@ void SocketSession::Start() {
     Refuse(DescribeMissingVersion());
     GoOn();
   });
+  m_lastSign = uv_now(GetLoop());
   Watch();
+}
+
+std::optional<std::uint64_t> SocketSession::GetSilence() const {
+  return IsIdle() ? std::optional<std::uint64_t>(uv_now(GetLoop()) - m_lastSign) : std::nullopt;
+}
+
+void SocketSession::End(const std::string& why) {
+  Refuse(why);
+  m_queue.Send(m_socket.Get());
+  HangUp();
 }
 
 void SocketSession::Ready() {
@@ -111,6 +122,7 @@ void SocketSession::GoOn() {
   if (m_isGone) {
     return;
   }
+  m_lastSign = uv_now(GetLoop());
   if (!m_queue.Send(m_socket.Get()) || (m_isLast && m_queue.IsEmpty())) {
     HangUp();
     return;

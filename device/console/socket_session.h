@@ -24,6 +24,11 @@ class SocketSession : public Session {
   SocketSession(const SessionContext& context, unsigned short vlan, int fd,
                 std::uint64_t greetingMilliseconds, std::function<void()> gone);
   void Start() override;
+  /// For how many milliseconds nothing has come, while no command was running and nothing waited to be
+  /// sent; nothing while one is, or something does.
+  std::optional<std::uint64_t> GetSilence() const;
+  /// Says why and hangs up at once, whether or not the client reads it.
+  void End(const std::string& why);
 
  protected:
   void Write(const std::string& text) override;
@@ -57,6 +62,8 @@ class SocketSession : public Session {
   OutputQueue m_queue;
   std::string m_lastReply;
   int m_watched = 0;
+  std::uint64_t m_lastSign =
+      0;  // when something came, went out or was over; the loop's milliseconds
   bool m_isGreeted = false;
   bool m_isRunning = false;
   bool m_isLast = false;  // the last reply has been given: hang up when it has gone out

@@ -252,7 +252,8 @@ TEST_F(Client, MaySendCommandsAhead) {
 TEST_F(Client, FindsOnlySoManySessions) {
   StartDaemon();
   std::vector<std::unique_ptr<RawClient>> clients;
-  for (int i = 0; i < 64; ++i) {
+  const int places = 64 + (geteuid() == 0 ? 1 : 0);  // one more is kept for root
+  for (int i = 0; i < places; ++i) {
     clients.push_back(std::make_unique<RawClient>(path));
     ASSERT_TRUE(clients.back()->ReadReply());
   }

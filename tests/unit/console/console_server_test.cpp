@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <iostream>
 #include <optional>
 #include <vector>
 
@@ -28,6 +29,7 @@ using wire::Code;
 
 constexpr uid_t ROOT = 0;
 constexpr uid_t NOBODY = 65534;
+constexpr std::uint64_t NEVER = 1000 * 1000 * 1000;
 
 // Somebody at the socket, who never waits.
 class Peer {
@@ -107,6 +109,13 @@ class Server : public test_support::DeviceFixture {
   }
 
   void Turn() { uv_run(turns.Get(), UV_RUN_NOWAIT); }
+  void TurnFor(std::uint64_t milliseconds) {
+    const std::uint64_t end = uv_hrtime() + milliseconds * 1000000;
+    while (uv_hrtime() < end) {
+      Turn();
+      usleep(1000);
+    }
+  }
   // Turns until the reply comes, or the peer is hung up on.
   void Await(Peer& peer) {
     peer.text.clear();
@@ -122,6 +131,20 @@ class Server : public test_support::DeviceFixture {
     peer->Send(wire::EncodeGreeting());
     return peer;
   }
+  static ConsoleServer::Limits Limits(std::size_t sessions, std::uint64_t silentMilliseconds) {
+    ConsoleServer::Limits limits;
+    limits.sessions = sessions;
+    limits.silentMilliseconds = silentMilliseconds;
+    return limits;
+  }
+  // Only root can play two users.
+  static bool IsRoot(const char* what) {
+    if (geteuid() != ROOT) {
+      std::cout << "This did not run, since the tests are not run by root: " << what << '\n';
+    }
+    return geteuid() == ROOT;
+  }
+
   // One that is ready for a command, unless it has been refused.
   std::unique_ptr<Peer> Open(uid_t user = NOBODY) {
     auto peer = Connect(user);
@@ -194,6 +217,105 @@ TEST_F(Server, WaitsForAGreetingForAWhileOnly) {
   greets->Send("C help\n");
   Await(*greets);
   ExpectReady(*greets);
+}
+
+TEST_F(Server, HasSixtyFourPlacesAndAMinuteOfSilence) {
+  EXPECT_EQ(ConsoleServer::Limits().sessions, 64u);
+  EXPECT_EQ(ConsoleServer::Limits().silentMilliseconds, 60000u);
+}
+
+TEST_F(Server, KeepsOneSessionForRoot) {
+  Serve(Limits(2, NEVER));
+  const auto first = Open();
+  auto second = Open();
+  ExpectRefused(*Open(), "There are 2 sessions already\n");
+  if (!IsRoot("one more session is kept for root")) {
+    return;
+  }
+  const auto root = Open(ROOT);
+  ExpectReady(*root);
+  ExpectRefused(*Open(ROOT), "There are 2 sessions already\n");
+  ExpectRefused(*Open(), "There are 2 sessions already\n");
+  second.reset();
+  TurnFor(20);
+  ExpectRefused(*Open(), "There are 2 sessions already\n");
+  ExpectReady(*Open(ROOT));
+}
+
+TEST_F(Server, KeepsOneSessionForRootWhenRootHasAllOthers) {
+  if (!IsRoot("one more session is kept for root")) {
+    return;
+  }
+  Serve(Limits(2, NEVER));
+  const auto first = Open(ROOT);
+  const auto second = Open(ROOT);
+  ExpectRefused(*Open(), "There are 2 sessions already\n");
+  const auto third = Open(ROOT);
+  ExpectReady(*third);
+  ExpectRefused(*Open(ROOT), "There are 2 sessions already\n");
+}
+
+TEST_F(Server, GivesThePlaceOfTheLongestSilentToAnother) {
+  Serve(Limits(2, 0));
+  const auto first = Open();
+  TurnFor(5);
+  const auto second = Open();
+  TurnFor(5);
+  first->Send("C help\n");
+  Await(*first);  // so the second is the longer silent now
+  const auto third = Open();
+  ExpectReady(*third);
+  Await(*second);
+  ExpectRefused(*second, "This session was silent for 0 s, and another client needs its place\n");
+  Await(*second);
+  EXPECT_TRUE(second->hasEnded);
+  for (const auto* served : {&first, &third}) {
+    (*served)->Send("C help\n");
+    Await(**served);
+    ExpectReady(**served);
+  }
+}
+
+TEST_F(Server, CountsSilenceFromTheLastSign) {
+  Serve(Limits(1, 100));
+  const auto first = Open();
+  TurnFor(60);
+  first->Send("C help\n");
+  Await(*first);
+  const std::uint64_t sign = uv_hrtime();
+  TurnFor(60);
+  const auto early = Open();
+  if (uv_hrtime() - sign < 100 * 1000000ull) {  // the machine was not busy with something else
+    ExpectRefused(*early, "There are 1 sessions already\n");
+  }
+  TurnFor(110);
+  ExpectReady(*Open());
+}
+
+TEST_F(Server, TakesNoPlaceFromARunningCommand) {
+  Serve(Limits(2, 0));
+  const auto running = Open();
+  running->Send("C rtm rib\n");
+  TurnFor(10);
+  const auto idle = Open();
+  ExpectReady(*Open());  // it has the place of the idle one, and leaves
+  TurnFor(10);
+  const auto alsoRunning = Open();
+  alsoRunning->Send("C rtm rib\n");
+  TurnFor(10);
+  ExpectRefused(*Open(), "There are 2 sessions already\n");
+}
+
+TEST_F(Server, TakesNoPlaceFromOneThatReadsItsOutputSlowly) {
+  Serve(Limits(1, 0));
+  const auto slow = Open();
+  std::string commands;
+  for (int i = 0; i < 2000; ++i) {
+    commands += "C help\n";
+  }
+  slow->Send(commands);
+  TurnFor(100);  // until the socket takes no more of what they print
+  ExpectRefused(*Open(), "There are 1 sessions already\n");
 }
 
 // Takes all descriptors that the process may still have.
