@@ -35,6 +35,7 @@ void OutputQueue::AddReply(const std::string& line) {
 void OutputQueue::Drop() {
   const std::size_t end = m_isMidLine ? m_bytes.find('\n', m_sent) + 1 : m_sent;
   m_bytes.erase(end);
+  m_isCut = false;
 }
 
 bool OutputQueue::Send(int socket) {

@@ -15,9 +15,12 @@ class OutputQueue {
 
   /// Takes output of a command. False: it has been cut, now or before.
   bool Add(const std::string& text);
+  /// Whether output of the running command has been cut, and the reader is told so.
+  bool IsCut() const { return m_isCut; }
   /// Takes the reply, for which there is always room, and ends the cut.
   void AddReply(const std::string& line);
-  /// Drops what has not been sent; a line that the reader has the beginning of is kept.
+  /// Drops what has not been sent; a line that the reader has the beginning of is kept. Nothing counts
+  /// as cut then.
   void Drop();
 
   /// Hands over to the socket what it takes without waiting. False: there is no reader any more.

@@ -66,7 +66,7 @@ void SocketSession::End(const std::string& why) {
 }
 
 void SocketSession::Ready() {
-  const wire::Code code = GetCode();
+  const wire::Code code = m_queue.IsCut() ? wire::Code::REFUSED : GetCode();
   if (code == wire::Code::TIMED_OUT) {
     m_queue.Add("The command stands; its requests are still under way\n");
   }

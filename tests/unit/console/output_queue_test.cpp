@@ -72,7 +72,9 @@ TEST_F(OutputQueue, CutsWhatIsMoreThanEightMegabytes) {
     ASSERT_TRUE(queue.Add(line)) << i;
   }
   EXPECT_EQ(queue.CountWaiting(), 8u * 1024 * 1024);
+  EXPECT_FALSE(queue.IsCut());
   EXPECT_FALSE(queue.Add("a"));
+  EXPECT_TRUE(queue.IsCut());
   const std::size_t cut = queue.CountWaiting();
   EXPECT_FALSE(queue.Add("b"));
   EXPECT_EQ(queue.CountWaiting(), cut) << "what follows the cut is dropped";
@@ -81,7 +83,18 @@ TEST_F(OutputQueue, CutsWhatIsMoreThanEightMegabytes) {
   EXPECT_THAT(all.substr(8u * 1024 * 1024),
               "O \nO Output was cut here: more than 8 MB were waiting for their reader\n"
               "R 0 10\n");
+  EXPECT_FALSE(queue.IsCut());
   EXPECT_TRUE(queue.Add("the next command's\n"));
+}
+
+TEST_F(OutputQueue, HasCutNothingOfWhatIsDropped) {
+  for (int i = 0; i <= 8 * 1024; ++i) {
+    queue.Add(line);
+  }
+  EXPECT_TRUE(queue.IsCut());
+  queue.Drop();
+  EXPECT_FALSE(queue.IsCut());
+  EXPECT_TRUE(queue.IsEmpty());
 }
 
 TEST_F(OutputQueue, DropsNothingOfALineThatHasBegun) {
