@@ -1,6 +1,7 @@
-// What the library itself costs, on a stack that does nothing (tests/support/prepared_stack.h): static
-// routes from AddRoute to answered and removed, the memory they take meanwhile, the memory of a VLAN,
-// and a RIB walk that skips every row. Parsing the same routes is the yardstick of the run.
+// What the library itself costs, on a stack that does nothing (tests/support/prepared_stack.h):
+// static routes from AddRoute to answered and removed, the memory they take meanwhile, the memory
+// of a VLAN, and a RIB walk that skips every row. Parsing the same routes is the yardstick of the
+// run.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -85,8 +86,8 @@ void RoutesParsed(benchmark::State& state) {
   CountPer(state, "per_route", state.range(0));
 }
 
-// The bytes of a New item with its place in the scheduler, and of one that the stack has not answered
-// yet, its row in the serializer included.
+// The bytes of a New item with its place in the scheduler, and of one that the stack has not
+// answered yet, its row in the serializer included.
 void RouteMemory(benchmark::State& state) {
   Start();
   std::vector<RouteAnswer> answers = prepared_stack::RouteAnswers(VLAN, Count(state));

@@ -10,11 +10,11 @@
 
 namespace fuzz {
 
-/// False when `text` is no strict JSON.
+/// False if `text` is not strict JSON.
 bool ReadJson(const std::string& text, Json::Value& document);
 
-/// A document of at most a few VLANs with members of all kinds, mostly where they belong, with values
-/// that are mostly of the right type.
+/// A document of at most a few VLANs with members of all kinds, mostly where they belong, with
+/// values that are mostly of the right type.
 Json::Value MakeDocument(Bytes& bytes);
 /// Any value, at most `depth` deep.
 Json::Value MakeValue(Bytes& bytes, unsigned int depth);

@@ -1,7 +1,7 @@
 // Console words through every command tree, with the lab's words between them.
 //
 // The input is a sequence of lines, carried out on a device with two VLANs, interfaces and routes;
-// time goes by between lines where a line is empty. Words behind "ips" and "peers" go to the two
+// time goes by between lines where a line is empty. Words after "ips" and "peers" go to the two
 // handlers that no tree names. Each command must end, and its console must be deleted exactly once;
 // the same lines give the same output. The device is built up and taken down by each run: that makes
 // an input slow and its result its own.

@@ -1,7 +1,7 @@
 // Documents through Reload, as text: what gets past a JSON parser.
 //
 // The input holds steps, separated by the byte 0x1E: a byte that says what is done (reloads.h) and
-// the document's text. A text that is no JSON ends the input, as the host would not hand it on.
+// the document's text. A text that is not JSON ends the input, as the host would not hand it on.
 #include "fuzz/support/bytes.h"
 #include "fuzz/support/documents.h"
 #include "fuzz/support/reloads.h"

@@ -201,7 +201,7 @@ TEST_F(SynchronousRedistribution, WithdrawalReplacesTheStuckRule) {
   EXPECT_EQ(Item(), "RowStatus(6) AdminStatus(2) ActionState(Issued) ReasonCode(0)");
 }
 
-// A Issued item does not keep its bucket from being walked: a rule behind it is dropped as usual.
+// An Issued item does not stop the walk over its bucket: a rule after it is dropped as usual.
 TEST_F(SynchronousRedistribution, RuleIntoARouterThatIsNotReadyIsDropped) {
   Change(false, true);
   Next();

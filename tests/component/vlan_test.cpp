@@ -207,7 +207,7 @@ TEST_F(PendingRoutes, OneThatIsRefusedInFlightWaitsForTheVlansReturn) {
   ASSERT_EQ(Control().Rib().size(), 1U);
 }
 
-// The removal waits behind the addition in the row's queue when the VLAN goes.
+// The removal waits after the addition in the row's queue when the VLAN is deleted.
 TEST_F(PendingRoutes, CompletionIssuesWhatIsQueuedForTheRowAllTheSame) {
   AddRoute();
   Meanwhile(100);

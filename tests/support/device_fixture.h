@@ -55,8 +55,8 @@ class Device {
   /// but has not run yet.
   void Start(unsigned short defaultVlan = 1);
 
-  /// Applies a document given as JSON text and reports the manager's answer. A text that is not
-  /// JSON ends the process: it is a mistake of the test.
+  /// Applies a document given as JSON text and returns the manager's answer. Throws
+  /// std::invalid_argument if the text is not JSON, which is a mistake of the test.
   bool Reload(const std::string& json, const std::string& fileName,
               Tarsel::DclConfigObject::OptionType type = Tarsel::DclConfigObject::VLAN_OPTIONS);
 

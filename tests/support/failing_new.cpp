@@ -41,7 +41,8 @@ bool Refuses(void* caller) {
 
 }  // namespace
 
-// Everything else is left to the ordinary form, so that memory checkers see pairs of new and delete.
+// Everything else is left to the ordinary form, so that memory checkers see pairs of new and
+// delete.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   if (Refuses(__builtin_return_address(0))) {
     return nullptr;

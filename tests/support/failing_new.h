@@ -7,9 +7,9 @@
 
 namespace test_support {
 
-/// While it lives, allocations by `new (std::nothrow)` yield null: the n-th of those that come after
-/// its construction, 1 being the first, and with FROM_THEN_ON all that follow it; 0 refuses none. It
-/// works on every library of the process, in tests that link `failing_new`. One at a time.
+/// While it lives, allocations by `new (std::nothrow)` yield null: the n-th of those that come
+/// after its construction, 1 being the first, and with FROM_THEN_ON all that follow it; 0 refuses
+/// none. It works on every library of the process, in tests that link `failing_new`. One at a time.
 class FailingNew {
  public:
   enum Extent { ONCE, FROM_THEN_ON };

@@ -20,8 +20,8 @@ inline bool ReadJson(const Json::CharReaderBuilder& builder, const std::string& 
   return reader->parse(text.data(), text.data() + text.size(), &value, &problem);
 }
 
-/// The value of a text that must be right: throws std::invalid_argument, which begins with `name`, if
-/// it is not JSON.
+/// The value of a text that must be right: throws std::invalid_argument, which begins with `name`,
+/// if it is not JSON.
 inline Json::Value ParsedJson(const std::string& text, const std::string& name = "JSON text") {
   Json::Value value;
   std::string problem;

@@ -1,5 +1,5 @@
-// A routing stack that does nothing, to measure the library alone: the identifier builders are real,
-// requests are counted and dropped, and what comes back is played by the caller.
+// A routing stack that does nothing, to measure the library alone: the identifier builders are
+// real, requests are counted and dropped, and what comes back is played by the caller.
 //
 // Linked instead of the software stack (prepared_system), never beside it.
 #ifndef TESTS_SUPPORT_PREPARED_STACK_H
@@ -15,8 +15,8 @@ namespace prepared_stack {
 
 /// What the stack says to one route request, made before anything is measured.
 struct RouteAnswer {
-  /// The answer "done" to an IPv4 host route of `vlan`: 20.0.0.0 plus `number`, by way of 10.1.2.1 on
-  /// interface 3, of metric 5, as AddRoute asks for it.
+  /// The answer "done" to an IPv4 host route of `vlan`: 20.0.0.0 plus `number`, by way of 10.1.2.1
+  /// on interface 3, of metric 5, as AddRoute asks for it.
   RouteAnswer(unsigned short vlan, std::uint32_t number);
   /// Reports the outcome, then the end of the row's request.
   void Give();

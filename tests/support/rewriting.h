@@ -11,8 +11,8 @@
 
 namespace test_support {
 
-/// With VANTACORE_REWRITE=1 the file at `path` becomes `text`, to be reviewed, and the test fails: a run
-/// that compares nothing must not look like one that has passed. False without it.
+/// With VANTACORE_REWRITE=1 the file at `path` becomes `text`, to be reviewed, and the test fails:
+/// a run that compares nothing must not look like one that has passed. False without it.
 inline bool Rewrite(const std::filesystem::path& path, const std::string& text) {
   const char* const value = std::getenv("VANTACORE_REWRITE");
   if (value == nullptr || std::string(value) != "1") {

@@ -6,8 +6,8 @@
 
 namespace test_support {
 
-/// An empty folder that goes, with everything in it, when the object goes. A failure to make it or to
-/// write into it ends the process: no test can go on without.
+/// An empty folder that goes, with everything in it, when the object goes. A failure to make it or
+/// to write into it ends the process: no test can go on without.
 class ScratchFolder {
  public:
   ScratchFolder();

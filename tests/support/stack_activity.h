@@ -13,7 +13,8 @@
 
 namespace test_support {
 
-/// Three periods of the library's scheduler without a request, with the stack idle and `isBusy` false.
+/// Three periods of the library's scheduler without a request, with the stack idle and `isBusy`
+/// false.
 inline loop::Activity ActivityOf(const routing_stack::RoutingStack& stack,
                                  std::function<bool()> isBusy = {}) {
   return {[&stack] { return stack.GetFacts().CountRequests(); },

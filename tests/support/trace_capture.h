@@ -16,8 +16,8 @@ class TraceCapture {
   TraceCapture& operator=(const TraceCapture&) = delete;
   ~TraceCapture();
 
-  /// The messages in order, each with its level in front: "10:Creating VLAN 10\n"; a message without
-  /// a level begins with "-:".
+  /// The messages in order, each with its level in front: "10:Creating VLAN 10\n"; a message
+  /// without a level begins with "-:".
   const std::vector<std::string>& Lines() const { return m_lines; }
   /// The messages so far, which are then forgotten.
   std::vector<std::string> Take();

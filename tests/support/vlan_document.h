@@ -6,8 +6,8 @@
 
 namespace test_support {
 
-/// A VLAN document of about 850 bytes per VLAN (ids 1 to `vlans`), with at most one row in each list.
-/// `changed`, when not 0, is a VLAN whose administrative distances differ.
+/// A VLAN document of about 850 bytes per VLAN (ids 1 to `vlans`), with at most one row in each
+/// list. `changed`, when not 0, is a VLAN whose administrative distances differ.
 std::string VlanDocument(unsigned int vlans, unsigned int changed = 0);
 
 /// The same with one row in the list of each of a VLAN's seven routers.

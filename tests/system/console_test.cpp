@@ -43,7 +43,7 @@ class Console : public testing::Test {
   Result Run(const std::string& input, const Arguments& more = {}) const {
     return RunDaemon(With(more), input);
   }
-  // What the daemon answers a client at its socket.
+  // Runs one command at the daemon's socket.
   static Result Ask(const std::string& socket, Arguments words) {
     words.insert(words.begin(), {"--socket", socket, "--timeout", "3"});
     return RunDaemon(words, "", VANTACORECTL_COMMAND);
@@ -379,7 +379,7 @@ TEST_F(Terminal, TakesLinesThatComeAllAtOnce) {
   }
 }
 
-// The rest of such a key may never come, and the loop that would wait for it is the device's routing.
+// The rest of such a key may never come. A loop that waited for it would stop routing.
 TEST_F(Terminal, DoesNotStopTheDaemonWithAKeyThatIsHalfTyped) {
   for (const char* key : {"\x1b", "\x1b[", "\x12", "\x16", "\x18"}) {
     DaemonProcess other(With(), DaemonProcess::TERMINAL);
@@ -396,7 +396,7 @@ TEST_F(Terminal, IsGivenBackAsItWas) {
   const auto isRaw = [this] { return (daemon.Terminal().c_lflag & ICANON) == 0; };
   EXPECT_TRUE(isRaw());
   Type("lab stack hold");
-  daemon.Send("rtm rib\n");  // a stack that is held answers no walk
+  daemon.Send("rtm rib\n");  // a stack that is held does not answer a walk
   daemon.ReadUntil("working for 1 s");
   EXPECT_FALSE(isRaw());
   daemon.Send("\x03");
@@ -427,7 +427,7 @@ TEST_F(Terminal, LeavesAtTheEndOfInput) {
 
 TEST_F(Terminal, ShowsThatACommandIsStillWorkingAndStopsItOnInterrupt) {
   Type("lab stack hold");
-  daemon.Send("rtm rib\n");  // a stack that is held answers no walk
+  daemon.Send("rtm rib\n");  // a stack that is held does not answer a walk
   daemon.ReadUntil("working for 1 s; Ctrl-C stops the output");
   daemon.ReadUntil("working for 2 s");
   daemon.Send("\x03");
@@ -460,7 +460,7 @@ TEST_F(Terminal, TakesItsProgressAwayBeforeTheLogSpeaks) {
   EXPECT_EQ(daemon.Wait(), 0);
 }
 
-// As one does that has been stopped, by Ctrl-S say, in the middle of a table.
+// A terminal takes no output when the operator has stopped it with Ctrl-S.
 TEST_F(Terminal, DoesNotStopTheDaemonWhenItTakesNoOutput) {
   std::string routes;
   for (int i = 0; i < 5000; ++i) {

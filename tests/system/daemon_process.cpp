@@ -26,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds PATIENCE(30);
 
-// The command is a program, after an emulator when it is built for another machine.
+// The command is a program, or an emulator and the program if it is built for another machine.
 [[noreturn]] void Execute(std::string command, const Arguments& arguments) {
   Arguments words;
   for (std::size_t end; (end = command.find(';')) != std::string::npos;) {
@@ -133,8 +133,8 @@ void DaemonProcess::Send(const std::string& text) {
       << "the daemon takes no input";
 }
 
-// The kernel brings keys to the process's end a moment later. While the process stands still nobody
-// takes them there, so they are seen to come; then they are seen to go.
+// The kernel brings keys to the process's end a moment later. The test must see them there first,
+// so the process is stopped meanwhile. Once they are gone the process has read them.
 void DaemonProcess::SendAndAwaitReading(const std::string& keys) {
   const OtherEnd other(m_terminal);
   Stop();
@@ -159,7 +159,7 @@ void DaemonProcess::KillAndAwaitDelivery(int number) {
   Await("a signal's delivery", [&] { return !IsPending(m_pid, number); });
 }
 
-// Returns when the process stands still (or has ended, which is left to Wait()).
+// Returns when the process has stopped, or has ended, which is left to Wait().
 void DaemonProcess::Stop() {
   Kill(SIGSTOP);
   siginfo_t what{};
@@ -167,7 +167,7 @@ void DaemonProcess::Stop() {
         "waitid");
 }
 
-// A terminal that is being written to looks full too, so the process stands still when it is asked.
+// A terminal looks full during a write too, so the process is stopped while the test looks.
 void DaemonProcess::AwaitFullTerminal() {
   const OtherEnd other(m_terminal);
   Await("a full terminal", [&] {

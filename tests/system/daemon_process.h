@@ -12,8 +12,9 @@ namespace system_test {
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the daemon, or its client, with its standard streams in the test's hands. Whatever is waited
-/// for fails the test after half a minute. A process that still runs when this ends is killed.
+/// Runs the daemon, or its client, with its standard streams in the test's hands. Whatever is
+/// waited for fails the test after half a minute. A process that still runs when this ends is
+/// killed.
 class DaemonProcess {
  public:
   enum Streams {
@@ -40,10 +41,10 @@ class DaemonProcess {
   /// output up to the end of `text`.
   std::string ReadUntil(const std::string& text);
   std::string ReadErrorsUntil(const std::string& text);
-  /// Waits until the terminal, which nobody reads meanwhile, takes no more output.
+  /// Waits until the terminal takes no more output. The test reads nothing meanwhile.
   void AwaitFullTerminal();
-  /// Waits until a command that was typed is under way: the process has given its terminal back, and
-  /// sleeps. Whatever it does between the two does not sleep.
+  /// Waits until a command that was typed is under way: the process has given its terminal back and
+  /// sleeps. It does not sleep between the two.
   void AwaitCommandUnderWay();
   /// Waits for the end of the process: its exit status, or minus the signal that ended it.
   int Wait();

@@ -1,4 +1,4 @@
-// Signs that a process has got somewhere, for tests that would otherwise have to pause and hope.
+// Signs that a process has reached some point, for tests that would otherwise pause and hope.
 #ifndef TESTS_SYSTEM_SIGNS_H
 #define TESTS_SYSTEM_SIGNS_H
 
@@ -9,13 +9,14 @@
 
 namespace system_test {
 
-/// Looks again and again until `sign` is true. Fails the test and returns false when it still is not
-/// after half a minute; `what` is what was waited for.
+/// Asks for `sign` every two milliseconds until it is true. Fails the test, naming `what`, and
+/// returns false if that takes more than half a minute.
 bool Await(const std::string& what, const std::function<bool()>& sign);
 
-/// What the kernel tells of a process that has not been waited for.
+// What the kernel tells about a process; false or 0 if there is no such process.
+
 bool IsAsleep(pid_t process);
-/// Whether a signal that was sent has not reached the process yet.
+/// Whether a signal that was sent has not been delivered yet.
 bool IsPending(pid_t process, int number);
 bool HasOpen(pid_t process, const std::string& path);
 /// How often its main thread has gone to sleep.

@@ -15,8 +15,8 @@
 
 namespace system_test {
 
-/// A daemon with one client, which it keeps waiting until it is told to answer. What it waits for itself
-/// comes within half a minute, or not at all.
+/// A daemon with one client, which it keeps waiting until it is told to answer. It gives up waiting
+/// for the client after half a minute.
 class SlowDaemon {
  public:
   /// Listens as `user`, if the test is run by root.
@@ -44,7 +44,7 @@ class SlowDaemon {
   std::vector<int> m_waiting;
 };
 
-/// A client that sends what it is told to. What it waits for comes within half a minute, or not at all.
+/// A client that sends what it is told to. It gives up waiting for the daemon after half a minute.
 class RawClient {
  public:
   /// Begins with a greeting.

@@ -54,7 +54,7 @@ TEST_F(Client, FindsNoDaemonWhileAnotherTakesAPlaceInTheFolder) {
   const int busy = open(place.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   ASSERT_EQ(flock(busy, LOCK_EX), 0);
   BeginDaemon();
-  // While it has the folder open it sleeps after each attempt to lock it.
+  // The daemon opens the folder to lock it, and sleeps after each attempt that fails.
   unsigned long begin = 0;
   Await("the daemon in the folder", [&] {
     begin = system_test::CountSleeps(daemon->Id());
@@ -99,7 +99,7 @@ TEST_F(Client, WaitsForNoReloadThatAnotherHangUpAskedFor) {
   EXPECT_EQ(Run({"--timeout", "30", "vrf", "10"}).status, 0);
   daemon->Kill(SIGTERM);
   EXPECT_EQ(daemon->Wait(), 0);
-  int reloads = -1;  // the start is none
+  int reloads = -1;  // the start complains too and is not a reload
   for (std::size_t at = 0; (at = daemon->Errors().find("broken.json:1:", at)) != std::string::npos;
        ++at) {
     ++reloads;
