@@ -3,6 +3,7 @@
 #define DEVICE_APPLY_DOCUMENT_FEEDER_H
 
 #include "device/intent/document_plan.h"
+#include "device/intent/vlan_forecast.h"
 
 namespace apply {
 

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "device/intent/interface_plan.h"
+#include "device/intent/primary_interfaces.h"
 #include "host/dc_host_interfaces.h"
 
 namespace apply {
@@ -24,9 +25,9 @@ class Interfaces : public Tarsel::DcIpInterface {
   /// VLAN that the document speaks of, has a primary interface afterwards.
   void Apply(const documents::Device& wanted, const std::set<unsigned short>& vlans);
 
-  /// What happens to an interface by itself, between two documents: told to the library each time,
-  /// also when the interface is in that state already. The interface must be there. A later document is compared with what
-  /// these leave.
+  /// What happens to an interface by itself, between two documents. The library is told each time,
+  /// even if the interface is in that state already. The interface must be there. A later document is
+  /// compared with what these leave.
   void SetStatus(const documents::InterfaceKey& key, bool up);
   void SetJoined(const documents::InterfaceKey& key, bool joined);
   /// A second IPv4 address takes the first one's place here as in the library.

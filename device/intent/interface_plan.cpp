@@ -1,6 +1,8 @@
 #include "interface_plan.h"
 
-#include "device/documents/device_document.h"
+#include <optional>
+#include <set>
+#include <utility>
 
 namespace intent {
 
@@ -90,16 +92,6 @@ const Interface* Find(const documents::Interfaces& interfaces, const InterfaceKe
   return found != interfaces.end() && found->second.name == name ? &found->second : nullptr;
 }
 
-std::string FirstWithIp4(const documents::Interfaces& interfaces, unsigned short vlan) {
-  const auto end = interfaces.end();
-  for (auto i = interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {
-    if (i->second.ip4) {
-      return i->second.name;
-    }
-  }
-  return "lo";
-}
-
 }  // namespace
 
 bool InterfaceStep::IsForRouters() const {
@@ -125,16 +117,6 @@ InterfacePlan PlanNew(const InterfaceKey& key, const Interface& interface) {
   InterfacePlan plan;
   Steps(key, plan).Change(nullptr, interface);
   return plan;
-}
-
-Primaries ChoosePrimaries(const documents::Device& device, const std::set<unsigned short>& vlans) {
-  Primaries primaries = device.primaries;
-  for (const unsigned short vlan : vlans) {
-    if (primaries.count(vlan) == 0) {
-      primaries.emplace(vlan, FirstWithIp4(device.interfaces, vlan));
-    }
-  }
-  return primaries;
 }
 
 }  // namespace intent

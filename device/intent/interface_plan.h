@@ -3,8 +3,6 @@
 #define DEVICE_INTENT_INTERFACE_PLAN_H
 
 #include <cstdint>
-#include <map>
-#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -83,14 +81,6 @@ InterfacePlan PlanInterfaces(const documents::Interfaces& present,
 
 /// All there is to tell about an interface that nobody knows yet.
 InterfacePlan PlanNew(const documents::InterfaceKey& key, const documents::Interface& interface);
-
-/// Interface names by VLAN.
-using Primaries = std::map<unsigned short, std::string>;
-
-/// The primary interface of each of `vlans` and of each VLAN for which the device names one: that one,
-/// else the first with an IPv4 address, else "lo". The stack asks for a new VLAN's primary interface,
-/// and the library counts on there being one.
-Primaries ChoosePrimaries(const documents::Device& device, const std::set<unsigned short>& vlans);
 
 }  // namespace intent
 

@@ -2,24 +2,6 @@
 
 namespace intent {
 
-ResolvedRoutes ResolveRoutes(const documents::RouteSet& routes, const HasVlan& hasVlan,
-                             const FindInterface& find, std::vector<documents::RouteKey>& waiting) {
-  ResolvedRoutes resolved;
-  for (const auto& [key, value] : routes) {
-    if (!hasVlan(key.target.vlan)) {
-      continue;
-    }
-    const auto index = key.interface.empty() ? std::optional<std::uint32_t>(0)
-                                             : find(key.target.vlan, key.interface);
-    if (index) {
-      resolved.emplace(ResolvedRoute{key.target, *index}, value.metric);
-    } else {
-      waiting.push_back(key);
-    }
-  }
-  return resolved;
-}
-
 RoutePlan PlanRoutes(const ResolvedRoutes& present, const ResolvedRoutes& wanted) {
   RoutePlan plan;
   auto have = present.begin();

@@ -2,43 +2,12 @@
 #ifndef DEVICE_INTENT_ROUTE_PLAN_H
 #define DEVICE_INTENT_ROUTE_PLAN_H
 
-#include <cstdint>
-#include <functional>
-#include <map>
-#include <optional>
-#include <tuple>
 #include <utility>
 #include <vector>
 
-#include "device/documents/route.h"
+#include "route_resolution.h"
 
 namespace intent {
-
-/// A route as it is asked of the library.
-struct ResolvedRoute {
-  documents::RouteTarget target;
-  std::uint32_t ifIndex = 0;  // 0 for none
-
-  friend bool operator<(const ResolvedRoute& a, const ResolvedRoute& b) {
-    return std::tie(a.target, a.ifIndex) < std::tie(b.target, b.ifIndex);
-  }
-  friend bool operator==(const ResolvedRoute& a, const ResolvedRoute& b) {
-    return std::tie(a.target, a.ifIndex) == std::tie(b.target, b.ifIndex);
-  }
-};
-
-/// Routes with their metrics.
-using ResolvedRoutes = std::map<ResolvedRoute, unsigned int>;
-
-/// Answers which index an interface of a VLAN has.
-using FindInterface =
-    std::function<std::optional<std::uint32_t>(unsigned short vlan, const std::string& name)>;
-using HasVlan = std::function<bool(unsigned short vlan)>;
-
-/// The routes that can be asked for. Those of VLANs that do not exist are left out. Those whose
-/// interface does not exist are left out as well and named in `waiting`.
-ResolvedRoutes ResolveRoutes(const documents::RouteSet& routes, const HasVlan& hasVlan,
-                             const FindInterface& find, std::vector<documents::RouteKey>& waiting);
 
 struct RoutePlan {
   std::vector<ResolvedRoute> remove;

@@ -1,5 +1,6 @@
 // The two queues of the request pipeline, for the code that fills them. The router manager owns
-// both and is above their users, so it defines what is declared here.
+// both and is above their users, so src/manager/rooms_below.cpp defines
+// what is declared here.
 #ifndef VANTACORE_SRC_PIPELINE_QUEUES_H
 #define VANTACORE_SRC_PIPELINE_QUEUES_H
 

@@ -8,7 +8,7 @@ namespace Tarsel {
 
 /// Whether the VLAN's router for a destination (one of the stack's protocol codes) takes routes
 /// now: it exists, is enabled and is ready. The router manager knows the routers and is above this
-/// folder, so it defines this function.
+/// folder, so src/manager/rooms_below.cpp defines this function.
 bool IsDestinationReady(unsigned short vlan, std::int32_t destination, bool isIp6);
 
 }  // namespace Tarsel

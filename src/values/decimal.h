@@ -1,6 +1,6 @@
 // How the library reads decimal numbers from texts.
-#ifndef SRC_CONFIG_DECIMAL_H
-#define SRC_CONFIG_DECIMAL_H
+#ifndef SRC_VALUES_DECIMAL_H
+#define SRC_VALUES_DECIMAL_H
 
 #include <cstdint>
 

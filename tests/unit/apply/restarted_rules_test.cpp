@@ -44,7 +44,7 @@ class RestartedRules : public test_support::DeviceFixture {
 
   uv_loop_t m_loop;
   test_support::ScratchFolder m_files;
-  ReportedLines reported;
+  test_support::ReportedLines reported;
   documents::ConfigFolder m_folder{m_files.Path(), reported.report};
   apply::Interfaces m_interfaces;
   std::optional<loop::SettledWait> m_answers;

@@ -19,7 +19,7 @@ class PlainSession : public console::Session {
   explicit PlainSession(const console::SessionContext& context) : Session(context, 10) {}
   void Start() override {}
   using Session::Execute;
-  using Session::WasRefused;
+  using Session::GetResult;
 
   std::string output;
   int readies = 0;
@@ -62,7 +62,7 @@ TEST_F(Session, RefusesACommandThatThrowsAndGoesOn) {
   reload = [] { throw std::runtime_error("no such thing"); };
   session->Execute("reload");
   EXPECT_EQ(session->output, "no such thing\n");
-  EXPECT_TRUE(session->WasRefused());
+  EXPECT_EQ(session->GetResult(), console::Result::REFUSED);
   Turn();
   EXPECT_EQ(session->readies, 1);
   session->Execute("vrf 77");

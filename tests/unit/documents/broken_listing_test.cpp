@@ -55,7 +55,7 @@ TEST(BrokenListing, LeavesTheRemotesOfTheLastReading) {
   files.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 10}}})");
   files.Write("remote/a.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 11}}})");
   files.Write("remote/b.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 12}}})");
-  ReportedLines reported;
+  test_support::ReportedLines reported;
   const documents::ConfigFolder reader(files.Path(), reported.report);
   const documents::Folder before = reader.Read({});
   // The third is not among those of the last reading, and one of the three comes before the error.

@@ -13,7 +13,6 @@ using test_support::ParsedJson;
 using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Pair;
 
 std::string Text(bool up) { return up ? "up" : "down"; }
 std::string Text(const documents::Ip4Network& network) {
@@ -134,17 +133,6 @@ TEST_F(InterfacePlan, TellsApartWhatIsForTheRouters) {
     }
   }
   EXPECT_THAT(routers, ElementsAre("tell up", "tell 10.1.0.1", "tell joined"));
-}
-
-TEST_F(InterfacePlan, ChoosesPrimaries) {
-  documents::Device device = Device(R"({"name": "a", "vlan": 10, "index": 3},
-    {"name": "b", "vlan": 10, "index": 4, "ipv4": "10.1.0.1/16"},
-    {"name": "c", "vlan": 10, "index": 5, "ipv4": "10.2.0.1/16"},
-    {"name": "d", "vlan": 20, "index": 6}, {"name": "e", "vlan": 30, "index": 7})");
-  device.primaries[30] = "e";
-  device.primaries[40] = "named";
-  EXPECT_THAT(intent::ChoosePrimaries(device, {10, 20, 30}),
-              ElementsAre(Pair(10, "b"), Pair(20, "lo"), Pair(30, "e"), Pair(40, "named")));
 }
 
 }  // namespace

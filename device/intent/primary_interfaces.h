@@ -1,0 +1,23 @@
+// Which interface is the primary one of each VLAN.
+#ifndef DEVICE_INTENT_PRIMARY_INTERFACES_H
+#define DEVICE_INTENT_PRIMARY_INTERFACES_H
+
+#include <map>
+#include <set>
+#include <string>
+
+#include "device/documents/device.h"
+
+namespace intent {
+
+/// Interface names by VLAN.
+using Primaries = std::map<unsigned short, std::string>;
+
+/// The primary interface of each of `vlans` and of each VLAN for which the device names one: that one,
+/// else the first with an IPv4 address, else "lo". The stack asks for a new VLAN's primary interface,
+/// and the library counts on there being one.
+Primaries ChoosePrimaries(const documents::Device& device, const std::set<unsigned short>& vlans);
+
+}  // namespace intent
+
+#endif

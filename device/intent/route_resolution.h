@@ -1,0 +1,45 @@
+// Which of the wanted routes can be asked for, and which have to wait for their interface.
+#ifndef DEVICE_INTENT_ROUTE_RESOLUTION_H
+#define DEVICE_INTENT_ROUTE_RESOLUTION_H
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "device/documents/route.h"
+
+namespace intent {
+
+/// A route as it is asked of the library.
+struct ResolvedRoute {
+  documents::RouteTarget target;
+  std::uint32_t ifIndex = 0;  // 0 for none
+
+  friend bool operator<(const ResolvedRoute& a, const ResolvedRoute& b) {
+    return std::tie(a.target, a.ifIndex) < std::tie(b.target, b.ifIndex);
+  }
+  friend bool operator==(const ResolvedRoute& a, const ResolvedRoute& b) {
+    return std::tie(a.target, a.ifIndex) == std::tie(b.target, b.ifIndex);
+  }
+};
+
+/// Routes with their metrics.
+using ResolvedRoutes = std::map<ResolvedRoute, unsigned int>;
+
+/// Answers which index an interface of a VLAN has.
+using FindInterface =
+    std::function<std::optional<std::uint32_t>(unsigned short vlan, const std::string& name)>;
+using HasVlan = std::function<bool(unsigned short vlan)>;
+
+/// The routes that can be asked for. Those of VLANs that do not exist are left out. Those whose
+/// interface does not exist are left out as well and named in `waiting`.
+ResolvedRoutes ResolveRoutes(const documents::RouteSet& routes, const HasVlan& hasVlan,
+                             const FindInterface& find, std::vector<documents::RouteKey>& waiting);
+
+}  // namespace intent
+
+#endif
