@@ -97,4 +97,14 @@ TEST_F(LonelyRegistry, RequestIsDroppedWithoutARouterManager) {
   EXPECT_THAT(Calls(), IsEmpty());
 }
 
+TEST_F(LonelyRegistry, ChangeIsStoredWithoutARouterManagerToTell) {
+  Tarsel::DcInterfaceMgr& registry = *Tarsel::DcInterfaceMgr::GetInstance();
+  const FailingNew failing(1, FailingNew::FROM_THEN_ON);
+  registry.AddInterface(10, 3, "eth0", Tarsel::DcInterfaceMgr::INTF_TYPE_NONE, 0, 0, 1);
+  registry.ChangeIpAddress(10, 3, Ip4Addr(10, 1, 2, 3), Ip4Addr(255, 255, 255, 0));
+  EXPECT_EQ(traces.CountOf("0:Error in allocating DcRouterMgr\n"), 1U);
+  EXPECT_EQ(registry.FindInterface(10, 3)->address, Ip4Addr(10, 1, 2, 3));
+  EXPECT_THAT(Calls(), IsEmpty());
+}
+
 }  // namespace

@@ -31,6 +31,14 @@ TEST_F(RtmAllocation, ManagerThatCannotBeAllocatedIsNullAndComesLater) {
   EXPECT_THAT(traces.Take(), IsEmpty());
 }
 
+TEST_F(RtmAllocation, NoDestinationIsReadyWithoutARouterManager) {
+  Tarsel::RouteRedistributeItem rule(1, 1, 2, Tarsel::PROTOCOL_CODE_RIP, 0, 10, 0);
+  const FailingNew failing(1);
+  EXPECT_FALSE(rule.CfgItemReady());
+  EXPECT_TRUE(failing.HasFailed());
+  EXPECT_EQ(traces.CountOf("0:Error in allocating DcRouterMgr\n"), 1U);
+}
+
 TEST_F(RtmAllocation, CallbacksBearTheAbsenceOfTheManager) {
   const unsigned char address[4] = {10, 0, 0, 0};
   amb_cipr_rtm_entity row;
