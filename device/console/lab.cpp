@@ -5,7 +5,7 @@
 
 #include "device/base/timer_loop.h"
 #include "device/documents/device_document.h"
-#include "device/program/options.h"
+#include "device/program/decimal.h"
 #include "device/program/printable.h"
 #include "device/stack/stack_control.h"
 #include "vlan_id.h"
@@ -51,7 +51,7 @@ constexpr unsigned int STATUS_REFUSED = 3;
 constexpr unsigned int STATUS_RETRY = 5;
 constexpr std::uint64_t LATE_MILLISECONDS = 500;
 constexpr unsigned int FAST_TICK_MICROSECONDS = 10;
-constexpr long MOST_TIMES = 1000000;
+constexpr std::uint32_t MOST_TIMES = 1000000;
 
 const std::map<std::string, RowType> ROW_TYPES = {
     {"rtm", RowType::kRtm},           {"interface", RowType::kInterface},
@@ -178,14 +178,13 @@ void Lab::Join(Call& call) {
 }
 
 void Lab::Answers(Call& call) {
-  long times = 0;
-  if (!program::ReadNumber(call.words[3].c_str(), 1, MOST_TIMES, times)) {
+  const auto times = program::ReadDecimal(call.words[3], 1, MOST_TIMES);
+  if (!times) {
     call.Refuse("Expected a number from 1 to " + std::to_string(MOST_TIMES) + ", found " +
                 Quote(call.words[3]));
     return;
   }
-  m_stack.Script(ROW_TYPES.at(call.words[2]), ANSWERS.at(call.words[1]),
-                 static_cast<unsigned int>(times));
+  m_stack.Script(ROW_TYPES.at(call.words[2]), ANSWERS.at(call.words[1]), *times);
 }
 
 void Lab::Hold(Call& call) {

@@ -5,17 +5,14 @@
 #include <optional>
 #include <string>
 
-#include "vantacore/config_parser.h"
+#include "device/program/decimal.h"
 
 namespace console {
 
 /// The id, 0 to 65535, that `word` is. Whether there is such a VLAN is another question.
 inline std::optional<unsigned short> ReadVlan(const std::string& word) {
-  unsigned int number = 0;
-  if (!Tarsel::ParseNumber(&number, word.c_str()) || number > 65535) {
-    return std::nullopt;
-  }
-  return static_cast<unsigned short>(number);
+  const auto number = program::ReadDecimal(word, 0, 65535);
+  return number ? std::optional(static_cast<unsigned short>(*number)) : std::nullopt;
 }
 
 }  // namespace console

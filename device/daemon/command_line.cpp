@@ -1,11 +1,12 @@
 #include "command_line.h"
 
+#include "device/program/decimal.h"
 #include "device/program/printable.h"
 
 namespace vantacored {
 
 using program::Quote;
-using program::ReadNumber;
+using program::ReadDecimal;
 
 namespace {
 
@@ -22,22 +23,21 @@ constexpr const char* HELP =
     "\n"
     "On a terminal there is a prompt. Otherwise commands are read from standard input, one a "
     "line;\n"
-    "at its end the exit status is 0, or 2 when a command was unknown.\n";
+    "at its end the exit status is 0, or 2 when a command was not understood.\n";
 
 enum : int { CONFIG = 1, LOG, DAEMON, SOCKET, TICK };
 
 std::string Take(int number, const char* value, CommandLine& line) {
-  long read = 0;
   switch (number) {
     case CONFIG:
       line.configDirectory = value;
       return {};
     case LOG:
-      if (!ReadNumber(value, 0, 10, read)) {
-        return "--log takes a level from 0 to 10, not " + Quote(value);
+      if (const auto level = ReadDecimal(value, 0, 10)) {
+        line.logLevel = static_cast<int>(*level);
+        return {};
       }
-      line.logLevel = static_cast<int>(read);
-      return {};
+      return "--log takes a level from 0 to 10, not " + Quote(value);
     case DAEMON:
       line.isDaemon = true;
       return {};
@@ -46,11 +46,11 @@ std::string Take(int number, const char* value, CommandLine& line) {
       // What a script makes of a variable that is not set.
       return line.socketPath.empty() ? "--socket takes a path" : "";
     default:
-      if (!ReadNumber(value, 10, 1000000, read)) {
-        return "--tick-us takes a number from 10 to 1000000, not " + Quote(value);
+      if (const auto tick = ReadDecimal(value, 10, 1000000)) {
+        line.tickMicroseconds = *tick;
+        return {};
       }
-      line.tickMicroseconds = static_cast<unsigned>(read);
-      return {};
+      return "--tick-us takes a number from 10 to 1000000, not " + Quote(value);
   }
 }
 

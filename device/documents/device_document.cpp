@@ -5,6 +5,7 @@
 #include <cstring>
 #include <set>
 
+#include "device/program/decimal.h"
 #include "device/program/printable.h"
 #include "json_members.h"
 #include "vantacore/config_parser.h"
@@ -29,25 +30,17 @@ struct Flag {
 constexpr Flag FLAGS[] = {{"mpls-tunnel", 1}, {"loopback", 2},   {"point-to-point", 4},
                           {"broadcast", 8},   {"multicast", 16}, {"unnumbered", 32}};
 
-bool ReadNumber(const std::string& text, std::uint32_t high, std::uint32_t& value) {
-  const bool digits =
-      !text.empty() && text.size() <= 10 &&
-      std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c); });
-  unsigned int number = 0;
-  if (!digits || !Tarsel::ParseNumber(&number, text.c_str()) || number > high) {
-    return false;
-  }
-  value = number;
-  return true;
-}
-
 bool SplitPrefix(const std::string& text, std::uint32_t maximum, std::string& address,
                  std::uint32_t& length) {
   const std::size_t slash = text.find('/');
   address = text.substr(0, slash);
   const bool isWhole = address.find('\0') == std::string::npos;  // as a C text too
-  return isWhole && slash != std::string::npos &&
-         ReadNumber(text.substr(slash + 1), maximum, length);
+  if (!isWhole || slash == std::string::npos) {
+    return false;
+  }
+  const auto number = program::ReadDecimal(text.substr(slash + 1), 0, maximum);
+  length = number.value_or(0);
+  return number.has_value();
 }
 
 bool IsName(const std::string& name) {
@@ -186,16 +179,17 @@ class Reader {
   void ReadPrimaries(const Json::Value& primaries, const Place& place) {
     for (auto member = primaries.begin(); member != primaries.end(); ++member) {
       const Place here = place.Member(member.name());
-      std::uint32_t vlan = 0;
-      if (!ReadNumber(member.name(), MAX_VLAN, vlan)) {
+      const auto number = program::ReadDecimal(member.name(), 0, MAX_VLAN);
+      const auto vlan = static_cast<unsigned short>(number.value_or(0));
+      if (!number) {
         Complain(here, "expected a VLAN from 0 to " + std::to_string(MAX_VLAN) + " as the name");
       } else if (!member->isString()) {
         Complain(here, "expected an interface's name, found " + Describe(*member));
-      } else if (!m_names.count({static_cast<unsigned short>(vlan), member->asString()})) {
+      } else if (!m_names.count({vlan, member->asString()})) {
         Complain(here,
                  "VLAN " + std::to_string(vlan) + " has no interface " + Quote(member->asString()));
       } else {
-        m_result.primaries[static_cast<unsigned short>(vlan)] = member->asString();
+        m_result.primaries[vlan] = member->asString();
       }
     }
   }
