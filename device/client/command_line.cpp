@@ -1,5 +1,6 @@
 #include "command_line.h"
 
+#include "device/program/decimal.h"
 #include "device/program/printable.h"
 #include "listener.h"
 
@@ -35,11 +36,11 @@ std::string Take(int number, const char* value, CommandLine& line) {
     line.daemonUser = value;
     return FindUser(value) ? "" : "--daemon-user takes a user's name, not " + program::Quote(value);
   }
-  long seconds = 0;
-  if (!program::ReadNumber(value, 1, 3600, seconds)) {
+  const auto seconds = program::ReadDecimal(value, 1, 3600);
+  if (!seconds) {
     return "--timeout takes a number from 1 to 3600, not " + program::Quote(value);
   }
-  line.timeoutSeconds = static_cast<int>(seconds);
+  line.timeoutSeconds = static_cast<int>(*seconds);
   return {};
 }
 

@@ -1,8 +1,6 @@
 #include "device/program/options.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 
 #include "device/program/printable.h"
 #include "device/program/standard_streams.h"
@@ -75,17 +73,6 @@ int PrintEnding(const char* program, const Ending& ending) {
     return 2;
   }
   return FlushOutput(program) ? 0 : 1;
-}
-
-bool ReadNumber(const char* text, long low, long high, long& value) {
-  char* end = nullptr;
-  errno = 0;
-  const long number = std::strtol(text, &end, 10);
-  if (end == text || *end != '\0' || errno != 0 || number < low || number > high) {
-    return false;
-  }
-  value = number;
-  return true;
 }
 
 }  // namespace program

@@ -42,9 +42,6 @@ Ending UsageError(const Usage& usage, const std::string& problem);
 /// that was asked for could not be written, else 0.
 int PrintEnding(const char* program, const Ending& ending);
 
-/// A decimal number as the whole of the text, from `low` to `high`; nothing is written otherwise.
-bool ReadNumber(const char* text, long low, long high, long& value);
-
 }  // namespace program
 
 #endif

@@ -1,9 +1,10 @@
 #include "device/wire/wire.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <utility>
+
+#include "device/program/decimal.h"
 
 namespace wire {
 
@@ -21,37 +22,29 @@ std::string LineOfWords(char tag, std::string words) {
   return Line(tag, words);
 }
 
-bool ReadNumber(const std::string& text, long high, long& value) {
-  if (text.empty() || text.size() > 5 ||
-      text.find_first_not_of("0123456789") != std::string::npos) {
-    return false;
-  }
-  value = std::strtol(text.c_str(), nullptr, 10);
-  return value <= high;
-}
-
 bool ReadGreeting(const std::string& text, Message& message) {
-  long version = 0;
-  if (!ReadNumber(text, 65535, version)) {
+  const auto version = program::ReadDecimal(text, 0, 65535);
+  if (!version) {
     return false;
   }
   message.kind = Message::GREETING;
-  message.version = static_cast<unsigned short>(version);
+  message.version = static_cast<unsigned short>(*version);
   return true;
 }
 
 bool ReadReply(const std::string& text, Message& message) {
   const std::size_t space = text.find(' ');
-  long code = 0;
-  long vlan = 0;
-  if (space == std::string::npos ||
-      !ReadNumber(text.substr(0, space), static_cast<long>(std::size(CODES)) - 1, code) ||
-      !ReadNumber(text.substr(space + 1), 65535, vlan)) {
+  if (space == std::string::npos) {
+    return false;
+  }
+  const auto code = program::ReadDecimal(text.substr(0, space), 0, std::size(CODES) - 1);
+  const auto vlan = program::ReadDecimal(text.substr(space + 1), 0, 65535);
+  if (!code || !vlan) {
     return false;
   }
   message.kind = Message::REPLY;
-  message.code = static_cast<Code>(code);
-  message.vlan = static_cast<unsigned short>(vlan);
+  message.code = static_cast<Code>(*code);
+  message.vlan = static_cast<unsigned short>(*vlan);
   return true;
 }
 

@@ -89,16 +89,4 @@ TEST_F(ReadOptions, SaysWhatIsWrongWithTheFirstThatIs) {
   EXPECT_THAT(taken, ElementsAre("1=bad"));
 }
 
-TEST(ReadNumber, TakesADecimalNumberInItsRangeOnly) {
-  long value = 7;
-  for (const char* text : {"", " ", "x", "1x", "1 ", "0", "11", "-1", "99999999999999999999"}) {
-    EXPECT_FALSE(program::ReadNumber(text, 1, 10, value)) << text;
-    EXPECT_EQ(value, 7) << text;
-  }
-  EXPECT_TRUE(program::ReadNumber("1", 1, 10, value));
-  EXPECT_EQ(value, 1);
-  EXPECT_TRUE(program::ReadNumber("10", 1, 10, value));
-  EXPECT_EQ(value, 10);
-}
-
 }  // namespace
