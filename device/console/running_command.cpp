@@ -3,6 +3,8 @@
 #include <string_view>
 #include <utility>
 
+#include "device/program/printable.h"
+
 namespace console {
 
 namespace {
@@ -22,7 +24,7 @@ void RunningCommand::Write(const std::string& text) {
 // A copy is called: the session may detach meanwhile.
 void RunningCommand::Hand(const std::string& text) const {
   if (const Take take = m_take) {
-    take(text);
+    take(program::PrintableLines(text));
   }
 }
 

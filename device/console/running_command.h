@@ -19,7 +19,9 @@ enum class Result {
 /// runs to its end. Each operation names its one caller. Not for several threads.
 class RunningCommand {
  public:
-  /// Takes a piece of output. Called from the depth of the library.
+  /// Takes a piece of output, in which a terminal finds nothing to obey (program::PrintableLines):
+  /// handlers and complaints repeat what the operator has typed and what a document says. Called from
+  /// the depth of the library.
   using Take = std::function<void(const std::string& text)>;
   /// Told once that the command is over, from inside whatever ended it.
   using Over = std::function<void()>;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string_view>
 
 namespace program {
 
@@ -13,11 +14,17 @@ unsigned ByteAt(const std::string& text, std::size_t at) {
   return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
 }
 
+// Characters that are not seen and change the order in which a terminal shows those around them.
+bool IsDirection(unsigned code) {
+  return code == 0x061C || code == 0x200E || code == 0x200F || (code >= 0x202A && code <= 0x202E) ||
+         (code >= 0x2066 && code <= 0x2069);
+}
+
 // The size in bytes of the character that begins at `at`; 0 for a control character (U+0000 to U+001F,
-// U+007F to U+009F) and for bytes that are not UTF-8.
+// U+007F to U+009F), for one of text direction, and for bytes that are not UTF-8.
 std::size_t SizeOfCharacter(const std::string& text, std::size_t at) {
-  constexpr unsigned LOWEST[] = {0xA0, 0x800,
-                                 0x10000};  // of two bytes that are no control, of three, of four
+  // Of two bytes that are not a control character, of three, of four.
+  constexpr unsigned LOWEST[] = {0xA0, 0x800, 0x10000};
   const unsigned lead = ByteAt(text, at);
   if (lead < 0x80) {
     return lead >= 0x20 && lead != 0x7F ? 1 : 0;
@@ -35,16 +42,17 @@ std::size_t SizeOfCharacter(const std::string& text, std::size_t at) {
     code = code << 6 | (next & 0x3F);
   }
   const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
-  return code >= LOWEST[size - 2] && code <= 0x10FFFF && !isSurrogate ? size : 0;
+  const bool isCharacter = code >= LOWEST[size - 2] && code <= 0x10FFFF && !isSurrogate;
+  return isCharacter && !IsDirection(code) ? size : 0;
 }
 
-}  // namespace
-
-std::string Printable(const std::string& text, std::size_t most) {
+// The first `end` bytes; the control characters in `kept` stay.
+std::string Escape(const std::string& text, std::size_t end, std::string_view kept) {
   std::string printable;
-  const std::size_t end = std::min(text.size(), most);
+  printable.reserve(end);
   for (std::size_t at = 0; at < end;) {
-    const std::size_t size = SizeOfCharacter(text, at);
+    const bool isKept = kept.find(text[at]) != std::string_view::npos;
+    const std::size_t size = isKept ? 1 : SizeOfCharacter(text, at);
     if (at + size > end) {
       break;  // half a character is none
     }
@@ -59,6 +67,14 @@ std::string Printable(const std::string& text, std::size_t most) {
   }
   return printable;
 }
+
+}  // namespace
+
+std::string Printable(const std::string& text, std::size_t most) {
+  return Escape(text, std::min(text.size(), most), "");
+}
+
+std::string PrintableLines(const std::string& text) { return Escape(text, text.size(), "\n\t"); }
 
 std::string Quote(const std::string& text) {
   return "\"" + Printable(text, MAX_QUOTED) + (text.size() > MAX_QUOTED ? "...\"" : "\"");

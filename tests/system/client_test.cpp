@@ -64,6 +64,17 @@ TEST_F(Client, AgreesWithAPipeOnWhatIsNotUnderstood) {
   ExpectHealthyDaemon();
 }
 
+TEST_F(Client, GetsNoWordBackThatATerminalWouldObey) {
+  StartDaemon();
+  for (const Arguments& before :
+       {Arguments{}, Arguments{"ip", "protocol", "database", "vrf"}, Arguments{"lab", "join"}}) {
+    Arguments words = before;
+    words.push_back("\x1b[2J\u202e");
+    EXPECT_THAT(Run(words).output, HasSubstr("\\x1b[2J\\xe2\\x80\\xae"));
+  }
+  ExpectHealthyDaemon();
+}
+
 // The log is the daemon's, so its complaints come to who asked: the host's own and the library's.
 TEST_F(Client, HearsWhatAReloadCannotUse) {
   StartDaemon();

@@ -161,6 +161,22 @@ TEST_F(Console, BindsCommandsToTheSessionsVlan) {
   EXPECT_THAT(result.output, EndsWith("End of table\nEnd of table\nVLAN 30 is not present\n"));
 }
 
+// Neither on standard output nor in the log, which may be on the same terminal.
+TEST_F(Console, RepeatsNoWordAsATerminalWouldObeyIt) {
+  const std::string word = "\x1b[2J\xc2\x9b\xff\u202e";
+  std::string lines;
+  for (const char* before : {"", "ip ", "vrf ", "lab stack ", "lab join ",
+                             "ip protocol database vrf ", "ip protocol ips set filter type in "}) {
+    lines += before + word + "\n";
+  }
+  const Result result = Run(lines, {"--log", "10"});
+  EXPECT_THAT(result.output, HasSubstr("Invalid VLAN ID \\x1b[2J\\xc2\\x9b\\xff\\xe2\\x80\\xae\n"));
+  for (const char* byte : {"\x1b", "\xc2", "\xff", "\xe2"}) {
+    EXPECT_THAT(result.output, Not(HasSubstr(byte)));
+    EXPECT_THAT(result.errors, Not(HasSubstr(byte)));
+  }
+}
+
 TEST_F(Console, TakesALineOfAnyLength) {
   const Result result = Run(std::string(100000, 'x') + "\nip protocol summary\n");
   EXPECT_EQ(result.status, 2);

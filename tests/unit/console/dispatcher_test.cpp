@@ -23,6 +23,7 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
 
 class Dispatcher : public test_support::DeviceFixture {
@@ -201,6 +202,35 @@ TEST_F(Dispatcher, ListsWhatMayFollowAWordThatStandsAlone) {
   }
   Execute("show");
   EXPECT_EQ(output, "After \"show\" comes a command: ip ip6 rtm interface interface6\n");
+}
+
+// Whoever answers, the host, a handler of the library or the lab: an escape sequence, a control
+// character of eight bits, a byte that is not UTF-8 and a turn of the text's direction are shown.
+TEST_F(Dispatcher, RepeatsNoWordAsATerminalWouldObeyIt) {
+  const std::string word = "\x1b[2J\xc2\x9b\xff\u202e";
+  const std::string shown = "\\x1b[2J\\xc2\\x9b\\xff\\xe2\\x80\\xae";
+  for (const char* before :
+       {"", "ip ", "show ", "show ip6 ", "rtm ", "reload ", "vrf 10 ", "interface ", "lab ",
+        "lab interface eth0 ", "lab stack refuse ", "lab stack refuse route ",
+        "ip protocol database vrf ", "ip protocol database dest ",
+        "ip protocol mcast-database vrf ", "ip6 protocol database vrf ",
+        "ip6 protocol database dest ", "rtm rib vrf ", "rtm route ipv6 dest "}) {
+    const bool isLabCount = before == std::string("lab stack refuse route ");
+    Execute(before + word + (isLabCount ? " times" : ""));
+    ASSERT_TRUE(Settle());
+    EXPECT_THAT(output, HasSubstr(shown)) << before;
+    EXPECT_THAT(output, Not(HasSubstr("\x1b"))) << before;
+    EXPECT_THAT(output, Not(HasSubstr("\xc2"))) << before;
+    EXPECT_THAT(output, Not(HasSubstr("\xff"))) << before;
+    EXPECT_THAT(output, Not(HasSubstr("\xe2"))) << before;
+  }
+  for (const std::string& line :
+       {"lab interface " + word + " up", "lab join " + word, "lab join eth0 vrf " + word,
+        "lab address add eth0 " + word, "ip protocol ips set filter type in " + word}) {
+    Execute(line);
+    EXPECT_THAT(output, HasSubstr(shown)) << output;
+    EXPECT_THAT(output, Not(HasSubstr("\x1b"))) << output;
+  }
 }
 
 TEST_F(Dispatcher, MatchesItsWordsWhole) {

@@ -132,6 +132,18 @@ TEST_F(RunningCommand, IsUsageWhenItMisunderstoodAWord) {
   EXPECT_EQ(command->GetResult(), Result::USAGE);
 }
 
+TEST_F(RunningCommand, ShowsNothingThatATerminalWouldObey) {
+  auto* console = new HostConsole(command);
+  console->Print("Invalid VLAN ID %s\n", "\x1b[2J\xc2\x9b\xff\u202e");
+  console->PrintError("\r\x07\n");
+  command->Complain("\x1b]0;title\x07.json: broken\n");
+  EXPECT_EQ(output,
+            "Invalid VLAN ID \\x1b[2J\\xc2\\x9b\\xff\\xe2\\x80\\xae\n"
+            "\\x0d\\x07\n"
+            "\\x1b]0;title\\x07.json: broken\n");
+  delete console;
+}
+
 // A document may be named like this.
 TEST_F(RunningCommand, IsRefusedByAComplaintThatLooksLikeUsage) {
   command->Complain("Usage: .json: broken\n");

@@ -41,6 +41,31 @@ TEST(Quote, HidesWhatIsNoUtf8) {
   }
 }
 
+TEST(Quote, HidesWhatTurnsTextAround) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"\u061c", "\\xd8\\x9c"},      {"\u200e", "\\xe2\\x80\\x8e"}, {"\u200f", "\\xe2\\x80\\x8f"},
+      {"\u202a", "\\xe2\\x80\\xaa"}, {"\u202e", "\\xe2\\x80\\xae"}, {"\u2066", "\\xe2\\x81\\xa6"},
+      {"\u2069", "\\xe2\\x81\\xa9"}};
+  for (const auto& [text, shown] : cases) {
+    EXPECT_EQ(program::Quote("a" + std::string(text) + "b"), "\"a" + std::string(shown) + "b\"");
+  }
+  for (const std::string text : {"\u061b", "\u061d", "\u200d", "\u2010", "\u2029", "\u202f",
+                                 "\u2065", "\u206a", "\u05d0\u0627"}) {
+    EXPECT_EQ(program::Quote(text), "\"" + text + "\"");
+  }
+}
+
+TEST(PrintableLines, KeepsLinesAndTabsOnly) {
+  EXPECT_EQ(program::PrintableLines("a\tb\n\nc\n"), "a\tb\n\nc\n");
+  EXPECT_EQ(program::PrintableLines("a\rb\x1b[2J\x07\x7f\n"), "a\\x0db\\x1b[2J\\x07\\x7f\n");
+  EXPECT_EQ(program::PrintableLines(std::string("a\0b", 3)), "a\\x00b");
+  EXPECT_EQ(program::PrintableLines("\xc2\x9b\xff\u202e\xc3"),
+            "\\xc2\\x9b\\xff\\xe2\\x80\\xae\\xc3");
+  EXPECT_EQ(program::PrintableLines(""), "");
+  const std::string longText(200000, 'x');
+  EXPECT_EQ(program::PrintableLines(longText + "\u00e4"), longText + "\u00e4");
+}
+
 TEST(Quote, CutsNoCharacterInTwo) {
   EXPECT_EQ(program::Quote(std::string(59, 'x') + "\xC3\xA4"),
             "\"" + std::string(59, 'x') + "...\"");
