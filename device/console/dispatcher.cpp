@@ -1,7 +1,7 @@
-// Ownership of consoles. A handler of the library may delete the console, leave it to a command that
-// goes on walking the stack's tables, or leave it to its caller, and it returns nothing. So every
-// command gets a console of its own: a deleted one has said so, one that a live command owns is the
-// command's, and any other is deleted here.
+// Ownership of consoles. A handler of the library may delete the console, leave it to a command
+// that goes on walking the stack's tables, or leave it to its caller, and it returns nothing. So
+// every command gets a console of its own: a deleted one has said so, one that a live command owns
+// is the command's, and any other is deleted here.
 #include "dispatcher.h"
 
 #include <algorithm>
@@ -156,8 +156,8 @@ void WithConsole(const std::shared_ptr<RunningCommand>& command, Words words, Ha
   }
 }
 
-// A command that refuses its words is deleted, its console with it; one that accepts them lives until
-// its walk ends.
+// A command that refuses its words is deleted, its console with it; one that accepts them lives
+// until its walk ends.
 void Walk(DcConsoleCommand* command, int argc, char** argv) {
   if (!command->Parse(argc, argv)) {
     delete command;
@@ -345,7 +345,8 @@ void Dispatcher::ShowTable(Call& call) const {
       });
 }
 
-// The library's command itself takes no words and would show any VLAN, also one that does not exist.
+// The library's command itself takes no words and would show any VLAN, also one that does not
+// exist.
 void Dispatcher::ShowInterfaces(Call& call) const {
   const bool ip6 = call.words[0] == "interface6";
   unsigned short vlan = call.command->GetVlan();

@@ -21,17 +21,17 @@ struct Reply {
 };
 
 /// The operator's commands. One list of forms (form.h) says which words the host takes; help,
-/// completion, "Possible: ..." and usage texts follow from it. A word that fits no form is refused and
-/// named, also after a command that is whole. After `ip` and `ip6` come the words of the library's
-/// registries, whose handlers take the rest; after `lab` come those of the lab.
+/// completion, "Possible: ..." and usage texts follow from it. A word that fits no form is refused
+/// and named, also after a command that is whole. After `ip` and `ip6` come the words of the
+/// library's registries, whose handlers take the rest; after `lab` come those of the lab.
 class Dispatcher {
  public:
   /// `reload` carries out the command of that name and tells the asker, if one is given, what it
   /// complains of; `lab` is borrowed.
   Dispatcher(std::function<void(program::Report asker)> reload, Lab& lab);
 
-  /// Carries out a line. All output goes to `command`, which ends when the line has been carried out;
-  /// an empty line ends at once.
+  /// Carries out a line. All output goes to `command`, which ends when the line has been carried
+  /// out; an empty line ends at once.
   Reply Execute(const std::string& line, const std::shared_ptr<RunningCommand>& command) const;
 
   /// The words that may stand after `before`, as far as they are known, and begin with `begun`.

@@ -11,9 +11,9 @@ namespace console {
 using Words = std::vector<std::string>;
 
 /// A pattern as help shows it: "a|b" stands for one of these words, "<name>" for any word. Words in
-/// brackets may be left out, all of them together. "[<name> ...]" at the end takes all that is left.
-/// Words are matched from the left and never reconsidered, so a bracket may not begin like what may
-/// stand after it.
+/// brackets may be left out, all of them together. "[<name> ...]" at the end takes all that is
+/// left. Words are matched from the left and never reconsidered, so a bracket may not begin like
+/// what may stand after it.
 class Form {
  public:
   explicit Form(const char* pattern);
@@ -24,8 +24,8 @@ class Form {
   bool IsWhole(const Words& words) const;
   /// Whether `words`, a whole command, have something that may be left out.
   bool HasOptional(const Words& words) const { return words.size() > m_required; }
-  /// The words that may stand after `before`. None if `before` does not fit, and none for a place that
-  /// takes any word.
+  /// The words that may stand after `before`. None if `before` does not fit, and none for a place
+  /// that takes any word.
   Words Following(const Words& before) const;
 
  private:

@@ -9,9 +9,9 @@
 
 namespace console {
 
-/// Created with `new`, deleted by whoever owns it last (docs/decisions/console-ownership.md). Ends its
-/// command when it is told that the command has ended, or when it is deleted, whichever comes first.
-/// No exception leaves it: the library calls it.
+/// Created with `new`, deleted by whoever owns it last (docs/decisions/console-ownership.md). Ends
+/// its command when it is told that the command has ended, or when it is deleted, whichever comes
+/// first. No exception leaves it: the library calls it.
 class HostConsole : public Tarsel::DcConsole {
  public:
   explicit HostConsole(std::shared_ptr<RunningCommand> command);

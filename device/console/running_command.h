@@ -15,19 +15,19 @@ enum class Result {
 };
 
 /// Shared by the session that waits for the command, the dispatcher, the console that the library
-/// prints to, and a reload that may complain later. It may outlive its session: a walk that has begun
-/// runs to its end. Each operation names its one caller. Not for several threads.
+/// prints to, and a reload that may complain later. It may outlive its session: a walk that has
+/// begun runs to its end. Each operation names its one caller. Not for several threads.
 class RunningCommand {
  public:
   /// Takes a piece of output, in which a terminal finds nothing to obey (program::PrintableLines):
-  /// handlers and complaints repeat what the operator has typed and what a document says. Called from
-  /// the depth of the library.
+  /// handlers and complaints repeat what the operator has typed and what a document says. Called
+  /// from the depth of the library.
   using Take = std::function<void(const std::string& text)>;
   /// Told once that the command is over, from inside whatever ended it.
   using Over = std::function<void()>;
 
-  /// For a session whose VLAN is `vlan`. `seesLog`: the operator sees the daemon's log, so nothing of
-  /// it has to be written here as well.
+  /// For a session whose VLAN is `vlan`. `seesLog`: the operator sees the daemon's log, so nothing
+  /// of it has to be written here as well.
   RunningCommand(unsigned short vlan, bool seesLog, Take take, Over over);
   RunningCommand(const RunningCommand&) = delete;
   RunningCommand& operator=(const RunningCommand&) = delete;
@@ -40,15 +40,15 @@ class RunningCommand {
   void Write(const std::string& text);
   /// A word of the line is not understood. By the dispatcher.
   void Misunderstand() { m_isMisunderstood = true; }
-  /// The command was understood, but it cannot be done. By the dispatcher, or by the session when the
-  /// command has thrown.
+  /// The command was understood, but it cannot be done. By the dispatcher, or by the session when
+  /// the command has thrown.
   void Refuse() { m_isRefused = true; }
-  /// What a reload complains of, one line. The command is refused then, even if it is over already and
-  /// only its effect is waited for. By the reload.
+  /// What a reload complains of, one line. The command is refused then, even if it is over already
+  /// and only its effect is waited for. By the reload.
   void Complain(const std::string& line);
 
-  /// The command is over. By the dispatcher when no console was needed, else by the console. Only the
-  /// first call counts.
+  /// The command is over. By the dispatcher when no console was needed, else by the console. Only
+  /// the first call counts.
   void End();
   bool IsOver() const { return m_isOver; }
 
@@ -56,14 +56,14 @@ class RunningCommand {
   void LoseConsole();
   bool HasLostConsole() const { return m_hasLostConsole; }
 
-  /// The session wants to hear no more: output is lost, and nobody is told of the end. By the session,
-  /// from inside a Take or an Over too.
+  /// The session wants to hear no more: output is lost, and nobody is told of the end. By the
+  /// session, from inside a Take or an Over too.
   void Detach();
 
-  /// The library's handlers return nothing and print a usage text when they take no word. So the rule,
-  /// for the host's own commands as well: what has misunderstood a word, or has begun its output with
-  /// "Usage: ", is USAGE, even if it was refused as well. Complaints are not such output. To be asked
-  /// when the command is over; a complaint may still change DONE into REFUSED.
+  /// The library's handlers return nothing and print a usage text when they take no word. So the
+  /// rule, for the host's own commands as well: what has misunderstood a word, or has begun its
+  /// output with "Usage: ", is USAGE, even if it was refused as well. Complaints are not such
+  /// output. To be asked when the command is over; a complaint may still change DONE into REFUSED.
   Result GetResult() const;
 
  private:

@@ -22,35 +22,36 @@ struct SessionContext {
   std::function<void(int status)> leave;
 };
 
-/// Takes one line at a time: the next one when the command is over, its output is written and, if it
-/// changed something, things have settled.
+/// Takes one line at a time. The next line is taken when the command is over, its output is written
+/// and, if it changed something, things have settled.
 class Session {
  public:
   Session(const SessionContext& context, unsigned short vlan);
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
-  /// A walk that is still going on loses its output.
+  /// A walk that is still running loses its output.
   virtual ~Session();
 
   virtual void Start() = 0;
-  /// The operator wants the running command to stop. False when there is none, or nobody to ask.
+  /// The operator wants the running command to stop. False if none is running, or if this kind of
+  /// session has nobody who asks this way.
   virtual bool StopCommand() { return false; }
 
  protected:
   virtual void Write(const std::string& text) = 0;
-  /// The output so far is complete; or this session is about to log something, perhaps on the same
-  /// terminal.
+  /// Writes out what waits: the command's output is complete, or this session is about to log
+  /// something, perhaps to the same terminal.
   virtual void Flush() = 0;
   /// The next line may come.
   virtual void Ready() = 0;
   /// Whether the operator sees what the daemon logs.
   virtual bool SeesLog() const { return true; }
-  /// The process's exit status when the operator leaves. 0 unless a session overrides it: who types
-  /// commands has seen what went wrong.
+  /// The process's exit status when the operator leaves. 0 unless a session overrides it: an
+  /// operator who types commands has seen what went wrong.
   virtual int GetExitStatus() const { return program::EXIT_DONE; }
 
-  /// Carries out a line. What a command throws is printed, and counts as a refusal; but for a lack of
-  /// memory, which is passed on.
+  /// Carries out a line. What a command throws is printed and counts as a refusal, except
+  /// std::bad_alloc, which is passed on.
   void Execute(const std::string& line);
   /// Waits until things have settled, or some seconds, and takes the next line then.
   void SettleThenReady();
@@ -58,8 +59,8 @@ class Session {
   void Leave(int status);
   uv_loop_s* GetLoop() const { return m_context.loop; }
   unsigned short GetVlan() const { return m_vlan; }
-  /// A command that is still going on loses its output and is over for this session; one whose effect
-  /// is waited for is over without it. False when none is.
+  /// Stops the command in progress. If it is still printing, the rest of its output is discarded;
+  /// if its effect is being awaited, the wait ends. False if none is in progress.
   bool Interrupt();
   /// How the last line went; DONE before the first. RunningCommand has the rule, and every kind of
   /// session goes by it.
@@ -80,7 +81,7 @@ class Session {
   Reply m_reply;
   bool m_hadUsage = false;
   bool m_hasSettled = true;
-  bool m_isBusy = false;       // a line is being carried out, or its effect waited for
+  bool m_isBusy = false;       // a line is being carried out, or its effect is awaited
   bool m_isImpatient = false;  // the operator has interrupted the line
   bool m_hasLeft = false;
 };

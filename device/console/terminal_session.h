@@ -1,4 +1,4 @@
-// A session on the terminal: a prompt with line editing, history and completion.
+// A session on a terminal: a prompt with line editing, history and completion.
 #ifndef DEVICE_CONSOLE_TERMINAL_SESSION_H
 #define DEVICE_CONSOLE_TERMINAL_SESSION_H
 
@@ -11,9 +11,9 @@
 
 namespace console {
 
-/// There is one at most, as there is one terminal. A command that has been silent for a second shows
-/// for how long it has been going on. Output that the terminal does not take, since it has been stopped
-/// or nobody reads it, waits here, and the prompt behind it.
+/// At most one exists, as there is one terminal. A command that has been silent for a second shows
+/// how long it has been running. Output that the terminal does not take, because it is stopped or
+/// nobody reads it, waits here; the prompt follows it.
 class TerminalSession : public Session {
  public:
   TerminalSession(const SessionContext& context, unsigned short vlan);
@@ -53,7 +53,7 @@ class TerminalSession : public Session {
   loop::Timer m_progress;
   loop::Signal m_resized;
   unsigned m_seconds = 0;
-  bool m_isPromptDue = false;  // behind what is waiting
+  bool m_isPromptDue = false;  // after what is waiting
   bool m_isPrompting = false;
   bool m_isShowingProgress = false;
   bool m_isAtLineStart = true;

@@ -14,9 +14,9 @@ constexpr const char* PROGRAM_VERSION = VANTACORE_VERSION;
 // Beyond any number that a program gives to an option of its own.
 enum : int { HELP = 1000, VERSION };
 
-// In `optopt` getopt leaves what it refuses: the letter of a short option, which is negative beyond ASCII
-// where characters are signed; the number of a known option that takes no value; or 0 for a word that
-// is no option.
+// In `optopt` getopt leaves what it refuses: the letter of a short option, which is negative beyond
+// ASCII where characters are signed; the number of a known option that takes no value; or 0 for a
+// word that is not an option.
 std::string DescribeRefused(const char* word) {
   const bool isLetter = optopt < 0 || (optopt >= ' ' && optopt < HELP);
   if (isLetter) {
@@ -43,7 +43,7 @@ std::optional<Ending> ReadOptions(const Usage& usage, int argc, char** argv,
       case -1:
         return std::nullopt;
       case ':':
-        problem = "a value is missing behind " + Quote(argv[optind - 1]);
+        problem = "a value is missing after " + Quote(argv[optind - 1]);
         break;
       case '?':
         problem = DescribeRefused(argv[optind - 1]);

@@ -20,8 +20,8 @@ bool IsDirection(unsigned code) {
          (code >= 0x2066 && code <= 0x2069);
 }
 
-// The size in bytes of the character that begins at `at`; 0 for a control character (U+0000 to U+001F,
-// U+007F to U+009F), for one of text direction, and for bytes that are not UTF-8.
+// The size in bytes of the character that begins at `at`; 0 for a control character (U+0000 to
+// U+001F, U+007F to U+009F), for one of text direction, and for bytes that are not UTF-8.
 std::size_t SizeOfCharacter(const std::string& text, std::size_t at) {
   // Of two bytes that are not a control character, of three, of four.
   constexpr unsigned LOWEST[] = {0xA0, 0x800, 0x10000};

@@ -7,17 +7,18 @@
 
 namespace program {
 
-/// The first `most` bytes of `text`, safe for a terminal: control characters, characters that change
-/// the direction of text (U+061C, U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069) and bytes that
-/// are not UTF-8 become \xNN, byte by byte. A character that the limit would cut in two is left out.
+/// The first `most` bytes of `text`, safe for a terminal: control characters, characters that
+/// change the direction of text (U+061C, U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069) and
+/// bytes that are not UTF-8 become \xNN, byte by byte. A character that the limit would cut in two
+/// is left out.
 std::string Printable(const std::string& text, std::size_t most);
 
-/// The whole of `text` in the same way, except that ends of lines and tabs stay: for output that may
-/// quote somebody. A piece of output is to hold whole characters.
+/// The whole of `text` in the same way, except that ends of lines and tabs stay: for output that
+/// may quote somebody. A piece of output is to hold whole characters.
 std::string PrintableLines(const std::string& text);
 
-/// `text` in quotes, cut to a length that leaves a line readable, without characters that a terminal
-/// would act on.
+/// `text` in quotes, cut to a length that leaves a line readable, without characters that a
+/// terminal would act on.
 std::string Quote(const std::string& text);
 
 }  // namespace program

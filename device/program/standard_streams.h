@@ -4,9 +4,9 @@
 
 namespace program {
 
-/// Opens /dev/null in the place of standard input, output and error where they are missing. Otherwise
-/// the next descriptor that is opened, a socket say, takes their number and gets what is printed. To be
-/// called before anything else is opened.
+/// Opens /dev/null in the place of standard input, output and error where they are missing.
+/// Otherwise the next descriptor that is opened, for example a socket, takes their number and gets
+/// what is printed. Call it before anything else is opened.
 void OpenMissingStreams();
 
 /// Writes out what waits for standard output. False, with a complaint in the name of `program`, when

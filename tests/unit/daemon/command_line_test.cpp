@@ -70,7 +70,7 @@ TEST_F(ParseCommandLine, TellsItsVersion) {
 
 TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({}, "--config DIR is missing");
-  ExpectError({"--config"}, "a value is missing behind \"--config\"");
+  ExpectError({"--config"}, "a value is missing after \"--config\"");
   ExpectError({"--colour"}, "no such option: \"--colour\"");
   ExpectError({"-x"}, "no such option: \"-x\"");
   ExpectError({"-xyz"}, "no such option: \"-x\"");

@@ -77,7 +77,7 @@ TEST_F(ReadOptions, ExplainsTheProgramAndTellsItsVersion) {
 }
 
 TEST_F(ReadOptions, SaysWhatIsWrongWithTheFirstThatIs) {
-  ExpectError({"--name"}, "a value is missing behind \"--name\"");
+  ExpectError({"--name"}, "a value is missing after \"--name\"");
   ExpectError({"--colour"}, "no such option: \"--colour\"");
   ExpectError({"-x"}, "no such option: \"-x\"");
   ExpectError({"-\xc3\xa9"}, "no such option: \"-\\xc3\"");

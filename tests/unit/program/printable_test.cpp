@@ -11,7 +11,7 @@ TEST(Quote, HidesWhatATerminalWouldActOn) {
   EXPECT_EQ(program::Quote("a\x1b[2J\x7f\nb"), "\"a\\x1b[2J\\x7f\\x0ab\"");
 }
 
-TEST(Quote, HidesTheControlCharactersBehindTheAscii) {
+TEST(Quote, HidesTheControlCharactersAboveAscii) {
   EXPECT_EQ(program::Quote("\xC2\x9B"
                            "31m\xC2\xA0"),
             "\"\\xc2\\x9b31m\xC2\xA0\"");
@@ -27,8 +27,8 @@ TEST(Quote, LeavesTextsAsTheyAre) {
 TEST(Quote, HidesWhatIsNoUtf8) {
   const std::pair<const char*, const char*> cases[] = {
       {"\x9B", "\\x9b"},                             // nothing before it
-      {"\xC3", "\\xc3"},                             // nothing behind it
-      {"\xC3(", "\\xc3("},                           // something else behind it
+      {"\xC3", "\\xc3"},                             // nothing after it
+      {"\xC3(", "\\xc3("},                           // something else after it
       {"\xE2\x82", "\\xe2\\x82"},                    // cut
       {"\xC1\x9B", "\\xc1\\x9b"},                    // longer than it has to be
       {"\xE0\x82\x9B", "\\xe0\\x82\\x9b"},           // so too
