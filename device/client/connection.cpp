@@ -122,6 +122,7 @@ std::vector<std::string> Connection::Complete(const std::string& begun) {
   }
   if (m_isOver) {  // these are not words, but what the daemon had to say
     Print(words.empty() ? "" : "\n" + words);
+    std::fflush(stdout);
     return {};
   }
   return SplitLines(words);
