@@ -1,4 +1,5 @@
 find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
 pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
 pkg_check_modules(LIBUV REQUIRED IMPORTED_TARGET libuv)
 
@@ -10,7 +11,6 @@ target_include_directories(tecla SYSTEM INTERFACE ${TECLA_INCLUDE_DIR})
 target_link_libraries(tecla INTERFACE ${TECLA_LIBRARY})
 
 if(BUILD_TESTING)
-  find_package(Threads REQUIRED)
   find_package(GTest REQUIRED CONFIG)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)
 endif()

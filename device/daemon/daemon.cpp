@@ -37,6 +37,7 @@ std::uint64_t NowMilliseconds() { return uv_hrtime() / 1000000; }
 
 Daemon::Daemon(const CommandLine& line)
     : m_line(line),
+      m_log(m_loop.Get(), STDERR_FILENO),
       m_timers(m_loop.Get()),
       m_stack(NowMilliseconds),
       m_descriptors(m_loop.Get()),

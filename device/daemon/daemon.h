@@ -17,6 +17,7 @@
 #include "device/loop/loop.h"
 #include "device/loop/settled_wait.h"
 #include "device/stack/routing_stack.h"
+#include "log_writer.h"
 #include "stack_descriptors.h"
 
 namespace vantacored {
@@ -44,6 +45,7 @@ class Daemon {
 
   const CommandLine m_line;
   loop::Loop m_loop;
+  LogWriter m_log;  // outlives whatever logs
   Tarsel::UvLoop m_timers;
   routing_stack::RoutingStack m_stack;
   apply::Interfaces m_interfaces;

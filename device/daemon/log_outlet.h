@@ -1,0 +1,49 @@
+// Where the log goes, written without ever waiting.
+#ifndef DEVICE_DAEMON_LOG_OUTLET_H
+#define DEVICE_DAEMON_LOG_OUTLET_H
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <memory>
+
+#include "device/program/owned_descriptor.h"
+#include "log_relay.h"
+
+namespace vantacored {
+
+/// Writes to a descriptor that may be shared with other processes and therefore keeps its mode:
+/// non-blocking mode belongs to the open file description, and would make the others lose output.
+///
+///   a file          is written as it is: it has no reader that could stop
+///   a socket        is sent to, since a call can ask not to wait
+///   a pipe, a terminal, another device
+///                   is opened anew, for a description of the daemon's own
+///   what cannot be opened anew (it belongs to another user, or the name of a terminal is not known here)
+///                   is left to a thread
+class LogOutlet {
+ public:
+  /// The descriptor is the caller's and must stay open. Throws std::system_error when a thread is
+  /// needed and cannot be had.
+  explicit LogOutlet(int fd);
+
+  /// How many bytes have been taken; negative, with errno, when none were. EAGAIN: later, perhaps.
+  ssize_t Write(const char* bytes, std::size_t size);
+  /// A descriptor that is readable while there is room; negative when the system gave none.
+  int GetRoom() const { return m_room.Get(); }
+  /// Waits for room, for so long at most.
+  void AwaitRoom(int milliseconds) const;
+  /// Sees to it that what has been taken is written, for so long at most. The last call.
+  void Finish(int milliseconds);
+
+ private:
+  const bool m_isSocket;
+  const program::OwnedDescriptor m_own;
+  std::unique_ptr<LogRelay> m_relay;
+  const int m_fd;  // the one to write to
+  const program::OwnedDescriptor m_room;
+};
+
+}  // namespace vantacored
+
+#endif

@@ -1,0 +1,30 @@
+// A thread that writes to a descriptor which cannot be written without waiting.
+#ifndef DEVICE_DAEMON_LOG_RELAY_H
+#define DEVICE_DAEMON_LOG_RELAY_H
+
+namespace vantacored {
+
+/// Takes bytes at a socket and writes them where they belong, in a thread of its own, which waits
+/// instead of the event loop. The thread only reads and writes: it calls nothing of the library, and
+/// takes no signals. It is left to itself when it does not end in time, and ends with the process.
+class LogRelay {
+ public:
+  /// Writes to `fd`, which is the caller's and must stay open. Throws std::system_error when the system
+  /// gives no socket or no thread.
+  explicit LogRelay(int fd);
+  LogRelay(const LogRelay&) = delete;
+  LogRelay& operator=(const LogRelay&) = delete;
+  ~LogRelay();
+
+  /// The socket for the bytes; non-blocking.
+  int Get() const { return m_socket; }
+  /// Lets the thread write what it has, for so long at most. No bytes are taken any more.
+  void Finish(int milliseconds);
+
+ private:
+  int m_socket = -1;
+};
+
+}  // namespace vantacored
+
+#endif

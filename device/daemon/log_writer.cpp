@@ -1,0 +1,146 @@
+// Messages come out of the library's depth, which knows no exceptions, so none leaves from here: what
+// there is no memory for is lost as well.
+#include "log_writer.h"
+
+#include <uv.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "device/base/trace_control.h"
+
+namespace vantacored {
+
+namespace {
+
+using Text = std::array<char, 512>;
+
+template <class... Arguments>
+std::string_view Format(Text& text, const char* format, Arguments... arguments) {
+  const int size = std::snprintf(text.data(), text.size(), format, arguments...);
+  return {text.data(), std::min(static_cast<std::size_t>(size), text.size() - 1)};
+}
+
+}  // namespace
+
+LogWriter::LogWriter(uv_loop_s* loop, int fd) : m_outlet(fd), m_room(loop, m_outlet.GetRoom()) {
+  Tarsel::SetTraceSink([this](int, const std::string& message) { Add(message); });
+  Tarsel::SetAssertSink([this](const char* expression, const char* source, int line) {
+    Text text;
+    Add(Format(text, "Assertion failed: %s (%s:%d)\n", expression, source, line));
+  });
+}
+
+LogWriter::~LogWriter() {
+  Tarsel::SetTraceSink(nullptr);
+  Tarsel::SetAssertSink(nullptr);
+  Flush();
+}
+
+void LogWriter::Add(std::string_view text) {
+  WriteWaiting();  // the loop has no occasion to, before it runs and during a long turn
+  const std::string_view rest = IsClear() ? Write(text) : text;
+  if (rest.empty()) {
+    return;
+  }
+  const bool hasRoom = m_waiting.empty() || m_waiting.size() + rest.size() <= LIMIT;
+  if (m_lost == 0 && m_problem == EAGAIN && hasRoom) {
+    Keep(rest);
+  } else {
+    Lose(rest);
+  }
+}
+
+void LogWriter::WriteWaiting() {
+  if (IsClear()) {
+    return;
+  }
+  const std::string_view waiting = std::string_view(m_waiting).substr(m_written);
+  std::string_view rest = Write(waiting);
+  if (!rest.empty() && m_problem != EAGAIN) {
+    Lose(rest);
+    rest = {};
+  }
+  m_written = m_waiting.size() - rest.size();
+  if (rest.empty() || m_written > LIMIT / 2) {
+    m_waiting.erase(0, m_written);
+    m_waiting.shrink_to_fit();
+    m_written = 0;
+  }
+  if (m_waiting.empty() && m_lost > 0) {
+    TellLost();
+  }
+  Watch();
+}
+
+void LogWriter::TellLost() {
+  Text text;
+  const std::string_view line = Format(
+      text, "%s%llu lines of the log were lost: %s\n", m_isMidLine ? "\n" : "",
+      static_cast<unsigned long long>(m_lost),
+      m_reason == EAGAIN || m_reason == EPIPE ? "their reader had stopped" : strerror(m_reason));
+  const std::string_view rest = Write(line);
+  if (rest.size() < line.size()) {
+    m_lost = 0;
+    Keep(rest);
+  }
+}
+
+// Whatever waits for room waits in the loop.
+void LogWriter::Watch() {
+  const bool isStopped = !IsClear() && m_problem == EAGAIN;
+  m_room.Start(isStopped ? UV_READABLE : 0, [this](int) { WriteWaiting(); });
+}
+
+void LogWriter::Flush() {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + std::chrono::milliseconds(FLUSH_MILLISECONDS);
+  const auto left = [end] {
+    return static_cast<int>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count());
+  };
+  WriteWaiting();
+  while (!IsClear() && m_problem == EAGAIN && left() > 0) {
+    m_outlet.AwaitRoom(left());
+    WriteWaiting();
+  }
+  m_outlet.Finish(std::max(left(), 0));
+}
+
+// What of the text has not been taken.
+std::string_view LogWriter::Write(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = m_outlet.Write(text.data(), text.size());
+    if (count > 0) {
+      m_isMidLine = text[static_cast<std::size_t>(count) - 1] != '\n';
+      text.remove_prefix(static_cast<std::size_t>(count));
+    } else if (count == 0 || errno != EINTR) {
+      m_problem = errno;
+      break;
+    }
+  }
+  return text;
+}
+
+void LogWriter::Keep(std::string_view text) {
+  try {
+    m_waiting.append(text);
+  } catch (const std::bad_alloc&) {
+    m_problem = ENOMEM;
+    Lose(text);
+  }
+  Watch();
+}
+
+void LogWriter::Lose(std::string_view text) {
+  const auto lines = std::count(text.begin(), text.end(), '\n');
+  m_lost += static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(lines, 1));
+  m_reason = m_problem;
+}
+
+}  // namespace vantacored

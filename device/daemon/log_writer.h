@@ -1,0 +1,59 @@
+// The log's way to its reader, who may have stopped reading.
+#ifndef DEVICE_DAEMON_LOG_WRITER_H
+#define DEVICE_DAEMON_LOG_WRITER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "device/loop/loop_handles.h"
+#include "log_outlet.h"
+
+namespace vantacored {
+
+/// While it lives, whatever is logged goes through it, assertions as well. Each message is written at
+/// once if the reader keeps up, so it stands in its place among other output. Otherwise messages wait,
+/// in their order, and the event loop writes them when there is room. When as much waits as may, lines
+/// are lost until all that waits has been written; then a line tells how many. Nothing ever waits for
+/// the reader but the end: what is left then is written for FLUSH_MILLISECONDS at most.
+///
+/// A line that cannot be written for another reason (a full disk) is lost and told of in the same way.
+class LogWriter {
+ public:
+  /// How many bytes may wait. At least half of it is always to be had, since what has been written
+  /// still counts for a while.
+  static constexpr std::size_t LIMIT = 8 * 1024 * 1024;
+  static constexpr int FLUSH_MILLISECONDS = 200;
+
+  /// Writes to `fd`, which is the caller's. Lines are taken before the loop runs, too. Throws
+  /// std::system_error when the log cannot be written without waiting.
+  LogWriter(uv_loop_s* loop, int fd);
+  LogWriter(const LogWriter&) = delete;
+  LogWriter& operator=(const LogWriter&) = delete;
+  ~LogWriter();
+
+ private:
+  void Add(std::string_view text);
+  void WriteWaiting();
+  void TellLost();
+  void Watch();
+  void Flush();
+  std::string_view Write(std::string_view text);
+  void Keep(std::string_view text);
+  void Lose(std::string_view text);
+  bool IsClear() const { return m_waiting.empty() && m_lost == 0; }
+
+  LogOutlet m_outlet;
+  loop::Poll m_room;
+  std::string m_waiting;      // whole messages; the first may lack its beginning
+  std::size_t m_written = 0;  // how many bytes of m_waiting have been
+  int m_problem = 0;          // why the last write did not take everything
+  bool m_isMidLine = false;   // the reader has the beginning of a line only
+  std::uint64_t m_lost = 0;   // lines that nobody has been told of
+  int m_reason = 0;           // why they were lost
+};
+
+}  // namespace vantacored
+
+#endif

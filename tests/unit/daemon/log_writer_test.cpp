@@ -1,0 +1,246 @@
+#include "device/daemon/log_writer.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <uv.h>
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "tarsel/trace.h"
+#include "tests/support/scratch_folder.h"
+
+namespace {
+
+using testing::EndsWith;
+using vantacored::LogWriter;
+
+enum class Kind { PIPE, SOCKET, TERMINAL, PIPE_OF_ANOTHER };
+
+// A log and its reader, which reads when the test does.
+class Log {
+ public:
+  explicit Log(Kind kind) {
+    std::signal(SIGPIPE, SIG_IGN);
+    uv_loop_init(&m_loop);
+    if (kind == Kind::SOCKET) {
+      EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, m_ends), 0);
+    } else if (kind == Kind::TERMINAL) {
+      EXPECT_EQ(openpty(&m_ends[0], &m_ends[1], nullptr, nullptr, nullptr), 0);
+    } else {
+      EXPECT_EQ(pipe(m_ends), 0);
+    }
+    if (kind == Kind::PIPE_OF_ANOTHER) {  // what nobody but root may open, for somebody else
+      EXPECT_EQ(fchmod(m_ends[1], 0), 0);
+      EXPECT_TRUE(geteuid() != 0 || seteuid(65534) == 0);
+    }
+    fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
+    writer = std::make_unique<LogWriter>(&m_loop, m_ends[1]);
+  }
+  ~Log() {
+    writer.reset();
+    uv_run(&m_loop, UV_RUN_DEFAULT);
+    uv_loop_close(&m_loop);
+  }
+
+  void Turn() { uv_run(&m_loop, UV_RUN_NOWAIT); }
+  // What is there by now; a terminal's ends of lines as they were written.
+  std::string Read() {
+    std::string text;
+    char bytes[65536];
+    for (ssize_t count; (count = read(m_ends[0], bytes, sizeof bytes)) > 0;) {
+      text.append(bytes, static_cast<std::size_t>(count));
+    }
+    for (std::size_t at = 0; (at = text.find('\r', at)) != std::string::npos;) {
+      text.erase(at, 1);
+    }
+    return text;
+  }
+  // Whether there is something to read within a while.
+  bool AwaitText() const {
+    pollfd some{m_ends[0], POLLIN, 0};
+    return poll(&some, 1, 10000) > 0;
+  }
+  // The loop and the reader in turns, until the text has come.
+  std::string ReadUntil(const std::string& end) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    std::string text;
+    while (text.find(end) == std::string::npos && std::chrono::steady_clock::now() < limit) {
+      pollfd some{m_ends[0], POLLIN, 0};
+      poll(&some, 1, 1);
+      text += Read();
+      Turn();
+    }
+    return text + Read();
+  }
+  bool IsNonBlocking() const { return (fcntl(m_ends[1], F_GETFL) & O_NONBLOCK) != 0; }
+
+  // Elsewhere than to the reader.
+  void WriteTo(int fd) {
+    writer.reset();
+    writer = std::make_unique<LogWriter>(&m_loop, fd);
+  }
+
+  std::unique_ptr<LogWriter> writer;
+
+ private:
+  uv_loop_t m_loop;
+  int m_ends[2] = {-1, -1};
+};
+
+constexpr int LINE_SIZE = 100;
+
+std::string Line(int number) {
+  std::string line = std::to_string(number);
+  return line + std::string(LINE_SIZE - 1 - line.size(), '.') + "\n";
+}
+
+void Write(int first, int end) {
+  for (int number = first; number < end; ++number) {
+    Tarsel::TRACE("%s", Line(number).c_str());
+  }
+}
+
+std::string Lines(int first, int end) {
+  std::string text;
+  for (int number = first; number < end; ++number) {
+    text += Line(number);
+  }
+  return text;
+}
+
+class LogWriterOf : public testing::TestWithParam<Kind> {};
+
+TEST_P(LogWriterOf, WritesAtOnceWhileThereIsAReader) {
+  Log log(GetParam());
+  Tarsel::TRACE("one %d\n", 1);
+  Tarsel::OnAssert("a == b", "file.cpp", 7);
+  Tarsel::TRACE(1, "two\n");
+  const std::string expected = "one 1\nAssertion failed: a == b (file.cpp:7)\ntwo\n";
+  // A thread has to be waited for.
+  EXPECT_EQ(GetParam() == Kind::PIPE_OF_ANOTHER ? log.ReadUntil("two\n") : log.Read(), expected);
+}
+
+TEST_P(LogWriterOf, KeepsLinesForAReaderThatHasStopped) {
+  constexpr int COUNT = static_cast<int>(LogWriter::LIMIT / 2 / LINE_SIZE);
+  Log log(GetParam());
+  Write(0, COUNT);
+  log.Turn();
+  Tarsel::TRACE("end\n");
+  EXPECT_EQ(log.ReadUntil("end\n"), Lines(0, COUNT) + "end\n");
+  EXPECT_FALSE(log.IsNonBlocking());
+}
+
+TEST_P(LogWriterOf, CountsWhatAReaderThatHasStoppedLoses) {
+  constexpr int COUNT = static_cast<int>(LogWriter::LIMIT * 2 / LINE_SIZE);
+  Log log(GetParam());
+  Write(0, COUNT);
+  log.Turn();
+  const std::string lost = " lines of the log were lost: their reader had stopped\n";
+  const std::string text = log.ReadUntil(lost);
+  ASSERT_THAT(text, EndsWith(lost));
+  const std::size_t begin = text.rfind('\n', text.size() - 2) + 1;
+  const int read = static_cast<int>(begin) / LINE_SIZE;
+  EXPECT_GT(read, static_cast<int>(LogWriter::LIMIT / 2 / LINE_SIZE));
+  EXPECT_EQ(text, Lines(0, read) + std::to_string(COUNT - read) + lost);
+
+  Write(COUNT, COUNT + 3);
+  EXPECT_EQ(log.ReadUntil(Line(COUNT + 2)), Lines(COUNT, COUNT + 3));
+}
+
+TEST_P(LogWriterOf, GivesUpSoonAtTheEndWhenNobodyReads) {
+  Log log(GetParam());
+  Write(0, static_cast<int>(LogWriter::LIMIT / 2 / LINE_SIZE));
+  const auto begin = std::chrono::steady_clock::now();
+  log.writer.reset();
+  const auto took = std::chrono::steady_clock::now() - begin;
+  EXPECT_GE(took, std::chrono::milliseconds(LogWriter::FLUSH_MILLISECONDS - 10));
+  EXPECT_LT(took, std::chrono::milliseconds(LogWriter::FLUSH_MILLISECONDS + 1000));
+}
+
+TEST_P(LogWriterOf, WritesTheRestAtTheEnd) {
+  constexpr int COUNT = 5000;
+  Log log(GetParam());
+  Write(0, COUNT);
+  std::string text;
+  std::thread reader([&] {  // not the loop, which runs no more
+    while (text.size() < static_cast<std::size_t>(COUNT * LINE_SIZE) && log.AwaitText()) {
+      text += log.Read();
+    }
+  });
+  log.writer.reset();
+  reader.join();
+  EXPECT_EQ(text, Lines(0, COUNT));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LogWriterOf,
+                         testing::Values(Kind::PIPE, Kind::SOCKET, Kind::TERMINAL,
+                                         Kind::PIPE_OF_ANOTHER));
+
+// Its lines stand where the others that append to it have left off.
+TEST(LogWriterOfAFile, AppendsLikeEverybodyElse) {
+  const test_support::ScratchFolder folder;
+  const int file = open(folder.PathOf("log").c_str(), O_WRONLY | O_CREAT, 0600);
+  Log log(Kind::PIPE);
+  log.WriteTo(file);
+  Tarsel::TRACE("ours\n");
+  ASSERT_EQ(write(file, "theirs\n", 7), 7);
+  Tarsel::TRACE("ours\n");
+  std::ifstream found(folder.PathOf("log"));
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(found), {}), "ours\ntheirs\nours\n");
+}
+
+TEST(LogWriterOfAFile, TellsWhatADiskThatWasFullHasCost) {
+  const test_support::ScratchFolder folder;
+  const int file = open(folder.PathOf("log").c_str(), O_WRONLY | O_CREAT, 0600);
+  Log log(Kind::PIPE);
+  log.WriteTo(file);
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit before{};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small{14, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &small);
+  Tarsel::TRACE("whole\n");
+  Tarsel::TRACE("one that is cut\n");
+  Tarsel::TRACE("lost\n");
+  setrlimit(RLIMIT_FSIZE, &before);
+  Tarsel::TRACE("whole again\n");
+  std::ifstream found(folder.PathOf("log"));
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(found), {}),
+            "whole\none that\n2 lines of the log were lost: File too large\nwhole again\n");
+}
+
+TEST(LogWriterOfAFifo, TellsTheNextReaderWhatTheOneBeforeHasLost) {
+  const test_support::ScratchFolder folder;
+  ASSERT_EQ(mkfifo(folder.PathOf("log").c_str(), 0600), 0);
+  const int first = open(folder.PathOf("log").c_str(), O_RDONLY | O_NONBLOCK);
+  Log log(Kind::PIPE);
+  log.WriteTo(open(folder.PathOf("log").c_str(), O_WRONLY));
+  Tarsel::TRACE("one\n");
+  char bytes[4096];
+  EXPECT_EQ(read(first, bytes, sizeof bytes), 4);
+  close(first);
+  Tarsel::TRACE("two\n");
+  Tarsel::TRACE("three\n");
+  log.Turn();
+  const int second = open(folder.PathOf("log").c_str(), O_RDONLY | O_NONBLOCK);
+  Tarsel::TRACE("four\n");
+  const ssize_t count = read(second, bytes, sizeof bytes);
+  ASSERT_GT(count, 0);
+  EXPECT_EQ(std::string(bytes, static_cast<std::size_t>(count)),
+            "2 lines of the log were lost: their reader had stopped\nfour\n");
+}
+
+}  // namespace
