@@ -19,6 +19,7 @@
 #include "device/console/batch_session.h"
 #include "device/console/terminal_session.h"
 #include "device/stack/facts.h"
+#include "hang_up.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_router_mgr.h"
 
@@ -105,6 +106,7 @@ void Daemon::WatchSignals() {
   } else if (isatty(STDIN_FILENO)) {  // whose terminal goes
     watch(SIGHUP, [this] { Stop(program::EXIT_DONE); });
   }
+  AdmitHangUp();
 }
 
 void Daemon::StartSession() {

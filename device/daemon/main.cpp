@@ -5,8 +5,10 @@
 #include "command_line.h"
 #include "daemon.h"
 #include "device/program/standard_streams.h"
+#include "hang_up.h"
 
 int main(int argc, char** argv) {
+  vantacored::HoldHangUp();
   program::OpenMissingStreams();
   try {
     vantacored::CommandLine line;
