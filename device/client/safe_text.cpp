@@ -8,17 +8,6 @@ namespace client {
 
 namespace {
 
-std::string Safe(const std::string& text) {
-  std::string safe;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t end = std::min(text.find_first_of("\n\t", at), text.size());
-    safe += program::Printable(text.substr(at, end - at), end - at);
-    safe += text.substr(end, 1);
-    at = end + 1;
-  }
-  return safe;
-}
-
 // How many bytes at the end begin a character of UTF-8 that needs more of them.
 std::size_t CountBegun(const std::string& text) {
   for (std::size_t count = 1; count <= std::min<std::size_t>(text.size(), 3); ++count) {
@@ -41,11 +30,11 @@ std::string SafeText::Take(const std::string& piece) {
   const std::size_t size = text.size() - CountBegun(text);
   m_begun = text.substr(size);
   text.resize(size);
-  return Safe(text);
+  return program::PrintableLines(text);
 }
 
 std::string SafeText::TakeRest() {
-  const std::string rest = Safe(m_begun);
+  const std::string rest = program::PrintableLines(m_begun);
   m_begun.clear();
   return rest;
 }

@@ -218,6 +218,7 @@ bool ReadPrefix(const std::string& text, Ip4Network& network) {
   return true;
 }
 
+// Not Ip6Prefix::FromString, which clears the host bits: they are the interface's own address.
 bool ReadPrefix(const std::string& text, Tarsel::Ip6Prefix& prefix) {
   std::string text6;
   std::uint32_t length = 0;

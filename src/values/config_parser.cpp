@@ -1,4 +1,5 @@
-// Values out of configuration texts, and the walk over a document's VLANs.
+// Values from configuration texts, and the walk over a document's VLANs. What a text of an address or
+// a prefix looks like is the platform's: Parse_IpAddr, Ip6Addr and Ip6Prefix (tarsel/address.h).
 #include "vantacore/config_parser.h"
 
 #include <strings.h>

@@ -1,4 +1,4 @@
-// Addresses as text, for logs and console output.
+// Addresses to text, for logs and console output. The other way, from text: config_parser.cpp.
 //
 // A route's request and its answer put four IPv4 addresses into log lines, shown or not, so these
 // are written digit by digit: printf would take longer than all the rest of the route.
