@@ -1,0 +1,68 @@
+"""What is tried, and who judges it: the four engines of the library and the rooms of device/.
+
+`files` are the files of an engine. A room has None: all its .cpp files, and those of its headers that no
+other target reads. `suites` are asked in this order, the quick ones first; behind a suite may stand a
+filter of googletest. `bar` is the share in percent that has to be noticed; None asks for nothing.
+"""
+
+import collections
+
+Area = collections.namedtuple('Area', 'name folder files suites bar')
+Suite = collections.namedtuple('Suite', 'name filter')
+
+PARSERS = ('values/decimal', 'values/address_format', 'values/config_parser', 'rtm/static_routes',
+           'values/route_config', 'values/redistribution_profile', 'lists/dcl_mib_readers',
+           'lists/dcl_config_object')
+SCHEDULER = ('cfg_sched.cpp', 'cfg_bucket.cpp', 'cfg_bucket.h', 'cfg_item.cpp', 'node_pool.h', 'oid_table.h')
+PIPELINE_SUITES = ('unit_pipeline', 'unit_pipeline_memory', 'models', 'unit_pipeline_rows', 'library_model')
+# The processes. Each room asks those that stand or fall with it.
+RELOADS = 'system_tests Reload.*:Redistribution.*:FirstNetwork.*:BadDocuments.*'
+SESSIONS = 'system_tests Client.*:Terminal.*:Console.*:Daemon.*'
+# Words of the command line, standard streams, exit statuses.
+STARTS = 'system_tests Console.*:Daemon.*:Client.*Say*:Client.IsToldWhatIsWrong*:Client.*Streams'
+
+
+def engine(name, files, *suites):
+    return Area(name, 'src', tuple(f'src/{file}' for file in files), parse(suites), 90.0)
+
+
+def room(name, *suites, bar=None):
+    return Area(name, 'device/' + name, None, parse(suites), bar)
+
+
+def parse(suites):
+    return tuple(Suite(*(suite + ' ').split(' ')[:2]) for suite in suites)
+
+
+ENGINES = [
+    engine('value parsers', [f'{name}.cpp' for name in PARSERS],
+           'unit_values', 'unit_lists', 'unit_rtm', 'unit_routers', 'scenarios'),
+    engine('list diff', ['lists/dcl_config_list.cpp'],
+           'unit_lists', 'unit_lists_allocation', 'unit_routers', 'library_model'),
+    engine('scheduler', [f'pipeline/{name}' for name in SCHEDULER], *PIPELINE_SUITES),
+    engine('serializer', ['pipeline/serializer.cpp'], *PIPELINE_SUITES),
+]
+ROOMS = [
+    room('program', 'unit_program', 'unit_daemon', 'unit_documents', STARTS),
+    room('loop', 'unit_loop', 'unit_apply', SESSIONS),
+    room('documents', 'unit_documents', 'issues', 'unit_apply', 'scenarios', RELOADS),
+    room('intent', 'unit_intent', 'unit_apply', 'scenarios', RELOADS),
+    room('apply', 'unit_apply', 'unit_console', 'scenarios', RELOADS),
+    room('console', 'unit_console', SESSIONS),
+    room('daemon', 'unit_daemon', STARTS, 'system_tests Reload.*'),
+    room('wire', 'unit_wire', 'system_tests Client.*'),
+    room('editor', 'system_tests Terminal.*:Client.*Prompt*'),
+    room('client', 'system_tests Client.*'),
+    room('base', 'unit_base', 'unit_device_fixture', 'component_test', SESSIONS),
+    room('stack', 'stack_tests', 'component_test', 'stackfaults_test', 'scenarios'),
+    room('routers', 'unit_routers', 'unit_manager_rip', 'component_test', 'scenarios'),
+]
+AREAS = ENGINES + ROOMS
+
+
+def area_of(file):
+    """The room of a file; the library's files that belong to no engine are nobody's."""
+    for area in AREAS:
+        if file in (area.files or ()) or area.files is None and file.startswith(area.folder + '/'):
+            return area
+    return None
