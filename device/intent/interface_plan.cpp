@@ -26,9 +26,8 @@ class Steps {
   /// From an interface of the same name, or from none, which is null. Each member of an interface is
   /// looked at here, and nowhere else.
   void Change(const Interface* from, const Interface& to) {
-    const bool isNew = from == nullptr;
-    const bool hasNewStatus = isNew || from->up != to.up;
-    if (isNew || from->flags != to.flags || from->mtu != to.mtu) {
+    const bool hasNewStatus = from == nullptr || from->up != to.up;
+    if (from == nullptr || from->flags != to.flags || from->mtu != to.mtu) {
       Add(Register{to.name, to.flags, to.mtu, to.up});
     } else if (hasNewStatus) {
       Add(SetStatus{to.name, to.up});
@@ -36,9 +35,10 @@ class Steps {
     if (hasNewStatus) {
       Add(TellStatus{to.up});
     }
-    Ip4(isNew ? std::nullopt : from->ip4, to.ip4);
-    Ip6(isNew ? NO_IP6 : from->ip6, to.ip6);
-    if ((!isNew && from->joined) != to.joined) {
+    Ip4(from == nullptr ? std::nullopt : from->ip4, to.ip4);
+    Ip6(from == nullptr ? NO_IP6 : from->ip6, to.ip6);
+    const bool wasJoined = from != nullptr && from->joined;
+    if (wasJoined != to.joined) {
       Add(TellJoined{to.joined});
     }
   }
