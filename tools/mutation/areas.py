@@ -45,7 +45,7 @@ ENGINES = [
 ROOMS = [
     room('program', 'unit_program', 'unit_daemon', 'unit_documents', STARTS),
     room('loop', 'unit_loop', 'unit_apply', SESSIONS),
-    room('documents', 'unit_documents', 'issues', 'unit_apply', 'scenarios', RELOADS),
+    room('documents', 'unit_documents', 'issues', 'unit_intent', 'unit_apply', 'scenarios', RELOADS),
     room('intent', 'unit_intent', 'unit_apply', 'scenarios', RELOADS),
     room('apply', 'unit_apply', 'unit_console', 'scenarios', RELOADS),
     room('console', 'unit_console', SESSIONS),

@@ -82,7 +82,8 @@ class Copy:
                 paths.append('lib/' + os.path.basename(library))
         targets = {}
         for path in paths:
-            command = shlex.split(demand(['ninja', '-C', self.build, '-t', 'commands', '-s', path], self.root))
+            printed = demand(['ninja', '-C', self.build, '-t', 'commands', '-s', path], self.root)
+            command = shlex.split(printed)
             begin = command.index('&&') + 1
             targets[path] = self.moved(command[begin:command.index('&&', begin)])
         return targets
