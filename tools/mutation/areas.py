@@ -49,7 +49,7 @@ ROOMS = [
     room('intent', 'unit_intent', 'unit_apply', 'scenarios', RELOADS),
     room('apply', 'unit_apply', 'unit_console', 'scenarios', RELOADS),
     room('console', 'unit_console', SESSIONS),
-    room('daemon', 'unit_daemon', STARTS, 'system_tests Reload.*'),
+    room('daemon', 'unit_daemon', 'unit_apply', SESSIONS, 'system_tests Reload.*'),
     room('wire', 'unit_wire', 'system_tests Client.*'),
     room('editor', 'system_tests Terminal.*:Client.*Prompt*'),
     room('client', 'system_tests Client.*'),
