@@ -1,4 +1,4 @@
-// The two kinds of configuration item: static routes and redistribution rules.
+// The two kinds of configuration items: static routes and redistribution rules.
 #ifndef VANTACORE_CFG_ITEMS_H
 #define VANTACORE_CFG_ITEMS_H
 
@@ -23,11 +23,12 @@ constexpr std::int32_t PROTOCOL_CODE_RIP = 0x80000;
 constexpr std::int32_t PROTOCOL_CODE_OSPF = 0xD0000;
 
 /// One static route of one VLAN. It waits until the RTM instance of its address family is ready.
-/// The first GetOid asks the stack for the identifier of its row; later ones return the same.
+/// The first call of GetOid asks the stack for the row's identifier; later calls return the same
+/// one.
 class VANTACORE_API StaticRouteItem : public CfgItem {
  public:
   /// `type` 1 is IPv4 (4 bytes of each address are copied), anything else IPv6 (16 bytes). A null
-  /// address is left all zero. The last argument is kept and not used.
+  /// address is all zero. `extra` is stored and not used.
   StaticRouteItem(unsigned int vlan, int type, int rowStatus, int adminStatus,
                   const unsigned char* dest, int prefixLen, const unsigned char* nexthop,
                   unsigned int ifIndex, unsigned int metric, int pathType, unsigned int extra);
@@ -55,10 +56,9 @@ class VANTACORE_API StaticRouteItem : public CfgItem {
   MibOid m_oid;
 };
 
-/// One redistribution rule of one VLAN. It is dropped instead of waiting if the VLAN's RTM instance
-/// exists and the destination's router is not ready when a pass examines the rule. The first GetOid
-/// asks the stack for the identifier of its row and later ones return the same; only Send asks
-/// again.
+/// One redistribution rule of one VLAN. It waits until its RTM instance is ready. If the router of
+/// its destination is not ready when a pass then examines the rule, the rule is dropped. The first
+/// call of GetOid asks the stack for the row's identifier and keeps it; Send asks the stack anew.
 class VANTACORE_API RouteRedistributeItem : public CfgItem {
  public:
   /// All numbers are 0, except the instance, which is 1.

@@ -1,4 +1,4 @@
-// A small table of configured static routes, and its record.
+// A small table of configured static routes, and the type of its entries.
 #ifndef VANTACORE_CFG_ROUTE_H
 #define VANTACORE_CFG_ROUTE_H
 
@@ -36,9 +36,10 @@ struct VANTACORE_API CfgRouteEntry {
   string Format(const void* address) const;
 };
 
-/// The configured static routes of one VLAN, in the order in which they were added. For the other
-/// libraries of the device; nothing inside this library creates one. Addresses are passed as 4
-/// bytes for type 1, else as 16, and must not be null.
+/// The configured static routes of one VLAN, in the order in which they were added. For other
+/// libraries of the process; nothing inside this library creates one. Addresses are passed as 4
+/// bytes for type 1, else as 16, and must not be null. The table counts additions since it was made
+/// or last emptied by CleanList; DelEntry does not lower the count.
 class VANTACORE_API CfgRoute {
  public:
   /// An empty table for a VLAN.
@@ -56,18 +57,19 @@ class VANTACORE_API CfgRoute {
   bool AddEntry(int type, const void* dest, unsigned int prefixLen, const void* gateway,
                 unsigned long ifIndex, unsigned short other, unsigned short metric, long pathType,
                 long rowStatus, long adminStatus);
-  /// Removes every entry of this route and interface index; the count stays. Always true. The
-  /// addresses may be those of an entry that is removed.
+  /// Removes every entry of this route and interface index. Returns true. The addresses may be
+  /// those of an entry that is removed.
   bool DelEntry(int type, const void* dest, unsigned int prefixLen, const void* gateway,
                 unsigned long ifIndex);
-  /// Calls `callback` on each entry, front to back. It must not add or delete entries.
+  /// Calls `callback` on each entry, front to back. The callback must not add or delete entries.
   void IterateAll(void (*callback)(CfgRouteEntry*, void*), void* context);
-  /// Empties the table and sets the count to 0.
+  /// Removes all entries and sets the count to 0.
   void CleanList();
 
-  /// The table on a console. The header and the last line go by the count of additions.
+  /// Prints the table on a console. The header is printed unless the count is 0; the last line
+  /// shows the count as the number of entries.
   void PrintTable(DcConsole* console);
-  /// The same through the log, level 0.
+  /// Writes the table to the log, level 0, without the header.
   void PrintList();
 
  private:

@@ -10,7 +10,7 @@
 
 namespace Tarsel {
 
-/// "UNKN", the word of the status helpers for what they do not know.
+/// "UNKN", which the status helpers return for an unknown value.
 extern VANTACORE_API const char* const DclUnknownStr;
 
 /// One invocation of a command. Created with `new`; it owns the console that it is given. If Parse
@@ -20,19 +20,20 @@ extern VANTACORE_API const char* const DclUnknownStr;
 class VANTACORE_API DcConsoleCommand {
  public:
   /// One word of a command's grammar. Options are tried in the order of the command's table, each
-  /// once; a word matches when it begins the option's name, letter case ignored, and so does the
-  /// empty word. Names are borrowed for the life of the option.
+  /// once. A word matches if it is an abbreviation (a prefix) of the option's name, in any letter
+  /// case; the empty word matches every name. Names are borrowed for the life of the option.
   class VANTACORE_API ConsoleCommandOption {
    public:
     /// `name` is the word in full, as it stands in the table.
     explicit ConsoleCommandOption(const char* name) : m_name(name) {}
     virtual ~ConsoleCommandOption();
-    /// False when the words at this place are wrong; consumed words are passed over in argc, argv.
+    /// Takes the option's words, if they come next: `argc` and `argv` are advanced past them.
+    /// Returns false if the words at this place are wrong.
     virtual bool Parse(DcConsoleCommand& cmd, int& argc, char**& argv) const = 0;
 
    protected:
-    /// Whether there is a word (`argc` above 0) and the first one begins the name, letter case
-    /// ignored. An empty word matches.
+    /// Whether there is a word (`argc` above 0) and the first one is an abbreviation of the name,
+    /// in any letter case. An empty word matches.
     bool Matches(int argc, char** argv) const;
 
     /// The word in full; borrowed.
@@ -57,10 +58,10 @@ class VANTACORE_API DcConsoleCommand {
   class VANTACORE_API ConsoleCommandValueOption : public ConsoleCommandOption {
    public:
     /// Called with the command and the word after the keyword, which is valid during the call.
-    /// False refuses the value, and with it the command.
+    /// Returns false to refuse the value, and with it the command.
     typedef bool (*Handler)(DcConsoleCommand& cmd, const char* value);
 
-    /// With `mandatory`, words without the keyword are wrong; else the option may be left out.
+    /// If `mandatory`, Parse fails when the keyword is missing; else the option may be left out.
     /// `handler` may be null.
     ConsoleCommandValueOption(const char* name, bool mandatory, Handler handler);
     bool Parse(DcConsoleCommand& cmd, int& argc, char**& argv) const override;
@@ -80,8 +81,8 @@ class VANTACORE_API DcConsoleCommand {
   DcConsoleCommand& operator=(const DcConsoleCommand&) = delete;
   virtual ~DcConsoleCommand();
 
-  /// Takes the operator's words and starts the walk, as its last act. False when the words are
-  /// wrong.
+  /// Takes the operator's words and starts the walk, as its last act. Returns false if the words
+  /// are wrong; no walk has been started then.
   virtual bool Parse(int argc, char** argv) = 0;
   /// Takes one response of the stack. Returns 1 to get the next row, 0 to end and delete the
   /// command, 256 to end this walk and keep the command, because another walk has been started.
@@ -89,11 +90,11 @@ class VANTACORE_API DcConsoleCommand {
 
   /// printf-style output on the console.
   void Print(const char* format, ...) const __attribute__((format(printf, 2, 3)));
-  /// The output is complete.
+  /// Tells the console that the output is complete; deletes nothing.
   void CommandEnd();
-  /// "End of Table" and CommandEnd.
+  /// Prints "End of Table" and calls CommandEnd.
   void TableEnd();
-  /// The message of a stack response code, if it has one, and CommandEnd.
+  /// Prints the message of a stack response code, if it has one, as an error, and calls CommandEnd.
   void ParseError(unsigned int result);
 
   /// Sets the VLAN from a number, cut to 16 bits. False, with a message, for a text that is not a
@@ -101,7 +102,8 @@ class VANTACORE_API DcConsoleCommand {
   bool ParseVlan(const char* text);
   /// The same as a handler of an option.
   static bool ParseVlan(DcConsoleCommand& cmd, const char* text);
-  /// Family 1 is IPv4, any other IPv6.
+  /// Reads an address of the family (1 IPv4, any other IPv6) into `addr`. Returns false, with
+  /// `addr` untouched, if `text` is null or not such an address.
   static bool DclAddrFromString(int family, DclIpAddress& addr, const char* text);
 
   /// The callback of every walk; `cmd` is the command.
@@ -134,11 +136,14 @@ class VANTACORE_API DcConsoleCommand {
   static bool IsEqual(const Ip4Addr& a, const unsigned char* bytes);
   /// Weeks and days, or hh:mm:ss below one day.
   static string DclTimerIntervalString(unsigned int seconds);
-  /// Nothing is printed for length 0 or perLine 0.
+  /// Prints the bytes, `perLine` to a line, as hexadecimal numbers and then as characters; nothing
+  /// if `length` or `perLine` is 0. The characters of a short last line are not its bytes: see
+  /// HexDumpLine.
   void HexDump(const unsigned char* data, unsigned int length, unsigned int perLine) const;
-  /// One line: `count` bytes from the cursor as numbers. The cursor is then moved back by
-  /// `perLine`, and `count` characters are printed from there; it is left after them. The data must
-  /// begin at least `perLine - count` bytes before the cursor.
+  /// Prints one line of HexDump: `count` bytes from `cursor` as numbers, then `count` characters,
+  /// which begin `perLine - count` bytes before those bytes. `cursor` is left after the characters.
+  /// If `count` is `perLine`, numbers and characters are the same bytes; if it is less, the data
+  /// must begin at least `perLine - count` bytes before `cursor`.
   void HexDumpLine(const unsigned char*& cursor, unsigned int count, unsigned int perLine) const;
 
   /// The default VLAN of commands; set by DcRouterMgr::Initialize.

@@ -17,7 +17,7 @@ namespace Tarsel {
 /// interface table, then the address table, keeps whole rows and prints at the end.
 class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
  public:
-  /// The VLAN is m_default_vlan in the first form.
+  /// Takes ownership of `console`. For the default VLAN, m_default_vlan.
   DcInterfaceConsoleCommand(DcConsole* console, bool ipv6);
   /// The same for a given VLAN.
   DcInterfaceConsoleCommand(DcConsole* console, unsigned short vlan, bool ipv6);
@@ -31,7 +31,8 @@ class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
   unsigned int HandleEiEntry(unsigned int context, unsigned int result, const void* row);
   /// A response of the second walk: keeps the address, or prints the table at the end.
   unsigned int HandleEaEntry(unsigned int context, unsigned int result, const void* row);
-  /// Starts the second walk. A stack that answers at once may delete the command during this call.
+  /// Starts the second walk. If the stack answers at once, the command may have been deleted when
+  /// this call returns.
   void SwitchToEaEntries();
 
   /// What the letters of the column of flags mean; stands above the table.

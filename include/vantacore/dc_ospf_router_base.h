@@ -15,7 +15,7 @@ namespace Tarsel {
 /// 0.0.0.0).
 class VANTACORE_API DcOspfRouterBase : public DcRouterBase {
  public:
-  /// As DcRouterBase; the area table is empty.
+  /// Like DcRouterBase's constructor; the area table is empty.
   DcOspfRouterBase(const string& name, unsigned short vlan, DcProtoConfigBase* config);
   ~DcOspfRouterBase() override;
 
@@ -33,11 +33,11 @@ class VANTACORE_API DcOspfRouterBase : public DcRouterBase {
   virtual void AddAreaInterface(unsigned int areaId, unsigned int ifIndex) = 0;
   /// Removes an interface from the area.
   virtual void RemoveAreaInterface(unsigned int areaId, unsigned int ifIndex) = 0;
-  /// The router id, 0 for none.
+  /// Stores the router id, 0 for none.
   virtual void SetRouterId(unsigned int routerId) = 0;
   /// The router id as last set, 0 before.
   virtual unsigned int GetRouterId() const = 0;
-  /// Whether the protocol is to run.
+  /// Stores whether the protocol is to run.
   virtual void SetAdminStatus(bool up) = 0;
   /// What was last set.
   virtual bool GetAdminStatus() const = 0;

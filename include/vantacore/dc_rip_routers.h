@@ -1,4 +1,5 @@
-// The RIP routers. They add no configuration lists: a RIP configuration keeps its rows itself.
+// The RIP routers. They add no configuration lists: the protocol's configuration object keeps the
+// rows.
 #ifndef VANTACORE_DC_RIP_ROUTERS_H
 #define VANTACORE_DC_RIP_ROUTERS_H
 

@@ -15,11 +15,13 @@
 namespace Tarsel {
 
 /// A protocol's configuration: what one router makes of its member of a document. Owned by the
-/// router. The order of the virtual operations is fixed.
+/// router. A source is the document, known by its name and kind, that configuration comes from. The
+/// order of the virtual operations is fixed.
 class VANTACORE_API DcProtoConfigBase {
  public:
   virtual ~DcProtoConfigBase();
-  /// Takes the router's own sub-tree of one source.
+  /// Takes the router's own member of one source's VLAN entry. `node` is valid during the call. A
+  /// source that is already known replaces what it configured before.
   virtual void ParseOptions(const OptionsNode& node, const string& name,
                             DclConfigObject::OptionType type) = 0;
   /// Forgets what that source configured.
@@ -30,7 +32,8 @@ class VANTACORE_API DcProtoConfigBase {
 /// enabled and ready, and its router keeps configuration lists.
 class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
  public:
-  /// The values that the router base tells apart; others are legal.
+  /// The values that the router base distinguishes. Others are legal and count as enabled and not
+  /// ready.
   enum ConfigStatus : int { DISABLED = 0, ENABLED = 1, READY = 2 };
   /// 0 gone, 1 present and not ready; any other value is present and ready.
   enum IfStatus : int { IF_GONE = 0, IF_NOT_READY = 1, IF_READY = 2 };
@@ -40,8 +43,8 @@ class VANTACORE_API DcProtoInterfaceBase : public DcProtoConfigBase {
   /// Shows the configuration on a console. For the protocol's own console handler.
   virtual void Display(DcConsole* console) = 0;
   /// Whether the protocol can take rows now. Lists are committed even if it cannot; the protocol
-  /// keeps what it cannot send yet. Redistribution rules towards the protocol wait for it or are
-  /// dropped.
+  /// keeps what it cannot send yet. A redistribution rule towards the protocol is dropped if the
+  /// protocol is not ready when a pass of the configuration scheduler reaches the rule.
   virtual bool IsReady() = 0;
   /// Whether the protocol can take rows of the interface now.
   virtual bool IsReady(unsigned int ifIndex) = 0;
@@ -94,14 +97,16 @@ class VANTACORE_API DcRouterBase {
   DcRouterBase(const DcRouterBase&) = delete;
   DcRouterBase& operator=(const DcRouterBase&) = delete;
   /// Deletes the configuration, then the lists, one source after the other, without touching the
-  /// stack. An object that is deleted finds neither the configuration nor its source.
+  /// stack. Code that runs while these are deleted may query the router: it finds no configuration
+  /// (GetInterface() is null) and no lists of the source that is being deleted.
   virtual ~DcRouterBase();
 
-  /// Same as SetStatus of the status alone; the text is ignored.
+  /// Calls SetStatus(status); the text is ignored.
   virtual void SetStatus(string text, DcProtoInterfaceBase::ConfigStatus status);
-  /// New, empty lists for a source; owned by the caller.
+  /// Returns new, empty lists for a source, owned by the caller; null if memory is short.
   virtual DcConfigLists* CreateConfigLists(const string& name, DclConfigObject::OptionType type);
-  /// Adds the concrete router's lists. False refuses the source; its next reload asks again.
+  /// Adds the concrete router's lists to `lists`. If it returns false, the source gets no lists;
+  /// the next reload of the source asks again.
   virtual bool CreateConfigList(DcConfigLists& lists) = 0;
 
   /// Applies a source: `node` is the VLAN's entry. If this router's member is missing or empty, the
@@ -112,7 +117,8 @@ class VANTACORE_API DcRouterBase {
 
   /// The protocol configuration when it is one of an interface protocol, else null.
   DcProtoInterfaceBase* GetInterface() const;
-  /// Stored for routers without an interface protocol's configuration, whose status it is.
+  /// Stores the status. IsEnabled and IsReady use it only in a router without an interface
+  /// protocol's configuration.
   void SetStatus(DcProtoInterfaceBase::ConfigStatus newStatus);
   /// What the interface protocol's configuration says; without one, whether the stored status is
   /// not DISABLED.
@@ -144,14 +150,16 @@ class VANTACORE_API DcRouterBase {
   /// The lists by source name.
   const std::map<string, DcConfigLists*>& GetConfigLists() const { return configLists; }
 
-  /// The host's knowledge of interfaces; borrowed for the life of the process.
+  /// Stores the host's answers about interfaces; borrowed for the life of the process.
   static void Initialize(DcIpInterface* ipInterface);
-  /// The host's event loop for the stack's descriptors; borrowed.
+  /// Stores the host's event loop for the stack's descriptors; borrowed for the life of the
+  /// process.
   static void SocketInitialize(DcSckInterface* sckInterface);
   /// The host's interfaces, or null before Initialize.
   static DcIpInterface* GetIpInterface() { return m_ip_interface; }
-  /// Registers a descriptor of the stack, under its own `id`, on the host's event loop; dropped
-  /// while there is none. `mode` is that of DcSckInterface: 1 read, 2 write, 3 urgent data, 0 none.
+  /// Registers a descriptor of the stack, under the stack's own `id`, on the host's event loop;
+  /// does nothing while there is no event loop. `mode` is that of DcSckInterface: 1 read, 2 write,
+  /// 3 urgent data, 0 none.
   static void SetSckDescriptor(int fd, int mode, int id);
   /// Ends the registration of `fd` under the stack's `id`.
   static void RemoveSckDescriptor(int fd, int id);

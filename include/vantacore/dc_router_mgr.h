@@ -80,7 +80,8 @@ class VANTACORE_API DcRouterMgr {
   /// One-time start-up with the default VLAN: hands `ipIf` (borrowed for the life of the process)
   /// to the routers and starts the stack.
   void Initialize(unsigned short vid, DcIpInterface* ipIf);
-  /// Changes the default VLAN that GetVlanId answers, and nothing else.
+  /// Changes the default VLAN that GetVlanId returns; that of commands
+  /// (DcConsoleCommand::m_default_vlan) stays.
   void SetVlanId(unsigned short vid) { m_vlanId = vid; }
   /// The default VLAN, 0 before Initialize.
   unsigned short GetVlanId() const { return m_vlanId; }
@@ -97,31 +98,34 @@ class VANTACORE_API DcRouterMgr {
   /// only VLANs that exist: their enabled routers for REMOTE_OPTIONS, every router for other types.
   /// A VLAN lives while a document names it.
   ///
-  /// The document is only read during the call. Always true; entries that cannot be used are traced
-  /// and skipped. A router that is called from here may query the manager and load documents. It
-  /// must not withdraw this document or delete its own VLAN.
+  /// The document is only read during the call. Returns true; entries that cannot be used are
+  /// traced and skipped. A router that is called from here may query the manager. It must not load
+  /// or withdraw documents, and must not create or delete VLANs.
   bool Reload(Options const& doc, string const& fileName, DclConfigObject::OptionType type);
-  /// Withdraws a document. Nothing happens for a name that was never loaded. A router that is
-  /// called from here may do the same as in Reload.
+  /// Withdraws a document. Nothing happens for a name that was never loaded. The rules for a router
+  /// that is called from Reload hold here, too.
   void DeleteOptions(string const& fileName, DclConfigObject::OptionType type);
 
   // --- VLANs and routers ---
 
   /// Creates a VLAN with its RTM instances (VLAN_OPTIONS only) and seven routers; a VLAN that
-  /// exists keeps its routers. On failure everything is undone and the table's end is returned. A
-  /// VLAN created by this call belongs to no document; it lives until DeleteVlan, or until the last
-  /// document that has named it since is withdrawn.
+  /// exists keeps its routers. Returns the VLAN's place in GetVlans(). If memory is short,
+  /// everything is undone and GetVlans().end() is returned. A VLAN created by this call belongs to
+  /// no document; it lives until DeleteVlan, or until the last document that has named it since is
+  /// withdrawn.
   VlanMap::iterator CreateVlan(unsigned short vid, OptionsNode const& node,
                                DclConfigObject::OptionType type);
-  /// Deletes the RTM instances, then the routers. Requests of the VLAN that are still pending stay
-  /// pending.
+  /// Deletes the RTM instances, then the routers. Items of the VLAN that have not been sent go on
+  /// waiting in the configuration scheduler until the VLAN is created again. A VLAN that does not
+  /// exist is traced.
   void DeleteVlan(unsigned short vid);
-  /// The VLANs in ascending order. Valid for the life of the manager; documents change it. The
-  /// records belong to the manager: do not change them.
+  /// The VLANs in ascending order. The reference is valid for the life of the manager; loading and
+  /// withdrawing documents changes the map. The records belong to the manager: do not change them.
   const VlanMap& GetVlans() const { return m_vlans; }
   /// The VLAN's router, or null. Valid until the VLAN is deleted.
   DcRouterBase* GetDcRouterByVID(unsigned short vid, ProtocolType type);
-  /// The same by stack instance id, IPv4 or IPv6; a type above 6 is traced and answers null.
+  /// The same by stack instance id, IPv4 or IPv6. For a type above 6 it returns null, and that is
+  /// traced.
   DcRouterBase* GetDcRouterByInstanceID(unsigned int instanceId, ProtocolType type);
   /// Visits every router of the type, VLANs in ascending order; a router that is being deleted is
   /// skipped. `fn` must not create or delete VLANs. Nothing happens if it is null.
@@ -142,17 +146,17 @@ class VANTACORE_API DcRouterMgr {
   /// The interface's IPv4 address has changed, 0.0.0.0 being none: every router of the VLAN is
   /// told. Ignored if the VLAN does not exist.
   void ProcessIPAddressChange(unsigned short vid, unsigned int ifIndex, Ip4Addr const& addr);
-  /// A remote has joined on the interface: it is added to the VLAN's IGMP router if that is
-  /// enabled. Traced if the VLAN does not exist.
+  /// A remote has joined on the interface: the interface is added to the VLAN's IGMP router if that
+  /// router is enabled. A VLAN that does not exist is traced.
   void JoinNetwork(unsigned short vid, unsigned int ifIndex);
   /// A remote has left. The IGMP router keeps the interface.
   void LeaveNetwork(unsigned short vid, unsigned int ifIndex);
   /// Binds the host's event loop for the stack's descriptors; borrowed for the life of the process.
   void SckInterfaceInitialize(DcSckInterface* sck);
-  /// Traced only; the pointer is not kept.
+  /// Announces the device's peer: the call is traced, the pointer is not kept.
   void QuorpInterfaceInitialize(DcQuorpInterface* peer);
-  /// The stack registers a descriptor under its own `id`; dropped while there is no event loop.
-  /// `mode` is that of DcSckInterface.
+  /// The stack registers a descriptor under its own `id`; nothing happens while there is no event
+  /// loop. `mode` is that of DcSckInterface.
   void SetFiledescriptors(int fd, int id, int mode);
   /// The stack ends that registration.
   void RemoveFiledescriptors(int fd, int id);
@@ -163,13 +167,14 @@ class VANTACORE_API DcRouterMgr {
   void SocketCallback(int fd, int events);
   /// Switches the stack's tracing.
   void TripsControl(bool on);
-  /// Sets a filter of the stack's tracing: `value` 1 type in, 2 type out, 5 process in, 6 process
-  /// out. The stack takes a writable text, which is passed on unchanged; the empty one clears the
-  /// filter.
+  /// Sets a filter of the stack's trace of the messages between its components: `value` 1 type in,
+  /// 2 type out, 5 process in, 6 process out. The stack takes a writable text, which is passed on
+  /// unchanged; the empty one clears the filter.
   void SetIPSFilter(char* filter, unsigned short value);
   /// Whether the stack traces, as last switched by TripsControl.
   bool GetIPSTracing() const;
-  /// A BGP console action for the VLAN (low 16 bits of `vid`); nothing without a BGP router.
+  /// Passes console words to DcBgpRouter::DummyConsoleCommand of the VLAN's BGP router (low 16 bits
+  /// of `vid`); nothing happens without that router.
   void BgpPeerAct(unsigned int vid, int argc, char** argv);
 
   // --- console ---

@@ -18,12 +18,12 @@ namespace Tarsel {
 /// stack's answers to them arrive.
 class VANTACORE_API DcRtmMgr {
  public:
-  /// Set in the protocol instance id of a VLAN's IPv6 instance; the IPv4 instance id is the VLAN
-  /// id.
+  /// Set in the protocol instance id of a VLAN's IPv6 instance; the IPv4 instance id is the vid.
   static constexpr unsigned short IP6_INSTANCE_BIT = 0x8000;
-  /// IP protocol numbers select the family throughout.
+  /// Selects IPv4 in an argument called `proto` or `family`. (An argument called `type` selects it
+  /// by 1, and IPv6 by 2.)
   static constexpr int PROTO_IPV4 = 0;
-  /// The IP protocol number of IPv6.
+  /// Selects IPv6 in such an argument: IPv6's protocol number.
   static constexpr int PROTO_IPV6 = 41;
   /// The class label of traces.
   static const char* const __class__;  // NOLINT(bugprone-reserved-identifier): a published name
@@ -52,11 +52,11 @@ class VANTACORE_API DcRtmMgr {
   };
 
   /// The singleton, created on first use and never destroyed. Null when it cannot be allocated;
-  /// callers take that as the absence of an RTM manager.
+  /// callers then go on without an RTM manager.
   static DcRtmMgr* GetInstance();
 
-  /// The instance id of a VLAN's family: with IP6_INSTANCE_BIT for PROTO_IPV6, the VLAN id itself
-  /// for any other protocol.
+  /// The instance id of a VLAN's family: the vid with IP6_INSTANCE_BIT for PROTO_IPV6, the vid
+  /// itself for any other protocol.
   static unsigned short GetDclProtocolInstanceIdFromVlan(unsigned short vlan, int proto);
 
   // --- instances ---
@@ -67,12 +67,12 @@ class VANTACORE_API DcRtmMgr {
                        DclConfigObject::OptionType type);
   /// Destroys both instances, known or not.
   void DeleteRtmConfig(unsigned short vlan);
-  /// Reads the member "RTM" of a VLAN entry into `data`. Settings that it does not name keep their
-  /// values; but if it has an object "ADMIN_DISTANCE", distances missing there become 0. True if
-  /// there was a non-empty "RTM" object.
+  /// Reads the member "RTM" of a VLAN entry into `data`. A setting that it does not name keeps its
+  /// value. Exception: if it has an object "ADMIN_DISTANCE", every distance that this object does
+  /// not name becomes 0. Returns whether there is a non-empty "RTM" object.
   bool GetRTMConfig(OptionsNode const& node, RTMData* data);
   /// Sends the instance's row unless its settings are unchanged. Any protocol except PROTO_IPV4
-  /// gives the row the IPv6 distances. Always true.
+  /// gives the row the IPv6 distances. Returns true.
   bool CreateRTMInstance(unsigned short vlan, int proto, RTMData const& data);
   /// Sends the destruction of one instance and forgets its record, known or not.
   void DeleteRTMInstance(unsigned short vlan, int proto);
@@ -89,8 +89,8 @@ class VANTACORE_API DcRtmMgr {
   // --- static routes ---
 
   /// Queues a route request. `type` 1 is IPv4 (4 address bytes), 2 IPv6 (16). Row status 1 active,
-  /// 6 destroy; admin status 1 up, 2 down. The addresses are copied; a null address is all zero.
-  /// Without memory nothing is queued, which is traced.
+  /// 6 destroy; admin status 1 up, 2 down. The addresses are copied; a null address is all zero. If
+  /// memory is short, nothing is queued, and that is traced.
   void UpdateStaticRoute(unsigned int vlan, int type, const unsigned char* dest, int prefixLen,
                          const unsigned char* nexthop, unsigned int ifIndex, unsigned int metric,
                          int pathType, int rowStatus, int adminStatus);
@@ -112,11 +112,11 @@ class VANTACORE_API DcRtmMgr {
   // --- redistribution ---
 
   /// Queues a redistribution rule. `vlan` may carry the IPv6 instance bit; source and destination
-  /// are the stack's protocol codes. Without memory nothing is queued, and that is traced.
+  /// are the stack's protocol codes. If memory is short, nothing is queued, and that is traced.
   void Redistribute(unsigned int rowStatus, unsigned int adminStatus, unsigned int source,
                     unsigned int destination, unsigned short vlan);
-  /// Queues what a change asks for: the rule's addition if it is enabled now, its removal if it
-  /// was, nothing if the two are equal.
+  /// Queues the rule's addition if it has become enabled, its removal if it has become disabled,
+  /// otherwise nothing.
   void HandleRedistributionStatusChange(unsigned short vlan, unsigned int source,
                                         unsigned int destination, bool wasEnabled, bool isEnabled);
   /// The stack's answer to a rule, judged like a route's.

@@ -8,9 +8,9 @@
 namespace Tarsel {
 
 /// Starts the routing stack and drives its cooperative scheduler from one one-shot timer. After
-/// each run the timer is set for as long as the stack says it may sleep: at least 10 ms, 100 ms
-/// when it has nothing scheduled. The stack may ask for a run in 5 ms. The one DcScheduler of the
-/// process is a member of DcRouterMgr.
+/// each run the timer is set to the time that the stack says it may sleep, but at least 10 ms; it
+/// is set to 100 ms if the stack has nothing scheduled. The stack may ask for a run in 5 ms. The
+/// one DcScheduler of the process is a member of DcRouterMgr.
 class VANTACORE_API DcScheduler {
  public:
   DcScheduler();
@@ -24,11 +24,11 @@ class VANTACORE_API DcScheduler {
   void StartTimer(unsigned int ms);
   /// The timer's expiry; both arguments are ignored.
   void OnTimeout(unsigned int, void*);
-  /// Runs the stack once, now. The timer and a pending request are not changed.
+  /// Runs the stack once, now. Leaves the timer, and a run that was asked for, as they are.
   void SchedNBase();
   /// Asks for a run in 5 ms. Repeated requests before the timer expires change nothing.
   void RescheduleNBase();
-  /// Whether such a request is pending.
+  /// Whether RescheduleNBase has asked for a run that has not begun.
   bool IsRescheduled() const { return m_rescheduled; }
 
  private:

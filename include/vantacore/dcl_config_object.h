@@ -21,8 +21,9 @@ class DcRouterBase;
 /// What a concrete object owes to its list:
 ///  - CommitToMib clears ActionReq once the request has been handed on, and keeps InMib true while
 ///    the row exists in the stack;
-///  - an object that has been marked by SetDestroy answers 1 when it is compared with its own key,
-///    so that a row that returns before the stack has answered the destroy is sent again;
+///  - after SetDestroy, Compare returns 1, not 0, for an object with the same key and contents.
+///    Otherwise a row that comes back into the document before the stack has answered its destroy
+///    would not be sent again;
 ///  - neither CommitToMib nor any other operation that the list calls changes the list: they do not
 ///    call its Parse, ParseOptions, ParseGroup, FindNewObjectAndUpdate, CommitToMib, SetDestroy,
 ///    DeleteOptions or Clear.
@@ -32,8 +33,8 @@ class VANTACORE_API DclConfigObject {
   /// of another kind.
   enum OptionType : int { VLAN_OPTIONS = 0, REMOTE_OPTIONS = 1 };
 
-  /// Of a router, which must outlive the object. VLAN and id are 0; the row is not in the stack,
-  /// and the object waits for its first commit.
+  /// An object of the router, which must outlive it. VLAN and id are 0 until the list and ParseId
+  /// set them. The row is not in the stack, and the object waits for its first commit.
   explicit DclConfigObject(DcRouterBase& router);
   /// Takes vlan, id and router from `other` and leaves the rest at its defaults.
   explicit DclConfigObject(const DclConfigObject* other);
@@ -41,23 +42,25 @@ class VANTACORE_API DclConfigObject {
   DclConfigObject& operator=(const DclConfigObject&) = delete;
   virtual ~DclConfigObject();
 
-  /// Same VLAN and id.
+  /// Whether the other object has the same VLAN and id. For Compare; no list calls it.
   virtual bool KeyMatch(DclConfigObject* other) const;
   /// One trace line, level 5.
   virtual void DebugDump(const char* label);
-  /// 0 the same key and contents, 1 the same key with other contents, 2 another object.
+  /// Returns 0 if the other object has the same key and contents, 1 if it has the same key and
+  /// other contents, 2 if it is another object.
   virtual int Compare(DclConfigObject* other) = 0;
   /// Takes over the other's contents; the key stays.
   virtual void Update(DclConfigObject* other) = 0;
   /// The row status about to be written, for display.
   virtual unsigned short GetRowStatus() = 0;
-  /// The next commit is to remove the row from the stack.
+  /// Marks the object: its next commit asks the stack to remove the row.
   virtual void SetDestroy() = 0;
-  /// Prints the object; the console stays the caller's. `id` is the filter's, 0 for any.
+  /// Prints the object; the console stays the caller's. `id` is that of the display filter, 0 for
+  /// any object.
   virtual void Display(DcConsole* console, unsigned int id) = 0;
   /// Sends the pending change. True if the object is finished and is to be deleted from its list.
   virtual bool CommitToMib() = 0;
-  /// Fills the object from one group of the document; false rejects the group.
+  /// Fills the object from one group of the document. Returns false to reject the group.
   virtual bool ParseOption(const OptionsNode& node, unsigned short vlan) = 0;
 
   /// Whether the row exists in the stack.
@@ -70,7 +73,7 @@ class VANTACORE_API DclConfigObject {
   void SetActionReq(bool actionReq) { ActionReq = actionReq; }
   /// Whether the list has suspended the object.
   bool GetSuspended() const { return Suspended; }
-  /// The VLAN of the object's router.
+  /// The router's VLAN once the list has set it, 0 before.
   unsigned short GetVlan() const { return vlan; }
   /// The object's number within its table.
   unsigned int GetId() const { return id; }
@@ -81,22 +84,25 @@ class VANTACORE_API DclConfigObject {
   /// The router that owns the object's list.
   DcRouterBase& GetRouter() const { return router; }
 
-  /// The decimal number right after the n-th '_' of `name`, cut to 16 bits; 0 if there are fewer,
-  /// or if `name` is null.
+  /// Returns the decimal number right after the n-th '_' of `name`, cut to 16 bits; 0 if there are
+  /// fewer, or if `name` is null.
   static unsigned short ParseKeyFromName(const char* name, int n);
-  /// Field 2 of an object name, also stored as the object's id.
+  /// Returns the id in an object name, and stores it as the object's id: the number after the
+  /// second '_', as 3 in OSPF_12_3_1_0 (protocol, VLAN, id, number, second index).
   unsigned short ParseId(const char* name);
-  /// Field 3 of an object name.
+  /// Returns the number in an object name: the one after the third '_', as 1 in that example.
   static unsigned short ParseNumber(const char* name);
-  /// Field 4 of an object name.
+  /// Returns the second index in an object name: the number after the fourth '_', as 0 in that
+  /// example.
   static unsigned short ParseSecondIndex(const char* name);
 
-  /// Reads an address family: 1 becomes 2 (IPv6), anything else and an absent member 1 (IPv4).
-  /// Returns whether the member could be read. A null `key` is reported as an assertion and read as
-  /// absent.
+  /// Reads an address family into `afi`: the member's value 1 gives 2 (IPv6); any other value, or
+  /// no member, gives 1 (IPv4). Returns whether the member could be read. A null `key` is reported
+  /// as an assertion and read as absent.
   static int ParseAfiOption(const OptionsNode& node, int& afi, const char* key);
-  /// Reads a subsequent address family: 0 becomes 3, 1 becomes 128, 2 stays 2 (multicast), anything
-  /// else and an absent member 1 (unicast). Otherwise like ParseAfiOption.
+  /// Reads a subsequent address family into `safi`: the member's value 0 gives 3, 1 gives 128, 2
+  /// gives 2 (multicast); any other value, or no member, gives 1 (unicast). Otherwise like
+  /// ParseAfiOption.
   static int ParseSafiOption(const OptionsNode& node, int& safi, const char* key);
 
  protected:
@@ -120,11 +126,12 @@ struct VANTACORE_API DclConfigDisplayFilter {
   unsigned short vlan = 0;
 };
 
-/// Visits objects; false stops the walk.
+/// Visits objects.
 class VANTACORE_API DclConfigListIteratorFunc {
  public:
   virtual ~DclConfigListIteratorFunc();
-  /// Called with one object of the list, which stays the list's and must not be deleted.
+  /// Called with one object of the list, which stays the list's and must not be deleted. Returns
+  /// false to stop the iteration.
   virtual bool operator()(DclConfigObject* object) = 0;
 };
 
@@ -145,43 +152,51 @@ class VANTACORE_API DCLConfigList {
   virtual bool CheckInMib(unsigned short vlan, unsigned int id) const;
   /// An interface of the router has changed its status.
   virtual void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) = 0;
-  /// Calls ParseGroup for each group under `key`. Always 1.
+  /// Calls ParseGroup for each group under `key`. Returns 1.
   virtual int ParseOptions(const OptionsNode& node, const string& name,
                            DclConfigObject::OptionType type);
-  /// Destroys every object, whatever its source.
+  /// Marks every object for destruction and commits, so that the rows are removed from the stack.
+  /// Both arguments are ignored. (DcRouterBase::DeleteOptions does not call it.)
   virtual void DeleteOptions(const string& name, DclConfigObject::OptionType type);
-  /// A new, empty object of the list's kind.
+  /// Returns a new, empty object of the list's kind, owned by the caller; null if memory is short.
   virtual DclConfigObject* CreateObject(const OptionsNode& node, const string& name,
                                         DclConfigObject::OptionType type) = 0;
-  /// A new object with the contents of `parsed`, to be kept in the list.
+  /// Returns a new object with the contents of `parsed`, which the list will own; null if memory is
+  /// short.
   virtual DclConfigObject* CloneObject(DclConfigObject* parsed) = 0;
-  /// Commits every object with a pending change, in list order. When an object has finished it is
-  /// deleted, and the walk starts again from the head.
+  /// Commits every object with a pending change, in list order. When an object has finished, it is
+  /// deleted, and the iteration starts again at the head.
   virtual void CommitToMib();
-  /// 0 unchanged, 1 updated, 2 new. Without a match it is what the last object's Compare returned,
-  /// or 2 for an empty list; ParseGroup adds an object for exactly 2.
+  /// Looks for the object that `parsed` matches and updates it if the contents differ. Returns 0 if
+  /// it is unchanged, 1 if it has been updated. If no object matches, it returns what the last
+  /// Compare returned, or 2 if the list is empty; ParseGroup adds an object only if the result is
+  /// exactly 2.
   virtual int FindNewObjectAndUpdate(DclConfigObject* parsed);
-  /// The object of one group, owned by the caller; null when the group is rejected.
+  /// Returns the object of one group, owned by the caller; null if the group is rejected or memory
+  /// is short.
   virtual DclConfigObject* ParseObjectFromOption(const OptionsNode& group, const string& name,
                                                  DclConfigObject::OptionType type);
 
-  /// Applies one document: `node` is the router's own sub-tree, `name` the source.
+  /// Applies one document: `node` is the router's own member of the VLAN entry, `name` the source.
+  /// Objects that the document does not name any more are marked for destruction; then all changes
+  /// are committed.
   void Parse(const OptionsNode& node, const string& name, DclConfigObject::OptionType type);
-  /// One group. Always 1.
+  /// Applies one group: updates its object or adds one. Returns 1.
   int ParseGroup(const OptionsNode& group, const string& name, DclConfigObject::OptionType type);
   /// Marks every object for destruction; the next commit sends it.
   void SetDestroy();
   /// Deletes every object without touching the stack.
   void Clear();
-  /// Deletes objects of the VLAN without touching the stack. The walk skips the object after each
-  /// deleted one, and restarts at the head if the last object was deleted.
+  /// Deletes objects of the VLAN without touching the stack. Beware: after each deletion it skips
+  /// the following object, so some objects of the VLAN may stay. If it deletes the last object of
+  /// the list, it starts again at the head.
   void Clear(unsigned int vlan);
   /// Suspends the VLAN's objects, or resumes and commits them.
   void Clear(unsigned int vlan, bool suspend);
   /// Displays the objects that match the filter, in list order.
   void DisplayList(DcConsole* console, const DclConfigDisplayFilter& filter) const;
-  /// Visits the objects in list order; entries without an object are skipped. 1 if every object was
-  /// visited, 0 if `f` is null or stopped the walk. `f` must not change the list.
+  /// Visits the objects in list order; entries without an object are skipped. Returns 1 if every
+  /// object was visited, 0 if `f` is null or stopped the iteration. `f` must not change the list.
   int ForEach(DclConfigListIteratorFunc* f);
 
  protected:
@@ -198,22 +213,24 @@ class VANTACORE_API DCLConfigList {
 
 // Readers of row fields for the objects' ParseOption. `out` takes 4, 16 or 127 bytes.
 
-/// True with four address bytes and length 4; false with length 0, `out` untouched, if the member
-/// is absent or not an address.
+/// Writes four address bytes and length 4 and returns true. If the member is absent or not an
+/// address, it sets the length to 0, leaves `out` untouched and returns false.
 VANTACORE_API bool ReadDCLMibIpAddress(const OptionsNode& node, const char* key, unsigned char* out,
                                        unsigned int& length);
 /// The same for an IPv6 address: sixteen bytes, length 16.
 VANTACORE_API bool ReadDCLMibIpv6Address(const OptionsNode& node, const char* key,
                                          unsigned char* out, unsigned int& length);
-/// True with an integer and length 1; false, and nothing written, otherwise.
+/// Writes an integer and length 1 and returns true. If the member is absent or not an integer that
+/// fits, it writes nothing and returns false.
 VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, int& value,
                                    int& length);
 /// The same for an unsigned integer.
 VANTACORE_API bool ReadDCLMibValue(const OptionsNode& node, const char* key, unsigned int& value,
                                    int& length);
-/// True with at most 127 characters, padded with zeros to 127 bytes and not terminated if there are
-/// 127. An absent or empty member is the empty text, for which only the first byte is written. A
-/// text that begins with ".*" is refused: false with the empty text, and traced.
+/// Writes at most 127 characters and their count and returns true. They are padded with zeros to
+/// 127 bytes, and not terminated if all 127 are used. An absent or empty member is the empty text,
+/// for which only the first byte is written. A text that begins with ".*" is refused: it writes the
+/// empty text, traces the refusal and returns false.
 VANTACORE_API bool ReadDCLMibString(const OptionsNode& node, const char* key, unsigned char* out,
                                     unsigned int& length);
 /// The letter of a row status in traces: M active, C create and go, D destroy, U any other.

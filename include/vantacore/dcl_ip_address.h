@@ -11,7 +11,7 @@ namespace Tarsel {
 /// Sixteen bytes of which the first `length` count: 4 for IPv4, 16 for IPv6. A plain value.
 class VANTACORE_API DclIpAddress {
  public:
-  /// As Init.
+  /// The same as Init(bytes, length).
   DclIpAddress(const unsigned char* bytes, unsigned int length);
   /// A copy.
   DclIpAddress(const DclIpAddress& other);
@@ -19,8 +19,8 @@ class VANTACORE_API DclIpAddress {
   /// Copies length and bytes.
   DclIpAddress& operator=(const DclIpAddress& other);
 
-  /// Copies at most 16 of `length` bytes, clears the rest and stores the length unchanged. Null
-  /// bytes are zero.
+  /// Copies at most 16 of `length` bytes, clears the rest and stores the length unchanged. If
+  /// `bytes` is null, all sixteen bytes become zero.
   void Init(const unsigned char* bytes, unsigned int length);
   /// False, and nothing changed, for a text that is not an IPv4 address and for null.
   bool Ip4AddrFromString(const char* text);

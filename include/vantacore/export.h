@@ -1,8 +1,8 @@
-/* Marks the library's public classes and functions. For C89, C and C++. */
+/* Marks the library's public classes and functions. Compiles as C (C89 on) and as C++. */
 #ifndef VANTACORE_EXPORT_H
 #define VANTACORE_EXPORT_H
 
-/** Visible outside of the library. */
+/** Makes a symbol visible outside the library. */
 #define VANTACORE_API __attribute__((visibility("default")))
 
 #endif

@@ -1,4 +1,4 @@
-// Pending writes of single rows into the routing stack.
+// Actions: requests for single rows that wait to go to the routing stack.
 #ifndef VANTACORE_MIB_ACTION_H
 #define VANTACORE_MIB_ACTION_H
 
@@ -10,15 +10,16 @@
 
 namespace Tarsel {
 
-/// One write of one row. A producer creates it with `new (std::nothrow)` and hands it to
+/// One request for one row. A producer creates it with `new (std::nothrow)` and hands it to
 /// Serializer::Insert together with the row's identifier; the serializer issues it at most once and
 /// destroys it right after. An action that is never issued is never destroyed. The outcome of the
 /// request is reported through the callback API.
 class VANTACORE_API MibAction {
  public:
   virtual ~MibAction();
-  /// Makes the stack call, from inside which the stack may call back. `shared` is false if the row
-  /// was idle and the request goes out at once, true if it is released from the row's queue.
+  /// Makes the stack call, from inside which the stack may call back. `shared` says whether the row
+  /// had other requests or had to wait: it is false if the row was idle and the request goes out at
+  /// once, true if it is released from the row's queue.
   virtual void IssueReq(bool shared) = 0;
 };
 
@@ -37,7 +38,7 @@ class VANTACORE_API RouteAction : public MibAction {
 /// An interface of one protocol instance.
 class VANTACORE_API InterfaceAction : public MibAction {
  public:
-  /// Room for a name with its end, in bytes.
+  /// The size of the name's buffer in bytes, terminating null included.
   static constexpr unsigned int NAME_SIZE = 256;
 
   /// All numbers 0, the name empty.
@@ -58,7 +59,7 @@ class VANTACORE_API InterfaceAction : public MibAction {
   std::uint32_t m_extra;
 };
 
-/// An IPv4 address of an interface; the stack is given the VLAN id itself.
+/// An IPv4 address of an interface; the stack is given the vid, which is the IPv4 instance.
 class VANTACORE_API IPv4AddressAction : public MibAction {
  public:
   /// Numbers 0, address and mask 0.0.0.0.

@@ -25,7 +25,7 @@ class VANTACORE_API RedistributionProfile {
   /// All five flags on.
   void Reset();
   /// Takes the flags that "REDISTRIBUTION" of a VLAN entry names; the others keep their values.
-  /// False, and nothing changed, when the member is absent or empty.
+  /// Returns false, with nothing changed, if the member is absent or empty.
   bool ParseOption(const OptionsNode& node);
 
   /// Static routes.

@@ -30,13 +30,14 @@ class VANTACORE_API Ip4RouteConfig {
   virtual bool operator()(const Ip4RouteConfig& other) const;
   /// Compare(*this, other).
   virtual bool operator<(const Ip4RouteConfig& other) const;
-  /// By masked network, then gateway (as the words lie in memory), then metric; true when `a` sorts
-  /// before or with `b`.
+  /// By masked network, then gateway (as the words lie in memory), then metric. Returns true if `a`
+  /// sorts before `b` or equal to it.
   static bool Compare(const Ip4RouteConfig& a, const Ip4RouteConfig& b);
 
   /// Reads "interface", "network", "netmask", "gateway", "metric" and "routemetricmode". The metric
-  /// is stored plus one, in 8 bits, unless the mode begins with "passthrough". False at the first
-  /// value that cannot be read; the fields read before it have changed.
+  /// is stored plus one, cut to 8 bits (255 becomes 0), unless "routemetricmode" begins with
+  /// "passthrough". Returns false at the first value that cannot be read; the fields read before it
+  /// have changed.
   bool ParseGroup(unsigned short vid, const OptionsNode& group);
 
   /// The VLAN that the route is in.
@@ -75,11 +76,11 @@ class VANTACORE_API Ip6RouteConfig {
   virtual bool operator()(const Ip6RouteConfig& other) const;
   /// Compare(*this, other).
   virtual bool operator<(const Ip6RouteConfig& other) const;
-  /// True when `a` sorts before or with `b`.
+  /// Returns true if `a` sorts before `b` or equal to it.
   static bool Compare(const Ip6RouteConfig& a, const Ip6RouteConfig& b);
 
-  /// Reads "interface", "network", "prefix", "gateway" and "metric". False at the first value that
-  /// cannot be read; the fields read before it have changed.
+  /// Reads "interface", "network", "prefix", "gateway" and "metric". Returns false at the first
+  /// value that cannot be read; the fields read before it have changed.
   bool ParseGroup(unsigned short vid, const OptionsNode& group);
 
   /// The VLAN that the route is in.

@@ -9,9 +9,10 @@
 
 namespace Tarsel {
 
-/// What both commands share, by row type: the grammar "[vrf <vid>] [dest <address>] [proto <name>]
-/// [detail]", the filters, the table and the detailed view. `family` is 0 for IPv4, 41 for IPv6.
-/// Any other family shows the rows of the IPv4 instance as IPv6 rows.
+/// What RtmRouteCommand and RtmRibCommand share, as a template over the row type: the grammar "[vrf
+/// <vid>] [dest <address>] [proto <name>] [detail]", the filters, the table and the detailed view.
+/// `family` is 0 for IPv4, 41 for IPv6. Any other family shows the rows of the IPv4 instance as
+/// IPv6 rows.
 template <class T>
 class RtmRTCommand : public DcConsoleCommand {
  public:
@@ -31,7 +32,7 @@ class RtmRTCommand : public DcConsoleCommand {
   /// The handler of "dest". False, with a message, for a text that is not an address of the family
   /// and for null, which is printed as the empty text.
   static bool ParseDestination(DcConsoleCommand& cmd, const char* text);
-  /// The handler of "proto": bgp, connected, ospf, rip or static, in small letters.
+  /// The handler of "proto": bgp, connected, ospf, rip or static, in lower case.
   static bool ParseProtocol(DcConsoleCommand& cmd, const char* text);
   /// The handler of "detail".
   static void SetDetail(DcConsoleCommand& cmd);
@@ -41,8 +42,8 @@ class RtmRTCommand : public DcConsoleCommand {
   static const char* TypeStr(const T* row);
 
  protected:
-  /// Whether the row is of the VLAN's instance, the destination and the protocol that were asked
-  /// for.
+  /// Whether the row belongs to the VLAN's instance and has the destination and the protocol that
+  /// were asked for.
   bool PassesFilters(const T* row) const;
   /// The line above the rows.
   void PrintTableHeader();

@@ -12,14 +12,16 @@ namespace Tarsel {
 /// Lays out pairs of texts as two columns of fixed width, long texts wrapped at blanks.
 class VANTACORE_API TwoColumnsFormatter {
  public:
-  /// Characters of the first column when none are given.
+  /// Width of the first column, in characters, if none is given.
   static constexpr unsigned int DEFAULT_COL1_WIDTH = 40;
-  /// Characters of the second column when none are given.
+  /// Width of the second column, in characters, if none is given.
   static constexpr unsigned int DEFAULT_COL2_WIDTH = 40;
   static const char* const DEFAULT_SEPARATOR;  ///< four blanks
-  /// Continuation lines of the first column are narrower by this text's length.
+  /// Only its length counts: continuation lines of the first column hold that many characters
+  /// fewer, unless the column is not wider than that.
   static const char* const INDENTATION;  ///< four blanks
 
+  /// No rows.
   TwoColumnsFormatter();
 
   /// Adds a pair; either text may be empty.
@@ -29,16 +31,17 @@ class VANTACORE_API TwoColumnsFormatter {
   /// Forgets the rows; the last output stays.
   void ClearRows();
 
-  /// The block, valid until the next Format; null when a width is 0, the separator is null or
-  /// empty, or there is nothing to show. The rows stay.
+  /// Returns the block of lines, valid until the next Format; null if a width is 0, the separator
+  /// is null or empty, or there is nothing to show. The rows stay.
   const char* Format(unsigned int width1, unsigned int width2, const char* separator);
-  /// With the default widths.
+  /// The same with the default widths.
   const char* Format(const char* separator);
-  /// With the default widths and separator.
+  /// The same with the default widths and separator.
   const char* Format();
 
-  /// The last character of the first piece of `text` that fits in `width`: the piece ends before
-  /// the last blank within reach; a word longer than the width is cut.
+  /// Returns where the first line of `text` ends: a pointer to the last of at most `width`
+  /// characters, chosen so that the line ends before a blank; a word longer than `width` is cut.
+  /// Returns `text` if it is empty or `width` is 0.
   const char* Segment(const char* text, unsigned int width);
 
  private:
