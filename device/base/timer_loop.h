@@ -15,10 +15,11 @@ namespace Tarsel {
 /// Where timers wait. At most one loop is current. A timer joins the loop that is current when it
 /// is started; a loop that is destroyed stops the timers that wait on it. Timers fire in the order
 /// of their deadlines, and timers with equal deadlines in the order of their starts. A periodic
-/// timer that is late fires once for each period that it missed, within what its loop allows in one
-/// turn.
+/// timer that is late fires once for each period that it missed, as far as its loop allows in one
+/// turn (see UvLoop).
 class TARSEL_API TimerLoop {
  public:
+  /// Not current until SetCurrent.
   TimerLoop();
   TimerLoop(const TimerLoop&) = delete;
   TimerLoop& operator=(const TimerLoop&) = delete;
@@ -27,6 +28,7 @@ class TARSEL_API TimerLoop {
   /// Microseconds since some fixed moment; never goes back.
   virtual std::uint64_t Now() const = 0;
 
+  /// The loop that timers join when they are started, or null.
   static TimerLoop* GetCurrent();
   /// The loop is borrowed; null for none. A timer that is started without a loop stays idle.
   static void SetCurrent(TimerLoop* loop);
@@ -50,21 +52,24 @@ class TARSEL_API TimerLoop {
 /// Time that moves only when told to.
 class TARSEL_API VirtualLoop : public TimerLoop {
  public:
+  /// Now() is 0 at first.
   VirtualLoop();
   ~VirtualLoop() override;
 
   std::uint64_t Now() const override { return m_now; }
 
-  /// Moves time forward and fires each timer that becomes due at its own moment. It does not return
-  /// while a one-shot timer starts itself again with no delay.
+  /// Moves time forward and fires each timer that becomes due, with Now() at that timer's deadline.
+  /// It does not return while a one-shot timer starts itself again with no delay.
   void AdvanceMilliseconds(std::uint64_t milliseconds);
+  /// The same in microseconds.
   void AdvanceMicroseconds(std::uint64_t microseconds);
-  /// Moves to the next deadline and fires that one timer; false if no timer runs.
+  /// Moves to the next deadline and fires that one timer. Returns false if no timer runs.
   bool RunNext();
-  /// Runs until `done` returns true or `limitMilliseconds` have passed; returns the last result.
+  /// Runs until `done` returns true or `limitMilliseconds` have passed. Returns the last result of
+  /// `done`.
   bool RunUntil(const std::function<bool()>& done, std::uint64_t limitMilliseconds);
   /// Microseconds until the next deadline, UINT64_MAX if no timer runs. A loop that drives this one
-  /// may sleep as long.
+  /// may sleep that long.
   std::uint64_t MicrosecondsToNext() const;
 
  private:
@@ -73,11 +78,12 @@ class TARSEL_API VirtualLoop : public TimerLoop {
   std::uint64_t m_now;
 };
 
-/// Real time on a libuv loop, which is borrowed and must outlive this object. Destroy this object
-/// before the libuv loop is closed, not from a timer callback, and let that loop run once more so
-/// that the handle can close. In one turn of the loop, due timers fire until five milliseconds
-/// have passed; the rest waits for the next turn. Of the periods that a periodic timer still owes
-/// then, only the latest is kept, so that a stall is not made up for endlessly.
+/// Real time on a libuv loop, which is borrowed and must outlive this object. Do not destroy this
+/// object from a timer callback. After destroying it, let the libuv loop run once more, so that the
+/// handle can close, before you close that loop. In one turn of the loop, due timers fire until
+/// five milliseconds have passed; the rest waits for the next turn. A periodic timer that has
+/// missed several periods by then fires for the latest only, so that a stall is not made up for
+/// endlessly.
 class TARSEL_API UvLoop : public TimerLoop {
  public:
   explicit UvLoop(uv_loop_s* loop);

@@ -3,9 +3,9 @@
 // A running timer has one entry in the queue of its loop, and each of the two points at the other,
 // so neither is searched for. Entries are ordered by deadline. Equal deadlines are ordered by the
 // number of the start, which a periodic timer keeps for all its periods. Before a callback runs,
-// the entry is already in its place for the time after it: gone for a one-shot timer, one period
-// later for a periodic one. The timer is not touched after the callback, which may have started it
-// again, stopped it or destroyed it.
+// the entry is already changed for the time after it: a one-shot timer's is removed, a periodic
+// timer's is moved one period later. The timer is not touched after the callback, which may have
+// started it again, stopped it or destroyed it.
 #ifndef DEVICE_BASE_TIMER_QUEUE_H
 #define DEVICE_BASE_TIMER_QUEUE_H
 
@@ -38,9 +38,9 @@ struct TimerLoop::Queue {
   Entry* Add(TimerBase* timer, std::uint64_t deadline, unsigned int ticks);
   void Remove(Entry* entry);
 
-  /// NO_DEADLINE if nothing waits.
+  /// Returns the earliest deadline, NO_DEADLINE if nothing waits.
   std::uint64_t Earliest() const;
-  /// Fires the first timer; one must wait.
+  /// Fires the first timer. There must be one.
   void FireFirst();
   /// Keeps only the latest of the periods that a periodic timer owes at `now`.
   void DropMissedPeriods(std::uint64_t now);

@@ -42,8 +42,8 @@ class CallLine {
 class CallLog {
  public:
   void Count(Call call) { ++m_counts[static_cast<std::size_t>(call)]; }
-  /// Counts the call and shows it with its arguments. They become text only if there is an
-  /// observer.
+  /// Counts the call and shows it, with its arguments, to the observer. Without an observer no text
+  /// is built.
   template <typename... Arguments>
   void Note(Call call, const Arguments&... arguments) {
     Count(call);

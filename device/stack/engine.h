@@ -1,18 +1,18 @@
 // The engine of the software routing stack.
 //
 // Data: the tables (tables.h), a queue of events (event_queue.h), and what the control header sets:
-// scripts, limits, holds. Two engines do not share anything.
+// scripts, limits, holds. Two engines share nothing.
 //
 // A call of the C interface only copies its arguments into an event and, if the host has no run
-// scheduled, asks for one. All answers come from Run(), which takes one unit of work after the
-// other: first what still follows from earlier changes (the tables' own work), then the next event.
-// Each event therefore finds the consequences of all earlier ones. A run ends after a slice of
-// units, or when it has taken a few milliseconds.
+// scheduled, asks for one. All answers come from Run(), which does one unit of work after the
+// other: first the tables' own work, which earlier changes have left, then the next event. Each
+// event therefore finds the consequences of all earlier ones. A run ends after a slice of units, or
+// when it has taken a few milliseconds.
 //
 // Life: a new engine is stopped; it queues requests but does not work on them. Start() queues the
 // announcement of readiness before everything else. From then on the engine runs, unless it is
-// held. Restart() is a crash and a new start in one: only scripts, limits, the mode and counters
-// stay.
+// held. Restart() is a crash and a new start in one: only scripts, limits, the synchronous mode and
+// counters stay.
 //
 // Events are taken out of the queue before anything is called, since every callback may queue more,
 // restart the engine, or, in synchronous mode, work on the queue from inside.
@@ -43,7 +43,8 @@ class Engine {
   void MakeCurrent();
 
   void Start();
-  /// Milliseconds until the next run, 0 while there is work, -1 when nothing is scheduled.
+  /// Does a slice of work. Returns the milliseconds until the next run: 0 while there is work, -1
+  /// if nothing is scheduled.
   int Run();
   void Submit(Event event);
   void StartWalk(WalkTable table, std::uint32_t instance, sms_response handler, void* command);

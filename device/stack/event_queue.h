@@ -1,4 +1,4 @@
-// What the stack still has to do: first in, first out, and a second queue of what is due later.
+// The stack's events: first in, first out, and a second queue of those that are due later.
 #ifndef DEVICE_STACK_EVENT_QUEUE_H
 #define DEVICE_STACK_EVENT_QUEUE_H
 
@@ -33,17 +33,17 @@ class EventQueue {
 
   bool IsEmpty() const { return m_events.empty(); }
   bool HasLater() const { return !m_later.empty(); }
-  /// When the first later event is due; there is one.
+  /// When the first later event is due. There must be one.
   std::uint64_t FirstDue() const { return m_later.begin()->first; }
 
-  /// Moves what is due to the end of the queue.
+  /// Moves the later events that are due at `now` to the end of the queue.
   void TakeDue(std::uint64_t now);
-  /// The queue is not empty.
+  /// Takes the first event. The queue must not be empty.
   Event Pop();
 
   /// Removes the later events that satisfy the condition.
   void RemoveLater(const std::function<bool(const Event&)>& condition);
-  /// Removes everything and gives it back in order, what was due later at the end.
+  /// Removes all events and returns them in order, those that were due later at the end.
   std::deque<Event> TakeAll();
 
  private:

@@ -1,23 +1,24 @@
 // What the software routing stack has: its tables as rows, and how many requests it has received.
 //
-// For the product. A host looks here to show or to compare what the stack made of its requests, and
-// to find out whether anybody still asks for something. Nothing here changes the stack: the levers
-// of stack_control.h are for tests and lab commands, and this header knows none of them.
+// For hosts, the daemon included. A host looks here to show or to compare what the stack made of
+// its requests, and, by CountRequests(), to find out whether requests still arrive. Nothing here
+// changes the stack: the controls of stack_control.h are for tests and lab commands, and are not
+// reachable from here.
 //
 // Owner and lifetime: the facts belong to their RoutingStack (GetFacts()) and live as long as it.
-// They belong to that one stack, whichever stack is current.
+// They describe that stack, even if another one is current.
 //
 // Each query copies the whole table as it is at that moment, so its cost grows with the table; the
-// rows that are handed out are the caller's. Queries may be made at any time on the stack's thread,
+// rows that it returns are the caller's. Queries may be made at any time on the stack's thread,
 // from inside a callback or a walk as well. They never call back and never fail.
 //
-// A table shows the requests that the stack has worked off. While RoutingStack::IsIdle() is false,
+// A table shows the requests that the stack has processed. While RoutingStack::IsIdle() is false,
 // requests and their consequences may be missing from it. A restart of the stack empties the
 // tables.
 //
-// The fields of the rows are explained in stack/rows.h. An instance is a VLAN's id, with 0x8000 for
-// IPv6. An age is in whole seconds by the stack's clock, a candidate's since it was first put into
-// the table, a route's since it was installed.
+// The fields of the rows are explained in stack/rows.h. An instance is a vid, with bit 0x8000 set
+// for IPv6. An age is in whole seconds by the stack's clock: for a candidate since it was first put
+// into the table, for a route since it was installed.
 #ifndef DEVICE_STACK_FACTS_H
 #define DEVICE_STACK_FACTS_H
 
@@ -39,6 +40,7 @@ struct RedistributionRow {
 
 class SMS_API Facts {
  public:
+  /// Made by the stack; `engine` is borrowed and outlives the facts.
   explicit Facts(const Engine& engine) : m_engine(engine) {}
   Facts(const Facts&) = delete;
   Facts& operator=(const Facts&) = delete;
@@ -51,7 +53,7 @@ class SMS_API Facts {
   /// By interface, family and address.
   std::vector<amb_stubs_i3_ea> Addresses() const;
   /// All candidates, whether they are usable or not, by instance, prefix, protocol and next hop.
-  /// Those that stand in the forwarding table have fib_flag 1.
+  /// Those in the forwarding table have fib_flag 1.
   std::vector<amb_cipr_rtm_rib> Rib() const;
   /// The forwarding table, by instance and prefix: at most one route for each prefix.
   std::vector<amb_cipr_rtm_route> Routes() const;
@@ -61,13 +63,14 @@ class SMS_API Facts {
   /// is up names the destination, or when the instance does not exist.
   std::vector<amb_cipr_rtm_route> Redistributed(std::uint32_t instance,
                                                 std::uint32_t destination) const;
+  /// The ids of the instances that exist, in ascending order.
   std::vector<std::uint32_t> Instances() const;
 
-  /// The requests for rows that the stack has received since it was made, whatever became of them:
-  /// to set or to destroy an instance, a route, an interface, an address, a redistribution rule or
-  /// a protocol row. Walks, identifier builders, tracing and scheduling do not count. The count
-  /// never goes back, not even over a restart of the stack: if two counts are equal, nobody asked
-  /// for a row in between.
+  /// The requests for rows that the stack has received since it was made, whether they succeeded or
+  /// not: to set or to destroy an instance, a route, an interface, an address, a redistribution
+  /// rule or a protocol row. Walks, identifier builders, tracing and scheduling do not count. The
+  /// count never goes back, not even over a restart of the stack: if two counts are equal, nobody
+  /// asked for a row in between.
   std::uint64_t CountRequests() const;
 
  private:

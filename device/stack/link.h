@@ -1,4 +1,5 @@
-// A ring of objects that carry their own links: O(1) removal without knowing which ring it is.
+// A ring of objects that carry their own links: a member is removed in constant time, and nobody
+// needs to know its ring.
 #ifndef DEVICE_STACK_LINK_H
 #define DEVICE_STACK_LINK_H
 

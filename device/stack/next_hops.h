@@ -1,12 +1,12 @@
-// How the next hops of one instance are reached: the interfaces that are up, the connected
+// How the next hops of one instance are reached. It keeps the interfaces that are up, the connected
 // prefixes, and for every next hop in use whether it resolves and over which interface.
 //
 // Candidates share a next hop. When an interface or a connected prefix comes or goes, the next hops
-// that it can concern are found as a range of the sorted table and resolved again. Only those that
-// became usable or unusable hand out their candidates for a new choice. The cost of a flap
-// therefore follows what depends on the interface, and the work is done in steps.
+// that it can concern are found as a range of the sorted table and resolved again. Only for those
+// that became usable or unusable the prefixes of their candidates are chosen for again. The cost of
+// a flap therefore grows with what depends on the interface, and the work is done in steps.
 //
-// A next hop resolves so:
+// Whether a next hop resolves:
 //  - without an interface: through the longest connected prefix that covers it (of several
 //    interfaces with that prefix, the lowest index); the unspecified address does not resolve;
 //  - with an interface that is not up: not at all;
@@ -39,18 +39,18 @@ class NextHops {
 
   void SetInterface(std::uint32_t ifIndex, bool up);
 
-  /// A connected prefix counts its addresses. True if this one is its first.
+  /// A connected prefix counts its addresses. Returns true if this one is its first.
   bool AddConnected(const Prefix& prefix, std::uint32_t ifIndex);
-  /// True if this one was its last.
+  /// Returns true if this one was its last.
   bool RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex);
 
-  /// The next hop, resolved; stays where it is until it is released.
+  /// Returns the next hop, resolved. The pointer is valid until it is released.
   NextHop* Acquire(const Address& address, std::uint32_t ifIndex);
   /// Forgets the next hop if no candidate is linked to it.
   void Release(const Address& address, std::uint32_t ifIndex);
 
   bool HasWork() const { return !m_ranges.empty() || !m_changed.IsAlone(); }
-  /// A bounded step. Returns a candidate whose prefix has to be chosen for again, or null.
+  /// Does a bounded step. Returns a candidate whose prefix has to be chosen for again, or null.
   Link* Work();
 
  private:

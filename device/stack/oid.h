@@ -26,10 +26,10 @@ Oid AddressOid(unsigned int instance, unsigned int ifIndex, const unsigned char*
 Oid RouteOid(unsigned short instance, int addressType, const unsigned char* destination,
              unsigned int prefixLength, const unsigned char* nextHop, unsigned int ifIndex);
 Oid RedistributionOid(unsigned int vlan, unsigned int source, unsigned int destination);
-/// A key that is too long counts with its first bytes and its length: such a row is never stored.
+/// Of a key that is too long the first bytes and the length are used: such a row is never stored.
 Oid ProtocolOid(unsigned int table, unsigned int instance, const unsigned char* key,
                 std::size_t keyLength);
-/// Nothing is answered or completed with it; scripts name an entity's row by it.
+/// Only scripts use it, to name an RTM's row; nothing is answered or completed with it.
 Oid RtmOid(unsigned int instance);
 
 }  // namespace routing_stack

@@ -1,4 +1,4 @@
-// The function that is told the outcome of requests for protocol rows.
+// The function that reports the outcome of requests for protocol rows.
 #ifndef DEVICE_STACK_PROTOCOL_TABLE_H
 #define DEVICE_STACK_PROTOCOL_TABLE_H
 

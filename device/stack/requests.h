@@ -1,13 +1,13 @@
 // The row requests, one kind for each type of row: a copy of the call's arguments.
 //
-// Each kind says which row it names (GetOid), what it does to the tables by the rules of its type
-// (Apply, which returns the status of the answer), and how its outcome is reported (Answer). The
-// engine decides when, how often and with which status that happens. It also reports the completion
-// of the row after the answer, for every kind except the entity's.
+// Each kind names its row (GetOid), changes the tables by the rules of its type and returns the
+// status of the answer (Apply), and reports the outcome (Answer). The engine decides when, how
+// often and with which status that happens. After the answer it reports the completion of the row,
+// for every kind except the RTM's.
 //
-// A new type of row is an enumerator of RowType and a kind of request in RowRequests, which is
-// where the queue and the engine know the kinds from; the compiler finds what does not agree. Its
-// rules are a file beside route_rows.cpp, and its C function is in c_api.cpp.
+// To add a type of row, add an enumerator to RowType and a kind of request to RowRequests, which
+// the queue and the engine use; the compiler reports a mismatch. Put its rules into a file beside
+// route_rows.cpp and its C function into c_api.cpp.
 #ifndef DEVICE_STACK_REQUESTS_H
 #define DEVICE_STACK_REQUESTS_H
 
@@ -21,18 +21,18 @@
 namespace routing_stack {
 
 struct Request {
-  bool judged = false;  // scripts have had their say
+  bool judged = false;  // scripts have been applied to it
 };
 
-/// An entity's row. The stack asks the host for the configuration when the request's turn comes; a
-/// new instance is reported ready.
+/// An RTM's row. The stack asks the host for the configuration when the request's turn comes; a new
+/// instance is reported ready.
 struct RtmRequest : Request {
   static constexpr RowType kType = RowType::kRtm;
   static constexpr bool kIsCompleted = false;
 
   std::uint32_t instance = 0;
   std::uint32_t rowStatus = 0;
-  std::uint32_t family = 0;  // 1 IPv4, 2 IPv6, else told by the instance's id
+  std::uint32_t family = 0;  // 1 IPv4, 2 IPv6, else the instance's id decides
   bool isNew = false;        // set by Apply
 
   Oid GetOid() const { return RtmOid(instance); }
@@ -43,8 +43,8 @@ struct RtmRequest : Request {
   unsigned int Create(Tables& tables);
 };
 
-/// Stored whatever else exists, and never answered with a status: a refusal leaves the table as it
-/// is.
+/// An interface's row. It is stored even if its instance does not exist. The request is never
+/// answered with a status: a refusal leaves the table as it is.
 struct InterfaceRequest : Request {
   static constexpr RowType kType = RowType::kInterface;
   static constexpr bool kIsCompleted = true;
@@ -65,7 +65,7 @@ struct InterfaceRequest : Request {
   unsigned int SetStatus(Tables& tables) const;
 };
 
-/// As the interface's.
+/// An address's row: stored and answered like an interface's.
 struct AddressRequest : Request {
   static constexpr RowType kType = RowType::kAddress;
   static constexpr bool kIsCompleted = true;

@@ -8,8 +8,8 @@
 // so the cost of a change is the logarithm of the table's size, however many candidates a prefix
 // has.
 //
-// What follows from an interface, a connected prefix or changed distances is worked off in bounded
-// steps. Until HasWork() is false, the choice for some prefixes may be an older one.
+// The consequences of a changed interface, connected prefix or distance are processed in bounded
+// steps. While HasWork() is true, the choice for some prefixes may be an older one.
 #ifndef DEVICE_STACK_RIB_H
 #define DEVICE_STACK_RIB_H
 
@@ -73,9 +73,9 @@ class Rib {
   void AddConnected(const Prefix& prefix, std::uint32_t ifIndex);
   void RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex);
 
-  /// Adds or overwrites a static route or a protocol's candidate. True if it is new.
+  /// Adds or overwrites a static route or a protocol's candidate. Returns whether it is new.
   bool Put(const CandidateKey& key, const CandidateValues& values);
-  /// False if there is none.
+  /// Returns false if there is none.
   bool Remove(const CandidateKey& key);
   bool Has(const CandidateKey& key) const { return m_entries.count(key) != 0; }
 
@@ -83,13 +83,14 @@ class Rib {
   /// One bounded step towards the right choice for every prefix.
   void Work();
 
-  /// Frees a bounded number of candidates of a RIB that is not in use any more; false if none is
-  /// left.
+  /// Frees a bounded number of candidates of a RIB that is not in use any more. Returns false if
+  /// none is left.
   bool Shrink();
 
-  /// The first candidate after `key`, or the very first for a null pointer; null at the end.
+  /// Returns the first candidate after `key`, or the very first for a null pointer; null at the
+  /// end.
   const RibEntry* After(const CandidateKey* key) const;
-  /// The same over the installed candidates, after a prefix.
+  /// The same among the installed candidates, after a prefix.
   const RibEntry* InstalledAfter(const Prefix* prefix) const;
   /// The first of these that satisfies a condition.
   template <typename Condition>
@@ -114,9 +115,9 @@ class Rib {
   RibEntry* Best(const Prefix& prefix) const;
   RibEntry& Add(const CandidateKey& key, const CandidateValues& values);
   static bool IsEligible(const RibEntry& entry, const CandidateValues& values);
-  /// Puts an entry at its place in the order of preference, or takes it out.
+  /// Puts an entry at its place in the order of preference; takes it out if it is not eligible.
   void Rank(RibEntry& entry, bool eligible, const CandidateValues& values);
-  /// After a change of the order, with what was the best before it.
+  /// Called after a change of the order; `before` was the best candidate before it.
   void InstallBest(const Prefix& prefix, RibEntry* before);
   void Place(RibEntry& entry, const CandidateValues& values);
   /// Chooses again for one prefix, after changes of next hops or distances.

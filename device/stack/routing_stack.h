@@ -19,18 +19,19 @@ using Clock = std::function<std::uint64_t()>;
 
 /// One stack with its tables, its event queue and its walks. The exported C functions forward to
 /// the stack that is current; if none is, they do nothing. Everything happens on the caller's
-/// thread. Answers, completions and walk rows come from nbb_scheduler() only, unless the control
-/// was told otherwise.
+/// thread. Answers, completions and walk rows come from nbb_scheduler() only, unless
+/// Control::SetSynchronous is on.
 class SMS_API RoutingStack {
  public:
-  /// Not current until MakeCurrent() is called.
+  /// Not current until MakeCurrent() is called. `clock` is copied and must work as long as the
+  /// stack lives.
   explicit RoutingStack(Clock clock);
   RoutingStack(const RoutingStack&) = delete;
   RoutingStack& operator=(const RoutingStack&) = delete;
   ~RoutingStack();
 
-  /// Makes this the stack that the C functions forward to, in place of the one that was. A new
-  /// RoutingStack is not current until told. Destroying the current one leaves none.
+  /// Makes this the stack that the C functions forward to. If the current stack is destroyed, none
+  /// is current.
   void MakeCurrent();
 
   /// The tables as rows and the number of requests, read-only (facts.h). It lives as long as the
@@ -41,8 +42,8 @@ class SMS_API RoutingStack {
   /// (stack_control.h). It lives as long as the stack.
   Control& GetControl();
 
-  /// True when no event is queued and none is due later: everything that was requested has been
-  /// answered, except what will never be.
+  /// True when no event is queued and none is due later: every request has been answered, apart
+  /// from those that a script leaves unanswered for good.
   bool IsIdle() const;
 
  private:

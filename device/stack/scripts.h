@@ -1,4 +1,4 @@
-// How the next requests are answered instead of the normal way.
+// How the next requests are answered, in place of the normal answers.
 #ifndef DEVICE_STACK_SCRIPTS_H
 #define DEVICE_STACK_SCRIPTS_H
 
@@ -19,9 +19,11 @@ class Scripts {
               unsigned int times);
   void Clear();
 
-  /// Whether any script could concern a request of the type. If none does, no identifier is built.
+  /// Whether any script could concern a request of the type. If not, the engine need not build the
+  /// row's identifier.
   bool Concerns(RowType type) const;
-  /// Takes one answer for the row, from its own scripts or from its type's. False if there is none.
+  /// Takes one answer for the row, from its own scripts or from its type's. Returns false if there
+  /// is none.
   bool Take(RowType type, const Oid& oid, Answer* answer);
 
  private:

@@ -1,18 +1,18 @@
-// All tables of one stack, and what follows when a row of one concerns another.
+// All tables of one stack, and the effects that a row of one has on another.
 //
-// Interface and address rows are stored whatever else exists. They take effect, as interfaces that
-// are up and connected prefixes of an instance's RIB, while the instance exists, the interface
-// exists and is up, and the row itself is valid there; `attachedTo` is the life of the instance
-// that an address is attached to at present. Static routes and protocol candidates are in the
-// instance's RIB. They go with the instance, and so do its redistribution rules and protocol rows.
+// Interface and address rows are stored even if the instance or the interface does not exist. They
+// take effect, as interfaces that are up and connected prefixes of an instance's RIB, while the
+// instance exists, the interface exists and is up, and the row itself is valid there; `attachedTo`
+// is the life of the instance that an address is attached to at present. Static routes and protocol
+// candidates are in the instance's RIB. They go with the instance, and so do its redistribution
+// rules and protocol rows.
 //
-// Everybody may read the tables. They are changed by the functions that store and remove rows and
-// by nothing else, so that no consequence of a change can be forgotten. Whether a request is
-// acceptable is not judged here: the rules of each type of row are in *_rows.cpp and
-// protocol_table.cpp.
+// The tables may be read at any time. Only the functions that store and remove rows change them, so
+// that no consequence of a change can be forgotten. Whether a request is acceptable is not judged
+// here: the rules of each type of row are in *_rows.cpp and protocol_table.cpp.
 //
-// A change of one row may concern many others. These consequences are not drawn at once but kept as
-// work of bounded steps. The engine finishes that work before it takes the next event, so each
+// A change of one row may concern many others. This is not done at once but kept as work, which is
+// done in bounded steps. The engine finishes that work before it takes the next event, so each
 // event finds the consequences of all earlier ones.
 #ifndef DEVICE_STACK_TABLES_H
 #define DEVICE_STACK_TABLES_H
@@ -30,7 +30,7 @@
 
 namespace routing_stack {
 
-/// Outcomes of a request. What a final refusal is for: kWrongValue for a value that is never right,
+/// Outcomes of a request or a walk. A final refusal is kWrongValue for a value that is never right,
 /// kInconsistent for values that do not fit each other.
 enum Status : unsigned int {
   kDone = 1,
@@ -144,13 +144,13 @@ class Tables {
   const Instance* FindInstance(std::uint32_t instance) const;
 
   void SetLimit(RowType type, const Limit& limit);
-  /// Done, or the limit's status when one more row than `rows` is too many.
+  /// Returns kDone, or the limit's status if one more row than `rows` is too many.
   unsigned int RoomFor(RowType type, std::size_t rows) const;
 
-  // Rows are stored whether they are new or not. Removing tells whether the row was there.
+  // Storing adds or overwrites a row. Removing returns whether the row was there.
 
-  /// Interfaces and addresses that are there take effect in the new instance. One that exists stays
-  /// as it is.
+  /// Adds an instance; interfaces and addresses that are there take effect in it. An instance that
+  /// exists stays as it is.
   void AddInstance(std::uint32_t instance, Family family, std::uint32_t routerId);
   /// The instance must exist.
   void SetDistances(std::uint32_t instance, const Distances& distances);

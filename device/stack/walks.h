@@ -1,8 +1,8 @@
 // Walks over the tables, for the commands that show them.
 //
-// A walk keeps its place as the key of the last row that it handed out, so rows may come and go
-// between two answers. It is an object of its own and is never looked up by its command: a command
-// may start a second walk from inside the first one's handler.
+// A walk keeps its place as the key of the last row that it reported, so rows may come and go
+// between two answers. It is never looked up by its command, because a command may start a second
+// walk from inside the first one's handler.
 #ifndef DEVICE_STACK_WALKS_H
 #define DEVICE_STACK_WALKS_H
 
@@ -25,8 +25,8 @@ struct Walk {
   AddressKey address;      // interfaces use its interface
   CandidateKey candidate;  // routes use its prefix
 
-  /// Hands the next row, the end or the failure to the handler. True if the handler wants another
-  /// row; after false, neither the handler nor the command may be touched.
+  /// Reports the next row, the end or the failure to the handler. Returns true if the handler wants
+  /// another row. After false, neither the handler nor the command may be touched.
   bool Step(const Tables& tables, std::uint64_t now);
 
  private:
@@ -40,7 +40,7 @@ struct Walk {
   const RibEntry* NextOfAll(const Tables& tables, Find find);
 };
 
-// Rows as the walks hand them out.
+// Rows as the walks report them.
 amb_stubs_i3_ei ToRow(const InterfaceKey& key, const InterfaceRow& row);
 amb_stubs_i3_ea ToRow(const AddressKey& key, const AddressRow& row);
 amb_cipr_rtm_rib ToRibRow(std::uint32_t instance, const RibEntry& entry, std::uint64_t now);
