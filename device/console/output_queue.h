@@ -8,7 +8,7 @@
 namespace console {
 
 /// Nothing can stop a walk until its reader has caught up, so what waits is limited: output beyond that
-/// is cut, a message says so, and the rest of the command's output is dropped.
+/// is cut, a message says so, and the rest of the command's output is dropped. SocketSession then replies "refused".
 class OutputQueue {
  public:
   static constexpr std::size_t LIMIT = 8 * 1024 * 1024;

@@ -45,6 +45,7 @@ std::string Expected(const char* key, const char* what, const OptionsNode& node)
   return std::string(".") + key + ": expected " + what + ", found " + Describe(node, key);
 }
 
+// What a text of an address or of a length looks like is the base classes' (device/base/address.cpp).
 bool IsIp4Address(const std::string& text) {
   Ip4Addr address;
   return Tarsel::ParseAddress(address, text.c_str());

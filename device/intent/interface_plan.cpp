@@ -16,6 +16,7 @@ class Steps {
  public:
   Steps(const InterfaceKey& key, InterfacePlan& plan) : m_key(key), m_plan(plan) {}
 
+  // Of a remote that had joined nothing is told: a router keeps an interface that a remote has left.
   void Remove(const Interface& interface) {
     Ip6(interface.ip6, {});
     Ip4(interface.ip4, std::nullopt);

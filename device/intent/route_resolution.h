@@ -36,7 +36,8 @@ using FindInterface =
 using HasVlan = std::function<bool(unsigned short vlan)>;
 
 /// The routes that can be asked for. Those of VLANs that do not exist are left out. Those whose
-/// interface does not exist are left out as well and named in `waiting`.
+/// interface does not exist are left out as well and named in `waiting`. The reloader (ApplyRoutes in
+/// device/apply/reloader.cpp) tells of each of them once, and asks again with the next reload.
 ResolvedRoutes ResolveRoutes(const documents::RouteSet& routes, const HasVlan& hasVlan,
                              const FindInterface& find, std::vector<documents::RouteKey>& waiting);
 

@@ -95,6 +95,7 @@ void CfgSched::Insert(CfgKey key, CfgItem* item) {
   }
 }
 
+// Which answers ask for a retry is the caller's to say: for routes and rules src/rtm/requests.cpp.
 void CfgSched::Update(CfgKey key, CfgItem* item, unsigned int status, bool retry) {
   const auto position = m_buckets.find(key);
   if (item == nullptr || position == m_buckets.end()) {
