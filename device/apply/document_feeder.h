@@ -7,12 +7,12 @@
 
 namespace apply {
 
-/// Knows which documents the library has, and hands it the wanted ones.
+/// Knows which documents the library has, and loads the wanted ones.
 class DocumentFeeder {
  public:
-  /// Makes `wanted` the documents of the library.
+  /// Makes `wanted` the library's documents: loads them all, then withdraws the others.
   void Push(const documents::ConfigFiles& wanted);
-  /// Takes all documents away.
+  /// Withdraws all documents.
   void Withdraw() { Push({}); }
   /// The documents that the library has.
   const intent::AppliedDocuments& GetApplied() const { return m_applied; }
@@ -21,7 +21,7 @@ class DocumentFeeder {
   intent::AppliedDocuments m_applied;
 };
 
-/// The VLANs of the library as they are now.
+/// Returns the library's VLANs as they are now.
 intent::PresentVlans FindPresentVlans();
 
 }  // namespace apply

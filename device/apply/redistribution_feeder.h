@@ -10,25 +10,26 @@
 
 namespace apply {
 
-/// Knows which rules have been asked of the library, and asks for the rest. The library throws a
-/// request away when the protocol that the routes are for is not ready, a withdrawal as well as a new
-/// rule, and tells nobody. So requests are made only for protocols that are ready; the others are
-/// looked at again, once in each period of the library's scheduler, until they are.
+/// Knows which rules have been requested, and requests the rest. If the destination protocol is not
+/// ready, the library drops a request, for a withdrawal as well as for a new rule, and tells
+/// nobody. So requests are made only for protocols that are ready. The others are checked again in
+/// each period of the library's scheduler until they are ready.
 class RedistributionFeeder {
  public:
   RedistributionFeeder();
   RedistributionFeeder(const RedistributionFeeder&) = delete;
   RedistributionFeeder& operator=(const RedistributionFeeder&) = delete;
 
-  /// Makes `wanted` the rules of the device. Returns how many requests it has made; more may follow
-  /// when protocols become ready.
+  /// Makes `wanted` the rules of the device. Returns the number of requests that it has made; more
+  /// may follow when protocols become ready.
   std::size_t Push(const intent::Rules& wanted);
-  /// Asks for the withdrawal of the rules that `wanted` lacks, and for nothing new. Before a protocol
-  /// is disabled this has to be called, and its requests answered. Returns how many it has made.
+  /// Requests the withdrawal of the rules that `wanted` lacks, and nothing new. Before a protocol
+  /// is disabled this has to be called, and its requests have to be answered. Returns the number of
+  /// requests that it has made.
   std::size_t Withdraw(const intent::Rules& wanted);
-  /// From now on no rule counts as asked for: the stack has lost them all.
+  /// Forgets which rules have been requested: the stack has lost them all.
   void Forget() { m_asked.clear(); }
-  /// The rules that have been asked for.
+  /// The rules that have been requested.
   const intent::Rules& GetAsked() const { return m_asked; }
   /// Whether rules wait for a protocol to become ready.
   bool IsWaiting() const { return !m_waiting.empty(); }

@@ -1,4 +1,4 @@
-// Brings the configuration folder into force, at start-up and again whenever it is asked to.
+// Applies the configuration folder, at start-up and at each reload.
 #ifndef DEVICE_APPLY_RELOADER_H
 #define DEVICE_APPLY_RELOADER_H
 
@@ -19,43 +19,44 @@ namespace apply {
 
 using Askers = std::vector<program::Report>;
 
-/// What the reloader needs and does not choose.
+/// What the host supplies to the reloader.
 struct ReloadHooks {
-  /// Hears of routes that wait and of routes with several metrics.
+  /// Called for routes that wait and for routes with several metrics.
   program::Report report;
-  /// Carries out `work` while the askers hear what is logged without a level: the host's and the
-  /// library's complaints. Each line comes with its end.
+  /// Carries out `work`. Meanwhile the askers get each line, with its end, that the host or the
+  /// library logs without a level: their complaints.
   std::function<void(const Askers& askers, const std::function<void()>& work)> overheard;
-  /// A reload has been applied. Called once for each.
+  /// Called once for each reload, after it has been applied.
   std::function<void()> applied;
 };
 
-/// The order is that of start-up: interfaces, the VLAN document, remote documents, routes,
-/// redistribution. One thing comes before all that: a route of a VLAN that is about to go has to be
-/// removed while the VLAN is still there, since requests for a VLAN that is gone wait until it comes
-/// back; and a redistribution rule has to be withdrawn while its protocol is enabled, since requests
-/// for a protocol that is not are thrown away. So these are removed first, and the rest follows when
-/// the answers are in.
+/// A reload has the order of start-up: interfaces, the VLAN document, remote documents, routes,
+/// redistribution. Two kinds of removal come before all that. A route of a VLAN that is about to go
+/// has to be removed while the VLAN exists, because requests for a VLAN that is gone wait until it
+/// comes back. A redistribution rule has to be withdrawn while its protocol is enabled, because
+/// requests for a protocol that is not enabled are dropped. So these are removed first, and the
+/// rest follows after their answers.
 class Reloader {
  public:
-  /// Everything is borrowed. `answers` is nobody else's.
+  /// Everything is borrowed. Nothing else may use `answers`.
   Reloader(const documents::ConfigFolder& folder, Interfaces& interfaces,
            loop::SettledWait& answers, ReloadHooks hooks);
 
-  /// Reads the folder. To be called once, before everything else.
+  /// Reads the folder. Call it once, before everything else.
   void Read();
-  /// Applies what has been read, before anything else is there.
+  /// Applies what has been read. Call it once, at start-up.
   void Start() { Apply(); }
-  /// Reads the folder again and applies it. A reload that is asked for while another waits for answers
-  /// happens afterwards. `asker`, if there is one, is told what is logged without a level while the
-  /// folder is read and while it is applied.
+  /// Reads the folder again and applies it. If another reload is waiting for answers, this one
+  /// follows it. `asker`, if there is one, gets what is logged without a level while the folder is
+  /// read and while it is applied.
   void Reload(program::Report asker = {});
-  /// The stack has been restarted and knows nothing: everything that is in force is brought to it
-  /// again. The library forgets what it was asked for and answered, so it is taken to nothing first.
+  /// The stack has been restarted and knows nothing: sends it everything that is in force again.
+  /// For the library, answered requests are done; so its documents are withdrawn first and then
+  /// applied again.
   void BringBack();
   bool IsBusy() const { return m_isWaiting; }
 
-  /// What is wanted: what the folder said when it was last read.
+  /// What the folder said when it was last read.
   const intent::Intent& GetIntent() const { return m_intent; }
   const RouteFeeder& GetRoutes() const { return m_routes; }
   const RedistributionFeeder& GetRedistribution() const { return m_redistribution; }

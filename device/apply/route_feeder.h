@@ -9,16 +9,16 @@
 
 namespace apply {
 
-/// Knows which routes have been asked of the library, and asks for the rest.
+/// Knows which routes have been requested of the library, and requests the rest.
 class RouteFeeder {
  public:
-  /// Makes `wanted` the routes of the device. Returns how many requests that took.
+  /// Makes `wanted` the routes of the device. Returns the number of requests.
   std::size_t Push(const intent::ResolvedRoutes& wanted);
-  /// Asks for the removal of all routes of these VLANs. Returns how many requests that took.
+  /// Requests the removal of all routes of these VLANs. Returns the number of requests.
   std::size_t RemoveVlans(const std::set<unsigned short>& vlans);
-  /// From now on no route counts as asked for: the stack has lost them all.
+  /// Forgets which routes have been requested: the stack has lost them all.
   void Forget() { m_routes.clear(); }
-  /// The routes that have been asked for.
+  /// The routes that have been requested.
   const intent::ResolvedRoutes& GetRoutes() const { return m_routes; }
 
  private:

@@ -14,24 +14,26 @@ namespace client {
 
 class Connection {
  public:
-  /// Nothing is connected yet. `timeoutSeconds`: how long the daemon may give no sign.
+  /// Not connected yet. `timeoutSeconds` is how long the daemon may send nothing.
   explicit Connection(int timeoutSeconds) : m_timeoutSeconds(timeoutSeconds) {}
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
   ~Connection();
 
-  /// Connects to a listener that is to be trusted (see listener.h), greets it and waits until it is
-  /// ready for a command. Nothing is said to any other.
+  /// Connects to the daemon at `path`, greets it and waits until it is ready for a command. Nothing
+  /// is sent to a listener that cannot be trusted (see listener.h). Returns Code::DONE or why it
+  /// failed, which has been printed on standard error.
   wire::Code Open(const std::string& path, const std::string& daemonUser);
-  /// Carries out a command, its output goes to standard output as SafeText makes it. An interrupt meanwhile stops the
-  /// output; a second one ends the process.
+  /// Has a command carried out and prints its output on standard output, made safe by SafeText.
+  /// Returns the code of the reply. An interrupt meanwhile stops the output; a second one ends the
+  /// process.
   wire::Code Execute(const std::string& command);
-  /// The words that may stand where `begun` ends; none when the daemon does not say. What it says
-  /// instead before it hangs up goes to standard output.
+  /// Returns the words that may stand where `begun` ends; none if the daemon does not answer. What
+  /// the daemon says instead, before it hangs up, goes to standard output.
   std::vector<std::string> Complete(const std::string& begun);
 
-  /// There will be no further reply: the daemon gave its last one, or something failed, which has been
-  /// said on standard error.
+  /// Whether there will be no further reply: the daemon has sent its last one, or something failed,
+  /// which has been printed on standard error.
   bool IsOver() const { return m_isOver; }
   /// How it ended, once it is over.
   wire::Code GetEnd() const { return m_end; }
@@ -40,15 +42,16 @@ class Connection {
   unsigned short GetVlan() const { return m_vlan; }
 
  private:
-  /// Until the reply; hands over what comes before it.
+  /// Waits for the reply and returns its code; passes the output that comes before it to `take`.
   wire::Code Await(const std::function<void(const std::string& output)>& take);
   wire::Code AwaitAndPrint();
-  /// Nothing when the daemon's version is known.
+  /// Returns nothing if the daemon's version is known, else how the session ends.
   std::optional<wire::Code> CheckVersion(unsigned short version);
   wire::Code TakeReply(const wire::Message& reply);
   bool Receive();
-  /// Sends all of it. False when the daemon takes nothing for the whole time: the connection is over. A
-  /// daemon that has hung up is found out by reading, since it may have said something before.
+  /// Sends all of it. Returns false if the daemon takes nothing for the whole timeout: the
+  /// connection is over then. A daemon that has hung up is noticed by reading, since it may have
+  /// said something before.
   bool Send(const std::string& bytes);
   wire::Code Fail(wire::Code code, const std::string& why);
 

@@ -1,4 +1,4 @@
-// Who it is that listens at a socket.
+// Who listens at a socket, and whether it can be trusted.
 #ifndef DEVICE_CLIENT_LISTENER_H
 #define DEVICE_CLIENT_LISTENER_H
 
@@ -9,13 +9,13 @@
 
 namespace client {
 
-/// The id of the user of this name, if there is one.
+/// Returns the id of the user of this name, if there is one.
 std::optional<uid_t> FindUser(const std::string& name);
 
-/// Why nothing is to be said to whoever listens at the other end of a connected socket; the empty text
-/// when it may be talked to. Somebody else could read what the operator types, and answer anything. Who
-/// may listen is the client's own user, root, and `daemonUser`, as far as there is such a user; to root
-/// as the client's user it does not matter who does.
+/// Returns why the listener at the other end of a connected socket cannot be trusted, or the empty
+/// text if it can. A stranger could read what the operator types, and answer anything. Trusted
+/// listeners are the client's own user, root, and `daemonUser` if there is such a user. If the
+/// client's user is root, every listener is trusted.
 std::string Distrust(int socket, const std::string& daemonUser);
 
 }  // namespace client

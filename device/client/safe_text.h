@@ -1,4 +1,4 @@
-// What the daemon says, for the operator's terminal.
+// Makes the daemon's output safe for the operator's terminal.
 #ifndef DEVICE_CLIENT_SAFE_TEXT_H
 #define DEVICE_CLIENT_SAFE_TEXT_H
 
@@ -6,13 +6,16 @@
 
 namespace client {
 
-/// Makes text of what comes in pieces: ends of lines, tabs and all of UTF-8 stay, and what a terminal
-/// would obey, or could not show, becomes \xNN. A character may come in two pieces.
+/// Turns a stream of pieces into safe text: ends of lines, tabs and printable UTF-8 stay; what a
+/// terminal would obey, or could not show, becomes \xNN. A character may be split between two
+/// pieces.
 class SafeText {
  public:
-  /// The next piece. A character that has only begun in it comes with the next one.
+  /// Returns the safe text of the next piece. A character that only begins in it is returned with
+  /// the next piece.
   std::string Take(const std::string& piece);
-  /// Nothing follows: what has only begun. Empty as a rule.
+  /// To be called at the end: returns what is left of a character that has only begun, usually
+  /// nothing.
   std::string TakeRest();
 
  private:

@@ -7,8 +7,8 @@
 
 namespace console {
 
-/// Waits for things to settle, then carries out one line after another. The process ends with the
-/// input. Its status is program::EXIT_USAGE if a line was Result::USAGE, else 0. It ends with
+/// Waits until things have settled, then carries out one line after another. The process ends with
+/// the input. Its status is program::EXIT_USAGE if a line was Result::USAGE, else 0. It ends with
 /// program::EXIT_FAILED as soon as output cannot be written or input cannot be read.
 class BatchSession : public Session {
  public:

@@ -15,14 +15,15 @@
 
 namespace console {
 
-/// Several sessions at once up to a limit, each with its own VLAN and its own output. When all places
-/// are taken, root still gets one more, to find out who has them. Any other client gets the place of
-/// the session that has been silent longest, if that is long enough, and is refused otherwise.
+/// Runs several sessions at once, up to a limit, each with its own VLAN and its own output. When
+/// all places are taken, root still gets one more, to find out who has them. Any other client gets
+/// the place of the session that has been silent longest, if its silence has reached a limit, and
+/// is refused otherwise.
 class ConsoleServer {
  public:
   struct Context {
     const Dispatcher& dispatcher;  // borrowed
-    /// Each session waits for things to settle on its own.
+    /// Makes a session's own wait until things have settled.
     std::function<std::unique_ptr<loop::SettledWait>()> makeSettle;
     std::function<unsigned short()> defaultVlan;
   };
@@ -34,15 +35,16 @@ class ConsoleServer {
         5000;  // for which a client may say nothing at the beginning
   };
 
-  /// Takes the place `path`, also that of a daemon which is no more; only the daemon's user may
-  /// connect. Clients wait until Start(). Throws std::runtime_error when the place cannot be had.
+  /// Listens at `path`; a socket that an ended daemon has left there is replaced. Only the daemon's
+  /// user may connect. Clients wait until Start(). Throws std::runtime_error if it cannot listen
+  /// there.
   ConsoleServer(uv_loop_s* loop, const std::string& path, Context context, Limits limits);
   ConsoleServer(const ConsoleServer&) = delete;
   ConsoleServer& operator=(const ConsoleServer&) = delete;
-  /// Hangs up on everybody and gives the place back, if it still has it.
+  /// Ends all sessions and removes the socket at `path`, if it is still its own.
   ~ConsoleServer();
 
-  /// Serves clients from when things have settled.
+  /// Begins to serve clients when things have settled.
   void Start();
 
  private:

@@ -13,7 +13,7 @@
 
 namespace console {
 
-/// What became of a line at once; its output may still be on the way (RunningCommand::IsOver).
+/// The immediate result of a line; its output may still be coming (RunningCommand::IsOver).
 struct Reply {
   unsigned short vlan = 0;  // the session's from now on
   bool hasChanged = false;  // it may take a while until the effect is there
@@ -22,21 +22,21 @@ struct Reply {
 
 /// The operator's commands. One list of forms (form.h) says which words the host takes; help,
 /// completion, "Possible: ..." and usage texts follow from it. A word that fits no form is refused
-/// and named, also after a command that is whole. After `ip` and `ip6` come the words of the
-/// library's registries, whose handlers take the rest; after `lab` come those of the lab.
+/// and named, also after a complete command. After `ip` and `ip6` come the words of the library's
+/// registries, whose handlers take the rest; after `lab` come those of the lab.
 class Dispatcher {
  public:
-  /// `reload` carries out the command of that name and tells the asker, if one is given, what it
-  /// complains of; `lab` is borrowed.
+  /// `reload` carries out the command of that name and reports its complaints to the asker, if one
+  /// is given. `lab` is borrowed.
   Dispatcher(std::function<void(program::Report asker)> reload, Lab& lab);
 
   /// Carries out a line. All output goes to `command`, which ends when the line has been carried
-  /// out; an empty line ends at once.
+  /// out; for an empty line it ends at once.
   Reply Execute(const std::string& line, const std::shared_ptr<RunningCommand>& command) const;
 
-  /// The words that may stand after `before`, as far as they are known, and begin with `begun`.
+  /// Returns the known words that may follow `before` and begin with `begun`.
   static Words Complete(Words before, const std::string& begun);
-  /// The same for a line that has been begun as a whole.
+  /// The same for a line: its last word, which may be empty, is what has been begun.
   static Words Complete(const std::string& line);
   static Words Split(const std::string& line);
 

@@ -12,20 +12,20 @@ using Words = std::vector<std::string>;
 
 /// A pattern as help shows it: "a|b" stands for one of these words, "<name>" for any word. Words in
 /// brackets may be left out, all of them together. "[<name> ...]" at the end takes all that is
-/// left. Words are matched from the left and never reconsidered, so a bracket may not begin like
-/// what may stand after it.
+/// left. Words are matched from the left without backtracking, so a bracket must not begin with a
+/// word that may follow it.
 class Form {
  public:
   explicit Form(const char* pattern);
 
-  /// How many of `words` fit, from the first on.
+  /// Returns how many of `words` fit, from the first on.
   std::size_t CountFitting(const Words& words) const { return Follow(words).count; }
-  /// Whether `words` are a whole command.
+  /// Whether `words` are a complete command.
   bool IsWhole(const Words& words) const;
-  /// Whether `words`, a whole command, have something that may be left out.
+  /// Whether `words`, a complete command, contain optional words.
   bool HasOptional(const Words& words) const { return words.size() > m_required; }
-  /// The words that may stand after `before`. None if `before` does not fit, and none for a place
-  /// that takes any word.
+  /// Returns the words that may follow `before`; none if `before` does not fit, and none for a
+  /// place that takes any word.
   Words Following(const Words& before) const;
 
  private:
@@ -45,7 +45,7 @@ class Form {
   std::size_t m_required = 0;
 };
 
-/// What words are, held against several forms.
+/// The result of matching words with several forms.
 struct Match {
   static constexpr std::size_t NONE = std::string::npos;
 
@@ -54,13 +54,13 @@ struct Match {
   std::vector<std::size_t> begun;  // without either: the forms that the words begin
 };
 
-/// Several forms, in an order that counts. Constant once it is made.
+/// Several forms; the first that matches counts. Constant after it has been filled.
 class Grammar {
  public:
   void Add(const char* pattern) { m_forms.emplace_back(pattern); }
 
   Match Find(const Words& words) const;
-  /// The words that may stand after `before`, as Form has it, each once.
+  /// Returns the words that may follow `before` in any of the forms, each once.
   Words Following(const Words& before) const;
   const Form& operator[](std::size_t form) const { return m_forms[form]; }
 

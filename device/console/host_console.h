@@ -9,9 +9,9 @@
 
 namespace console {
 
-/// Created with `new`, deleted by whoever owns it last (docs/decisions/console-ownership.md). Ends
-/// its command when it is told that the command has ended, or when it is deleted, whichever comes
-/// first. No exception leaves it: the library calls it.
+/// Created with `new`, deleted by its last owner (docs/decisions/console-ownership.md). It ends its
+/// command when CommandEnd is called or when it is deleted, whichever comes first. It lets no
+/// exception out, because the library calls it.
 class HostConsole : public Tarsel::DcConsole {
  public:
   explicit HostConsole(std::shared_ptr<RunningCommand> command);
@@ -20,7 +20,7 @@ class HostConsole : public Tarsel::DcConsole {
   void Print(const char* format, ...) override __attribute__((format(printf, 2, 3)));
   void VPrint(const char* format, std::va_list arguments) override
       __attribute__((format(printf, 2, 0)));
-  /// An operator reads one stream, in the order in which things were said.
+  /// Prints like Print: an operator reads one stream, in the order of the output.
   void PrintError(const char* text) override;
   void CommandEnd() override;
   unsigned short GetVlan(int argc, char** argv) override;

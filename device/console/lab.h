@@ -1,4 +1,4 @@
-// The lab: commands that make happen what happens to a device by itself.
+// The lab: commands that simulate events around a device.
 #ifndef DEVICE_CONSOLE_LAB_H
 #define DEVICE_CONSOLE_LAB_H
 
@@ -15,30 +15,29 @@ struct Answer;
 
 namespace console {
 
-/// What became of a lab command.
+/// The result of a lab command.
 struct LabReply {
   std::string text;
-  /// The index of the first word that is not understood; Match::NONE when all are.
+  /// The index of the first word that is not understood; Match::NONE if all are.
   std::size_t unknownAt = Match::NONE;
   bool hasChanged = false;  // it may take a while until the effect is there
 };
 
 /// Interfaces and addresses change, remotes join and leave, the stack answers badly or not at all,
-/// time goes faster. These commands are for people who try things out, and are kept apart from an
-/// operator's.
+/// time goes faster. These commands are for experiments, and are kept apart from an operator's.
 class Lab {
  public:
-  /// Everything is borrowed. `tickMicroseconds` is the length of a tick to come back to.
-  /// `bringBack` tells everything again to a stack that has been restarted.
+  /// `stack` and `device` are borrowed. `tickMicroseconds` is the normal length of a tick.
+  /// `bringBack` sends everything again to a stack that has been restarted.
   Lab(routing_stack::Control& stack, apply::Interfaces& device, unsigned int tickMicroseconds,
       std::function<void()> bringBack);
 
   /// Carries out the words after `lab` for a session whose VLAN is `vlan`.
   LabReply Execute(const Words& words, unsigned short vlan);
 
-  /// The words that may stand after `before`, as far as they are known.
+  /// Returns the known words that may follow `before`.
   static Words Following(const Words& before);
-  /// Each command with what it does, a line each.
+  /// Returns one line for each command: the command and what it does.
   static std::string Help();
 
  private:

@@ -1,4 +1,4 @@
-// Output on its way to a socket whose reader takes its time.
+// Output that waits for a socket whose reader is slow.
 #ifndef DEVICE_CONSOLE_OUTPUT_QUEUE_H
 #define DEVICE_CONSOLE_OUTPUT_QUEUE_H
 
@@ -7,23 +7,24 @@
 
 namespace console {
 
-/// Nothing can stop a walk until its reader has caught up, so what waits is limited: output beyond that
-/// is cut, a message says so, and the rest of the command's output is dropped. SocketSession then replies "refused".
+/// A walk cannot be stopped until its reader has caught up, so the queue is limited. Output beyond
+/// LIMIT bytes is cut, a message says so, and the rest of the command's output is dropped. SocketSession
+/// then replies "refused".
 class OutputQueue {
  public:
   static constexpr std::size_t LIMIT = 8 * 1024 * 1024;
 
-  /// Takes output of a command. False: it has been cut, now or before.
+  /// Takes output of a command. Returns false if it has been cut, now or before.
   bool Add(const std::string& text);
-  /// Whether output of the running command has been cut, and the reader is told so.
+  /// Whether output of the running command has been cut; the reader is told so.
   bool IsCut() const { return m_isCut; }
   /// Takes the reply, for which there is always room, and ends the cut.
   void AddReply(const std::string& line);
-  /// Drops what has not been sent; a line that the reader has the beginning of is kept. Nothing counts
-  /// as cut then.
+  /// Drops what has not been sent, except the rest of a line whose beginning has been sent. Output
+  /// is no longer cut then.
   void Drop();
 
-  /// Hands over to the socket what it takes without waiting. False: there is no reader any more.
+  /// Writes what the socket takes without waiting. Returns false if there is no reader any more.
   bool Send(int socket);
   bool IsEmpty() const { return CountWaiting() == 0; }
   std::size_t CountWaiting() const { return m_bytes.size() - m_sent; }

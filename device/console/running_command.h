@@ -19,15 +19,15 @@ enum class Result {
 /// begun runs to its end. Each operation names its one caller. Not for several threads.
 class RunningCommand {
  public:
-  /// Takes a piece of output, in which a terminal finds nothing to obey (program::PrintableLines):
-  /// handlers and complaints repeat what the operator has typed and what a document says. Called
-  /// from the depth of the library.
+  /// Takes a piece of output, made safe for a terminal (program::PrintableLines), because handlers
+  /// and complaints repeat what the operator has typed and what a document says. It is called from
+  /// inside the library.
   using Take = std::function<void(const std::string& text)>;
-  /// Told once that the command is over, from inside whatever ended it.
+  /// Called once, when the command is over, from inside the call that ended it.
   using Over = std::function<void()>;
 
-  /// For a session whose VLAN is `vlan`. `seesLog`: the operator sees the daemon's log, so nothing
-  /// of it has to be written here as well.
+  /// For a session whose VLAN is `vlan`. `seesLog` says that the operator sees the daemon's log, so
+  /// that nothing of it has to be written here as well.
   RunningCommand(unsigned short vlan, bool seesLog, Take take, Over over);
   RunningCommand(const RunningCommand&) = delete;
   RunningCommand& operator=(const RunningCommand&) = delete;
@@ -35,16 +35,16 @@ class RunningCommand {
   unsigned short GetVlan() const { return m_vlan; }
   bool SeesLog() const { return m_seesLog; }
 
-  /// Output of whoever carries the command out: the dispatcher, and after it the console. Lost when
-  /// the session has detached.
+  /// Writes output of the command; it is lost if the session has detached. By the dispatcher, and
+  /// after it by the console.
   void Write(const std::string& text);
   /// A word of the line is not understood. By the dispatcher.
   void Misunderstand() { m_isMisunderstood = true; }
   /// The command was understood, but it cannot be done. By the dispatcher, or by the session when
   /// the command has thrown.
   void Refuse() { m_isRefused = true; }
-  /// What a reload complains of, one line. The command is refused then, even if it is over already
-  /// and only its effect is waited for. By the reload.
+  /// Writes one line of complaint. The command is refused then, even if it is over already and only
+  /// its effect is awaited. By the reload.
   void Complain(const std::string& line);
 
   /// The command is over. By the dispatcher when no console was needed, else by the console. Only
@@ -52,18 +52,19 @@ class RunningCommand {
   void End();
   bool IsOver() const { return m_isOver; }
 
-  /// The console has been deleted, by whoever had it, and the command is over. By the console.
+  /// The console has been deleted by its owner, and the command is over. By the console.
   void LoseConsole();
   bool HasLostConsole() const { return m_hasLostConsole; }
 
-  /// The session wants to hear no more: output is lost, and nobody is told of the end. By the
-  /// session, from inside a Take or an Over too.
+  /// Detaches the session: further output is lost, and Over is not called. By the session, also
+  /// from inside a Take or an Over.
   void Detach();
 
-  /// The library's handlers return nothing and print a usage text when they take no word. So the
-  /// rule, for the host's own commands as well: what has misunderstood a word, or has begun its
-  /// output with "Usage: ", is USAGE, even if it was refused as well. Complaints are not such
-  /// output. To be asked when the command is over; a complaint may still change DONE into REFUSED.
+  /// Call it when the command is over; a later complaint may still change DONE into REFUSED. The
+  /// library's handlers return nothing and print a usage text if they do not understand a word. So
+  /// the rule, also for the host's own commands, is: a command that has misunderstood a word, or
+  /// whose output begins with "Usage: ", is USAGE, even if it was refused as well. Complaints do
+  /// not count as output here.
   Result GetResult() const;
 
  private:

@@ -13,17 +13,17 @@
 
 namespace console {
 
-/// What every session needs; borrowed.
+/// What every session needs. All of it is borrowed.
 struct SessionContext {
   uv_loop_s* loop;
   const Dispatcher& dispatcher;
   loop::SettledWait& settle;
-  /// The session is over, with this exit status for the process.
+  /// Called when the session is over, with the exit status for the process.
   std::function<void(int status)> leave;
 };
 
-/// Takes one line at a time. The next line is taken when the command is over, its output is written
-/// and, if it changed something, things have settled.
+/// Carries out one line at a time. The next line is taken after the command is over, its output is
+/// written and, if it changed something, things have settled.
 class Session {
  public:
   Session(const SessionContext& context, unsigned short vlan);
@@ -33,16 +33,16 @@ class Session {
   virtual ~Session();
 
   virtual void Start() = 0;
-  /// The operator wants the running command to stop. False if none is running, or if this kind of
-  /// session has nobody who asks this way.
+  /// The operator wants the running command to stop. Returns false if none is running, or if this
+  /// kind of session has no such request.
   virtual bool StopCommand() { return false; }
 
  protected:
   virtual void Write(const std::string& text) = 0;
-  /// Writes out what waits: the command's output is complete, or this session is about to log
-  /// something, perhaps to the same terminal.
+  /// Writes out what waits. Called when the command's output is complete, or before this session
+  /// logs something, perhaps to the same terminal.
   virtual void Flush() = 0;
-  /// The next line may come.
+  /// Called when the next line may come.
   virtual void Ready() = 0;
   /// Whether the operator sees what the daemon logs.
   virtual bool SeesLog() const { return true; }
@@ -53,17 +53,17 @@ class Session {
   /// Carries out a line. What a command throws is printed and counts as a refusal, except
   /// std::bad_alloc, which is passed on.
   void Execute(const std::string& line);
-  /// Waits until things have settled, or some seconds, and takes the next line then.
+  /// Waits until things have settled, for some seconds at most, then calls Ready.
   void SettleThenReady();
-  /// No line is taken afterwards.
+  /// Ends the session: no further line is taken.
   void Leave(int status);
   uv_loop_s* GetLoop() const { return m_context.loop; }
   unsigned short GetVlan() const { return m_vlan; }
   /// Stops the command in progress. If it is still printing, the rest of its output is discarded;
-  /// if its effect is being awaited, the wait ends. False if none is in progress.
+  /// if its effect is being awaited, the wait ends. Returns false
+  /// if none is in progress.
   bool Interrupt();
-  /// How the last line went; DONE before the first. RunningCommand has the rule, and every kind of
-  /// session goes by it.
+  /// The result of the last line, by the rule of RunningCommand; DONE before the first.
   Result GetResult() const { return m_command ? m_command->GetResult() : Result::DONE; }
   bool HasSettled() const { return m_hasSettled; }
   /// Whether a line of this session was USAGE.

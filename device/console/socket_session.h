@@ -14,20 +14,20 @@
 
 namespace console {
 
-/// Speaks device/wire/wire.h. A command is taken when the output of the last one and its reply have
-/// gone out, so a client that reads nothing costs no more than one command's output.
+/// Speaks device/wire/wire.h. A command is taken after the output of the last one and its reply
+/// have been sent, so a client that reads nothing costs no more than one command's output.
 class SocketSession : public Session {
  public:
-  /// Owns `fd`. `gone` is told once, from inside the session, that nobody is at the other end any
-  /// more: the session is to be deleted later. The context's own `leave` is not used. The client has
-  /// `greetingMilliseconds` for its greeting.
+  /// Owns `fd`. `gone` is called once, from inside the session, when nobody is at the other end any
+  /// more; the session has to be deleted later, not from inside that call. The context's `leave` is
+  /// not used. The client has `greetingMilliseconds` for its greeting.
   SocketSession(const SessionContext& context, unsigned short vlan, int fd,
                 std::uint64_t greetingMilliseconds, std::function<void()> gone);
   void Start() override;
-  /// For how many milliseconds nothing has come, while no command was running and nothing waited to be
-  /// sent; nothing while one is, or something does.
+  /// Returns for how many milliseconds the session has been idle; nothing while a command is
+  /// running or output waits to be sent.
   std::optional<std::uint64_t> GetSilence() const;
-  /// Says why and hangs up at once, whether or not the client reads it.
+  /// Sends `why` and hangs up at once, whether or not the client reads it.
   void End(const std::string& why);
 
  protected:

@@ -11,13 +11,13 @@
 
 namespace console {
 
-/// At most one exists, as there is one terminal. A command that has been silent for a second shows
-/// how long it has been running. Output that the terminal does not take, because it is stopped or
-/// nobody reads it, waits here; the prompt follows it.
+/// At most one exists, because there is one terminal. A command that has been silent for a second
+/// shows how long it has been running. Output that the terminal does not take, because it is
+/// stopped or nobody reads it, waits here; the prompt follows it.
 class TerminalSession : public Session {
  public:
   TerminalSession(const SessionContext& context, unsigned short vlan);
-  /// Gives the terminal back as it was.
+  /// Restores the terminal.
   ~TerminalSession() override;
 
   void Start() override;

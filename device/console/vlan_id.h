@@ -9,7 +9,7 @@
 
 namespace console {
 
-/// The id, 0 to 65535, that `word` is. Whether there is such a VLAN is another question.
+/// Returns the id, 0 to 65535, that `word` is; nothing for another word. The VLAN need not exist.
 inline std::optional<unsigned short> ReadVlan(const std::string& word) {
   const auto number = program::ReadDecimal(word, 0, 65535);
   return number ? std::optional(static_cast<unsigned short>(*number)) : std::nullopt;

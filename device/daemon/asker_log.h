@@ -1,4 +1,4 @@
-// What is logged, for those who ask for a reload and do not see the log.
+// Passes the log to those who asked for a reload and do not see it.
 #ifndef DEVICE_DAEMON_ASKER_LOG_H
 #define DEVICE_DAEMON_ASKER_LOG_H
 
@@ -9,8 +9,9 @@
 
 namespace vantacored {
 
-/// Carries out `work`. Meanwhile the askers hear each line that is logged without a level, with its end;
-/// the log has it too. What an asker throws ends with that line: the library logs from its depth.
+/// Carries out `work`. Meanwhile the askers get each line that is logged without a level, with its
+/// end; the log gets it too. An exception of an asker is caught, because the library may be the one
+/// that logs.
 void HearWhile(const std::vector<program::Report>& askers, const std::function<void()>& work);
 
 }  // namespace vantacored

@@ -17,7 +17,7 @@ struct CommandLine {
   unsigned tickMicroseconds = 1000;
 };
 
-/// Fills `line`, or answers how the process is to end.
+/// Fills `line`. Returns how the process is to end, if it is not to go on.
 std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLine& line);
 
 }  // namespace vantacored

@@ -1,4 +1,4 @@
-// Everything of the daemon, put together.
+// The daemon, put together from its parts.
 #ifndef DEVICE_DAEMON_DAEMON_H
 #define DEVICE_DAEMON_DAEMON_H
 
@@ -22,14 +22,15 @@
 
 namespace vantacored {
 
-/// One device in one process: there is one daemon, and it is made once, since the library's managers
-/// are never destroyed.
+/// One device in one process. A process makes one Daemon, once, because the library's managers are
+/// never destroyed.
 class Daemon {
  public:
   explicit Daemon(const CommandLine& line);
   ~Daemon();
 
-  /// Starts everything up and runs until the operator leaves or a signal comes. The exit status.
+  /// Starts everything up and runs until the operator leaves or a signal comes. Returns the exit
+  /// status.
   int Run();
 
  private:

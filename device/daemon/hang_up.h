@@ -4,10 +4,10 @@
 
 namespace vantacored {
 
-/// What SIGHUP is to do depends on the command line and on the event loop, and until then it would end
-/// the process. Holds it back; one that comes meanwhile waits.
+/// Holds SIGHUP back; one that comes meanwhile waits. Its effect depends on the command line and
+/// needs the event loop; before both are there it would end the process.
 void HoldHangUp();
-/// Lets it in, also one that has waited since before the program began.
+/// Admits SIGHUP, also one that has waited, even since before the program began.
 void AdmitHangUp();
 
 }  // namespace vantacored

@@ -1,4 +1,4 @@
-// Where the log goes, written without ever waiting.
+// Writes the log to its descriptor, without ever waiting.
 #ifndef DEVICE_DAEMON_LOG_OUTLET_H
 #define DEVICE_DAEMON_LOG_OUTLET_H
 
@@ -12,14 +12,15 @@
 
 namespace vantacored {
 
-/// Writes to a descriptor that may be shared with other processes and therefore keeps its mode:
-/// non-blocking mode belongs to the open file description, and would make the others lose output.
+/// Writes to a descriptor that may be shared with other processes. Its mode is not changed:
+/// non-blocking mode belongs to the open file description and would make the others lose output.
+/// What it does depends on the kind of descriptor:
 ///
 ///   a file          is written as it is: it has no reader that could stop
 ///   a socket        is sent to, since a call can ask not to wait
 ///   a pipe, a terminal, another device
 ///                   is opened anew, for a description of the daemon's own
-///   what cannot be opened anew (it belongs to another user, or the name of a terminal is not known here)
+///   what cannot be opened anew (it belongs to another user, or a terminal's name is unknown here)
 ///                   is left to a thread
 class LogOutlet {
  public:
@@ -27,13 +28,14 @@ class LogOutlet {
   /// needed and cannot be had.
   explicit LogOutlet(int fd);
 
-  /// How many bytes have been taken; negative, with errno, when none were. EAGAIN: later, perhaps.
+  /// Returns how many bytes have been taken; negative, with errno set, if none were. EAGAIN means:
+  /// try again when GetRoom() is readable.
   ssize_t Write(const char* bytes, std::size_t size);
-  /// A descriptor that is readable while there is room; negative when the system gave none.
+  /// A descriptor that is readable while there is room; negative if the system gave none.
   int GetRoom() const { return m_room.Get(); }
-  /// Waits for room, for so long at most.
+  /// Waits for room, for this time at most.
   void AwaitRoom(int milliseconds) const;
-  /// Sees to it that what has been taken is written, for so long at most. The last call.
+  /// Waits until what has been taken is written, for this time at most. Must be the last call.
   void Finish(int milliseconds);
 
  private:

@@ -4,21 +4,21 @@
 
 namespace vantacored {
 
-/// Takes bytes at a socket and writes them where they belong, in a thread of its own, which waits
-/// instead of the event loop. The thread only reads and writes: it calls nothing of the library, and
-/// takes no signals. It is left to itself when it does not end in time, and ends with the process.
+/// Takes bytes at a socket and writes them to the descriptor in a thread of its own, which waits
+/// instead of the event loop. The thread only reads and writes: it calls nothing of the library,
+/// and takes no signals. If it does not end in time, it is detached and ends with the process.
 class LogRelay {
  public:
-  /// Writes to `fd`, which is the caller's and must stay open. Throws std::system_error when the system
-  /// gives no socket or no thread.
+  /// Writes to `fd`, which is the caller's and must stay open. Throws std::system_error if the
+  /// system gives no socket or no thread.
   explicit LogRelay(int fd);
   LogRelay(const LogRelay&) = delete;
   LogRelay& operator=(const LogRelay&) = delete;
   ~LogRelay();
 
-  /// The socket for the bytes; non-blocking.
+  /// The socket that takes the bytes; non-blocking, owned by this object.
   int Get() const { return m_socket; }
-  /// Lets the thread write what it has, for so long at most. No bytes are taken any more.
+  /// Lets the thread write what it has, for this time at most. No more bytes are taken.
   void Finish(int milliseconds);
 
  private:

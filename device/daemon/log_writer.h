@@ -12,22 +12,23 @@
 
 namespace vantacored {
 
-/// While it lives, whatever is logged goes through it, assertions as well. Each message is written at
-/// once if the reader keeps up, so it stands in its place among other output. Otherwise messages wait,
-/// in their order, and the event loop writes them when there is room. When as much waits as may, lines
-/// are lost until all that waits has been written; then a line tells how many. Nothing ever waits for
-/// the reader but the end: what is left then is written for FLUSH_MILLISECONDS at most.
+/// While it lives, everything that is logged goes through it, assertions too. If the reader keeps
+/// up, each message is written at once, so that it keeps its place among other output. Otherwise
+/// messages wait, in their order, and the event loop writes them when there is room. When LIMIT is
+/// reached, lines are lost until everything that waits has been written; then a line says how many.
+/// Only the destructor waits for the reader, for FLUSH_MILLISECONDS at most.
 ///
-/// A line that cannot be written for another reason (a full disk) is lost and told of in the same way.
+/// A line that cannot be written for another reason (a full disk) is lost and reported in the same
+/// way.
 class LogWriter {
  public:
-  /// How many bytes may wait. At least half of it is always to be had, since what has been written
-  /// still counts for a while.
+  /// How many bytes may wait. At least half of them are available at any time; the rest may hold
+  /// bytes that have been written and not removed yet.
   static constexpr std::size_t LIMIT = 8 * 1024 * 1024;
   static constexpr int FLUSH_MILLISECONDS = 200;
 
-  /// Writes to `fd`, which is the caller's. Lines are taken before the loop runs, too. Throws
-  /// std::system_error when the log cannot be written without waiting.
+  /// Writes to `fd`, which is the caller's and must stay open. Lines are also taken before the loop
+  /// runs. Throws std::system_error if the log cannot be written without waiting.
   LogWriter(uv_loop_s* loop, int fd);
   LogWriter(const LogWriter&) = delete;
   LogWriter& operator=(const LogWriter&) = delete;

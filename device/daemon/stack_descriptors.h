@@ -10,8 +10,8 @@
 
 namespace vantacored {
 
-/// Watches descriptors for the stack and reports readiness to the library. The stack keeps the
-/// descriptors and removes them before it closes them.
+/// Watches descriptors for the stack and reports readiness to the library. The descriptors are the
+/// stack's, which removes them here before it closes them.
 class StackDescriptors : public Tarsel::DcSckInterface {
  public:
   explicit StackDescriptors(uv_loop_s* loop) : m_loop(loop) {}
@@ -20,7 +20,7 @@ class StackDescriptors : public Tarsel::DcSckInterface {
   void RemoveDescriptor(int fd, int id) override;
   void ChangeDescriptorMode(int fd, int mode) override;
 
-  /// Watches none any more, for a stack that has been restarted and knows nothing of them.
+  /// Ends all watches, for a stack that has been restarted and knows nothing of them.
   void Clear() { m_polls.clear(); }
 
  private:

@@ -30,7 +30,7 @@ struct ConfigFile {
 /// The VLAN document first, then the remote ones in the order of their names.
 using ConfigFiles = std::vector<std::shared_ptr<const ConfigFile>>;
 
-/// All that one reading of the folder gave.
+/// The result of one reading of the folder.
 struct Folder {
   Device device;
   ConfigFiles files;
@@ -39,13 +39,13 @@ struct Folder {
 /// Reads the folder. It keeps nothing of what it has read.
 class ConfigFolder {
  public:
-  /// `report` hears of every file and member that cannot be used.
+  /// `report` is called for every file and member that cannot be used.
   ConfigFolder(std::string directory, program::Report report);
 
-  /// What the folder says now. A file that cannot be used is reported, and what `before` has of it
-  /// stays in force: a slip of the pen must not tear down a network. The same holds for device.json
-  /// and vlans.json when they are missing, and for all when the folder is. A file that has gone from
-  /// remote/ is withdrawn.
+  /// Returns what the folder says now. A file that cannot be used is reported, and the result keeps
+  /// what `before` has of it: a slip of the pen must not tear down a network. The same holds for
+  /// device.json and vlans.json if they are missing, and for every file if the folder is missing. A
+  /// file that is no longer in remote/ is not in the result.
   Folder Read(const Folder& before) const;
 
  private:

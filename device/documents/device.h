@@ -44,8 +44,8 @@ struct Interface {
 
 using Interfaces = std::map<InterfaceKey, Interface>;
 
-/// Where an interface and its addresses stand: the i-th IPv6 address is the element `ip6[i]` of the
-/// member "ipv6".
+/// Where an interface and its addresses are in the document: the i-th IPv6 address is the element
+/// `ip6[i]` of the member "ipv6".
 struct InterfaceOrigin {
   Place place;
   std::vector<std::uint32_t> ip6;

@@ -21,12 +21,13 @@
 
 namespace documents {
 
-/// Reads "ADDRESS/LENGTH". False for any other text; the result may have been changed then.
+/// Reads "ADDRESS/LENGTH". Returns false for any other text; `network` or `prefix` may have been
+/// changed then.
 bool ReadPrefix(const std::string& text, Ip4Network& network);
 bool ReadPrefix(const std::string& text, Tarsel::Ip6Prefix& prefix);
 
-/// Reads the document. What cannot be used is reported and left out: a member that may be absent by
-/// itself, an interface without its required members as a whole.
+/// Reads the document. What cannot be used is reported and left out: an optional member alone, an
+/// interface without its required members as a whole.
 Device ReadDeviceDocument(const Json::Value& document, const std::string& file,
                           const program::Report& report);
 

@@ -1,4 +1,4 @@
-// JSON documents from files, whatever the files hold.
+// Reads JSON documents from files of any content.
 #ifndef DEVICE_DOCUMENTS_JSON_FILE_H
 #define DEVICE_DOCUMENTS_JSON_FILE_H
 
@@ -14,8 +14,8 @@ namespace documents {
 constexpr std::size_t MAX_DOCUMENT_BYTES = 32u << 20;
 constexpr unsigned MAX_DOCUMENT_DEPTH = 100;
 
-/// Parses strict JSON whose root is an object. On failure one line is reported, beginning with
-/// "NAME:LINE:COLUMN: ", and `document` is untouched.
+/// Parses strict JSON whose root is an object. If that fails, it reports one line, which begins
+/// with "NAME:LINE:COLUMN: ", leaves `document` untouched and returns false.
 bool ParseJson(const std::string& text, const std::string& name, Json::Value& document,
                const program::Report& report);
 

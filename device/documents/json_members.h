@@ -13,12 +13,12 @@
 
 namespace documents {
 
-/// A value as an error line names it: "abc", 12, true, null, an object, an array.
+/// A value as an error line names it, for example "abc", 12, true, null, an object, an array.
 std::string Describe(const Json::Value& value);
 
-/// Reads the members of one JSON object. A member of another type than the one asked for is reported
-/// with its place, and so is a required member that is missing. Each read returns whether it has found
-/// a value to use.
+/// Reads the members of one JSON object. A member of a type other than the one asked for is
+/// reported with its place, and so is a required member that is missing. Each read returns whether
+/// it has found a usable value; if not, `value` is untouched.
 class JsonMembers {
  public:
   enum Need { OPTIONAL, REQUIRED };
@@ -30,11 +30,11 @@ class JsonMembers {
   bool Number(const char* key, std::uint32_t low, std::uint32_t high, std::uint32_t& value,
               Need need = OPTIONAL);
   bool Bool(const char* key, bool& value, Need need = OPTIONAL);
-  /// The member when it is an array or an object, else null.
+  /// The member if it is an array (or an object), else null. It belongs to the document.
   const Json::Value* Array(const char* key, Need need = OPTIONAL);
   const Json::Value* Object(const char* key, Need need = OPTIONAL);
 
-  /// Complains about every member that was not asked for.
+  /// Reports every member that was not asked for.
   void ReportOthers() const;
   void Complain(const char* key, const std::string& problem) const;
   Place PlaceOf(const char* key) const { return m_place.Member(key); }

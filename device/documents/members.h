@@ -1,6 +1,6 @@
-// What the members of configuration documents mean to everybody who reads them: the protocol routers,
-// which carry them out, and the configuration folder, which says beforehand what they will do. A leaf:
-// nothing else of this folder is needed to use it.
+// What members of configuration documents mean, for both of their readers: the protocol routers,
+// which carry them out, and the configuration folder, which forecasts what they will do. This
+// header needs nothing else of this folder.
 #ifndef DEVICE_DOCUMENTS_MEMBERS_H
 #define DEVICE_DOCUMENTS_MEMBERS_H
 
@@ -8,12 +8,12 @@
 
 namespace documents {
 
-/// Whether a VLAN entry's member for a protocol enables the protocol. The last two do not, and are
-/// mistakes.
+/// Whether a VLAN entry's member for a protocol enables the protocol. The last two are mistakes and
+/// do not enable it.
 enum class Enabling { YES, NO, NOT_AN_OBJECT, NOT_A_FLAG };
 
-/// A protocol that is named runs. With "enabled" it can be switched off while its configuration stays in
-/// the document.
+/// A protocol that is named is enabled. Its member "enabled" can switch it off while its
+/// configuration stays in the document.
 inline Enabling ReadEnabling(const Tarsel::OptionsNode& member) {
   if (!member.IsObject()) {
     return Enabling::NOT_AN_OBJECT;

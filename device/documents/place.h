@@ -1,4 +1,4 @@
-// Where something stands in the configuration folder.
+// Where something is in the configuration folder.
 #ifndef DEVICE_DOCUMENTS_PLACE_H
 #define DEVICE_DOCUMENTS_PLACE_H
 
@@ -8,8 +8,9 @@
 
 namespace documents {
 
-/// A file, by its name relative to the folder, and the path of a member in it; an empty path stands for
-/// the document itself. It is the origin of what was read there. Places of one file share its name.
+/// A file, by its name relative to the folder, and the path of a member in it; an empty path means
+/// the document itself. A place is the origin of what was read there. Places of one file share its
+/// name.
 class Place {
  public:
   explicit Place(std::string file);
@@ -18,7 +19,7 @@ class Place {
   Place Member(const std::string& name) const;
   /// An element of the array at this place.
   Place Element(std::size_t index) const;
-  /// The entry of a document for a VLAN, whatever the entry's name is. Only for the document itself.
+  /// The entry for a VLAN, whatever the entry's name is. Only at the place of a document itself.
   Place Vlan(unsigned short vlan) const;
 
   const std::string& File() const { return *m_file; }

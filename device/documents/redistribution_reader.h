@@ -11,7 +11,7 @@
 
 namespace documents {
 
-/// What is handed on from one protocol of a VLAN to the others.
+/// Which routes of a VLAN are handed to its protocols.
 struct Profile {
   Tarsel::RedistributionProfile sources;
   Place origin;  // of several entries for the VLAN the last one that has a profile
@@ -23,12 +23,12 @@ using Profiles = std::map<unsigned short, Profile>;
 /// Sets of protocols by VLAN: bit n stands for the protocol type n.
 using ProtocolSets = std::map<unsigned short, unsigned int>;
 
-/// The profiles in a document. It need not have been checked: what has another type is passed over. A
-/// VLAN has one when an entry of it has a "REDISTRIBUTION" that is not empty; of several entries each
-/// adds what it says.
+/// Returns the profiles in a document. The document need not have been checked: members of wrong
+/// types are skipped. A VLAN has a profile if an entry for it has a "REDISTRIBUTION" that is not
+/// empty. If there are several such entries, each sets the flags that it names.
 Profiles ReadProfiles(const Tarsel::Options& document, const std::string& file);
 
-/// The protocols that a document enables, as the routers read it.
+/// Returns the protocols that a document enables, as the routers read it.
 ProtocolSets ReadProtocols(const Tarsel::Options& document);
 
 }  // namespace documents

@@ -12,8 +12,8 @@
 
 namespace documents {
 
-/// What names a route, except for its interface. Addresses are in network order, an IPv4 one in the
-/// first four bytes. The metric is not part of it: a route has one metric.
+/// Identifies a route, except for its interface. Addresses are in network order, an IPv4 one in the
+/// first four bytes. The metric is not part of the identity: a route has one metric.
 struct RouteTarget {
   unsigned short vlan = 0;
   bool ip6 = false;

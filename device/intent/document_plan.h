@@ -1,4 +1,4 @@
-// What has to be asked of the library so that it has the wanted documents.
+// The documents to load and to withdraw so that the library has the wanted ones.
 #ifndef DEVICE_INTENT_DOCUMENT_PLAN_H
 #define DEVICE_INTENT_DOCUMENT_PLAN_H
 
@@ -13,8 +13,8 @@ namespace intent {
 using AppliedDocuments = std::map<std::string, Tarsel::DclConfigObject::OptionType>;
 
 struct DocumentPlan {
-  /// To be handed over, in this order. Documents that have not changed are among them: the library
-  /// compares row by row.
+  /// To be loaded, in this order. Unchanged documents are among them: the library compares row by
+  /// row.
   documents::ConfigFiles reload;
   /// To be withdrawn after that.
   AppliedDocuments withdraw;

@@ -1,9 +1,9 @@
 // What is wanted of the device, as plain data.
 //
-// The folder says what is wanted; an Intent holds all of it in one value, each part with its origin. The
-// plan headers beside this one compare what is wanted with what is there and say what has to be done.
-// Nothing in this folder calls the library's managers, waits, or keeps anything: equal arguments give
-// equal results.
+// The configuration folder says what is wanted; an Intent holds all of it in one value, each part
+// with its origin. The plan headers beside this one compare what is wanted with what is present and
+// return what has to be done. Nothing in this folder calls the library's managers, waits, or keeps
+// state: equal arguments give equal results.
 #ifndef DEVICE_INTENT_INTENT_H
 #define DEVICE_INTENT_INTENT_H
 
@@ -15,12 +15,12 @@ namespace intent {
 struct Intent {
   /// Interfaces and addresses, each with its origin, the primary interfaces, the default VLAN.
   documents::Device device;
-  /// The documents for the library, in the order in which it is handed them. A document's origin is its
-  /// name.
+  /// The documents for the library, in the order in which they are loaded. A document's origin is
+  /// its name.
   documents::ConfigFiles documents;
   /// The static routes of all documents, each with its origin.
   documents::RouteSet routes;
-  /// Redistribution, which only the VLAN document speaks of, each profile with its origin. A rule's
+  /// The redistribution profiles, each with its origin. Only the VLAN document has them. A rule's
   /// origin is the profile of its VLAN.
   documents::Profiles profiles;
 
@@ -28,8 +28,8 @@ struct Intent {
   documents::VlanIds NamedVlans() const;
 };
 
-/// What a folder asks for. Of one route with several metrics in several documents the first stays, by
-/// the documents' names; the others are reported.
+/// Returns what a folder asks for. If documents give one route several metrics, that of the first
+/// document by name is kept; the others are reported.
 Intent MakeIntent(const documents::Folder& folder, const program::Report& report);
 
 }  // namespace intent

@@ -1,4 +1,4 @@
-// What has to be told so that the interfaces become the wanted ones.
+// What the library has to be told so that its interfaces become the wanted ones.
 #ifndef DEVICE_INTENT_INTERFACE_PLAN_H
 #define DEVICE_INTENT_INTERFACE_PLAN_H
 
@@ -11,9 +11,9 @@
 
 namespace intent {
 
-// The library's registry is told of these.
+// These go to the library's interface registry.
 
-/// The whole of an interface, without its addresses: a new one, or new flags or another MTU.
+/// A whole interface without its addresses: a new one, or one with new flags or another MTU.
 struct Register {
   std::string name;
   std::uint32_t flags;
@@ -44,7 +44,7 @@ struct DeleteIp6 {
   Tarsel::Ip6Prefix prefix;
 };
 
-// The VLAN's routers are told of these.
+// These go to the VLAN's routers.
 
 struct TellStatus {
   bool up;
@@ -53,7 +53,7 @@ struct TellStatus {
 struct TellIp4 {
   Tarsel::Ip4Addr address;
 };
-/// A remote has joined on the interface, or the last one has left.
+/// A remote has joined on the interface, or the last remote has left.
 struct TellJoined {
   bool joined;
 };
@@ -73,13 +73,13 @@ struct InterfaceStep {
 /// In the order in which they are carried out.
 using InterfacePlan = std::vector<InterfaceStep>;
 
-/// The differences only: what is the same in both is not mentioned again. The registry keeps the name
-/// that an interface came with, so one with a new name goes and comes again. All that go do so before
-/// any comes: a name may pass from one interface to another.
+/// Returns the differences only. The registry keeps the name with which an interface was
+/// registered, so an interface with a new name is removed and registered again. All removals come
+/// before any registration, because a name may pass from one interface to another.
 InterfacePlan PlanInterfaces(const documents::Interfaces& present,
                              const documents::Interfaces& wanted);
 
-/// All there is to tell about an interface that nobody knows yet.
+/// Returns all steps for an interface that is not known yet.
 InterfacePlan PlanNew(const documents::InterfaceKey& key, const documents::Interface& interface);
 
 }  // namespace intent

@@ -13,9 +13,9 @@ namespace intent {
 /// Interface names by VLAN.
 using Primaries = std::map<unsigned short, std::string>;
 
-/// The primary interface of each of `vlans` and of each VLAN for which the device names one: that one,
-/// else the first with an IPv4 address, else "lo". The stack asks for a new VLAN's primary interface,
-/// and the library counts on there being one.
+/// Returns the primary interface of each of `vlans` and of each VLAN for which the device names
+/// one: the named one, else the first with an IPv4 address, else "lo". Each VLAN needs one, because
+/// the stack asks for a new VLAN's primary interface and the library asserts that there is one.
 Primaries ChoosePrimaries(const documents::Device& device, const std::set<unsigned short>& vlans);
 
 }  // namespace intent

@@ -41,10 +41,10 @@ constexpr std::uint32_t SOURCE_CODES[] = {CODE_STATIC, CODE_CONNECTED, CODE_RIP,
 /// The sources of each destination; destinations without any are not in it.
 using Rules = std::map<Destination, Sources>;
 
-/// The router that answers for a destination.
+/// Returns the type of the router that belongs to a destination.
 Tarsel::DcRouterMgr::ProtocolType RouterTypeOf(const Destination& destination);
 
-/// What has to be asked so that the sources of one destination become the wanted ones.
+/// The requests that make the sources of one destination the wanted ones.
 struct RuleChange {
   Sources withdraw = 0;
   Sources add = 0;
@@ -52,11 +52,12 @@ struct RuleChange {
 
 RuleChange PlanRule(const Rules& present, const Rules& wanted, const Destination& destination);
 
-/// The rules that are in both: what stays of `present` when everything else is withdrawn.
+/// Returns the rules that are in both: what is left of `present` after everything else has been
+/// withdrawn.
 Rules FindStayingRules(const Rules& present, const Rules& wanted);
 
-/// Both families of each VLAN with a profile: whatever the profile hands on goes to every enabled
-/// protocol, but no protocol's routes to itself.
+/// Returns the rules of both families of each VLAN with a profile: the routes that the profile
+/// allows go to every enabled protocol, except that no protocol gets its own routes.
 Rules PlanRules(const documents::Profiles& profiles, const documents::ProtocolSets& enabled);
 
 }  // namespace intent

@@ -1,4 +1,4 @@
-// What has to be asked of the library so that its routes become the wanted ones.
+// The requests that make the library's routes the wanted ones.
 #ifndef DEVICE_INTENT_ROUTE_PLAN_H
 #define DEVICE_INTENT_ROUTE_PLAN_H
 
@@ -14,7 +14,8 @@ struct RoutePlan {
   std::vector<std::pair<ResolvedRoute, unsigned int>> add;  // with the metric
 };
 
-/// The differences only. A route whose metric has changed is added again, which overwrites it.
+/// Returns the differences only. A route whose metric has changed is added again, which overwrites
+/// it.
 RoutePlan PlanRoutes(const ResolvedRoutes& present, const ResolvedRoutes& wanted);
 
 }  // namespace intent

@@ -1,4 +1,4 @@
-// Which of the wanted routes can be asked for, and which have to wait for their interface.
+// Which of the wanted routes can be requested, and which have to wait for their interface.
 #ifndef DEVICE_INTENT_ROUTE_RESOLUTION_H
 #define DEVICE_INTENT_ROUTE_RESOLUTION_H
 
@@ -14,7 +14,7 @@
 
 namespace intent {
 
-/// A route as it is asked of the library.
+/// A route as it is requested of the library.
 struct ResolvedRoute {
   documents::RouteTarget target;
   std::uint32_t ifIndex = 0;  // 0 for none
@@ -30,14 +30,14 @@ struct ResolvedRoute {
 /// Routes with their metrics.
 using ResolvedRoutes = std::map<ResolvedRoute, unsigned int>;
 
-/// Answers which index an interface of a VLAN has.
+/// Returns the index of a VLAN's interface, or nothing if there is no such interface.
 using FindInterface =
     std::function<std::optional<std::uint32_t>(unsigned short vlan, const std::string& name)>;
 using HasVlan = std::function<bool(unsigned short vlan)>;
 
-/// The routes that can be asked for. Those of VLANs that do not exist are left out. Those whose
-/// interface does not exist are left out as well and named in `waiting`. The reloader (ApplyRoutes in
-/// device/apply/reloader.cpp) tells of each of them once, and asks again with the next reload.
+/// Returns the routes that can be requested. Routes of VLANs that do not exist are left out. Routes
+/// whose interface does not exist are left out, too, and added to `waiting`: the reloader
+/// (ApplyRoutes in device/apply/reloader.cpp) tells of each once, and asks again with the next reload.
 ResolvedRoutes ResolveRoutes(const documents::RouteSet& routes, const HasVlan& hasVlan,
                              const FindInterface& find, std::vector<documents::RouteKey>& waiting);
 

@@ -1,4 +1,4 @@
-// Lines from a descriptor, whatever it is, without ever waiting for it.
+// Reads lines from a descriptor of any kind, without ever waiting for it.
 #ifndef DEVICE_LOOP_LINE_READER_H
 #define DEVICE_LOOP_LINE_READER_H
 
@@ -12,15 +12,15 @@ namespace loop {
 
 class LineReader {
  public:
-  /// The descriptor is the caller's. Pipes and sockets are watched; of files, which are always ready,
-  /// a piece is read in each turn of the loop while a line is wanted.
+  /// The descriptor is the caller's and must stay open. Pipes and sockets are watched. A file is
+  /// always ready: a piece of it is read in each turn of the loop while a line is wanted.
   LineReader(uv_loop_s* loop, int fd);
 
-  /// Hands over the next line without its end, or nothing at the end of the input or on an error; from
-  /// inside this call or later. Of a line longer than 4,096 bytes the rest is dropped. Not to be called
-  /// again before that.
+  /// Calls back with the next line, without its end, or with nothing at the end of the input or on
+  /// an error; from inside this call or later. The rest of a line longer than 4,096 bytes is
+  /// dropped. Do not call it again before it has called back.
   void Next(std::function<void(const std::optional<std::string>& line)> callback);
-  /// Whether the lines have ended because the descriptor could not be read.
+  /// Whether the lines ended because the descriptor could not be read.
   bool HasFailed() const { return m_hasFailed; }
 
  private:

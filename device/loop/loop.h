@@ -10,20 +10,21 @@ struct uv_prepare_s;
 
 namespace loop {
 
-/// The event loop, with whatever is still closing when its owner goes. It measures its turns: a turn is
-/// all that happens between two waits for events, in processor time of its thread. Nothing else is
-/// served meanwhile, so the longest turn is how long anybody may have had to wait.
+/// The event loop. Its destructor also finishes handles that are still closing. It measures its
+/// turns, in processor time of its thread: a turn is all that happens between two waits for events.
+/// Nothing else is served during a turn, so the longest turn is the longest time that anybody may
+/// have had to wait.
 class Loop {
  public:
-  /// Throws std::runtime_error when the system gives none.
+  /// Throws std::runtime_error if the system gives no loop.
   Loop();
   Loop(const Loop&) = delete;
   Loop& operator=(const Loop&) = delete;
   ~Loop();
   uv_loop_s* Get() const { return m_loop.get(); }
 
-  /// The longest turn that has ended since the last call, in microseconds. The turn in which this is
-  /// called has not.
+  /// Returns the longest turn that has ended since the last call, in microseconds. The present turn
+  /// is not among them.
   std::uint64_t TakeLongestTurn();
 
  private:

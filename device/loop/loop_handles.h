@@ -1,5 +1,6 @@
-// libuv's handles as objects: a handle ends with its owner, and no exception passes through libuv:
-// it is logged. A lack of memory ends the process instead.
+// libuv's handles as objects: a handle ends with its object. An exception that a callback throws
+// does not pass through libuv: it is logged. std::bad_alloc ends the process instead. The loop is
+// borrowed and must outlive the objects.
 #ifndef DEVICE_LOOP_LOOP_HANDLES_H
 #define DEVICE_LOOP_LOOP_HANDLES_H
 
@@ -10,7 +11,7 @@ struct uv_loop_s;
 
 namespace loop {
 
-/// Calls back once.
+/// Calls back once after a time.
 class Timer {
  public:
   explicit Timer(uv_loop_s* loop);
@@ -18,7 +19,8 @@ class Timer {
   Timer& operator=(const Timer&) = delete;
   ~Timer();
 
-  /// A start while waiting begins anew. `callback` may start the timer again or destroy it.
+  /// Starts the timer; a running one begins anew. `callback` may start the timer again or destroy
+  /// it.
   void Start(std::uint64_t milliseconds, std::function<void()> callback);
   void Stop();
 
@@ -27,7 +29,8 @@ class Timer {
   Handle* m_handle;
 };
 
-/// Calls back from the loop, once and soon. Between two calls descriptors and timers get their turn.
+/// Calls back once from the loop, as soon as possible. Descriptors and timers are served between
+/// two calls.
 class Task {
  public:
   explicit Task(uv_loop_s* loop);
@@ -35,7 +38,7 @@ class Task {
   Task& operator=(const Task&) = delete;
   ~Task();
 
-  /// A Post before the call takes the place of the earlier one.
+  /// A second Post before the call replaces the first.
   void Post(std::function<void()> callback);
 
  private:
@@ -46,14 +49,15 @@ class Task {
 /// Watches a descriptor, which is the caller's and must stay open meanwhile.
 class Poll {
  public:
-  /// IsUsable() is false afterwards when the loop cannot watch such a descriptor.
+  /// If the loop cannot watch such a descriptor, IsUsable() is false afterwards.
   Poll(uv_loop_s* loop, int fd);
   Poll(const Poll&) = delete;
   Poll& operator=(const Poll&) = delete;
   ~Poll();
 
   bool IsUsable() const { return m_handle != nullptr; }
-  /// `events` are libuv's; 0 stops. The callback is told which have come, or a negative error.
+  /// `events` are libuv's; 0 stops the watch. The callback gets the events that have come, or a
+  /// negative error.
   void Start(int events, std::function<void(int events)> callback);
 
  private:

@@ -9,28 +9,30 @@
 
 namespace loop {
 
-/// What tells whether something is going on.
+/// Answers whether something is going on.
 struct Activity {
-  /// A number that grows whenever something is asked of the stack.
+  /// Returns a number that grows with each request to the stack.
   std::function<std::uint64_t()> countRequests;
-  /// Whether something is under way by itself.
+  /// Whether something is under way that is not a request.
   std::function<bool()> isUnderWay;
-  /// For how long nothing may have been asked for before things count as settled, in milliseconds.
+  /// How long no request may have come before things count as settled, in milliseconds.
   std::function<std::uint64_t()> getQuietMilliseconds;
 };
 
-/// Nobody announces that all requests are through: the library keeps them to itself and sends some at
-/// a time. Things have settled when nothing is under way and nothing has been asked for during a quiet
-/// time. One wait at a time; the owner of the object is the one who waits.
+/// Nothing announces that all requests have been sent and answered: the library keeps them and
+/// sends some at a time. Things have settled when nothing is under way and no request has come
+/// during a quiet time. An object serves one wait at a time, that of its owner.
 class SettledWait {
  public:
   SettledWait(uv_loop_s* loop, Activity activity);
 
   /// Calls `done` from the loop: with true once things have settled, or with false after
-  /// `limitMilliseconds` (0 for no limit). A wait that is under way is replaced and never hears.
+  /// `limitMilliseconds` (0 for no limit). A wait that is under way is replaced; its `done` is
+  /// never called.
   void Wait(std::uint64_t limitMilliseconds, std::function<void(bool settled)> done);
 
-  /// Ends a wait early, as its limit would, from the loop. False when nobody waits.
+  /// Ends a wait early, as its limit would: `done` is called from the loop. Returns false if no
+  /// wait is under way.
   bool GiveUp();
 
  private:

@@ -8,10 +8,10 @@
 
 namespace program {
 
-/// The number that the whole of `text` is, from `low` to `high`, both included. Nothing for any
-/// other text: digits are all that may stand in it, at least one; no sign, no blank. Leading zeros
-/// count for nothing. For options, documents and words of the console; the library has a reader of
-/// its own.
+/// Returns the number that the whole of `text` is, if it is from `low` to `high`, both included;
+/// else nothing. The text must consist of digits, at least one: no sign, no blank. Leading zeros
+/// are allowed. For options, documents and words of the console; the library has a reader of its
+/// own.
 std::optional<std::uint32_t> ReadDecimal(std::string_view text, std::uint32_t low,
                                          std::uint32_t high);
 

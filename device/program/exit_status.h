@@ -1,4 +1,4 @@
-// How a process of ours ends. Scripts rely on the numbers.
+// The exit statuses of this device's programs. Scripts rely on the numbers.
 #ifndef DEVICE_PROGRAM_EXIT_STATUS_H
 #define DEVICE_PROGRAM_EXIT_STATUS_H
 

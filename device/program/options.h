@@ -1,4 +1,4 @@
-// The options of a program's command line, and what is said of those that are wrong.
+// The options of a program's command line, and the messages about wrong ones.
 #ifndef DEVICE_PROGRAM_OPTIONS_H
 #define DEVICE_PROGRAM_OPTIONS_H
 
@@ -17,7 +17,7 @@ struct Ending {
   bool isError = false;
 };
 
-/// What a program's command line may be.
+/// Describes a program's command line. The texts are borrowed.
 struct Usage {
   const char* program;          // as messages name it
   const char* help;             // all that --help prints
@@ -25,21 +25,20 @@ struct Usage {
   bool endsAtWord;  // true: the options end at the first word; false: words may stand among them
 };
 
-/// Takes an option by its number and value. Answers what is wrong with it; the empty text when
-/// nothing is.
+/// Takes an option by its number and value. Returns what is wrong with it, or the empty text.
 using TakeOption = std::function<std::string(int number, const char* value)>;
 
-/// Reads the options; what is left of `argv` begins at getopt's `optind` then, in the order given.
-/// Answers how the process is to end, if it is: by a text that was asked for, or by what is wrong
-/// with the first option that is wrong.
+/// Reads the options. Afterwards the words that are left begin at getopt's `optind` in `argv`, in
+/// the order given. Returns how the process is to end, if it is: with a text that was asked for, or
+/// with what is wrong with the first wrong option.
 std::optional<Ending> ReadOptions(const Usage& usage, int argc, char** argv,
                                   const TakeOption& take);
 
-/// "PROGRAM: problem", and how to learn more.
+/// Returns the text "PROGRAM: problem" and where to learn more.
 Ending UsageError(const Usage& usage, const std::string& problem);
 
-/// Prints what a program ends with. Its exit status: 2 when the command line was wrong, 1 when a
-/// text that was asked for could not be written, else 0.
+/// Prints the text that a program ends with. Returns the exit status: 2 if the command line was
+/// wrong, 1 if a text that was asked for could not be written, else 0.
 int PrintEnding(const char* program, const Ending& ending);
 
 }  // namespace program

@@ -1,4 +1,4 @@
-// A descriptor that is closed with its owner.
+// A descriptor that its object closes.
 #ifndef DEVICE_PROGRAM_OWNED_DESCRIPTOR_H
 #define DEVICE_PROGRAM_OWNED_DESCRIPTOR_H
 

@@ -1,4 +1,4 @@
-// Texts from anywhere, for an operator's terminal.
+// Makes texts of any origin safe for an operator's terminal.
 #ifndef DEVICE_PROGRAM_PRINTABLE_H
 #define DEVICE_PROGRAM_PRINTABLE_H
 
@@ -14,11 +14,10 @@ namespace program {
 std::string Printable(const std::string& text, std::size_t most);
 
 /// The whole of `text` in the same way, except that ends of lines and tabs stay: for output that
-/// may quote somebody. A piece of output is to hold whole characters.
+/// may quote a document or a command. A piece of output must hold whole characters.
 std::string PrintableLines(const std::string& text);
 
-/// `text` in quotes, cut to a length that leaves a line readable, without characters that a
-/// terminal would act on.
+/// `text` in quotes, made safe by Printable and cut to a length that keeps a line readable.
 std::string Quote(const std::string& text);
 
 }  // namespace program

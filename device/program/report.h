@@ -1,4 +1,4 @@
-// How readers of input complain.
+// The report of input that cannot be used.
 #ifndef DEVICE_PROGRAM_REPORT_H
 #define DEVICE_PROGRAM_REPORT_H
 
@@ -7,8 +7,8 @@
 
 namespace program {
 
-/// Takes one line, without its end, about input that cannot be used: where it stands, what was
-/// expected there and what was found. Readers report and go on with the rest.
+/// Takes one line, without its end, about input that cannot be used: where it is, what was expected
+/// there and what was found. A reader reports and goes on with the rest.
 using Report = std::function<void(const std::string& line)>;
 
 }  // namespace program

@@ -1,4 +1,4 @@
-// Reads the members of one group of a document, and says what is wrong with it.
+// Reads the members of one group of a document, and reports what is wrong with it.
 #ifndef DEVICE_ROUTERS_GROUP_READER_H
 #define DEVICE_ROUTERS_GROUP_READER_H
 
@@ -9,8 +9,8 @@
 
 namespace routers {
 
-/// A text of a document as it may be shown on an operator's terminal: with '?' for each control
-/// character, including those that UTF-8 has outside of ASCII.
+/// Returns a document's text made safe for an operator's terminal: with '?' for each control
+/// character, including those outside of ASCII.
 Tarsel::string Printable(const unsigned char* text, std::size_t length);
 
 /// An absent member leaves the value as it was. A wrong member is reported in one line that names

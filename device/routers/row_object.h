@@ -30,7 +30,7 @@ class RowObject : public Tarsel::DclConfigObject, private WantedRow::Owner {
   void Display(Tarsel::DcConsole* console, unsigned int id) override;
   bool CommitToMib() override;
 
-  /// The row's state, for an operator.
+  /// Returns the row's state as a text for an operator.
   Tarsel::string Describe() const;
   /// The table and the instance of the object's row, and its key.
   virtual RowName GetRowName() const = 0;
@@ -129,7 +129,7 @@ class ConfigRowList : public Tarsel::DCLConfigList {
   ConfigRowList(Tarsel::DcRouterBase& owner, const ProtocolTable& table)
       : DCLConfigList(&owner, Columns::LIST, Columns::MEMBER), m_table(table) {}
 
-  /// Rows are configuration: they stay as the document says, whatever becomes of the interface.
+  /// Does nothing: rows stay as the document says, whatever the state of the interface.
   void ProcessInterfaceStatusChange(unsigned int, unsigned int) override {}
 
   Tarsel::DclConfigObject* CreateObject(const Tarsel::OptionsNode&, const Tarsel::string&,

@@ -20,18 +20,17 @@ class RowRegistry {
   void Add(WantedRow& row);
   void Drop(WantedRow& row);
 
-  /// Of the documents that want this row, the one that counts; null if none wants it.
+  /// Returns the WantedRow of highest rank among those that want this row; null if none wants it.
   WantedRow* FindCounting(const RowName& name) const;
   /// Whether some document has an object for the row, even if that object is about to go.
   bool IsConfigured(const RowName& name) const;
-  /// `row` does not want its row any more. If it was the one that counted, the next one becomes
-  /// due.
+  /// `row` does not want its row any more. If it had the highest rank, the next one becomes due.
   void StopCounting(WantedRow& row);
 
-  /// A request for the row goes to the stack now: the next answer is its answer.
+  /// Call it when a request for the row goes to the stack: the next answer belongs to it.
   void NoteIssued(const RowName& name, const std::weak_ptr<WantedRow>& asker, unsigned int sequence,
                   int rowStatus);
-  /// Tells the row's owner after a while, never from inside this call.
+  /// Calls the owner's RowDue after a while, never from inside this call.
   void MakeDue(WantedRow& row);
 
  private:

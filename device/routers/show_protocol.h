@@ -7,7 +7,7 @@
 
 namespace routers {
 
-/// What an operator asks to see: one protocol in one family.
+/// What one console word shows: one protocol in one family.
 struct ProtocolView {
   const char* tree;  // "ip" or "ip6"
   Tarsel::DcRouterMgr::ProtocolType type;

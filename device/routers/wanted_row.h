@@ -36,7 +36,7 @@ bool operator<(const SourceRank& a, const SourceRank& b);
 /// later are ignored.
 class WantedRow : public std::enable_shared_from_this<WantedRow> {
  public:
-  /// Who configures the row. Neither operation may delete the owner.
+  /// The object that configures the row. Neither operation may delete it.
   class Owner {
    public:
     /// An answer has come; IsInStack may have changed.
@@ -58,7 +58,7 @@ class WantedRow : public std::enable_shared_from_this<WantedRow> {
   /// row.
   void Write(AdminStatus adminStatus, const Tarsel::string& contents);
   /// Asks the stack to remove the row, unless another document still wants it or the stack has been
-  /// asked already. True if there is nothing left to wait for.
+  /// asked already. Returns true if there is nothing left to wait for.
   bool Remove();
   /// What is wanted has changed, so earlier refusals do not count any more.
   void Renew() { m_refusals = 0; }

@@ -1,5 +1,5 @@
 // The codes of the console's replies, which are the client's exit statuses too. Scripts rely on the
-// numbers: a code is never given another meaning, and a new one takes a new number.
+// numbers: a code never gets another meaning, and a new code gets a new number.
 #ifndef DEVICE_WIRE_REPLY_CODES_H
 #define DEVICE_WIRE_REPLY_CODES_H
 

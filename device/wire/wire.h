@@ -1,6 +1,6 @@
 // What the daemon and a console client say to each other over a stream socket.
 //
-// Everything is a line: a letter, a space, and what the letter asks for.
+// Every message is a line: a letter, a space, and the rest that the letter takes.
 //
 //     each:    V <version>       the greeting: which version of this protocol it speaks
 //     client:  C <command>       carry this out
@@ -11,17 +11,17 @@
 //              R <code> <vlan>   the reply: the command is over, the next one may come
 //              Q <code> <vlan>   the reply, and the last: the daemon closes the connection
 //
-// The client speaks first, with its greeting; the daemon answers with its own, and with a reply, as if
-// to a command, when it is ready to take the first. An end that does not know the other's version, or
-// is told none, says in words which it knows, and closes: the client says it to its operator, the
-// daemon in output with a last reply. These two lines mean the same in every version, so a daemon may
-// also refuse a client before any greeting.
+// The client sends its greeting first. The daemon answers with its own greeting; when it is ready
+// for the first command, it sends a reply, as if to a command. An end that does not know the
+// other's version, or gets none, says in words which version it knows, and closes: the client says
+// it to its operator, the daemon sends it as output with a last reply. Output and last reply mean
+// the same in every version, so a daemon may also refuse a client before any greeting.
 //
-// A client sends a command when the reply to the last one has come; an interrupt without a command in
-// progress means nothing. A client that closes its sending side has hung up, and gets no more of a
-// running command. The words that may stand at the end of a line come as lines of output, and a
-// reply after them as if to a command. <code> is one of reply_codes.h, <vlan> the VLAN that the session
-// is bound to, <version> a number up to 65535.
+// A client sends a command when the reply to the last one has come; an interrupt without a running
+// command is ignored. A client that closes its sending side has hung up, and gets no more output of
+// a running command. The answer to W is the words as lines of output, and a reply after them as if
+// to a command. <code> is one of reply_codes.h, <vlan> the VLAN that the session is bound to,
+// <version> a number up to 65535.
 #ifndef DEVICE_WIRE_WIRE_H
 #define DEVICE_WIRE_WIRE_H
 
@@ -37,7 +37,7 @@ namespace wire {
 constexpr std::size_t MAX_TEXT = 4096;
 
 /// The version that is described here, and the only one that is known. It changes when an end of an
-/// earlier version would not understand what is sent.
+/// earlier version would no longer understand the messages.
 constexpr unsigned short VERSION = 1;
 
 struct Message {
@@ -47,28 +47,30 @@ struct Message {
   unsigned short version = 0;  // of a greeting
   Code code = Code::DONE;
   unsigned short vlan = 0;
-  bool isLast = false;  // of a reply: the daemon closes the connection behind it
+  bool isLast = false;  // of a reply: the daemon closes the connection after it
 };
 
 std::string EncodeGreeting(unsigned short version = VERSION);
-/// Ends of lines in `words` become spaces, which separate words as well. At most MAX_TEXT bytes.
+/// Ends of lines in `words` become spaces, which separate words as well. `words` has at most
+/// MAX_TEXT bytes.
 std::string EncodeCommand(std::string words);
-/// The same for what an operator has begun; the word at its end, or the empty one, is to be completed.
+/// The same for a line that an operator has begun. The word at its end, which may be empty, is to
+/// be completed.
 std::string EncodeCompletion(std::string begun);
 std::string EncodeInterrupt();
-/// One or several messages; long lines go in pieces.
+/// Returns one or several messages; a long line is split into pieces.
 std::string EncodeOutput(const std::string& text);
 std::string EncodeReply(Code code, unsigned short vlan, bool isLast = false);
 
-/// Puts messages together from what a socket delivers.
+/// Assembles messages from the bytes of a socket.
 class Decoder {
  public:
   void Feed(const char* bytes, std::size_t size);
-  /// The next message, as soon as its line is complete. After bytes that are no message, or a line that
-  /// is too long, there is none any more: see IsBroken().
+  /// Returns the next message, once its line is complete. After bytes that are not a message, or a
+  /// line that is too long, IsBroken() is true and there are no further messages.
   std::optional<Message> Next();
   bool IsBroken() const { return m_isBroken; }
-  /// How much has been fed and not yet been taken.
+  /// The number of bytes that were fed and not taken yet.
   std::size_t CountWaiting() const { return m_bytes.size() - m_taken; }
 
  private:
