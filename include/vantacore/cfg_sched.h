@@ -120,8 +120,8 @@ class VANTACORE_API CfgSched : public PeriodicTimer {
   /// other than success have been counted, this one included.
   void Update(CfgKey key, CfgItem* item, unsigned int status, bool retry);
   /// Handles a final answer: the stack reported `status` for the row that `item` names. Only
-  /// `item->GetOid()` is called; the caller keeps `item`. The row's first item is told by SetInMib;
-  /// it is deleted if it is Issued, else it stays.
+  /// `item->GetOid()` is called; the caller keeps `item`. SetInMib is called on the row's first
+  /// item; then the item is deleted if it is Issued, else it stays.
   void Remove(CfgKey key, CfgItem* item, unsigned int status);
   /// One pass; both arguments are ignored.
   void OnTimeout(unsigned int, void*);

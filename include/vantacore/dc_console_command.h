@@ -24,7 +24,7 @@ class VANTACORE_API DcConsoleCommand {
   /// case; the empty word matches every name. Names are borrowed for the life of the option.
   class VANTACORE_API ConsoleCommandOption {
    public:
-    /// `name` is the word in full, as it stands in the table.
+    /// `name` is the word in full.
     explicit ConsoleCommandOption(const char* name) : m_name(name) {}
     virtual ~ConsoleCommandOption();
     /// Takes the option's words, if they come next: `argc` and `argv` are advanced past them.

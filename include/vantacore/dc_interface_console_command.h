@@ -35,9 +35,9 @@ class VANTACORE_API DcInterfaceConsoleCommand : public DcConsoleCommand {
   /// this call returns.
   void SwitchToEaEntries();
 
-  /// What the letters of the column of flags mean; stands above the table.
+  /// Returns the text above the table that explains the letters of the flags column.
   static string GetIfFlagHelpStr();
-  /// The letters of the row's flags.
+  /// Returns the letters of the row's flags.
   static string GetIfFlagsStr(const amb_stubs_i3_ei* row);
 
  private:

@@ -62,7 +62,7 @@ class VANTACORE_API DcRtmMgr {
   // --- instances ---
 
   /// Creates or changes both instances of a VLAN from its document entry; a document that is not of
-  /// type VLAN_OPTIONS changes nothing. True on success.
+  /// type VLAN_OPTIONS changes nothing. Returns true on success.
   bool UpdateRtmConfig(unsigned short vlan, OptionsNode const& node,
                        DclConfigObject::OptionType type);
   /// Destroys both instances, known or not.
@@ -81,9 +81,9 @@ class VANTACORE_API DcRtmMgr {
 
   /// Whether the instance (id taken as it is) has a record.
   bool HasRtmRecord(unsigned short instance) const;
-  /// Its ready flag; false when there is no record.
+  /// Its ready flag; false if there is no record.
   bool IsRtmReady(unsigned short instance) const;
-  /// Sets its ready flag; makes a record of defaults when there is none.
+  /// Sets its ready flag; makes a record of defaults if there is none.
   void SetRtmReady(unsigned short instance);
 
   // --- static routes ---

@@ -58,7 +58,8 @@ class VANTACORE_API DclConfigObject {
   /// Prints the object; the console stays the caller's. `id` is that of the display filter, 0 for
   /// any object.
   virtual void Display(DcConsole* console, unsigned int id) = 0;
-  /// Sends the pending change. True if the object is finished and is to be deleted from its list.
+  /// Sends the pending change. Returns true if the object is finished; the list's CommitToMib then
+  /// deletes it.
   virtual bool CommitToMib() = 0;
   /// Fills the object from one group of the document. Returns false to reject the group.
   virtual bool ParseOption(const OptionsNode& node, unsigned short vlan) = 0;
@@ -148,7 +149,7 @@ class VANTACORE_API DCLConfigList {
   /// Deletes the objects without touching the stack.
   virtual ~DCLConfigList();
 
-  /// True when an object with this VLAN and id has its row in the stack.
+  /// Whether an object with this VLAN and id has its row in the stack.
   virtual bool CheckInMib(unsigned short vlan, unsigned int id) const;
   /// An interface of the router has changed its status.
   virtual void ProcessInterfaceStatusChange(unsigned int ifIndex, unsigned int status) = 0;
@@ -191,7 +192,8 @@ class VANTACORE_API DCLConfigList {
   /// the following object, so some objects of the VLAN may stay. If it deletes the last object of
   /// the list, it starts again at the head.
   void Clear(unsigned int vlan);
-  /// Suspends the VLAN's objects, or resumes and commits them.
+  /// Suspends the VLAN's objects, or resumes and commits them. An object that reports itself
+  /// finished here stays in the list until a later commit.
   void Clear(unsigned int vlan, bool suspend);
   /// Displays the objects that match the filter, in list order.
   void DisplayList(DcConsole* console, const DclConfigDisplayFilter& filter) const;
