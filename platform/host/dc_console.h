@@ -8,8 +8,8 @@
 
 namespace Tarsel {
 
-/// The output of one command invocation, supplied by the host and created with `new`. The one that
-/// ends the command deletes it. The order of the virtual operations is fixed.
+/// The output of one command invocation, supplied by the host and created with `new`. Whoever ends
+/// the command deletes it. No operation may throw. The order of the virtual operations is fixed.
 class TARSEL_API DcConsole {
  public:
   virtual ~DcConsole() = default;
@@ -18,12 +18,11 @@ class TARSEL_API DcConsole {
   /// The same from an argument list.
   virtual void VPrint(const char* format, std::va_list arguments)
       __attribute__((format(printf, 2, 0))) = 0;
-  /// Output of a finished text on the error side.
+  /// Prints a finished text as an error.
   virtual void PrintError(const char* text) = 0;
-  /// The command's output is complete. Some paths of commands do not call this and only delete the
-  /// console.
+  /// The command's output is complete. Not every command calls this: some only delete the console.
   virtual void CommandEnd() = 0;
-  /// The VLAN that the console is bound to, for a command with these words.
+  /// Returns the VLAN that the console is bound to, for a command with these words.
   virtual unsigned short GetVlan(int argc, char** argv) = 0;
 };
 

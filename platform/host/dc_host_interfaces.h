@@ -7,8 +7,8 @@
 
 namespace Tarsel {
 
-/// The host's knowledge of IP interfaces, for the protocol routers; the library itself only keeps
-/// the pointer.
+/// Answers what the protocol routers ask about IP interfaces. The library itself only keeps the
+/// pointer.
 class TARSEL_API DcIpInterface {
  public:
   virtual ~DcIpInterface() = default;
@@ -16,18 +16,19 @@ class TARSEL_API DcIpInterface {
   virtual bool IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const = 0;
 };
 
-/// The host's event loop, for the descriptors of the routing stack. `id` is the stack's own value.
-/// `mode` is the number that the callback API made of the stack's event mask, one event at a time:
-/// 1 read, 2 write, 3 urgent data, 0 none for now. The order of the operations is fixed.
+/// The host's event loop, for the descriptors of the routing stack. No operation may throw. `id` is
+/// the stack's own value. `mode` is the number that the callback API made of the stack's event
+/// mask, one event at a time: 1 read, 2 write, 3 urgent data, 0 none for now. The order of the
+/// operations is fixed.
 class TARSEL_API DcSckInterface {
  public:
   virtual ~DcSckInterface() = default;
-  /// Watch `fd` for the event of `mode` (never 3), and call DcRouterMgr::SocketCallback each time
-  /// it comes. A descriptor that is already watched gets the new mode.
+  /// Watches `fd` for the event of `mode` (never 3), and calls DcRouterMgr::SocketCallback each
+  /// time it comes. A descriptor that is already watched gets the new mode.
   virtual void RegisterDescriptor(int fd, int mode, int id) = 0;
-  /// Stop watching `fd`; an unknown one is ignored.
+  /// Stops watching `fd`; an unknown one is ignored.
   virtual void RemoveDescriptor(int fd, int id) = 0;
-  /// Another event for a registered `fd`; an unknown one is ignored.
+  /// Watches a registered `fd` for another event; an unknown one is ignored.
   virtual void ChangeDescriptorMode(int fd, int mode) = 0;
 };
 

@@ -17,7 +17,7 @@ class TARSEL_API DcBgpRouter : public DcRouterBase {
   ~DcBgpRouter() override;
   bool CreateConfigList(DcConfigLists& lists) override;
 
-  /// The router of a protocol instance, or null.
+  /// Returns the router of a protocol instance, or null.
   static DcBgpRouter* GetRouter(unsigned int instance);
   /// Runs an operator's action on the VLAN's peers.
   void DummyConsoleCommand(unsigned short vid, int argc, char** argv);

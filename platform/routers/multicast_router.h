@@ -29,7 +29,7 @@ class TARSEL_API DcMulticastRouter : public DcRouterBase {
 };
 
 /// Lists multicast interfaces and groups: `mcast-database`. The router has all of it, so Parse
-/// prints and ends the command: when it answers true, command and console are gone.
+/// prints and ends the command: if it returns true, command and console have been deleted.
 class TARSEL_API MulticastRoutingTableConsoleCommand : public DcConsoleCommand {
  public:
   /// Takes ownership of `console`.

@@ -34,8 +34,8 @@ class TARSEL_API Ip4Addr {
 
   /// Dotted decimal.
   string ToString() const;
-  /// Dotted decimal of `word` (as it lies in memory) into `buffer`; false, with `buffer` untouched,
-  /// when `size` is too small (16 always suffice).
+  /// Writes `word` (as it lies in memory) in dotted decimal into `buffer`. Returns false, with
+  /// `buffer` untouched, if `size` is too small; 16 bytes always suffice.
   static bool Uint32ToString(std::uint32_t word, char* buffer, std::size_t size);
 
  private:
@@ -56,7 +56,7 @@ constexpr Ip4Addr operator&(const Ip4Addr& a, const Ip4Addr& b) {
 /// Reads a dotted IPv4 address: four decimal numbers of 0 to 255 and nothing else.
 class TARSEL_API Parse_IpAddr {
  public:
-  /// 1 and `addr` set on success; 0 and `addr` untouched otherwise, also for a null text.
+  /// Sets `addr` and returns 1; returns 0, with `addr` untouched, for any other text and for null.
   int operator()(Ip4Addr& addr, const char* text) const;
 };
 
@@ -71,7 +71,8 @@ class TARSEL_API Ip6Addr {
   /// The sixteen bytes in network order; valid while the object lives.
   const unsigned char* GetBytes() const { return m_bytes; }
 
-  /// True and the value set when `text` is an IPv6 address; false and untouched otherwise.
+  /// Sets the value and returns true if `text` is an IPv6 address; else it returns false and
+  /// changes nothing.
   bool FromString(const string& text);
   /// The shortest usual text, as in 2001:db8::1.
   string ToString() const;
@@ -99,8 +100,8 @@ class TARSEL_API Ip6Prefix {
   /// The number of leading bits, 0 to 128.
   unsigned int GetLength() const { return m_length; }
 
-  /// Reads "address/length" with a decimal length of 0 to 128; the host bits are cleared. False and
-  /// untouched otherwise.
+  /// Reads "address/length" with a decimal length of 0 to 128; the host bits are cleared. For any
+  /// other text it returns false and changes nothing.
   bool FromString(const string& text);
   /// "address/length"
   string ToString() const;

@@ -13,8 +13,7 @@ class OptionsNodeIterator;
 
 /// One node of a configuration document: a pointer into the document that it came from and the
 /// error text of the last failed read. Copying a node copies the pointer, never a sub-tree; the
-/// document (`Options`) must outlive all its nodes. No operation throws, whatever the document
-/// holds.
+/// document (`Options`) must outlive all its nodes. No operation throws, for any document.
 ///
 /// Reads by key need the node to be a JSON object. They return 1 on success; on failure they return
 /// 0, leave the result untouched and keep an error text on the node read from: "Incorrect Node type
@@ -29,11 +28,11 @@ class TARSEL_API OptionsNode {
   explicit OptionsNode(const Json::Value& value);
   explicit OptionsNode(Json::Value&& value) = delete;
 
-  /// True when there is no value here: a default node, a missing child or a JSON null.
+  /// Whether there is no value here: a default node, a missing child or a JSON null.
   bool IsNull() const;
-  /// True when there is nothing inside: a null node, {} or []. Scalars are never empty.
+  /// Whether there is nothing inside: a null node, {} or []. Scalars are never empty.
   bool IsEmpty() const;
-  /// True when there is a JSON object here, also an empty one.
+  /// Whether there is a JSON object here, also an empty one.
   bool IsObject() const;
 
   /// The member named `key`; a null node if there is none or this is not an object.
@@ -65,7 +64,8 @@ class TARSEL_API OptionsNode {
   mutable const char* m_error;
 };
 
-/// Walks the children of a node; valid as long as the document is neither changed nor destroyed.
+/// Goes through the children of a node; valid as long as the document is neither changed nor
+/// destroyed.
 class TARSEL_API OptionsNodeIterator {
  public:
   /// At a place in a document's tree.

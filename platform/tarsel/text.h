@@ -6,7 +6,7 @@
 
 namespace Tarsel {
 
-/// True when `text` begins with `prefix`, letter case ignored. False when either is null.
+/// Whether `text` begins with `prefix`, letter case ignored. Returns false if either is null.
 TARSEL_API bool strcasestrstart(const char* prefix, const char* text);
 
 }  // namespace Tarsel

@@ -21,7 +21,7 @@ class TARSEL_API TimerBase {
 
   /// Takes a reference on `callback` and drops the previous one; null for none.
   void SetCallback(Callback* callback);
-  /// No further expiry; nothing for a timer that does not run.
+  /// Ends the timer: no further expiry. Does nothing if the timer does not run.
   void Stop();
   /// Whether an expiry is to come.
   bool IsRunning() const;
@@ -31,7 +31,7 @@ class TARSEL_API TimerBase {
  protected:
   /// `name` is for the log and is not copied.
   explicit TimerBase(const char* name);
-  /// Fires once after the delay. A start while running begins anew.
+  /// Fires once after the delay. A start of a running timer begins anew.
   void StartOnce(unsigned long long microseconds);
   /// Fires every `ticks` platform ticks; 0 is taken as 1.
   void StartPeriodic(unsigned int ticks);
