@@ -28,8 +28,8 @@ class Connection {
   /// Returns the code of the reply. An interrupt meanwhile stops the output; a second one ends the
   /// process.
   wire::Code Execute(const std::string& command);
-  /// Returns the words that may stand where `begun` ends; none if the daemon does not answer. What
-  /// the daemon says instead, before it hangs up, goes to standard output.
+  /// Returns the words that may stand at the end of `begun`; none if the daemon does not answer.
+  /// What the daemon says instead, before it hangs up, goes to standard output.
   std::vector<std::string> Complete(const std::string& begun);
 
   /// Whether there will be no further reply: the daemon has sent its last one, or something failed,

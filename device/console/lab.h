@@ -23,8 +23,9 @@ struct LabReply {
   bool hasChanged = false;  // it may take a while until the effect is there
 };
 
-/// Interfaces and addresses change, remotes join and leave, the stack answers badly or not at all,
-/// time goes faster. These commands are for experiments, and are kept apart from an operator's.
+/// Interfaces and addresses change, remotes join and leave, the stack refuses requests or does not
+/// answer, time goes faster. These commands are for experiments, and are kept apart from an
+/// operator's.
 class Lab {
  public:
   /// `stack` and `device` are borrowed. `tickMicroseconds` is the normal length of a tick.

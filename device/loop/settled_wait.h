@@ -1,4 +1,4 @@
-// Waiting until everything that was asked for has been answered.
+// Waits until every request has been answered.
 #ifndef DEVICE_LOOP_SETTLED_WAIT_H
 #define DEVICE_LOOP_SETTLED_WAIT_H
 

@@ -69,8 +69,8 @@ class SMS_API Facts {
   /// The requests for rows that the stack has received since it was made, whether they succeeded or
   /// not: to set or to destroy an instance, a route, an interface, an address, a redistribution
   /// rule or a protocol row. Walks, identifier builders, tracing and scheduling do not count. The
-  /// count never goes back, not even over a restart of the stack: if two counts are equal, nobody
-  /// asked for a row in between.
+  /// count never goes back, not even over a restart of the stack: if two counts are equal, no row
+  /// was requested in between.
   std::uint64_t CountRequests() const;
 
  private:

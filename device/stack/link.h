@@ -1,5 +1,5 @@
-// A ring of objects that carry their own links: a member is removed in constant time, and nobody
-// needs to know its ring.
+// A ring of objects that carry their own links: a member is removed in constant time, without
+// knowing its ring.
 #ifndef DEVICE_STACK_LINK_H
 #define DEVICE_STACK_LINK_H
 

@@ -1,12 +1,13 @@
 /* Rows of the routing protocols' own configuration tables, for the protocol routers.
  *
  * 1. A row is named by its table (the routers' own numbering), its instance and a key of 1 to 64
- *    bytes; its content is a text. The stack stores the row, answers, and hands it out again.
+ *    bytes; its content is a text. The stack stores the row, answers the request, and returns the
+ *    row to the getters.
  * 2. A request is only queued, like every row request. Its answer comes from nbb_scheduler(): first
  *    the registered answer function, then cRunPendingAction() with the row's identifier.
  * 3. Row status 1 and 4 create or overwrite, 6 destroys. Status of an answer: 1 done; 3 wrong value
- *    (row status, admin status, key); 5 the instance does not exist, worth a retry; 6 the row to be
- *    destroyed is not there. A row goes when its instance goes.
+ *    (row status, admin status, key); 5 the instance does not exist, to be retried; 6 the row to be
+ *    destroyed is not there. A row is removed with its instance.
  * 4. The getters look at the tables as they are now and may be called at any time.
  */
 #ifndef DEVICE_STACK_PROTOCOL_ROWS_H

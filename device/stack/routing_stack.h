@@ -42,8 +42,8 @@ class SMS_API RoutingStack {
   /// (stack_control.h). It lives as long as the stack.
   Control& GetControl();
 
-  /// True when no event is queued and none is due later: every request has been answered, apart
-  /// from those that a script leaves unanswered for good.
+  /// Whether no event is queued and none is due later: every request has been answered, apart from
+  /// those that a script leaves unanswered for good.
   bool IsIdle() const;
 
  private:
