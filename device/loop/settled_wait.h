@@ -9,11 +9,11 @@
 
 namespace loop {
 
-/// Answers whether something is going on.
+/// The questions that decide whether things have settled.
 struct Activity {
   /// Returns a number that grows with each request to the stack.
   std::function<std::uint64_t()> countRequests;
-  /// Whether something is under way that is not a request.
+  /// Whether work is under way, for example in the stack: requests may follow from it.
   std::function<bool()> isUnderWay;
   /// How long no request may have come before things count as settled, in milliseconds.
   std::function<std::uint64_t()> getQuietMilliseconds;
