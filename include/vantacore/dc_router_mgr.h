@@ -99,8 +99,8 @@ class VANTACORE_API DcRouterMgr {
   /// A VLAN lives while a document names it.
   ///
   /// The document is only read during the call. Returns true; entries that cannot be used are
-  /// traced and skipped. A router that is called from here may query the manager. It must not load
-  /// or withdraw documents, and must not create or delete VLANs.
+  /// traced and skipped. A router that is called from here may query the manager and load
+  /// documents. It must not withdraw this document or delete its own VLAN.
   bool Reload(Options const& doc, string const& fileName, DclConfigObject::OptionType type);
   /// Withdraws a document. Nothing happens for a name that was never loaded. The rules for a router
   /// that is called from Reload hold here, too.
