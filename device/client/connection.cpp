@@ -14,6 +14,7 @@
 #include <cstring>
 #include <sstream>
 
+#include "device/program/printable.h"
 #include "listener.h"
 
 namespace client {
@@ -103,7 +104,12 @@ wire::Code Connection::Open(const std::string& path, const std::string& daemonUs
   if (!distrust.empty()) {
     return Fail(wire::Code::UNREACHABLE, path + ": " + distrust);
   }
-  return Send(wire::EncodeGreeting()) ? AwaitAndPrint() : m_end;
+  if (!Send(wire::EncodeGreeting())) {
+    return m_end;
+  }
+  const wire::Code code = AwaitAndPrint();
+  // A daemon that hangs up before it has taken a command has not done it, whatever it says.
+  return m_isOver && code == wire::Code::DONE ? wire::Code::REFUSED : code;
 }
 
 wire::Code Connection::Execute(const std::string& command) {
@@ -215,7 +221,7 @@ bool Connection::Send(const std::string& bytes) {
 
 wire::Code Connection::Fail(wire::Code code, const std::string& why) {
   std::fflush(stdout);
-  std::fprintf(stderr, "vantacorectl: %s\n", why.c_str());
+  std::fprintf(stderr, "vantacorectl: %s\n", program::PrintableLines(why).c_str());
   m_isOver = true;
   m_end = code;
   return code;

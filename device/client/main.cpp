@@ -10,6 +10,7 @@
 #include "command_line.h"
 #include "connection.h"
 #include "device/editor/line_editor.h"
+#include "device/program/printable.h"
 #include "device/program/standard_streams.h"
 
 namespace {
@@ -81,6 +82,7 @@ Code Check(Code code) {
 
 int main(int argc, char** argv) {
   program::OpenMissingStreams();
+  program::SurviveFullFiles();
   try {
     client::CommandLine line;
     if (const auto ending = client::ParseCommandLine(argc, argv, line)) {
@@ -88,7 +90,7 @@ int main(int argc, char** argv) {
     }
     return static_cast<int>(Check(Run(line)));
   } catch (const std::exception& problem) {
-    std::fprintf(stderr, "vantacorectl: %s\n", problem.what());
+    std::fprintf(stderr, "vantacorectl: %s\n", program::PrintableLines(problem.what()).c_str());
     return static_cast<int>(Code::REFUSED);
   }
 }

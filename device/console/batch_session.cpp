@@ -5,8 +5,16 @@
 #include <cstdio>
 
 #include "device/program/standard_streams.h"
+#include "tarsel/trace.h"
 
 namespace console {
+
+namespace {
+
+// By way of the log, which waits for no reader.
+void Complain(const char* problem) { Tarsel::TRACE("%s\n", problem); }
+
+}  // namespace
 
 BatchSession::BatchSession(const SessionContext& context, unsigned short vlan)
     : Session(context, vlan), m_lines(context.loop, STDIN_FILENO) {}
@@ -19,7 +27,8 @@ void BatchSession::Write(const std::string& text) {
 
 // Nobody is left to read the rest.
 void BatchSession::Flush() {
-  if (!program::FlushOutput("vantacored")) {
+  if (!program::FlushOutput()) {
+    Complain("vantacored: standard output cannot be written");
     Leave(program::EXIT_FAILED);
   }
 }
@@ -29,7 +38,7 @@ void BatchSession::Ready() {
     if (line) {
       Execute(*line);
     } else if (m_lines.HasFailed()) {
-      std::fputs("vantacored: standard input cannot be read\n", stderr);
+      Complain("vantacored: standard input cannot be read");
       Leave(program::EXIT_FAILED);
     } else {
       Leave(GetExitStatus());

@@ -12,12 +12,16 @@
 #include <unistd.h>
 #include <uv.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstring>
 
 #include "asker_log.h"
 #include "device/base/trace_control.h"
 #include "device/console/batch_session.h"
 #include "device/console/terminal_session.h"
+#include "device/program/printable.h"
 #include "device/stack/facts.h"
 #include "hang_up.h"
 #include "tarsel/trace.h"
@@ -56,7 +60,9 @@ Daemon::~Daemon() = default;
 
 int Daemon::Run() {
   if (access((m_line.configDirectory + "/").c_str(), R_OK | X_OK) != 0) {
-    std::perror(m_line.configDirectory.c_str());
+    const int problem = errno;
+    std::fprintf(stderr, "%s: %s\n", program::PrintableLines(m_line.configDirectory).c_str(),
+                 std::strerror(problem));
     return program::EXIT_FAILED;
   }
   WatchSignals();

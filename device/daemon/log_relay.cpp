@@ -8,8 +8,11 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <string_view>
 #include <system_error>
 #include <thread>
+
+#include "lost_lines.h"
 
 namespace vantacored {
 
@@ -23,24 +26,39 @@ bool AwaitRoom(int fd) {
   return poll(&room, 1, -1) > 0 || errno == EINTR;
 }
 
-void WriteAll(int fd, const char* bytes, std::size_t size) {
-  while (size > 0) {
-    const ssize_t count = write(fd, bytes, size);
+// What of the text could not be written; errno says why.
+std::string_view Write(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = write(fd, text.data(), text.size());
     if (count > 0) {
-      bytes += count;
-      size -= static_cast<std::size_t>(count);
+      text.remove_prefix(static_cast<std::size_t>(count));
     } else if (errno != EINTR && (errno != EAGAIN || !AwaitRoom(fd))) {
-      return;  // nobody reads there now; perhaps the next piece is read
+      break;  // nobody reads there now; perhaps the next piece is read
     }
+  }
+  return text;
+}
+
+// What was lost before is told first, so that lines keep their order.
+void Pass(int fd, std::string_view text, LostLines& lost) {
+  if (!lost.IsEmpty() && !Write(fd, lost.Format(false)).empty()) {
+    lost.Add(text, errno);
+    return;
+  }
+  lost.Clear();
+  const std::string_view rest = Write(fd, text);
+  if (!rest.empty()) {
+    lost.Add(rest, errno);
   }
 }
 
 void Relay(int from, int to) {
   std::array<char, PIECE> bytes;
+  LostLines lost;
   for (;;) {
     const ssize_t count = read(from, bytes.data(), bytes.size());
     if (count > 0) {
-      WriteAll(to, bytes.data(), static_cast<std::size_t>(count));
+      Pass(to, {bytes.data(), static_cast<std::size_t>(count)}, lost);
     } else if (count == 0 || errno != EINTR) {
       break;
     }

@@ -9,30 +9,28 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <new>
 
 #include "device/base/trace_control.h"
+#include "device/program/printable.h"
 
 namespace vantacored {
 
 namespace {
 
+// An assertion as the log has it; cut where it is longer.
 using Text = std::array<char, 512>;
-
-template <class... Arguments>
-std::string_view Format(Text& text, const char* format, Arguments... arguments) {
-  const int size = std::snprintf(text.data(), text.size(), format, arguments...);
-  return {text.data(), std::min(static_cast<std::size_t>(size), text.size() - 1)};
-}
 
 }  // namespace
 
 LogWriter::LogWriter(uv_loop_s* loop, int fd) : m_outlet(fd), m_room(loop, m_outlet.GetRoom()) {
-  Tarsel::SetTraceSink([this](int, const std::string& message) { Add(message); });
+  Tarsel::SetTraceSink(
+      [this](int, const std::string& message) { Add(program::PrintableLines(message)); });
   Tarsel::SetAssertSink([this](const char* expression, const char* source, int line) {
     Text text;
-    Add(Format(text, "Assertion failed: %s (%s:%d)\n", expression, source, line));
+    const int size = std::snprintf(text.data(), text.size(), "Assertion failed: %s (%s:%d)\n",
+                                   expression, source, line);
+    Add({text.data(), std::min(static_cast<std::size_t>(size), text.size() - 1)});
   });
 }
 
@@ -49,10 +47,10 @@ void LogWriter::Add(std::string_view text) {
     return;
   }
   const bool hasRoom = m_waiting.empty() || m_waiting.size() + rest.size() <= LIMIT;
-  if (m_lost == 0 && m_problem == EAGAIN && hasRoom) {
+  if (m_lost.IsEmpty() && m_problem == EAGAIN && hasRoom) {
     Keep(rest);
   } else {
-    Lose(rest);
+    m_lost.Add(rest, m_problem);
   }
 }
 
@@ -63,7 +61,7 @@ void LogWriter::WriteWaiting() {
   const std::string_view waiting = std::string_view(m_waiting).substr(m_written);
   std::string_view rest = Write(waiting);
   if (!rest.empty() && m_problem != EAGAIN) {
-    Lose(rest);
+    m_lost.Add(rest, m_problem);
     rest = {};
   }
   m_written = m_waiting.size() - rest.size();
@@ -72,21 +70,17 @@ void LogWriter::WriteWaiting() {
     m_waiting.shrink_to_fit();
     m_written = 0;
   }
-  if (m_waiting.empty() && m_lost > 0) {
+  if (m_waiting.empty() && !m_lost.IsEmpty()) {
     TellLost();
   }
   Watch();
 }
 
 void LogWriter::TellLost() {
-  Text text;
-  const std::string_view line = Format(
-      text, "%s%llu lines of the log were lost: %s\n", m_isMidLine ? "\n" : "",
-      static_cast<unsigned long long>(m_lost),
-      m_reason == EAGAIN || m_reason == EPIPE ? "their reader had stopped" : strerror(m_reason));
+  const std::string_view line = m_lost.Format(m_isMidLine);
   const std::string_view rest = Write(line);
   if (rest.size() < line.size()) {
-    m_lost = 0;
+    m_lost.Clear();
     Keep(rest);
   }
 }
@@ -132,15 +126,9 @@ void LogWriter::Keep(std::string_view text) {
     m_waiting.append(text);
   } catch (const std::bad_alloc&) {
     m_problem = ENOMEM;
-    Lose(text);
+    m_lost.Add(text, m_problem);
   }
   Watch();
-}
-
-void LogWriter::Lose(std::string_view text) {
-  const auto lines = std::count(text.begin(), text.end(), '\n');
-  m_lost += static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(lines, 1));
-  m_reason = m_problem;
 }
 
 }  // namespace vantacored

@@ -3,12 +3,12 @@
 #define DEVICE_DAEMON_LOG_WRITER_H
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "device/loop/loop_handles.h"
 #include "log_outlet.h"
+#include "lost_lines.h"
 
 namespace vantacored {
 
@@ -42,8 +42,7 @@ class LogWriter {
   void Flush();
   std::string_view Write(std::string_view text);
   void Keep(std::string_view text);
-  void Lose(std::string_view text);
-  bool IsClear() const { return m_waiting.empty() && m_lost == 0; }
+  bool IsClear() const { return m_waiting.empty() && m_lost.IsEmpty(); }
 
   LogOutlet m_outlet;
   loop::Poll m_room;
@@ -51,8 +50,7 @@ class LogWriter {
   std::size_t m_written = 0;  // how many bytes of m_waiting have been
   int m_problem = 0;          // why the last write did not take everything
   bool m_isMidLine = false;   // the reader has the beginning of a line only
-  std::uint64_t m_lost = 0;   // lines that nobody has been told of
-  int m_reason = 0;           // why they were lost
+  LostLines m_lost;           // that nobody has been told of
 };
 
 }  // namespace vantacored

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 
 namespace program {
@@ -17,8 +18,12 @@ void OpenMissingStreams() {
   }
 }
 
+void SurviveFullFiles() { std::signal(SIGXFSZ, SIG_IGN); }
+
+bool FlushOutput() { return std::fflush(stdout) == 0 && !std::ferror(stdout); }
+
 bool FlushOutput(const char* program) {
-  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) {
+  if (FlushOutput()) {
     return true;
   }
   std::fprintf(stderr, "%s: standard output cannot be written\n", program);

@@ -9,7 +9,15 @@ namespace program {
 /// Call it before anything else is opened.
 void OpenMissingStreams();
 
-/// Writes out what standard output has buffered. If anything that the process has printed could not
+/// A file that would become too large for the limits of the process is an error of that write from now
+/// on, and not the end of the process.
+void SurviveFullFiles();
+
+/// Writes out what standard output has buffered. Returns false if anything that the process has printed
+/// could not be written.
+bool FlushOutput();
+
+/// The same for a process that ends now. If anything that the process has printed could not
 /// be written, for example because the disk is full, it says so on standard error in the name of
 /// `program` and returns false.
 bool FlushOutput(const char* program);

@@ -319,6 +319,23 @@ TEST_F(Daemon, ReadsTheFolderAgainOnHangUp) {
   EXPECT_EQ(daemon.Wait(), 0);
 }
 
+// A limit on the size of files is an error of a write, and not the end of the device's routing.
+TEST_F(Daemon, SurvivesALogThatMayNotGrow) {
+  DaemonProcess daemon(
+      With({"--log", "10"}), DaemonProcess::PIPES,
+      "sh;-c;ulimit -f 8 && exec \"$@\" 2>'" + folder.PathOf("log") + "';sh;" VANTACORED_COMMAND);
+  daemon.Send("ip protocol summary\nquit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+  EXPECT_THAT(daemon.Output(), HasSubstr("BGP4+"));
+}
+
+// What a path holds must not reach the terminal of whoever mistypes it.
+TEST_F(Daemon, ShowsNoPathThatATerminalWouldObey) {
+  const Result result = RunDaemon({"--config", "/nowhere\x1b[31m"}, "", VANTACORED_COMMAND);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.errors, "/nowhere\\x1b[31m: No such file or directory\n");
+}
+
 TEST_F(Daemon, RunsWithoutStandardStreams) {
   const std::string path = folder.PathOf("console");
   const auto hasVlan = [&path](const char* vlan) {

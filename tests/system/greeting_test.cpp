@@ -59,6 +59,14 @@ TEST_F(Greeting, OfADaemonThatRefusesAnywayIsNotMissed) {
   EXPECT_EQ(client->Errors(), "");
 }
 
+TEST_F(Greeting, IsNotACommandThatIsDone) {
+  SlowDaemon leaving(path);
+  const auto client = Open(DaemonProcess::PIPES, {"help"});
+  leaving.AcceptUngreeted();
+  leaving.Send("Q 0 10\n");
+  EXPECT_EQ(client->Wait(), 1) << "the command was never taken";
+}
+
 TEST_F(Greeting, OfAClientIsOneThatTheDaemonKnows) {
   StartDaemon();
   ExpectRefused("V 7\nC help\nI\n",

@@ -135,6 +135,12 @@ TEST_P(LogWriterOf, WritesAtOnceWhileThereIsAReader) {
   EXPECT_EQ(GetParam() == Kind::PIPE_OF_ANOTHER ? log.ReadUntil("two\n") : log.Read(), expected);
 }
 
+TEST_P(LogWriterOf, ShowsNothingThatATerminalWouldObey) {
+  Log log(GetParam());
+  Tarsel::TRACE("%s\n", "a\u202eb\x1b[31mc");
+  EXPECT_EQ(log.ReadUntil("c\n"), "a\\xe2\\x80\\xaeb\\x1b[31mc\n");
+}
+
 TEST_P(LogWriterOf, KeepsLinesForAReaderThatHasStopped) {
   constexpr int COUNT = static_cast<int>(LogWriter::LIMIT / 2 / LINE_SIZE);
   Log log(GetParam());

@@ -1,0 +1,83 @@
+#include "device/daemon/log_relay.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/sockios.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <string>
+
+#include "tests/support/scratch_folder.h"
+
+namespace {
+
+// A reader that leaves, and a later one.
+class LogRelay : public testing::Test {
+ protected:
+  LogRelay() {
+    std::signal(SIGPIPE, SIG_IGN);
+    EXPECT_EQ(mkfifo(m_path.c_str(), 0600), 0);
+    OpenReader();
+    m_writer = open(m_path.c_str(), O_WRONLY | O_CLOEXEC);
+  }
+  ~LogRelay() override {
+    close(m_reader);
+    close(m_writer);
+  }
+
+  void OpenReader() { m_reader = open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }
+  void CloseReader() { close(m_reader); }
+  int Writer() const { return m_writer; }
+  std::string ReadUntil(const std::string& end) const {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    std::string text;
+    while (text.find(end) == std::string::npos && std::chrono::steady_clock::now() < limit) {
+      pollfd some{m_reader, POLLIN, 0};
+      poll(&some, 1, 10);
+      char bytes[4096];
+      const ssize_t count = read(m_reader, bytes, sizeof bytes);
+      text.append(bytes, count > 0 ? static_cast<std::size_t>(count) : 0);
+    }
+    return text;
+  }
+  static void Send(const vantacored::LogRelay& relay, const std::string& text) {
+    ASSERT_EQ(send(relay.Get(), text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+  }
+
+ private:
+  test_support::ScratchFolder m_folder;
+  const std::string m_path = m_folder.PathOf("log");
+  int m_reader = -1;
+  int m_writer = -1;
+};
+
+// The thread takes what waits in pieces, so what is sent while it cannot write is lost piece by piece.
+TEST_F(LogRelay, TellsTheNextReaderHowManyLinesAreMissing) {
+  vantacored::LogRelay relay(Writer());
+  CloseReader();
+  Send(relay, "one\ntwo\n");
+  int left = 1;
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (left > 0 && std::chrono::steady_clock::now() < limit) {
+    ASSERT_EQ(ioctl(relay.Get(), SIOCOUTQ, &left), 0);  // what the thread has not taken yet
+  }
+  // A second piece is taken only when the first has been tried.
+  Send(relay, "three\n");
+  for (left = 1; left > 0 && std::chrono::steady_clock::now() < limit;) {
+    ASSERT_EQ(ioctl(relay.Get(), SIOCOUTQ, &left), 0);
+  }
+  OpenReader();
+  Send(relay, "four\n");
+  const std::string text = ReadUntil("four\n");
+  EXPECT_TRUE(text == "3 lines of the log were lost: their reader had stopped\nfour\n" ||
+              text == "2 lines of the log were lost: their reader had stopped\nthree\nfour\n")
+      << text;
+}
+
+}  // namespace
