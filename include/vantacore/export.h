@@ -1,4 +1,6 @@
-/* Marks the library's public classes and functions. Compiles as C (C89 on) and as C++. */
+/* Marks the library's public classes and functions. Compiles as C and as C++.
+ *
+ * C89 is enough, so that the headers of other libraries may include this one. */
 #ifndef VANTACORE_EXPORT_H
 #define VANTACORE_EXPORT_H
 
