@@ -1,5 +1,6 @@
 // A request becomes an item of the configuration scheduler, which sends it once the VLAN's RTM
-// instance is ready. The stack answers with the row's values and a status.
+// instance is ready. The stack answers with the row's values and a status; here it is decided which
+// answers ask for another attempt. How many attempts there are is decided by CfgSched::Update.
 #include "requests.h"
 
 #include "src/pipeline/queues.h"

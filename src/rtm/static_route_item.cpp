@@ -1,3 +1,6 @@
+// One static route on its way to the stack. How often it is sent again, and when that ends, is
+// decided by CfgSched::Update (src/pipeline/cfg_sched.cpp); after which answers, by requests.cpp.
+
 #include <cstring>
 #include <new>
 
