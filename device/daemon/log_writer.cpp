@@ -24,8 +24,7 @@ using Text = std::array<char, 512>;
 }  // namespace
 
 LogWriter::LogWriter(uv_loop_s* loop, int fd) : m_outlet(fd), m_room(loop, m_outlet.GetRoom()) {
-  Tarsel::SetTraceSink(
-      [this](int, const std::string& message) { Add(program::PrintableLines(message)); });
+  Tarsel::SetTraceSink([this](int, const std::string& message) { AddPrintable(message); });
   Tarsel::SetAssertSink([this](const char* expression, const char* source, int line) {
     Text text;
     const int size = std::snprintf(text.data(), text.size(), "Assertion failed: %s (%s:%d)\n",
@@ -38,6 +37,16 @@ LogWriter::~LogWriter() {
   Tarsel::SetTraceSink(nullptr);
   Tarsel::SetAssertSink(nullptr);
   Flush();
+}
+
+// A message may quote a document.
+void LogWriter::AddPrintable(const std::string& message) {
+  try {
+    const std::string printable = program::PrintableLines(message);
+    Add(printable);
+  } catch (const std::bad_alloc&) {
+    m_lost.Add(message, ENOMEM);
+  }
 }
 
 void LogWriter::Add(std::string_view text) {

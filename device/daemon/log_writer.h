@@ -35,6 +35,7 @@ class LogWriter {
   ~LogWriter();
 
  private:
+  void AddPrintable(const std::string& message);
   void Add(std::string_view text);
   void WriteWaiting();
   void TellLost();
