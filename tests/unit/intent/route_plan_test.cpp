@@ -6,29 +6,17 @@
 #include <string>
 
 #include "tests/models/random_run.h"
+#include "tests/unit/intent/numbered_routes.h"
 
 namespace {
 
-using documents::RouteKey;
-using documents::RouteTarget;
 using intent::PlanRoutes;
 using intent::ResolvedRoute;
 using intent::ResolvedRoutes;
+using intent_test::Route;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-
-RouteTarget Target(unsigned short vlan, unsigned char number) {
-  RouteTarget target;
-  target.vlan = vlan;
-  target.destination[0] = number;
-  target.length = 8;
-  return target;
-}
-
-ResolvedRoute Route(unsigned char number, std::uint32_t ifIndex = 0) {
-  return {Target(10, number), ifIndex};
-}
 
 TEST(PlanRoutes, AsksForNothingWhenNothingDiffers) {
   const ResolvedRoutes rows = {{Route(1), 1}, {Route(2), 2}};

@@ -3,27 +3,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/unit/intent/numbered_routes.h"
+
 namespace {
 
 using documents::RouteKey;
-using documents::RouteTarget;
-using intent::ResolvedRoute;
 using intent::ResolvedRoutes;
+using intent_test::Route;
+using intent_test::Target;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-
-RouteTarget Target(unsigned short vlan, unsigned char number) {
-  RouteTarget target;
-  target.vlan = vlan;
-  target.destination[0] = number;
-  target.length = 8;
-  return target;
-}
-
-ResolvedRoute Route(unsigned char number, std::uint32_t ifIndex) {
-  return {Target(10, number), ifIndex};
-}
 
 class ResolveRoutes : public testing::Test {
  protected:
