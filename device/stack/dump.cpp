@@ -49,28 +49,29 @@ void DumpInterfaces(const Tables& tables, std::ostream& out) {
 
 void DumpRoute(std::uint32_t id, const Instance& instance, const RibEntry& entry,
                std::ostream& out) {
-  const CandidateKey& key = *entry.key;
+  const CandidateKey key = entry.GetKey();
   out << id << ' ' << key.prefix.address.ToText(instance.family) << '/'
       << static_cast<unsigned int>(key.prefix.length) << " proto "
       << static_cast<unsigned int>(key.proto) << " via " << key.nextHop.ToText(instance.family)
-      << " if " << key.ifIndex << " out " << entry.OutInterface() << " metric "
-      << entry.values.metric << UpOrDown(entry.values.adminUp);
+      << " if " << key.ifIndex << " out " << entry.OutInterface() << " metric " << entry.metric
+      << UpOrDown(entry.adminUp);
 }
 
 void DumpRibs(const Tables& tables, std::ostream& out) {
   for (const auto& [id, instance] : tables.Instances()) {
     const Rib& rib = instance.rib;
-    for (const RibEntry* e = rib.After(nullptr); e != nullptr; e = rib.After(e->key)) {
+    for (const RibEntry* e = rib.After(nullptr); e != nullptr; e = rib.After(*e)) {
       DumpRoute(id, instance, *e, out << "rib ");
       out << (e->installed ? " fib\n" : "\n");
     }
   }
   for (const auto& [id, instance] : tables.Instances()) {
     const Rib& rib = instance.rib;
-    const RibEntry* e = rib.InstalledAfter(nullptr);
-    for (; e != nullptr; e = rib.InstalledAfter(&e->key->prefix)) {
+    for (const RibEntry* e = rib.InstalledAfter(nullptr); e != nullptr;) {
       DumpRoute(id, instance, *e, out << "route ");
       out << '\n';
+      const Prefix prefix = e->GetPrefix();
+      e = rib.InstalledAfter(&prefix);
     }
   }
 }

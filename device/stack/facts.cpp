@@ -28,7 +28,7 @@ std::vector<amb_cipr_rtm_rib> Facts::Rib() const {
   const std::uint64_t now = m_engine.Now();
   for (const auto& [id, instance] : m_engine.GetTables().Instances()) {
     const RibEntry* entry = instance.rib.After(nullptr);
-    for (; entry != nullptr; entry = instance.rib.After(entry->key)) {
+    for (; entry != nullptr; entry = instance.rib.After(*entry)) {
       rows.push_back(ToRibRow(id, *entry, now));
     }
   }
@@ -39,9 +39,10 @@ std::vector<amb_cipr_rtm_route> Facts::Routes() const {
   std::vector<amb_cipr_rtm_route> rows;
   const std::uint64_t now = m_engine.Now();
   for (const auto& [id, instance] : m_engine.GetTables().Instances()) {
-    const RibEntry* entry = instance.rib.InstalledAfter(nullptr);
-    for (; entry != nullptr; entry = instance.rib.InstalledAfter(&entry->key->prefix)) {
+    for (const RibEntry* entry = instance.rib.InstalledAfter(nullptr); entry != nullptr;) {
       rows.push_back(ToRouteRow(id, *entry, now));
+      const Prefix prefix = entry->GetPrefix();
+      entry = instance.rib.InstalledAfter(&prefix);
     }
   }
   return rows;

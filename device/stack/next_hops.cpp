@@ -49,15 +49,15 @@ void NextHops::ResolveCovered(const Prefix& prefix, std::uint32_t ifIndex) {
 NextHop* NextHops::Acquire(const Address& address, std::uint32_t ifIndex) {
   const auto [hop, isNew] = m_hops.try_emplace({ifIndex, address});
   if (isNew) {
+    hop->second.key = &hop->first;
     Resolve(hop->first, hop->second);
   }
   return &hop->second;
 }
 
-void NextHops::Release(const Address& address, std::uint32_t ifIndex) {
-  const auto hop = m_hops.find({ifIndex, address});
-  if (hop != m_hops.end() && hop->second.fresh.IsAlone() && hop->second.stale.IsAlone()) {
-    m_hops.erase(hop);
+void NextHops::Release(const NextHop& hop) {
+  if (hop.fresh.IsAlone() && hop.stale.IsAlone()) {
+    m_hops.erase(m_hops.find(*hop.key));
   }
 }
 
@@ -82,8 +82,8 @@ Link* NextHops::Work() {
 void NextHops::ResolveNext() {
   Range& range = m_ranges.front();
   const auto next = range.begun ? m_hops.upper_bound(range.next) : m_hops.lower_bound(range.next);
-  if (next == m_hops.end() || next->first.first != range.next.first ||
-      range.last < next->first.second) {
+  if (next == m_hops.end() || next->first.ifIndex != range.next.ifIndex ||
+      range.last < next->first.address) {
     m_ranges.pop_front();
     return;
   }
@@ -99,7 +99,7 @@ void NextHops::ResolveNext() {
   }
 }
 
-void NextHops::Resolve(const Key& key, NextHop& hop) const {
+void NextHops::Resolve(const NextHopKey& key, NextHop& hop) const {
   const auto& [ifIndex, address] = key;
   if (ifIndex == 0) {
     hop.outInterface = address.IsUnspecified() ? 0 : LongestConnected(address);

@@ -26,7 +26,16 @@
 
 namespace routing_stack {
 
+struct NextHopKey {
+  std::uint32_t ifIndex = 0;  // as asked for
+  Address address;
+};
+inline bool operator<(const NextHopKey& a, const NextHopKey& b) {
+  return a.ifIndex != b.ifIndex ? a.ifIndex < b.ifIndex : a.address < b.address;
+}
+
 struct NextHop : Link {  // linked while it has candidates to hand out
+  const NextHopKey* key = nullptr;
   bool usable = false;
   std::uint32_t outInterface = 0;  // 0: not determined
   Link fresh;  // candidates whose prefix has been chosen for since `usable` last changed
@@ -47,23 +56,22 @@ class NextHops {
   /// Returns the next hop, resolved. The pointer is valid until it is released.
   NextHop* Acquire(const Address& address, std::uint32_t ifIndex);
   /// Forgets the next hop if no candidate is linked to it.
-  void Release(const Address& address, std::uint32_t ifIndex);
+  void Release(const NextHop& hop);
 
   bool HasWork() const { return !m_ranges.empty() || !m_changed.IsAlone(); }
   /// Does a bounded step. Returns a candidate whose prefix has to be chosen for again, or null.
   Link* Work();
 
  private:
-  using Key = std::pair<std::uint32_t, Address>;  // interface as asked for, address
   struct Range {
-    Key next;
+    NextHopKey next;
     Address last;
     bool begun;
   };
   /// Prefixes of equal length and address stand together, lowest interface first.
   using ConnectedKey = std::pair<Prefix, std::uint32_t>;
 
-  void Resolve(const Key& key, NextHop& hop) const;
+  void Resolve(const NextHopKey& key, NextHop& hop) const;
   std::uint32_t LongestConnected(const Address& address) const;
   bool IsOnLink(const Address& address, std::uint32_t ifIndex) const;
   void ResolveCovered(const Prefix& prefix, std::uint32_t ifIndex);
@@ -73,7 +81,7 @@ class NextHops {
   std::set<std::uint32_t> m_up;
   std::map<ConnectedKey, unsigned> m_connected;
   std::map<unsigned, std::size_t, std::greater<unsigned>> m_lengths;  // longest first
-  std::map<Key, NextHop> m_hops;
+  std::map<NextHopKey, NextHop> m_hops;
   std::deque<Range> m_ranges;
   Link m_changed;
 };

@@ -34,7 +34,7 @@ bool NextRedistributed(const Tables& tables, std::uint64_t now, std::uint32_t in
     return false;
   }
   const auto isHandedOver = [&sources](const RibEntry& entry) {
-    const std::uint32_t code = static_cast<std::uint32_t>(entry.key->proto) << kProtocolCodeShift;
+    const std::uint32_t code = static_cast<std::uint32_t>(entry.proto) << kProtocolCodeShift;
     return std::find(sources.begin(), sources.end(), code) != sources.end();
   };
   Prefix after;

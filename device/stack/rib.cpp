@@ -2,14 +2,47 @@
 
 namespace routing_stack {
 
-bool operator<(const CandidateKey& a, const CandidateKey& b) {
-  if (a.prefix != b.prefix) {
-    return a.prefix < b.prefix;
+namespace {
+
+const Prefix& PrefixOf(const CandidateKey& key) { return key.prefix; }
+Prefix PrefixOf(const RibEntry& entry) { return entry.GetPrefix(); }
+const Address& NextHopOf(const CandidateKey& key) { return key.nextHop; }
+Address NextHopOf(const RibEntry& entry) { return entry.GetNextHop(); }
+
+/// The order of the keys. What a prefix alone decides does not touch the next hops.
+template <typename A, typename B>
+bool ComesBefore(const A& a, const B& b) {
+  if (PrefixOf(a) != PrefixOf(b)) {
+    return PrefixOf(a) < PrefixOf(b);
   }
   if (a.proto != b.proto) {
     return a.proto < b.proto;
   }
-  return a.nextHop != b.nextHop ? a.nextHop < b.nextHop : a.ifIndex < b.ifIndex;
+  return NextHopOf(a) != NextHopOf(b) ? NextHopOf(a) < NextHopOf(b) : a.ifIndex < b.ifIndex;
+}
+
+}  // namespace
+
+RibEntry::RibEntry(const CandidateKey& key, NextHop* nextHop, std::uint64_t now)
+    : destination(key.prefix.address),
+      via(nextHop),
+      ifIndex(key.ifIndex),
+      length(key.prefix.length),
+      proto(key.proto),
+      adminUp(true),
+      internal(false),
+      ranked(false),
+      installed(false),
+      created(now) {}
+
+bool Rib::ByKey::operator()(const RibEntry& a, const RibEntry& b) const {
+  return ComesBefore(a, b);
+}
+bool Rib::ByKey::operator()(const RibEntry& a, const CandidateKey& b) const {
+  return ComesBefore(a, b);
+}
+bool Rib::ByKey::operator()(const CandidateKey& a, const RibEntry& b) const {
+  return ComesBefore(a, b);
 }
 
 std::uint32_t Distances::Of(std::uint32_t proto, bool internal) const {
@@ -33,16 +66,16 @@ bool operator==(const Distances& a, const Distances& b) {
 }
 
 bool Rib::ByPreference::operator()(const RibEntry* a, const RibEntry* b) const {
-  if (a->key->prefix != b->key->prefix) {
-    return a->key->prefix < b->key->prefix;
+  if (a->GetPrefix() != b->GetPrefix()) {
+    return a->GetPrefix() < b->GetPrefix();
   }
   if (a->distance != b->distance) {
     return a->distance < b->distance;
   }
-  if (a->values.metric != b->values.metric) {
-    return a->values.metric < b->values.metric;
+  if (a->metric != b->metric) {
+    return a->metric < b->metric;
   }
-  return *a->key < *b->key;
+  return ComesBefore(*a, *b);
 }
 
 void Rib::SetDistances(const Distances& distances) {
@@ -60,7 +93,8 @@ void Rib::AddConnected(const Prefix& prefix, std::uint32_t ifIndex) {
     key.prefix = prefix;
     key.proto = kConnected;
     key.ifIndex = ifIndex;
-    Place(Add(key, {}), {});
+    const auto added = m_entries.emplace(key, nullptr, m_clock()).first;
+    Place(At(added), {});
   }
 }
 
@@ -75,52 +109,58 @@ void Rib::RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex) {
 }
 
 bool Rib::Put(const CandidateKey& key, const CandidateValues& values) {
-  const auto entry = m_entries.find(key);
-  if (entry != m_entries.end()) {
-    Place(entry->second, values);
+  const auto place = m_entries.lower_bound(key);
+  if (place != m_entries.end() && !ByKey()(key, *place)) {
+    Place(At(place), values);
     return false;
   }
-  RibEntry& added = Add(key, values);
-  added.via = m_hops.Acquire(key.nextHop, key.ifIndex);
-  added.via->fresh.PushBack(added);
+  NextHop* const via = m_hops.Acquire(key.nextHop, key.ifIndex);
+  RibEntry& added = At(m_entries.emplace_hint(place, key, via, m_clock()));
+  via->fresh.PushBack(added);
   Place(added, values);
   return true;
 }
 
-bool Rib::Remove(const CandidateKey& reference) {
-  const CandidateKey key = reference;  // it may be the entry's own
-  const auto entry = m_entries.find(key);
-  if (entry == m_entries.end()) {
+bool Rib::Remove(const CandidateKey& key) {
+  const auto place = m_entries.find(key);
+  if (place == m_entries.end()) {
     return false;
   }
+  RibEntry& entry = At(place);
   RibEntry* const before = Best(key.prefix);
-  Rank(entry->second, false, entry->second.values);
-  InstallBest(key.prefix, before);
-  const bool hasNextHop = entry->second.via != nullptr;
-  m_entries.erase(entry);
-  if (hasNextHop) {
-    m_hops.Release(key.nextHop, key.ifIndex);
-  }
+  Rank(entry, false, entry.GetValues());
+  Install(before, Best(key.prefix));
+  Free(place);
   return true;
 }
 
-RibEntry& Rib::Add(const CandidateKey& key, const CandidateValues& values) {
-  const auto entry = m_entries.try_emplace(key).first;
-  entry->second.key = &entry->first;
-  entry->second.values = values;
-  entry->second.created = m_clock();
-  return entry->second;
+// A set hands its members out as constants, for the sake of their order. What makes the order of
+// this one is constant in an entry itself.
+RibEntry& Rib::At(Entries::iterator place) { return const_cast<RibEntry&>(*place); }
+
+void Rib::Free(Entries::iterator place) {
+  const NextHop* const via = place->via;
+  m_entries.erase(place);
+  if (via != nullptr) {
+    m_hops.Release(*via);
+  }
 }
 
 RibEntry* Rib::Best(const Prefix& prefix) const {
   const auto first = m_ranked.lower_bound(prefix);
-  return first != m_ranked.end() && (*first)->key->prefix == prefix ? *first : nullptr;
+  return first != m_ranked.end() && (*first)->GetPrefix() == prefix ? *first : nullptr;
 }
 
+// Finds the best candidate again only where that may be a third one.
 void Rib::Place(RibEntry& entry, const CandidateValues& values) {
-  RibEntry* const before = Best(entry.key->prefix);
+  const Prefix prefix = entry.GetPrefix();
+  RibEntry* const before = Best(prefix);
   Rank(entry, IsEligible(entry, values), values);
-  InstallBest(entry.key->prefix, before);
+  if (before == &entry) {
+    Install(before, Best(prefix));
+  } else if (entry.ranked && (before == nullptr || ByPreference()(&entry, before))) {
+    Install(before, &entry);
+  }
 }
 
 bool Rib::IsEligible(const RibEntry& entry, const CandidateValues& values) {
@@ -128,13 +168,15 @@ bool Rib::IsEligible(const RibEntry& entry, const CandidateValues& values) {
 }
 
 void Rib::Rank(RibEntry& entry, bool eligible, const CandidateValues& values) {
-  const std::uint32_t distance = m_distances.Of(entry.key->proto, values.internal);
-  const bool keepsPlace = entry.ranked == eligible && entry.distance == distance &&
-                          entry.values.metric == values.metric;
+  const std::uint32_t distance = m_distances.Of(entry.proto, values.internal);
+  const bool keepsPlace =
+      entry.ranked == eligible && entry.distance == distance && entry.metric == values.metric;
   if (entry.ranked && !keepsPlace) {
     m_ranked.erase(&entry);
   }
-  entry.values = values;
+  entry.metric = values.metric;
+  entry.adminUp = values.adminUp;
+  entry.internal = values.internal;
   entry.distance = distance;
   entry.ranked = eligible;
   if (eligible && !keepsPlace) {
@@ -142,8 +184,7 @@ void Rib::Rank(RibEntry& entry, bool eligible, const CandidateValues& values) {
   }
 }
 
-void Rib::InstallBest(const Prefix& prefix, RibEntry* before) {
-  RibEntry* const after = Best(prefix);
+void Rib::Install(RibEntry* before, RibEntry* after) {
   if (after == before) {
     return;
   }
@@ -162,15 +203,15 @@ void Rib::Refresh(const Prefix& prefix) {
   RibEntry* const before = Best(prefix);
   CandidateKey first;
   first.prefix = prefix;
-  for (auto it = m_entries.lower_bound(first); it != m_entries.end() && it->first.prefix == prefix;
-       ++it) {
-    RibEntry& entry = it->second;
-    Rank(entry, IsEligible(entry, entry.values), entry.values);
+  for (auto place = m_entries.lower_bound(first);
+       place != m_entries.end() && place->GetPrefix() == prefix; ++place) {
+    RibEntry& entry = At(place);
+    Rank(entry, IsEligible(entry, entry.GetValues()), entry.GetValues());
     if (entry.via != nullptr) {
       entry.via->fresh.PushBack(entry);
     }
   }
-  InstallBest(prefix, before);
+  Install(before, Best(prefix));
 }
 
 void Rib::Work() {
@@ -180,7 +221,7 @@ void Rib::Work() {
   }
   Link* const candidate = m_hops.Work();
   if (candidate != nullptr) {
-    Refresh(static_cast<RibEntry*>(candidate)->key->prefix);
+    Refresh(static_cast<RibEntry*>(candidate)->GetPrefix());
   }
 }
 
@@ -193,7 +234,7 @@ void Rib::RefreshNext() {
     m_ranking = false;
     return;
   }
-  m_refreshedUpTo = next->first.prefix;
+  m_refreshedUpTo = next->GetPrefix();
   m_rankingBegun = true;
   Refresh(m_refreshedUpTo);
 }
@@ -204,21 +245,19 @@ bool Rib::Shrink() {
     m_ranked.erase(m_ranked.begin());
   }
   for (int i = 0; i < kEntriesPerStep && m_ranked.empty() && !m_entries.empty(); ++i) {
-    const CandidateKey key = m_entries.begin()->first;
-    m_entries.erase(m_entries.begin());
-    m_hops.Release(key.nextHop, key.ifIndex);
+    Free(m_entries.begin());
   }
   return !m_entries.empty();
 }
 
 const RibEntry* Rib::After(const CandidateKey* key) const {
   const auto next = key == nullptr ? m_entries.begin() : m_entries.upper_bound(*key);
-  return next == m_entries.end() ? nullptr : &next->second;
+  return next == m_entries.end() ? nullptr : &*next;
 }
 
-const RibEntry* Rib::InstalledAfter(const Prefix* prefix) const {
-  const auto next = prefix == nullptr ? m_ranked.begin() : m_ranked.upper_bound(*prefix);
-  return next == m_ranked.end() ? nullptr : *next;
+const RibEntry* Rib::After(const RibEntry& entry) const {
+  const auto next = m_entries.upper_bound(entry);
+  return next == m_entries.end() ? nullptr : &*next;
 }
 
 }  // namespace routing_stack

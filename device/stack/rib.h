@@ -13,7 +13,7 @@
 #ifndef DEVICE_STACK_RIB_H
 #define DEVICE_STACK_RIB_H
 
-#include <map>
+#include <cstdint>
 #include <set>
 
 #include "next_hops.h"
@@ -30,7 +30,6 @@ struct CandidateKey {
   std::uint32_t ifIndex = 0;  // as requested; 0 if it is to be found
   Address nextHop;
 };
-bool operator<(const CandidateKey& a, const CandidateKey& b);
 
 /// The administrative distances of an instance.
 struct Distances {
@@ -50,18 +49,33 @@ struct CandidateValues {
   bool internal = false;
 };
 
+/// A candidate in the table. There are many, so its members are arranged to leave no gaps, and its
+/// next hop's address is the next hop's. Those that make its key are constant.
 struct RibEntry : Link {  // linked to its next hop
-  const CandidateKey* key = nullptr;
-  NextHop* via = nullptr;  // null for a connected route
-  CandidateValues values;
-  std::uint32_t distance = 0;
-  bool ranked = false;
-  bool installed = false;
-  std::uint64_t created = 0;      // by the clock
-  std::uint64_t installedAt = 0;  // meaningful while installed
+  /// `nextHop` is that of the key, and null for a connected route.
+  RibEntry(const CandidateKey& key, NextHop* nextHop, std::uint64_t now);
 
+  Prefix GetPrefix() const { return {destination, length}; }
+  Address GetNextHop() const { return via == nullptr ? Address() : via->key->address; }
+  CandidateKey GetKey() const { return {GetPrefix(), proto, ifIndex, GetNextHop()}; }
+  CandidateValues GetValues() const { return {metric, adminUp, internal}; }
   /// 0 while it is not determined.
-  std::uint32_t OutInterface() const { return via == nullptr ? key->ifIndex : via->outInterface; }
+  std::uint32_t OutInterface() const { return via == nullptr ? ifIndex : via->outInterface; }
+
+  const Address destination;
+  NextHop* const via;
+  const std::uint32_t ifIndex;
+  const std::uint8_t length;
+  const std::uint8_t proto;
+
+  bool adminUp : 1;
+  bool internal : 1;
+  bool ranked : 1;
+  bool installed : 1;
+  std::uint32_t metric = 0;
+  std::uint32_t distance = 0;
+  const std::uint64_t created;    // by the clock
+  std::uint64_t installedAt = 0;  // meaningful while installed
 };
 
 class Rib {
@@ -77,7 +91,7 @@ class Rib {
   bool Put(const CandidateKey& key, const CandidateValues& values);
   /// Returns false if there is none.
   bool Remove(const CandidateKey& key);
-  bool Has(const CandidateKey& key) const { return m_entries.count(key) != 0; }
+  bool Has(const CandidateKey& key) const { return m_entries.find(key) != m_entries.end(); }
 
   bool HasWork() const { return m_ranking || m_hops.HasWork(); }
   /// One bounded step towards the right choice for every prefix.
@@ -90,8 +104,12 @@ class Rib {
   /// Returns the first candidate after `key`, or the very first for a null pointer; null at the
   /// end.
   const RibEntry* After(const CandidateKey* key) const;
-  /// The same among the installed candidates, after a prefix.
-  const RibEntry* InstalledAfter(const Prefix* prefix) const;
+  /// The same after a candidate that is in the table.
+  const RibEntry* After(const RibEntry& entry) const;
+  /// The first of the installed candidates after a prefix, or the very first for a null pointer.
+  const RibEntry* InstalledAfter(const Prefix* prefix) const {
+    return InstalledAfter(prefix, [](const RibEntry&) { return true; });
+  }
   /// The first of these that satisfies a condition.
   template <typename Condition>
   const RibEntry* InstalledAfter(const Prefix* prefix, Condition condition) const {
@@ -108,17 +126,26 @@ class Rib {
   struct ByPreference {
     using is_transparent = void;
     bool operator()(const RibEntry* a, const RibEntry* b) const;
-    bool operator()(const RibEntry* a, const Prefix& b) const { return a->key->prefix < b; }
-    bool operator()(const Prefix& a, const RibEntry* b) const { return a < b->key->prefix; }
+    bool operator()(const RibEntry* a, const Prefix& b) const { return a->GetPrefix() < b; }
+    bool operator()(const Prefix& a, const RibEntry* b) const { return a < b->GetPrefix(); }
   };
+  struct ByKey {
+    using is_transparent = void;
+    bool operator()(const RibEntry& a, const RibEntry& b) const;
+    bool operator()(const RibEntry& a, const CandidateKey& b) const;
+    bool operator()(const CandidateKey& a, const RibEntry& b) const;
+  };
+  using Entries = std::set<RibEntry, ByKey>;
 
+  static RibEntry& At(Entries::iterator place);
+  /// Takes a candidate out that is not ranked, and its next hop if that was its last.
+  void Free(Entries::iterator place);
   RibEntry* Best(const Prefix& prefix) const;
-  RibEntry& Add(const CandidateKey& key, const CandidateValues& values);
   static bool IsEligible(const RibEntry& entry, const CandidateValues& values);
   /// Puts an entry at its place in the order of preference; takes it out if it is not eligible.
   void Rank(RibEntry& entry, bool eligible, const CandidateValues& values);
-  /// Called after a change of the order; `before` was the best candidate before it.
-  void InstallBest(const Prefix& prefix, RibEntry* before);
+  /// Called after a change of the order; the arguments are the best candidates before and after it.
+  void Install(RibEntry* before, RibEntry* after);
   void Place(RibEntry& entry, const CandidateValues& values);
   /// Chooses again for one prefix, after changes of next hops or distances.
   void Refresh(const Prefix& prefix);
@@ -127,7 +154,7 @@ class Rib {
   const Clock& m_clock;
   NextHops m_hops;
   Distances m_distances;
-  std::map<CandidateKey, RibEntry> m_entries;
+  Entries m_entries;
   std::set<RibEntry*, ByPreference> m_ranked;
   bool m_ranking = false;  // the distances have changed
   bool m_rankingBegun = false;

@@ -18,13 +18,13 @@ std::uint32_t AgeOf(std::uint64_t since, std::uint64_t now) {
 template <typename Row>
 void FillRoute(std::uint32_t instance, const RibEntry& entry, Row* row) {
   row->instance = instance;
-  entry.key->prefix.address.ToBytes(row->destination);
-  row->prefix_length = entry.key->prefix.length;
-  entry.key->nextHop.ToBytes(row->next_hop);
+  entry.destination.ToBytes(row->destination);
+  row->prefix_length = entry.length;
+  entry.GetNextHop().ToBytes(row->next_hop);
   row->if_index = entry.OutInterface();
-  row->route_type = entry.key->proto == kConnected ? kLocal : kRemote;
-  row->route_proto = entry.key->proto;
-  row->metric1 = entry.values.metric;
+  row->route_type = entry.proto == kConnected ? kLocal : kRemote;
+  row->route_proto = entry.proto;
+  row->metric1 = entry.metric;
 }
 
 }  // namespace
@@ -129,7 +129,7 @@ const RibEntry* Walk::NextOfAll(const Tables& tables, Find find) {
     if (entry != nullptr) {
       begun = true;
       instance = it->first;
-      candidate = *entry->key;
+      candidate = entry->GetKey();
       return entry;
     }
   }
