@@ -34,6 +34,14 @@ const ProtocolView IP4_VIEW = {"ip",      DcRouterMgr::PROTOCOL_OSPFV2,        D
 const ProtocolView IP6_VIEW = {"ip6",     DcRouterMgr::PROTOCOL_OSPFV3,        DcRtmMgr::PROTO_IPV6,
                                CODE_OSPF, {&OSPFV3_AREAS, &OSPFV3_INTERFACES}, ShowAreas};
 
+// A router that never had the area would not show it.
+template <class Areas>
+void ForgetIfUnused(Areas& areas, typename Areas::iterator area) {
+  if (!area->second.active && area->second.interfaces.empty()) {
+    areas.erase(area);
+  }
+}
+
 }  // namespace
 
 DcOspfRouter::DcOspfRouter(const string& member, unsigned short vid, int ipProto,
@@ -66,6 +74,7 @@ void DcOspfRouter::DeactivateArea(unsigned int areaId) {
   const auto found = m_areas.find(areaId);
   if (found != m_areas.end()) {
     found->second.active = false;
+    ForgetIfUnused(m_areas, found);
   }
 }
 
@@ -82,6 +91,7 @@ void DcOspfRouter::RemoveAreaInterface(unsigned int areaId, unsigned int ifIndex
   const auto found = m_areas.find(areaId);
   if (found != m_areas.end()) {
     found->second.interfaces.erase(ifIndex);
+    ForgetIfUnused(m_areas, found);
   }
 }
 
