@@ -40,6 +40,10 @@ Loop::Loop() : m_loop(new uv_loop_s), m_turns(new uv_prepare_s) {
 Loop::~Loop() {
   uv_close(reinterpret_cast<uv_handle_t*>(m_turns),
            [](uv_handle_t* closed) { delete reinterpret_cast<uv_prepare_t*>(closed); });
+  // A thread of the pool touches the loop when its work is over.
+  while (m_loop->active_reqs.count != 0) {
+    uv_run(m_loop.get(), UV_RUN_ONCE);
+  }
   // Lets handles close; what the library still holds on to may stay.
   uv_run(m_loop.get(), UV_RUN_NOWAIT);
   uv_loop_close(m_loop.get());
@@ -51,6 +55,20 @@ void Loop::TurnEnds() {
   m_turnBegin = now;
 }
 
-std::uint64_t Loop::TakeLongestTurn() { return std::exchange(m_longestTurn, 0); }
+std::uint64_t Loop::TakeLongestTurn() {
+  const std::uint64_t present = ProcessorMicroseconds() - m_turnBegin;
+  return std::max(std::exchange(m_longestTurn, 0), present);
+}
+
+// The turn's begin moves on by what does not count.
+void Loop::Apart(const std::function<void()>& work) {
+  const std::uint64_t begin = ProcessorMicroseconds();
+  work();
+  const std::uint64_t taken = ProcessorMicroseconds() - begin;
+  m_longestApart = std::max(m_longestApart, taken);
+  m_turnBegin += taken;
+}
+
+std::uint64_t Loop::TakeLongestApart() { return std::exchange(m_longestApart, 0); }
 
 }  // namespace loop

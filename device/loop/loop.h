@@ -3,6 +3,7 @@
 #define DEVICE_LOOP_LOOP_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 struct uv_loop_s;
@@ -10,10 +11,10 @@ struct uv_prepare_s;
 
 namespace loop {
 
-/// The event loop. Its destructor also finishes handles that are still closing. It measures its
-/// turns, in processor time of its thread: a turn is all that happens between two waits for events.
-/// Nothing else is served during a turn, so the longest turn is the longest time that anybody may
-/// have had to wait.
+/// The event loop. Its destructor also finishes handles that are still closing, and waits for work
+/// in the thread pool that has begun (work.h). The loop measures its turns, in processor time of its
+/// thread: a turn is all that happens between two waits for events. Nothing else is served during a
+/// turn, so the longest turn is the longest time that anybody may have had to wait.
 class Loop {
  public:
   /// Throws std::runtime_error if the system gives no loop.
@@ -23,9 +24,16 @@ class Loop {
   ~Loop();
   uv_loop_s* Get() const { return m_loop.get(); }
 
-  /// Returns the longest turn that has ended since the last call, in microseconds. The present turn
-  /// is not among them.
+  /// Returns the longest turn since the last call, in microseconds. The present turn counts as far
+  /// as it has gone, and again when it has ended.
   std::uint64_t TakeLongestTurn();
+
+  /// Carries out `work`, whose time does not count as part of a turn but is told apart: it cannot be
+  /// divided. May be called from callbacks of the loop only.
+  void Apart(const std::function<void()>& work);
+  /// Returns the longest time that one call of Apart has taken since the last call of this, in
+  /// microseconds of processor time.
+  std::uint64_t TakeLongestApart();
 
  private:
   void TurnEnds();
@@ -34,6 +42,7 @@ class Loop {
   uv_prepare_s* m_turns;
   std::uint64_t m_turnBegin = 0;  // microseconds of processor time
   std::uint64_t m_longestTurn = 0;
+  std::uint64_t m_longestApart = 0;
 };
 
 }  // namespace loop

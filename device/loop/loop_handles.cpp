@@ -1,33 +1,14 @@
 // libuv closes a handle some turns after it is asked to, so each lives on the heap and is freed then.
-// A callback is copied before it is called: it may replace or destroy its own holder.
 #include "loop_handles.h"
 
 #include <fcntl.h>
 #include <uv.h>
 
-#include <exception>
-#include <new>
-
-#include "tarsel/trace.h"
+#include "guard.h"
 
 namespace loop {
 
 namespace {
-
-// An exception that nobody took must not end the device's routing. A lack of memory does: it may have
-// come out of the library, which knows no exceptions and is left in the middle of a change.
-template <class... Arguments>
-void Guard(const std::function<void(Arguments...)> callback, Arguments... arguments) {
-  try {
-    if (callback) {
-      callback(arguments...);
-    }
-  } catch (const std::bad_alloc&) {
-    std::terminate();
-  } catch (const std::exception& problem) {
-    Tarsel::TRACE(0, "An event was not handled: %s\n", problem.what());
-  }
-}
 
 template <class Handle>
 void Close(Handle* handle) {
@@ -123,7 +104,11 @@ void Poll::Start(int events, std::function<void(int)> callback) {
     return;
   }
   uv_poll_start(&m_handle->uv, events, [](uv_poll_t* poll, int status, int come) {
-    Guard(static_cast<Handle*>(poll->data)->callback, status < 0 ? status : come);
+    Guard([callback = static_cast<Handle*>(poll->data)->callback, status, come] {
+      if (callback) {
+        callback(status < 0 ? status : come);
+      }
+    });
   });
 }
 

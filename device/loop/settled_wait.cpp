@@ -35,6 +35,11 @@ bool SettledWait::GiveUp() {
   return true;
 }
 
+void SettledWait::Stop() {
+  m_timer.Stop();
+  m_done = nullptr;
+}
+
 // Time in which the loop was kept from turning is not quiet: nobody had a chance to ask. One look later
 // than the quiet time, since it may have begun between two looks.
 void SettledWait::Look() {

@@ -35,6 +35,9 @@ class SettledWait {
   /// wait is under way.
   bool GiveUp();
 
+  /// Ends a wait, if one is under way: its `done` is never called.
+  void Stop();
+
  private:
   void Look();
 

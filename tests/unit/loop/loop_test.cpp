@@ -46,6 +46,26 @@ TEST(Loop, MeasuresItsLongestTurnInProcessorTime) {
   EXPECT_LT(longest, 100000u) << "turns are told apart";
 }
 
+TEST(Loop, TellsApartWhatCannotBeDivided) {
+  loop::Loop turning;
+  loop::Task computing(turning.Get());
+  computing.Post([&] {
+    Compute(10);
+    turning.Apart([] { Compute(80); });
+    turning.Apart([] { Compute(20); });
+    Compute(10);
+    computing.Post([] {});
+  });
+  uv_run(turning.Get(), UV_RUN_DEFAULT);
+  const std::uint64_t turn = turning.TakeLongestTurn();
+  EXPECT_GE(turn, 15000u);  // two clocks are compared
+  EXPECT_LT(turn, 80000u);
+  const std::uint64_t apart = turning.TakeLongestApart();
+  EXPECT_GE(apart, 75000u);
+  EXPECT_LT(apart, 100000u);
+  EXPECT_EQ(turning.TakeLongestApart(), 0u);
+}
+
 TEST(Loop, ForgetsTheLongestTurnThatHasBeenTaken) {
   loop::Loop turning;
   loop::Task computing(turning.Get());

@@ -63,6 +63,18 @@ TEST_F(SettledWait, GivesUpWhenItIsToldTo) {
   EXPECT_FALSE(m_settle->GiveUp());
 }
 
+TEST_F(SettledWait, IsNeverDoneAfterItHasBeenStopped) {
+  loop.AdvanceMilliseconds(1000);
+  Wait(0);
+  m_settle->Stop();
+  EXPECT_EQ(uv_run(&m_loop, UV_RUN_DEFAULT), 0) << "nothing is left to wait for";
+  EXPECT_FALSE(m_result);
+  EXPECT_FALSE(m_settle->GiveUp());
+  Wait(0);
+  Finish();
+  EXPECT_TRUE(*m_result);
+}
+
 TEST_F(SettledWait, WaitsWhileTheStackHasSomethingToDo) {
   ASSERT_FALSE(stack.IsIdle());  // it has not announced itself yet
   Wait(100);

@@ -1,0 +1,27 @@
+#include "memory_return.h"
+
+#include <utility>
+
+namespace loop {
+
+MemoryReturn::MemoryReturn(uv_loop_s* loop, Activity activity, std::function<void()> giveBack,
+                           std::uint64_t lookMilliseconds)
+    : m_activity(std::move(activity)),
+      m_giveBack(std::move(giveBack)),
+      m_period(lookMilliseconds),
+      m_timer(loop) {}
+
+void MemoryReturn::Expect() {
+  m_requests = m_activity.countRequests();
+  m_timer.Start(m_period, [this] { Look(); });
+}
+
+void MemoryReturn::Look() {
+  if (m_activity.isUnderWay() || m_activity.countRequests() != m_requests) {
+    Expect();
+  } else {
+    m_giveBack();
+  }
+}
+
+}  // namespace loop
