@@ -22,26 +22,25 @@ using Tarsel::string;
 namespace {
 
 constexpr int AFI_IPV6 = 2;
-constexpr unsigned int MAX_AS = 0xFFFFFFFF;
 
 }  // namespace
 
 void BgpPeer::Read(GroupReader& reader) {
   const OptionsNode& node = reader.GetNode();
-  DclConfigObject::ParseAfiOption(node, afi, "afi");
-  DclConfigObject::ParseSafiOption(node, safi, "safi");
-  if (afi == AFI_IPV6 ? !ReadDCLMibIpv6Address(node, "address", address, addressLength)
-                      : !ReadDCLMibIpAddress(node, "address", address, addressLength)) {
-    reader.Reject("address", afi == AFI_IPV6 ? "an IPv6 address" : "an IPv4 address");
+  DclConfigObject::ParseAfiOption(node, afi, PEER_AFI.name);
+  DclConfigObject::ParseSafiOption(node, safi, PEER_SAFI.name);
+  if (afi == AFI_IPV6 ? !ReadDCLMibIpv6Address(node, PEER_ADDRESS.name, address, addressLength)
+                      : !ReadDCLMibIpAddress(node, PEER_ADDRESS.name, address, addressLength)) {
+    reader.Reject(PEER_ADDRESS, afi == AFI_IPV6 ? "an IPv6 address" : "an IPv4 address");
   }
-  reader.ReadNumber("as", as, 1, MAX_AS);
+  reader.ReadNumber(PEER_AS, as);
   if (as == 0) {
-    reader.Reject("as", "there");
+    reader.Reject(PEER_AS, "there");
   }
-  if (!ReadDCLMibString(node, "description", description, descriptionLength)) {
-    reader.Reject("description", "a text that does not begin with \".*\"");
+  if (!ReadDCLMibString(node, PEER_DESCRIPTION.name, description, descriptionLength)) {
+    reader.Reject(PEER_DESCRIPTION, "a text that does not begin with \".*\"");
   }
-  reader.ReadFlag("enabled", enabled);
+  reader.ReadFlag(documents::ENABLED, enabled);
 }
 
 string BgpPeer::GetContents() const {

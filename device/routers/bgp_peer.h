@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "declared_members.h"
 #include "group_reader.h"
 #include "tarsel/string.h"
 
@@ -17,16 +18,16 @@ namespace routers {
 /// so the family is part of the row's key.
 struct BgpPeer {
   static constexpr const char* LIST = "BgpPeers";
-  static constexpr const char* MEMBER = "PEERS";
+  static constexpr const char* MEMBER = PEERS;
 
   int afi = 1;   // 1 IPv4, 2 IPv6
   int safi = 1;  // 1 unicast, 2 multicast, 3 both, 128 labelled VPN
   unsigned char address[16] = {};
   unsigned int addressLength = 0;
   unsigned int as = 0;
-  unsigned char description[127] = {};
+  unsigned char description[PEER_DESCRIPTION.high] = {};
   unsigned int descriptionLength = 0;
-  bool enabled = true;
+  bool enabled = documents::ENABLED.standard != 0;
 
   explicit BgpPeer(int) {}
   void Read(GroupReader& reader);

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "device/documents/members.h"
 #include "tarsel/options.h"
 #include "tarsel/string.h"
 
@@ -22,19 +23,23 @@ class GroupReader {
   GroupReader(const Tarsel::OptionsNode& node, const Tarsel::string& source,
               const Tarsel::string& router);
 
-  /// Reads "Name": at least three fields separated by '_'. The first one begins with `protocol`,
-  /// which may be empty; the second one is the VLAN, the third one the id.
-  bool ReadName(const char* protocol, unsigned short vlan);
+  /// Reads a ROW_NAME: at least three fields separated by '_'. The first one begins with the row's
+  /// prefix, which may be empty; the second one is the VLAN, the third one the id. What else there
+  /// is to a name is not looked at.
+  bool ReadName(const documents::Member& member, unsigned short vlan);
   /// The name that was read; never null.
   const char* GetName() const { return m_name.c_str(); }
 
-  void ReadFlag(const char* key, bool& value);
-  void ReadNumber(const char* key, unsigned int& value, unsigned int low, unsigned int high);
+  void ReadFlag(const documents::Member& member, bool& value);
+  /// The range is the member's.
+  void ReadNumber(const documents::Member& member, unsigned int& value);
+  /// An ANY_CASE_WORD; the value is its index.
+  void ReadWord(const documents::Member& member, unsigned int& value);
   /// Four bytes of a dotted address.
-  void ReadDotted(const char* key, unsigned char (&bytes)[4]);
+  void ReadDotted(const documents::Member& member, unsigned char (&bytes)[4]);
 
   /// Reports the member unless something was reported before. The group is not good then.
-  void Reject(const char* key, const char* expected);
+  void Reject(const documents::Member& member, const char* expected);
   bool IsGood() const { return m_good; }
   const Tarsel::OptionsNode& GetNode() const { return m_node; }
 

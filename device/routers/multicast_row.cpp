@@ -18,13 +18,9 @@ using Tarsel::string;
 
 namespace {
 
-constexpr unsigned int IGMP_VERSION = 3;
-constexpr unsigned int MLD_VERSION = 2;
-constexpr unsigned int MAX_QUERY_INTERVAL = 31744;  // the longest that a version 3 query can tell
-
 const char GROUPS_HOLD[] = "objects with a multicast \"address\" each";
 
-unsigned int LatestVersion(int ipProto) {
+const documents::Member& VersionOf(int ipProto) {
   return ipProto == DcRtmMgr::PROTO_IPV6 ? MLD_VERSION : IGMP_VERSION;
 }
 
@@ -41,26 +37,29 @@ string ParseGroupAddress(const char* text, int ipProto) {
   return isGroup ? group.ToString() : string();
 }
 
-MulticastRow::MulticastRow(int proto) : version(LatestVersion(proto)), ipProto(proto) {}
+MulticastRow::MulticastRow(int proto) : version(VersionOf(proto).standard), ipProto(proto) {}
 
 void MulticastRow::Read(GroupReader& reader) {
-  reader.ReadNumber("version", version, 1, LatestVersion(ipProto));
-  reader.ReadNumber("query_interval", queryInterval, 1, MAX_QUERY_INTERVAL);
+  reader.ReadNumber(VersionOf(ipProto), version);
+  reader.ReadNumber(QUERY_INTERVAL, queryInterval);
   ReadGroups(reader);
-  reader.ReadFlag("enabled", enabled);
+  reader.ReadFlag(documents::ENABLED, enabled);
 }
 
 void MulticastRow::ReadGroups(GroupReader& reader) {
-  const OptionsNode list = reader.GetNode().GetChildNode("GROUPS");
+  const bool isIp6 = ipProto == DcRtmMgr::PROTO_IPV6;
+  const documents::Member& member = isIp6 ? GROUPS6 : GROUPS4;
+  const documents::Member& address = isIp6 ? GROUP6_ADDRESS : GROUP4_ADDRESS;
+  const OptionsNode list = reader.GetNode().GetChildNode(member.name);
   if (!list.IsEmpty() && list.begin() == list.end()) {
-    reader.Reject("GROUPS", GROUPS_HOLD);
+    reader.Reject(member, GROUPS_HOLD);
   }
   for (const OptionsNode& entry : list) {
     string text;
-    entry.GetAsString(text, "address");
+    entry.GetAsString(text, address.name);
     const string group = ParseGroupAddress(text.c_str(), ipProto);
     if (group.empty()) {
-      reader.Reject("GROUPS", GROUPS_HOLD);
+      reader.Reject(member, GROUPS_HOLD);
       return;
     }
     groups.insert(group);

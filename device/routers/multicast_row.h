@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 
+#include "declared_members.h"
 #include "group_reader.h"
 #include "tarsel/string.h"
 
@@ -19,12 +20,12 @@ namespace routers {
 /// although nobody joined them.
 struct MulticastRow {
   static constexpr const char* LIST = "MulticastInterfaces";
-  static constexpr const char* MEMBER = "IF_LIST";
+  static constexpr const char* MEMBER = IF_LIST;
 
   unsigned int version;
-  unsigned int queryInterval = 125;  // seconds
-  std::set<Tarsel::string> groups;   // as texts in their usual form
-  bool enabled = true;
+  unsigned int queryInterval = QUERY_INTERVAL.standard;  // seconds
+  std::set<Tarsel::string> groups;                       // as texts in their usual form
+  bool enabled = documents::ENABLED.standard != 0;
   int ipProto;
 
   explicit MulticastRow(int proto);

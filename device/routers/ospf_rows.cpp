@@ -1,7 +1,5 @@
 #include "ospf_rows.h"
 
-#include <strings.h>
-
 #include <cstring>
 #include <tuple>
 
@@ -18,31 +16,10 @@ using Tarsel::string;
 
 namespace {
 
-const char* const AREA_TYPES[] = {"normal", "stub", "nssa"};
-
-constexpr unsigned int MAX_DEFAULT_COST = 0xFFFFFF;
-constexpr unsigned int MAX_16_BITS = 0xFFFF;
-constexpr unsigned int MAX_PRIORITY = 255;
-
 // Area ids are numbers whose first byte is the highest.
 unsigned int ToAreaId(const unsigned char* area) {
   return static_cast<unsigned int>(area[0]) << 24 | static_cast<unsigned int>(area[1]) << 16 |
          static_cast<unsigned int>(area[2]) << 8 | area[3];
-}
-
-void ReadAreaType(GroupReader& reader, OspfArea::Type& type) {
-  if (reader.GetNode().GetChildNode("type").IsNull()) {
-    return;
-  }
-  string text;  // stays empty for an object or an array
-  reader.GetNode().GetAsString(text, "type");
-  for (unsigned int i = 0; i < sizeof AREA_TYPES / sizeof *AREA_TYPES; ++i) {
-    if (strcasecmp(text.c_str(), AREA_TYPES[i]) == 0) {
-      type = static_cast<OspfArea::Type>(i);
-      return;
-    }
-  }
-  reader.Reject("type", "normal, stub or nssa");
 }
 
 DcOspfRouterBase& OspfRouter(DcRouterBase& router) {
@@ -57,10 +34,10 @@ void OspfArea::Read(GroupReader& reader) {
   const unsigned short id = DclConfigObject::ParseKeyFromName(reader.GetName(), 2);
   area[2] = static_cast<unsigned char>(id >> 8);
   area[3] = static_cast<unsigned char>(id & 0xFF);
-  reader.ReadDotted("area", area);
-  ReadAreaType(reader, type);
-  reader.ReadNumber("default_cost", defaultCost, 0, MAX_DEFAULT_COST);
-  reader.ReadFlag("enabled", enabled);
+  reader.ReadDotted(AREA_ID, area);
+  reader.ReadWord(AREA_TYPE, type);
+  reader.ReadNumber(AREA_DEFAULT_COST, defaultCost);
+  reader.ReadFlag(documents::ENABLED, enabled);
 }
 
 string OspfArea::GetContents() const {
@@ -88,13 +65,13 @@ bool operator==(const OspfArea& a, const OspfArea& b) {
 void OspfInterface::Read(GroupReader& reader) {
   number = DclConfigObject::ParseNumber(reader.GetName());
   secondIndex = DclConfigObject::ParseSecondIndex(reader.GetName());
-  reader.ReadDotted("area", area);
-  reader.ReadNumber("cost", cost, 1, MAX_16_BITS);
-  reader.ReadNumber("priority", priority, 0, MAX_PRIORITY);
-  reader.ReadNumber("hello_interval", helloInterval, 1, MAX_16_BITS);
-  reader.ReadNumber("dead_interval", deadInterval, 1, MAX_16_BITS);
-  reader.ReadFlag("passive", passive);
-  reader.ReadFlag("enabled", enabled);
+  reader.ReadDotted(OSPF_AREA, area);
+  reader.ReadNumber(OSPF_COST, cost);
+  reader.ReadNumber(OSPF_PRIORITY, priority);
+  reader.ReadNumber(OSPF_HELLO_INTERVAL, helloInterval);
+  reader.ReadNumber(OSPF_DEAD_INTERVAL, deadInterval);
+  reader.ReadFlag(OSPF_PASSIVE, passive);
+  reader.ReadFlag(documents::ENABLED, enabled);
 }
 
 bool OspfInterface::IsSameRow(const OspfInterface& other) const {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "declared_members.h"
 #include "group_reader.h"
 #include "tarsel/string.h"
 
@@ -16,14 +17,12 @@ namespace routers {
 /// The columns of an area, named OSPF_<vlan>_<id>. Without "area" the id is the area's number.
 struct OspfArea {
   static constexpr const char* LIST = "OspfAreas";
-  static constexpr const char* MEMBER = "AREA_LIST";
-
-  enum Type : unsigned int { NORMAL, STUB, NSSA };
+  static constexpr const char* MEMBER = routers::AREA_LIST;
 
   unsigned char area[4] = {};
-  Type type = NORMAL;
-  unsigned int defaultCost = 1;
-  bool enabled = true;
+  unsigned int type = AREA_TYPE.standard;  // the index of one of AREA_TYPES
+  unsigned int defaultCost = AREA_DEFAULT_COST.standard;
+  bool enabled = documents::ENABLED.standard != 0;
   int ipProto;
 
   explicit OspfArea(int proto) : ipProto(proto) {}
@@ -42,17 +41,17 @@ bool operator==(const OspfArea& a, const OspfArea& b);
 /// number and the second index distinguish several rows of one interface.
 struct OspfInterface {
   static constexpr const char* LIST = "OspfInterfaces";
-  static constexpr const char* MEMBER = "IF_LIST";
+  static constexpr const char* MEMBER = routers::IF_LIST;
 
   unsigned short number = 0;
   unsigned short secondIndex = 0;
   unsigned char area[4] = {};
-  unsigned int cost = 10;
-  unsigned int priority = 1;
-  unsigned int helloInterval = 10;  // seconds
-  unsigned int deadInterval = 40;   // seconds
-  bool passive = false;
-  bool enabled = true;
+  unsigned int cost = OSPF_COST.standard;
+  unsigned int priority = OSPF_PRIORITY.standard;
+  unsigned int helloInterval = OSPF_HELLO_INTERVAL.standard;  // seconds
+  unsigned int deadInterval = OSPF_DEAD_INTERVAL.standard;    // seconds
+  bool passive = OSPF_PASSIVE.standard != 0;
+  bool enabled = documents::ENABLED.standard != 0;
   int ipProto;
 
   explicit OspfInterface(int proto) : ipProto(proto) {}

@@ -12,7 +12,7 @@
 
 #include <algorithm>
 
-#include "device/documents/members.h"
+#include "declared_members.h"
 #include "group_reader.h"
 #include "host/dc_console.h"
 #include "protocol_tables.h"
@@ -53,7 +53,7 @@ void ProtocolInterface::ParseOptions(const OptionsNode& node, const string& name
   Source& source = FindOrAddSource(name, type);
   source.enabled = ReadEnabled(node, m_router.GetDisplayName(), name);
   source.interfaces.clear();
-  ReadInterfaces(node.GetChildNode("INTERFACES"), source);
+  ReadInterfaces(node.GetChildNode(routers::INTERFACES.name), source);
   ReadRows(node, source);
 }
 
@@ -76,9 +76,9 @@ ProtocolInterface::Source& ProtocolInterface::FindOrAddSource(const string& name
 void ProtocolInterface::ReadInterfaces(const OptionsNode& list, Source& source) {
   for (const OptionsNode& node : list) {
     GroupReader reader(node, source.name, m_router.GetDisplayName());
-    bool enabled = true;
-    if (reader.ReadName("", m_router.GetVlan())) {
-      reader.ReadFlag("enabled", enabled);
+    bool enabled = documents::ENABLED.standard != 0;
+    if (reader.ReadName(routers::TAKING_PART_NAME, m_router.GetVlan())) {
+      reader.ReadFlag(documents::ENABLED, enabled);
     }
     if (reader.IsGood()) {
       source.interfaces[DclConfigObject::ParseKeyFromName(reader.GetName(), FIELD_INTERFACE)] =

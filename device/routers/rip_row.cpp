@@ -6,16 +6,10 @@ namespace routers {
 
 using Tarsel::string;
 
-namespace {
-
-constexpr unsigned int MAX_COST = 15;  // 16 is unreachable
-
-}  // namespace
-
 void RipRow::Read(GroupReader& reader) {
-  reader.ReadNumber("cost", cost, 1, MAX_COST);
-  reader.ReadFlag("passive", passive);
-  reader.ReadFlag("enabled", enabled);
+  reader.ReadNumber(RIP_COST, cost);
+  reader.ReadFlag(RIP_PASSIVE, passive);
+  reader.ReadFlag(documents::ENABLED, enabled);
 }
 
 string RipRow::GetContents() const {

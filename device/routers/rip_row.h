@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "declared_members.h"
 #include "group_reader.h"
 #include "tarsel/string.h"
 
@@ -16,11 +17,11 @@ namespace routers {
 /// The columns of an interface, named RIP_<vlan>_<interface index>.
 struct RipRow {
   static constexpr const char* LIST = "RipInterfaces";
-  static constexpr const char* MEMBER = "IF_LIST";
+  static constexpr const char* MEMBER = IF_LIST;
 
-  unsigned int cost = 1;
-  bool passive = false;
-  bool enabled = true;
+  unsigned int cost = RIP_COST.standard;
+  bool passive = RIP_PASSIVE.standard != 0;
+  bool enabled = documents::ENABLED.standard != 0;
   int ipProto;
 
   explicit RipRow(int proto) : ipProto(proto) {}

@@ -85,7 +85,7 @@ class ConfigRow : public RowObject {
 
   bool ParseOption(const Tarsel::OptionsNode& node, unsigned short vid) override {
     GroupReader reader(node, name, router.GetDisplayName());
-    if (!reader.ReadName(m_table.prefix, vid)) {
+    if (!reader.ReadName(*m_table.name, vid)) {
       return false;
     }
     ParseId(reader.GetName());
