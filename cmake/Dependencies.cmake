@@ -10,6 +10,13 @@ add_library(tecla INTERFACE)
 target_include_directories(tecla SYSTEM INTERFACE ${TECLA_INCLUDE_DIR})
 target_link_libraries(tecla INTERFACE ${TECLA_LIBRARY})
 
+# Headers only.
+find_path(RAPIDJSON_INCLUDE_DIR rapidjson/reader.h REQUIRED)
+find_path(XXHASH_INCLUDE_DIR xxhash.h REQUIRED)
+add_library(reader_headers INTERFACE)
+target_include_directories(reader_headers SYSTEM INTERFACE
+  ${RAPIDJSON_INCLUDE_DIR} ${XXHASH_INCLUDE_DIR})
+
 if(BUILD_TESTING)
   find_package(GTest REQUIRED CONFIG)
   find_package(Python3 REQUIRED COMPONENTS Interpreter)

@@ -38,12 +38,13 @@ target_link_options(vantacore_platform INTERFACE -Wl,--no-as-needed)
 target_link_libraries(vantacore_platform INTERFACE vantacore protocol_routers tarsel_base)
 add_library(vantacore_device INTERFACE)
 set_target_properties(vantacore_device PROPERTIES EXPORT_NAME device)
-target_link_libraries(vantacore_device INTERFACE vantacore_platform routing_stack)
-install(TARGETS vantacore_platform vantacore_device protocol_routers routing_stack tarsel_base
+target_link_libraries(vantacore_device INTERFACE vantacore_platform routing_stack document_check)
+install(TARGETS
+    vantacore_platform vantacore_device protocol_routers routing_stack tarsel_base document_check
   EXPORT vantacore-device LIBRARY DESTINATION ${VANTACORE_DEVICE_LIBDIR} COMPONENT device)
 install(EXPORT vantacore-device NAMESPACE vantacore:: FILE vantacore-device.cmake
   DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT device)
-foreach(header base/timer_loop.h base/trace_control.h
+foreach(header base/timer_loop.h base/trace_control.h documents/check.h documents/members.h
     stack/facts.h stack/protocol_rows.h stack/routing_stack.h stack/stack_control.h)
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${PROJECT_SOURCE_DIR}/device/${header}

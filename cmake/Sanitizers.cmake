@@ -13,6 +13,7 @@ option(VANTACORE_FUZZ "Build the fuzz targets with libFuzzer (clang)" OFF)
 
 if(VANTACORE_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize=function,vptr
+    -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/ignored.txt
     -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined -fno-sanitize=function,vptr)
 endif()

@@ -1,5 +1,8 @@
 #include "document_feeder.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "vantacore/dc_router_base.h"
 #include "vantacore/dc_router_mgr.h"
 
@@ -7,30 +10,89 @@ namespace apply {
 
 using Tarsel::DcRouterMgr;
 
-void DocumentFeeder::Push(const documents::ConfigFiles& wanted) {
-  const intent::DocumentPlan plan = intent::PlanDocuments(m_applied, wanted);
-  m_applied.clear();
-  for (const auto& file : plan.reload) {
-    DcRouterMgr::GetInstance()->Reload(file->document, file->name.c_str(), file->type);
-    m_applied[file->name] = file->type;
+namespace {
+
+unsigned int ProtocolsOf(const DcRouterMgr::VlanRouters& record) {
+  unsigned int protocols = 0;
+  for (const auto& [type, router] : record.routers) {
+    protocols |= router && router->IsEnabled() ? 1u << type : 0;
   }
-  for (const auto& [name, type] : plan.withdraw) {
-    DcRouterMgr::GetInstance()->DeleteOptions(name.c_str(), type);
+  return protocols;
+}
+
+}  // namespace
+
+void DocumentFeeder::Begin(const documents::ConfigFiles& wanted) {
+  m_loaded = 0;
+  if (HasExactly(wanted)) {
+    m_plan = {};
+    return;
   }
+  m_plan = intent::PlanDocuments(m_applied, wanted);
+  m_complete.clear();
+  m_begun.assign(wanted.begin(), wanted.end());
+}
+
+bool DocumentFeeder::HasExactly(const documents::ConfigFiles& wanted) const {
+  return !wanted.empty() &&
+         std::equal(m_complete.begin(), m_complete.end(), wanted.begin(), wanted.end(),
+                    [](const auto& loaded, const auto& file) { return loaded.lock() == file; });
+}
+
+bool DocumentFeeder::Continue() {
+  if (m_loaded < m_plan.reload.size()) {
+    const documents::ConfigFile& file = *m_plan.reload[m_loaded++];
+    DcRouterMgr::GetInstance()->Reload(file.document, file.name.c_str(), file.type);
+    m_applied[file.name] = file.type;
+    return true;
+  }
+  m_plan.reload.clear();
+  m_loaded = 0;
+  if (m_plan.withdraw.empty()) {
+    if (!m_begun.empty()) {
+      m_complete = std::exchange(m_begun, {});
+    }
+    return false;
+  }
+  m_applied.erase(m_plan.withdraw.begin()->first);
+  WithdrawFirst(m_plan.withdraw);
+  return true;
+}
+
+void DocumentFeeder::Withdraw() {
+  m_plan = {};
+  m_begun.clear();
+  m_complete.clear();
+  while (!m_applied.empty()) {
+    WithdrawFirst(m_applied);
+  }
+}
+
+void DocumentFeeder::WithdrawFirst(intent::AppliedDocuments& documents) {
+  const auto first = documents.begin();
+  DcRouterMgr::GetInstance()->DeleteOptions(first->first.c_str(), first->second);
+  documents.erase(first);
 }
 
 intent::PresentVlans FindPresentVlans() {
   intent::PresentVlans vlans;
   for (const auto& [vlan, record] : DcRouterMgr::GetInstance()->GetVlans()) {
-    intent::PresentVlan& present = vlans[vlan];
+    intent::PresentVlan& present =
+        vlans.emplace_hint(vlans.end(), vlan, intent::PresentVlan())->second;
     for (const Tarsel::string& name : record->configFiles) {
       present.documents.insert(name.c_str());
     }
-    for (const auto& [type, router] : record->routers) {
-      present.protocols |= router && router->IsEnabled() ? 1u << type : 0;
-    }
+    present.protocols = ProtocolsOf(*record);
   }
   return vlans;
+}
+
+documents::ProtocolSets FindRunningProtocols() {
+  documents::ProtocolSets protocols;
+  for (const auto& [vlan, record] : DcRouterMgr::GetInstance()->GetVlans()) {
+    protocols.emplace_hint(protocols.end(), vlan, ProtocolsOf(*record));
+  }
+  return protocols;
 }
 
 }  // namespace apply

@@ -1,6 +1,7 @@
 #include "interfaces.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "vantacore/dc_interface_mgr.h"
 #include "vantacore/dc_router_mgr.h"
@@ -96,21 +97,32 @@ bool IsTooEarly(const intent::InterfaceStep& step) {
 }  // namespace
 
 void Interfaces::Apply(const documents::Device& wanted, const std::set<unsigned short>& vlans) {
-  for (const auto& step : intent::PlanInterfaces(m_interfaces, wanted.interfaces)) {
+  const intent::InterfacePlan plan = intent::PlanInterfaces(m_interfaces, wanted.interfaces);
+  for (const auto& step : plan) {
     if (!IsTooEarly(step)) {
       Tell(step.key, step.action);
     }
   }
-  m_interfaces = wanted.interfaces;
-  m_indexes.clear();
-  for (const auto& [key, interface] : m_interfaces) {
-    m_indexes.emplace(std::pair(key.first, interface.name), key.second);
+  if (!plan.empty()) {
+    m_interfaces = wanted.interfaces;
+    TakeIndexes();
   }
-  SetPrimaries(intent::ChoosePrimaries(wanted, vlans));
+  ApplyPrimaries(wanted, vlans);
 }
 
-void Interfaces::SetPrimaries(const intent::Primaries& wanted) {
-  for (const auto& [vlan, name] : wanted) {
+void Interfaces::TakeIndexes() {
+  intent::InterfaceIndexes indexes;
+  for (const auto& [key, interface] : m_interfaces) {
+    indexes.emplace(std::pair(key.first, interface.name), key.second);
+  }
+  if (indexes != *m_indexes) {
+    m_indexes = std::make_shared<const intent::InterfaceIndexes>(std::move(indexes));
+  }
+}
+
+void Interfaces::ApplyPrimaries(const documents::Device& wanted,
+                                const std::set<unsigned short>& vlans) {
+  for (const auto& [vlan, name] : intent::ChoosePrimaries(wanted, vlans)) {
     std::string& known = m_primaries[vlan];
     if (known != name) {
       DcInterfaceMgr::GetInstance()->SetPrimaryInterface(vlan, name.c_str());
@@ -193,8 +205,8 @@ void Interfaces::AnnounceTo(unsigned short vlan) const {
 
 std::optional<std::uint32_t> Interfaces::IndexOf(unsigned short vlan,
                                                  const std::string& name) const {
-  const auto found = m_indexes.find({vlan, name});
-  return found == m_indexes.end() ? std::nullopt : std::optional(found->second);
+  const auto found = m_indexes->find({vlan, name});
+  return found == m_indexes->end() ? std::nullopt : std::optional(found->second);
 }
 
 bool Interfaces::IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const {

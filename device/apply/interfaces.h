@@ -3,20 +3,20 @@
 #define DEVICE_APPLY_INTERFACES_H
 
 #include <cstdint>
-#include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
-#include <utility>
 
 #include "device/intent/interface_plan.h"
 #include "device/intent/primary_interfaces.h"
+#include "device/intent/route_resolution.h"
 #include "host/dc_host_interfaces.h"
 
 namespace apply {
 
 /// Carries out interface plans, and keeps what the library knows: what the last document said, and
-/// what has happened to interfaces since. Every operation except IndexOf and IsInterfaceUp calls
+/// what has happened to interfaces since. Every operation except IndexOf, GetIndexes and IsInterfaceUp calls
 /// the library's managers, which may call IsInterfaceUp meanwhile.
 class Interfaces : public Tarsel::DcIpInterface {
  public:
@@ -24,6 +24,9 @@ class Interfaces : public Tarsel::DcIpInterface {
   /// VLAN is ignored: the library takes it once, at start-up. Afterwards each of `vlans`, and each
   /// VLAN that the document gives a primary interface, has one.
   void Apply(const documents::Device& wanted, const std::set<unsigned short>& vlans);
+
+  /// The second half of Apply alone: each of these VLANs has a primary interface afterwards.
+  void ApplyPrimaries(const documents::Device& wanted, const std::set<unsigned short>& vlans);
 
   /// The next functions are for changes of an interface between two documents. The library is told
   /// each time, even if the interface is in that state already. The interface must exist. A later
@@ -48,15 +51,19 @@ class Interfaces : public Tarsel::DcIpInterface {
   /// Returns the index of the VLAN's interface of that name, if there is one.
   std::optional<std::uint32_t> IndexOf(unsigned short vlan, const std::string& name) const;
 
+  /// The indexes of the VLANs' interfaces by name. The map does not change: when interfaces do, this
+  /// returns another one.
+  const std::shared_ptr<const intent::InterfaceIndexes>& GetIndexes() const { return m_indexes; }
+
   bool IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const override;
 
  private:
-  void SetPrimaries(const intent::Primaries& wanted);
+  void TakeIndexes();
   void Forget(const documents::InterfaceKey& key, const Tarsel::Ip6Addr& address);
 
   documents::Interfaces m_interfaces;
-  // Of m_interfaces, by VLAN and name.
-  std::map<std::pair<unsigned short, std::string>, std::uint32_t> m_indexes;
+  std::shared_ptr<const intent::InterfaceIndexes> m_indexes =
+      std::make_shared<const intent::InterfaceIndexes>();  // of m_interfaces
   intent::Primaries m_primaries;
 };
 

@@ -1,6 +1,8 @@
 #include "redistribution_feeder.h"
 
+#include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "vantacore/cfg_sched.h"
 #include "vantacore/dc_router_base.h"
@@ -36,24 +38,32 @@ RedistributionFeeder::RedistributionFeeder() : m_timer("Redistribution") {
       this, &RedistributionFeeder::LookAgain));
 }
 
-std::size_t RedistributionFeeder::Push(const intent::Rules& wanted) {
-  std::set<intent::Destination> concerned = m_waiting;
-  for (const intent::Rules* rules : {static_cast<const intent::Rules*>(&m_asked), &wanted}) {
+void RedistributionFeeder::Begin(SharedRules wanted) {
+  m_wanted = std::move(wanted);
+  m_concerned.assign(m_waiting.begin(), m_waiting.end());
+  for (const intent::Rules* rules : {static_cast<const intent::Rules*>(&m_asked), m_wanted.get()}) {
     for (const auto& rule : *rules) {
-      concerned.insert(rule.first);
+      m_concerned.push_back(rule.first);
     }
   }
-  m_wanted = wanted;
+  std::sort(m_concerned.begin(), m_concerned.end());
+  m_concerned.erase(std::unique(m_concerned.begin(), m_concerned.end()), m_concerned.end());
+  std::reverse(m_concerned.begin(), m_concerned.end());
+}
+
+std::size_t RedistributionFeeder::Continue(std::size_t most) {
   std::size_t count = 0;
-  for (const intent::Destination& destination : concerned) {
-    count += Look(destination);
+  for (; most > 0 && !m_concerned.empty(); --most) {
+    count += Look(m_concerned.back());
+    m_concerned.pop_back();
   }
   WatchOrRest();
   return count;
 }
 
-std::size_t RedistributionFeeder::Withdraw(const intent::Rules& wanted) {
-  return Push(intent::FindStayingRules(m_wanted, wanted));
+void RedistributionFeeder::Forget() {
+  m_asked.clear();
+  m_concerned.clear();
 }
 
 // Of a VLAN that has gone there is nothing left to withdraw. A protocol that is disabled cannot be
@@ -67,17 +77,17 @@ std::size_t RedistributionFeeder::Look(const intent::Destination& destination) {
     m_asked.erase(destination);
     return 0;
   }
-  const intent::RuleChange change = intent::PlanRule(m_asked, m_wanted, destination);
+  const intent::RuleChange change = intent::PlanRule(m_asked, *m_wanted, destination);
   if (!router->IsReady()) {
-    const bool isConcerned = m_asked.count(destination) + m_wanted.count(destination) != 0;
+    const bool isConcerned = m_asked.count(destination) + m_wanted->count(destination) != 0;
     if (router->IsEnabled() && isConcerned) {
       m_waiting.insert(destination);
     }
     SetAsked(destination, change.withdraw);
     return 0;
   }
-  const auto wanted = m_wanted.find(destination);
-  SetAsked(destination, wanted == m_wanted.end() ? 0 : wanted->second);
+  const auto wanted = m_wanted->find(destination);
+  SetAsked(destination, wanted == m_wanted->end() ? 0 : wanted->second);
   return Ask(destination, change.withdraw, false) + Ask(destination, change.add, true);
 }
 

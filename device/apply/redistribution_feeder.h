@@ -3,7 +3,9 @@
 #define DEVICE_APPLY_REDISTRIBUTION_FEEDER_H
 
 #include <cstddef>
+#include <memory>
 #include <set>
+#include <vector>
 
 #include "device/intent/redistribution_plan.h"
 #include "tarsel/timer.h"
@@ -16,19 +18,25 @@ namespace apply {
 /// each period of the library's scheduler until they are ready.
 class RedistributionFeeder {
  public:
+  using SharedRules = std::shared_ptr<const intent::Rules>;
+
   RedistributionFeeder();
   RedistributionFeeder(const RedistributionFeeder&) = delete;
   RedistributionFeeder& operator=(const RedistributionFeeder&) = delete;
 
-  /// Makes `wanted` the rules of the device. Returns the number of requests that it has made; more
-  /// may follow when protocols become ready.
-  std::size_t Push(const intent::Rules& wanted);
-  /// Requests the withdrawal of the rules that `wanted` lacks, and nothing new. Before a protocol
-  /// is disabled this has to be called, and its requests have to be answered. Returns the number of
-  /// requests that it has made.
-  std::size_t Withdraw(const intent::Rules& wanted);
+  /// Begins to make `wanted` the rules of the device. Its requests are made by Continue; more may
+  /// follow when protocols become ready. Before a protocol is disabled, what has to go has to be
+  /// withdrawn in this way (intent::FindStayingRules), and the requests have to be answered.
+  void Begin(SharedRules wanted);
+  /// Looks at up to `most` of the destinations that are concerned. Returns the number of requests
+  /// that it has made.
+  std::size_t Continue(std::size_t most);
+  /// Whether Continue has looked at all of them.
+  bool IsDone() const { return m_concerned.empty(); }
   /// Forgets which rules have been requested: the stack has lost them all.
-  void Forget() { m_asked.clear(); }
+  void Forget();
+  /// The rules that Begin was given last. Never null.
+  const SharedRules& GetWanted() const { return m_wanted; }
   /// The rules that have been requested.
   const intent::Rules& GetAsked() const { return m_asked; }
   /// Whether rules wait for a protocol to become ready.
@@ -40,8 +48,9 @@ class RedistributionFeeder {
   void LookAgain(unsigned int, void*);
   void WatchOrRest();
 
-  intent::Rules m_wanted;
+  SharedRules m_wanted = std::make_shared<const intent::Rules>();
   intent::Rules m_asked;
+  std::vector<intent::Destination> m_concerned;  // still to be looked at, the last one first
   std::set<intent::Destination> m_waiting;
   Tarsel::PeriodicTimer m_timer;
 };

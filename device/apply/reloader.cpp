@@ -2,130 +2,113 @@
 
 #include <utility>
 
-#include "device/program/printable.h"
-#include "vantacore/dc_router_mgr.h"
-#include "vantacore/dc_rtm_mgr.h"
-
 namespace apply {
 
-using Tarsel::DcRouterMgr;
-
-Reloader::Reloader(const documents::ConfigFolder& folder, Interfaces& interfaces,
+Reloader::Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces,
                    loop::SettledWait& answers, ReloadHooks hooks)
-    : m_folder(folder), m_interfaces(interfaces), m_answers(answers), m_hooks(std::move(hooks)) {}
+    : m_folder(std::make_shared<const documents::ConfigFolder>(source.directory, source.options)),
+      m_isPartial(source.options.isPartial),
+      m_hooks(std::move(hooks)),
+      m_intent(std::make_shared<const intent::Intent>()),
+      m_reading(loop),
+      m_disposal(loop),
+      m_applier(
+          loop, interfaces, answers, m_disposal,
+          {[this](const std::function<void()>& work) { m_hooks.overheard(m_listeners, work); },
+           m_hooks.library}) {}
 
-void Reloader::Read() {
-  m_read = m_folder.Read(m_read);
-  m_intent = intent::MakeIntent(m_read, m_hooks.report);
+Reloader::~Reloader() = default;
+
+void Reloader::Start(std::function<void(bool)> judged, std::function<void()> applied) {
+  m_judged = std::move(judged);
+  m_applied = std::move(applied);
+  Ask(Kind::START, {});
 }
 
-void Reloader::Reload(program::Report asker) {
-  if (asker) {
-    m_askers.push_back(std::move(asker));
-  }
-  if (m_isWaiting) {
-    m_isAskedAgain = true;
-  } else {
-    Begin();
-  }
+void Reloader::Reload(Asker asker) { Ask(Kind::RELOAD, std::move(asker)); }
+
+void Reloader::Check(Asker asker, bool isStrict) {
+  Ask(isStrict ? Kind::STRICT_CHECK : Kind::CHECK, std::move(asker));
 }
 
-void Reloader::Begin() {
-  m_hooks.overheard(m_askers, [this] {
-    Read();
-    m_isWaiting = RemoveFirst() != 0;
-    if (!m_isWaiting) {
-      Apply();
-    }
-  });
-  if (m_isWaiting) {
-    m_answers.Wait(0, [this](bool) { Finish(); });
-  } else {
-    m_askers.clear();
-    m_hooks.applied();
+void Reloader::Ask(Kind kind, Asker asker) {
+  const bool isJoining =
+      kind == Kind::RELOAD && !m_waiting.empty() && m_waiting.back().kind == kind;
+  if (!isJoining) {
+    m_waiting.push_back({kind, {}});
   }
+  m_waiting.back().askers.Add(std::move(asker));
+  BeginNext();
 }
 
-// What has to go while VLANs and protocols are still as they were. Returns how many requests
-// that took. Which protocols will be enabled is a forecast: routers may refuse what documents say.
-std::size_t Reloader::RemoveFirst() {
-  const intent::PresentVlans present = FindPresentVlans();
-  const documents::ProtocolSets enabled =
-      intent::FindEnabledProtocols(present, m_documents.GetApplied(), m_intent.documents);
-  return m_routes.RemoveVlans(intent::FindLeavingVlans(present, m_intent.documents)) +
-         m_redistribution.Withdraw(intent::PlanRules(m_intent.profiles, enabled));
-}
-
-void Reloader::Finish() {
-  m_isWaiting = false;
-  m_hooks.overheard(m_askers, [this] { Apply(); });
-  m_hooks.applied();
-  if (std::exchange(m_isAskedAgain, false)) {
-    Begin();
-  } else {
-    m_askers.clear();
+// Whoever was told of the end of a job may have asked for the next one, which has begun then.
+void Reloader::BeginNext() {
+  if (m_job || m_waiting.empty()) {
+    return;
   }
-}
-
-void Reloader::Apply() {
-  m_interfaces.Apply(m_intent.device, m_intent.NamedVlans());
-  const intent::PresentVlans before = FindPresentVlans();
-  m_documents.Push(m_intent.documents);
-  for (const auto& vlan : DcRouterMgr::GetInstance()->GetVlans()) {
-    if (before.count(vlan.first) == 0) {
-      m_interfaces.AnnounceTo(vlan.first);
-    }
-  }
-  ApplyRoutes();
-  ApplyRules();
-}
-
-// What the library had queued was for the stack that is gone. A VLAN's record of readiness is as well,
-// and would let requests through before the new stack knows the VLAN; so no VLAN outlives this.
-void Reloader::BringBack() {
-  DcRouterMgr* manager = DcRouterMgr::GetInstance();
-  manager->GetSerializer().Reset();
-  manager->GetCfgSched().Reset();
-  m_documents.Withdraw();
-  for (const auto& vlan : manager->GetVlans()) {
-    Tarsel::DcRtmMgr::GetInstance()->DeleteRtmConfig(vlan.first);
-  }
-  m_routes.Forget();
-  m_redistribution.Forget();
-  m_documents.Push(m_intent.documents);
-  m_interfaces.BringBack();
-  for (const auto& vlan : manager->GetVlans()) {
-    m_interfaces.AnnounceTo(vlan.first);
-  }
-  ApplyRoutes();
-  ApplyRules();
-}
-
-// For the protocols that are enabled now that the documents have been applied.
-void Reloader::ApplyRules() {
-  documents::ProtocolSets enabled;
-  for (const auto& [vlan, present] : FindPresentVlans()) {
-    enabled[vlan] = present.protocols;
-  }
-  m_redistribution.Push(intent::PlanRules(m_intent.profiles, enabled));
-}
-
-void Reloader::ApplyRoutes() {
-  const auto& vlans = DcRouterMgr::GetInstance()->GetVlans();
-  std::vector<documents::RouteKey> waiting;
-  m_routes.Push(intent::ResolveRoutes(
-      m_intent.routes, [&](unsigned short vlan) { return vlans.count(vlan) != 0; },
-      [this](unsigned short vlan, const std::string& name) {
-        return m_interfaces.IndexOf(vlan, name);
+  m_job = std::move(m_waiting.front());
+  m_waiting.pop_front();
+  const auto result = std::make_shared<Result>();
+  m_reading.Start(
+      [result, folder = m_folder, inForce = m_intent, isFirst = m_job->kind == Kind::START] {
+        result->reading = isFirst ? folder->ReadFirst() : folder->ReadAgain(inForce->GetFolder());
+        result->intent = std::make_shared<const intent::Intent>(result->reading.folder);
+        if (!result->reading.isUnchanged) {
+          loop::GiveBackFreeMemory();  // what reading needed besides
+        }
       },
-      waiting));
-  for (const documents::RouteKey& key : waiting) {
-    if (m_waitingRoutes.count(key) == 0) {
-      m_hooks.report(m_intent.routes.at(key).origin.Text() + ": waits for interface " +
-                     program::Quote(key.interface));
+      [this, result](const std::optional<std::string>& problem) {
+        if (problem) {
+          result->reading.findings.Add({documents::Severity::ERROR, {".", {}, {}}, *problem});
+        }
+        Judge(std::move(*result));
+      });
+}
+
+void Reloader::Judge(Result result) {
+  const documents::Findings& findings = result.reading.findings;
+  const bool isCheck = m_job->kind == Kind::CHECK || m_job->kind == Kind::STRICT_CHECK;
+  for (const std::string& line : findings.Lines()) {
+    if (!isCheck) {
+      m_hooks.log(line);
     }
+    m_job->askers.Tell(line + "\n");
   }
-  m_waitingRoutes = std::set<documents::RouteKey>(waiting.begin(), waiting.end());
+  const bool isRead = result.intent != nullptr;
+  const bool isTaken = !isCheck && isRead && (m_isPartial || !findings.HasErrors());
+  m_job->askers.End(!findings.HasErrors() &&
+                    (m_job->kind != Kind::STRICT_CHECK || findings.CountWarnings() == 0));
+  if (isTaken) {
+    m_intent = result.intent;
+  }
+  if (m_job->kind == Kind::START) {
+    std::exchange(m_judged, nullptr)(isTaken);
+  }
+  if (isTaken) {
+    m_listeners = m_job->askers.GetReports();
+    m_applier.Apply(m_intent, result.reading.isUnchanged, [this] { EndJob(true); });
+    return;
+  }
+  if (!result.reading.isUnchanged) {
+    m_disposal.Free(std::make_shared<const Result>(std::move(result)));
+  }
+  EndJob(false);
+}
+
+void Reloader::EndJob(bool isTaken) {
+  m_listeners.clear();
+  const Kind kind = m_job->kind;
+  m_job.reset();
+  if (kind == Kind::START && !isTaken) {
+    m_waiting.clear();
+    return;
+  }
+  if (kind == Kind::START) {
+    std::exchange(m_applied, nullptr)();
+  } else if (kind == Kind::RELOAD) {
+    m_hooks.over();
+  }
+  BeginNext();
 }
 
 }  // namespace apply

@@ -2,86 +2,121 @@
 #ifndef DEVICE_APPLY_RELOADER_H
 #define DEVICE_APPLY_RELOADER_H
 
+#include <deque>
 #include <functional>
-#include <set>
+#include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
+#include "applier.h"
+#include "asker.h"
 #include "device/documents/config_folder.h"
 #include "device/intent/intent.h"
+#include "device/loop/disposal.h"
 #include "device/loop/settled_wait.h"
+#include "device/loop/work.h"
 #include "device/program/report.h"
-#include "document_feeder.h"
 #include "interfaces.h"
-#include "redistribution_feeder.h"
-#include "route_feeder.h"
 
 namespace apply {
 
-using Askers = std::vector<program::Report>;
-
 /// What the host supplies to the reloader.
 struct ReloadHooks {
-  /// Called for routes that wait and for routes with several metrics.
-  program::Report report;
-  /// Carries out `work`. Meanwhile the askers get each line, with its end, that the host or the
-  /// library logs without a level: their complaints.
-  std::function<void(const Askers& askers, const std::function<void()>& work)> overheard;
-  /// Called once for each reload, after it has been applied.
-  std::function<void()> applied;
+  /// Takes each finding of a start and of a reload, without the line's end, for the log.
+  program::Report log;
+  /// Carries out `work`. Meanwhile the listeners get each line, with its end, that the host or the
+  /// library logs without a level.
+  std::function<void(const std::vector<program::Report>& listeners,
+                     const std::function<void()>& work)>
+      overheard;
+  /// Carries out the library's own work on one document, which is told apart from the loop's turns.
+  std::function<void(const std::function<void()>& work)> library;
+  /// Called once for each reload, when it is over: after it has been applied or refused.
+  std::function<void()> over;
 };
 
-/// A reload has the order of start-up: interfaces, the VLAN document, remote documents, routes,
-/// redistribution. Two kinds of removal come before all that. A route of a VLAN that is about to go
-/// has to be removed while the VLAN exists, because requests for a VLAN that is gone wait until it
-/// comes back. A redistribution rule has to be withdrawn while its protocol is enabled, because
-/// requests for a protocol that is not enabled are dropped. So these are removed first, and the
-/// rest follows after their answers.
+/// Reads the folder, judges it and, if it passes, has it applied (Applier). A folder with an error
+/// changes nothing, unless it is read partially: then the rest is applied. Reading, comparing and
+/// freeing are done in the thread pool, and what the library is told is told in many turns of the
+/// loop, so that no turn is long.
+///
+/// Start, reloads and checks are carried out one after the other, in the order in which they were
+/// asked for. Reloads that are asked for while others wait, with no check between them, are one
+/// reload. Whoever asked hears of the reload that begins after that.
 class Reloader {
  public:
-  /// Everything is borrowed. Nothing else may use `answers`.
-  Reloader(const documents::ConfigFolder& folder, Interfaces& interfaces,
+  /// What the folder is, and how it is read.
+  struct Source {
+    std::string directory;
+    documents::ConfigFolder::Options options;
+  };
+
+  /// The loop, `interfaces` and `answers` are borrowed. Nothing else may use `answers`.
+  Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces,
            loop::SettledWait& answers, ReloadHooks hooks);
+  /// A reading that is under way is forgotten (loop::Work); no asker is told.
+  ~Reloader();
 
-  /// Reads the folder. Call it once, before everything else.
-  void Read();
-  /// Applies what has been read. Call it once, at start-up.
-  void Start() { Apply(); }
-  /// Reads the folder again and applies it. If another reload is waiting for answers, this one
-  /// follows it. `asker`, if there is one, gets what is logged without a level while the folder is
-  /// read and while it is applied.
-  void Reload(program::Report asker = {});
-  /// The stack has been restarted and knows nothing: sends it everything that is in force again.
-  /// For the library, answered requests are done; so its documents are withdrawn first and then
-  /// applied again.
-  void BringBack();
-  bool IsBusy() const { return m_isWaiting; }
+  /// Reads the folder for the first time and applies it. Call it once, before everything else. Calls
+  /// `judged` after the findings have been logged, with whether the folder is taken. If it is, that
+  /// call is the time to initialise the library, which needs GetIntent().GetDevice().defaultVlan;
+  /// the folder is applied after it, and then `applied` is called. If not, nothing more happens.
+  void Start(std::function<void(bool isTaken)> judged, std::function<void()> applied);
 
-  /// What the folder said when it was last read.
-  const intent::Intent& GetIntent() const { return m_intent; }
-  const RouteFeeder& GetRoutes() const { return m_routes; }
-  const RedistributionFeeder& GetRedistribution() const { return m_redistribution; }
+  /// Reads the folder again and applies the differences. `asker` passes if there is no error.
+  void Reload(Asker asker = {});
+
+  /// The first half of a reload: reads the folder, tells the asker the findings, and changes
+  /// nothing; the log gets nothing. The asker passes if there is no error and, if the check is
+  /// strict, no warning.
+  void Check(Asker asker, bool isStrict);
+
+  /// The stack has been restarted and knows nothing: sends it everything that is in force again (see
+  /// Applier). A reload that is being applied is applied after that. May be called at any time after
+  /// Start's `judged`.
+  void BringBack() { m_applier.BringBack(); }
+
+  /// Whether anything is under way or waits to begin.
+  bool IsBusy() const { return m_job.has_value() || m_applier.IsBusy(); }
+
+  /// What is in force or being applied; empty before the start.
+  const intent::Intent& GetIntent() const { return *m_intent; }
+  const Applier& GetApplier() const { return m_applier; }
 
  private:
-  void Begin();
-  std::size_t RemoveFirst();
-  void Finish();
-  void Apply();
-  void ApplyRoutes();
-  void ApplyRules();
+  enum class Kind { START, RELOAD, CHECK, STRICT_CHECK };
 
-  const documents::ConfigFolder& m_folder;
-  Interfaces& m_interfaces;
-  loop::SettledWait& m_answers;
+  // What has been asked for.
+  struct Job {
+    Kind kind;
+    Askers askers;
+  };
+
+  // What a reading came to.
+  struct Result {
+    documents::Reading reading;
+    std::shared_ptr<const intent::Intent> intent;
+  };
+
+  void Ask(Kind kind, Asker asker);
+  void BeginNext();
+  void Judge(Result result);
+  void EndJob(bool isTaken);
+
+  // Shared with the pool.
+  const std::shared_ptr<const documents::ConfigFolder> m_folder;
+  const bool m_isPartial;
   const ReloadHooks m_hooks;
-  documents::Folder m_read;
-  intent::Intent m_intent;
-  DocumentFeeder m_documents;
-  RouteFeeder m_routes;
-  RedistributionFeeder m_redistribution;
-  std::set<documents::RouteKey> m_waitingRoutes;  // for their interface; told to the operator once
-  Askers m_askers;                                // of the reload that waits, and of the next one
-  bool m_isWaiting = false;
-  bool m_isAskedAgain = false;
+  std::shared_ptr<const intent::Intent> m_intent;
+  std::optional<Job> m_job;  // under way
+  std::deque<Job> m_waiting;
+  std::vector<program::Report> m_listeners;  // while a reload is applied
+  std::function<void(bool)> m_judged;        // of the start
+  std::function<void()> m_applied;           // so too
+  loop::Work m_reading;
+  loop::Disposal m_disposal;
+  Applier m_applier;
 };
 
 }  // namespace apply

@@ -1,5 +1,7 @@
 #include "route_feeder.h"
 
+#include <utility>
+
 #include "tarsel/address.h"
 #include "vantacore/cfg_items.h"
 #include "vantacore/static_routes.h"
@@ -7,7 +9,6 @@
 namespace apply {
 
 using intent::ResolvedRoute;
-using intent::ResolvedRoutes;
 using Tarsel::Ip4Addr;
 using Tarsel::Ip6Addr;
 using Tarsel::Ip6Prefix;
@@ -17,58 +18,58 @@ namespace {
 constexpr long ADMIN_UP = 1;
 
 void Remove(const ResolvedRoute& route) {
-  const auto& [target, ifIndex] = route;
+  const documents::RouteTarget& target = route.target;
   if (target.ip6) {
     const Ip6Addr address = Ip6Addr::FromBytes(target.destination.data());
     Tarsel::RemoveRoute(target.vlan, address, Ip6Prefix(address, target.length),
-                        Ip6Addr::FromBytes(target.gateway.data()), ifIndex);
+                        Ip6Addr::FromBytes(target.gateway.data()), route.ifIndex);
   } else {
     Tarsel::RemoveRoute(target.vlan, Ip4Addr::FromBytes(target.destination.data()),
                         Ip4Addr(Ip6Prefix::s_masks32[target.length]),
-                        Ip4Addr::FromBytes(target.gateway.data()), ifIndex);
+                        Ip4Addr::FromBytes(target.gateway.data()), route.ifIndex);
   }
 }
 
-void Add(const ResolvedRoute& route, unsigned int metric) {
-  const auto& [target, ifIndex] = route;
+void Add(const ResolvedRoute& route) {
+  const documents::RouteTarget& target = route.target;
   if (target.ip6) {
     const Ip6Addr address = Ip6Addr::FromBytes(target.destination.data());
     Tarsel::AddRoute(target.vlan, address, Ip6Prefix(address, target.length),
-                     Ip6Addr::FromBytes(target.gateway.data()), ifIndex, metric,
+                     Ip6Addr::FromBytes(target.gateway.data()), route.ifIndex, route.metric,
                      Tarsel::PATH_TYPE_STATIC, ADMIN_UP);
   } else {
     Tarsel::AddRoute(target.vlan, Ip4Addr::FromBytes(target.destination.data()),
                      Ip4Addr(Ip6Prefix::s_masks32[target.length]),
-                     Ip4Addr::FromBytes(target.gateway.data()), ifIndex, metric,
+                     Ip4Addr::FromBytes(target.gateway.data()), route.ifIndex, route.metric,
                      Tarsel::PATH_TYPE_STATIC, ADMIN_UP);
   }
 }
 
 }  // namespace
 
-std::size_t RouteFeeder::Push(const ResolvedRoutes& wanted) {
-  const intent::RoutePlan plan = intent::PlanRoutes(m_routes, wanted);
-  for (const ResolvedRoute& route : plan.remove) {
-    Remove(route);
-  }
-  for (const auto& [route, metric] : plan.add) {
-    Add(route, metric);
-  }
-  m_routes = wanted;
-  return plan.remove.size() + plan.add.size();
+void RouteFeeder::Begin(std::shared_ptr<const intent::RoutePlan> plan) {
+  m_plan = std::move(plan);
+  m_removed = m_added = 0;
 }
 
-std::size_t RouteFeeder::RemoveVlans(const std::set<unsigned short>& vlans) {
-  if (vlans.empty()) {
-    return 0;
+std::size_t RouteFeeder::Continue(std::size_t most) {
+  std::size_t count = 0;
+  for (; m_plan && count < most && m_removed < m_plan->remove.size(); ++count) {
+    Remove(*m_plan->remove[m_removed++]);
   }
-  ResolvedRoutes rest;
-  for (const auto& route : m_routes) {
-    if (vlans.count(route.first.target.vlan) == 0) {
-      rest.insert(rest.end(), route);
-    }
+  for (; m_plan && count < most && m_added < m_plan->add.size(); ++count) {
+    Add(*m_plan->add[m_added++]);
   }
-  return Push(rest);
+  if (m_plan && count < most) {
+    m_routes = m_plan->wanted;
+    m_plan = nullptr;
+  }
+  return count;
+}
+
+void RouteFeeder::Forget() {
+  m_plan = nullptr;
+  m_routes = std::make_shared<const intent::ResolvedRoutes>();
 }
 
 }  // namespace apply

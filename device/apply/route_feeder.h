@@ -3,7 +3,7 @@
 #define DEVICE_APPLY_ROUTE_FEEDER_H
 
 #include <cstddef>
-#include <set>
+#include <memory>
 
 #include "device/intent/route_plan.h"
 
@@ -12,17 +12,24 @@ namespace apply {
 /// Knows which routes have been requested of the library, and requests the rest.
 class RouteFeeder {
  public:
-  /// Makes `wanted` the routes of the device. Returns the number of requests.
-  std::size_t Push(const intent::ResolvedRoutes& wanted);
-  /// Requests the removal of all routes of these VLANs. Returns the number of requests.
-  std::size_t RemoveVlans(const std::set<unsigned short>& vlans);
-  /// Forgets which routes have been requested: the stack has lost them all.
-  void Forget() { m_routes.clear(); }
-  /// The routes that have been requested.
-  const intent::ResolvedRoutes& GetRoutes() const { return m_routes; }
+  /// Begins to carry out a plan that is from GetRoutes() to other routes. Its requests are made by
+  /// Continue: first what has to be removed, then what has to be added.
+  void Begin(std::shared_ptr<const intent::RoutePlan> plan);
+  /// Makes at most `most` of the plan's requests. Returns how many it has made: fewer than `most` when
+  /// the plan is carried out.
+  std::size_t Continue(std::size_t most);
+  /// Forgets which routes have been requested: the stack has lost them all. A plan that has begun is
+  /// forgotten as well.
+  void Forget();
+  /// The routes that have been requested; while a plan is being carried out, those from before it.
+  /// Never null.
+  const intent::SharedRoutes& GetRoutes() const { return m_routes; }
 
  private:
-  intent::ResolvedRoutes m_routes;
+  intent::SharedRoutes m_routes = std::make_shared<const intent::ResolvedRoutes>();
+  std::shared_ptr<const intent::RoutePlan> m_plan;  // null if none is being carried out
+  std::size_t m_removed = 0;                        // of the plan
+  std::size_t m_added = 0;                          // so too
 };
 
 }  // namespace apply

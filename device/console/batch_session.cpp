@@ -47,7 +47,10 @@ void BatchSession::Ready() {
 }
 
 int BatchSession::GetExitStatus() const {
-  return HadUsage() ? program::EXIT_USAGE : program::EXIT_DONE;
+  if (HadUsage()) {
+    return program::EXIT_USAGE;
+  }
+  return HadFaults() ? program::EXIT_FAILED : program::EXIT_DONE;
 }
 
 }  // namespace console

@@ -32,7 +32,7 @@ struct Dispatcher::Call {
   const std::shared_ptr<RunningCommand>& command;
   const char* pattern = nullptr;  // the form of the command
   Reply reply = {};
-  bool hasConsole = false;  // which will end the command
+  bool goesOn = false;  // and something else will end the command: a console, a reload, a check
 
   void Write(const std::string& text) const { command->Write(text); }
   Words After(std::size_t count) const {
@@ -65,6 +65,8 @@ const Dispatcher::Entry Dispatcher::ENTRIES[] = {
     {"show <command>", &Dispatcher::ListShown, "The same as the command alone", false},
     {"vrf <vid>", &Dispatcher::ChooseVlan, "Choose the VLAN that commands are about", false},
     {"reload", &Dispatcher::Reload, "Read the configuration folder again", false},
+    {"check [strict]", &Dispatcher::Check, "Find what is wrong in the folder; change nothing",
+     false},
     {"lab [help|?]", &Dispatcher::ListLab, nullptr, false},
     {"lab [<word> ...]", &Dispatcher::RunLab, "Make things happen to the device; alone, lists how",
      false},
@@ -141,6 +143,20 @@ std::string Joined(const Words& words) {
   return text;
 }
 
+// For a command that ends when the folder has been judged. `praise` is printed if it has passed.
+apply::Asker AskerOf(const std::shared_ptr<RunningCommand>& command,
+                     const std::string& praise = {}) {
+  return {[command](const std::string& line) { command->Tell(line); },
+          [command, praise](bool hasPassed) {
+            if (!hasPassed) {
+              command->Fail();
+            } else if (!praise.empty()) {
+              command->Tell(praise);
+            }
+            command->End();
+          }};
+}
+
 // Runs `handler` with a console of its own and with words that it may change.
 template <class Handler>
 void WithConsole(const std::shared_ptr<RunningCommand>& command, Words words, Handler handler) {
@@ -166,8 +182,7 @@ void Walk(DcConsoleCommand* command, int argc, char** argv) {
 
 }  // namespace
 
-Dispatcher::Dispatcher(std::function<void(program::Report)> reload, Lab& lab)
-    : m_reload(std::move(reload)), m_lab(lab) {}
+Dispatcher::Dispatcher(FolderCommands folder, Lab& lab) : m_folder(std::move(folder)), m_lab(lab) {}
 
 Words Dispatcher::Split(const std::string& line) {
   std::istringstream stream(line);
@@ -184,7 +199,7 @@ Reply Dispatcher::Execute(const std::string& line,
   } else if (!call.words.empty()) {
     Run(call);
   }
-  if (!call.hasConsole) {
+  if (!call.goesOn) {
     command->End();
   }
   return call.reply;
@@ -294,13 +309,23 @@ bool Dispatcher::TakeVlan(Call& call, const std::string& word, unsigned short& v
 
 void Dispatcher::ChooseVlan(Call& call) const { TakeVlan(call, call.words[1], call.reply.vlan); }
 
+// A session that sees the log has the findings there.
 void Dispatcher::Reload(Call& call) const {
-  program::Report asker;
-  if (!call.command->SeesLog()) {
-    asker = [command = call.command](const std::string& line) { command->Complain(line); };
+  apply::Asker asker = AskerOf(call.command);
+  if (call.command->SeesLog()) {
+    asker.report = nullptr;
   }
-  m_reload(std::move(asker));
+  call.goesOn = true;
   call.reply.hasChanged = true;
+  m_folder.reload(std::move(asker));
+}
+
+void Dispatcher::Check(Call& call) const {
+  const bool isStrict = call.words.size() > 1;
+  call.goesOn = true;
+  m_folder.check(AskerOf(call.command, isStrict ? "The folder has no errors and no warnings\n"
+                                                : "The folder has no errors\n"),
+                 isStrict);
 }
 
 void Dispatcher::ListTree(Call& call) const {
@@ -317,7 +342,7 @@ void Dispatcher::RunTree(Call& call) const {
     Misunderstand(call, 1);
     return;
   }
-  call.hasConsole = true;
+  call.goesOn = true;
   WithConsole(call.command, call.After(1), [&](DcConsole* console, int argc, char** argv) {
     found->second.handler(nullptr, console, argc, argv);
   });
@@ -331,7 +356,7 @@ void Dispatcher::ListTables(Call& call) const {
 
 void Dispatcher::ShowTable(Call& call) const {
   const bool ip6 = call.words.size() > 2 && call.words[2] == "ipv6";
-  call.hasConsole = true;
+  call.goesOn = true;
   WithConsole(
       call.command, call.After(ip6 ? 3 : 2), [&](DcConsole* console, int argc, char** argv) {
         const int family = ip6 ? Tarsel::DcRtmMgr::PROTO_IPV6 : Tarsel::DcRtmMgr::PROTO_IPV4;
@@ -353,7 +378,7 @@ void Dispatcher::ShowInterfaces(Call& call) const {
   if (call.words.size() > 1 && !TakeVlan(call, call.words[2], vlan)) {
     return;
   }
-  call.hasConsole = true;
+  call.goesOn = true;
   WithConsole(call.command, {}, [&](DcConsole* console, int argc, char** argv) {
     Walk(new Tarsel::DcInterfaceConsoleCommand(console, vlan, ip6), argc, argv);
   });

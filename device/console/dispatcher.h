@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "device/program/report.h"
+#include "device/apply/asker.h"
 #include "lab.h"
 #include "running_command.h"
 
@@ -20,15 +20,20 @@ struct Reply {
   bool isQuit = false;
 };
 
+/// What the host does for commands about the configuration folder. Each ends with the asker's `end`.
+struct FolderCommands {
+  std::function<void(apply::Asker asker)> reload;
+  std::function<void(apply::Asker asker, bool isStrict)> check;
+};
+
 /// The operator's commands. One list of forms (form.h) says which words the host takes; help,
 /// completion, "Possible: ..." and usage texts follow from it. A word that fits no form is refused
 /// and named, also after a complete command. After `ip` and `ip6` come the words of the library's
 /// registries, whose handlers take the rest; after `lab` come those of the lab.
 class Dispatcher {
  public:
-  /// `reload` carries out the command of that name and reports its complaints to the asker, if one
-  /// is given. `lab` is borrowed.
-  Dispatcher(std::function<void(program::Report asker)> reload, Lab& lab);
+  /// `lab` is borrowed.
+  Dispatcher(FolderCommands folder, Lab& lab);
 
   /// Carries out a line. All output goes to `command`, which ends when the line has been carried
   /// out; for an empty line it ends at once.
@@ -57,6 +62,7 @@ class Dispatcher {
   void Quit(Call& call) const;
   void ChooseVlan(Call& call) const;
   void Reload(Call& call) const;
+  void Check(Call& call) const;
   void ListTree(Call& call) const;
   void RunTree(Call& call) const;
   void ListTables(Call& call) const;
@@ -66,7 +72,7 @@ class Dispatcher {
   void ListLab(Call& call) const;
   void RunLab(Call& call) const;
 
-  std::function<void(program::Report)> m_reload;
+  const FolderCommands m_folder;
   Lab& m_lab;
 };
 

@@ -28,10 +28,7 @@ void RunningCommand::Hand(const std::string& text) const {
   }
 }
 
-void RunningCommand::Complain(const std::string& line) {
-  m_isRefused = true;
-  Hand(line);
-}
+void RunningCommand::Tell(const std::string& line) { Hand(line); }
 
 void RunningCommand::End() {
   const Over over = std::exchange(m_over, nullptr);
@@ -53,6 +50,9 @@ void RunningCommand::Detach() {
 Result RunningCommand::GetResult() const {
   if (m_isMisunderstood || m_begin == USAGE) {
     return Result::USAGE;
+  }
+  if (m_isFaulty) {
+    return Result::FAULTY;
   }
   return m_isRefused ? Result::REFUSED : Result::DONE;
 }

@@ -11,11 +11,12 @@ namespace console {
 enum class Result {
   DONE,
   REFUSED,  // understood, but it cannot be done
+  FAULTY,   // a reload or a check: the folder has not passed
   USAGE,    // a word was not understood
 };
 
 /// Shared by the session that waits for the command, the dispatcher, the console that the library
-/// prints to, and a reload that may complain later. It may outlive its session: a walk that has
+/// prints to, and a reload that may have something to say later. It may outlive its session: a walk that has
 /// begun runs to its end. Each operation names its one caller. Not for several threads.
 class RunningCommand {
  public:
@@ -43,12 +44,14 @@ class RunningCommand {
   /// The command was understood, but it cannot be done. By the dispatcher, or by the session when
   /// the command has thrown.
   void Refuse() { m_isRefused = true; }
-  /// Writes one line of complaint. The command is refused then, even if it is over already and only
-  /// its effect is awaited. By the reload.
-  void Complain(const std::string& line);
+  /// The folder has not passed. By the reload or the check.
+  void Fail() { m_isFaulty = true; }
+  /// Writes one line of a reload or a check, also after the end: of what cannot be used, or of what
+  /// the library says to it. By the reload or the check.
+  void Tell(const std::string& line);
 
-  /// The command is over. By the dispatcher when no console was needed, else by the console. Only
-  /// the first call counts.
+  /// The command is over. By the dispatcher when nothing goes on after it, else by the console, the
+  /// reload or the check. Only the first call counts.
   void End();
   bool IsOver() const { return m_isOver; }
 
@@ -60,11 +63,10 @@ class RunningCommand {
   /// from inside a Take or an Over.
   void Detach();
 
-  /// Call it when the command is over; a later complaint may still change DONE into REFUSED. The
-  /// library's handlers return nothing and print a usage text if they do not understand a word. So
+  /// Call it when the command is over. The library's handlers return nothing and print a usage text if they do not understand a word. So
   /// the rule, also for the host's own commands, is: a command that has misunderstood a word, or
-  /// whose output begins with "Usage: ", is USAGE, even if it was refused as well. Complaints do
-  /// not count as output here.
+  /// whose output begins with "Usage: ", is USAGE, even if it was refused as well. What Tell
+  /// writes does not count as output here.
   Result GetResult() const;
 
  private:
@@ -77,6 +79,7 @@ class RunningCommand {
   std::string m_begin;  // of the output, as much as tells a usage text
   bool m_isMisunderstood = false;
   bool m_isRefused = false;
+  bool m_isFaulty = false;
   bool m_isOver = false;
   bool m_hasLostConsole = false;
 };

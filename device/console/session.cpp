@@ -63,6 +63,7 @@ bool Session::Interrupt() {
 void Session::Over() {
   Flush();
   m_hadUsage |= GetResult() == Result::USAGE;
+  m_hadFaults |= GetResult() == Result::FAULTY;
   if (m_hasLeft) {
     return;
   }

@@ -66,8 +66,9 @@ class Session {
   /// The result of the last line, by the rule of RunningCommand; DONE before the first.
   Result GetResult() const { return m_command ? m_command->GetResult() : Result::DONE; }
   bool HasSettled() const { return m_hasSettled; }
-  /// Whether a line of this session was USAGE.
+  /// Whether a line of this session was USAGE, or FAULTY.
   bool HadUsage() const { return m_hadUsage; }
+  bool HadFaults() const { return m_hadFaults; }
 
  private:
   void Over();
@@ -80,6 +81,7 @@ class Session {
   std::shared_ptr<RunningCommand> m_command;
   Reply m_reply;
   bool m_hadUsage = false;
+  bool m_hadFaults = false;
   bool m_hasSettled = true;
   bool m_isBusy = false;       // a line is being carried out, or its effect is awaited
   bool m_isImpatient = false;  // the operator has interrupted the line

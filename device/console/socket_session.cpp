@@ -87,6 +87,7 @@ wire::Code SocketSession::GetCode() const {
     case Result::USAGE:
       return wire::Code::USAGE;
     case Result::REFUSED:
+    case Result::FAULTY:
       return wire::Code::REFUSED;
     case Result::DONE:
       break;

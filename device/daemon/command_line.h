@@ -10,10 +10,13 @@
 namespace vantacored {
 
 struct CommandLine {
-  std::string configDirectory;
-  std::string socketPath;  // empty: none
+  std::string configDirectory;  // empty if a folder is only to be checked
+  std::string checkDirectory;   // the folder that is only to be checked; empty: none
+  bool isStrict = false;        // a warning fails the check, too
+  std::string socketPath;       // empty: none
   int logLevel = 1;
   bool isDaemon = false;
+  bool isPartial = false;  // what cannot be used of the folder is left out
   unsigned tickMicroseconds = 1000;
 };
 

@@ -5,23 +5,23 @@
 // created on first use and stay until the process ends, so they must not be called once the parts go.
 //
 // Start-up follows the order that the library asks for: the router manager, its initialisation, which
-// starts the stack, the descriptors, the interfaces, the documents, the routes, and then the loop.
-// Requests that are made before the loop runs wait: the stack answers from its scheduler only.
+// starts the stack, the descriptors, the interfaces, the documents, the routes. It runs in the loop:
+// the initialisation needs what the configuration folder says, and reading that takes its time.
+// Sessions begin when everything has been requested.
 #include "daemon.h"
 
 #include <unistd.h>
 #include <uv.h>
 
-#include <cerrno>
 #include <csignal>
-#include <cstdio>
-#include <cstring>
+#include <utility>
 
 #include "asker_log.h"
 #include "device/base/trace_control.h"
 #include "device/console/batch_session.h"
 #include "device/console/terminal_session.h"
-#include "device/program/printable.h"
+#include "device/documents/members.h"
+#include "device/loop/disposal.h"
 #include "device/stack/facts.h"
 #include "hang_up.h"
 #include "tarsel/trace.h"
@@ -46,53 +46,81 @@ Daemon::Daemon(const CommandLine& line)
       m_timers(m_loop.Get()),
       m_stack(NowMilliseconds),
       m_descriptors(m_loop.Get()),
-      m_folder(line.configDirectory, Log),
       m_answers(m_loop.Get(), RequestActivity()),
-      m_reloader(m_folder, m_interfaces, m_answers,
-                 {Log, HearWhile, [this] { m_afterReload.Post([this] { TellLongestTurn(); }); }}),
+      m_reloader(m_loop.Get(),
+                 {line.configDirectory, {documents::DeclaredProtocols(), line.isPartial}},
+                 m_interfaces, m_answers,
+                 {Log, HearWhile, [this](const std::function<void()>& work) { m_loop.Apart(work); },
+                  [this] {
+                    m_memory.Expect();
+                    m_afterReload.Post([this] { TellLongestTurn(); });
+                  }}),
       m_settled(m_loop.Get(), AllActivity()),
       m_lab(m_stack.GetControl(), m_interfaces, line.tickMicroseconds, [this] { BringBack(); }),
-      m_dispatcher([this](program::Report asker) { m_reloader.Reload(std::move(asker)); }, m_lab),
+      m_dispatcher({[this](apply::Asker asker) { m_reloader.Reload(std::move(asker)); },
+                    [this](apply::Asker asker, bool isStrict) {
+                      m_reloader.Check(std::move(asker), isStrict);
+                    }},
+                   m_lab),
       m_reload(m_loop.Get()),
-      m_afterReload(m_loop.Get()) {}
+      m_afterReload(m_loop.Get()),
+      m_memory(m_loop.Get(), AllActivity(),
+               [this] { m_givingBack.Start(loop::GiveBackFreeMemory, [](const auto&) {}); }),
+      m_givingBack(m_loop.Get()) {}
 
 Daemon::~Daemon() = default;
 
 int Daemon::Run() {
-  if (access((m_line.configDirectory + "/").c_str(), R_OK | X_OK) != 0) {
-    const int problem = errno;
-    std::fprintf(stderr, "%s: %s\n", program::PrintableLines(m_line.configDirectory).c_str(),
-                 std::strerror(problem));
-    return program::EXIT_FAILED;
-  }
   WatchSignals();
   if (!m_line.socketPath.empty()) {
     m_server = OpenSocket();
   }
-  StartUp();
-  if (m_server) {
-    m_server->Start();
-  }
-  if (!m_line.isDaemon) {
-    StartSession();
-  }
+  PrepareLibrary();
+  m_reloader.Start(
+      [this](bool isTaken) {
+        if (isTaken) {
+          InitializeLibrary();
+        } else {
+          Stop(program::EXIT_FAILED);
+        }
+      },
+      [this] { Serve(); });
   uv_run(m_loop.Get(), UV_RUN_DEFAULT);
   m_session.reset();
   m_server.reset();
+  if (m_problem) {
+    std::rethrow_exception(m_problem);
+  }
   return m_status;
 }
 
-void Daemon::StartUp() {
+void Daemon::PrepareLibrary() {
   Tarsel::SetTraceLevel(m_line.logLevel);
   Tarsel::TimerLoop::SetTickMicroseconds(m_line.tickMicroseconds);
   Tarsel::TimerLoop::SetCurrent(&m_timers);
   m_stack.MakeCurrent();
+}
 
-  m_reloader.Read();
+void Daemon::InitializeLibrary() {
   Tarsel::DcRouterMgr* manager = Tarsel::DcRouterMgr::GetInstance();
-  manager->Initialize(m_reloader.GetIntent().device.defaultVlan, &m_interfaces);
+  manager->Initialize(m_reloader.GetIntent().GetDevice().defaultVlan, &m_interfaces);
   manager->SckInterfaceInitialize(&m_descriptors);
-  m_reloader.Start();
+}
+
+// A device that nobody can reach does not go on.
+void Daemon::Serve() {
+  m_memory.Expect();
+  try {
+    if (m_server) {
+      m_server->Start();
+    }
+    if (!m_line.isDaemon) {
+      StartSession();
+    }
+  } catch (const std::exception&) {
+    m_problem = std::current_exception();
+    Stop(program::EXIT_FAILED);
+  }
 }
 
 // Before anything that takes its time: a signal that comes meanwhile waits for the loop.
@@ -118,7 +146,7 @@ void Daemon::WatchSignals() {
 void Daemon::StartSession() {
   const console::SessionContext context{m_loop.Get(), m_dispatcher, m_settled,
                                         [this](int status) { Stop(status); }};
-  const unsigned short vlan = m_reloader.GetIntent().device.defaultVlan;
+  const unsigned short vlan = m_reloader.GetIntent().GetDevice().defaultVlan;
   if (isatty(STDIN_FILENO)) {
     m_session = std::make_unique<console::TerminalSession>(context, vlan);
   } else {
@@ -131,7 +159,7 @@ std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket() {
   console::ConsoleServer::Context context{
       m_dispatcher,
       [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), AllActivity()); },
-      [this] { return m_reloader.GetIntent().device.defaultVlan; }};
+      [this] { return m_reloader.GetIntent().GetDevice().defaultVlan; }};
   return std::make_unique<console::ConsoleServer>(
       m_loop.Get(), m_line.socketPath, std::move(context), console::ConsoleServer::Limits{});
 }
@@ -165,6 +193,8 @@ void Daemon::BringBack() {
 void Daemon::TellLongestTurn() {
   Tarsel::TRACE(5, "The longest turn of the event loop took %llu us of processor time\n",
                 static_cast<unsigned long long>(m_loop.TakeLongestTurn()));
+  Tarsel::TRACE(5, "Beside its turns, one document took the library %llu us of processor time\n",
+                static_cast<unsigned long long>(m_loop.TakeLongestApart()));
 }
 
 void Daemon::Stop(int status) {

@@ -2,6 +2,7 @@
 #ifndef DEVICE_DAEMON_DAEMON_H
 #define DEVICE_DAEMON_DAEMON_H
 
+#include <exception>
 #include <memory>
 #include <vector>
 
@@ -13,9 +14,10 @@
 #include "device/console/dispatcher.h"
 #include "device/console/lab.h"
 #include "device/console/session.h"
-#include "device/documents/config_folder.h"
 #include "device/loop/loop.h"
+#include "device/loop/memory_return.h"
 #include "device/loop/settled_wait.h"
+#include "device/loop/work.h"
 #include "device/stack/routing_stack.h"
 #include "log_writer.h"
 #include "stack_descriptors.h"
@@ -26,6 +28,7 @@ namespace vantacored {
 /// never destroyed.
 class Daemon {
  public:
+  /// `line` names a configuration folder that can be opened (CanOpenFolder).
   explicit Daemon(const CommandLine& line);
   ~Daemon();
 
@@ -34,7 +37,9 @@ class Daemon {
   int Run();
 
  private:
-  void StartUp();
+  void PrepareLibrary();
+  void InitializeLibrary();
+  void Serve();
   void WatchSignals();
   void StartSession();
   std::unique_ptr<console::ConsoleServer> OpenSocket();
@@ -51,7 +56,6 @@ class Daemon {
   routing_stack::RoutingStack m_stack;
   apply::Interfaces m_interfaces;
   StackDescriptors m_descriptors;
-  documents::ConfigFolder m_folder;
   loop::SettledWait m_answers;  // the reloader's
   apply::Reloader m_reloader;
   loop::SettledWait m_settled;  // the session's
@@ -62,7 +66,10 @@ class Daemon {
   std::vector<std::unique_ptr<loop::Signal>> m_signals;
   loop::Task m_reload;
   loop::Task m_afterReload;
+  loop::MemoryReturn m_memory;
+  loop::Work m_givingBack;
   int m_status = program::EXIT_DONE;
+  std::exception_ptr m_problem;  // that ended the start
 };
 
 }  // namespace vantacored

@@ -2,61 +2,58 @@
 #ifndef DEVICE_DOCUMENTS_CONFIG_FOLDER_H
 #define DEVICE_DOCUMENTS_CONFIG_FOLDER_H
 
-#include <memory>
 #include <string>
-#include <vector>
 
-#include "device.h"
-#include "device/program/report.h"
-#include "redistribution_reader.h"
-#include "route.h"
-#include "tarsel/options.h"
-#include "vantacore/dcl_config_object.h"
-#include "vlan_document.h"
+#include "document_shapes.h"
+#include "findings.h"
+#include "folder.h"
+#include "members.h"
 
 namespace documents {
 
-/// One configuration document as it was last read.
-struct ConfigFile {
-  std::string name;  // relative to the folder: what the library knows the document as
-  Tarsel::DclConfigObject::OptionType type = Tarsel::DclConfigObject::VLAN_OPTIONS;
-  Tarsel::Options document;
-  VlanIds vlans;
-  RouteSet routes;
-  Profiles profiles;
-  ProtocolSets protocols;
+/// The result of one reading.
+struct Reading {
+  Folder folder;
+  /// All of the folder's, also those of files that have not changed. If there are errors, the
+  /// folder must not be applied, unless it was read partially.
+  Findings findings;
+  /// Whether the folder says the same as the one before: no file has changed, come or gone.
+  bool isUnchanged = false;
 };
 
-/// The VLAN document first, then the remote ones in the order of their names.
-using ConfigFiles = std::vector<std::shared_ptr<const ConfigFile>>;
+constexpr std::size_t MAX_FOLDER_FILES = 4096;
+constexpr std::size_t MAX_FOLDER_BYTES = 512u << 20;
 
-/// The result of one reading of the folder.
-struct Folder {
-  Device device;
-  ConfigFiles files;
-};
-
-/// Reads the folder. It keeps nothing of what it has read.
+/// Reads and checks the folder. It keeps nothing of what it has read. It may be used in any thread,
+/// by one at a time, and calls neither the library nor the log.
 class ConfigFolder {
  public:
-  /// `report` is called for every file and member that cannot be used.
-  ConfigFolder(std::string directory, program::Report report);
+  struct Options {
+    /// What the protocol routers have declared.
+    Protocols protocols{nullptr, 0};
+    /// Leaves out what cannot be used, the smallest part of it, and keeps of a file that cannot be
+    /// read what was in force.
+    bool isPartial = false;
+  };
 
-  /// Returns what the folder says now. A file that cannot be used is reported, and the result keeps
-  /// what `before` has of it: a slip of the pen must not tear down a network. The same holds for
-  /// device.json and vlans.json if they are missing, and for every file if the folder is missing. A
-  /// file that is no longer in remote/ is not in the result.
-  Folder Read(const Folder& before) const;
+  ConfigFolder(std::string directory, const Options& options);
+
+  /// Reads the folder for a device that has not started. A missing device.json stands for
+  /// {"default_vlan": 1}, and a missing vlans.json for one without VLANs, each with a warning.
+  Reading ReadFirst() const { return Read(nullptr); }
+
+  /// Reads the folder again. A file that has not changed since `inForce` was read is not read but
+  /// taken from it. A file that `inForce` has and that is missing is an error, except in remote/,
+  /// whose listing is configuration. A folder that changes while it is read is read again.
+  Reading ReadAgain(const Folder& inForce) const { return Read(&inForce); }
 
  private:
-  Device ReadDevice(const Device& before) const;
-  void ReadConfig(const std::string& name, Tarsel::DclConfigObject::OptionType type,
-                  const ConfigFiles& before, ConfigFiles& files) const;
-  bool IsPrintable(const std::string& name) const;
-  std::vector<std::string> ListRemotes(const ConfigFiles& before) const;
+  Reading Read(const Folder* inForce) const;
+  static void Conclude(const Folder* inForce, Reading& reading);
 
   const std::string m_directory;
-  const program::Report m_report;
+  const VlanShapes m_shapes;
+  const bool m_isPartial;
 };
 
 }  // namespace documents

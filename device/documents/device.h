@@ -44,14 +44,12 @@ struct Interface {
 
 using Interfaces = std::map<InterfaceKey, Interface>;
 
-/// Where an interface and its addresses are in the document: the i-th IPv6 address is the element
-/// `ip6[i]` of the member "ipv6".
+/// Where an interface and its addresses are in the document: the i-th origin of `ip6` is that of the
+/// i-th IPv6 address.
 struct InterfaceOrigin {
   Place place;
-  std::vector<std::uint32_t> ip6;
-
-  Place Ip4() const { return place.Member("ipv4"); }
-  Place Ip6(std::size_t i) const { return place.Member("ipv6").Element(ip6.at(i)); }
+  Place ip4;
+  std::vector<Place> ip6;
 };
 
 struct Device {

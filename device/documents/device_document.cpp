@@ -1,203 +1,256 @@
 #include "device_document.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
+#include <map>
 #include <set>
+#include <utility>
+#include <vector>
 
-#include "device/program/decimal.h"
 #include "device/program/printable.h"
-#include "json_members.h"
-#include "vantacore/config_parser.h"
+#include "document_shapes.h"
+#include "json_tree.h"
+#include "shape_reader.h"
+#include "text_positions.h"
 
 namespace documents {
 
-using program::Quote;
-
 namespace {
 
-constexpr std::uint32_t MAX_VLAN = 0x7FFF;  // the bit above tells a VLAN's IPv6 instance
-constexpr std::uint32_t MAX_INDEX = 0x7FFFFFFF;
-constexpr std::uint32_t MIN_MTU = 68;
-constexpr std::uint32_t MAX_MTU = 65535;
-constexpr std::size_t MAX_NAME = 64;
+// DcInterfaceMgr::AddInterface's bits, in the order of the declared words.
+constexpr std::uint32_t FLAG_BITS[] = {1, 2, 4, 8, 16, 32};
 
-struct Flag {
-  const char* name;
-  std::uint32_t bit;
-};
+// What the device may take, so that a document with all that belongs to it takes at most eight
+// times its bytes and 64 MB. Then about what an interface and an IPv6 address need, each with its
+// origin.
+constexpr std::size_t DEVICE_BYTES = 40u << 20;
+constexpr std::size_t DEVICE_BYTES_PER_BYTE = 5;
+constexpr std::size_t INTERFACE_BYTES = 640;
+constexpr std::size_t ADDRESS_BYTES = 320;
 
-constexpr Flag FLAGS[] = {{"mpls-tunnel", 1}, {"loopback", 2},   {"point-to-point", 4},
-                          {"broadcast", 8},   {"multicast", 16}, {"unnumbered", 32}};
+bool Is(const Member& member, const char* name) { return std::strcmp(member.name, name) == 0; }
 
-bool SplitPrefix(const std::string& text, std::uint32_t maximum, std::string& address,
-                 std::uint32_t& length) {
-  const std::size_t slash = text.find('/');
-  address = text.substr(0, slash);
-  const bool isWhole = address.find('\0') == std::string::npos;  // as a C text too
-  if (!isWhole || slash == std::string::npos) {
-    return false;
-  }
-  const auto number = program::ReadDecimal(text.substr(slash + 1), 0, maximum);
-  length = number.value_or(0);
-  return number.has_value();
+Tarsel::Ip4Addr Ip4Of(const Value& value) { return Tarsel::Ip4Addr::FromBytes(&value.address[0]); }
+
+Ip4Network NetworkOf(const Value& value) {
+  return {Ip4Of(value), Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[value.number])};
 }
 
-bool IsName(const std::string& name) {
-  return !name.empty() && name.size() <= MAX_NAME &&
-         std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isgraph(c); });
+// Not Ip6Prefix::FromString, which clears the host bits: they are the interface's own address.
+Tarsel::Ip6Prefix PrefixOf(const Value& value) {
+  return {Tarsel::Ip6Addr::FromBytes(&value.address[0]), value.number};
 }
 
-class Reader {
+class Builder : public ShapeVisitor {
  public:
-  Reader(const std::string& file, const program::Report& report) : m_file(file), m_report(report) {}
+  /// `size` is that of the document's text.
+  Builder(std::size_t size, const std::string& name, DeviceFile& file, DocumentFindings& findings)
+      : m_mostBytes(DEVICE_BYTES + DEVICE_BYTES_PER_BYTE * size),
+        m_name(name),
+        m_device(file.device),
+        m_findings(findings) {}
 
-  Device Read(const Json::Value& document) {
-    JsonMembers root(document, m_file, m_report);
-    std::uint32_t vlan = 0;
-    if (root.Number("default_vlan", 0, MAX_VLAN, vlan, JsonMembers::REQUIRED)) {
-      m_result.defaultVlan = static_cast<unsigned short>(vlan);
+  void SetReader(const ShapeReader& reader) { m_reader = &reader; }
+
+  void BeginObject(const Member&, std::string_view, std::size_t) override { m_draft = Draft(); }
+
+  void EndObject(const Member&, const Outcome& outcome) override {
+    if (outcome.isComplete && HasRoom(INTERFACE_BYTES, outcome.offset)) {
+      AddInterface(outcome.offset);
     }
-    if (const Json::Value* interfaces = root.Array("interfaces")) {
-      for (Json::ArrayIndex i = 0; i < interfaces->size(); ++i) {
-        ReadInterface((*interfaces)[i], root.PlaceOf("interfaces").Element(i));
-      }
+  }
+
+  // Lists are told apart by their elements.
+  void BeginList(const Member&, bool, std::size_t) override {}
+  void EndList(const Member&) override {}
+  JsonEvents& BeginAny(const Member&) override { return m_nothing; }
+
+  void Take(const Member& member, const Scalar& scalar, const Value& value,
+            std::size_t offset) override {
+    switch (member.kind) {
+      case Kind::WORD:
+        m_draft.interface.flags |= FLAG_BITS[value.number];
+        break;
+      case Kind::INTERFACE_NAME:
+        m_draft.interface.name = scalar.text;
+        m_draft.nameOffset = offset;
+        break;
+      case Kind::FLAG:
+        (Is(member, "up") ? m_draft.interface.up : m_draft.interface.joined) = value.flag;
+        break;
+      case Kind::NUMBER:
+        TakeNumber(member, value.number, offset);
+        break;
+      case Kind::IP4_PREFIX:
+        m_draft.interface.ip4 = NetworkOf(value);
+        m_draft.ip4 = {offset, m_reader->ValuePath()};
+        break;
+      case Kind::IP6_PREFIX:
+        TakeAddress6(value, offset);
+        break;
+      default:
+        TakePrimary(static_cast<unsigned short>(value.number),
+                    {{offset, m_reader->ValuePath()}, std::string(scalar.text)});
     }
-    if (const Json::Value* primaries = root.Object("primary_interfaces")) {
-      ReadPrimaries(*primaries, root.PlaceOf("primary_interfaces"));
-    }
-    root.ReportOthers();
-    return std::move(m_result);
+  }
+
+  void Finish(std::string_view text) {
+    JudgePrimaries();
+    PlaceOrigins(text);
   }
 
  private:
-  void Complain(const Place& place, const std::string& problem) {
-    m_report(place.Text() + ": " + problem);
-  }
-
-  void ReadInterface(const Json::Value& value, const Place& place) {
-    if (!value.isObject()) {
-      Complain(place, "expected an object, found " + Describe(value));
-      return;
-    }
-    JsonMembers members(value, place, m_report);
+  /// Where something is, until positions are known.
+  struct At {
+    std::size_t offset = 0;
+    std::string path;
+  };
+  /// An interface whose members are being read.
+  struct Draft {
     Interface interface;
-    InterfaceOrigin origin{place, {}};
     std::uint32_t vlan = 0;
     std::uint32_t index = 0;
-    const bool named = members.Text("name", interface.name, JsonMembers::REQUIRED);
-    const bool placed = members.Number("vlan", 0, MAX_VLAN, vlan, JsonMembers::REQUIRED);
-    const bool numbered = members.Number("index", 1, MAX_INDEX, index, JsonMembers::REQUIRED);
-    ReadOptional(members, interface, origin);
-    members.ReportOthers();
-    if (!named || !placed || !numbered) {
+    std::size_t indexOffset = 0;
+    std::size_t nameOffset = 0;
+    At ip4;
+    std::vector<At> ip6;
+    std::set<Tarsel::Ip6Prefix, Ip6PrefixOrder> addresses;
+  };
+  struct Primary {
+    At at;
+    std::string interface;
+  };
+  struct Origin {
+    InterfaceKey key;
+    At interface;
+    At ip4;
+    std::vector<At> ip6;
+  };
+
+  // Documents of few letters take many times their size. What would take too much is not kept.
+  bool HasRoom(std::size_t bytes, std::size_t offset) {
+    m_bytes += bytes;
+    if (m_bytes > m_mostBytes && !m_hasToldRoom) {
+      m_hasToldRoom = true;
+      m_findings.Add(Severity::ERROR, offset, {},
+                     "too much for the memory of a document, expected at most " +
+                         std::to_string(m_mostBytes >> 20) + " MiB, found more");
+    }
+    return m_bytes <= m_mostBytes;
+  }
+
+  void TakeNumber(const Member& member, std::uint32_t number, std::size_t offset) {
+    if (Is(member, "default_vlan")) {
+      m_device.defaultVlan = static_cast<unsigned short>(number);
+    } else if (Is(member, "mtu")) {
+      m_draft.interface.mtu = number;
+    } else if (Is(member, "vlan")) {
+      m_draft.vlan = number;
+    } else {
+      m_draft.index = number;
+      m_draft.indexOffset = offset;
+    }
+  }
+
+  // The length is not part of an address's identity.
+  void TakeAddress6(const Value& value, std::size_t offset) {
+    if (!HasRoom(ADDRESS_BYTES, offset)) {
       return;
     }
-    if (!IsName(interface.name)) {
-      Complain(
-          place.Member("name"),
-          "expected 1 to 64 printable characters without blanks, found " + Quote(interface.name));
+    const Tarsel::Ip6Prefix prefix = PrefixOf(value);
+    if (!m_draft.addresses.insert(Tarsel::Ip6Prefix(prefix.GetAddress(), 0)).second) {
+      m_findings.Add(Severity::ERROR, offset, m_reader->ValuePath(),
+                     "an address that the interface has already, expected another, found " +
+                         program::Quote(prefix.GetAddress().ToString().c_str()));
       return;
     }
-    Add({static_cast<unsigned short>(vlan), index}, std::move(interface), std::move(origin));
+    m_draft.interface.ip6.push_back(prefix);
+    m_draft.ip6.push_back({offset, m_reader->ValuePath()});
   }
 
   // Routes name their interface by VLAN and name, the stack by VLAN and index: each pair once.
-  void Add(const InterfaceKey& key, Interface interface, InterfaceOrigin origin) {
-    const std::string vlan = std::to_string(key.first);
-    if (m_result.interfaces.count(key)) {
-      Complain(origin.place, "VLAN " + vlan + " has another interface with index " +
-                                 std::to_string(key.second) + ", which stays");
-    } else if (!m_names.insert({key.first, interface.name}).second) {
-      Complain(origin.place,
-               "VLAN " + vlan + " has another interface " + interface.name + ", which stays");
-    } else {
-      m_result.interfaces.emplace(key, std::move(interface));
-      m_result.origins.emplace(key, std::move(origin));
+  void AddInterface(std::size_t offset) {
+    const InterfaceKey key(static_cast<unsigned short>(m_draft.vlan), m_draft.index);
+    const std::string vlan = "VLAN " + std::to_string(key.first);
+    const bool isKeyNew = m_device.interfaces.count(key) == 0;
+    const bool isNameNew = m_names.count({key.first, m_draft.interface.name}) == 0;
+    if (!isKeyNew) {
+      m_findings.Add(Severity::ERROR, m_draft.indexOffset, MemberPath(m_reader->Path(), "index"),
+                     "an index that stands twice, expected one interface of " + vlan +
+                         " with it, found " + std::to_string(key.second) + " again");
+    }
+    if (!isNameNew) {
+      m_findings.Add(Severity::ERROR, m_draft.nameOffset, MemberPath(m_reader->Path(), "name"),
+                     "a name that stands twice, expected one interface of " + vlan +
+                         " with it, found " + program::Quote(m_draft.interface.name) + " again");
+    }
+    if (isKeyNew && isNameNew) {
+      m_names.insert({key.first, m_draft.interface.name});
+      m_device.interfaces.emplace(key, std::move(m_draft.interface));
+      m_origins.push_back(
+          {key, {offset, m_reader->Path()}, std::move(m_draft.ip4), std::move(m_draft.ip6)});
     }
   }
 
-  void ReadOptional(JsonMembers& members, Interface& interface, InterfaceOrigin& origin) {
-    members.Number("mtu", MIN_MTU, MAX_MTU, interface.mtu);
-    members.Bool("up", interface.up);
-    members.Bool("joined", interface.joined);
-    if (const Json::Value* flags = members.Array("flags")) {
-      for (Json::ArrayIndex i = 0; i < flags->size(); ++i) {
-        ReadFlag((*flags)[i], members.PlaceOf("flags").Element(i), interface);
-      }
+  // A name that stands twice in the same letters the reader finds. There can be millions.
+  void TakePrimary(unsigned short vlan, Primary primary) {
+    const auto [first, isNew] = m_primaries.try_emplace(vlan, std::move(primary));
+    if (!isNew && first->second.at.path != primary.at.path) {
+      m_findings.Add(Severity::ERROR, primary.at.offset, primary.at.path,
+                     "a VLAN that stands twice, expected one name for VLAN " +
+                         std::to_string(vlan) + ", found another, " +
+                         program::Quote(primary.interface));
     }
-    std::string address;
-    Ip4Network network;
-    if (members.Text("ipv4", address)) {
-      if (documents::ReadPrefix(address, network)) {
-        interface.ip4 = network;
+  }
+
+  // When all interfaces are known.
+  void JudgePrimaries() {
+    for (auto& [vlan, primary] : m_primaries) {
+      if (m_names.count({vlan, primary.interface}) != 0) {
+        m_device.primaries[vlan] = std::move(primary.interface);
       } else {
-        members.Complain("ipv4", "expected an IPv4 address/length, found " + Quote(address));
-      }
-    }
-    if (const Json::Value* prefixes = members.Array("ipv6")) {
-      std::set<Tarsel::Ip6Prefix, Ip6PrefixOrder> addresses;
-      for (Json::ArrayIndex i = 0; i < prefixes->size(); ++i) {
-        if (ReadPrefix((*prefixes)[i], members.PlaceOf("ipv6").Element(i), addresses, interface)) {
-          origin.ip6.push_back(i);
-        }
+        m_findings.Add(Severity::ERROR, primary.at.offset, primary.at.path,
+                       "not an interface of VLAN " + std::to_string(vlan) +
+                           ", expected the name of one, found " +
+                           program::Quote(primary.interface));
       }
     }
   }
 
-  void ReadFlag(const Json::Value& value, const Place& place, Interface& interface) {
-    for (const Flag& flag : FLAGS) {
-      if (value.isString() && value.asString() == flag.name) {
-        interface.flags |= flag.bit;
-        return;
+  void PlaceOrigins(std::string_view text) {
+    std::vector<std::pair<std::size_t, Place*>> places;
+    const auto add = [&](const At& at, Place& place) {
+      place = {m_name, {}, at.path};
+      places.emplace_back(at.offset, &place);
+    };
+    for (const Origin& origin : m_origins) {
+      InterfaceOrigin& result = m_device.origins[origin.key];
+      add(origin.interface, result.place);
+      add(origin.ip4, result.ip4);
+      result.ip6.resize(origin.ip6.size());
+      for (std::size_t i = 0; i < origin.ip6.size(); ++i) {
+        add(origin.ip6[i], result.ip6[i]);
       }
     }
-    std::string names;
-    for (const Flag& flag : FLAGS) {
-      names += std::string(names.empty() ? "" : ", ") + flag.name;
-    }
-    Complain(place, "expected one of " + names + ", found " + Describe(value));
-  }
-
-  // `addresses` has those that the interface has already. The length is not part of an address's
-  // identity.
-  bool ReadPrefix(const Json::Value& value, const Place& place,
-                  std::set<Tarsel::Ip6Prefix, Ip6PrefixOrder>& addresses, Interface& interface) {
-    Tarsel::Ip6Prefix prefix;
-    if (!value.isString() || !documents::ReadPrefix(value.asString(), prefix)) {
-      Complain(place, "expected an IPv6 address/length, found " + Describe(value));
-      return false;
-    }
-    if (!addresses.insert(Tarsel::Ip6Prefix(prefix.GetAddress(), 0)).second) {
-      Complain(place, "the interface has this address already");
-      return false;
-    }
-    interface.ip6.push_back(prefix);
-    return true;
-  }
-
-  void ReadPrimaries(const Json::Value& primaries, const Place& place) {
-    for (auto member = primaries.begin(); member != primaries.end(); ++member) {
-      const Place here = place.Member(member.name());
-      const auto number = program::ReadDecimal(member.name(), 0, MAX_VLAN);
-      const auto vlan = static_cast<unsigned short>(number.value_or(0));
-      if (!number) {
-        Complain(here, "expected a VLAN from 0 to " + std::to_string(MAX_VLAN) + " as the name");
-      } else if (!member->isString()) {
-        Complain(here, "expected an interface's name, found " + Describe(*member));
-      } else if (!m_names.count({vlan, member->asString()})) {
-        Complain(here,
-                 "VLAN " + std::to_string(vlan) + " has no interface " + Quote(member->asString()));
-      } else {
-        m_result.primaries[vlan] = member->asString();
-      }
+    std::sort(places.begin(), places.end());
+    TextPositions positions(text);
+    for (const auto& [offset, place] : places) {
+      place->position = positions.Find(offset);
     }
   }
 
-  const Place m_file;
-  const program::Report& m_report;
-  Device m_result;
+  const std::size_t m_mostBytes;
+  std::size_t m_bytes = 0;
+  bool m_hasToldRoom = false;
+  const std::string& m_name;
+  Device& m_device;
+  DocumentFindings& m_findings;
+  const ShapeReader* m_reader = nullptr;
+  Draft m_draft;
   std::set<std::pair<unsigned short, std::string>> m_names;
+  std::map<unsigned short, Primary> m_primaries;  // by VLAN, the first of each
+  std::vector<Origin> m_origins;
+  JsonTree m_nothing;  // nothing in the document is left undeclared
 };
 
 }  // namespace
@@ -208,31 +261,35 @@ bool Ip6PrefixOrder::operator()(const Tarsel::Ip6Prefix& a, const Tarsel::Ip6Pre
 }
 
 bool ReadPrefix(const std::string& text, Ip4Network& network) {
-  std::string address;
-  std::uint32_t length = 0;
-  if (!SplitPrefix(text, 32, address, length) ||
-      !Tarsel::ParseAddress(network.address, address.c_str())) {
-    return false;
-  }
-  network.mask = Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[length]);
-  return true;
+  Value value;
+  const Member member{"", Kind::IP4_PREFIX};
+  const bool isPrefix = ReadScalar(member, {Scalar::TEXT, text}, value) == nullptr;
+  network = isPrefix ? NetworkOf(value) : network;
+  return isPrefix;
 }
 
-// Not Ip6Prefix::FromString, which clears the host bits: they are the interface's own address.
 bool ReadPrefix(const std::string& text, Tarsel::Ip6Prefix& prefix) {
-  std::string text6;
-  std::uint32_t length = 0;
-  Tarsel::Ip6Addr address;
-  if (!SplitPrefix(text, 128, text6, length) || !Tarsel::ParseIp6Address(address, text6.c_str())) {
-    return false;
-  }
-  prefix = Tarsel::Ip6Prefix(address, length);
-  return true;
+  Value value;
+  const Member member{"", Kind::IP6_PREFIX};
+  const bool isPrefix = ReadScalar(member, {Scalar::TEXT, text}, value) == nullptr;
+  prefix = isPrefix ? PrefixOf(value) : prefix;
+  return isPrefix;
 }
 
-Device ReadDeviceDocument(const Json::Value& document, const std::string& file,
-                          const program::Report& report) {
-  return Reader(file, report).Read(document);
+bool ReadDeviceDocument(std::string_view text, const std::string& name, DeviceFile& file) {
+  DocumentFindings findings;
+  Builder builder(text.size(), name, file, findings);
+  ShapeReader reader(text, DeviceShape(), builder, findings);
+  builder.SetReader(reader);
+  if (const auto mistake = ReadJson(text, reader)) {
+    findings = DocumentFindings();  // of what cannot be read the first mistake is all that counts
+    findings.Add(Severity::ERROR, mistake->offset, {}, mistake->problem);
+    file.findings = findings.Finish(text, name);
+    return false;
+  }
+  builder.Finish(text);
+  file.findings = findings.Finish(text, name);
+  return reader.IsUsable();
 }
 
 }  // namespace documents

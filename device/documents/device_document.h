@@ -12,12 +12,10 @@
 #ifndef DEVICE_DOCUMENTS_DEVICE_DOCUMENT_H
 #define DEVICE_DOCUMENTS_DEVICE_DOCUMENT_H
 
-#include <json/value.h>
-
 #include <string>
+#include <string_view>
 
-#include "device.h"
-#include "device/program/report.h"
+#include "folder.h"
 
 namespace documents {
 
@@ -26,10 +24,10 @@ namespace documents {
 bool ReadPrefix(const std::string& text, Ip4Network& network);
 bool ReadPrefix(const std::string& text, Tarsel::Ip6Prefix& prefix);
 
-/// Reads the document. What cannot be used is reported and left out: an optional member alone, an
-/// interface without its required members as a whole.
-Device ReadDeviceDocument(const Json::Value& document, const std::string& file,
-                          const program::Report& report);
+/// Reads the document of this name and fills everything of `file` but its stamp. What cannot be used
+/// is found and left out: an optional member alone, an interface without its required members as a
+/// whole. Returns whether there is a document at all.
+bool ReadDeviceDocument(std::string_view text, const std::string& name, DeviceFile& file);
 
 }  // namespace documents
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <utility>
 
 #include "device/program/printable.h"
 
@@ -15,28 +14,26 @@ constexpr std::size_t LONGEST_PLAIN = 60;
 bool IsPlain(const std::string& name) {
   return !name.empty() && name.size() <= LONGEST_PLAIN &&
          std::all_of(name.begin(), name.end(), [](unsigned char c) {
-           return std::isalnum(c) || c == '_' || c == '-' || c == '/';
+           return std::isalnum(c) || c == '_' || c == '-' || c == '/' || c == '$';
          });
 }
 
 }  // namespace
 
-Place::Place(std::string file) : m_file(std::make_shared<const std::string>(std::move(file))) {}
-
-Place::Place(std::shared_ptr<const std::string> file, std::string path)
-    : m_file(std::move(file)), m_path(std::move(path)) {}
-
-Place Place::Member(const std::string& name) const {
-  const bool isFirst = m_path.empty() || m_path.back() == ' ';
-  return {m_file, m_path + (isFirst ? "" : ".") + (IsPlain(name) ? name : program::Quote(name))};
+std::string MemberPath(const std::string& path, const std::string& name) {
+  return path + (path.empty() ? "" : ".") + (IsPlain(name) ? name : program::Quote(name));
 }
 
-Place Place::Element(std::size_t index) const {
-  return {m_file, m_path + "[" + std::to_string(index) + "]"};
+std::string ElementPath(const std::string& path, std::size_t index) {
+  return path + "[" + std::to_string(index) + "]";
 }
 
-Place Place::Vlan(unsigned short vlan) const {
-  return {m_file, "VLAN " + std::to_string(vlan) + ": "};
+std::string Place::Text() const {
+  std::string text = file;
+  if (position.line != 0) {
+    text += ":" + std::to_string(position.line) + ":" + std::to_string(position.column);
+  }
+  return path.empty() ? text : text + ": " + path;
 }
 
 }  // namespace documents

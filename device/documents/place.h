@@ -3,35 +3,35 @@
 #define DEVICE_DOCUMENTS_PLACE_H
 
 #include <cstddef>
-#include <memory>
+#include <cstdint>
 #include <string>
 
 namespace documents {
 
-/// A file, by its name relative to the folder, and the path of a member in it; an empty path means
-/// the document itself. A place is the origin of what was read there. Places of one file share its
-/// name.
-class Place {
- public:
-  explicit Place(std::string file);
+/// A position in a text: line and column count from 1, columns in characters; 0 is unknown.
+struct Position {
+  std::uint32_t line = 0;
+  std::uint32_t column = 0;
 
-  /// A member of the object at this place.
-  Place Member(const std::string& name) const;
-  /// An element of the array at this place.
-  Place Element(std::size_t index) const;
-  /// The entry for a VLAN, whatever the entry's name is. Only at the place of a document itself.
-  Place Vlan(unsigned short vlan) const;
+  friend bool operator==(const Position& a, const Position& b) {
+    return a.line == b.line && a.column == b.column;
+  }
+};
 
-  const std::string& File() const { return *m_file; }
-  const std::string& Path() const { return m_path; }
-  /// "FILE: PATH", or "FILE" for the document itself.
-  std::string Text() const { return m_path.empty() ? *m_file : *m_file + ": " + m_path; }
+/// The path of a member: "VLAN_CONFIGURATIONS.office.BGP.PEERS[0].as"; empty for the document itself.
+/// Names that are not plain words are quoted.
+std::string MemberPath(const std::string& path, const std::string& name);
+std::string ElementPath(const std::string& path, std::size_t index);
 
- private:
-  Place(std::shared_ptr<const std::string> file, std::string path);
+/// The origin of something that was read, by its file (relative to the folder), its position there
+/// and the path of its member. Each part may be unknown.
+struct Place {
+  std::string file;
+  Position position;
+  std::string path;
 
-  std::shared_ptr<const std::string> m_file;
-  std::string m_path;
+  /// "FILE:LINE:COLUMN: PATH", without what is unknown.
+  std::string Text() const;
 };
 
 }  // namespace documents

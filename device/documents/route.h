@@ -4,10 +4,10 @@
 
 #include <array>
 #include <cstdint>
-#include <map>
 #include <string>
-#include <tuple>
+#include <vector>
 
+#include "element_names.h"
 #include "place.h"
 
 namespace documents {
@@ -17,39 +17,41 @@ namespace documents {
 struct RouteTarget {
   unsigned short vlan = 0;
   bool ip6 = false;
+  unsigned char length = 0;
   std::array<unsigned char, 16> destination{};
-  unsigned int length = 0;
   std::array<unsigned char, 16> gateway{};
-
-  friend bool operator<(const RouteTarget& a, const RouteTarget& b) {
-    return std::tie(a.vlan, a.ip6, a.destination, a.length, a.gateway) <
-           std::tie(b.vlan, b.ip6, b.destination, b.length, b.gateway);
-  }
-  friend bool operator==(const RouteTarget& a, const RouteTarget& b) {
-    return std::tie(a.vlan, a.ip6, a.destination, a.length, a.gateway) ==
-           std::tie(b.vlan, b.ip6, b.destination, b.length, b.gateway);
-  }
 };
 
-/// A route as documents write it.
-struct RouteKey {
+bool operator<(const RouteTarget& a, const RouteTarget& b);
+bool operator==(const RouteTarget& a, const RouteTarget& b);
+
+/// A route of a document. There can be a million of them, so what routes have in common is kept
+/// once, by their Routes.
+struct Route {
   RouteTarget target;
-  std::string interface;  // its name, empty for none
-
-  friend bool operator<(const RouteKey& a, const RouteKey& b) {
-    return std::tie(a.target, a.interface) < std::tie(b.target, b.interface);
-  }
-  friend bool operator==(const RouteKey& a, const RouteKey& b) {
-    return std::tie(a.target, a.interface) == std::tie(b.target, b.interface);
-  }
+  std::uint16_t metric = 0;
+  std::uint32_t interface = 0;  // Routes::InterfaceOf tells its name; 0 for none
+  Position position;
+  ElementNames::Element element;  // for Routes::PlaceOf
 };
 
-struct RouteValue {
-  unsigned int metric = 0;
-  Place origin;
-};
+/// The routes of one document, in the order of their targets and of their interfaces' names, none
+/// twice. RoutesBuilder makes them; they do not change afterwards.
+class Routes {
+ public:
+  const std::vector<Route>& Get() const { return m_routes; }
+  /// The name of a route's interface; empty for none.
+  const std::string& InterfaceOf(const Route& route) const { return m_interfaces[route.interface]; }
+  /// The path of the route's member, and where its value begins.
+  Place PlaceOf(const Route& route, const std::string& file) const;
 
-using RouteSet = std::map<RouteKey, RouteValue>;
+ private:
+  friend class RoutesBuilder;
+
+  std::vector<Route> m_routes;
+  std::vector<std::string> m_interfaces{""};  // in the order of their names
+  ElementNames m_names;
+};
 
 }  // namespace documents
 

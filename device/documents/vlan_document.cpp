@@ -1,136 +1,343 @@
 #include "vlan_document.h"
 
+#include <algorithm>
+#include <cstring>
 #include <map>
+#include <optional>
 #include <utility>
+#include <vector>
 
-#include "json_members.h"
+#include "entry_tree.h"
+#include "routes_builder.h"
+#include "rows_check.h"
+#include "shape_reader.h"
+#include "text_positions.h"
+#include "vantacore/dc_router_mgr.h"
 
 namespace documents {
 
+using Tarsel::DcRouterMgr;
+
 namespace {
 
-constexpr const char* GROUP = "VLAN_CONFIGURATIONS";
+// The members that configure the routers which routes can be handed to.
+struct RouterMember {
+  const char* name;
+  DcRouterMgr::ProtocolType router;
+};
 
-constexpr const char* DISTANCES[] = {"ospfv2_internal",
-                                     "ospfv2_external",
-                                     "ospfv3_internal",
-                                     "ospfv3_external",
-                                     "ripv2",
-                                     "ripng",
-                                     "ebgp",
-                                     "ibgp"};
-constexpr const char* REDISTRIBUTION_FLAGS[] = {"static", "connected", "bgp", "rip", "ospf"};
-constexpr const char* ROUTE_GROUPS[] = {"STATIC_ROUTES", "STATIC_ROUTES6"};
+constexpr RouterMember ROUTER_MEMBERS[] = {
+    {"BGP", DcRouterMgr::PROTOCOL_BGP},       {"OSPF", DcRouterMgr::PROTOCOL_OSPFV2},
+    {"OSPFV3", DcRouterMgr::PROTOCOL_OSPFV3}, {"RIPV2", DcRouterMgr::PROTOCOL_RIPV2},
+    {"RIPNG", DcRouterMgr::PROTOCOL_RIPNG},
+};
 
-bool IsEmpty(const Json::Value& value) {
-  return value.isNull() || ((value.isObject() || value.isArray()) && value.empty());
+unsigned int ProtocolBit(const char* name) {
+  for (const RouterMember& member : ROUTER_MEMBERS) {
+    if (std::strcmp(member.name, name) == 0) {
+      return 1u << member.router;
+    }
+  }
+  return 0;
 }
 
-class Checker {
- public:
-  Checker(const std::string& file, const program::Report& report, VlanIds& vlans)
-      : m_file(file), m_report(report), m_vlans(vlans) {}
+bool Is(const Member& member, const char* name) { return std::strcmp(member.name, name) == 0; }
 
-  bool Check(Json::Value& document) {
-    if (!document.isMember(GROUP) || IsEmpty(document[GROUP])) {
-      return true;  // withdraws the document
+// What the tree may take, so that a document with all that belongs to it takes at most eight times its
+// bytes and 64 MB.
+constexpr std::size_t TREE_BYTES = 32u << 20;
+constexpr std::size_t TREE_BYTES_PER_BYTE = 4;
+
+/// Something at an offset, until positions are known.
+struct At {
+  std::size_t offset = 0;
+  std::string path;
+};
+
+// How deep in a document: the root's list of entries is the first level.
+enum Level : std::size_t { IN_LIST = 1, IN_ENTRY = 2, IN_MEMBER = 3, IN_ROWS = 4, IN_ROW = 5 };
+
+class Builder : public ShapeVisitor {
+ public:
+  /// `size` is that of the document's text.
+  Builder(std::size_t size, ConfigFile& file, DocumentFindings& findings)
+      : m_file(file),
+        m_findings(findings),
+        m_mostBytes(TREE_BYTES + TREE_BYTES_PER_BYTE * size),
+        m_tree(m_mostBytes),
+        m_routes(findings),
+        m_rows(findings) {}
+
+  void SetReader(const ShapeReader& reader) { m_reader = &reader; }
+
+  void BeginObject(const Member& member, std::string_view name, std::size_t offset) override {
+    if (m_isInRoutes) {
+      m_routes.BeginRoute(name, m_reader->Index(), offset);
+      return;
     }
-    Json::Value& group = document[GROUP];
-    const Place place = m_file.Member(GROUP);
-    if (group.isObject()) {
-      for (const std::string& name : group.getMemberNames()) {
-        if (!CheckEntry(group[name], place.Member(name))) {
-          group.removeMember(name);
-        }
-      }
-    } else if (group.isArray()) {
-      Json::Value good(Json::arrayValue);
-      for (Json::ArrayIndex i = 0; i < group.size(); ++i) {
-        if (CheckEntry(group[i], place.Element(i))) {
-          good.append(std::move(group[i]));
-        }
-      }
-      group = std::move(good);
-    } else {
-      Complain(place, "expected an object of VLANs, found " + Describe(group));
-      return false;
+    ++m_depth;
+    m_tree.BeginObject(member, name);
+    if (m_depth == IN_ENTRY) {
+      BeginEntry();
+    } else if (m_depth == IN_MEMBER) {
+      BeginMember(member, offset);
+    } else if (IsRow(member)) {
+      m_rows.BeginRow(name, m_reader->Index());
+      m_isInRow = true;
     }
-    return true;
+  }
+
+  void EndObject(const Member& member, const Outcome& outcome) override {
+    if (m_isInRoutes) {
+      m_routes.EndRoute(outcome);
+      return;
+    }
+    bool isUsable = true;
+    if (m_depth == IN_ENTRY) {
+      isUsable = EndEntry(outcome);
+      HasRoom(outcome.offset);  // an ANY_OBJECT has no rows that would tell
+    } else if (m_depth == IN_MEMBER && Is(member, "REDISTRIBUTION")) {
+      EndRedistribution(outcome);
+    } else if (m_depth == IN_MEMBER && !Is(member, "RTM")) {
+      isUsable = EndProtocol(member, outcome);
+    } else if (Is(*m_member, "RTM") && Is(member, "ADMIN_DISTANCE")) {
+      TellLeftOut(member, outcome);
+    } else if (member.kind == Kind::LIST) {
+      isUsable = outcome.isFaultless && HasRoom(outcome.offset);
+    }
+    if (IsRow(member)) {
+      m_rows.EndRow();
+      m_isInRow = false;
+    }
+    m_tree.EndObject(isUsable);
+    --m_depth;
+  }
+
+  void BeginList(const Member& member, bool isArray, std::size_t) override {
+    if (member.kind == Kind::ROUTES) {
+      m_isInRoutes = true;
+      m_routes.BeginList(m_reader->Path(), isArray, Is(member, "STATIC_ROUTES6"));
+      return;
+    }
+    ++m_depth;
+    m_hasList = m_hasList || m_depth == IN_LIST;
+    m_tree.BeginList(member, isArray);
+    if (m_depth == IN_ROWS) {
+      m_rows.BeginList(m_reader->Path(), isArray);
+    }
+  }
+
+  void EndList(const Member&) override {
+    if (m_isInRoutes) {
+      m_isInRoutes = false;
+      return;
+    }
+    m_tree.EndList();
+    --m_depth;
+  }
+
+  JsonEvents& BeginAny(const Member& member) override {
+    m_protocols |= ProtocolBit(member.name);
+    return m_tree.BeginAny(member);
+  }
+
+  void Take(const Member& member, const Scalar& scalar, const Value& value,
+            std::size_t offset) override {
+    if (m_isInRoutes) {
+      m_routes.Take(member, scalar, value, offset);
+      return;
+    }
+    m_tree.Take(member, scalar, value);
+    if (m_depth == IN_ENTRY) {
+      m_vid = static_cast<unsigned short>(value.number);  // the only one there
+      m_vidOffset = offset;
+    } else if (m_depth == IN_MEMBER && member.kind == Kind::FLAG) {
+      TakeFlag(member, value.flag);
+    } else if (m_isInRow) {
+      m_rows.Take(member, value, offset);
+    }
+  }
+
+  /// Whether the document had a list of VLANs.
+  bool Finish(std::string_view text) {
+    m_file.routes = m_routes.Finish(text);
+    m_file.document = Tarsel::Options(m_tree.TakeRoot());
+    PlaceEntries(text);
+    m_file.interfaceRows = m_rows.Finish(text);
+    return m_hasList;
   }
 
  private:
-  void Complain(const Place& place, const std::string& problem) {
-    m_report(place.Text() + ": " + problem);
+  void BeginEntry() {
+    m_routes.BeginEntry();
+    m_rows.BeginEntry();
+    m_vid.reset();
+    m_protocols = 0;
+    m_sources.reset();
   }
 
-  // Whether the entry is one that can be applied. An empty one says nothing and is not a mistake.
-  bool CheckEntry(const Json::Value& entry, const Place& place) {
-    if (IsEmpty(entry)) {
+  void BeginMember(const Member& member, std::size_t offset) {
+    m_member = &member;
+    m_isEnabled = true;
+    if (Is(member, "REDISTRIBUTION")) {
+      m_profile = {offset, m_reader->Path()};
+    }
+  }
+
+  // Whether the object is a row of a protocol; what its members hold is not.
+  bool IsRow(const Member& member) const { return m_depth == IN_ROW && member.kind == Kind::LIST; }
+
+  // Rows of few letters take many times their size. One that would take too much is not kept, nor
+  // is any after it.
+  bool HasRoom(std::size_t offset) {
+    const bool hasRoom = m_tree.GetBytes() <= m_mostBytes;
+    if (!hasRoom && !m_hasToldRoom) {
+      m_hasToldRoom = true;
+      m_findings.Add(Severity::ERROR, offset, m_reader->Path(),
+                     "too much for the memory of a document, expected at most " +
+                         std::to_string(m_mostBytes >> 20) + " MiB, found more");
+    }
+    return hasRoom;
+  }
+
+  // Whether the entry counts: it has a VLAN, and no entry before has the same, or the same name.
+  bool EndEntry(const Outcome& outcome) {
+    const bool counts = m_vid && !m_tree.HasNamesake() && !IsDoubled();
+    m_routes.EndEntry(counts ? &*m_vid : nullptr);
+    if (m_vid) {
+      m_rows.JudgeEntry(*m_vid);
+    }
+    if (!counts) {
       return false;
     }
-    if (!entry.isObject()) {
-      Complain(place, "expected an object, found " + Describe(entry));
-      return false;
+    m_rows.KeepEntry(*m_vid);
+    m_entries.emplace(*m_vid, At{outcome.offset, m_reader->Path()});
+    m_file.vlans.insert(*m_vid);
+    m_file.protocols[*m_vid] = m_protocols;
+    if (m_sources) {
+      m_file.profiles[*m_vid].sources = *m_sources;
+      m_profiles[*m_vid] = m_profile;
     }
-    const Json::Value& vid = entry["vid"];
-    if (!vid.isInt()) {
-      Complain(place.Member("vid"), "expected a VLAN id, found " +
-                                        (vid.isNull() ? std::string("nothing") : Describe(vid)));
-      return false;
-    }
-    CheckVlan(static_cast<unsigned short>(vid.asInt()), place);
-    CheckContents(entry, place);
     return true;
   }
 
-  void CheckVlan(unsigned short vlan, const Place& place) {
-    m_vlans.insert(vlan);
-    const auto [first, isFirst] = m_places.emplace(vlan, place.Text());
-    if (!isFirst) {
-      Complain(place, "VLAN " + std::to_string(vlan) + " stands twice, also at " + first->second +
-                          "; both are applied");
+  bool IsDoubled() {
+    const auto first = m_entries.find(*m_vid);
+    if (first != m_entries.end() && m_findings.Wants(Severity::ERROR, m_vidOffset)) {
+      m_findings.Add(Severity::ERROR, m_vidOffset, MemberPath(m_reader->Path(), "vid"),
+                     "a VLAN that stands twice, expected one entry, that of " + first->second.path +
+                         ", found another for VLAN " + std::to_string(*m_vid));
     }
+    return first != m_entries.end();
   }
 
-  void CheckContents(const Json::Value& entry, const Place& place) {
-    JsonMembers members(entry, place, m_report);
-    if (const Json::Value* rtm = members.Object("RTM")) {
-      JsonMembers settings(*rtm, members.PlaceOf("RTM"), m_report);
-      std::uint32_t number = 0;
-      settings.Number("dead_rpm_timer", 0, UINT32_MAX, number);
-      if (const Json::Value* distances = settings.Object("ADMIN_DISTANCE")) {
-        JsonMembers values(*distances, settings.PlaceOf("ADMIN_DISTANCE"), m_report);
-        for (const char* name : DISTANCES) {
-          values.Number(name, 0, UINT32_MAX, number);
-        }
-      }
+  void TakeFlag(const Member& member, bool value) {
+    static constexpr std::pair<const char*, bool Sources::*> FLAGS[] = {
+        {"static", &Sources::fromStatic}, {"connected", &Sources::fromConnected},
+        {"bgp", &Sources::fromBgp},       {"rip", &Sources::fromRip},
+        {"ospf", &Sources::fromOspf},
+    };
+    if (!Is(*m_member, "REDISTRIBUTION")) {
+      m_isEnabled = Is(member, "enabled") ? value : m_isEnabled;
+      return;
     }
-    if (const Json::Value* redistribution = members.Object("REDISTRIBUTION")) {
-      JsonMembers flags(*redistribution, members.PlaceOf("REDISTRIBUTION"), m_report);
-      bool flag = false;
-      for (const char* name : REDISTRIBUTION_FLAGS) {
-        flags.Bool(name, flag);
-      }
-    }
-    for (const char* group : ROUTE_GROUPS) {
-      const Json::Value& routes = entry[group];
-      if (!routes.isNull() && !routes.isObject() && !routes.isArray()) {
-        members.Complain(group, "expected an object of routes, found " + Describe(routes));
+    m_sources = m_sources.value_or(Sources());
+    for (const auto& [name, flag] : FLAGS) {
+      if (Is(member, name)) {
+        *m_sources.*flag = value;
       }
     }
   }
 
-  const Place m_file;
-  const program::Report& m_report;
-  VlanIds& m_vlans;
-  std::map<unsigned short, std::string> m_places;
+  // An empty one asks for nothing; flags that it does not have, or that cannot be used, are on.
+  void EndRedistribution(const Outcome& outcome) {
+    if (!outcome.isEmpty) {
+      m_sources = m_sources.value_or(Sources());
+    }
+  }
+
+  bool EndProtocol(const Member& member, const Outcome& outcome) {
+    const bool runs = outcome.isFaultless && m_isEnabled;
+    m_protocols |= runs ? ProtocolBit(member.name) : 0;
+    return outcome.isFaultless;
+  }
+
+  void TellLeftOut(const Member& member, const Outcome& outcome) {
+    std::string missing;
+    for (std::size_t i = 0; i < member.object->count; ++i) {
+      if ((outcome.seen & std::uint64_t{1} << i) == 0) {
+        missing += (missing.empty() ? "" : ", ") + std::string(member.object->members[i].name);
+      }
+    }
+    if (!missing.empty()) {
+      m_findings.Add(Severity::WARNING, outcome.offset, m_reader->Path(),
+                     "distances left out, each becomes 0, expected all, found no " + missing);
+    }
+  }
+
+  void PlaceEntries(std::string_view text) {
+    std::map<std::size_t, std::pair<unsigned short, bool>> byOffset;  // VLAN, whether a profile's
+    for (const auto& [vlan, at] : m_entries) {
+      byOffset[at.offset] = {vlan, false};
+    }
+    for (const auto& [vlan, at] : m_profiles) {
+      byOffset[at.offset] = {vlan, true};
+    }
+    TextPositions positions(text);
+    for (const auto& [offset, what] : byOffset) {
+      const auto& [vlan, isProfile] = what;
+      const Position position = positions.Find(offset);
+      if (isProfile) {
+        m_file.profiles[vlan].origin = {m_file.name, position, m_profiles[vlan].path};
+      } else {
+        m_file.entries[vlan] = {m_file.name, position, m_entries[vlan].path};
+      }
+    }
+  }
+
+  ConfigFile& m_file;
+  DocumentFindings& m_findings;
+  const ShapeReader* m_reader = nullptr;
+  const std::size_t m_mostBytes;
+  EntryTree m_tree;
+  RoutesBuilder m_routes;
+  RowsCheck m_rows;
+  std::size_t m_depth = 0;
+  bool m_hasList = false;
+  bool m_isInRoutes = false;
+  bool m_isInRow = false;
+  bool m_hasToldRoom = false;
+  // The entry that is being read.
+  const Member* m_member = nullptr;  // that is an object, the last one of the entry
+  std::optional<unsigned short> m_vid;
+  std::size_t m_vidOffset = 0;
+  unsigned int m_protocols = 0;
+  bool m_isEnabled = true;
+  std::optional<Sources> m_sources;
+  At m_profile;
+  // Of the document.
+  std::map<unsigned short, At> m_entries;
+  std::map<unsigned short, At> m_profiles;
 };
 
 }  // namespace
 
-bool CheckVlanDocument(Json::Value& document, const std::string& file,
-                       const program::Report& report, VlanIds& vlans) {
-  return Checker(file, report, vlans).Check(document);
+bool ReadVlanDocument(std::string_view text, const VlanShapes& shapes, ConfigFile& file) {
+  const Object& shape =
+      file.type == Tarsel::DclConfigObject::VLAN_OPTIONS ? shapes.Vlans() : shapes.Remote();
+  DocumentFindings findings;
+  Builder builder(text.size(), file, findings);
+  ShapeReader reader(text, shape, builder, findings);
+  builder.SetReader(reader);
+  if (const auto mistake = ReadJson(text, reader)) {
+    findings = DocumentFindings();  // of what cannot be read the first mistake is all that counts
+    findings.Add(Severity::ERROR, mistake->offset, {}, mistake->problem);
+    file.findings = findings.Finish(text, file.name);
+    return false;
+  }
+  const bool isUsable = builder.Finish(text);
+  file.findings = findings.Finish(text, file.name);
+  return isUsable;
 }
 
 }  // namespace documents

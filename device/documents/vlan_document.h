@@ -1,24 +1,19 @@
-// Checks configuration documents (the VLAN document and remote ones) before the library gets them.
+// Reads VLAN documents and remote documents.
 #ifndef DEVICE_DOCUMENTS_VLAN_DOCUMENT_H
 #define DEVICE_DOCUMENTS_VLAN_DOCUMENT_H
 
-#include <json/value.h>
+#include <string_view>
 
-#include <set>
-
-#include "device/program/report.h"
+#include "document_shapes.h"
+#include "folder.h"
 
 namespace documents {
 
-/// The VLANs that a document names, as the library reads them.
-using VlanIds = std::set<unsigned short>;
-
-/// Checks a document and reports what cannot be used: entries without a VLAN id, values of wrong
-/// types. Removes the entries that the library would skip, so that each is reported only once, and
-/// adds the VLANs of the others to `vlans`. Returns false if VLAN_CONFIGURATIONS is a number, a
-/// text or a flag; the document must not be applied then.
-bool CheckVlanDocument(Json::Value& document, const std::string& file,
-                       const program::Report& report, VlanIds& vlans);
+/// Reads a document and fills everything of `file` but its stamp; its name and type are there
+/// already. What cannot be used is found and left out, the smallest part of it: a member, a row, a
+/// route, an entry. Returns whether there is a document at all: the text is JSON and has a list of
+/// VLANs.
+bool ReadVlanDocument(std::string_view text, const VlanShapes& shapes, ConfigFile& file);
 
 }  // namespace documents
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <string>
 
-#include "device/documents/config_folder.h"
+#include "device/documents/folder.h"
 
 namespace intent {
 

@@ -1,28 +1,23 @@
 #include "intent.h"
 
-#include "device/documents/route_reader.h"
+#include <utility>
 
 namespace intent {
 
-documents::VlanIds Intent::NamedVlans() const {
-  documents::VlanIds named;
-  for (const auto& file : documents) {
-    named.insert(file->vlans.begin(), file->vlans.end());
+Intent::Intent(documents::Folder folder) : m_folder(std::move(folder)) {
+  for (const auto& file : m_folder.files) {
+    m_namedVlans.insert(file->vlans.begin(), file->vlans.end());
   }
-  return named;
 }
 
-Intent MakeIntent(const documents::Folder& folder, const program::Report& report) {
-  Intent intent;
-  intent.device = folder.device;
-  intent.documents = folder.files;
-  for (const auto& file : folder.files) {
-    documents::MergeRoutes(file->routes, intent.routes, report);
+const documents::Profiles& Intent::GetProfiles() const {
+  static const documents::Profiles NONE;
+  for (const auto& file : m_folder.files) {
     if (file->type == Tarsel::DclConfigObject::VLAN_OPTIONS) {
-      intent.profiles = file->profiles;
+      return file->profiles;
     }
   }
-  return intent;
+  return NONE;
 }
 
 }  // namespace intent

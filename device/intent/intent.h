@@ -3,34 +3,37 @@
 // The configuration folder says what is wanted; an Intent holds all of it in one value, each part
 // with its origin. The plan headers beside this one compare what is wanted with what is present and
 // return what has to be done. Nothing in this folder calls the library's managers, waits, or keeps
-// state: equal arguments give equal results.
+// state: equal arguments give equal results. So all of it may run in any thread.
 #ifndef DEVICE_INTENT_INTENT_H
 #define DEVICE_INTENT_INTENT_H
 
-#include "device/documents/config_folder.h"
-#include "device/program/report.h"
+#include "device/documents/folder.h"
 
 namespace intent {
 
-struct Intent {
+/// What a folder asks for. It shares the folder's files and does not change.
+class Intent {
+ public:
+  /// Of an empty folder: a device without VLANs.
+  Intent() = default;
+  explicit Intent(documents::Folder folder);
+
   /// Interfaces and addresses, each with its origin, the primary interfaces, the default VLAN.
-  documents::Device device;
+  const documents::Device& GetDevice() const { return m_folder.GetDevice(); }
   /// The documents for the library, in the order in which they are loaded. A document's origin is
-  /// its name.
-  documents::ConfigFiles documents;
-  /// The static routes of all documents, each with its origin.
-  documents::RouteSet routes;
+  /// its name. The static routes are in them, see documents::MergedRoutes.
+  const documents::ConfigFiles& GetDocuments() const { return m_folder.files; }
   /// The redistribution profiles, each with its origin. Only the VLAN document has them. A rule's
   /// origin is the profile of its VLAN.
-  documents::Profiles profiles;
-
+  const documents::Profiles& GetProfiles() const;
   /// The VLANs that any document names.
-  documents::VlanIds NamedVlans() const;
-};
+  const documents::VlanIds& GetNamedVlans() const { return m_namedVlans; }
+  const documents::Folder& GetFolder() const { return m_folder; }
 
-/// Returns what a folder asks for. If documents give one route several metrics, that of the first
-/// document by name is kept; the others are reported.
-Intent MakeIntent(const documents::Folder& folder, const program::Report& report);
+ private:
+  documents::Folder m_folder;
+  documents::VlanIds m_namedVlans;
+};
 
 }  // namespace intent
 

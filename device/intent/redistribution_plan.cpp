@@ -5,7 +5,6 @@
 namespace intent {
 
 using Tarsel::DcRouterMgr;
-using Tarsel::RedistributionProfile;
 
 namespace {
 
@@ -26,8 +25,9 @@ constexpr Protocol DESTINATIONS[] = {
 };
 
 // In the order of SOURCE_CODES.
-Sources SourcesOf(const RedistributionProfile& profile) {
-  const bool flags[] = {profile.static_, profile.connected, profile.rip, profile.ospf, profile.bgp};
+Sources SourcesOf(const documents::Sources& from) {
+  const bool flags[] = {from.fromStatic, from.fromConnected, from.fromRip, from.fromOspf,
+                        from.fromBgp};
   Sources sources = 0;
   for (unsigned int i = 0; i < std::size(flags); ++i) {
     sources |= flags[i] ? 1u << i : 0;

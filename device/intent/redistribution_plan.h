@@ -6,7 +6,7 @@
 #include <map>
 #include <tuple>
 
-#include "device/documents/redistribution_reader.h"
+#include "device/documents/vlan_settings.h"
 #include "vantacore/cfg_items.h"
 #include "vantacore/dc_router_mgr.h"
 

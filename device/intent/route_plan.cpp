@@ -1,19 +1,23 @@
 #include "route_plan.h"
 
+#include <utility>
+
 namespace intent {
 
-RoutePlan PlanRoutes(const ResolvedRoutes& present, const ResolvedRoutes& wanted) {
-  RoutePlan plan;
-  auto have = present.begin();
-  auto want = wanted.begin();
-  while (have != present.end() || want != wanted.end()) {
-    if (want == wanted.end() || (have != present.end() && have->first < want->first)) {
-      plan.remove.push_back((have++)->first);
-    } else if (have == present.end() || want->first < have->first) {
-      plan.add.push_back(*want++);
+RoutePlan PlanRoutes(SharedRoutes present, SharedRoutes wanted) {
+  RoutePlan plan{std::move(present), std::move(wanted), {}, {}};
+  auto have = plan.present->begin();
+  auto want = plan.wanted->begin();
+  const auto haveEnd = plan.present->end();
+  const auto wantEnd = plan.wanted->end();
+  while (have != haveEnd || want != wantEnd) {
+    if (want == wantEnd || (have != haveEnd && have->ComesBefore(*want))) {
+      plan.remove.push_back(&*have++);
+    } else if (have == haveEnd || want->ComesBefore(*have)) {
+      plan.add.push_back(&*want++);
     } else {
-      if (have->second != want->second) {
-        plan.add.push_back(*want);
+      if (have->metric != want->metric) {
+        plan.add.push_back(&*want);
       }
       ++have;
       ++want;

@@ -2,21 +2,23 @@
 #ifndef DEVICE_INTENT_ROUTE_PLAN_H
 #define DEVICE_INTENT_ROUTE_PLAN_H
 
-#include <utility>
 #include <vector>
 
 #include "route_resolution.h"
 
 namespace intent {
 
+/// The differences between two sets of routes, which it shares.
 struct RoutePlan {
-  std::vector<ResolvedRoute> remove;
-  std::vector<std::pair<ResolvedRoute, unsigned int>> add;  // with the metric
+  SharedRoutes present;
+  SharedRoutes wanted;
+  std::vector<const ResolvedRoute*> remove;  // of `present`, in their order
+  std::vector<const ResolvedRoute*> add;     // of `wanted`, in their order
 };
 
 /// Returns the differences only. A route whose metric has changed is added again, which overwrites
 /// it.
-RoutePlan PlanRoutes(const ResolvedRoutes& present, const ResolvedRoutes& wanted);
+RoutePlan PlanRoutes(SharedRoutes present, SharedRoutes wanted);
 
 }  // namespace intent
 

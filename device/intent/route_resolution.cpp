@@ -1,23 +1,115 @@
 #include "route_resolution.h"
 
+#include <algorithm>
+#include <optional>
+
+#include "device/documents/merged_routes.h"
+
 namespace intent {
 
-ResolvedRoutes ResolveRoutes(const documents::RouteSet& routes, const HasVlan& hasVlan,
-                             const FindInterface& find, std::vector<documents::RouteKey>& waiting) {
+using documents::VlanIds;
+
+namespace {
+
+/// Looks up what routes refer to. Routes of one VLAN and of one interface often follow each other.
+class Lookup {
+ public:
+  explicit Lookup(const RouteContext& context) : m_context(context) {}
+
+  bool HasVlan(unsigned short vlan) {
+    if (!m_isAsked || vlan != m_vlan) {
+      m_isAsked = true;
+      m_vlan = vlan;
+      m_hasVlan = m_context.vlans.count(vlan) != 0;
+      m_name = nullptr;
+    }
+    return m_hasVlan;
+  }
+
+  /// Of an interface of the VLAN that was asked for last. Names are kept by their documents.
+  std::optional<std::uint32_t> IndexOf(const std::string& name) {
+    if (name.empty()) {
+      return 0;
+    }
+    if (&name != m_name) {
+      m_name = &name;
+      const auto found = m_context.interfaces->find({m_vlan, name});
+      m_index = found == m_context.interfaces->end() ? std::nullopt : std::optional(found->second);
+    }
+    return m_index;
+  }
+
+ private:
+  const RouteContext& m_context;
+  bool m_isAsked = false;
+  unsigned short m_vlan = 0;
+  bool m_hasVlan = false;
+  const std::string* m_name = nullptr;
+  std::optional<std::uint32_t> m_index;
+};
+
+// Routes come in the order of interfaces' names, so those of one target, which begin at `first`,
+// may have to change places. Of those that are the same then, the first stays.
+void Order(std::size_t first, ResolvedRoutes& routes) {
+  const auto isBefore = [](const ResolvedRoute& a, const ResolvedRoute& b) {
+    return a.ComesBefore(b);
+  };
+  const auto begin = routes.begin() + static_cast<std::ptrdiff_t>(first);
+  if (!std::is_sorted(begin, routes.end(), isBefore)) {
+    std::stable_sort(begin, routes.end(), isBefore);
+  }
+  routes.erase(
+      std::unique(begin, routes.end(),
+                  [](const ResolvedRoute& a, const ResolvedRoute& b) { return !a.ComesBefore(b); }),
+      routes.end());
+}
+
+bool ByVlan(const ResolvedRoute& route, unsigned short vlan) { return route.target.vlan < vlan; }
+
+}  // namespace
+
+bool operator==(const RouteContext& a, const RouteContext& b) {
+  return a.vlans == b.vlans && (a.interfaces == b.interfaces || *a.interfaces == *b.interfaces);
+}
+
+ResolvedRoutes ResolveRoutes(const documents::ConfigFiles& documents, const RouteContext& context) {
+  documents::MergedRoutes wanted(documents);
+  Lookup lookup(context);
   ResolvedRoutes resolved;
-  for (const auto& [key, value] : routes) {
-    if (!hasVlan(key.target.vlan)) {
+  resolved.reserve(wanted.CountAll());
+  std::size_t first = 0;  // of the target that came last
+  while (const documents::Route* route = wanted.Next()) {
+    if (!wanted.IsFirst() || !lookup.HasVlan(route->target.vlan)) {
       continue;
     }
-    const auto index = key.interface.empty() ? std::optional<std::uint32_t>(0)
-                                             : find(key.target.vlan, key.interface);
-    if (index) {
-      resolved.emplace(ResolvedRoute{key.target, *index}, value.metric);
-    } else {
-      waiting.push_back(key);
+    if (const auto index = lookup.IndexOf(wanted.GetInterface())) {
+      if (!resolved.empty() && !(resolved.back().target == route->target)) {
+        Order(first, resolved);
+        first = resolved.size();
+      }
+      resolved.push_back({route->target, *index, route->metric});
     }
   }
+  Order(first, resolved);
+  resolved.shrink_to_fit();
   return resolved;
+}
+
+ResolvedRoutes WithoutVlans(const ResolvedRoutes& routes, const VlanIds& vlans) {
+  ResolvedRoutes rest;
+  for (const ResolvedRoute& route : routes) {
+    if (vlans.count(route.target.vlan) == 0) {
+      rest.push_back(route);
+    }
+  }
+  return rest;
+}
+
+bool HaveRoutes(const ResolvedRoutes& routes, const VlanIds& vlans) {
+  return std::any_of(vlans.begin(), vlans.end(), [&](unsigned short vlan) {
+    const auto first = std::lower_bound(routes.begin(), routes.end(), vlan, ByVlan);
+    return first != routes.end() && first->target.vlan == vlan;
+  });
 }
 
 }  // namespace intent

@@ -1,45 +1,60 @@
-// Which of the wanted routes can be requested, and which have to wait for their interface.
+// Which of the wanted routes can be requested.
 #ifndef DEVICE_INTENT_ROUTE_RESOLUTION_H
 #define DEVICE_INTENT_ROUTE_RESOLUTION_H
 
 #include <cstdint>
-#include <functional>
 #include <map>
-#include <optional>
+#include <memory>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
-#include "device/documents/route.h"
+#include "device/documents/folder.h"
 
 namespace intent {
 
-/// A route as it is requested of the library.
+/// A route as it is requested of the library. Its identity is the target and the interface.
 struct ResolvedRoute {
   documents::RouteTarget target;
   std::uint32_t ifIndex = 0;  // 0 for none
+  std::uint32_t metric = 0;
 
-  friend bool operator<(const ResolvedRoute& a, const ResolvedRoute& b) {
-    return std::tie(a.target, a.ifIndex) < std::tie(b.target, b.ifIndex);
+  /// Whether this one comes first in the order of identities.
+  bool ComesBefore(const ResolvedRoute& other) const {
+    return std::tie(target, ifIndex) < std::tie(other.target, other.ifIndex);
   }
   friend bool operator==(const ResolvedRoute& a, const ResolvedRoute& b) {
-    return std::tie(a.target, a.ifIndex) == std::tie(b.target, b.ifIndex);
+    return a.target == b.target && a.ifIndex == b.ifIndex && a.metric == b.metric;
   }
 };
 
-/// Routes with their metrics.
-using ResolvedRoutes = std::map<ResolvedRoute, unsigned int>;
+/// In the order of their identities, none twice.
+using ResolvedRoutes = std::vector<ResolvedRoute>;
+using SharedRoutes = std::shared_ptr<const ResolvedRoutes>;
 
-/// Returns the index of a VLAN's interface, or nothing if there is no such interface.
-using FindInterface =
-    std::function<std::optional<std::uint32_t>(unsigned short vlan, const std::string& name)>;
-using HasVlan = std::function<bool(unsigned short vlan)>;
+/// The indexes of interfaces by VLAN and name.
+using InterfaceIndexes = std::map<std::pair<unsigned short, std::string>, std::uint32_t>;
 
-/// Returns the routes that can be requested. Routes of VLANs that do not exist are left out. Routes
-/// whose interface does not exist are left out, too, and added to `waiting`: the reloader
-/// (ApplyRoutes in device/apply/reloader.cpp) tells of each once, and asks again with the next reload.
-ResolvedRoutes ResolveRoutes(const documents::RouteSet& routes, const HasVlan& hasVlan,
-                             const FindInterface& find, std::vector<documents::RouteKey>& waiting);
+/// What resolution depends on besides the documents.
+struct RouteContext {
+  documents::VlanIds vlans;  // that exist
+  /// Never null.
+  std::shared_ptr<const InterfaceIndexes> interfaces = std::make_shared<const InterfaceIndexes>();
+
+  friend bool operator==(const RouteContext& a, const RouteContext& b);
+};
+
+/// Returns the routes of documents that can be requested: those of VLANs that exist and without an
+/// interface or with one that exists. The others wait: they come with a context that has what they
+/// lack.
+ResolvedRoutes ResolveRoutes(const documents::ConfigFiles& documents, const RouteContext& context);
+
+/// Returns the routes that are left when these VLANs have none.
+ResolvedRoutes WithoutVlans(const ResolvedRoutes& routes, const documents::VlanIds& vlans);
+
+/// Whether any of the VLANs has a route.
+bool HaveRoutes(const ResolvedRoutes& routes, const documents::VlanIds& vlans);
 
 }  // namespace intent
 

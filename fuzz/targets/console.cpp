@@ -41,11 +41,10 @@ const char VLANS[] = R"({"VLAN_CONFIGURATIONS": {
     "IGMP": {"IF_LIST": {"i": {"Name": "IGMP_10_3"}}}},
   "b": {"vid": 20, "OSPFV3": {"IF_LIST": {"i": {"Name": "OSPF_20_4_1_0"}}}, "MLD": {}}}})";
 
-const program::Report NO_REPORT = [](const std::string&) {};
-
 documents::Device Interfaces() {
-  return documents::ReadDeviceDocument(test_support::ParsedJson(INTERFACES), "device.json",
-                                       NO_REPORT);
+  documents::DeviceFile file;
+  Check(documents::ReadDeviceDocument(INTERFACES, "device.json", file), "no device document");
+  return file.device;
 }
 
 void ForRoutes(bool add) {
@@ -126,10 +125,16 @@ class Session {
   }
 
  private:
+  static void Noted(const char* what, const apply::Asker& asker) {
+    Device::Get().Note(what);
+    asker.end(true);
+  }
+
   apply::Interfaces m_state;
   console::Lab m_lab{Device::Get().Control(), m_state, TICK_MICROSECONDS,
                      [] { Device::Get().Control().Restart(); }};
-  console::Dispatcher m_dispatcher{[](const program::Report&) { Device::Get().Note("reload"); },
+  console::Dispatcher m_dispatcher{{[](const apply::Asker& asker) { Noted("reload", asker); },
+                                    [](const apply::Asker& asker, bool) { Noted("check", asker); }},
                                    m_lab};
   unsigned short m_vlan = 10;
   std::vector<std::shared_ptr<RunningCommand>> m_commands;

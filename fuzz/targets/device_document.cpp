@@ -1,13 +1,13 @@
 // The device document: any text as what the machine around the library looks like.
 //
 // The input holds up to four texts, separated by the byte 0x1E, which are applied one after the other
-// to the interface registry. Complaints are single lines fit for a terminal; what was read keeps its
-// promises; and when the documents have gone the library and the stack know of no interface any more.
+// to the interface registry; what cannot be used is left out, as a device does that takes folders in
+// part. What was read keeps its promises; and when the documents have gone the library and the stack
+// know of no interface any more. What is found about documents is the target `documents`' own matter.
 // The registry's name index keeps the names it has seen; the name lookups do not take part here.
 #include "device/documents/device_document.h"
 
 #include "device/apply/interfaces.h"
-#include "device/documents/json_file.h"
 #include "fuzz/support/bytes.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/device.h"
@@ -20,20 +20,18 @@ using fuzz::Device;
 constexpr std::size_t MAX_DOCUMENTS = 4;
 
 documents::Device ReadText(const std::string& text) {
-  const program::Report report = [](const std::string& line) {
-    for (const char c : line) {
-      Check(static_cast<unsigned char>(c) >= ' ', "a complaint with a control character");
-    }
-    Device::Get().Note(line);
-  };
-  Json::Value document;
-  if (!documents::ParseJson(text, "device.json", document, report)) return {};
-  return documents::ReadDeviceDocument(document, "device.json", report);
+  documents::DeviceFile file;
+  const bool isDocument = documents::ReadDeviceDocument(text, "device.json", file);
+  for (const std::string& line : file.findings.Lines()) Device::Get().Note(line);
+  Check(isDocument || file.findings.HasErrors(), "no document, and no reason why");
+  return isDocument ? file.device : documents::Device();
 }
 
 void CheckDocument(const documents::Device& document) {
   for (const auto& [key, interface] : document.interfaces) {
     Check(!interface.name.empty(), "an interface without a name");
+    Check(document.origins.at(key).ip6.size() == interface.ip6.size(),
+          "an address without a place");
     for (const Tarsel::Ip6Prefix& prefix : interface.ip6) {
       Check(prefix.GetLength() <= 128, "an address with too long a prefix");
     }

@@ -16,6 +16,7 @@ TABLE = 'docs/architecture.md'
 INCLUDE_DIRS = ('include', 'platform', '')
 OUTSIDE = (
     ('json/', 'jsoncpp'), ('uv.h', 'libuv'), ('uv/', 'libuv'), ('libtecla.h', 'tecla'),
+    ('rapidjson/', 'rapidjson'), ('xxhash.h', 'xxhash'),
     ('gtest/', 'googletest'), ('gmock/', 'googletest'), ('benchmark/', 'benchmark'),
 )
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)

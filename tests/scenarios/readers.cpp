@@ -5,7 +5,6 @@
 
 #include "device/apply/interfaces.h"
 #include "device/documents/device_document.h"
-#include "device/documents/json_file.h"
 #include "device/documents/vlan_document.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/json_text.h"
@@ -120,33 +119,34 @@ void ReadNames(const Tarsel::Options& document, std::ostream& out) {
 
 // --- what the host of the software device reads ---
 
-program::Report ReportTo(std::ostream& out) {
-  return [&out](const std::string& line) { out << "report " << line << "\n"; };
+void Tell(const documents::Findings& findings, std::ostream& out) {
+  for (const std::string& line : findings.Lines()) out << "found " << line << "\n";
 }
 
 void ReadDevice(test_support::Device&, const std::string& name, const std::string& text,
                 std::ostream& out) {
   static apply::Interfaces state;
-  const program::Report report = ReportTo(out);
-  Json::Value json;
-  if (!documents::ParseJson(text, name, json, report)) {
+  documents::DeviceFile file;
+  const bool isDocument = documents::ReadDeviceDocument(text, name, file);
+  Tell(file.findings, out);
+  if (!isDocument) {
     out << "not applied\n";
     return;
   }
-  const documents::Device document = documents::ReadDeviceDocument(json, name, report);
-  out << "default VLAN " << document.defaultVlan << "\n";
-  state.Apply(document, {10});
+  out << "default VLAN " << file.device.defaultVlan << "\n";
+  state.Apply(file.device, {10});
 }
 
-// The document is reduced to what the library can apply, and then handed to it.
+// What can be used is handed to the library, as from a folder that is read partially.
 void ReadChecked(test_support::Device& device, const std::string& name, const std::string& text,
                  std::ostream& out) {
-  const program::Report report = ReportTo(out);
-  Json::Value document;
-  documents::VlanIds vlans;
-  if (documents::ParseJson(text, name, document, report) &&
-      documents::CheckVlanDocument(document, name, report, vlans)) {
-    device.Reload(document.toStyledString(), name);
+  static const documents::VlanShapes SHAPES(documents::DeclaredProtocols());
+  documents::ConfigFile file;
+  file.name = name;
+  const bool isDocument = documents::ReadVlanDocument(text, SHAPES, file);
+  Tell(file.findings, out);
+  if (isDocument) {
+    device.Reload(file.document, name);
   } else {
     out << "not applied\n";
   }

@@ -43,6 +43,11 @@ bool Device::Reload(const std::string& json, const std::string& fileName,
                     Tarsel::DclConfigObject::OptionType type) {
   // The document ends with this call: whoever kept a node of it is found out by the sanitizer.
   const Tarsel::Options document = Document(json);
+  return Reload(document, fileName, type);
+}
+
+bool Device::Reload(const Tarsel::Options& document, const std::string& fileName,
+                    Tarsel::DclConfigObject::OptionType type) {
   return Manager().Reload(document, Tarsel::string(fileName.c_str()), type);
 }
 

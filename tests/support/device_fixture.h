@@ -59,6 +59,8 @@ class Device {
   /// std::invalid_argument if the text is not JSON, which is a mistake of the test.
   bool Reload(const std::string& json, const std::string& fileName,
               Tarsel::DclConfigObject::OptionType type = Tarsel::DclConfigObject::VLAN_OPTIONS);
+  bool Reload(const Tarsel::Options& document, const std::string& fileName,
+              Tarsel::DclConfigObject::OptionType type = Tarsel::DclConfigObject::VLAN_OPTIONS);
 
   /// Lets time go by until the stack is idle and has received no request for a row for three
   /// periods of the configuration scheduler. False when that does not come about within the limit.

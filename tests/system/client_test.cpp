@@ -75,16 +75,27 @@ TEST_F(Client, GetsNoWordBackThatATerminalWouldObey) {
   ExpectHealthyDaemon();
 }
 
-// The log is the daemon's, so its complaints come to who asked: the host's own and the library's.
+// The log is the daemon's, so what is wrong comes to who asked: the findings, and what the library
+// says when a folder is applied that has passed.
 TEST_F(Client, HearsWhatAReloadCannotUse) {
   StartDaemon();
   folder.Write("vlans.json", "{\n  broken");
-  folder.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
   const Result broken = Run({"reload"});
-  EXPECT_THAT(broken.output, HasSubstr("vlans.json:2:3: "));
-  EXPECT_THAT(broken.output, HasSubstr("Loaded Remote remote/far.json Options with VLAN 77 before "
-                                       "loading VLAN options... Skipping\n"));
+  EXPECT_EQ(broken.output,
+            "vlans.json:2:3: not JSON: no name of a member, expected one in double quotes, found "
+            "\"broken\"\n");
   EXPECT_EQ(broken.status, 1);
+  EXPECT_EQ(Run({"ip", "protocol", "summary"}).output, SUMMARY);
+
+  folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10}}})");
+  folder.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
+  const Result odd = Run({"reload"});
+  EXPECT_EQ(odd.output,
+            "remote/far.json:1:31: warning: VLAN_CONFIGURATIONS.a: an entry for a VLAN that the "
+            "VLAN document does not name, expected one of its VLANs, found 77\n"
+            "Loaded Remote remote/far.json Options with VLAN 77 before loading VLAN options... "
+            "Skipping\n");
+  EXPECT_EQ(odd.status, 0) << "that was no error";
 
   folder.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
   const Result mended = Run({"reload"});
@@ -92,7 +103,29 @@ TEST_F(Client, HearsWhatAReloadCannotUse) {
   EXPECT_EQ(mended.status, 0);
   daemon->Kill(SIGTERM);
   EXPECT_EQ(daemon->Wait(), 0);
-  EXPECT_EQ(daemon->Errors(), broken.output);
+  EXPECT_EQ(daemon->Errors(), broken.output + odd.output);
+}
+
+// What a check finds is for who asked alone.
+TEST_F(Client, HearsWhatACheckFinds) {
+  StartDaemon();
+  EXPECT_EQ(Run({"check"}).output, "The folder has no errors\n");
+  folder.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
+  const std::string warning =
+      "remote/far.json:1:31: warning: VLAN_CONFIGURATIONS.a: an entry for a VLAN that the VLAN "
+      "document does not name, expected one of its VLANs, found 77\n";
+  const Result lenient = Run({"check"});
+  EXPECT_EQ(lenient.output, warning + "The folder has no errors\n");
+  EXPECT_EQ(lenient.status, 0);
+  const Result strict = Run({"check", "strict"});
+  EXPECT_EQ(strict.output, warning);
+  EXPECT_EQ(strict.status, 1);
+  folder.Remove("remote/far.json");
+  const Result clean = Run({"check", "strict"});
+  EXPECT_EQ(clean.output, "The folder has no errors and no warnings\n");
+  EXPECT_EQ(clean.status, 0);
+  EXPECT_EQ(Run({"check", "strictly"}).status, 2);
+  ExpectHealthyDaemon();
 }
 
 TEST_F(Client, TakesCommandsFromStandardInput) {

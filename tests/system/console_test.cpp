@@ -90,12 +90,12 @@ TEST_F(Console, GoesOnAfterFiveSecondsWithoutSettling) {
 TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
   const Result result = Run("foo\nip bar\nvrf 20\n");
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(
-      result.output,
-      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload lab help "
-      "? quit exit\n"
-      "\"ip\" is understood, \"bar\" after it is not. Possible: bgp igmp ospf protocol "
-      "rip\n");
+  EXPECT_EQ(result.output,
+            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload check "
+            "lab help "
+            "? quit exit\n"
+            "\"ip\" is understood, \"bar\" after it is not. Possible: bgp igmp ospf protocol "
+            "rip\n");
   EXPECT_EQ(result.errors, "");
 }
 

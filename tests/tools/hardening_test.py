@@ -30,7 +30,7 @@ LIBRARY = FLAGS + ['-fPIC', '-shared', '-Wl,-z,lazy']
 DAEMON = PROGRAM + ['-Wl,-rpath,$ORIGIN/../lib/device']
 PLACES = {'bin/vantacored': DAEMON, 'bin/vantacorectl': PROGRAM, 'lib/libvantacore.so.1': LIBRARY,
           'lib/device/libprotocol_routers.so': LIBRARY, 'lib/device/librouting_stack.so': LIBRARY,
-          'lib/device/libtarsel_base.so': LIBRARY}
+          'lib/device/libtarsel_base.so': LIBRARY, 'lib/device/libdocument_check.so': LIBRARY}
 
 
 class Hardening(unittest.TestCase):
@@ -122,7 +122,7 @@ class Hardening(unittest.TestCase):
             os.remove(os.path.join(self.folder, place))
         self.assertEqual(self.found(), [os.path.basename(place) + ': not found' for place in (
             'vantacored', 'vantacorectl', 'libvantacore.so.1', 'libprotocol_routers.so',
-            'librouting_stack.so', 'libtarsel_base.so')])
+            'librouting_stack.so', 'libtarsel_base.so', 'libdocument_check.so')])
 
 
 unittest.main(argv=sys.argv[:1])

@@ -1,9 +1,8 @@
 """Checks that docs/operations.md knows every message of the log: messages_test.py ROOT.
 
 The tables of the document give, of each message that the library, the software routers and the daemon
-write, the level and the text as the code has it. The list of the daemon's own complaints gives texts
-with <...> for what varies; every piece of text that the daemon builds a complaint from stands there, and
-no other.
+write, the level and the text as the code has it. The list of findings and complaints gives texts with
+<...> for what varies; every piece of text that the daemon builds one from stands there, and no other.
 """
 
 import ast
@@ -18,13 +17,15 @@ ASSERTION = re.compile(r'\bOnAssert\(\s*(%s)' % LITERALS)
 OUTCOMES = re.compile(r'constexpr OutcomeTexts \w+ = \{(.*?)\};', re.S)
 LITERAL = re.compile(r'"(?:[^"\\]|\\.)*"')
 CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|UsageError|Explain)\(')
-# What is wrong with an option or a route is a result. Braces are of a text that is more than that.
-RESULT = re.compile(r'\b(?:return|problem =) [^;{]*;')
-# What members are expected to be.
-TABLE = re.compile(r'\b(?:MEMBERS\d\[\]|METRIC) = [^;]*;')
+# What is wrong with an option is a result.
+RESULT = re.compile(r'\breturn [^;{]*;')
 COMPLAINING = ('device/apply', 'device/console', 'device/daemon', 'device/documents', 'device/intent',
                'device/program')
-WITH_RESULTS = ('command_line.cpp', 'options.cpp', 'route_reader.cpp')
+WITH_RESULTS = ('command_line.cpp', 'options.cpp')
+# Here every text of several words is a finding or a part of one, except in the declarations of members.
+FINDING = 'device/documents'
+DECLARATIONS = 'document_shapes.cpp'
+COMMENT = re.compile(r'^\s*//.*$|\s//\s.*$|^#include.*$', re.M)
 ROW = re.compile(r'^\| (none|assertion|\d+) \| `([^`]*)` \| [^|]*\w[^|]* \| [^|]*\w[^|]* \|$', re.M)
 
 
@@ -78,17 +79,26 @@ def arguments(text, begin):
     return ''
 
 
+def folder_of(path, root):
+    return os.path.relpath(os.path.dirname(path), root)
+
+
 def complaints(root):
-    """The pieces that complaints are built from, and all texts of the files."""
+    """The pieces that findings and complaints are built from, and all texts of the files."""
     pieces, literals = set(), ''
     paths = [path for folder in COMPLAINING for path in glob.glob(os.path.join(root, folder, '*.cpp'))]
     for path in sorted(paths):
         text = read(path).replace("'\"'", "' '")
         told = [arguments(text, match.end() - 1) for match in CALL.finditer(text)]
         if os.path.basename(path) in WITH_RESULTS:
-            told += RESULT.findall(text) + TABLE.findall(text)
+            told += RESULT.findall(text)
         for part in told:
-            pieces.update(joined(literal) for literal in LITERAL.findall(part))
+            pieces.update(ast.literal_eval(literal) for literal in LITERAL.findall(part))
+        if folder_of(path, root) == FINDING and os.path.basename(path) != DECLARATIONS:
+            texts = [ast.literal_eval('(' + match + ')')
+                     for match in re.findall(LITERALS, COMMENT.sub('', text))]
+            pieces.update(texts)
+            literals += ''.join(one + '\n' for one in texts)
         literals += ''.join(ast.literal_eval(part) + '\n' for part in LITERAL.findall(text))
     return {piece.strip() for piece in pieces if len(re.findall('[a-z]', piece)) > 2
             and ' ' in piece.strip()}, literals
@@ -113,8 +123,8 @@ def main():
     if not pieces or not spans:
         sys.exit('There are no complaints to compare.')
     parts = [re.split(r'<[^>]*>', span) for span in spans]
-    errors += ['complaint not in docs/operations.md: ' + piece for piece in sorted(pieces)
-               if not any(piece.replace('\\n', '') in span for span in spans)]
+    errors += ['complaint not in docs/operations.md: %r' % piece for piece in sorted(pieces)
+               if not any(piece.replace('\n', '') in span for span in spans)]
     errors += ['complaint not in the code: ' + part for span in parts for part in span
                if len(re.findall('[a-z]', part)) > 2 and part.strip() not in literals]
     print('\n'.join(errors + ['%d messages, %d pieces of complaints, %d errors'

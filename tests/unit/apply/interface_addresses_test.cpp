@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "device/apply/interfaces.h"
-#include "device/documents/device_document.h"
 #include "tests/support/device_fixture.h"
-#include "tests/support/json_text.h"
-#include "tests/support/reported_lines.h"
+#include "tests/support/read_documents.h"
 
 namespace {
 
@@ -27,11 +25,7 @@ class InterfaceAddresses : public test_support::DeviceFixture {
     const std::string document =
         R"({"default_vlan": 10, "interfaces": [{"name": "eth0", "vlan": 10, "index": 3, "ipv6": [)" +
         prefixes + "]}]}";
-    test_support::ReportedLines reported;
-    state.Apply(documents::ReadDeviceDocument(test_support::ParsedJson(document), "device.json",
-                                              reported.report),
-                {10});
-    ASSERT_THAT(reported.lines, IsEmpty());
+    state.Apply(test_support::ReadDevice(document), {10});
     ASSERT_TRUE(Settle());
   }
   // 2001:db8::1 with this length.

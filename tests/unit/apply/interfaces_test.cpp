@@ -1,23 +1,20 @@
 #include "device/apply/interfaces.h"
-#include "device/documents/device_document.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/device_fixture.h"
-#include "tests/support/json_text.h"
-#include "tests/support/reported_lines.h"
+#include "tests/support/read_documents.h"
 #include "vantacore/dc_interface_mgr.h"
 
 namespace {
 
-using test_support::ParsedJson;
-using test_support::ReportedLines;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::Pair;
 
 class InterfacesTest : public test_support::DeviceFixture {
  protected:
@@ -31,12 +28,9 @@ class InterfacesTest : public test_support::DeviceFixture {
 
   // Applies a document whose interfaces are these, and lets the stack answer.
   void Apply(const std::string& interfaces, const std::string& primaries = "") {
-    state.Apply(documents::ReadDeviceDocument(
-                    ParsedJson(R"({"default_vlan": 10, "interfaces": [)" + interfaces +
-                               R"(], "primary_interfaces": {)" + primaries + "}}"),
-                    "device.json", reported.report),
+    state.Apply(test_support::ReadDevice(R"({"default_vlan": 10, "interfaces": [)" + interfaces +
+                                         R"(], "primary_interfaces": {)" + primaries + "}}"),
                 {10, 11});
-    ASSERT_THAT(reported.lines, IsEmpty());
     ASSERT_TRUE(Settle());
   }
   static std::string Eth0(const std::string& members = "") {
@@ -45,7 +39,6 @@ class InterfacesTest : public test_support::DeviceFixture {
   }
 
   apply::Interfaces state;
-  ReportedLines reported;
 };
 
 TEST_F(InterfacesTest, AddsInterfacesWithTheirAddresses) {
@@ -190,6 +183,28 @@ TEST_F(InterfacesTest, FindsAnInterfaceOnItsOwnVlanOnly) {
   EXPECT_FALSE(state.IndexOf(11, "eth0"));
   EXPECT_TRUE(state.IsInterfaceUp(20, 7));
   EXPECT_FALSE(state.IsInterfaceUp(20, 3));
+}
+
+TEST_F(InterfacesTest, GivesAnotherMapOfIndexesOnlyWhenItSaysSomethingElse) {
+  Apply(Eth0());
+  const auto before = state.GetIndexes();
+  EXPECT_THAT(*before, ElementsAre(Pair(Pair(10, "eth0"), 3u)));
+  Apply(Eth0(R"("mtu": 9000)"));
+  EXPECT_EQ(state.GetIndexes(), before);
+  Apply(Eth0() + R"(, {"name": "eth0", "vlan": 20, "index": 7})");
+  EXPECT_THAT(*before, ElementsAre(Pair(Pair(10, "eth0"), 3u))) << "others may still read it";
+  EXPECT_THAT(*state.GetIndexes(),
+              ElementsAre(Pair(Pair(10, "eth0"), 3u), Pair(Pair(20, "eth0"), 7u)));
+}
+
+TEST_F(InterfacesTest, GivesPrimariesAheadOfTheRest) {
+  state.ApplyPrimaries(test_support::ReadDevice(R"({"default_vlan": 10, "interfaces": [)" +
+                                                Eth0(R"("ipv4": "10.1.0.1/16")") + "]}"),
+                       {10, 12});
+  const Tarsel::DcInterfaceMgr* registry = Tarsel::DcInterfaceMgr::GetInstance();
+  EXPECT_STREQ(registry->GetPrimaryInterface(10), "eth0");
+  EXPECT_STREQ(registry->GetPrimaryInterface(12), "lo");
+  EXPECT_FALSE(state.IndexOf(10, "eth0"));
 }
 
 TEST_F(InterfacesTest, AnnouncesWhatANewVlansRoutersMissed) {

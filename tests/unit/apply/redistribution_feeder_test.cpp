@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "tests/support/device_fixture.h"
 #include "vantacore/dc_rtm_mgr.h"
 
@@ -50,13 +52,24 @@ class RedistributionFeeder : public test_support::DeviceFixture {
     return requests;
   }
 
+  // Returns how many requests that took.
+  std::size_t Push(const Rules& wanted) {
+    feeder.Begin(std::make_shared<const Rules>(wanted));
+    const std::size_t count = feeder.Continue(100);
+    EXPECT_TRUE(feeder.IsDone());
+    return count;
+  }
+  std::size_t Withdraw(const Rules& wanted) {
+    return Push(intent::FindStayingRules(*feeder.GetWanted(), wanted));
+  }
+
   apply::RedistributionFeeder feeder;
 };
 
 TEST_F(RedistributionFeeder, AsksForRulesOfBothFamilies) {
   LoadVlan();
   ASSERT_TRUE(Settle());
-  EXPECT_EQ(feeder.Push({{RIP4, STATIC | BGP}, {BGP6, CONNECTED}}), 3u);
+  EXPECT_EQ(Push({{RIP4, STATIC | BGP}, {BGP6, CONNECTED}}), 3u);
   EXPECT_FALSE(feeder.IsWaiting());
   ASSERT_TRUE(Settle());
   EXPECT_THAT(TakeRequests(),
@@ -67,19 +80,45 @@ TEST_F(RedistributionFeeder, AsksForRulesOfBothFamilies) {
                                                  "20000 to e0000 in 32778"));
 }
 
+TEST_F(RedistributionFeeder, LooksAtNoMoreDestinationsAtOnceThanItMay) {
+  LoadVlan();
+  ASSERT_TRUE(Settle());
+  Push({{BGP4, STATIC}});
+  feeder.Begin(std::make_shared<const Rules>(Rules{{RIP4, STATIC | BGP}, {BGP6, CONNECTED}}));
+  EXPECT_FALSE(feeder.IsDone());
+  EXPECT_EQ(feeder.Continue(1), 2u);
+  EXPECT_EQ(feeder.Continue(1), 1u);
+  EXPECT_THAT(feeder.GetAsked(), ElementsAre(testing::Pair(RIP4, STATIC | BGP)));
+  EXPECT_EQ(feeder.Continue(1), 1u);
+  EXPECT_TRUE(feeder.IsDone());
+  EXPECT_EQ(feeder.Continue(1), 0u);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(StackRules(), UnorderedElementsAre("30000 to 80000 in 10", "e0000 to 80000 in 10",
+                                                 "20000 to e0000 in 32778"));
+}
+
+TEST_F(RedistributionFeeder, ForgetsWhatItHasBegun) {
+  LoadVlan();
+  ASSERT_TRUE(Settle());
+  feeder.Begin(std::make_shared<const Rules>(Rules{{RIP4, STATIC | BGP}}));
+  feeder.Forget();
+  EXPECT_TRUE(feeder.IsDone());
+  EXPECT_EQ(feeder.Continue(1), 0u);
+}
+
 TEST_F(RedistributionFeeder, AsksForDifferencesOnly) {
   LoadVlan();
   ASSERT_TRUE(Settle());
-  feeder.Push({{RIP4, STATIC | BGP}});
-  EXPECT_EQ(feeder.Push({{RIP4, STATIC | BGP}}), 0u);
+  Push({{RIP4, STATIC | BGP}});
+  EXPECT_EQ(Push({{RIP4, STATIC | BGP}}), 0u);
   ASSERT_TRUE(Settle());
   TakeCalls();
-  EXPECT_EQ(feeder.Push({{RIP4, STATIC | CONNECTED}}), 2u);
+  EXPECT_EQ(Push({{RIP4, STATIC | CONNECTED}}), 2u);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(TakeRequests(),
               UnorderedElementsAre("sms_act_cipr_redist(6, 2, 917504, 524288, 10, 0)",
                                    "sms_act_cipr_redist(1, 1, 131072, 524288, 10, 0)"));
-  EXPECT_EQ(feeder.Push({}), 2u);
+  EXPECT_EQ(Push({}), 2u);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(StackRules(), IsEmpty());
   EXPECT_THAT(feeder.GetAsked(), IsEmpty());
@@ -90,7 +129,7 @@ TEST_F(RedistributionFeeder, AsksForDifferencesOnly) {
 TEST_F(RedistributionFeeder, WaitsUntilTheProtocolIsReady) {
   Control().Hold();
   LoadVlan();
-  EXPECT_EQ(feeder.Push({{RIP4, STATIC}, {BGP6, STATIC}}), 0u);
+  EXPECT_EQ(Push({{RIP4, STATIC}, {BGP6, STATIC}}), 0u);
   EXPECT_TRUE(feeder.IsWaiting());
   loop.AdvanceMilliseconds(1000);
   EXPECT_TRUE(feeder.IsWaiting());
@@ -105,11 +144,11 @@ TEST_F(RedistributionFeeder, WaitsUntilTheProtocolIsReady) {
 TEST_F(RedistributionFeeder, AsksAgainWhenAProtocolHasBecomeReadyOnceMore) {
   LoadVlan();
   ASSERT_TRUE(Settle());
-  feeder.Push({{RIP4, STATIC}, {BGP4, STATIC}});
+  Push({{RIP4, STATIC}, {BGP4, STATIC}});
   ASSERT_TRUE(Settle());
   // The instances go with their rules, and come back.
   Tarsel::DcRtmMgr::GetInstance()->DeleteRtmConfig(10);
-  feeder.Push({{RIP4, STATIC}});
+  Push({{RIP4, STATIC}});
   EXPECT_TRUE(feeder.IsWaiting());
   ASSERT_TRUE(Settle());
   EXPECT_THAT(StackRules(), IsEmpty());
@@ -125,10 +164,10 @@ TEST_F(RedistributionFeeder, AsksAgainWhenAProtocolHasBecomeReadyOnceMore) {
 TEST_F(RedistributionFeeder, WithdrawsWithoutAskingForAnythingNew) {
   LoadVlan();
   ASSERT_TRUE(Settle());
-  feeder.Push({{RIP4, STATIC | CONNECTED}, {BGP4, STATIC}});
+  Push({{RIP4, STATIC | CONNECTED}, {BGP4, STATIC}});
   ASSERT_TRUE(Settle());
   TakeCalls();
-  EXPECT_EQ(feeder.Withdraw({{RIP4, STATIC | BGP}, {OSPF4, STATIC}}), 2u);
+  EXPECT_EQ(Withdraw({{RIP4, STATIC | BGP}, {OSPF4, STATIC}}), 2u);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(TakeRequests(),
               UnorderedElementsAre("sms_act_cipr_redist(6, 2, 131072, 524288, 10, 0)",
@@ -139,8 +178,8 @@ TEST_F(RedistributionFeeder, WithdrawsWithoutAskingForAnythingNew) {
 TEST_F(RedistributionFeeder, StopsWaitingForWhatIsNoLongerWanted) {
   Control().Hold();
   LoadVlan();
-  feeder.Push({{RIP4, STATIC}});
-  EXPECT_EQ(feeder.Withdraw({}), 0u);
+  Push({{RIP4, STATIC}});
+  EXPECT_EQ(Withdraw({}), 0u);
   EXPECT_FALSE(feeder.IsWaiting());
   Control().Release();
   ASSERT_TRUE(Settle());
@@ -150,14 +189,14 @@ TEST_F(RedistributionFeeder, StopsWaitingForWhatIsNoLongerWanted) {
 TEST_F(RedistributionFeeder, WithdrawsLateWhatADisabledProtocolWasLeftWith) {
   LoadVlan();
   ASSERT_TRUE(Settle());
-  feeder.Push({{RIP4, STATIC}});
+  Push({{RIP4, STATIC}});
   ASSERT_TRUE(Settle());
   LoadVlan(R"("BGP": {"enabled": true})");
-  EXPECT_EQ(feeder.Push({}), 0u);
+  EXPECT_EQ(Push({}), 0u);
   EXPECT_FALSE(feeder.IsWaiting());
   EXPECT_THAT(StackRules(), ElementsAre("30000 to 80000 in 10"));
   LoadVlan();
-  EXPECT_EQ(feeder.Push({}), 1u);
+  EXPECT_EQ(Push({}), 1u);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(StackRules(), IsEmpty());
 }
@@ -165,9 +204,9 @@ TEST_F(RedistributionFeeder, WithdrawsLateWhatADisabledProtocolWasLeftWith) {
 TEST_F(RedistributionFeeder, ForgetsTheRulesOfAVlanThatHasGone) {
   LoadVlan();
   ASSERT_TRUE(Settle());
-  feeder.Push({{RIP4, STATIC}});
+  Push({{RIP4, STATIC}});
   Manager().DeleteVlan(10);
-  EXPECT_EQ(feeder.Push({}), 0u);
+  EXPECT_EQ(Push({}), 0u);
   EXPECT_FALSE(feeder.IsWaiting());
   EXPECT_THAT(feeder.GetAsked(), IsEmpty());
 }

@@ -3,12 +3,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
+#include <utility>
+#include <vector>
+
 #include "tests/support/device_fixture.h"
-#include "tests/support/reported_lines.h"
 
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 class RouteFeeder : public test_support::DeviceFixture {
@@ -20,9 +25,10 @@ class RouteFeeder : public test_support::DeviceFixture {
     TakeCalls();
   }
 
-  intent::ResolvedRoute Route(unsigned short vlan, bool ip6, const char* network,
-                              unsigned length) const {
+  intent::ResolvedRoute Route(unsigned short vlan, bool ip6, const char* network, unsigned length,
+                              std::uint32_t metric = 5) const {
     intent::ResolvedRoute route;
+    route.metric = metric;
     route.target.vlan = vlan;
     route.target.ip6 = ip6;
     route.target.length = length;
@@ -41,19 +47,29 @@ class RouteFeeder : public test_support::DeviceFixture {
     return route;
   }
 
+  static std::shared_ptr<const intent::RoutePlan> Plan(const intent::SharedRoutes& present,
+                                                       intent::ResolvedRoutes wanted) {
+    return std::make_shared<const intent::RoutePlan>(intent::PlanRoutes(
+        present, std::make_shared<const intent::ResolvedRoutes>(std::move(wanted))));
+  }
+  // Returns how many requests that took.
+  std::size_t Push(intent::ResolvedRoutes wanted) {
+    feeder.Begin(Plan(feeder.GetRoutes(), std::move(wanted)));
+    return feeder.Continue(100);
+  }
+
   apply::RouteFeeder feeder;
 };
 
 TEST_F(RouteFeeder, AddsAndRemovesRoutesOfBothFamilies) {
-  const intent::ResolvedRoutes routes = {{Route(10, false, "10.9.0.0", 16), 5},
-                                         {Route(10, true, "2001:db8:9::", 48), 6}};
-  EXPECT_EQ(feeder.Push(routes), 2u);
+  EXPECT_EQ(Push({Route(10, false, "10.9.0.0", 16, 5), Route(10, true, "2001:db8:9::", 48, 6)}),
+            2u);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(TakeCalls(),
               ElementsAre("sms_update_route(1, 1, 1, 1, 10.9.0.0, 16, 10.0.0.0, 196608, 3, 10, 5)",
                           "sms_update_route(1, 1, 1, 2, 2001:db8:9::, 48, ::1, 196608, 3, 32778, "
                           "6)"));
-  EXPECT_EQ(feeder.Push({}), 2u);
+  EXPECT_EQ(Push({}), 2u);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(TakeCalls(),
               ElementsAre("sms_update_route(1, 6, 2, 1, 10.9.0.0, 16, 10.0.0.0, 0, 3, 10, 0)",
@@ -62,30 +78,58 @@ TEST_F(RouteFeeder, AddsAndRemovesRoutesOfBothFamilies) {
 }
 
 TEST_F(RouteFeeder, AsksForDifferencesOnly) {
-  intent::ResolvedRoutes routes = {{Route(10, false, "10.9.0.0", 16), 5},
-                                   {Route(10, false, "10.8.0.0", 16), 5}};
-  feeder.Push(routes);
-  EXPECT_EQ(feeder.Push(routes), 0u);
-  routes.begin()->second = 7;
-  EXPECT_EQ(feeder.Push(routes), 1u);
+  const intent::ResolvedRoute other = Route(10, false, "10.9.0.0", 16);
+  Push({Route(10, false, "10.8.0.0", 16), other});
+  EXPECT_EQ(Push({Route(10, false, "10.8.0.0", 16), other}), 0u);
+  EXPECT_EQ(Push({Route(10, false, "10.8.0.0", 16, 7), other}), 1u);
   ASSERT_TRUE(Settle());
   ASSERT_EQ(Control().Rib().size(), 2u);
   EXPECT_EQ(Control().Rib()[0].metric1, 7u);
-  EXPECT_EQ(feeder.GetRoutes(), routes);
+  EXPECT_THAT(*feeder.GetRoutes(), ElementsAre(Route(10, false, "10.8.0.0", 16, 7), other));
+}
+
+TEST_F(RouteFeeder, MakesNoMoreRequestsAtOnceThanItMay) {
+  const std::vector<const char*> networks = {"10.1.0.0", "10.2.0.0", "10.3.0.0", "10.4.0.0"};
+  intent::ResolvedRoutes routes;
+  for (const char* network : networks) {
+    routes.push_back(Route(10, false, network, 16));
+  }
+  Push({routes[0], routes[1]});
+  ASSERT_TRUE(Settle());
+  TakeCalls();
+  const auto present = feeder.GetRoutes();
+  feeder.Begin(Plan(present, {routes[2], routes[3]}));
+  EXPECT_EQ(feeder.Continue(3), 3u);
+  EXPECT_EQ(feeder.GetRoutes(), present) << "the plan is being carried out";
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(TakeCalls(),
+              ElementsAre(HasSubstr("(1, 6, 2, 1, 10.1.0.0"), HasSubstr("(1, 6, 2, 1, 10.2.0.0"),
+                          HasSubstr("(1, 1, 1, 1, 10.3.0.0")));
+  EXPECT_EQ(feeder.Continue(1), 1u);
+  EXPECT_EQ(feeder.Continue(1), 0u);
+  EXPECT_THAT(*feeder.GetRoutes(), ElementsAre(routes[2], routes[3]));
+  EXPECT_EQ(feeder.Continue(1), 0u);
+}
+
+TEST_F(RouteFeeder, ForgetsAPlanWithTheRoutes) {
+  Push({Route(10, false, "10.8.0.0", 16)});
+  feeder.Begin(Plan(feeder.GetRoutes(), {Route(10, false, "10.9.0.0", 16)}));
+  feeder.Forget();
+  EXPECT_THAT(*feeder.GetRoutes(), IsEmpty());
+  EXPECT_EQ(feeder.Continue(100), 0u);
+  EXPECT_THAT(*feeder.GetRoutes(), IsEmpty());
 }
 
 TEST_F(RouteFeeder, RemovesTheRoutesOfVlans) {
-  feeder.Push({{Route(10, false, "10.9.0.0", 16), 5},
-               {Route(20, false, "10.9.0.0", 16), 5},
-               {Route(20, true, "2001:db8:9::", 48), 5}});
+  Push({Route(10, false, "10.9.0.0", 16), Route(20, false, "10.9.0.0", 16),
+        Route(20, true, "2001:db8:9::", 48)});
   ASSERT_TRUE(Settle());
-  EXPECT_EQ(feeder.RemoveVlans({}), 0u);
-  EXPECT_EQ(feeder.RemoveVlans({30}), 0u);
-  EXPECT_EQ(feeder.RemoveVlans({20, 30}), 2u);
+  EXPECT_EQ(Push(intent::WithoutVlans(*feeder.GetRoutes(), {30})), 0u);
+  EXPECT_EQ(Push(intent::WithoutVlans(*feeder.GetRoutes(), {20, 30})), 2u);
   ASSERT_TRUE(Settle());
   ASSERT_EQ(Control().Rib().size(), 1u);
   EXPECT_EQ(Control().Rib()[0].instance, 10u);
-  EXPECT_EQ(feeder.GetRoutes().size(), 1u);
+  EXPECT_EQ(feeder.GetRoutes()->size(), 1u);
 }
 
 }  // namespace

@@ -170,7 +170,8 @@ class Server : public test_support::DeviceFixture {
   loop::Loop turns;
   apply::Interfaces state;
   console::Lab lab{Control(), state, 1000, [] {}};
-  console::Dispatcher dispatcher{[](const program::Report&) {}, lab};
+  console::Dispatcher dispatcher{{[](const apply::Asker&) {}, [](const apply::Asker&, bool) {}},
+                                 lab};
   std::optional<ConsoleServer> server;
 };
 

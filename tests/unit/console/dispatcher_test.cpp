@@ -5,11 +5,9 @@
 
 #include <utility>
 
-#include "device/documents/device_document.h"
 #include "device/program/printable.h"
 #include "tests/support/device_fixture.h"
-#include "tests/support/json_text.h"
-#include "tests/support/reported_lines.h"
+#include "tests/support/read_documents.h"
 #include "vantacore/dc_console_command.h"
 #include "vantacore/dc_interface_mgr.h"
 
@@ -18,7 +16,6 @@ namespace {
 using console::Reply;
 using console::Result;
 using console::RunningCommand;
-using test_support::ParsedJson;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -50,7 +47,7 @@ class Dispatcher : public test_support::DeviceFixture {
     Execute(line);
     return command->GetResult();
   }
-  // Of all but a reload a console is the only other holder of its command.
+  // Of all but a reload and a check a console is the only other holder of its command.
   bool ConsoleIsGone() const { return command.use_count() == 1; }
   void ExpectOver() const {
     EXPECT_EQ(overs, 1);
@@ -59,15 +56,22 @@ class Dispatcher : public test_support::DeviceFixture {
   }
 
   int reloads = 0;
-  program::Report asker;  // of the last reload
+  int checks = 0;
+  bool isStrict = false;  // the last check
+  apply::Asker asker;     // of the last reload or check
   bool seesLog = true;
   apply::Interfaces state;
   int restarts = 0;
   console::Lab lab{Control(), state, 1000, [this] { ++restarts; }};
-  console::Dispatcher dispatcher{[this](program::Report toldAsker) {
-                                   ++reloads;
-                                   asker = std::move(toldAsker);
-                                 },
+  console::Dispatcher dispatcher{{[this](apply::Asker toldAsker) {
+                                    ++reloads;
+                                    asker = std::move(toldAsker);
+                                  },
+                                  [this](apply::Asker toldAsker, bool isToldStrict) {
+                                    ++checks;
+                                    isStrict = isToldStrict;
+                                    asker = std::move(toldAsker);
+                                  }},
                                  lab};
   unsigned short vlan = 10;
   std::shared_ptr<RunningCommand> command;
@@ -95,8 +99,8 @@ TEST_F(Dispatcher, ListsItsWords) {
   Execute("help");
   for (const char* usage :
        {"  ip [<word> ...] ", "  ip6 [<word> ...] ", "  rtm route|rib ", "  interface [vrf <vid>] ",
-        "  interface6 [vrf <vid>] ", "  show <command> ", "  vrf <vid> ", "  reload ", "  help ",
-        "  quit "}) {
+        "  interface6 [vrf <vid>] ", "  show <command> ", "  vrf <vid> ", "  reload ",
+        "  check [strict] ", "  help ", "  quit "}) {
     EXPECT_THAT(output, HasSubstr(usage));
   }
   ExpectOver();
@@ -122,9 +126,8 @@ TEST_F(Dispatcher, ListsTheRegistries) {
 TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   EXPECT_EQ(ResultOf("foo bar"), Result::USAGE);
   EXPECT_EQ(output,
-            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload lab "
-            "help ? quit "
-            "exit\n");
+            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload check "
+            "lab help ? quit exit\n");
   ExpectOver();
   EXPECT_EQ(ResultOf("ip foo"), Result::USAGE);
   EXPECT_EQ(output,
@@ -152,6 +155,7 @@ TEST_F(Dispatcher, RefusesWordsThatAreTooMany) {
     const char* more;
   } lines[] = {
       {"reload", "now", ""},
+      {"check strict", "now", ""},
       {"quit", "now", ""},
       {"exit", "?", ""},
       {"help", "reload", ""},
@@ -177,6 +181,7 @@ TEST_F(Dispatcher, RefusesWordsThatAreTooMany) {
   }
   EXPECT_EQ(vlan, 10);
   EXPECT_EQ(reloads, 0);
+  EXPECT_EQ(checks, 0);
 }
 
 TEST_F(Dispatcher, NamesTheFirstWordThatDoesNotFit) {
@@ -248,20 +253,65 @@ TEST_F(Dispatcher, Quits) {
 TEST_F(Dispatcher, Reloads) {
   EXPECT_TRUE(Execute("reload").hasChanged);
   EXPECT_EQ(reloads, 1);
+  EXPECT_EQ(overs, 0);
+  asker.end(true);
+  asker = {};
   ExpectOver();
+  EXPECT_EQ(output, "");
+  EXPECT_EQ(command->GetResult(), Result::DONE);
 }
 
-TEST_F(Dispatcher, TellsWhatAReloadComplainsOfWhereTheLogIsNotSeen) {
+TEST_F(Dispatcher, TellsThatAReloadHasFailed) {
   Execute("reload");
-  EXPECT_FALSE(asker);
+  asker.end(false);
+  asker = {};
+  ExpectOver();
+  EXPECT_EQ(output, "");
+  EXPECT_EQ(command->GetResult(), Result::FAULTY);
+}
+
+TEST_F(Dispatcher, TellsWhatAReloadFindsWhereTheLogIsNotSeen) {
+  Execute("reload");
+  EXPECT_FALSE(asker.report);
   seesLog = false;
   Execute("reload");
-  ASSERT_TRUE(asker);
+  ASSERT_TRUE(asker.report);
+  asker.report("vlans.json: broken\n");
+  asker.report("device.json: broken\n");
+  EXPECT_EQ(overs, 0);
+  asker.end(true);
+  EXPECT_EQ(command->GetResult(), Result::DONE) << "these may be warnings";
+  asker.report("Invalid VLAN\n");  // while the folder is applied
+  EXPECT_EQ(output, "vlans.json: broken\ndevice.json: broken\nInvalid VLAN\n");
+}
+
+TEST_F(Dispatcher, Checks) {
+  for (const bool toldStrict : {false, true}) {
+    seesLog = toldStrict;  // a check's findings are not in the log
+    EXPECT_FALSE(Execute(toldStrict ? "check strict" : "check").hasChanged);
+    EXPECT_EQ(isStrict, toldStrict);
+    EXPECT_EQ(overs, 0);
+    asker.report("vlans.json: broken\n");
+    asker.end(false);
+    asker = {};
+    ExpectOver();
+    EXPECT_EQ(output, "vlans.json: broken\n");
+    EXPECT_EQ(command->GetResult(), Result::FAULTY);
+  }
+  EXPECT_EQ(checks, 2);
+  EXPECT_EQ(reloads, 0);
+}
+
+TEST_F(Dispatcher, SaysThatACheckHasPassed) {
+  Execute("check");
+  asker.report("vlans.json: warning: odd\n");
+  asker.end(true);
+  EXPECT_EQ(output, "vlans.json: warning: odd\nThe folder has no errors\n");
   EXPECT_EQ(command->GetResult(), Result::DONE);
-  asker("vlans.json: broken\n");
-  asker("device.json: broken\n");
-  EXPECT_EQ(output, "vlans.json: broken\ndevice.json: broken\n");
-  EXPECT_EQ(command->GetResult(), Result::REFUSED);
+  Execute("check strict");
+  asker.end(true);
+  EXPECT_EQ(output, "The folder has no errors and no warnings\n");
+  EXPECT_EQ(command->GetResult(), Result::DONE);
 }
 
 TEST_F(Dispatcher, ChangesTheSessionsVlan) {
@@ -396,10 +446,9 @@ TEST_F(Dispatcher, RefusesOtherVlansAfterInterface) {
 }
 
 TEST_F(Dispatcher, HandsLabCommandsOn) {
-  state.Apply(documents::ReadDeviceDocument(ParsedJson(R"({"default_vlan": 10, "interfaces": [
+  state.Apply(test_support::ReadDevice(R"({"default_vlan": 10, "interfaces": [
                 {"name": "eth0", "vlan": 10, "index": 3},
                 {"name": "eth1", "vlan": 20, "index": 4}]})"),
-                                            "device.json", [](const std::string&) {}),
               {10, 20});
   EXPECT_TRUE(Execute("lab interface eth0 down").hasChanged);
   EXPECT_EQ(output, "");
@@ -437,6 +486,8 @@ TEST_F(Dispatcher, CompletesWords) {
   EXPECT_THAT(console::Dispatcher::Complete({"show"}, ""),
               ElementsAre("ip", "ip6", "rtm", "interface", "interface6"));
   EXPECT_THAT(console::Dispatcher::Complete({"interface6"}, "v"), ElementsAre("vrf"));
+  EXPECT_THAT(console::Dispatcher::Complete({}, "ch"), ElementsAre("check"));
+  EXPECT_THAT(console::Dispatcher::Complete({"check"}, ""), ElementsAre("strict"));
   EXPECT_THAT(console::Dispatcher::Complete({"ip"}, "p"), ElementsAre("protocol"));
   EXPECT_THAT(console::Dispatcher::Complete({"show", "ip", "protocol"}, "s"),
               ElementsAre("summary"));
@@ -445,7 +496,8 @@ TEST_F(Dispatcher, CompletesWords) {
               ElementsAre("ipv6", "vrf", "dest", "proto", "detail"));
   EXPECT_THAT(console::Dispatcher::Complete({"show", "rtm", "route", "ipv6"}, "d"),
               ElementsAre("dest", "detail"));
-  for (const char* whole : {"reload", "quit", "?", "interface vrf 10", "vrf 10", "rtm rib vrf"}) {
+  for (const char* whole :
+       {"reload", "check strict", "quit", "?", "interface vrf 10", "vrf 10", "rtm rib vrf"}) {
     EXPECT_THAT(console::Dispatcher::Complete(std::string(whole) + " "), IsEmpty()) << whole;
   }
   EXPECT_THAT(console::Dispatcher::Complete({"nothing", "known"}, ""), IsEmpty());

@@ -4,19 +4,16 @@
 #include <gtest/gtest.h>
 
 #include "device/base/timer_loop.h"
-#include "device/documents/device_document.h"
 #include "tests/support/device_fixture.h"
-#include "tests/support/json_text.h"
+#include "tests/support/read_documents.h"
 #include "tests/support/recording_console.h"
-#include "tests/support/reported_lines.h"
 #include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/static_routes.h"
 
 namespace {
 
 using console::LabReply;
-using test_support::ParsedJson;
-using test_support::ReportedLines;
+using test_support::ReadDevice;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -26,8 +23,7 @@ class Lab : public test_support::DeviceFixture {
  protected:
   void SetUp() override {
     Start(10);
-    state.Apply(documents::ReadDeviceDocument(ParsedJson(DEVICE), "device.json", reported.report),
-                {10});
+    state.Apply(ReadDevice(DEVICE), {10});
     LoadVlans();
     state.AnnounceTo(10);
     ASSERT_TRUE(Settle());
@@ -51,8 +47,7 @@ class Lab : public test_support::DeviceFixture {
   // Brings the document into force again and answers with what that took.
   std::vector<std::string> Restore() {
     TakeCalls();
-    state.Apply(documents::ReadDeviceDocument(ParsedJson(DEVICE), "device.json", reported.report),
-                {10});
+    state.Apply(ReadDevice(DEVICE), {10});
     EXPECT_TRUE(Settle());
     return TakeCalls();
   }
@@ -89,7 +84,6 @@ class Lab : public test_support::DeviceFixture {
       {"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16", "ipv6": ["2001:db8::1/64"]},
       {"name": "eth9", "vlan": 20, "index": 4}]})";
 
-  ReportedLines reported;
   apply::Interfaces state;
   int restarts = 0;
   console::Lab lab{Control(), state, 1000, [this] { ++restarts; }};
@@ -205,9 +199,8 @@ TEST_F(Lab, FindsInterfacesInTheirVlan) {
 }
 
 TEST_F(Lab, TakesTheNameOfAnInterfaceForNoWordOfItsOwn) {
-  state.Apply(documents::ReadDeviceDocument(ParsedJson(R"({"default_vlan": 10, "interfaces": [
+  state.Apply(ReadDevice(R"({"default_vlan": 10, "interfaces": [
                   {"name": "vrf", "vlan": 10, "index": 5}, {"name": "vrf", "vlan": 20, "index": 6}]})"),
-                                            "device.json", reported.report),
               {10});
   EXPECT_EQ(Execute("interface vrf down").text, "");
   EXPECT_FALSE(state.IsInterfaceUp(10, 5));

@@ -83,18 +83,29 @@ TEST_F(RunningCommand, LetsItsSessionDetachFromInside) {
   EXPECT_TRUE(own.IsOver());
 }
 
-TEST_F(RunningCommand, IsRefusedByALateComplaint) {
-  command->End();
+TEST_F(RunningCommand, IsFaultyOnlyWhenItsFolderIs) {
+  command->Tell("vlans.json: warning: odd\n");
   EXPECT_EQ(command->GetResult(), Result::DONE);
-  command->Complain("vlans.json: broken\n");
-  EXPECT_EQ(command->GetResult(), Result::REFUSED);
+  command->Fail();
+  EXPECT_EQ(command->GetResult(), Result::FAULTY);
+  command->Refuse();
+  EXPECT_EQ(command->GetResult(), Result::FAULTY);
+  command->Misunderstand();
+  EXPECT_EQ(command->GetResult(), Result::USAGE);
+}
+
+TEST_F(RunningCommand, TellsWhatComesLate) {
+  command->End();
+  command->Tell("vlans.json: broken\n");
+  EXPECT_EQ(command->GetResult(), Result::DONE);
   EXPECT_EQ(output, "vlans.json: broken\n");
 }
 
-TEST_F(RunningCommand, IsRefusedByAComplaintThatNobodyReads) {
+TEST_F(RunningCommand, IsFaultyAlsoWhenNobodyReads) {
   command->Detach();
-  command->Complain("vlans.json: broken\n");
-  EXPECT_EQ(command->GetResult(), Result::REFUSED);
+  command->Tell("vlans.json: broken\n");
+  command->Fail();
+  EXPECT_EQ(command->GetResult(), Result::FAULTY);
   EXPECT_EQ(output, "");
 }
 
@@ -136,7 +147,7 @@ TEST_F(RunningCommand, ShowsNothingThatATerminalWouldObey) {
   auto* console = new HostConsole(command);
   console->Print("Invalid VLAN ID %s\n", "\x1b[2J\xc2\x9b\xff\u202e");
   console->PrintError("\r\x07\n");
-  command->Complain("\x1b]0;title\x07.json: broken\n");
+  command->Tell("\x1b]0;title\x07.json: broken\n");
   EXPECT_EQ(output,
             "Invalid VLAN ID \\x1b[2J\\xc2\\x9b\\xff\\xe2\\x80\\xae\n"
             "\\x0d\\x07\n"
@@ -145,9 +156,11 @@ TEST_F(RunningCommand, ShowsNothingThatATerminalWouldObey) {
 }
 
 // A document may be named like this.
-TEST_F(RunningCommand, IsRefusedByAComplaintThatLooksLikeUsage) {
-  command->Complain("Usage: .json: broken\n");
-  EXPECT_EQ(command->GetResult(), Result::REFUSED);
+TEST_F(RunningCommand, IsNotUsageByAFindingThatLooksLikeIt) {
+  command->Tell("Usage: .json: broken\n");
+  EXPECT_EQ(command->GetResult(), Result::DONE);
+  command->Fail();
+  EXPECT_EQ(command->GetResult(), Result::FAULTY);
 }
 
 }  // namespace

@@ -54,7 +54,8 @@ class Session : public test_support::DeviceFixture {
   uv_loop_t m_loop;
   apply::Interfaces m_state;
   console::Lab m_lab{Control(), m_state, 1000, [] {}};
-  console::Dispatcher m_dispatcher{[this](const program::Report&) { reload(); }, m_lab};
+  console::Dispatcher m_dispatcher{
+      {[this](const apply::Asker&) { reload(); }, [](const apply::Asker&, bool) {}}, m_lab};
   std::optional<loop::SettledWait> m_settle;
 };
 

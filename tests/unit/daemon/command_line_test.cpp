@@ -36,13 +36,16 @@ TEST_F(ParseCommandLine, HasDefaults) {
   EXPECT_EQ(line.configDirectory, "there");
   EXPECT_EQ(line.logLevel, 1);
   EXPECT_FALSE(line.isDaemon);
+  EXPECT_FALSE(line.isPartial);
+  EXPECT_EQ(line.checkDirectory, "");
   EXPECT_EQ(line.tickMicroseconds, 1000u);
   EXPECT_EQ(line.socketPath, "");
 }
 
 TEST_F(ParseCommandLine, TakesEveryOption) {
-  EXPECT_FALSE(
-      Parse({"--config=there", "--log", "10", "--daemon", "--tick-us=100", "--socket", "s"}));
+  EXPECT_FALSE(Parse({"--config=there", "--log", "10", "--daemon", "--tick-us=100", "--socket", "s",
+                      "--partial"}));
+  EXPECT_TRUE(line.isPartial);
   EXPECT_EQ(line.socketPath, "s");
   EXPECT_EQ(line.configDirectory, "there");
   EXPECT_EQ(line.logLevel, 10);
@@ -50,13 +53,27 @@ TEST_F(ParseCommandLine, TakesEveryOption) {
   EXPECT_EQ(line.tickMicroseconds, 100u);
 }
 
+TEST_F(ParseCommandLine, TakesACheckAlone) {
+  EXPECT_FALSE(Parse({"--check", "there"}));
+  EXPECT_EQ(line.checkDirectory, "there");
+  EXPECT_EQ(line.configDirectory, "");
+  EXPECT_FALSE(line.isStrict);
+}
+
+TEST_F(ParseCommandLine, TakesAStrictCheck) {
+  EXPECT_FALSE(Parse({"--strict", "--check=there"}));
+  EXPECT_EQ(line.checkDirectory, "there");
+  EXPECT_TRUE(line.isStrict);
+}
+
 TEST_F(ParseCommandLine, ExplainsItself) {
   const auto ending = Parse({"--help"});
   ASSERT_TRUE(ending);
   EXPECT_FALSE(ending->isError);
   EXPECT_THAT(ending->text, StartsWith("Usage: vantacored --config DIR [OPTION...]\n"));
-  for (const char* option : {"--config DIR", "--log LEVEL", "--daemon", "--socket PATH",
-                             "--tick-us N", "--help", "--version"}) {
+  for (const char* option :
+       {"--config DIR", "--log LEVEL", "--daemon", "--socket PATH", "--tick-us N", "--partial",
+        "--check DIR", "--strict", "--help", "--version"}) {
     EXPECT_THAT(ending->text, HasSubstr(option));
   }
 }
@@ -79,6 +96,16 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({"--config", "a", "--socket", ""}, "--socket takes a path");
   ExpectError({"--config", "a", "--socket="}, "--socket takes a path");
   ExpectError({"--config", "a", "b"}, "not an option: \"b\"");
+  ExpectError({"--check"}, "a value is missing after \"--check\"");
+  ExpectError({"--check", ""}, "--check takes a folder");
+  ExpectError({"--strict", "--config", "a"}, "--strict goes with --check only");
+  ExpectError({"--strict"}, "--strict goes with --check only");
+  for (const char* option :
+       {"--config=a", "--log=1", "--daemon", "--socket=s", "--tick-us=10", "--partial"}) {
+    line = {};
+    ExpectError({option, "--check", "a"}, "--check goes with --strict only");
+    ExpectError({"--check", "a", "--strict", option}, "--check goes with --strict only");
+  }
   ExpectError({"--log", "11"}, "--log takes a level from 0 to 10, not \"11\"");
   ExpectError({"--log", ""}, "--log takes a level from 0 to 10, not \"\"");
   ExpectError({"--log", "1x"}, "--log takes a level from 0 to 10, not \"1x\"");

@@ -11,14 +11,13 @@
 #include <vector>
 
 #include "device/documents/config_folder.h"
-#include "tests/support/reported_lines.h"
 #include "tests/support/scratch_folder.h"
 
 namespace {
 
-enum class Listing { WHOLE, UNTIL_A_DOCUMENT, BROKEN };
-
-Listing g_listing = Listing::WHOLE;
+bool g_breaks = false;       // each listing, after the first document
+bool g_hasDocument = false;  // the listing that is under way has had one
+int g_broken = 0;            // listings
 
 bool IsDocument(const char* name) {
   const std::size_t size = std::strlen(name);
@@ -27,15 +26,14 @@ bool IsDocument(const char* name) {
 
 template <typename Entry>
 Entry* ReadNext(DIR* folder, const char* function) {
-  if (g_listing == Listing::BROKEN) {
+  if (g_breaks && g_hasDocument) {
+    ++g_broken;
     errno = EIO;
     return nullptr;
   }
   const auto next = reinterpret_cast<Entry* (*)(DIR*)>(dlsym(RTLD_NEXT, function));
   Entry* entry = next(folder);
-  if (g_listing == Listing::UNTIL_A_DOCUMENT && entry && IsDocument(entry->d_name)) {
-    g_listing = Listing::BROKEN;
-  }
+  g_hasDocument = g_hasDocument || (entry && IsDocument(entry->d_name));
   return entry;
 }
 
@@ -43,35 +41,63 @@ Entry* ReadNext(DIR* folder, const char* function) {
 
 // Which of the two the standard library calls depends on the machine.
 extern "C" dirent* readdir(DIR* folder) { return ReadNext<dirent>(folder, "readdir"); }
+extern "C" int closedir(DIR* folder) {
+  g_hasDocument = false;
+  return reinterpret_cast<int (*)(DIR*)>(dlsym(RTLD_NEXT, "closedir"))(folder);
+}
 extern "C" dirent64* readdir64(DIR* folder) { return ReadNext<dirent64>(folder, "readdir64"); }
 
 namespace {
 
 using testing::ElementsAre;
 
-TEST(BrokenListing, LeavesTheRemotesOfTheLastReading) {
-  test_support::ScratchFolder files;
-  files.Write("device.json", "{\"default_vlan\": 10}");
-  files.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 10}}})");
-  files.Write("remote/a.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 11}}})");
-  files.Write("remote/b.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 12}}})");
-  test_support::ReportedLines reported;
-  const documents::ConfigFolder reader(files.Path(), reported.report);
-  const documents::Folder before = reader.Read({});
-  // The third is not among those of the last reading, and one of the three comes before the error.
-  files.Write("remote/c.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 13}}})");
-
-  g_listing = Listing::UNTIL_A_DOCUMENT;
-  const documents::Folder folder = reader.Read(before);
-  EXPECT_EQ(g_listing, Listing::BROKEN) << "the listing went on";
-  g_listing = Listing::WHOLE;
-
-  std::vector<std::string> names;
-  for (const auto& file : folder.files) {
-    names.push_back(file->name);
+class BrokenListing : public testing::Test {
+ protected:
+  BrokenListing() {
+    files.Write("device.json", "{\"default_vlan\": 10}");
+    files.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 10}}})");
+    files.Write("remote/a.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 10}}})");
+    files.Write("remote/b.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 10}}})");
   }
-  EXPECT_THAT(names, ElementsAre("vlans.json", "remote/a.json", "remote/b.json"));
-  EXPECT_THAT(reported.lines, ElementsAre("remote: cannot be listed: Input/output error"));
+
+  documents::Reading ReadBroken(const documents::ConfigFolder& reader,
+                                const documents::Folder& before) {
+    // The third is not among those of the last reading, and one of the three comes before the error.
+    files.Write("remote/c.json", R"({"VLAN_CONFIGURATIONS": {"v": {"vid": 10}}})");
+    g_breaks = true;
+    documents::Reading reading = reader.ReadAgain(before);
+    g_breaks = false;
+    EXPECT_EQ(g_broken, 2) << "when the folder is read, and when it is looked at once more";
+    return reading;
+  }
+
+  static std::vector<std::string> NamesOf(const documents::Folder& folder) {
+    std::vector<std::string> names;
+    for (const auto& file : folder.files) {
+      names.push_back(file->name);
+    }
+    return names;
+  }
+
+  test_support::ScratchFolder files;
+};
+
+TEST_F(BrokenListing, IsAnError) {
+  const documents::ConfigFolder reader(files.Path(), {documents::DeclaredProtocols(), false});
+  const documents::Folder before = reader.ReadFirst().folder;
+  const documents::Reading reading = ReadBroken(reader, before);
+  EXPECT_THAT(
+      reading.findings.Lines(),
+      ElementsAre("remote: cannot be listed, expected a folder, found \"Input/output error\""));
+  EXPECT_THAT(NamesOf(reading.folder), ElementsAre("vlans.json"));
+}
+
+TEST_F(BrokenListing, LeavesTheRemotesOfTheLastReading) {
+  const documents::ConfigFolder reader(files.Path(), {documents::DeclaredProtocols(), true});
+  const documents::Folder before = reader.ReadFirst().folder;
+  const documents::Reading reading = ReadBroken(reader, before);
+  EXPECT_THAT(NamesOf(reading.folder), ElementsAre("vlans.json", "remote/a.json", "remote/b.json"));
+  EXPECT_EQ(reading.findings.CountErrors(), 1u);
 }
 
 }  // namespace

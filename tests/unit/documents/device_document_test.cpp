@@ -3,21 +3,23 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/json_text.h"
-#include "tests/support/reported_lines.h"
+#include "tests/unit/documents/reading.h"
 
 namespace {
 
 using documents::Device;
-using test_support::ParsedJson;
-using test_support::ReportedLines;
+using documents_tests::ReadDevice;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 class ReadDeviceDocument : public testing::Test {
  protected:
   Device Read(const std::string& json) {
-    return documents::ReadDeviceDocument(ParsedJson(json), "device.json", reported.report);
+    const auto read = ReadDevice(json);
+    for (const std::string& line : read.Lines()) {
+      lines.push_back(line);
+    }
+    return read.file.device;
   }
   // A document whose only interface has the required members and these.
   Device ReadInterface(const std::string& members) {
@@ -29,7 +31,7 @@ class ReadDeviceDocument : public testing::Test {
     return document.interfaces.begin()->second;
   }
 
-  ReportedLines reported;
+  std::vector<std::string> lines;  // of all readings
 };
 
 TEST_F(ReadDeviceDocument, TakesEverything) {
@@ -41,7 +43,7 @@ TEST_F(ReadDeviceDocument, TakesEverything) {
       {"name": "eth0", "vlan": 20, "index": 3, "flags": ["mpls-tunnel", "loopback",
        "point-to-point", "unnumbered"]}],
     "primary_interfaces": {"10": "eth0"}})");
-  EXPECT_THAT(reported.lines, IsEmpty());
+  EXPECT_THAT(lines, IsEmpty());
   EXPECT_EQ(document.defaultVlan, 10);
   ASSERT_EQ(document.interfaces.size(), 2u);
   const documents::Interface& first = document.interfaces.at({10, 3});
@@ -74,10 +76,27 @@ TEST_F(ReadDeviceDocument, NeedsADefaultVlan) {
   EXPECT_EQ(Read(R"({"default_vlan": 32768})").defaultVlan, 1);
   EXPECT_EQ(Read(R"({"default_vlan": "10"})").defaultVlan, 1);
   EXPECT_EQ(Read(R"({"default_vlan": -1})").defaultVlan, 1);
-  const std::string expected =
-      "device.json: default_vlan: expected a whole number from 0 to 32767, found ";
-  EXPECT_THAT(reported.lines, ElementsAre(expected + "nothing", expected + "32768",
-                                          expected + "\"10\"", expected + "-1"));
+  EXPECT_EQ(Read(R"({"default_vlan": 32767})").defaultVlan, 32767);
+  const std::string expected = "expected a whole number from 0 to 32767, found ";
+  EXPECT_THAT(
+      lines,
+      ElementsAre("device.json:1:1: default_vlan: a missing member, " + expected + "nothing",
+                  "device.json:1:18: default_vlan: out of range, " + expected + "32768",
+                  "device.json:1:18: default_vlan: wrong kind of value, " + expected + "\"10\"",
+                  "device.json:1:18: default_vlan: out of range, " + expected + "-1"));
+}
+
+TEST_F(ReadDeviceDocument, NeedsAnObject) {
+  for (const char* text : {"[]", "1", "null", "\"a\"", "true"}) {
+    EXPECT_FALSE(ReadDevice(text).isDocument) << text;
+    Read(text);
+  }
+  const std::string kind = "device.json:1:1: wrong kind of value, expected an object, found ";
+  EXPECT_THAT(lines, ElementsAre(kind + "an array", kind + "1",
+                                 "device.json:1:1: no value, expected an object, found null",
+                                 kind + "\"a\"", kind + "true"));
+  EXPECT_TRUE(ReadDevice("{}").isDocument);
+  EXPECT_FALSE(ReadDevice("{").isDocument);
 }
 
 TEST_F(ReadDeviceDocument, LeavesOutInterfacesWithoutRequiredMembers) {
@@ -90,22 +109,24 @@ TEST_F(ReadDeviceDocument, LeavesOutInterfacesWithoutRequiredMembers) {
     {"name": "eth5", "vlan": 10, "index": 5}]})");
   ASSERT_EQ(document.interfaces.size(), 1u);
   EXPECT_EQ(Only(document).name, "eth5");
+  const std::string name = "expected 1 to 64 printable characters without blanks, found ";
   EXPECT_THAT(
-      reported.lines,
-      ElementsAre("device.json: interfaces[0]: expected an object, found 7",
-                  "device.json: interfaces[1].name: expected a text, found nothing",
-                  "device.json: interfaces[2].vlan: expected a whole number from 0 to 32767, found "
-                  "nothing",
-                  "device.json: interfaces[3].index: expected a whole number from 1 to 2147483647, "
-                  "found 0",
-                  "device.json: interfaces[4].name: expected 1 to 64 printable characters without "
-                  "blanks, found \"a b\""));
+      lines,
+      ElementsAre(
+          "device.json:2:5: interfaces[0]: wrong kind of value, expected an object that is not "
+          "empty, found 7",
+          "device.json:3:5: interfaces[1].name: a missing member, " + name + "nothing",
+          "device.json:4:5: interfaces[2].vlan: a missing member, expected a whole number from 0 "
+          "to 32767, found nothing",
+          "device.json:5:43: interfaces[3].index: out of range, expected a whole number from 1 to "
+          "2147483647, found 0",
+          "device.json:6:14: interfaces[4].name: not a name, " + name + "\"a b\""));
 }
 
 TEST_F(ReadDeviceDocument, LeavesOutOptionalMembersOneByOne) {
   const Device document = ReadInterface(
       R"("mtu": 67, "up": "yes", "flags": ["broadcast", "fast", 3], "ipv4": "10.0.0.1",
-         "ipv6": ["2001:db8::1", "::1/129", 5, "2001:db8::1/64", "2001:db8::1/128"])");
+"ipv6": ["2001:db8::1", "::1/129", 5, "2001:db8::1/64", "2001:db8::1/128"])");
   EXPECT_EQ(Only(document).mtu, 1500u);
   EXPECT_TRUE(Only(document).up);
   EXPECT_EQ(Only(document).flags, 8u);
@@ -115,31 +136,43 @@ TEST_F(ReadDeviceDocument, LeavesOutOptionalMembersOneByOne) {
   const std::string flags =
       "expected one of mpls-tunnel, loopback, point-to-point, broadcast, "
       "multicast, unnumbered, found ";
-  const std::string at = "device.json: interfaces[0].";
-  EXPECT_THAT(reported.lines,
-              ElementsAre(at + "mtu: expected a whole number from 68 to 65535, found 67",
-                          at + "up: expected true or false, found \"yes\"",
-                          at + "flags[1]: " + flags + "\"fast\"", at + "flags[2]: " + flags + "3",
-                          at + "ipv4: expected an IPv4 address/length, found \"10.0.0.1\"",
-                          at + "ipv6[0]: expected an IPv6 address/length, found \"2001:db8::1\"",
-                          at + R"(ipv6[1]: expected an IPv6 address/length, found "::1/129")",
-                          at + "ipv6[2]: expected an IPv6 address/length, found 5",
-                          at + "ipv6[4]: the interface has this address already"));
+  const std::string prefix = "expected an IPv6 address/length, found ";
+  EXPECT_THAT(
+      lines,
+      ElementsAre(
+          "device.json:1:84: interfaces[0].mtu: out of range, expected a whole number from 68 to "
+          "65535, found 67",
+          "device.json:1:94: interfaces[0].up: wrong kind of value, expected true or false, found "
+          "\"yes\"",
+          "device.json:1:124: interfaces[0].flags[1]: unknown word, " + flags + "\"fast\"",
+          "device.json:1:132: interfaces[0].flags[2]: wrong kind of value, " + flags + "3",
+          "device.json:1:144: interfaces[0].ipv4: not an IPv4 prefix, expected an IPv4 "
+          "address/length, found \"10.0.0.1\"",
+          "device.json:2:10: interfaces[0].ipv6[0]: not an IPv6 prefix, " + prefix +
+              "\"2001:db8::1\"",
+          "device.json:2:25: interfaces[0].ipv6[1]: not an IPv6 prefix, " + prefix + "\"::1/129\"",
+          "device.json:2:36: interfaces[0].ipv6[2]: wrong kind of value, " + prefix + "5",
+          "device.json:2:57: interfaces[0].ipv6[4]: an address that the interface has already, "
+          "expected another, found \"2001:db8::1\""));
 }
 
 TEST_F(ReadDeviceDocument, RefusesOtherFormsOfIp4Addresses) {
   for (const char* text : {"10.0.0.1/33", "10.0.0/8", "10.0.0.1/", "10.0.0.1/8x", "10.0.0.1/+8",
-                           "/8", "10.0.0.1/99999999999", "10.0.0.1\\u0000x/8"}) {
+                           "/8", "10.0.0.1/99999999999", "10.0.0.1\\u0000x/8", "10.0.0.1/0008"}) {
     EXPECT_FALSE(Only(ReadInterface(R"("ipv4": ")" + std::string(text) + "\"")).ip4) << text;
   }
-  EXPECT_EQ(reported.lines.size(), 8u);
+  EXPECT_EQ(lines.size(), 9u);
+  for (const char* text : {"10.0.0.1/32", "0.0.0.0/0", "10.0.0.1/08"}) {
+    EXPECT_TRUE(Only(ReadInterface(R"("ipv4": ")" + std::string(text) + "\"")).ip4) << text;
+  }
+  EXPECT_EQ(lines.size(), 9u);
 }
 
 TEST_F(ReadDeviceDocument, ReadsNoAddressUpToANul) {
   EXPECT_TRUE(Only(ReadInterface(R"("ipv6": ["2001:db8::1\u0000x/64"])")).ip6.empty());
-  EXPECT_THAT(reported.lines,
-              ElementsAre("device.json: interfaces[0].ipv6[0]: expected an IPv6 address/length, "
-                          "found \"2001:db8::1\\x00x/64\""));
+  EXPECT_THAT(lines,
+              ElementsAre("device.json:1:86: interfaces[0].ipv6[0]: not an IPv6 prefix, expected "
+                          "an IPv6 address/length, found \"2001:db8::1\\x00x/64\""));
 }
 
 TEST_F(ReadDeviceDocument, KeepsTheFirstOfTwoInterfacesWithTheSameIndexOrName) {
@@ -150,38 +183,105 @@ TEST_F(ReadDeviceDocument, KeepsTheFirstOfTwoInterfacesWithTheSameIndexOrName) {
   ASSERT_EQ(document.interfaces.size(), 1u);
   EXPECT_EQ(Only(document).name, "eth0");
   EXPECT_THAT(
-      reported.lines,
-      ElementsAre("device.json: interfaces[1]: VLAN 10 has another interface with index 1, which "
-                  "stays",
-                  "device.json: interfaces[2]: VLAN 10 has another interface eth0, which stays"));
+      lines,
+      ElementsAre("device.json:3:43: interfaces[1].index: an index that stands twice, expected one "
+                  "interface of VLAN 10 with it, found 1 again",
+                  "device.json:4:14: interfaces[2].name: a name that stands twice, expected one "
+                  "interface of VLAN 10 with it, found \"eth0\" again"));
 }
 
 TEST_F(ReadDeviceDocument, TakesOnlyPrimariesThatExist) {
-  const Device document = Read(R"({"default_vlan": 1, "interfaces": [
-    {"name": "eth0", "vlan": 10, "index": 1}],
-    "primary_interfaces": {"10": "eth0", "11": "eth0", "12": 1, "x": "eth0"}})");
+  const Device document = Read(R"({"default_vlan": 1,
+    "primary_interfaces": {"10": "eth0",
+"11": "eth0",
+"12": 1,
+"x": "eth0",
+"13": null,
+"14": {},
+"32768": "eth0",
+"010": "eth0"},
+    "interfaces": [{"name": "eth0", "vlan": 10, "index": 1}]})");
   EXPECT_EQ(document.primaries.size(), 1u);
   EXPECT_EQ(document.primaries.at(10), "eth0");
   EXPECT_THAT(
-      reported.lines,
+      lines,
       ElementsAre(
-          "device.json: primary_interfaces.11: VLAN 11 has no interface \"eth0\"",
-          "device.json: primary_interfaces.12: expected an interface's name, found 1",
-          "device.json: primary_interfaces.x: expected a VLAN from 0 to 32767 as the name"));
+          "device.json:3:7: primary_interfaces.11: not an interface of VLAN 11, expected the name "
+          "of one, found \"eth0\"",
+          "device.json:4:7: primary_interfaces.12: wrong kind of value, expected the name of an "
+          "interface, found 1",
+          "device.json:5:1: primary_interfaces.x: not a VLAN, expected a VLAN from 0 to 32767 as "
+          "the name, found \"x\"",
+          "device.json:6:7: primary_interfaces.13: no value, expected the name of an interface, "
+          "found null",
+          "device.json:7:7: primary_interfaces.14: wrong kind of value, expected the name of an "
+          "interface, found an object",
+          "device.json:8:1: primary_interfaces.32768: not a VLAN, expected a VLAN from 0 to 32767 "
+          "as the name, found \"32768\"",
+          "device.json:9:8: primary_interfaces.010: a VLAN that stands twice, expected one name "
+          "for VLAN 10, found another, \"eth0\""));
 }
 
 TEST_F(ReadDeviceDocument, NamesMembersThatNobodyReads) {
   Read(R"({"default_vlan": 1, "vlan": 2, "interfaces": [
-    {"name": "eth0", "vlan": 10, "index": 1, "MTU": 1500}]})");
-  EXPECT_THAT(reported.lines, ElementsAre("device.json: interfaces[0].MTU: not a known member",
-                                          "device.json: vlan: not a known member"));
+    {"name": "eth0", "vlan": 10, "index": 1, "MTU": 1500}], "x-vlan": 2, "$schema": "a"})");
+  EXPECT_THAT(lines,
+              ElementsAre("device.json:1:21: vlan: unknown member, expected \"default_vlan\" or "
+                          "another known name, found \"vlan\"",
+                          "device.json:2:46: interfaces[0].MTU: unknown member, expected \"mtu\" "
+                          "or another known name, found \"MTU\""));
 }
 
 TEST_F(ReadDeviceDocument, TakesNoOtherTypeForItsLists) {
   Read(R"({"default_vlan": 1, "interfaces": {}, "primary_interfaces": []})");
-  EXPECT_THAT(reported.lines,
-              ElementsAre("device.json: interfaces: expected an array, found an object",
-                          "device.json: primary_interfaces: expected an object, found an array"));
+  EXPECT_THAT(lines,
+              ElementsAre("device.json:1:35: interfaces: wrong kind of value, expected an array, "
+                          "found an object",
+                          "device.json:1:61: primary_interfaces: wrong kind of value, expected an "
+                          "object of VLANs and names of interfaces, found an array"));
+}
+
+TEST_F(ReadDeviceDocument, PlacesInterfacesAndAddresses) {
+  const Device document = Read(R"({"default_vlan": 1, "interfaces": [
+    {"ipv6": ["2001:db8::1/64",
+"2001:db8::2/64"], "name": "eth0", "vlan": 10, "index": 1,
+"ipv4": "10.0.0.1/8"},
+    {"name": "eth1", "vlan": 9, "index": 1}]})");
+  const documents::InterfaceOrigin& origin = document.origins.at({10, 1});
+  EXPECT_EQ(origin.place.Text(), "device.json:2:5: interfaces[0]");
+  EXPECT_EQ(origin.ip4.Text(), "device.json:4:9: interfaces[0].ipv4");
+  ASSERT_EQ(origin.ip6.size(), 2u);
+  EXPECT_EQ(origin.ip6[0].Text(), "device.json:2:15: interfaces[0].ipv6[0]");
+  EXPECT_EQ(origin.ip6[1].Text(), "device.json:3:1: interfaces[0].ipv6[1]");
+  EXPECT_EQ(document.origins.at({9, 1}).place.Text(), "device.json:5:5: interfaces[1]");
+}
+
+TEST(ReadPrefix, ReadsWholeTextsOnly) {
+  documents::Ip4Network network;
+  EXPECT_TRUE(documents::ReadPrefix("10.1.2.3/20", network));
+  EXPECT_EQ(network.address, Tarsel::Ip4Addr(10, 1, 2, 3));
+  EXPECT_EQ(network.mask, Tarsel::Ip4Addr(255, 255, 240, 0));
+  Tarsel::Ip6Prefix prefix;
+  EXPECT_TRUE(documents::ReadPrefix("2001:db8::1/64", prefix));
+  EXPECT_TRUE(prefix.ToString() == "2001:db8::1/64");
+  EXPECT_FALSE(documents::ReadPrefix("2001:db8::1/64", network));
+  EXPECT_FALSE(documents::ReadPrefix("10.1.2.3/20", prefix));
+  EXPECT_FALSE(documents::ReadPrefix("2001:db8::1/129", prefix));
+  EXPECT_FALSE(documents::ReadPrefix("", network));
+}
+
+TEST(Ip6PrefixOrder, IsByAddressThenLength) {
+  const documents::Ip6PrefixOrder isBefore;
+  Tarsel::Ip6Prefix a;
+  Tarsel::Ip6Prefix b;
+  documents::ReadPrefix("::1/64", a);
+  documents::ReadPrefix("::2/0", b);
+  EXPECT_TRUE(isBefore(a, b));
+  EXPECT_FALSE(isBefore(b, a));
+  documents::ReadPrefix("::1/65", b);
+  EXPECT_TRUE(isBefore(a, b));
+  EXPECT_FALSE(isBefore(b, a));
+  EXPECT_FALSE(isBefore(a, a));
 }
 
 }  // namespace

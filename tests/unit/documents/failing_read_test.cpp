@@ -1,11 +1,9 @@
 // A file that opens and cannot be read: the first page of a process's memory is not there.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include "device/documents/json_file.h"
-#include "tests/support/reported_lines.h"
+#include "device/documents/file_text.h"
 #include "tests/support/scratch_folder.h"
 
 namespace {
@@ -13,12 +11,9 @@ namespace {
 TEST(FailingRead, IsReported) {
   test_support::ScratchFolder folder;
   std::filesystem::create_symlink("/proc/self/mem", folder.PathOf("a.json"));
-  test_support::ReportedLines reported;
-  Json::Value document = "as before";
-  EXPECT_FALSE(
-      documents::ReadJsonFile(folder.PathOf("a.json"), "a.json", document, reported.report));
-  EXPECT_THAT(reported.lines, testing::ElementsAre("a.json: cannot be read: Input/output error"));
-  EXPECT_EQ(document, "as before");
+  const documents::FileText file = documents::ReadFileText(folder.PathOf("a.json"));
+  EXPECT_EQ(file.problem, "cannot be read, expected a readable file, found \"Input/output error\"");
+  EXPECT_FALSE(file.isMissing);
 }
 
 }  // namespace

@@ -3,14 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "device/documents/device_document.h"
-#include "tests/support/json_text.h"
-#include "tests/support/reported_lines.h"
+#include "tests/support/read_documents.h"
 
 namespace {
 
-using test_support::ParsedJson;
-using test_support::ReportedLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -64,17 +60,13 @@ std::vector<std::string> Lines(const intent::InterfacePlan& plan) {
 class InterfacePlan : public testing::Test {
  protected:
   documents::Device Device(const std::string& interfaces) {
-    return documents::ReadDeviceDocument(
-        ParsedJson(R"({"default_vlan": 10, "interfaces": [)" + interfaces + "]}"), "device.json",
-        reported.report);
+    return test_support::ReadDevice(R"({"default_vlan": 10, "interfaces": [)" + interfaces + "]}");
   }
   std::vector<std::string> Plan(const std::string& present, const std::string& wanted) {
     const auto plan = intent::PlanInterfaces(Device(present).interfaces, Device(wanted).interfaces);
-    EXPECT_THAT(reported.lines, IsEmpty());
     return Lines(plan);
   }
 
-  ReportedLines reported;
   const std::string ETH0 = R"({"name": "eth0", "vlan": 10, "index": 3, "flags": ["broadcast"],
     "joined": true, "ipv4": "10.1.0.1/16", "ipv6": ["2001:db8::1/64"]})";
 };

@@ -3,9 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "device/documents/device_document.h"
-#include "tests/support/json_text.h"
-#include "tests/support/reported_lines.h"
+#include "tests/support/read_documents.h"
 
 namespace {
 
@@ -13,15 +11,11 @@ using testing::ElementsAre;
 using testing::Pair;
 
 TEST(PrimaryInterfaces, AreNamedOrTheFirstWithAnAddressOrTheLoopback) {
-  test_support::ReportedLines reported;
-  documents::Device device = documents::ReadDeviceDocument(
-      test_support::ParsedJson(
-          R"({"default_vlan": 10, "interfaces": [{"name": "a", "vlan": 10, "index": 3},
+  documents::Device device = test_support::ReadDevice(
+      R"({"default_vlan": 10, "interfaces": [{"name": "a", "vlan": 10, "index": 3},
     {"name": "b", "vlan": 10, "index": 4, "ipv4": "10.1.0.1/16"},
     {"name": "c", "vlan": 10, "index": 5, "ipv4": "10.2.0.1/16"},
-    {"name": "d", "vlan": 20, "index": 6}, {"name": "e", "vlan": 30, "index": 7}]})"),
-      "device.json", reported.report);
-  ASSERT_TRUE(reported.lines.empty());
+    {"name": "d", "vlan": 20, "index": 6}, {"name": "e", "vlan": 30, "index": 7}]})");
   device.primaries[30] = "e";
   device.primaries[40] = "named";
   EXPECT_THAT(intent::ChoosePrimaries(device, {10, 20, 30}),

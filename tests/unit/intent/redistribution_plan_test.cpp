@@ -3,18 +3,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "tests/support/device_fixture.h"
-#include "tests/support/json_text.h"
-#include "tests/support/reported_lines.h"
+#include "tests/support/read_documents.h"
 #include "vantacore/dc_router_base.h"
 
 namespace {
 
+using documents::Sources;
 using intent::Destination;
 using intent::Rules;
 using Tarsel::DcRouterMgr;
-using Tarsel::RedistributionProfile;
-using test_support::ParsedJson;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Key;
@@ -22,60 +25,74 @@ using testing::Pair;
 
 constexpr intent::Sources STATIC = 1, CONNECTED = 2, RIP = 4, OSPF = 8, BGP = 16;
 
-Tarsel::Options Document(const std::string& entries) {
-  return Tarsel::Options(ParsedJson(R"({"VLAN_CONFIGURATIONS": )" + entries + "}"));
+std::shared_ptr<const documents::ConfigFile> File(const std::string& entries) {
+  return test_support::ReadConfig("vlans.json", R"({"VLAN_CONFIGURATIONS": )" + entries + "}");
 }
 
-std::map<unsigned short, RedistributionProfile> SourcesOf(const Tarsel::Options& document) {
-  std::map<unsigned short, RedistributionProfile> sources;
-  for (const auto& [vlan, profile] : documents::ReadProfiles(document, "vlans.json")) {
-    sources.emplace(vlan, profile.sources);
+documents::Profiles ProfilesOf(const std::map<unsigned short, Sources>& sources) {
+  documents::Profiles profiles;
+  for (const auto& [vlan, profile] : sources) {
+    profiles.emplace(vlan, documents::Profile{profile, {}});
   }
+  return profiles;
+}
+
+Sources WithoutRip() {
+  Sources sources;
+  sources.fromRip = false;
   return sources;
 }
 
-documents::Profiles ProfilesOf(const std::map<unsigned short, RedistributionProfile>& sources) {
-  documents::Profiles profiles;
-  for (const auto& [vlan, profile] : sources) {
-    profiles.emplace(vlan, documents::Profile{profile, documents::Place("vlans.json")});
+Sources OfBgpOnly() { return {false, false, true, false, false}; }
+
+std::vector<bool> FlagsOf(const Sources& sources) {
+  return {sources.fromStatic, sources.fromConnected, sources.fromBgp, sources.fromRip,
+          sources.fromOspf};
+}
+
+std::map<unsigned short, std::vector<bool>> FlagsOf(const documents::Profiles& profiles) {
+  std::map<unsigned short, std::vector<bool>> flags;
+  for (const auto& [vlan, profile] : profiles) {
+    flags.emplace(vlan, FlagsOf(profile.sources));
   }
-  return profiles;
+  return flags;
 }
 
 constexpr unsigned int Bit(DcRouterMgr::ProtocolType protocol) { return 1u << protocol; }
 
 TEST(RedistributionProfiles, AreThoseOfVlansThatHaveOne) {
-  const auto profiles = SourcesOf(Document(R"({"a": {"vid": 10, "REDISTRIBUTION": {"rip": false}},
-                                     "b": {"vid": 20}, "c": {"vid": 30, "REDISTRIBUTION": {}},
-                                     "d": {"REDISTRIBUTION": {"rip": false}}, "e": 7})"));
-  EXPECT_THAT(profiles,
-              ElementsAre(Pair(10, RedistributionProfile(true, true, true, true, false))));
+  const auto file = File(R"({"a": {"vid": 10, "REDISTRIBUTION": {"rip": false}},
+                             "b": {"vid": 20}, "c": {"vid": 30, "REDISTRIBUTION": {}},
+                             "d": {"REDISTRIBUTION": {"rip": false}}, "e": 7})");
+  EXPECT_THAT(FlagsOf(file->profiles), ElementsAre(Pair(10, FlagsOf(WithoutRip()))));
 }
 
-TEST(RedistributionProfiles, CollectWhatSeveralEntriesSay) {
-  const auto profiles = SourcesOf(Document(R"([{"vid": 10, "REDISTRIBUTION": {"rip": false}},
-                                      {"vid": 10, "REDISTRIBUTION": {"bgp": false}},
-                                      {"vid": 10}])"));
-  EXPECT_THAT(profiles,
-              ElementsAre(Pair(10, RedistributionProfile(true, true, false, true, false))));
+// One VLAN in two entries is a mistake. Where a folder is read in part, the first counts.
+TEST(RedistributionProfiles, AreThoseOfTheFirstOfSeveralEntries) {
+  const auto file = File(R"([{"vid": 10, "REDISTRIBUTION": {"rip": false}},
+                             {"vid": 10, "REDISTRIBUTION": {"bgp": false}},
+                             {"vid": 10}])");
+  EXPECT_THAT(FlagsOf(file->profiles), ElementsAre(Pair(10, FlagsOf(WithoutRip()))));
 }
 
-TEST(RedistributionProfiles, NeedADocument) {
-  EXPECT_THAT(documents::ReadProfiles(Tarsel::Options(ParsedJson("[1]")), "vlans.json"), IsEmpty());
-  EXPECT_THAT(SourcesOf(Document("\"text\"")), IsEmpty());
+// What cannot be used of a profile is left out, and the rest counts, if there is any.
+TEST(RedistributionProfiles, AreThoseOfFlagsThatCanBeUsed) {
+  const auto file = File(R"([{"vid": 10, "REDISTRIBUTION": {"rip": 5}},
+                             {"vid": 20, "REDISTRIBUTION": {"rip": false, "bgp": "no"}}])");
+  EXPECT_THAT(FlagsOf(file->profiles),
+              ElementsAre(Pair(10, FlagsOf(Sources())), Pair(20, FlagsOf(WithoutRip()))))
+      << "a flag that cannot be used is on, as one that is absent";
 }
 
 TEST(RedistributionProfiles, SayWhereTheyStand) {
-  const documents::Profiles profiles = documents::ReadProfiles(
-      Document(R"({"a": {"vid": 10, "REDISTRIBUTION": {"rip": false}}})"), "vlans.json");
-  EXPECT_EQ(profiles.at(10).origin.Text(), "vlans.json: VLAN 10: REDISTRIBUTION");
+  const auto file = File("{\"a\": {\"vid\": 10,\n \"REDISTRIBUTION\": {\"rip\": false}}}");
+  EXPECT_EQ(file->profiles.at(10).origin.Text(),
+            "vlans.json:2:20: VLAN_CONFIGURATIONS.a.REDISTRIBUTION");
 }
 
 TEST(RedistributionPlan, HandsRoutesToEveryEnabledProtocolOfBothFamilies) {
   const Rules rules =
-      intent::PlanRules(ProfilesOf({{10, RedistributionProfile()},
-                                    {20, RedistributionProfile()},
-                                    {30, RedistributionProfile()}}),
+      intent::PlanRules(ProfilesOf({{10, Sources()}, {20, Sources()}, {30, Sources()}}),
                         {{10, Bit(DcRouterMgr::PROTOCOL_BGP) | Bit(DcRouterMgr::PROTOCOL_OSPFV3)},
                          {20, Bit(DcRouterMgr::PROTOCOL_RIPV2)},
                          {40, Bit(DcRouterMgr::PROTOCOL_BGP)}});
@@ -88,15 +105,13 @@ TEST(RedistributionPlan, HandsRoutesToEveryEnabledProtocolOfBothFamilies) {
 
 TEST(RedistributionPlan, LeavesOutWhatTheProfileKeeps) {
   const documents::ProtocolSets all = {{10, ~0u}};
-  EXPECT_THAT(intent::PlanRules(
-                  ProfilesOf({{10, RedistributionProfile(false, false, true, false, false)}}), all),
+  EXPECT_THAT(intent::PlanRules(ProfilesOf({{10, OfBgpOnly()}}), all),
               ElementsAre(Pair(Destination{10, false, 0x80000}, BGP),
                           Pair(Destination{10, false, 0xD0000}, BGP),
                           Pair(Destination{10, true, 0x80000}, BGP),
                           Pair(Destination{10, true, 0xD0000}, BGP)));
   EXPECT_THAT(
-      intent::PlanRules(
-          ProfilesOf({{10, RedistributionProfile(false, false, false, false, false)}}), all),
+      intent::PlanRules(ProfilesOf({{10, Sources{false, false, false, false, false}}}), all),
       IsEmpty());
 }
 
@@ -144,8 +159,9 @@ TEST_F(EnabledProtocols, AreReadAsTheRoutersReadThem) {
     {"vid": 30, "BGP": {"enabled": true}, "RIPV2": {"enabled": true}},
     {"vid": 30, "BGP": {"enabled": false}, "RIPNG": {"enabled": true}},
     {"vid": 40}])";
-  Reload(R"({"VLAN_CONFIGURATIONS": )" + entries + "}", "vlans.json");
-  const documents::ProtocolSets sets = documents::ReadProtocols(Document(entries));
+  const auto file = File(entries);
+  Manager().Reload(file->document, "vlans.json", file->type);
+  const documents::ProtocolSets& sets = file->protocols;
   EXPECT_THAT(sets, ElementsAre(Key(10), Key(20), Key(30), Key(40)));
   unsigned int enabled = 0;
   for (const auto& [vlan, set] : sets) {
@@ -158,7 +174,7 @@ TEST_F(EnabledProtocols, AreReadAsTheRoutersReadThem) {
       enabled += isEnabled;
     }
   }
-  EXPECT_EQ(enabled, 4u);
+  EXPECT_EQ(enabled, 3u);
 }
 
 }  // namespace

@@ -1,0 +1,56 @@
+#include "asker.h"
+
+#include <exception>
+#include <new>
+#include <utility>
+
+namespace apply {
+
+namespace {
+
+// Somebody who has gone must not keep the others, and the device, from going on.
+template <class Call>
+void Calmly(Call call) {
+  try {
+    call();
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception&) {
+  }
+}
+
+}  // namespace
+
+void Askers::Add(Askers others) {
+  for (Asker& asker : others.m_askers) {
+    m_askers.push_back(std::move(asker));
+  }
+}
+
+void Askers::Tell(const std::string& line) const {
+  for (const Asker& asker : m_askers) {
+    if (asker.report) {
+      Calmly([&] { asker.report(line); });
+    }
+  }
+}
+
+void Askers::End(bool hasPassed) {
+  for (Asker& asker : m_askers) {
+    if (const auto end = std::exchange(asker.end, nullptr)) {
+      Calmly([&] { end(hasPassed); });
+    }
+  }
+}
+
+std::vector<program::Report> Askers::GetReports() const {
+  std::vector<program::Report> reports;
+  for (const Asker& asker : m_askers) {
+    if (asker.report) {
+      reports.push_back(asker.report);
+    }
+  }
+  return reports;
+}
+
+}  // namespace apply

@@ -1,0 +1,211 @@
+// Who hears what of a reload and of a check, and when.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tests/unit/apply/reloader_fixture.h"
+
+namespace {
+
+using apply_test::Heard;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::string COMPLAINT =
+    "Loaded Remote remote/far.json Options with VLAN 77 before loading VLAN options... Skipping\n";
+
+class Askers : public apply_test::ReloaderFixture {
+ protected:
+  void SetUp() override { StartWith(WITH_ROUTE); }
+
+  // The folder has a warning, and the library complains when it is applied.
+  void WriteFar() {
+    m_files.Write("remote/far.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 77}}})");
+  }
+
+  Heard first;
+  Heard second;
+};
+
+TEST_F(Askers, HearTheFindingsAndWhatTheLibrarySays) {
+  WriteFar();
+  m_reloader->Reload(first.Asker());
+  EXPECT_THAT(first.ends, IsEmpty()) << "not from inside the call";
+  TurnUntilDone();
+  EXPECT_THAT(first.lines, ElementsAre(HasSubstr("remote/far.json:"), COMPLAINT));
+  EXPECT_THAT(first.lines[0], EndsWith("\n"));
+  EXPECT_THAT(first.ends, ElementsAre(true)) << "warnings do not count";
+}
+
+TEST_F(Askers, HearTheEndWhenTheFolderHasBeenJudged) {
+  WriteVlans(R"("b": {"vid": 20})");
+  Control().Hold();
+  m_reloader->Reload(first.Asker());
+  TurnUntilItWaits();
+  EXPECT_THAT(first.ends, ElementsAre(true));
+  Control().Release();
+  TurnUntilDone();
+  EXPECT_THAT(first.ends, ElementsAre(true)) << "once";
+}
+
+TEST_F(Askers, HearOfTheReloadThatBeginsAfterTheyAsked) {
+  WriteFar();
+  WriteVlans(R"("b": {"vid": 20})");
+  Control().Hold();
+  m_reloader->Reload(first.Asker());
+  TurnUntilItWaits();
+  m_reloader->Reload(second.Asker());
+  EXPECT_THAT(second.lines, IsEmpty());
+  Control().Release();
+  TurnUntilDone();
+  EXPECT_THAT(first.lines, ElementsAre(HasSubstr("remote/far.json:"), COMPLAINT));
+  EXPECT_THAT(second.lines, ElementsAre(HasSubstr("remote/far.json:")))
+      << "the library has been told of the same folder before";
+
+  traces.Take();
+  Reload();
+  EXPECT_EQ(first.lines.size() + second.lines.size(), 3U);
+  EXPECT_EQ(traces.CountOf("-:" + COMPLAINT), 0U);
+}
+
+TEST_F(Askers, ShareAReload) {
+  WriteVlans(R"("b": {"vid": 20})");
+  Control().Hold();
+  m_reloader->Reload();
+  TurnUntilItWaits();
+  m_reloader->Reload(first.Asker());
+  m_reloader->Reload(second.Asker());
+  WriteVlans(R"("b": 5)");
+  Control().Release();
+  TurnUntilDone();
+  EXPECT_EQ(first.lines.size(), 1u);
+  EXPECT_EQ(first.lines, second.lines);
+  EXPECT_THAT(first.ends, ElementsAre(false));
+  EXPECT_THAT(second.ends, ElementsAre(false));
+  EXPECT_EQ(m_overs, 2u);
+}
+
+TEST_F(Askers, MayThrow) {
+  WriteFar();
+  int lines = 0;
+  int ends = 0;
+  m_reloader->Reload({[&lines](const std::string&) {
+                        ++lines;
+                        throw std::runtime_error("gone");
+                      },
+                      [&ends](bool) {
+                        ++ends;
+                        throw std::runtime_error("gone");
+                      }});
+  TurnUntilDone();
+  EXPECT_EQ(lines, 2);
+  EXPECT_EQ(ends, 1);
+  Reload(second.Asker());
+  EXPECT_THAT(second.ends, ElementsAre(true));
+}
+
+TEST_F(Askers, MayAskAgainFromTheEnd) {
+  m_reloader->Reload({{}, [this](bool) { m_reloader->Reload(second.Asker()); }});
+  TurnUntilDone();
+  EXPECT_THAT(second.ends, ElementsAre(true));
+  EXPECT_EQ(m_overs, 2u);
+}
+
+TEST_F(Askers, NeedNotHear) {
+  WriteFar();
+  m_reloader->Reload({{}, first.Asker().end});
+  TurnUntilDone();
+  EXPECT_THAT(first.ends, ElementsAre(true));
+  EXPECT_EQ(traces.CountOf("-:" + COMPLAINT), 1U);
+}
+
+class Check : public Askers {
+ protected:
+  bool Passes(bool isStrict) {
+    Heard heard;
+    m_reloader->Check(heard.Asker(), isStrict);
+    TurnUntilDone();
+    lines = heard.lines;
+    EXPECT_EQ(heard.ends.size(), 1u);
+    return heard.ends.at(0);
+  }
+
+  std::vector<std::string> lines;
+};
+
+TEST_F(Check, SaysNothingOfWhatIsRight) {
+  EXPECT_TRUE(Passes(false));
+  EXPECT_TRUE(Passes(true));
+  EXPECT_THAT(lines, IsEmpty());
+}
+
+TEST_F(Check, MindsWarningsIfItIsStrict) {
+  WriteFar();
+  EXPECT_TRUE(Passes(false));
+  EXPECT_THAT(lines, ElementsAre(HasSubstr("remote/far.json:")));
+  EXPECT_FALSE(Passes(true));
+  EXPECT_THAT(lines, ElementsAre(HasSubstr("remote/far.json:")));
+}
+
+TEST_F(Check, TellsOfMistakesAndChangesNothing) {
+  WriteVlans(R"("b": {"vid": 20}, "c": {})");
+  const intent::Intent* before = &m_reloader->GetIntent();
+  traces.Take();
+  EXPECT_FALSE(Passes(false));
+  EXPECT_THAT(lines, ElementsAre(HasSubstr("vlans.json:")));
+  EXPECT_FALSE(Passes(true));
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(TakeCalls(), IsEmpty());
+  EXPECT_EQ(&m_reloader->GetIntent(), before);
+  EXPECT_THAT(reported.lines, IsEmpty()) << "the log gets nothing";
+  EXPECT_EQ(m_overs, 0u) << "it is not a reload";
+}
+
+TEST_F(Check, ChangesNothingOfWhatItPasses) {
+  WriteVlans(R"("b": {"vid": 20})");
+  EXPECT_TRUE(Passes(true));
+  EXPECT_THAT(Vlans(), ElementsAre(10));
+  Reload();
+  EXPECT_THAT(Vlans(), ElementsAre(20));
+}
+
+TEST_F(Check, TakesItsTurn) {
+  WriteVlans(R"("b": {"vid": 20})");
+  Control().Hold();
+  m_reloader->Reload();
+  TurnUntilItWaits();
+  std::vector<std::string> ends;
+  const auto note = [&ends](const char* what) {
+    return apply::Asker{{}, [&ends, what](bool) { ends.push_back(what); }};
+  };
+  m_reloader->Check(note("check"), false);
+  m_reloader->Reload(note("reload"));
+  m_reloader->Check(note("strict"), true);
+  m_reloader->Reload(note("last"));
+  EXPECT_THAT(ends, IsEmpty());
+  Control().Release();
+  TurnUntilDone();
+  EXPECT_THAT(ends, ElementsAre("check", "reload", "strict", "last"));
+  EXPECT_EQ(m_overs, 3u) << "a check between two reloads keeps them apart";
+}
+
+// Who asks at the end of a reload, while others wait, does not take their turn from them.
+TEST_F(Check, IsNotLostWhenAReloadIsAskedForAtTheEndOfAnother) {
+  std::vector<std::string> ends;
+  const auto note = [&ends](const char* what) {
+    return apply::Asker{{}, [&ends, what](bool) { ends.push_back(what); }};
+  };
+  m_whenOver = [&] { m_reloader->Reload(note("last")); };
+  m_reloader->Reload(note("first"));
+  m_reloader->Check(note("check"), false);
+  TurnUntilDone();
+  EXPECT_THAT(ends, ElementsAre("first", "check", "last"));
+}
+
+}  // namespace

@@ -1,0 +1,161 @@
+// A device whose configuration folder a test writes.
+#ifndef TESTS_UNIT_APPLY_RELOADER_FIXTURE_H
+#define TESTS_UNIT_APPLY_RELOADER_FIXTURE_H
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <uv.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "device/apply/reloader.h"
+#include "device/daemon/asker_log.h"
+#include "device/loop/loop.h"
+#include "device/stack/stack_control.h"
+#include "tests/support/device_fixture.h"
+#include "tests/support/reported_lines.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/stack_activity.h"
+
+namespace apply_test {
+
+/// What somebody who asks for a reload or a check hears.
+struct Heard {
+  std::vector<std::string> lines;
+  std::vector<bool> ends;
+
+  apply::Asker Asker() {
+    return {[this](const std::string& line) { lines.push_back(line); },
+            [this](bool hasPassed) { ends.push_back(hasPassed); }};
+  }
+};
+
+/// The device's time is virtual, the waiting of the loop and of the pool is real: Turn() lets both
+/// go on.
+class ReloaderFixture : public test_support::DeviceFixture {
+ protected:
+  explicit ReloaderFixture(bool isPartial = false) {
+    Tarsel::TimerLoop::SetTickMicroseconds(100);
+    m_files.Write("device.json", R"({"default_vlan": 10, "interfaces": [
+      {"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16"}]})");
+    m_answers.emplace(m_turns.Get(), test_support::ActivityOf(stack));
+    m_reloader.emplace(
+        m_turns.Get(),
+        apply::Reloader::Source{m_files.Path(), {documents::DeclaredProtocols(), isPartial}},
+        m_interfaces, *m_answers,
+        apply::ReloadHooks{reported.report, vantacored::HearWhile,
+                           [this](const std::function<void()>& work) {
+                             ++m_libraryWorks;
+                             work();
+                           },
+                           [this] {
+                             ++m_overs;
+                             if (const auto call = std::exchange(m_whenOver, nullptr)) {
+                               call();
+                             }
+                           }});
+  }
+  ~ReloaderFixture() override {
+    m_reloader.reset();
+    m_answers.reset();
+  }
+
+  /// Initialises the library when the folder has been judged, if it is taken.
+  void BeginToStart() {
+    m_reloader->Start(
+        [this](bool isTaken) {
+          m_isTaken = isTaken;
+          if (isTaken) {
+            Start(m_reloader->GetIntent().GetDevice().defaultVlan);
+            TakeCalls();
+          }
+        },
+        [this] { ++m_starts; });
+  }
+  void StartWith(const std::string& entries) {
+    WriteVlans(entries);
+    BeginToStart();
+    TurnUntilDone();
+    ASSERT_EQ(m_starts, 1u);
+    ASSERT_TRUE(Settle());
+    TakeCalls();
+    reported.lines.clear();
+  }
+  void WriteVlans(const std::string& entries) {
+    m_files.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {)" + entries + "}}");
+  }
+  /// From beginning to end.
+  void Reload(apply::Asker asker = {}) {
+    m_reloader->Reload(std::move(asker));
+    TurnUntilDone();
+  }
+  void RestartTheStack() {
+    Control().Restart();
+    m_reloader->BringBack();
+    TurnUntilDone();
+    ASSERT_TRUE(Settle());
+  }
+
+  /// One turn of the loop; the device's time stands still.
+  void TurnOnly() { uv_run(m_turns.Get(), UV_RUN_NOWAIT); }
+  void Turn() {
+    TurnOnly();
+    loop.AdvanceMilliseconds(1);
+  }
+  /// False if it does not come about in twenty seconds.
+  [[nodiscard]] bool TurnUntil(const std::function<bool()>& isDone, bool doesTimeGoBy = true) {
+    const std::uint64_t begin = uv_hrtime();
+    while (!isDone() && uv_hrtime() - begin < 20000000000) {
+      doesTimeGoBy ? Turn() : TurnOnly();
+    }
+    return isDone();
+  }
+  void TurnUntilDone() {
+    EXPECT_TRUE(TurnUntil([this] { return !m_reloader->IsBusy(); }));
+  }
+  /// While the stack answers nothing: until a reload waits for its answers.
+  void TurnUntilItWaits() {
+    const intent::Intent* before = &m_reloader->GetIntent();
+    ASSERT_TRUE(TurnUntil([&] { return &m_reloader->GetIntent() != before; }));
+    for (const std::uint64_t begin = uv_hrtime(); uv_hrtime() - begin < 50000000;) {
+      Turn();
+    }
+    ASSERT_TRUE(m_reloader->IsBusy());
+  }
+
+  std::vector<unsigned> Vlans() {
+    std::vector<unsigned> vlans;
+    for (const auto& vlan : Manager().GetVlans()) {
+      vlans.push_back(vlan.first);
+    }
+    return vlans;
+  }
+  const intent::ResolvedRoutes& RequestedRoutes() const {
+    return *m_reloader->GetApplier().GetRoutes().GetRoutes();
+  }
+  const apply::RedistributionFeeder& Redistribution() const {
+    return m_reloader->GetApplier().GetRedistribution();
+  }
+
+  const std::string WITH_ROUTE = R"("a": {"vid": 10, "STATIC_ROUTES": {"r": {"interface": "eth0",
+    "network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1"}}})";
+  loop::Loop m_turns;
+  test_support::ScratchFolder m_files;
+  test_support::ReportedLines reported;  // what the log gets
+  apply::Interfaces m_interfaces;
+  std::optional<loop::SettledWait> m_answers;
+  std::optional<apply::Reloader> m_reloader;
+  std::optional<bool> m_isTaken;  // by the start
+  unsigned int m_starts = 0;
+  unsigned int m_overs = 0;
+  std::function<void()> m_whenOver;  // called at the end of the next reload
+  unsigned int m_libraryWorks = 0;
+};
+
+}  // namespace apply_test
+
+#endif
