@@ -74,9 +74,7 @@ class BeaconAction : public MibAction {
 
 void BeaconConfig::ParseOptions(const OptionsNode& node, const string& name,
                                 DclConfigObject::OptionType) {
-  bool enabled = true;  // to name the protocol is to want it
-  node.AsVal(enabled, "enabled");
-  m_enabled[name] = enabled;
+  m_enabled[name] = documents::ReadEnabling(node) == documents::Enabling::YES;
 }
 
 void BeaconConfig::DeleteOptions(const string& name, DclConfigObject::OptionType) {
@@ -113,7 +111,7 @@ void BeaconConfig::Display(DcConsole* console) {
 // ---- the router
 
 BeaconRouter::BeaconRouter(unsigned short vid)
-    : DcRouterBase("BEACON", vid, new BeaconConfig(vid)) {
+    : DcRouterBase(BEACON_PROTOCOL.name, vid, new BeaconConfig(vid)) {
   sms_register_protocol_answer(&OnAnswer);
 }
 
@@ -136,7 +134,7 @@ void BeaconRouter::Show(DcConsole* console) {
 Beacon::Beacon(DcRouterBase& owner, BeaconList& list)
     : DclConfigObject(owner),
       m_list(list),
-      m_interval(10),
+      m_interval(BEACON_INTERVAL.standard),
       m_destroy(false),
       m_gone(false),
       m_again(false),
@@ -167,13 +165,19 @@ string Beacon::Key() const {
 
 bool Beacon::ParseOption(const OptionsNode& node, unsigned short) {
   string text;
-  node.GetAsString(text, "Name");
-  if (!strcasestrstart("BEACON_", text.c_str()) || ParseId(text.c_str()) == 0) {
-    TRACE("\"Name\" of a beacon must be BEACON_<vlan>_<interface index>\n");
+  node.GetAsString(text, BEACON_NAME.name);
+  if (!strcasestrstart(BEACON_ROW.prefix, text.c_str()) || ParseId(text.c_str()) == 0) {
+    TRACE("\"%s\" of a beacon must be %s_<vlan>_<interface index>\n", BEACON_NAME.name,
+          BEACON_ROW.prefix);
     return false;
   }
   int length = 0;
-  ReadDCLMibValue(node, "interval", m_interval, length);
+  ReadDCLMibValue(node, BEACON_INTERVAL.name, m_interval, length);
+  if (m_interval < BEACON_INTERVAL.low || m_interval > BEACON_INTERVAL.high) {
+    TRACE("\"%s\" of %s must be from %u to %u\n", BEACON_INTERVAL.name, text.c_str(),
+          BEACON_INTERVAL.low, BEACON_INTERVAL.high);
+    return false;
+  }
   return true;
 }
 
@@ -258,7 +262,7 @@ void Beacon::Display(DcConsole* console, unsigned int) {
 // ---- the list
 
 BeaconList::BeaconList(DcRouterBase& owner)
-    : DCLConfigList(&owner, "Beacons", "IF_LIST"), m_timer("Beacons") {
+    : DCLConfigList(&owner, "Beacons", BEACON_LIST.name), m_timer("Beacons") {
   m_timer.SetCallback(
       new MemberCallback2<BeaconList, unsigned int, void*>(this, &BeaconList::OnTimeout));
 }

@@ -9,8 +9,26 @@
 
 #include <map>
 
+#include "device/documents/members.h"
 #include "tarsel/timer.h"
 #include "vantacore/dc_router_base.h"
+
+// The protocol's members, each declared once. The router reads them as they are declared here, and
+// a host that knows the declaration checks documents before the router sees them.
+inline constexpr documents::Row BEACON_ROW{"BEACON", nullptr, 0, true};
+inline constexpr documents::Member BEACON_NAME = documents::RowName(BEACON_ROW);
+inline constexpr documents::Member BEACON_INTERVAL =
+    documents::Number("interval", 1, 3600, 10, "seconds");
+
+inline constexpr documents::Member BEACON_MEMBERS[] = {BEACON_NAME, BEACON_INTERVAL};
+inline constexpr documents::Object BEACON = documents::ObjectWith("beacon", BEACON_MEMBERS, false);
+inline constexpr documents::Member BEACON_LIST = documents::ListOf("IF_LIST", BEACON);
+
+inline constexpr documents::Member BEACON_PROTOCOL_MEMBERS[] = {documents::ENABLED, BEACON_LIST};
+inline constexpr documents::Object BEACON_PROTOCOL_OBJECT =
+    documents::ObjectWith("BEACON", BEACON_PROTOCOL_MEMBERS, false);
+inline constexpr documents::Member BEACON_PROTOCOL =
+    documents::ObjectOf("BEACON", BEACON_PROTOCOL_OBJECT);
 
 /// What the router makes of its member besides rows: is the protocol on, and may it run?
 class BeaconConfig : public Tarsel::DcProtoInterfaceBase {

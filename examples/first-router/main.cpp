@@ -5,8 +5,10 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "device/base/timer_loop.h"
+#include "device/documents/check.h"
 #include "device/stack/protocol_rows.h"
 #include "device/stack/routing_stack.h"
 #include "device/stack/stack_control.h"
@@ -40,6 +42,22 @@ Tarsel::Options Parse(const std::string& text) {
   return Tarsel::Options(document);
 }
 
+/// Whether the document may be applied; says what is wrong with it. The protocol routers that the
+/// host is linked with have declared their members; this one's come in addition.
+bool Check(const std::string& text) {
+  const documents::Protocols declared = documents::DeclaredProtocols();
+  std::vector<documents::Member> members(declared.members, declared.members + declared.count);
+  members.push_back(BEACON_PROTOCOL);
+  const documents::CheckResult result = CheckDocument(
+      documents::DocumentKind::VLANS, text, "vlans.json", {members.data(), members.size()});
+  for (const auto* lines : {&result.errors, &result.warnings}) {
+    for (const std::string& line : *lines) {
+      std::printf("%s\n", line.c_str());
+    }
+  }
+  return result.errors.empty();
+}
+
 void ShowStack() {
   sms_protocol_row row;
   int more = sms_get_next_protocol_row(1000, 10, nullptr, 0, &row);
@@ -67,10 +85,15 @@ int main() {
 
   BeaconRouter router(10);
   Terminal terminal;
-  const auto apply = [&](const char* what, const char* document) {
+  const auto apply = [&](const char* what, const std::string& members) {
     std::printf("%s\n", what);
+    const std::string document = R"({"VLAN_CONFIGURATIONS": {"lab": {"vid": 10)" + members + "}}}";
+    if (!Check(document)) {
+      return;  // all or nothing: the router keeps what it has
+    }
     const Tarsel::Options options = Parse(document);
-    router.Reload(options.GetRootNode(), "vlans.json", Tarsel::DclConfigObject::VLAN_OPTIONS);
+    const Tarsel::OptionsNode entries = options.GetRootNode().GetChildNode("VLAN_CONFIGURATIONS");
+    router.Reload(entries.GetChildNode("lab"), "vlans.json", Tarsel::DclConfigObject::VLAN_OPTIONS);
     router.Show(&terminal);
     loop.AdvanceMilliseconds(3000);
     std::printf(" a moment later\n");
@@ -78,21 +101,24 @@ int main() {
     ShowStack();
   };
 
-  apply("two beacons", R"({"BEACON": {"IF_LIST": {
-      "a": {"Name": "BEACON_10_3", "interval": 5}, "b": {"Name": "BEACON_10_4"}}}})");
-  apply("one of them changed", R"({"BEACON": {"IF_LIST": {
-      "a": {"Name": "BEACON_10_3", "interval": 5}, "b": {"Name": "BEACON_10_4", "interval": 2}}}})");
-  apply("one of them gone", R"({"BEACON": {"IF_LIST": {
-      "b": {"Name": "BEACON_10_4", "interval": 2}}}})");
+  apply("two beacons", R"(, "BEACON": {"IF_LIST": {
+      "a": {"Name": "BEACON_10_3", "interval": 5}, "b": {"Name": "BEACON_10_4"}}})");
+  apply("one of them changed", R"(, "BEACON": {"IF_LIST": {
+      "a": {"Name": "BEACON_10_3", "interval": 5}, "b": {"Name": "BEACON_10_4", "interval": 2}}})");
+  apply("one of them with a mistake", R"(, "BEACON": {"IF_LIST": {
+      "a": {"Name": "BEACON_10_3", "interval": 5},
+      "b": {"Name": "BEACON_11_4", "intervall": 1}}})");
+  apply("one of them gone", R"(, "BEACON": {"IF_LIST": {
+      "b": {"Name": "BEACON_10_4", "interval": 2}}})");
   const auto keepBusy = [&](unsigned int times) {
     stack.GetControl().Script(routing_stack::RowType::kProtocol, routing_stack::Answer(), times);
   };
   keepBusy(9);
-  apply("another one while the stack is busy", R"({"BEACON": {"IF_LIST": {
-      "b": {"Name": "BEACON_10_4", "interval": 2}, "c": {"Name": "BEACON_10_5"}}}})");
+  apply("another one while the stack is busy", R"(, "BEACON": {"IF_LIST": {
+      "b": {"Name": "BEACON_10_4", "interval": 2}, "c": {"Name": "BEACON_10_5"}}})");
   keepBusy(9);
-  apply("it goes while the stack is busy again", R"({"BEACON": {"IF_LIST": {
-      "b": {"Name": "BEACON_10_4", "interval": 2}}}})");
-  apply("withdrawn", R"({"other": 1})");
+  apply("it goes while the stack is busy again", R"(, "BEACON": {"IF_LIST": {
+      "b": {"Name": "BEACON_10_4", "interval": 2}}})");
+  apply("withdrawn", "");
   return 0;
 }
