@@ -53,9 +53,10 @@ class Applier {
 
   /// Applies `wanted` and calls `done` from the loop. Not before the last `done`. `isSame` says that
   /// `wanted` says the same as what was applied last. Then routes are compared only if VLANs or
-  /// interfaces have changed since. Everything else is compared each time, because it is cheap and
-  /// an operator may have changed it since: what happens to an interface between two documents is
-  /// undone by the next.
+  /// interfaces have changed since, and the library's documents only if any is not the one that it
+  /// has. Interfaces and rules are compared each time, because that is cheap and an operator may
+  /// have changed them since: what happens to an interface between two documents is undone by the
+  /// next.
   void Apply(std::shared_ptr<const intent::Intent> wanted, bool isSame, std::function<void()> done);
 
   /// The stack has been restarted and knows nothing: sends it again everything that is in force. For
