@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <map>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -47,12 +46,6 @@ bool Is(const Member& member, const char* name) { return std::strcmp(member.name
 // bytes and 64 MB.
 constexpr std::size_t TREE_BYTES = 32u << 20;
 constexpr std::size_t TREE_BYTES_PER_BYTE = 4;
-
-/// Something at an offset, until positions are known.
-struct At {
-  std::size_t offset = 0;
-  std::string path;
-};
 
 // How deep in a document: the root's list of entries is the first level.
 enum Level : std::size_t { IN_LIST = 1, IN_ENTRY = 2, IN_MEMBER = 3, IN_ROWS = 4, IN_ROW = 5 };
@@ -162,7 +155,7 @@ class Builder : public ShapeVisitor {
   bool Finish(std::string_view text) {
     m_file.routes = m_routes.Finish(text);
     m_file.document = Tarsel::Options(m_tree.TakeRoot());
-    PlaceEntries(text);
+    FindPositions(text);
     m_file.interfaceRows = m_rows.Finish(text);
     return m_hasList;
   }
@@ -180,7 +173,7 @@ class Builder : public ShapeVisitor {
     m_member = &member;
     m_isEnabled = true;
     if (Is(member, "REDISTRIBUTION")) {
-      m_profile = {offset, m_reader->Path()};
+      m_profile = PlaceAt(offset);
     }
   }
 
@@ -211,24 +204,23 @@ class Builder : public ShapeVisitor {
       return false;
     }
     m_rows.KeepEntry(*m_vid);
-    m_entries.emplace(*m_vid, At{outcome.offset, m_reader->Path()});
+    m_file.entries.emplace(*m_vid, PlaceAt(outcome.offset));
     m_file.vlans.insert(*m_vid);
     m_file.protocols[*m_vid] = m_protocols;
     if (m_sources) {
-      m_file.profiles[*m_vid].sources = *m_sources;
-      m_profiles[*m_vid] = m_profile;
+      m_file.profiles[*m_vid] = {*m_sources, m_profile};
     }
     return true;
   }
 
   bool IsDoubled() {
-    const auto first = m_entries.find(*m_vid);
-    if (first != m_entries.end() && m_findings.Wants(Severity::ERROR, m_vidOffset)) {
+    const auto first = m_file.entries.find(*m_vid);
+    if (first != m_file.entries.end() && m_findings.Wants(Severity::ERROR, m_vidOffset)) {
       m_findings.Add(Severity::ERROR, m_vidOffset, MemberPath(m_reader->Path(), "vid"),
                      "a VLAN that stands twice, expected one entry, that of " + first->second.path +
                          ", found another for VLAN " + std::to_string(*m_vid));
     }
-    return first != m_entries.end();
+    return first != m_file.entries.end();
   }
 
   void TakeFlag(const Member& member, bool value) {
@@ -275,23 +267,24 @@ class Builder : public ShapeVisitor {
     }
   }
 
-  void PlaceEntries(std::string_view text) {
-    std::map<std::size_t, std::pair<unsigned short, bool>> byOffset;  // VLAN, whether a profile's
-    for (const auto& [vlan, at] : m_entries) {
-      byOffset[at.offset] = {vlan, false};
+  // Of the object that is being read. Its offset has the place of the line until positions are known.
+  Place PlaceAt(std::size_t offset) const {
+    return {m_file.name, {static_cast<std::uint32_t>(offset), 0}, m_reader->Path()};
+  }
+
+  void FindPositions(std::string_view text) {
+    std::vector<Position*> positions;
+    for (auto& entry : m_file.entries) {
+      positions.push_back(&entry.second.position);
     }
-    for (const auto& [vlan, at] : m_profiles) {
-      byOffset[at.offset] = {vlan, true};
+    for (auto& profile : m_file.profiles) {
+      positions.push_back(&profile.second.origin.position);
     }
-    TextPositions positions(text);
-    for (const auto& [offset, what] : byOffset) {
-      const auto& [vlan, isProfile] = what;
-      const Position position = positions.Find(offset);
-      if (isProfile) {
-        m_file.profiles[vlan].origin = {m_file.name, position, m_profiles[vlan].path};
-      } else {
-        m_file.entries[vlan] = {m_file.name, position, m_entries[vlan].path};
-      }
+    std::sort(positions.begin(), positions.end(),
+              [](const Position* a, const Position* b) { return a->line < b->line; });
+    TextPositions inText(text);
+    for (Position* const position : positions) {
+      *position = inText.Find(position->line);
     }
   }
 
@@ -314,10 +307,7 @@ class Builder : public ShapeVisitor {
   unsigned int m_protocols = 0;
   bool m_isEnabled = true;
   std::optional<Sources> m_sources;
-  At m_profile;
-  // Of the document.
-  std::map<unsigned short, At> m_entries;
-  std::map<unsigned short, At> m_profiles;
+  Place m_profile;
 };
 
 }  // namespace
