@@ -94,6 +94,11 @@ void EntryTree::Put(const char* member, const std::string& name, Json::Value val
   }
 }
 
+const Json::Value& EntryTree::GetCurrent() {
+  FinishAny();
+  return m_nodes.back().value;
+}
+
 Json::Value EntryTree::TakeRoot() { return std::move(m_nodes.front().value); }
 
 }  // namespace documents

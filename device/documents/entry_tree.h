@@ -34,6 +34,8 @@ class EntryTree {
   JsonEvents& BeginAny(const Member& member);
   void Take(const Member& member, const Scalar& scalar, const Value& value);
 
+  /// What has been read so far of the object that is being read.
+  const Json::Value& GetCurrent();
   Json::Value TakeRoot();
   /// About how much memory the tree takes, or would take if nothing were left out.
   std::size_t GetBytes() const { return m_bytes + m_any.GetBytes(); }

@@ -130,7 +130,7 @@ class Builder : public ShapeVisitor {
   }
 
   JsonEvents& BeginAny(const Member& member) override {
-    m_protocols |= ProtocolBit(member.name);
+    m_undeclared.push_back(&member);
     return m_tree.BeginAny(member);
   }
 
@@ -166,6 +166,7 @@ class Builder : public ShapeVisitor {
     m_rows.BeginEntry();
     m_vid.reset();
     m_protocols = 0;
+    m_undeclared.clear();
     m_sources.reset();
   }
 
@@ -206,11 +207,21 @@ class Builder : public ShapeVisitor {
     m_rows.KeepEntry(*m_vid);
     m_file.entries.emplace(*m_vid, PlaceAt(outcome.offset));
     m_file.vlans.insert(*m_vid);
+    TakeUndeclared();
     m_file.protocols[*m_vid] = m_protocols;
     if (m_sources) {
       m_file.profiles[*m_vid] = {*m_sources, m_profile};
     }
     return true;
+  }
+
+  // A protocol that nobody has declared may have the member that switches it off all the same.
+  void TakeUndeclared() {
+    const Json::Value& entry = m_tree.GetCurrent();
+    for (const Member* const member : m_undeclared) {
+      const bool runs = ReadEnabling(Tarsel::OptionsNode(entry[member->name])) == Enabling::YES;
+      m_protocols |= runs ? ProtocolBit(member->name) : 0;
+    }
   }
 
   bool IsDoubled() {
@@ -306,6 +317,7 @@ class Builder : public ShapeVisitor {
   std::size_t m_vidOffset = 0;
   unsigned int m_protocols = 0;
   bool m_isEnabled = true;
+  std::vector<const Member*> m_undeclared;  // protocols
   std::optional<Sources> m_sources;
   Place m_profile;
 };

@@ -329,6 +329,14 @@ TEST_F(UndeclaredProtocol, IsHandedOnAsItIs) {
   EXPECT_THAT(read.file.protocols, ElementsAre(Pair(10, 1u << Tarsel::DcRouterMgr::PROTOCOL_BGP)));
 }
 
+TEST_F(UndeclaredProtocol, RunsUnlessItIsSwitchedOff) {
+  const ConfigRead read = ReadVlans(
+      WithMembers(R"("BGP": {"enabled": false}, "OSPF": {"enabled": 1}, "RIPV2": {"a": 1})"),
+      shapes);
+  EXPECT_THAT(read.file.protocols,
+              ElementsAre(Pair(10, 1u << Tarsel::DcRouterMgr::PROTOCOL_RIPV2)));
+}
+
 TEST_F(UndeclaredProtocol, NeedsNoMembers) {
   const ConfigRead read = ReadVlans(WithMembers("\n\"BGP\": {}"), shapes);
   EXPECT_THAT(read.Lines(), ElementsAre(testing::StartsWith("vlans.json:2:8: warning: ")));
