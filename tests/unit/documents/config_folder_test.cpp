@@ -255,6 +255,19 @@ TEST_F(ConfigFolder, TakesNoNameThatCannotBePrinted) {
               ElementsAre("remote/\\xff.json" + problem, "remote/a\\x0ab\\x1b.json" + problem));
 }
 
+// What one document tells and what all tell together stand side by side.
+TEST_F(ConfigFolder, TellsInTheOrderOfFilesAndPlaces) {
+  files.Write("vlans.json", Vlan(10, R"("RIPV2": {"IF_LIST": [{"Name": "RIP_10_4"}]},
+"RTM": {"ADMIN_DISTANCE": {}})"));
+  files.Write("remote/a.json", Vlan(11));
+  ReadFirst();
+  EXPECT_THAT(
+      lines,
+      ElementsAre(testing::HasSubstr("vlans.json:1:74: warning: VLAN_CONFIGURATIONS.v.RIPV2"),
+                  testing::HasSubstr("vlans.json:2:27: warning: VLAN_CONFIGURATIONS.v.RTM"),
+                  testing::HasSubstr("remote/a.json:1:31: warning: VLAN_CONFIGURATIONS.v: ")));
+}
+
 // ---- files that have not changed
 
 TEST_F(ConfigFolder, TakesAFileThatHasNotChanged) {

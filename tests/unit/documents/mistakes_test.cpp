@@ -262,6 +262,11 @@ TEST(Mistakes, OfVlanDocuments) {
 "ospfv3_internal": 1, "ospfv3_external": 1, "ebgp": 1}})",
           "warning: VLAN_CONFIGURATIONS.v.RTM.ADMIN_DISTANCE: distances left out, each becomes 0, "
           "expected all, found no ripng, ibgp"),
+      Entry(
+          R"("RTM": {"ADMIN_DISTANCE": ^{}})",
+          "warning: VLAN_CONFIGURATIONS.v.RTM.ADMIN_DISTANCE: distances left out, each becomes 0, "
+          "expected all, found no ospfv2_internal, ospfv2_external, ospfv3_internal, "
+          "ospfv3_external, ripv2, ripng, ebgp, ibgp"),
       Entry(R"("REDISTRIBUTION": ^{})",
             "VLAN_CONFIGURATIONS.v.REDISTRIBUTION: an empty object, expected one with members, "
             "found none"),

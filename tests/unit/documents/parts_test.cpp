@@ -85,6 +85,8 @@ TEST(NearestName, TakesTheFewestChanges) {
   EXPECT_EQ(documents::NearestName("x", {"a", "b"}), "a");
   EXPECT_EQ(documents::NearestName("", {"ab", "a"}), "a");
   EXPECT_EQ(documents::NearestName("a", {}), "");
+  EXPECT_EQ(documents::NearestName("ac", {"xy", "abc"}), "abc");
+  EXPECT_EQ(documents::NearestName("abc", {"xyc", "ac"}), "ac");
   EXPECT_EQ(documents::NearestName(std::string(1000000, 'x') + "a", {"b", std::string(64, 'x')}),
             std::string(64, 'x'));
 }
