@@ -7,6 +7,8 @@
 #include "tests/support/device_fixture.h"
 #include "tests/support/recording_console.h"
 #include "vantacore/dc_interface_mgr.h"
+#include "vantacore/dc_router_base.h"
+#include "vantacore/dc_router_mgr.h"
 #include "vantacore/dc_rtm_mgr.h"
 #include "vantacore/static_routes.h"
 
@@ -257,6 +259,21 @@ TEST_F(WhatStaysBehind, RemoteEntryOfADisabledRouterIsNotMadeUpForWhenItIsEnable
   // The remote document has to come again.
   LoadRemote(RemoteWithRipRows(RIP_ROW));
   EXPECT_THAT(Rows("protocol"), ElementsAre("10 6 \"3\" \"cost=2\" up"));
+}
+
+TEST_F(WhatStaysBehind, ProtocolRunsAsLongAsARemoteDocumentNamesIt) {
+  const auto runs = [this] {
+    const auto& routers = Manager().GetVlans().at(10)->routers;
+    return routers.find(Tarsel::DcRouterMgr::PROTOCOL_RIPV2)->second->IsEnabled();
+  };
+  LoadVlan(R"(, "RIPV2": {"enabled": true})");
+  LoadRemote(RemoteWithRipRows(RIP_ROW));
+  LoadVlan("");
+  LoadRemote(RemoteWithRipRows(RIP_ROW));
+  EXPECT_TRUE(runs());
+  EXPECT_THAT(Rows("protocol"), ElementsAre("10 6 \"3\" \"cost=2\" up"));
+  LoadRemote(R"({"VLAN_CONFIGURATIONS": {"ten": {"vid": 10}}})");
+  EXPECT_FALSE(runs());
 }
 
 }  // namespace
