@@ -88,9 +88,9 @@ class Generator {
 };
 
 std::string Mutated(std::string text, Random& random) {
+  static constexpr char ASCII[] = "{}[],:\"\\/'u-+.eE0123456789 \t\n\r\0\x01\x1F tfn*#ad";
   static const std::string BYTES =
-      std::string("{}[],:\"\\/'u-+.eE0123456789 \t\n\r\0\x01\x1F tfn*#ad", 45) +
-      "\x80\xA0\xC0\xC3\xE2\xED\xEF\xF0\xF4\xFF\xBB\xBF\xB0";
+      std::string(ASCII, sizeof ASCII - 1) + "\x80\xA0\xC0\xC3\xE2\xED\xEF\xF0\xF4\xFF\xBB\xBF\xB0";
   for (unsigned int i = 1 + random.Below(3); i > 0; --i) {
     const char byte = BYTES[random.Below(static_cast<unsigned int>(BYTES.size()))];
     const std::size_t at = random.Below(static_cast<unsigned int>(text.size()) + 1);
