@@ -10,6 +10,11 @@ void Control::Script(RowType type, const Answer& answer, unsigned int times) {
   m_engine.m_scripts.Add(type, answer, times);
 }
 
+void Control::ScriptVlan(RowType type, std::uint32_t vlan, const Answer& answer,
+                         unsigned int times) {
+  m_engine.m_scripts.AddVlan(type, vlan, answer, times);
+}
+
 void Control::ScriptRow(const unsigned int* oid, unsigned int length, const Answer& answer,
                         unsigned int times) {
   m_engine.m_scripts.AddRow(oid, length, answer, times);

@@ -13,6 +13,7 @@ namespace {
 constexpr unsigned int kDefaultSliceEvents = 2000;
 constexpr std::uint64_t kLongestRunMs = 4;
 constexpr unsigned int kUnitsBetweenClockReadings = 32;
+constexpr int kIdleMs = 1000;
 
 Engine* g_current = nullptr;
 
@@ -22,8 +23,9 @@ bool IsDestroy(const RtmRequest& request) { return request.rowStatus == kDestroy
 
 Engine::Engine(Clock clock)
     : m_clock(std::move(clock)),
-      m_tables(m_clock),
+      m_tables(m_clock, m_forwardingListener),
       m_control(*this),
+      m_upkeep(*this),
       m_facts(*this),
       m_sliceEvents(kDefaultSliceEvents) {}
 
@@ -52,14 +54,16 @@ void Engine::Start() {
   Drain();
 }
 
-void Engine::Submit(Event event) {
-  const RtmRequest* const entity = std::get_if<RtmRequest>(&event);
-  if (entity != nullptr && IsDestroy(*entity)) {
-    ++m_waitingDestroys[entity->instance];
-  }
+void Engine::SubmitNow(Event event) {
   m_queue.Push(std::move(event));
   AskForRun();
   Drain();
+}
+
+void Engine::CountDestroy(const RtmRequest& request) {
+  if (IsDestroy(request)) {
+    ++m_waitingDestroys[request.instance];
+  }
 }
 
 // For what the stack does of its own accord. The host hears of it only when the stack is started.
@@ -76,13 +80,59 @@ void Engine::StartWalk(WalkTable table, std::uint32_t instance, sms_response han
   if (handler == nullptr) {
     return;
   }
-  Walk walk;
+  Walk& walk = m_walks.Begin();
   walk.table = table;
-  walk.number = ++m_lastWalk;
   walk.handler = handler;
   walk.command = command;
   walk.instance = instance;
-  Submit(std::move(walk));
+  if (m_served != nullptr) {
+    walk.first = m_served->first;
+  }
+  QueueTurn(walk);
+  AskForRun();
+  Drain();
+}
+
+void Engine::QueueTurn(Walk& walk) {
+  walk.hasTurn = true;
+  m_queue.Push(WalkTurn{&walk});
+}
+
+void Engine::HoldWalk(unsigned int number) {
+  Walk* const walk = m_walks.Find(number);
+  if (walk == nullptr || walk->isEnding) {
+    return;
+  }
+  walk->isHeld = true;
+  if (walk->hasTurn) {
+    walk->hasTurn = false;
+    m_queue.RemoveTurn(*walk);
+  }
+}
+
+void Engine::GoOnWithWalk(unsigned int number) {
+  Walk* const walk = m_walks.Find(number);
+  if (walk != nullptr && walk->isHeld) {
+    Resume(*walk);
+  }
+}
+
+void Engine::EndWalk(unsigned int number) {
+  Walk* const walk = m_walks.Find(number);
+  if (walk != nullptr) {
+    walk->isEnding = true;
+    Resume(*walk);
+  }
+}
+
+// One that is being served gets its turn after that.
+void Engine::Resume(Walk& walk) {
+  walk.isHeld = false;
+  if (!walk.hasTurn && !walk.isServed) {
+    QueueTurn(walk);
+    AskForRun();
+    Drain();
+  }
 }
 
 void Engine::DescriptorReady(int fd, int events) {
@@ -95,6 +145,12 @@ void Engine::DescriptorReady(int fd, int events) {
 
 bool Engine::IsIdle() const {
   return m_queue.IsEmpty() && !m_queue.HasLater() && !m_tables.HasWork();
+}
+
+bool Engine::HasWork() const {
+  return m_started && !m_held &&
+         (!m_queue.IsEmpty() || m_tables.HasWork() ||
+          (m_queue.HasLater() && m_queue.FirstDue() <= m_clock()));
 }
 
 int Engine::Run() {
@@ -128,13 +184,13 @@ void Engine::Drain() {
 
 int Engine::NextRun() const {
   if (!m_started || m_held) {
-    return -1;
+    return kIdleMs;
   }
   if (!m_queue.IsEmpty() || m_tables.HasWork()) {
     return 0;
   }
   if (!m_queue.HasLater()) {
-    return -1;
+    return kIdleMs;
   }
   const std::uint64_t now = m_clock();
   const std::uint64_t due = m_queue.FirstDue();
@@ -158,7 +214,10 @@ bool Engine::WorkOne() {
   return true;
 }
 
-void Engine::Serve(ReadyEvent&) { cI3Ready(); }
+void Engine::Serve(ReadyEvent&) {
+  m_ready = true;
+  cI3Ready();
+}
 
 void Engine::Serve(RtmRequest& request) {
   const std::uint32_t instance = request.instance;
@@ -180,11 +239,19 @@ void Engine::Serve(RtmRequest& request) {
   Judge(request);
 }
 
-void Engine::Serve(Walk& walk) {
-  const unsigned int life = m_life;
-  if (walk.Step(m_tables, m_clock())) {
-    walk.failure = life == m_life ? 0u : static_cast<unsigned int>(kAgentError);
-    m_queue.Push(std::move(walk));
+void Engine::Serve(WalkTurn& turn) {
+  Walk& walk = *turn.walk;
+  Walk* const outer = m_served;
+  m_served = &walk;
+  walk.hasTurn = false;
+  walk.isServed = true;
+  const bool goesOn = walk.Step(m_tables, m_clock());
+  walk.isServed = false;
+  m_served = outer;
+  if (!goesOn) {
+    m_walks.Remove(walk);
+  } else if (!walk.isHeld) {
+    QueueTurn(walk);
   }
 }
 
@@ -214,9 +281,7 @@ void Engine::Judge(AnyRequest& request) {
   }
   switch (answer.kind) {
     case Answer::kNever:
-      if (AnyRequest::kIsCompleted) {
-        RememberLost(oid);
-      }
+      RememberLost(request, oid);
       break;
     case Answer::kStatus:
       Report(request, oid, answer.status);
@@ -236,6 +301,12 @@ void Engine::Judge(AnyRequest& request) {
 
 template <typename AnyRequest>
 void Engine::Report(const AnyRequest& request, const Oid& oid, unsigned int status) {
+  if (!m_lost.empty()) {
+    m_lost.erase(WordsOf(oid));  // the end of this one is the end of the row's
+  }
+  if (m_listener != nullptr) {
+    m_listener->Answered(request.GetName(), static_cast<int>(request.rowStatus), status);
+  }
   request.Answer(status);
   if (AnyRequest::kIsCompleted) {
     Oid key = oid;  // the callback takes a pointer to what it might change
@@ -243,34 +314,58 @@ void Engine::Report(const AnyRequest& request, const Oid& oid, unsigned int stat
   }
 }
 
-void Engine::RememberLost(const Oid& oid) { m_lost.emplace(oid.words, oid.words + oid.length); }
+template <typename AnyRequest>
+void Engine::RememberLost(const AnyRequest& request, const Oid& oid) {
+  m_lost.try_emplace(WordsOf(oid),
+                     Lost{request.GetName(), static_cast<int>(request.rowStatus), request.since});
+}
 
-void Engine::EndLostRequests() {
-  std::set<std::vector<unsigned int>> lost;
+// The library hears of no end of an instance's request.
+bool Engine::EndLostRequests() {
+  std::map<OidWords, Lost> lost;
   lost.swap(m_lost);
-  for (std::vector<unsigned int> oid : lost) {  // copies: the callback may change its key
-    cRunPendingAction(oid.data(), static_cast<unsigned int>(oid.size()));
+  for (const auto& [words, request] : lost) {
+    if (m_listener != nullptr) {
+      m_listener->Answered(request.row, request.rowStatus, 0);
+    }
+    if (request.row.type != RowType::kRtm) {
+      OidWords key = words;  // the callback may change it
+      cRunPendingAction(key.data(), static_cast<unsigned int>(key.size()));
+    }
   }
+  return !lost.empty();
+}
+
+std::optional<std::uint64_t> Engine::UnfinishedSince(const Oid& row) const {
+  const std::optional<std::uint64_t> waiting = m_queue.WaitingSince(row);
+  const auto lost = m_lost.empty() ? m_lost.end() : m_lost.find(WordsOf(row));
+  if (lost == m_lost.end()) {
+    return waiting;
+  }
+  return waiting ? std::min(*waiting, lost->second.since) : lost->second.since;
+}
+
+// A new listener begins with the tables as they are, without what is still leaving them.
+void Engine::SetListener(Listener* listener) {
+  m_listener = listener;
+  m_forwardingListener = listener != nullptr && listener->WantsForwarding() ? listener : nullptr;
+  m_tables.MuteRemoved();
 }
 
 // What becomes of an event that waits when the stack restarts: a walk is ended, a request stays
 // without an answer.
-void Engine::Outlive(Walk& walk) {
-  walk.failure = kAgentError;
-  m_queue.Push(std::move(walk));
-}
+void Engine::Outlive(WalkTurn& turn) { m_queue.Push(turn); }
 
 template <typename Other>
 void Engine::Outlive(const Other& event) {
   if constexpr (std::is_base_of_v<Request, Other>) {
-    if (Other::kIsCompleted) {
-      RememberLost(event.GetOid());
-    }
+    RememberLost(event, event.GetOid());
   }
 }
 
 void Engine::Restart() {
-  ++m_life;
+  ++m_restarts;
+  m_ready = false;
   std::deque<Event> forgotten = m_queue.TakeAll();
   m_tables.Clear();
   m_descriptors.Clear();
@@ -279,6 +374,16 @@ void Engine::Restart() {
   m_queue.Push(ReadyEvent{});
   for (Event& event : forgotten) {
     std::visit([this](auto& one) { Outlive(one); }, event);
+  }
+  for (Walk* const walk : m_walks.All()) {
+    walk->isEnding = true;
+    walk->isHeld = false;
+    if (!walk->hasTurn && !walk->isServed) {
+      QueueTurn(*walk);
+    }
+  }
+  if (m_listener != nullptr) {
+    m_listener->Restarted();
   }
   if (m_started) {
     AskForRun();

@@ -11,8 +11,11 @@
 //
 // Life: a new engine is stopped; it queues requests but does not work on them. Start() queues the
 // announcement of readiness before everything else. From then on the engine runs, unless it is
-// held. Restart() is a crash and a new start in one: only scripts, limits, the synchronous mode and
-// counters stay.
+// held. Restart() is a crash and a new start in one: only scripts, limits, the synchronous mode,
+// counters and the listener stay.
+//
+// A walk lives until its last answer. In the queue there is only its turn, and none of one that the
+// host holds.
 //
 // Events are taken out of the queue before anything is called, since every callback may queue more,
 // restart the engine, or, in synchronous mode, work on the queue from inside.
@@ -20,7 +23,7 @@
 #define DEVICE_STACK_ENGINE_H
 
 #include <map>
-#include <set>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +31,7 @@
 #include "descriptor_handlers.h"
 #include "event_queue.h"
 #include "scripts.h"
+#include "upkeep.h"
 
 namespace routing_stack {
 
@@ -43,14 +47,35 @@ class Engine {
   void MakeCurrent();
 
   void Start();
-  /// Does a slice of work. Returns the milliseconds until the next run: 0 while there is work, -1
-  /// if nothing is scheduled.
+  /// Does a slice of work. Returns the milliseconds until the next run: 0 while there is work, a
+  /// second while there is nothing to do. Never negative, which the library would take for a tenth
+  /// of a second: whatever gives the engine something to do asks for a run.
   int Run();
-  void Submit(Event event);
+  template <typename AnyRequest>
+  void Submit(AnyRequest request) {
+    request.since = m_clock();
+    CountDestroy(request);
+    SubmitNow(std::move(request));
+  }
   void StartWalk(WalkTable table, std::uint32_t instance, sms_response handler, void* command);
   void DescriptorReady(int fd, int events);
 
+  void HoldWalk(unsigned int number);
+  void GoOnWithWalk(unsigned int number);
+  void EndWalk(unsigned int number);
+  bool EndLostRequests();
+  void SetListener(Listener* listener);
+
   bool IsIdle() const;
+  bool HasWork() const;
+  bool IsHeld() const { return m_held; }
+  bool IsReady() const { return m_ready; }
+  unsigned int CountRestarts() const { return m_restarts; }
+  bool HasUnfinished() const { return m_queue.HasRequests() || !m_lost.empty(); }
+  std::optional<std::uint64_t> UnfinishedSince(const Oid& row) const;
+  const Walks& GetWalks() const { return m_walks; }
+
+  Upkeep& GetUpkeep() { return m_upkeep; }
   Control& GetControl() { return m_control; }
   const Facts& GetFacts() const { return m_facts; }
   CallLog& Calls() { return m_calls; }
@@ -69,7 +94,7 @@ class Engine {
 
   void Serve(ReadyEvent& event);
   void Serve(RtmRequest& request);
-  void Serve(Walk& walk);
+  void Serve(WalkTurn& turn);
   void Serve(DescriptorEvent& event);
   template <typename AnyRequest>
   void Serve(AnyRequest& request) {
@@ -78,28 +103,48 @@ class Engine {
   template <typename AnyRequest>
   void Judge(AnyRequest& request);
   template <typename AnyRequest>
-  static void Report(const AnyRequest& request, const Oid& oid, unsigned int status);
+  void Report(const AnyRequest& request, const Oid& oid, unsigned int status);
 
   bool WorkOne();
   void Drain();
   int NextRun() const;
   static void AskForRun();
 
+  void SubmitNow(Event event);
+  void SubmitOwn(Event event);
+  void CountDestroy(const RtmRequest& request);
+  template <typename Other>
+  void CountDestroy(const Other&) {}
+
+  void QueueTurn(Walk& walk);
+  void Resume(Walk& walk);
+
   void Restart();
-  void Outlive(Walk& walk);
+  void Outlive(WalkTurn& turn);
   template <typename Other>
   void Outlive(const Other& event);
-  void RememberLost(const Oid& oid);
-  void EndLostRequests();
-  void SubmitOwn(Event event);
+  template <typename AnyRequest>
+  void RememberLost(const AnyRequest& request, const Oid& oid);
+
+  /// A request that was never answered.
+  struct Lost {
+    RowName row;
+    int rowStatus;
+    std::uint64_t since;
+  };
 
   const Clock m_clock;
+  Listener* m_listener = nullptr;
+  Listener* m_forwardingListener = nullptr;  // the same if it wants the forwarding table
   Tables m_tables;
   EventQueue m_queue;
   Scripts m_scripts;
   CallLog m_calls;
   DescriptorHandlers m_descriptors;
+  Walks m_walks;
+  Walk* m_served = nullptr;  // whose handler is being called, the innermost one
   Control m_control;
+  Upkeep m_upkeep;
   const Facts m_facts;
 
   bool m_started = false;
@@ -107,12 +152,12 @@ class Engine {
   bool m_held = false;
   bool m_synchronous = false;
   unsigned int m_sliceEvents;
-  unsigned int m_lastWalk = 0;
-  unsigned int m_life = 0;  // counts restarts
+  bool m_ready = false;  // has been announced
+  unsigned int m_restarts = 0;
   // Destroy requests of an instance that wait: what was asked for before them is cancelled.
   std::map<std::uint32_t, unsigned int> m_waitingDestroys;
-  // Rows with a request that was never answered.
-  std::set<std::vector<unsigned int>> m_lost;
+  // Of each row the first of these.
+  std::map<OidWords, Lost> m_lost;
 };
 
 }  // namespace routing_stack

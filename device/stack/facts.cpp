@@ -27,10 +27,10 @@ std::vector<amb_cipr_rtm_rib> Facts::Rib() const {
   std::vector<amb_cipr_rtm_rib> rows;
   const std::uint64_t now = m_engine.Now();
   for (const auto& [id, instance] : m_engine.GetTables().Instances()) {
-    const RibEntry* entry = instance.rib.After(nullptr);
-    for (; entry != nullptr; entry = instance.rib.After(*entry)) {
-      rows.push_back(ToRibRow(id, *entry, now));
-    }
+    instance.rib.VisitAfter(nullptr, [&rows, now, id = id](const RibEntry& entry) {
+      rows.push_back(ToRibRow(id, entry, now));
+      return true;
+    });
   }
   return rows;
 }
@@ -51,7 +51,7 @@ std::vector<amb_cipr_rtm_route> Facts::Routes() const {
 std::vector<RedistributionRow> Facts::Redistributions() const {
   std::vector<RedistributionRow> rows;
   for (const auto& row : m_engine.GetTables().Redistributions()) {
-    rows.push_back({row.first.instance, row.first.source, row.first.destination});
+    rows.push_back({row.first.instance, row.first.source, row.first.destination, row.second == 1});
   }
   return rows;
 }
@@ -77,6 +77,28 @@ std::vector<std::uint32_t> Facts::Instances() const {
   return ids;
 }
 
+bool Facts::IsReady() const { return m_engine.IsReady(); }
+unsigned int Facts::CountRestarts() const { return m_engine.CountRestarts(); }
+bool Facts::IsHeld() const { return m_engine.IsHeld(); }
+bool Facts::HasWork() const { return m_engine.HasWork(); }
+
+// An instance is announced as soon as it is in the table.
+bool Facts::IsReady(std::uint32_t instance) const {
+  return m_engine.GetTables().FindInstance(instance) != nullptr;
+}
+
 std::uint64_t Facts::CountRequests() const { return m_engine.Calls().CountRequests(); }
+bool Facts::HasUnfinished() const { return m_engine.HasUnfinished(); }
+
+bool Facts::IsUnfinished(const RowName& row) const {
+  return HasUnfinished() && UnfinishedSince(row).has_value();
+}
+
+std::optional<std::uint64_t> Facts::UnfinishedSince(const RowName& row) const {
+  return m_engine.UnfinishedSince(OidOf(row));
+}
+
+std::vector<RunningWalk> Facts::Walks() const { return m_engine.GetWalks().List(); }
+unsigned int Facts::LastWalk() const { return m_engine.GetWalks().Last(); }
 
 }  // namespace routing_stack

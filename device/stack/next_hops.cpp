@@ -61,9 +61,9 @@ void NextHops::Release(const NextHop& hop) {
   }
 }
 
-Link* NextHops::Work() {
+Link* NextHops::Work(bool tellsMoves) {
   if (!m_ranges.empty()) {
-    ResolveNext();
+    ResolveNext(tellsMoves);
     return nullptr;
   }
   if (m_changed.IsAlone()) {
@@ -79,7 +79,7 @@ Link* NextHops::Work() {
   return candidate;
 }
 
-void NextHops::ResolveNext() {
+void NextHops::ResolveNext(bool tellsMoves) {
   Range& range = m_ranges.front();
   const auto next = range.begun ? m_hops.upper_bound(range.next) : m_hops.lower_bound(range.next);
   if (next == m_hops.end() || next->first.ifIndex != range.next.ifIndex ||
@@ -92,8 +92,10 @@ void NextHops::ResolveNext() {
 
   NextHop& hop = next->second;
   const bool wasUsable = hop.usable;
+  const std::uint32_t interfaceBefore = hop.outInterface;
   Resolve(next->first, hop);
-  if (hop.usable != wasUsable) {
+  const bool hasMoved = hop.outInterface != interfaceBefore;
+  if (hop.usable != wasUsable || (hasMoved && tellsMoves)) {
     hop.stale.TakeAll(hop.fresh);
     m_changed.PushBack(hop);
   }

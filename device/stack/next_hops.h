@@ -60,7 +60,9 @@ class NextHops {
 
   bool HasWork() const { return !m_ranges.empty() || !m_changed.IsAlone(); }
   /// Does a bounded step. Returns a candidate whose prefix has to be chosen for again, or null.
-  Link* Work();
+  /// With `tellsMoves` the candidates of a next hop that is only reached over another interface are
+  /// returned, too.
+  Link* Work(bool tellsMoves);
 
  private:
   struct Range {
@@ -75,7 +77,7 @@ class NextHops {
   std::uint32_t LongestConnected(const Address& address) const;
   bool IsOnLink(const Address& address, std::uint32_t ifIndex) const;
   void ResolveCovered(const Prefix& prefix, std::uint32_t ifIndex);
-  void ResolveNext();
+  void ResolveNext(bool tellsMoves);
 
   const Family m_family;
   std::set<std::uint32_t> m_up;

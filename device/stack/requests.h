@@ -1,9 +1,9 @@
 // The row requests, one kind for each type of row: a copy of the call's arguments.
 //
-// Each kind names its row (GetOid), changes the tables by the rules of its type and returns the
-// status of the answer (Apply), and reports the outcome (Answer). The engine decides when, how
-// often and with which status that happens. After the answer it reports the completion of the row,
-// for every kind except the RTM's.
+// Each kind names its row (GetName for hosts, GetOid for the library), changes the tables by the
+// rules of its type and returns the status of the answer (Apply), and reports the outcome (Answer).
+// The engine decides when, how often and with which status that happens. After the answer it
+// reports the completion of the row, for every kind except the RTM's.
 //
 // To add a type of row, add an enumerator to RowType and a kind of request to RowRequests, which
 // the queue and the engine use; the compiler reports a mismatch. Put its rules into a file beside
@@ -15,13 +15,15 @@
 #include <type_traits>
 #include <variant>
 
+#include "facts.h"
 #include "oid.h"
 #include "tables.h"
 
 namespace routing_stack {
 
 struct Request {
-  bool judged = false;  // scripts have been applied to it
+  bool judged = false;      // scripts have been applied to it
+  std::uint64_t since = 0;  // when it came, by the clock
 };
 
 /// An RTM's row. The stack asks the host for the configuration when the request's turn comes; a new
@@ -35,6 +37,7 @@ struct RtmRequest : Request {
   std::uint32_t family = 0;  // 1 IPv4, 2 IPv6, else the instance's id decides
   bool isNew = false;        // set by Apply
 
+  RowName GetName() const;
   Oid GetOid() const { return RtmOid(instance); }
   unsigned int Apply(Tables& tables);
   void Answer(unsigned int status) const;
@@ -56,6 +59,7 @@ struct InterfaceRequest : Request {
   std::uint32_t flags = 0;
   std::uint32_t extra = 0;  // of a creation: the MTU, 0 for the default
 
+  RowName GetName() const;
   Oid GetOid() const { return InterfaceOid(key.instance, key.ifIndex); }
   unsigned int Apply(Tables& tables) const;
   void Answer(unsigned int) const {}
@@ -75,6 +79,7 @@ struct AddressRequest : Request {
   AddressKey key;
   std::uint32_t prefixLength = 0;
 
+  RowName GetName() const;
   Oid GetOid() const;
   unsigned int Apply(Tables& tables) const;
   void Answer(unsigned int) const {}
@@ -96,6 +101,7 @@ struct RouteRequest : Request {
   std::uint16_t instance = 0;
   std::uint16_t metric = 0;
 
+  RowName GetName() const;
   Oid GetOid() const;
   unsigned int Apply(Tables& tables) const;
   void Answer(unsigned int status) const;
@@ -115,6 +121,7 @@ struct RedistributionRequest : Request {
   int adminStatus = 0;
   RedistributionKey key;
 
+  RowName GetName() const;
   Oid GetOid() const { return RedistributionOid(key.instance, key.source, key.destination); }
   unsigned int Apply(Tables& tables) const;
   void Answer(unsigned int status) const;
@@ -130,6 +137,7 @@ struct ProtocolRequest : Request {
   std::size_t keyLength = 0;  // as requested
   std::string payload;
 
+  RowName GetName() const;
   Oid GetOid() const;
   unsigned int Apply(Tables& tables) const;
   void Answer(unsigned int status) const;

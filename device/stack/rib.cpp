@@ -1,5 +1,7 @@
 #include "rib.h"
 
+#include "walks.h"
+
 namespace routing_stack {
 
 namespace {
@@ -93,8 +95,9 @@ void Rib::AddConnected(const Prefix& prefix, std::uint32_t ifIndex) {
     key.prefix = prefix;
     key.proto = kConnected;
     key.ifIndex = ifIndex;
-    const auto added = m_entries.emplace(key, nullptr, m_clock()).first;
-    Place(At(added), {});
+    const std::uint64_t now = m_clock();
+    const auto added = m_entries.emplace(key, nullptr, now).first;
+    Place(At(added), {}, now);
   }
 }
 
@@ -109,15 +112,16 @@ void Rib::RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex) {
 }
 
 bool Rib::Put(const CandidateKey& key, const CandidateValues& values) {
+  const std::uint64_t now = m_clock();
   const auto place = m_entries.lower_bound(key);
   if (place != m_entries.end() && !ByKey()(key, *place)) {
-    Place(At(place), values);
+    Place(At(place), values, now);
     return false;
   }
   NextHop* const via = m_hops.Acquire(key.nextHop, key.ifIndex);
-  RibEntry& added = At(m_entries.emplace_hint(place, key, via, m_clock()));
+  RibEntry& added = At(m_entries.emplace_hint(place, key, via, now));
   via->fresh.PushBack(added);
-  Place(added, values);
+  Place(added, values, now);
   return true;
 }
 
@@ -129,7 +133,10 @@ bool Rib::Remove(const CandidateKey& key) {
   RibEntry& entry = At(place);
   RibEntry* const before = Best(key.prefix);
   Rank(entry, false, entry.GetValues());
-  Install(before, Best(key.prefix));
+  RibEntry* const after = Best(key.prefix);
+  if (after != before) {
+    Install(before, after, m_clock());
+  }
   Free(place);
   return true;
 }
@@ -152,14 +159,18 @@ RibEntry* Rib::Best(const Prefix& prefix) const {
 }
 
 // Finds the best candidate again only where that may be a third one.
-void Rib::Place(RibEntry& entry, const CandidateValues& values) {
+void Rib::Place(RibEntry& entry, const CandidateValues& values, std::uint64_t now) {
   const Prefix prefix = entry.GetPrefix();
   RibEntry* const before = Best(prefix);
+  const std::uint32_t metricBefore = entry.metric;
   Rank(entry, IsEligible(entry, values), values);
   if (before == &entry) {
-    Install(before, Best(prefix));
+    Install(before, Best(prefix), now);
+    if (entry.installed && entry.metric != metricBefore && IsHeard()) {
+      Tell(ForwardingChange::kReplaced, entry);
+    }
   } else if (entry.ranked && (before == nullptr || ByPreference()(&entry, before))) {
-    Install(before, &entry);
+    Install(before, &entry, now);
   }
 }
 
@@ -184,7 +195,7 @@ void Rib::Rank(RibEntry& entry, bool eligible, const CandidateValues& values) {
   }
 }
 
-void Rib::Install(RibEntry* before, RibEntry* after) {
+void Rib::Install(RibEntry* before, RibEntry* after, std::uint64_t now) {
   if (after == before) {
     return;
   }
@@ -193,13 +204,21 @@ void Rib::Install(RibEntry* before, RibEntry* after) {
   }
   if (after != nullptr) {
     after->installed = true;
-    after->installedAt = m_clock();
+    after->installedAt = now;
+  }
+  if (!IsHeard()) {
+    return;
+  }
+  if (after == nullptr) {
+    Tell(ForwardingChange::kGone, *before);
+  } else {
+    Tell(before == nullptr ? ForwardingChange::kCame : ForwardingChange::kReplaced, *after);
   }
 }
 
 // Takes all candidates of the prefix at once. One by one, a candidate that is also about to lose
 // its next hop would be installed in between.
-void Rib::Refresh(const Prefix& prefix) {
+const RibEntry* Rib::Refresh(const Prefix& prefix) {
   RibEntry* const before = Best(prefix);
   CandidateKey first;
   first.prefix = prefix;
@@ -211,17 +230,28 @@ void Rib::Refresh(const Prefix& prefix) {
       entry.via->fresh.PushBack(entry);
     }
   }
-  Install(before, Best(prefix));
+  RibEntry* const after = Best(prefix);
+  if (after == before) {
+    return after;
+  }
+  Install(before, after, m_clock());
+  return nullptr;
 }
 
+// A next hop that has got another interface leaves its candidates where they are; who follows the
+// forwarding table is told them once more.
 void Rib::Work() {
   if (m_ranking) {
     RefreshNext();
     return;
   }
-  Link* const candidate = m_hops.Work();
-  if (candidate != nullptr) {
-    Refresh(static_cast<RibEntry*>(candidate)->GetPrefix());
+  Link* const candidate = m_hops.Work(IsHeard());
+  if (candidate == nullptr) {
+    return;
+  }
+  const RibEntry* const same = Refresh(static_cast<RibEntry*>(candidate)->GetPrefix());
+  if (same != nullptr && IsHeard()) {
+    Tell(ForwardingChange::kReplaced, *same);
   }
 }
 
@@ -242,12 +272,31 @@ void Rib::RefreshNext() {
 bool Rib::Shrink() {
   constexpr int kEntriesPerStep = 8;
   for (int i = 0; i < kEntriesPerStep && !m_ranked.empty(); ++i) {
+    const RibEntry& entry = **m_ranked.begin();
     m_ranked.erase(m_ranked.begin());
+    if (entry.installed && IsHeard()) {
+      Tell(ForwardingChange::kGone, entry);
+    }
   }
   for (int i = 0; i < kEntriesPerStep && m_ranked.empty() && !m_entries.empty(); ++i) {
     Free(m_entries.begin());
   }
   return !m_entries.empty();
+}
+
+void Rib::Mute() {
+  static Listener* const kNobody = nullptr;
+  m_forwarding.listener = &kNobody;
+}
+
+void Rib::Tell(ForwardingChange change, const RibEntry& entry) const {
+  const amb_cipr_rtm_route row = ToRouteRow(m_forwarding.instance, entry, m_clock());
+  (*m_forwarding.listener)->ForwardingChanged(change, row);
+}
+
+const RibEntry* Rib::Find(const CandidateKey& key) const {
+  const auto place = m_entries.find(key);
+  return place == m_entries.end() ? nullptr : &*place;
 }
 
 const RibEntry* Rib::After(const CandidateKey* key) const {

@@ -8,6 +8,8 @@
 // so the cost of a change is the logarithm of the table's size, however many candidates a prefix
 // has.
 //
+// A listener that wants them is told the changes of the forwarding table (facts.h).
+//
 // The consequences of a changed interface, connected prefix or distance are processed in bounded
 // steps. While HasWork() is true, the choice for some prefixes may be an older one.
 #ifndef DEVICE_STACK_RIB_H
@@ -16,6 +18,7 @@
 #include <cstdint>
 #include <set>
 
+#include "facts.h"
 #include "next_hops.h"
 #include "routing_stack.h"
 
@@ -78,9 +81,17 @@ struct RibEntry : Link {  // linked to its next hop
   std::uint64_t installedAt = 0;  // meaningful while installed
 };
 
+/// The instance whose forwarding table changes, and who hears of it: a variable that is null while
+/// nobody does.
+struct Forwarding {
+  std::uint32_t instance;
+  Listener* const* listener;
+};
+
 class Rib {
  public:
-  Rib(Family family, const Clock& clock) : m_clock(clock), m_hops(family) {}
+  Rib(Family family, const Clock& clock, const Forwarding& forwarding)
+      : m_clock(clock), m_forwarding(forwarding), m_hops(family) {}
 
   void SetDistances(const Distances& distances);
   void SetInterface(std::uint32_t ifIndex, bool up) { m_hops.SetInterface(ifIndex, up); }
@@ -91,7 +102,9 @@ class Rib {
   bool Put(const CandidateKey& key, const CandidateValues& values);
   /// Returns false if there is none.
   bool Remove(const CandidateKey& key);
-  bool Has(const CandidateKey& key) const { return m_entries.find(key) != m_entries.end(); }
+  bool Has(const CandidateKey& key) const { return Find(key) != nullptr; }
+  /// Null if there is none.
+  const RibEntry* Find(const CandidateKey& key) const;
 
   bool HasWork() const { return m_ranking || m_hops.HasWork(); }
   /// One bounded step towards the right choice for every prefix.
@@ -100,12 +113,23 @@ class Rib {
   /// Frees a bounded number of candidates of a RIB that is not in use any more. Returns false if
   /// none is left.
   bool Shrink();
+  /// Nobody hears of further changes of this forwarding table.
+  void Mute();
 
   /// Returns the first candidate after `key`, or the very first for a null pointer; null at the
   /// end.
   const RibEntry* After(const CandidateKey* key) const;
   /// The same after a candidate that is in the table.
   const RibEntry* After(const RibEntry& entry) const;
+  /// Hands the candidates after `key`, or all for a null pointer, to `visit`, in their order and
+  /// until it returns false. It must not change the table.
+  template <typename Visit>
+  void VisitAfter(const CandidateKey* key, Visit visit) const {
+    auto next = key == nullptr ? m_entries.begin() : m_entries.upper_bound(*key);
+    while (next != m_entries.end() && visit(*next)) {
+      ++next;
+    }
+  }
   /// The first of the installed candidates after a prefix, or the very first for a null pointer.
   const RibEntry* InstalledAfter(const Prefix* prefix) const {
     return InstalledAfter(prefix, [](const RibEntry&) { return true; });
@@ -145,13 +169,17 @@ class Rib {
   /// Puts an entry at its place in the order of preference; takes it out if it is not eligible.
   void Rank(RibEntry& entry, bool eligible, const CandidateValues& values);
   /// Called after a change of the order; the arguments are the best candidates before and after it.
-  void Install(RibEntry* before, RibEntry* after);
-  void Place(RibEntry& entry, const CandidateValues& values);
-  /// Chooses again for one prefix, after changes of next hops or distances.
-  void Refresh(const Prefix& prefix);
+  void Install(RibEntry* before, RibEntry* after, std::uint64_t now);
+  void Place(RibEntry& entry, const CandidateValues& values, std::uint64_t now);
+  /// Chooses again for one prefix, after changes of next hops or distances. Returns the chosen
+  /// candidate if it is the one that was chosen before, else null.
+  const RibEntry* Refresh(const Prefix& prefix);
   void RefreshNext();
+  bool IsHeard() const { return *m_forwarding.listener != nullptr; }
+  void Tell(ForwardingChange change, const RibEntry& entry) const;
 
   const Clock& m_clock;
+  Forwarding m_forwarding;
   NextHops m_hops;
   Distances m_distances;
   Entries m_entries;

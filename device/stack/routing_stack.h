@@ -13,6 +13,8 @@ namespace routing_stack {
 class Engine;
 class Control;
 class Facts;
+class Listener;
+class Upkeep;
 
 /// Milliseconds on a clock that never goes back; ages and late answers are measured with it.
 using Clock = std::function<std::uint64_t()>;
@@ -34,16 +36,26 @@ class SMS_API RoutingStack {
   /// is current.
   void MakeCurrent();
 
-  /// The tables as rows and the number of requests, read-only (facts.h). It lives as long as the
-  /// stack.
+  /// What the stack has and does: tables, requests, walks, restarts; read-only (facts.h). It lives
+  /// as long as the stack.
   const Facts& GetFacts() const;
+
+  /// From now on `listener` hears what this stack does (facts.h), and the one before does not; null
+  /// ends it. It is borrowed and must live until then, or as long as the stack. Not to be called
+  /// from inside a listener.
+  void SetListener(Listener* listener);
+
+  /// The few things that a host may do beside its requests (upkeep.h). It lives as long as the
+  /// stack.
+  Upkeep& GetUpkeep();
 
   /// Faults, limits, holds, restart and counters, for tests, examples and lab commands alone
   /// (stack_control.h). It lives as long as the stack.
   Control& GetControl();
 
   /// Whether no event is queued and none is due later: every request has been answered, apart from
-  /// those that a script leaves unanswered for good.
+  /// those that a script leaves unanswered for good, and every walk has ended, apart from those
+  /// that the host holds.
   bool IsIdle() const;
 
  private:

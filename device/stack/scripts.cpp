@@ -2,6 +2,17 @@
 
 namespace routing_stack {
 
+namespace {
+
+constexpr std::uint32_t kVlanBits = 0x7FFF;
+
+// An identifier begins with its table, then has the instance; a protocol's number comes in between.
+std::uint32_t VlanOf(RowType type, const Oid& oid) {
+  return oid.words[type == RowType::kProtocol ? 2 : 1] & kVlanBits;
+}
+
+}  // namespace
+
 void Scripts::Add(RowType type, const Answer& answer, unsigned int times) {
   if (times != 0) {
     m_types[static_cast<std::size_t>(type)].push_back({answer, times});
@@ -15,13 +26,22 @@ void Scripts::AddRow(const unsigned int* oid, unsigned int length, const Answer&
   }
 }
 
+void Scripts::AddVlan(RowType type, std::uint32_t vlan, const Answer& answer, unsigned int times) {
+  if (times != 0) {
+    m_vlans[{type, vlan}].push_back({answer, times});
+  }
+}
+
 void Scripts::Clear() {
   m_types = {};
+  m_vlans.clear();
   m_rows.clear();
 }
 
 bool Scripts::Concerns(RowType type) const {
-  return !m_rows.empty() || !m_types[static_cast<std::size_t>(type)].empty();
+  const auto vlans = m_vlans.lower_bound({type, 0});
+  return !m_rows.empty() || !m_types[static_cast<std::size_t>(type)].empty() ||
+         (vlans != m_vlans.end() && vlans->first.first == type);
 }
 
 bool Scripts::Take(RowType type, const Oid& oid, Answer* answer) {
@@ -30,6 +50,14 @@ bool Scripts::Take(RowType type, const Oid& oid, Answer* answer) {
     TakeFirst(row->second, answer);
     if (row->second.empty()) {
       m_rows.erase(row);
+    }
+    return true;
+  }
+  const auto vlan = m_vlans.find({type, VlanOf(type, oid)});
+  if (vlan != m_vlans.end()) {
+    TakeFirst(vlan->second, answer);
+    if (vlan->second.empty()) {
+      m_vlans.erase(vlan);
     }
     return true;
   }

@@ -23,10 +23,6 @@ namespace routing_stack {
 
 class Engine;
 
-/// The kinds of rows that are requested.
-enum class RowType { kRtm, kInterface, kAddress, kRoute, kRedistribution, kProtocol };
-constexpr std::size_t kRowTypes = static_cast<std::size_t>(RowType::kProtocol) + 1;
-
 /// Every function of the stack that the library can call, for counting and for the call log.
 enum class Call {
   kSmsiInit,
@@ -85,16 +81,19 @@ class SMS_API Control {
   /// Made by the stack; `engine` is borrowed and outlives the control.
   explicit Control(Engine& engine) : m_engine(engine) {}
 
-  /// The next `times` requests of the type get this answer. A script is one call of Script or
-  /// ScriptRow. Scripts for a row are used up before those for its type, and earlier scripts before
-  /// later ones. An interface or address request with a scripted kStatus changes nothing and is
-  /// merely completed, since its answer has no status; an RTM request with it changes nothing and
-  /// is not reported at all.
+  /// The next `times` requests of the type get this answer. A script is one call of Script,
+  /// ScriptVlan or ScriptRow. Scripts for a row are used up before those for its type in its VLAN,
+  /// these before those for its type, and earlier scripts before later ones. An interface or
+  /// address request with a scripted kStatus changes nothing and is merely completed, since its
+  /// answer has no status; an RTM request with it changes nothing and is not reported at all.
   void Script(RowType type, const Answer& answer, unsigned int times);
   /// The same for the next `times` requests for one row. The row is named by the identifier that
   /// its identifier builder makes; an RTM, for which there is no builder, by {6, instance}.
   void ScriptRow(const unsigned int* oid, unsigned int length, const Answer& answer,
                  unsigned int times);
+  /// The same for the next `times` requests of the type for rows of the VLAN, in both of its
+  /// instances.
+  void ScriptVlan(RowType type, std::uint32_t vlan, const Answer& answer, unsigned int times);
   /// Forgets all scripts: requests are answered as usual again.
   void ClearScripts();
 
@@ -103,8 +102,8 @@ class SMS_API Control {
   /// candidates do not count as routes.
   void SetLimit(RowType type, std::size_t rows, unsigned int status);
 
-  /// Holds the stack: nbb_scheduler() does nothing and returns that nothing is scheduled, and
-  /// requests are queued.
+  /// Holds the stack: nbb_scheduler() does nothing, as if there were nothing to do, and requests
+  /// are queued.
   void Hold();
   /// Ends the hold and asks the host for a run if something waits.
   void Release();
@@ -113,9 +112,7 @@ class SMS_API Control {
   /// not told about the descriptors. Scripts, limits, the synchronous mode and counters stay. The
   /// stack then announces readiness again, and walks that were running end with result 8.
   void Restart();
-  /// Reports the end (cRunPendingAction) of each row whose request was never answered, because of a
-  /// script or of a restart, so that later requests for the row go on. Each such row is reported
-  /// once, in key order.
+  /// The same as Upkeep::EndLostRequests (upkeep.h).
   void EndLostRequests();
 
   /// If on, each event is processed inside the call that queued it, and not in nbb_scheduler(),

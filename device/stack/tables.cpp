@@ -41,7 +41,8 @@ unsigned int Tables::RoomFor(RowType type, std::size_t rows) const {
 // ---- instances
 
 void Tables::AddInstance(std::uint32_t instance, Family family, std::uint32_t routerId) {
-  m_instances.try_emplace(instance, ++m_lastSerial, family, routerId, m_clock);
+  m_instances.try_emplace(instance, ++m_lastSerial, family, routerId, m_clock,
+                          Forwarding{instance, m_forwarding});
   m_interfaceScans.push_back({instance, false, {}});
 }
 
@@ -251,6 +252,7 @@ void Tables::Clear() {
   while (!m_instances.empty()) {
     m_removed.push_back(m_instances.extract(m_instances.begin()));
   }
+  MuteRemoved();
   m_interfaces.clear();
   m_addresses.clear();
   m_redistributions.clear();
@@ -259,6 +261,12 @@ void Tables::Clear() {
   m_interfaceScans.clear();
   m_addressScans.clear();
   m_busyRibs.clear();
+}
+
+void Tables::MuteRemoved() {
+  for (InstanceTable::node_type& removed : m_removed) {
+    removed.mapped().rib.Mute();
+  }
 }
 
 }  // namespace routing_stack

@@ -49,11 +49,11 @@ inline bool IsAdminStatus(int status) { return status == 1 || status == 2; }
 
 struct Instance {
   Instance(std::uint32_t serialNumber, Family instanceFamily, std::uint32_t itsRouterId,
-           const Clock& clock)
+           const Clock& clock, const Forwarding& forwarding)
       : serial(serialNumber),
         family(instanceFamily),
         routerId(itsRouterId),
-        rib(instanceFamily, clock) {}
+        rib(instanceFamily, clock, forwarding) {}
 
   const std::uint32_t serial;  // distinguishes the lives of one instance
   const Family family;
@@ -125,7 +125,10 @@ struct Limit {
 
 class Tables {
  public:
-  explicit Tables(const Clock& clock) : m_clock(clock) {}
+  /// `forwarding` tells who hears of changes of the forwarding table, null for nobody; it may
+  /// change.
+  Tables(const Clock& clock, Listener* const& forwarding)
+      : m_clock(clock), m_forwarding(&forwarding) {}
 
   using InstanceTable = std::map<std::uint32_t, Instance>;
   using InterfaceTable = std::map<InterfaceKey, InterfaceRow>;
@@ -168,8 +171,10 @@ class Tables {
   bool RemoveRedistribution(const RedistributionKey& key);
   void StoreProtocolRow(const ProtocolKey& key, ProtocolRow row);
   bool RemoveProtocolRow(const ProtocolKey& key);
-  /// Forgets all rows and all work; limits stay.
+  /// Forgets all rows and all work; limits stay. Nobody hears of what leaves the forwarding table.
   void Clear();
+  /// Nobody hears any more of the routes of instances that have been removed before.
+  void MuteRemoved();
 
   bool HasWork() const;
   /// One bounded step of the work that earlier changes left.
@@ -198,6 +203,7 @@ class Tables {
   Instance* Find(std::uint32_t instance);
 
   const Clock& m_clock;
+  Listener* const* const m_forwarding;
   InstanceTable m_instances;
   InterfaceTable m_interfaces;
   AddressTable m_addresses;

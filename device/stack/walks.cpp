@@ -71,8 +71,8 @@ amb_cipr_rtm_route ToRouteRow(std::uint32_t instance, const RibEntry& entry, std
 }
 
 bool Walk::Step(const Tables& tables, std::uint64_t now) {
-  if (failure != 0) {
-    return End(failure);
+  if (isEnding) {
+    return End(kAgentError);
   }
   switch (table) {
     case WalkTable::kInterfaces:
@@ -155,6 +155,33 @@ bool Walk::StepRib(const Tables& tables, std::uint64_t now) {
   }
   amb_cipr_rtm_rib row = ToRibRow(instance, *entry, now);
   return Hand(&row);
+}
+
+Walk& Walks::Begin() {
+  Walk& walk = m_walks[++m_last];
+  walk.number = walk.first = m_last;
+  return walk;
+}
+
+Walk* Walks::Find(unsigned int number) {
+  const auto found = m_walks.find(number);
+  return found == m_walks.end() ? nullptr : &found->second;
+}
+
+std::vector<RunningWalk> Walks::List() const {
+  std::vector<RunningWalk> list;
+  for (const auto& [number, walk] : m_walks) {
+    list.push_back({number, walk.first, walk.isHeld});
+  }
+  return list;
+}
+
+std::vector<Walk*> Walks::All() {
+  std::vector<Walk*> all;
+  for (auto& entry : m_walks) {
+    all.push_back(&entry.second);
+  }
+  return all;
 }
 
 }  // namespace routing_stack

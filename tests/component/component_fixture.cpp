@@ -8,7 +8,7 @@
 const char* const RUN = "10 Scheduling Timer Expired!!! Scheduling Metaswitch";
 const char* const ASK = "10 Rescheduling Metaswitch";
 const char* const IN_5_MS = "10 Starting Scheduler Timer for 5 ms";
-const char* const IN_100_MS = "10 Starting Scheduler Timer for 100 ms";
+const char* const IN_1000_MS = "10 Starting Scheduler Timer for 1000 ms";
 const char* const SET_ALREADY =
     "10 No starting next scheduler timer !!! since Metaswitch restarted it for some action";
 
@@ -63,7 +63,7 @@ std::string ComponentFixture::After(unsigned int milliseconds) {
 
 std::string ComponentFixture::Meanwhile(unsigned int milliseconds) {
   std::string events = After(milliseconds);
-  const std::string idleRun = Text({RUN, IN_100_MS});
+  const std::string idleRun = Text({RUN, IN_1000_MS});
   for (std::size_t at = events.find(idleRun); at != std::string::npos; at = events.find(idleRun)) {
     events.erase(at, idleRun.size());
   }

@@ -18,7 +18,7 @@
 extern const char* const RUN;          // the timer has expired, the stack runs
 extern const char* const ASK;          // the stack asks for a run
 extern const char* const IN_5_MS;      // ... which is set for then
-extern const char* const IN_100_MS;    // the stack has nothing scheduled
+extern const char* const IN_1000_MS;   // the stack has nothing to do
 extern const char* const SET_ALREADY;  // the stack asked for a run during a run
 
 /// A device in virtual time. What happens is written down in its order, stack calls as

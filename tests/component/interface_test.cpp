@@ -87,7 +87,7 @@ TEST_F(Interfaces, NewInterfaceIsSentAtOnceAndItsNextRequestWaits) {
                           "> sms_bld_amb_test_i3_ei(1, 2, 32778, 3, \"eth0\", 0, 0, 0)",
                           SET_ALREADY,
                       }));
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
   EXPECT_EQ(StackInterfaces(), "10/3 eth0 56 2 1400\n32778/3 eth0 24 2 1400\n");
   EXPECT_EQ(StackAddresses(), "10/3 10.1.2.3/24\n");
 }
@@ -116,7 +116,7 @@ TEST_F(Interfaces, ChangedAddressIsWithdrawnAndSetAnewAndTheRoutersAreTold) {
                         "> sms_act_ipaddr(1, 10, 1, 3, 10.1.9.9, 16)",
                         "10 Updating IP Address Change to Interface 3",
                     }));
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
   EXPECT_EQ(StackAddresses(), "10/3 10.1.9.9/16\n");
 }
 

@@ -71,7 +71,7 @@ TEST_F(InterfaceWalk, SecondWalkBeginsWhereTheFirstEnds) {
   EXPECT_EQ(After(5), Text({RUN, "> sms_get_next_i3_ea(10)", ASK, IN_5_MS, SET_ALREADY}));
   EXPECT_EQ(log->output, std::string(HEADER) + ROWS_10);
   ExpectEnded(*log);
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
 }
 
 TEST_F(InterfaceWalk, Ipv6TableHasTheIpv6InstancesRows) {
@@ -138,7 +138,7 @@ TEST_F(InterfaceWalk, WholeTableMayComeFromInsideParse) {
   EXPECT_EQ(Take(), Text({"> sms_get_next_i3_ei(10)", ASK, IN_5_MS, "> sms_get_next_i3_ea(10)"}));
   EXPECT_EQ(log->output, std::string(HEADER) + ROWS_10);
   ExpectEnded(*log);
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
 }
 
 }  // namespace

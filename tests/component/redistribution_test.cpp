@@ -65,7 +65,7 @@ TEST_F(Redistribution, RuleIsSentByTheNextTickAndEndsWithItsAnswer) {
   EXPECT_EQ(Item(), "RowStatus(1) AdminStatus(1) ActionState(New) ReasonCode(0)");
   EXPECT_EQ(Meanwhile(100), Text({SENDING, ADD_TRACE, ADD_CALL, ASK, IN_5_MS}));
   EXPECT_EQ(Item(), "RowStatus(1) AdminStatus(1) ActionState(Issued) ReasonCode(0)");
-  EXPECT_EQ(Meanwhile(5), Text({RUN, ADD_RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Meanwhile(5), Text({RUN, ADD_RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
   ASSERT_EQ(Control().Redistributions().size(), 1U);
   EXPECT_EQ(Control().Redistributions()[0].vlan, 10U);
@@ -79,7 +79,7 @@ TEST_F(Redistribution, WithdrawnRuleGoesLikeItCame) {
   Quiet();
   Change(true, false);
   EXPECT_EQ(Next(), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, REMOVE_RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, REMOVE_RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
   EXPECT_TRUE(Control().Redistributions().empty());
 }
@@ -88,7 +88,7 @@ TEST_F(Redistribution, WithdrawalOfARuleThatIsNotThereIsSuccess) {
   LoadWithOspf();
   Change(true, false);
   EXPECT_EQ(Next(), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, REMOVE_RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, REMOVE_RESPONSE, DONE, REMOVED, IN_1000_MS}));
 }
 
 TEST_F(Redistribution, RefusedRuleIsTriedAgain) {
@@ -96,10 +96,10 @@ TEST_F(Redistribution, RefusedRuleIsTriedAgain) {
   Answer(5, 1);
   Change(false, true);
   EXPECT_EQ(Next(), Text({SENDING, ADD_TRACE, ADD_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, ADD_RESPONSE, AGAIN, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, ADD_RESPONSE, AGAIN, IN_1000_MS}));
   EXPECT_EQ(Item(), "RowStatus(1) AdminStatus(1) ActionState(New) ReasonCode(5)");
   EXPECT_EQ(Next(), Text({SENDING, ADD_TRACE, ADD_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, ADD_RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, ADD_RESPONSE, DONE, REMOVED, IN_1000_MS}));
 }
 
 TEST_F(Redistribution, RuleRefusedForGoodStaysIssued) {
@@ -107,7 +107,7 @@ TEST_F(Redistribution, RuleRefusedForGoodStaysIssued) {
   Answer(3, 1);
   Change(false, true);
   Next();
-  EXPECT_EQ(Next(), Text({RUN, ADD_RESPONSE, NEVER, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, ADD_RESPONSE, NEVER, IN_1000_MS}));
   EXPECT_EQ(Meanwhile(2000), "");
   EXPECT_EQ(Item(), "RowStatus(1) AdminStatus(1) ActionState(Issued) ReasonCode(3)");
 }
@@ -158,7 +158,7 @@ TEST_F(Redistribution, Ipv6RuleKeepsItsInstanceAllTheWay) {
   EXPECT_EQ(Next(), Text({RUN,
                           "10 Redistribution Response from Metaswitch: vlan=32778 src=196608 "
                           "dst=851968 status=1",
-                          DONE, REMOVED, IN_100_MS}));
+                          DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
 }
 

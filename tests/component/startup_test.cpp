@@ -31,9 +31,9 @@ TEST_F(StartUp, StackIsStartedAndFirstRunWhenItAsks) {
                         "10 Initializing SckDescriptor",
                     }));
   EXPECT_EQ(After(4), "");
-  EXPECT_EQ(After(1), Text({RUN, IN_100_MS}));
-  EXPECT_EQ(After(99), "");
-  EXPECT_EQ(After(1), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(1), Text({RUN, IN_1000_MS}));
+  EXPECT_EQ(After(999), "");
+  EXPECT_EQ(After(1), Text({RUN, IN_1000_MS}));
 }
 
 TEST_F(StartUp, RowsOfBeforeTheStartAreReleasedByTheReadySignal) {
@@ -63,7 +63,7 @@ TEST_F(StartUp, RowsOfBeforeTheStartAreReleasedByTheReadySignal) {
                 "> sms_bld_amb_test_i3_ei(1, 2, 32778, 3, \"eth0\", 0, 0, 0)",
                 SET_ALREADY,
             }));
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
   EXPECT_TRUE(stack.IsIdle());
 }
 
@@ -73,7 +73,7 @@ TEST_F(StartUp, RepeatedReadySignalIssuesNothingAgain) {
   registry.AddInterface(10, 3, "eth0", Tarsel::DcInterfaceMgr::INTF_TYPE_NONE, 24, 0, 1);
   Take();
   Control().RepeatReady();
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
 }
 
 // --- the stack calls back from inside of calls ---
@@ -103,7 +103,7 @@ TEST_F(StartUp, ReadySignalMayComeFromInsideTheStart) {
                 "if_index = 3 if_name = eth0",
                 "> sms_act_interface(1, 1, 32778, 3, \"eth0\", 0, 0, 0)",
             }));
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
 }
 
 // A row is finished, and its next request issued, before the ready signal gets to the next row.
@@ -137,7 +137,7 @@ TEST_F(StartUp, EveryWaitingRowIsReleasedOnceWhenRowsFinishAtOnce) {
           "> sms_act_ipaddr(1, 10, 1, 3, 10.1.2.3, 24)",
           "10 Initializing SckDescriptor",
       }));
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
 }
 
 }  // namespace

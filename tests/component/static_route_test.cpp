@@ -81,7 +81,7 @@ TEST_F(StaticRoutes, AddedRouteIsSentByTheNextTickAndEndsWithItsAnswer) {
   EXPECT_EQ(Meanwhile(1), Text({SENDING, ADD_TRACE, ADD_CALL, ASK, IN_5_MS}));
   EXPECT_EQ(Item(), "RowStatus(1) AdminStatus(1) ActionState(Issued) ReasonCode(0)");
   EXPECT_FALSE(IsInstalled());
-  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 0\n");
   EXPECT_TRUE(IsInstalled());
   EXPECT_EQ(Meanwhile(1000), "");
@@ -91,11 +91,11 @@ TEST_F(StaticRoutes, RefusedRouteIsTriedAgainByTheNextTick) {
   Answer(5, 1);
   Add();
   EXPECT_EQ(Meanwhile(100), Text({SENDING, ADD_TRACE, ADD_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, AGAIN, IN_100_MS}));
+  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, AGAIN, IN_1000_MS}));
   EXPECT_EQ(Item(), "RowStatus(1) AdminStatus(1) ActionState(New) ReasonCode(5)");
   // The row is idle again: the second request does not come out of its queue.
   EXPECT_EQ(Meanwhile(95), Text({SENDING, ADD_TRACE, ADD_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
   EXPECT_TRUE(IsInstalled());
 }
@@ -105,7 +105,7 @@ TEST_F(StaticRoutes, TenthRefusalIsTheLast) {
   Add();
   for (int i = 1; i <= 10; ++i) {
     EXPECT_EQ(Next(), Text({SENDING, ADD_TRACE, ADD_CALL, ASK, IN_5_MS})) << i;
-    EXPECT_EQ(Next(), Text({RUN, RESPONSE, AGAIN, IN_100_MS})) << i;
+    EXPECT_EQ(Next(), Text({RUN, RESPONSE, AGAIN, IN_1000_MS})) << i;
   }
   EXPECT_EQ(Meanwhile(2000), "");
   EXPECT_EQ(Item(), "RowStatus(1) AdminStatus(1) ActionState(Issued) ReasonCode(5)");
@@ -122,7 +122,7 @@ TEST_F(StaticRoutes, RouteThatIsRefusedForGoodStaysIssued) {
   Answer(3, 1);
   Add();
   Meanwhile(100);
-  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, NEVER, IN_100_MS}));
+  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, NEVER, IN_1000_MS}));
   EXPECT_EQ(Item(), "RowStatus(1) AdminStatus(1) ActionState(Issued) ReasonCode(3)");
   EXPECT_EQ(Meanwhile(2000), "");
   EXPECT_FALSE(IsInstalled());
@@ -136,7 +136,7 @@ TEST_F(StaticRoutes, RemovalTakesThePlaceOfARouteThatWasGivenUp) {
   EXPECT_EQ(Take(), Text({REPLACED}));
   EXPECT_EQ(Meanwhile(100), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
   // The stack never had it: that it is not there is success.
-  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Meanwhile(5), Text({RUN, RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
 }
 
@@ -146,7 +146,7 @@ TEST_F(StaticRoutes, RemovedRouteCostsOneRequest) {
   Remove();
   EXPECT_EQ(Item(), "RowStatus(6) AdminStatus(2) ActionState(New) ReasonCode(0)");
   EXPECT_EQ(Next(), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
   EXPECT_FALSE(IsInstalled());
   EXPECT_EQ(Meanwhile(1000), "");
@@ -158,17 +158,17 @@ TEST_F(StaticRoutes, RefusedRemovalIsTriedAgainWhateverTheStatus) {
   Answer(3, 1);
   Remove();
   EXPECT_EQ(Next(), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, RESPONSE, AGAIN, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, RESPONSE, AGAIN, IN_1000_MS}));
   EXPECT_EQ(Item(), "RowStatus(6) AdminStatus(2) ActionState(New) ReasonCode(3)");
   EXPECT_EQ(Next(), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_FALSE(IsInstalled());
 }
 
 TEST_F(StaticRoutes, RemovalOfARouteThatIsNotThereIsSuccess) {
   Remove();
   EXPECT_EQ(Next(), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
 }
 
@@ -177,7 +177,7 @@ TEST_F(StaticRoutes, RemovalBeforeTheNextTickTakesTheAdditionsPlace) {
   Remove();
   EXPECT_EQ(Take(), Text({REPLACED}));
   EXPECT_EQ(Next(), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Meanwhile(1000), "");
 }
 
@@ -193,7 +193,7 @@ TEST_F(StaticRoutes, Ipv6RouteGoesToTheIpv6Instance) {
   EXPECT_EQ(Next(), Text({RUN,
                           "10 Route Update Response from Metaswitch: vlan = 10, dest= "
                           "2001:db8:9::/48 nexthop: 2001:db8::1",
-                          DONE, REMOVED, IN_100_MS}));
+                          DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
 }
 
@@ -201,7 +201,7 @@ TEST_F(StaticRoutes, SecondAnswerAndCompletionFindNothing) {
   Control().Script(routing_stack::RowType::kRoute, {routing_stack::Answer::kTwice, 0, 0}, 1);
   Add();
   Next();
-  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, RESPONSE, DONE, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, RESPONSE, DONE, IN_1000_MS}));
   EXPECT_TRUE(IsInstalled());
 }
 
@@ -213,11 +213,11 @@ TEST_F(StaticRoutes, RemovalInFlightIsSentByTheNextTick) {
   EXPECT_EQ(Next(), Text({SENDING, ADD_TRACE, ADD_CALL, ASK, IN_5_MS}));
   Remove();
   EXPECT_EQ(Take(), Text({REPLACED}));
-  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, IN_1000_MS}));
   EXPECT_EQ(Item(), "RowStatus(6) AdminStatus(2) ActionState(New) ReasonCode(0)");
   EXPECT_TRUE(IsInstalled());
   EXPECT_EQ(Next(), Text({SENDING, REMOVE_TRACE, REMOVE_CALL, ASK, IN_5_MS}));
-  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_100_MS}));
+  EXPECT_EQ(Next(), Text({RUN, RESPONSE, DONE, REMOVED, IN_1000_MS}));
   EXPECT_EQ(Item(), "none");
   EXPECT_FALSE(IsInstalled());
 }

@@ -46,7 +46,7 @@ TEST_F(Vlans, CreationSendsBothInstancesAndTheStackReportsThemReady) {
                         ROW_10_IPV6,
                     }));
   EXPECT_EQ(Readiness(), "00");
-  EXPECT_EQ(After(5), Text({RUN, NO_PRIMARY, NO_PRIMARY, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, NO_PRIMARY, NO_PRIMARY, IN_1000_MS}));
   EXPECT_EQ(Readiness(), "11");
   EXPECT_EQ(Control().Instances(), (std::vector<std::uint32_t>{10, 0x800A}));
 }
@@ -71,7 +71,7 @@ TEST_F(Vlans, ChangedSettingsAreSentAndReadinessStays) {
   Take();
   EXPECT_EQ(Readiness(), "11");
   // A known instance is neither asked for its router id nor reported ready again.
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
   EXPECT_EQ(Readiness(), "11");
 }
 
@@ -96,7 +96,7 @@ TEST_F(Vlans, DeletionDestroysBothInstances) {
                         "10 Deleted VLAN 10",
                     }));
   EXPECT_EQ(Readiness(), "00");
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
   EXPECT_EQ(Control().Instances(), (std::vector<std::uint32_t>{20, 0x8014}));
 }
 
@@ -148,7 +148,7 @@ TEST_F(PendingRoutes, NewOneIsKeptAndSentWhenTheVlanComesBack) {
                                 RUN,
                                 NO_PRIMARY,
                                 NO_PRIMARY,
-                                IN_100_MS,
+                                IN_1000_MS,
                                 test_support::SENDING,
                                 "5 Vlan = 10 if_index = 3 ipaddr = 10.9.0.0/16 gw = 10.1.2.1 "
                                 "metric = 5 path_type = 196608 row status = 1 admin_status = 1",
@@ -162,7 +162,7 @@ TEST_F(PendingRoutes, NewOneIsKeptAndSentWhenTheVlanComesBack) {
                                 RESPONSE,
                                 test_support::ROUTE_DONE,
                                 test_support::REMOVED,
-                                IN_100_MS,
+                                IN_1000_MS,
                             }));
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 0\n");
 }
@@ -189,7 +189,7 @@ TEST_F(PendingRoutes, OneInFlightIsAnsweredAndRemovedAsUsual) {
                                 RESPONSE,
                                 test_support::ROUTE_DONE,
                                 test_support::REMOVED,
-                                IN_100_MS,
+                                IN_1000_MS,
                             }));
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 0\n");
 }
@@ -200,7 +200,7 @@ TEST_F(PendingRoutes, OneThatIsRefusedInFlightWaitsForTheVlansReturn) {
   Meanwhile(100);
   RemoveVlan10();
   Take();
-  EXPECT_EQ(Meanwhile(500), Text({RUN, RESPONSE, test_support::ROUTE_AGAIN, IN_100_MS}));
+  EXPECT_EQ(Meanwhile(500), Text({RUN, RESPONSE, test_support::ROUTE_AGAIN, IN_1000_MS}));
   LoadVlans({10, 20});
   Quiet();
   EXPECT_EQ(PendingSummary(), "Pending Item Buckets: 0\n");

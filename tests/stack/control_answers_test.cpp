@@ -22,7 +22,7 @@ TEST_F(ControlTest, AScriptedStatusLeavesTheRowAlone) {
 TEST_F(ControlTest, AnAnswerThatNeverComesLeavesTheRowAloneAndIncomplete) {
   control.Script(RowType::kRoute, AnswerOf(Answer::kNever), 1);
   AddRoute(10, "10.9.0.0/16", "10.1.2.1");
-  EXPECT_EQ(-1, RunAll());
+  EXPECT_EQ(kIdleMs, RunAll());
   EXPECT_THAT(host.Take(), IsEmpty());
   EXPECT_TRUE(stack.IsIdle());
   EXPECT_TRUE(control.Rib().empty());
@@ -86,6 +86,44 @@ TEST_F(ControlTest, ARowsScriptComesBeforeItsTypesAndEarlierOnesBeforeLater) {
     AddRoute(10, "10.9.0.0/16", "10.1.2.1");
   }
   EXPECT_THAT(Statuses(), ElementsAre(5, 9, 8, 4, 1));
+}
+
+TEST_F(ControlTest, AVlansScriptConcernsItsRowsOnly) {
+  control.ScriptVlan(RowType::kRoute, 11, StatusAnswer(5), 2);
+  AddInstance(11);
+  AddInstance(11 | kIp6Bit);
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  AddRoute(11, "10.9.0.0/16", "10.1.2.1");
+  AddRoute(11 | kIp6Bit, "2001:db8::/32", "fe80::1");
+  AddRoute(11, "10.8.0.0/16", "10.1.2.1");
+  EXPECT_THAT(Statuses(), ElementsAre(1, 5, 5, 1));
+}
+
+TEST_F(ControlTest, AVlansScriptComesBetweenItsRowsAndItsTypes) {
+  const auto oid = RouteOid("10.9.0.0/16");
+  control.Script(RowType::kRoute, StatusAnswer(5), 1);
+  control.ScriptVlan(RowType::kRoute, 10, StatusAnswer(4), 1);
+  control.ScriptVlan(RowType::kRoute, 10, StatusAnswer(3), 1);
+  control.ScriptRow(oid.data(), static_cast<unsigned int>(oid.size()), StatusAnswer(9), 1);
+  for (int i = 0; i < 5; ++i) {
+    AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  }
+  EXPECT_THAT(Statuses(), ElementsAre(9, 4, 3, 5, 1));
+}
+
+TEST_F(ControlTest, AVlansScriptConcernsItsTypeOnlyAndCanBeCleared) {
+  control.ScriptVlan(RowType::kRtm, 10, StatusAnswer(5), 10);
+  control.ScriptVlan(RowType::kInterface, 10, StatusAnswer(5), 10);
+  control.ScriptVlan(RowType::kProtocol, 10, StatusAnswer(5), 10);
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  EXPECT_THAT(Statuses(), ElementsAre(1));
+  AddInterface(10, 3);
+  RunAll();
+  EXPECT_TRUE(control.Interfaces().empty());
+  control.ClearScripts();
+  AddInterface(10, 3);
+  RunAll();
+  EXPECT_EQ(1u, control.Interfaces().size());
 }
 
 TEST_F(ControlTest, ScriptsConcernTheirTypeOnlyAndCanBeCleared) {

@@ -11,7 +11,7 @@ namespace {
 TEST_F(ControlTest, WhileHeldNothingIsDoneAndRequestsQueue) {
   control.Hold();
   AddInterface(10, 3);
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   EXPECT_THAT(host.calls, IsEmpty());
   EXPECT_FALSE(stack.IsIdle());
   host.rescheduled = false;
@@ -212,7 +212,7 @@ TEST_F(ControlTest, ASliceHasAtLeastOneEvent) {
   AddInterface(11, 3);
   AddInterface(11, 4);
   EXPECT_EQ(0, RunOnce());
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   EXPECT_EQ(2u, host.calls.size());
 }
 

@@ -29,7 +29,7 @@ TEST_F(ConversationTest, StartingAsksForARunAndAnswersOnlyInIt) {
   EXPECT_EQ(1u, host.runsAskedFor);
   EXPECT_THAT(host.calls, IsEmpty());
 
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   EXPECT_THAT(host.calls, ElementsAre("cI3Ready()"));
 }
 
@@ -37,13 +37,13 @@ TEST_F(ConversationTest, ReadinessIsAnnouncedOncePerStart) {
   Start();
   char components[] = "ospf";
   smsi_init(components);
-  EXPECT_EQ(-1, RunAll());
+  EXPECT_EQ(kIdleMs, RunAll());
   EXPECT_THAT(host.calls, IsEmpty());
 }
 
 TEST_F(ConversationTest, ReadinessComesFirstEvenWhenRequestsWereMadeBefore) {
   AddInterface(10, 3);
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   EXPECT_THAT(host.calls, IsEmpty());
 
   smsi_init(nullptr);
@@ -150,7 +150,7 @@ TEST_F(ConversationTest, ARequestFromInsideACallbackIsQueuedAndAsksForARun) {
     }
   };
   AddInterface(10, 3);
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   EXPECT_TRUE(nested);
   EXPECT_EQ(2u, control.Interfaces()[0].oper_status);
   EXPECT_THAT(host.Take(), ElementsAre("cRunPendingAction(1:10:3)", "cRunPendingAction(1:10:3)"));
@@ -182,7 +182,7 @@ TEST_F(ConversationTest, ARunWorksOffASliceAndSaysWhenThereIsMore) {
   EXPECT_EQ(3u, host.Take().size());
   EXPECT_EQ(0, RunOnce());
   EXPECT_EQ(3u, host.Take().size());
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   EXPECT_EQ(1u, host.Take().size());
 }
 
@@ -201,7 +201,7 @@ TEST_F(ConversationTest, ARunEndsEarlyWhenTheClockSaysSo) {
 
 TEST_F(ConversationTest, TheResultIsTheTimeToTheNextTimedEvent) {
   Start();
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   routing_stack::Answer late;
   late.kind = routing_stack::Answer::kLate;
   late.delayMs = 250;
@@ -213,7 +213,7 @@ TEST_F(ConversationTest, TheResultIsTheTimeToTheNextTimedEvent) {
   EXPECT_FALSE(stack.IsIdle());
   EXPECT_THAT(host.calls, IsEmpty());
   now += 150;
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   EXPECT_THAT(host.Take(), ElementsAre("cRunPendingAction(1:10:3)"));
 }
 

@@ -168,6 +168,16 @@ TEST_F(ProtocolRowsTest, NullsAreHarmless) {
   EXPECT_EQ(0u, sms_get_protocol_row_oid(nullptr, 2, 10, key, 1));
 }
 
+TEST_F(ProtocolRowsTest, AScriptMayConcernOneVlan) {
+  AddInstance(20 | kIp6Bit);
+  const routing_stack::Answer retry;
+  control.ScriptVlan(routing_stack::RowType::kProtocol, 20, retry, 1);
+  Send(1, 10, "a");
+  EXPECT_EQ("2 10 a 1 1 1", g_answers.back());
+  Send(1, 20 | kIp6Bit, "a");
+  EXPECT_EQ("2 32788 a 1 1 5", g_answers.back());
+}
+
 TEST_F(ProtocolRowsTest, ScriptsAndLimitsApply) {
   routing_stack::Answer retry;
   control.Script(routing_stack::RowType::kProtocol, retry, 1);

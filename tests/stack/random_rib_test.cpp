@@ -1,9 +1,12 @@
 // The engine's RIB against the plain model, over random sequences of everything that can move a
 // route.
 
+#include <array>
 #include <cstring>
+#include <optional>
 #include <random>
 
+#include "forwarding_mirror.h"
 #include "rib_model.h"
 #include "stack_test.h"
 #include "tests/models/random_run.h"
@@ -47,6 +50,7 @@ struct Occurrences {
   unsigned long removals = 0;
   unsigned long rows = 0;  // of the RIB, summed over all operations
   unsigned long installed = 0;
+  std::array<unsigned long, 3> forwardingChanges{};
 };
 
 class RandomRibTest : public StackTest {
@@ -75,10 +79,12 @@ class RandomRibTest : public StackTest {
   void ChangeInstance();
   void Operate();
   void Compare(bool withAges);
+  void ChangeMirror();
 
   const unsigned int m_seed;
   std::mt19937 m_random;
   RibModel m_model;
+  std::optional<ForwardingMirror> m_mirror;
   Occurrences m_count;
 };
 
@@ -257,6 +263,23 @@ void ExpectEqual(std::vector<Row> expected, std::vector<Row> actual, bool withAg
 void RandomRibTest::Compare(bool withAges) {
   ASSERT_NO_FATAL_FAILURE(ExpectEqual(m_model.Rib(), control.Rib(), withAges));
   ASSERT_NO_FATAL_FAILURE(ExpectEqual(m_model.Routes(), control.Routes(), withAges));
+  if (m_mirror) {
+    ASSERT_NO_FATAL_FAILURE(ExpectEqual(m_model.Routes(), m_mirror->Rows(), false));
+  }
+}
+
+// Who follows the forwarding table may begin and end at any time.
+void RandomRibTest::ChangeMirror() {
+  stack.SetListener(nullptr);
+  if (m_mirror) {
+    for (std::size_t i = 0; i < m_count.forwardingChanges.size(); ++i) {
+      m_count.forwardingChanges[i] += m_mirror->counts[i];
+    }
+    m_mirror.reset();
+  } else {
+    m_mirror.emplace(stack.GetFacts());
+    stack.SetListener(&*m_mirror);
+  }
 }
 
 TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
@@ -294,6 +317,9 @@ TEST_F(RandomRibTest, ChangesInTheMiddleOfTheWorkEndInTheSameTables) {
     ASSERT_NO_FATAL_FAILURE(Operate());
     control.SetSliceEvents(1 + Below(6));
     RunOnce();
+    if (Chance(1)) {
+      ChangeMirror();
+    }
     if (Chance(15)) {
       RunAll();
       m_model.Update(now);
@@ -303,6 +329,9 @@ TEST_F(RandomRibTest, ChangesInTheMiddleOfTheWorkEndInTheSameTables) {
     host.Take();
   }
   EXPECT_GE(comparisons, operations / 10);
+  for (const unsigned long changes : m_count.forwardingChanges) {
+    EXPECT_GE(changes, operations / 50);
+  }
 }
 
 }  // namespace

@@ -198,7 +198,7 @@ TEST_F(RtmRowsTest, ADestroyCancelsAReadinessThatWasPutOff) {
   control.Script(routing_stack::RowType::kRtm, late, 0);
   RunAll();
   SendEntity(10, 6);
-  EXPECT_EQ(-1, RunAll());
+  EXPECT_EQ(kIdleMs, RunAll());
   now += 1000;
   RunAll();
   EXPECT_THAT(host.calls, testing::Not(testing::Contains("cSetRtmReady(10)")));

@@ -22,6 +22,8 @@ using testing::IsEmpty;
 
 constexpr unsigned int kIp6Bit = 0x8000;
 constexpr int kStaticPath = 0x30000;
+/// What a run returns when there is nothing to do.
+constexpr int kIdleMs = 1000;
 
 /// The bytes of an address text; its type is told by the text.
 struct AddressBytes {

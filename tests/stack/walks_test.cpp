@@ -253,7 +253,7 @@ TEST_F(WalksTest, AWalkIsSliced) {
   EXPECT_EQ(4u, command.rows.size());
   EXPECT_EQ(0, RunOnce());
   EXPECT_EQ(8u, command.rows.size());
-  EXPECT_EQ(-1, RunOnce());
+  EXPECT_EQ(kIdleMs, RunOnce());
   EXPECT_THAT(command.results, ElementsAre(1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 7));
 }
 

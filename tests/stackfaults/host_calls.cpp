@@ -128,7 +128,7 @@ void DescriptorCall::Synchronous() {
   ExpectHandled({1});
   EXPECT_EQ(sockets.calls,
             (Lines{"change fd=7 mode=3", "remove fd=7 id=70", "register fd=7 mode=2 id=71"}));
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
   ExpectConverged();
 }
 
@@ -235,7 +235,7 @@ void TraceSetter::Synchronous() {
   EXPECT_EQ(Take(), Text({ASK, IN_5_MS, std::string("> ") + Function() + Arguments()}));
   EXPECT_TRUE(IsThere());
   EndInterception(Function());
-  EXPECT_EQ(After(5), Text({RUN, IN_100_MS}));
+  EXPECT_EQ(After(5), Text({RUN, IN_1000_MS}));
   ExpectConverged();
 }
 

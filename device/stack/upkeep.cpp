@@ -1,0 +1,12 @@
+#include "upkeep.h"
+
+#include "engine.h"
+
+namespace routing_stack {
+
+void Upkeep::HoldWalk(unsigned int number) { m_engine.HoldWalk(number); }
+void Upkeep::GoOnWithWalk(unsigned int number) { m_engine.GoOnWithWalk(number); }
+void Upkeep::EndWalk(unsigned int number) { m_engine.EndWalk(number); }
+bool Upkeep::EndLostRequests() { return m_engine.EndLostRequests(); }
+
+}  // namespace routing_stack

@@ -1,0 +1,126 @@
+// What a listener hears of the forwarding table.
+
+#include "forwarding_mirror.h"
+#include "stack_test.h"
+
+namespace stack_test {
+namespace {
+
+using routing_stack::ForwardingChange;
+
+/// Writes down what it hears: "came 10 10.1.2.0/24 ...".
+class ForwardingLog : public routing_stack::Listener {
+ public:
+  bool WantsForwarding() const override { return wants; }
+  void ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route) override {
+    const char* const words[] = {"came ", "replaced ", "gone "};
+    const std::string text = RowText(route);
+    const bool hasGone = change == ForwardingChange::kGone;
+    lines.push_back(words[static_cast<int>(change)] +
+                    (hasGone ? text.substr(0, text.find(" proto")) : text));
+  }
+  void Restarted() override { lines.push_back("restarted"); }
+  Lines Take() {
+    Lines taken;
+    taken.swap(lines);
+    return taken;
+  }
+
+  bool wants = true;
+  Lines lines;
+};
+
+class ForwardingTest : public StackTest {
+ protected:
+  void SetUp() override {
+    Start();
+    AddInstance(10);
+    AddInterface(10, 3);
+    AddAddress(10, 3, "10.1.2.3/24");
+    RunAll();
+    stack.SetListener(&log);
+  }
+  Lines Heard() {
+    RunAll();
+    return log.Take();
+  }
+
+  ForwardingLog log;
+};
+
+TEST_F(ForwardingTest, RoutesComeAreReplacedAndGo) {
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1", 0, 5);
+  EXPECT_THAT(Heard(), ElementsAre("came 10 10.9.0.0/16 proto 3 via 10.1.2.1 if 3 metric 5"));
+  AddRoute(10, "10.9.0.0/16", "10.1.2.2", 0, 6);
+  EXPECT_THAT(Heard(), IsEmpty()) << "it is not the best";
+  AddRoute(10, "10.9.0.0/16", "10.1.2.2", 0, 4);
+  EXPECT_THAT(Heard(), ElementsAre("replaced 10 10.9.0.0/16 proto 3 via 10.1.2.2 if 3 metric 4"));
+  AddRoute(10, "10.9.0.0/16", "10.1.2.2", 0, 3);
+  EXPECT_THAT(Heard(), ElementsAre("replaced 10 10.9.0.0/16 proto 3 via 10.1.2.2 if 3 metric 3"));
+  AddRoute(10, "10.9.0.0/16", "10.1.2.2", 0, 3);
+  EXPECT_THAT(Heard(), IsEmpty());
+  Route(6, 2, 10, "10.9.0.0/16", "10.1.2.2", 0, 0);
+  EXPECT_THAT(Heard(), ElementsAre("replaced 10 10.9.0.0/16 proto 3 via 10.1.2.1 if 3 metric 5"));
+  SetInterface(10, 3, false);
+  EXPECT_THAT(Heard(), testing::UnorderedElementsAre("gone 10 10.9.0.0/16", "gone 10 10.1.2.0/24"));
+}
+
+// Its candidate stays the best and is not chosen for again.
+TEST_F(ForwardingTest, ANextHopThatIsReachedOverAnotherInterfaceIsTold) {
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  AddInterface(10, 4);
+  RunAll();
+  log.Take();
+  AddAddress(10, 4, "10.1.2.4/25");
+  EXPECT_THAT(Heard(), ElementsAre("came 10 10.1.2.0/25 proto 2 via 0.0.0.0 if 4 metric 0",
+                                   "replaced 10 10.9.0.0/16 proto 3 via 10.1.2.1 if 4 metric 1"));
+}
+
+TEST_F(ForwardingTest, WithAnInstanceAllItsRoutesGo) {
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  AddRoute(10, "10.8.0.0/16", "172.16.0.1");
+  RunAll();
+  log.Take();
+  DropInstance(10);
+  AddInstance(10);
+  EXPECT_THAT(Heard(), ElementsAre("gone 10 10.1.2.0/24", "gone 10 10.9.0.0/16",
+                                   "came 10 10.1.2.0/24 proto 2 via 0.0.0.0 if 3 metric 0"));
+}
+
+TEST_F(ForwardingTest, ARestartIsToldOnceAndNotRouteByRoute) {
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  RunAll();
+  log.Take();
+  control.Restart();
+  EXPECT_THAT(log.Take(), ElementsAre("restarted"));
+  EXPECT_THAT(Heard(), IsEmpty());
+}
+
+TEST_F(ForwardingTest, WhatLeavesWhenAListenerComesHasGoneForIt) {
+  for (int i = 0; i < 100; ++i) {
+    AddRoute(10, "10.9." + std::to_string(i) + ".0/24", "10.1.2.1");
+  }
+  RunAll();
+  stack.SetListener(nullptr);
+  log.Take();
+  control.SetSliceEvents(3);
+  DropInstance(10);
+  RunOnce();
+  ASSERT_FALSE(stack.IsIdle());
+  EXPECT_THAT(Routes(), IsEmpty());
+  stack.SetListener(&log);
+  EXPECT_THAT(Heard(), IsEmpty());
+}
+
+TEST_F(ForwardingTest, WhoDoesNotWantItHearsNothing) {
+  log.wants = false;
+  stack.SetListener(&log);
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  EXPECT_THAT(Heard(), IsEmpty());
+  stack.SetListener(nullptr);
+  AddRoute(10, "10.8.0.0/16", "10.1.2.1");
+  EXPECT_THAT(Heard(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace stack_test
