@@ -19,10 +19,10 @@ using Tarsel::MemberCallback2;
 
 namespace {
 
-constexpr unsigned int DUE_MS = 100;
+constexpr unsigned int RETRY_MS = 100;
 // Many rows may be due at once. They are done in portions, and the event loop turns in between.
 constexpr std::size_t MAX_PORTION = 200;
-constexpr unsigned int NEXT_PORTION_MS = 1;
+constexpr unsigned int SOON_MS = 1;
 
 bool HasLowerRank(const WantedRow* a, const WantedRow* b) { return a->GetRank() < b->GetRank(); }
 
@@ -33,9 +33,10 @@ RowRegistry& RowRegistry::Get() {
   return *registry;
 }
 
-RowRegistry::RowRegistry() : m_timer("ProtocolRows") {
-  m_timer.SetCallback(
-      new MemberCallback2<RowRegistry, unsigned int, void*>(this, &RowRegistry::OnTimeout));
+RowRegistry::RowRegistry() : m_retryTimer("ProtocolRowRetries"), m_otherTimer("ProtocolRows") {
+  using Callback = MemberCallback2<RowRegistry, unsigned int, void*>;
+  m_retryTimer.SetCallback(new Callback(this, &RowRegistry::RetriesDue));
+  m_otherTimer.SetCallback(new Callback(this, &RowRegistry::OthersDue));
   sms_register_protocol_answer(&RowRegistry::OnAnswer);
 }
 
@@ -47,6 +48,7 @@ void RowRegistry::Add(WantedRow& row) {
 }
 
 void RowRegistry::Drop(WantedRow& row) {
+  m_underWay.erase(&row);
   StopCounting(row);
   if (WantedRow* const heir = FindCounting(row.GetName())) {
     heir->InheritFrom(row);
@@ -82,6 +84,41 @@ void RowRegistry::StopCounting(WantedRow& row) {
   if (WantedRow* const next = FindCounting(row.GetName())) {
     next->Renew();
     MakeDue(*next);
+  }
+}
+
+// ---- how the rows stand
+
+WantedRow* RowRegistry::Find(const RowName& name) const {
+  if (WantedRow* const counting = FindCounting(name)) {
+    return counting;
+  }
+  const auto entry = m_entries.find(name);
+  return entry != m_entries.end() && !entry->second.rows.empty() ? entry->second.rows.back()
+                                                                 : nullptr;
+}
+
+const RowName* RowRegistry::Next(const RowName* last) const {
+  const auto begin = last != nullptr ? m_entries.upper_bound(*last) : m_entries.begin();
+  const auto next = std::find_if(begin, m_entries.end(),
+                                 [](const auto& entry) { return !entry.second.rows.empty(); });
+  return next != m_entries.end() ? &next->first : nullptr;
+}
+
+std::size_t RowRegistry::CountWanted() const {
+  const auto isWanted = [](const auto& entry) {
+    const std::vector<WantedRow*>& rows = entry.second.rows;
+    return std::any_of(rows.begin(), rows.end(),
+                       [](const WantedRow* row) { return !row->IsRemoving(); });
+  };
+  return static_cast<std::size_t>(std::count_if(m_entries.begin(), m_entries.end(), isWanted));
+}
+
+void RowRegistry::NoteUnderWay(const WantedRow& row) {
+  if (row.GetRequest() != RowStanding::Request::NONE) {
+    m_underWay.insert(&row);
+  } else {
+    m_underWay.erase(&row);
   }
 }
 
@@ -124,22 +161,37 @@ void RowRegistry::MakeDue(WantedRow& row) {
   if (row.m_isDue) {
     return;
   }
-  row.m_isDue = true;
-  m_due.push_back(row.weak_from_this());
-  if (!m_timer.IsRunning()) {
-    m_timer.Start(DUE_MS);
+  row.SetDue(true);
+  const bool isRetry = row.m_phase == WantedRow::WAITING;
+  (isRetry ? m_retries : m_others).push_back(row.weak_from_this());
+  Tarsel::OneShotTimer& timer = isRetry ? m_retryTimer : m_otherTimer;
+  if (!timer.IsRunning()) {
+    timer.Start(isRetry ? RETRY_MS : SOON_MS);
   }
 }
 
-void RowRegistry::OnTimeout(unsigned int, void*) {
+void RowRegistry::RetriesDue(unsigned int, void*) {
+  if (ServePortion(m_retries) && !m_retryTimer.IsRunning()) {
+    m_retryTimer.Start(SOON_MS);
+  }
+}
+
+void RowRegistry::OthersDue(unsigned int, void*) {
+  if (ServePortion(m_others) && !m_otherTimer.IsRunning()) {
+    m_otherTimer.Start(SOON_MS);
+  }
+}
+
+// Whether any are left. A row that becomes due again meanwhile is not served in this portion.
+bool RowRegistry::ServePortion(std::deque<std::weak_ptr<WantedRow>>& rows) {
   std::vector<DCLConfigList*> lists;
-  for (std::size_t i = 0; i < MAX_PORTION && !m_due.empty(); ++i) {
-    const std::shared_ptr<WantedRow> row = m_due.front().lock();
-    m_due.pop_front();
+  for (std::size_t i = 0; i < MAX_PORTION && !rows.empty(); ++i) {
+    const std::shared_ptr<WantedRow> row = rows.front().lock();
+    rows.pop_front();
     if (row == nullptr) {
       continue;
     }
-    row->m_isDue = false;
+    row->SetDue(false);
     DCLConfigList* const list = &row->m_owner.RowDue();
     if (std::find(lists.begin(), lists.end(), list) == lists.end()) {
       lists.push_back(list);
@@ -148,9 +200,7 @@ void RowRegistry::OnTimeout(unsigned int, void*) {
   for (DCLConfigList* list : lists) {
     list->CommitToMib();
   }
-  if (!m_due.empty() && !m_timer.IsRunning()) {
-    m_timer.Start(NEXT_PORTION_MS);
-  }
+  return !rows.empty();
 }
 
 }  // namespace routers

@@ -5,6 +5,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "tarsel/timer.h"
@@ -27,10 +28,23 @@ class RowRegistry {
   /// `row` does not want its row any more. If it had the highest rank, the next one becomes due.
   void StopCounting(WantedRow& row);
 
+  /// Returns the row that counts or, if nobody wants it any more, the one that is being removed;
+  /// null if no document has an object for it.
+  WantedRow* Find(const RowName& name) const;
+  /// The first row after `last`, or the very first for a null pointer, for which Find finds one;
+  /// null at the end.
+  const RowName* Next(const RowName* last) const;
+  /// How many rows count.
+  std::size_t CountWanted() const;
+  /// Call it when it begins or ends that a request of the row has no answer, or that it is due.
+  void NoteUnderWay(const WantedRow& row);
+  const std::set<const WantedRow*>& GetUnderWay() const { return m_underWay; }
+
   /// Call it when a request for the row goes to the stack: the next answer belongs to it.
   void NoteIssued(const RowName& name, const std::weak_ptr<WantedRow>& asker, unsigned int sequence,
                   int rowStatus);
-  /// Calls the owner's RowDue after a while, never from inside this call.
+  /// Calls the owner's RowDue, never from inside this call: for a row that waits for its next try
+  /// after a tenth of a second, for any other as soon as the timers allow.
   void MakeDue(WantedRow& row);
 
  private:
@@ -50,12 +64,17 @@ class RowRegistry {
   static void OnAnswer(unsigned int table, unsigned int instance, const unsigned char* key,
                        unsigned int keyLength, int rowStatus, int adminStatus, unsigned int status);
   void Answer(const RowName& name, int rowStatus, unsigned int status);
-  void OnTimeout(unsigned int, void*);
+  void RetriesDue(unsigned int, void*);
+  void OthersDue(unsigned int, void*);
+  static bool ServePortion(std::deque<std::weak_ptr<WantedRow>>& rows);
   void Forget(Entries::iterator entry);
 
   Entries m_entries;
-  std::deque<std::weak_ptr<WantedRow>> m_due;
-  Tarsel::OneShotTimer m_timer;
+  std::deque<std::weak_ptr<WantedRow>> m_retries;
+  std::deque<std::weak_ptr<WantedRow>> m_others;  // that are due
+  std::set<const WantedRow*> m_underWay;
+  Tarsel::OneShotTimer m_retryTimer;
+  Tarsel::OneShotTimer m_otherTimer;
 };
 
 }  // namespace routers

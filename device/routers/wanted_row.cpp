@@ -43,6 +43,11 @@ MibOid OidOf(const RowName& name) {
   return MibOid(buffer, length);
 }
 
+bool FindInStack(const RowName& name, sms_protocol_row& row) {
+  return sms_get_protocol_row(name.table, name.instance, KeyBytes(name), KeyLength(name), &row) !=
+         0;
+}
+
 /// A write of a protocol row. Who asked for it may have gone by the time it is issued.
 class ProtocolRowAction : public MibAction {
  public:
@@ -95,7 +100,8 @@ WantedRow::WantedRow(Owner& owner, RowName name, SourceRank rank)
       m_askedStatus(0),
       m_sequence(0),
       m_status(0),
-      m_refusals(0) {
+      m_refusals(0),
+      m_adminStatus(ADMIN_UP) {
   RowRegistry::Get().Add(*this);
 }
 
@@ -105,8 +111,10 @@ WantedRow::~WantedRow() { RowRegistry::Get().Drop(*this); }
 
 void WantedRow::Write(AdminStatus adminStatus, const string& contents) {
   m_removing = false;
+  m_adminStatus = adminStatus;
+  m_contents = contents;
   if (RowRegistry::Get().FindCounting(m_name) != this) {
-    m_phase = IDLE;  // the other document counts; this one's turn comes when that is withdrawn
+    SetPhase(IDLE);  // the other document counts; this one's turn comes when that is withdrawn
     return;
   }
   Ask(m_inStack ? ROW_ACTIVE : ROW_CREATE, adminStatus, contents);
@@ -130,6 +138,15 @@ bool WantedRow::Remove() {
   return false;
 }
 
+void WantedRow::AskAgain() {
+  Renew();
+  SetPhase(IDLE);
+  sms_protocol_row row;
+  m_inStack = FindInStack(m_name, row);
+  m_owner.RowChanged();
+  RowRegistry::Get().MakeDue(*this);
+}
+
 // From now on this one removes what the other document has written or is about to write.
 void WantedRow::InheritFrom(const WantedRow& other) {
   const bool isOnItsWay = other.m_phase == ASKED && other.m_askedStatus != ROW_DESTROY;
@@ -146,7 +163,7 @@ void WantedRow::Ask(int rowStatus, int adminStatus, const string& contents) {
     return;
   }
   ++m_sequence;
-  m_phase = ASKED;
+  SetPhase(ASKED);
   m_askedStatus = rowStatus;
   DcRouterMgr::GetInstance()->GetSerializer().Insert(OidOf(m_name), action);
 }
@@ -167,19 +184,60 @@ void WantedRow::Answered(unsigned int sequence, int rowStatus, unsigned int stat
 void WantedRow::Judge(bool done, unsigned int status) {
   m_status = status;
   if (done) {
-    m_phase = IDLE;
+    SetPhase(IDLE);
     m_refusals = 0;
     if (m_removing) {
       RowRegistry::Get().MakeDue(*this);
     }
   } else if (status == ANSWER_RETRY && ++m_refusals < MAX_REFUSALS) {
-    m_phase = WAITING;
+    SetPhase(WAITING);
     RowRegistry::Get().MakeDue(*this);
   } else {
-    m_phase = REFUSED;
+    SetPhase(REFUSED);
     TRACE(0, "The stack refuses to %s row %s of table %u in instance %u: status %u\n",
           m_removing ? "drop" : "write", m_name.key.c_str(), m_name.table, m_name.instance, status);
   }
+}
+
+void WantedRow::SetPhase(Phase phase) {
+  m_phase = phase;
+  RowRegistry::Get().NoteUnderWay(*this);
+}
+
+void WantedRow::SetDue(bool isDue) {
+  m_isDue = isDue;
+  RowRegistry::Get().NoteUnderWay(*this);
+}
+
+// ---- comparison
+
+RowStanding WantedRow::Look() const {
+  RowStanding standing;
+  standing.contents = CompareWithStack();
+  standing.request = GetRequest();
+  standing.status = m_phase == WAITING || m_phase == REFUSED ? m_status : 0;
+  return standing;
+}
+
+RowStanding::Request WantedRow::GetRequest() const {
+  if (m_isDue) {
+    return RowStanding::Request::DUE;
+  }
+  return m_phase == ASKED ? RowStanding::Request::ASKED : RowStanding::Request::NONE;
+}
+
+RowStanding::Contents WantedRow::CompareWithStack() const {
+  sms_protocol_row row;
+  const bool isThere = FindInStack(m_name, row);
+  if (m_removing) {
+    return isThere ? RowStanding::Contents::UNWANTED : RowStanding::Contents::AS_WANTED;
+  }
+  if (!isThere) {
+    return RowStanding::Contents::MISSING;
+  }
+  return row.admin_status == m_adminStatus && m_contents == row.payload
+             ? RowStanding::Contents::AS_WANTED
+             : RowStanding::Contents::OTHER;
 }
 
 // ---- display
@@ -202,8 +260,7 @@ string WantedRow::Describe() const {
 // The stack may have lost the row since it said yes.
 string WantedRow::DescribePresence() const {
   sms_protocol_row row;
-  if (!sms_get_protocol_row(m_name.table, m_name.instance, KeyBytes(m_name), KeyLength(m_name),
-                            &row)) {
+  if (!FindInStack(m_name, row)) {
     return "lost";
   }
   return row.admin_status == ADMIN_UP ? "active" : "down";

@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "row_name.h"
+#include "row_upkeep.h"
 #include "vantacore/dcl_config_object.h"
 
 namespace routers {
@@ -13,14 +15,6 @@ namespace routers {
 /// The stack's row status and administrative status.
 enum RowStatus : unsigned short { ROW_ACTIVE = 1, ROW_CREATE = 4, ROW_DESTROY = 6 };
 enum AdminStatus : int { ADMIN_UP = 1, ADMIN_DOWN = 2 };
-
-/// Names a row: its table, the protocol instance and the key within the table.
-struct RowName {
-  unsigned int table = 0;
-  unsigned int instance = 0;
-  std::string key;
-};
-bool operator<(const RowName& a, const RowName& b);
 
 /// The document that configures a row. If several configure the same row, the greatest counts:
 /// remote documents before the VLAN document, and the last by name among documents of one kind.
@@ -60,6 +54,9 @@ class WantedRow : public std::enable_shared_from_this<WantedRow> {
   /// Asks the stack to remove the row, unless another document still wants it or the stack has been
   /// asked already. Returns true if there is nothing left to wait for.
   bool Remove();
+  /// The stack does not have what is wanted, and has no request for it any more. Makes the row due,
+  /// and forgets earlier requests.
+  void AskAgain();
   /// What is wanted has changed, so earlier refusals do not count any more.
   void Renew() { m_refusals = 0; }
 
@@ -67,6 +64,8 @@ class WantedRow : public std::enable_shared_from_this<WantedRow> {
   const SourceRank& GetRank() const { return m_rank; }
   bool IsInStack() const { return m_inStack; }
   bool IsRemoving() const { return m_removing; }
+  RowStanding Look() const;
+  RowStanding::Request GetRequest() const;
   /// For an operator: "active", "pending", "refused (status 3)", ...
   Tarsel::string Describe() const;
 
@@ -84,6 +83,9 @@ class WantedRow : public std::enable_shared_from_this<WantedRow> {
   void Ask(int rowStatus, int adminStatus, const Tarsel::string& contents);
   void Answered(unsigned int sequence, int rowStatus, unsigned int status);
   void Judge(bool done, unsigned int status);
+  void SetPhase(Phase phase);
+  void SetDue(bool isDue);
+  RowStanding::Contents CompareWithStack() const;
   Tarsel::string DescribePresence() const;
 
   Owner& m_owner;
@@ -92,11 +94,13 @@ class WantedRow : public std::enable_shared_from_this<WantedRow> {
   Phase m_phase;
   bool m_inStack;
   bool m_removing;
-  bool m_isDue;             // waits for its turn in the registry
-  int m_askedStatus;        // row status of the latest request
-  unsigned int m_sequence;  // number of the latest request
-  unsigned int m_status;    // of the latest answer
-  unsigned int m_refusals;  // in a row
+  bool m_isDue;               // waits for its turn in the registry
+  int m_askedStatus;          // row status of the latest request
+  unsigned int m_sequence;    // number of the latest request
+  unsigned int m_status;      // of the latest answer
+  unsigned int m_refusals;    // in a row
+  AdminStatus m_adminStatus;  // that is wanted
+  Tarsel::string m_contents;  // so too
 };
 
 }  // namespace routers
