@@ -16,8 +16,8 @@
 namespace apply {
 
 /// Carries out interface plans, and keeps what the library knows: what the last document said, and
-/// what has happened to interfaces since. Every operation except IndexOf, GetIndexes and IsInterfaceUp calls
-/// the library's managers, which may call IsInterfaceUp meanwhile.
+/// what has happened to interfaces since. Every operation except Get, IndexOf, GetIndexes and
+/// IsInterfaceUp calls the library's managers, which may call IsInterfaceUp meanwhile.
 class Interfaces : public Tarsel::DcIpInterface {
  public:
   /// Tells the registry and the routers the differences to what a device document says. The default
@@ -48,11 +48,14 @@ class Interfaces : public Tarsel::DcIpInterface {
   /// Tells the routers of a new VLAN about the interfaces that existed before them.
   void AnnounceTo(unsigned short vlan) const;
 
+  /// What is wanted: what the last document said, and what has happened to interfaces since.
+  const documents::Interfaces& Get() const { return m_interfaces; }
+
   /// Returns the index of the VLAN's interface of that name, if there is one.
   std::optional<std::uint32_t> IndexOf(unsigned short vlan, const std::string& name) const;
 
-  /// The indexes of the VLANs' interfaces by name. The map does not change: when interfaces do, this
-  /// returns another one.
+  /// The indexes of the VLANs' interfaces by name. The map does not change: when interfaces do,
+  /// this returns another one.
   const std::shared_ptr<const intent::InterfaceIndexes>& GetIndexes() const { return m_indexes; }
 
   bool IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const override;

@@ -1,0 +1,96 @@
+// The static routes: what is wanted, what has been asked for, and what came of it.
+#ifndef DEVICE_APPLY_ROUTE_KEEPER_H
+#define DEVICE_APPLY_ROUTE_KEEPER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "device/documents/vlan_settings.h"
+#include "device/intent/route_resolution.h"
+#include "device/loop/loop_handles.h"
+#include "differences.h"
+#include "keeper.h"
+#include "stack_port.h"
+
+namespace apply {
+
+/// Knows of each wanted route, and of each that has to go, whether it is still to be asked for,
+/// under way, accepted or refused, and asks for the next ones when there is room.
+///
+/// Requests are items of the host's own in the library's scheduler (AskedRoute): the same requests
+/// as AddRoute and RemoveRoute make, whose answers reach this keeper. One request of a row is under
+/// way at a time: what changes meanwhile is asked for when the answer has come. At most WINDOW
+/// requests are under way, because an item takes some 700 bytes and a wanted route a tenth of that;
+/// so the library has little to hold however many routes there are. VLANs take turns. Once a VLAN
+/// has a request that is being retried, no more than Differences::REPEATS_A_VLAN of it are under
+/// way, so that the others do not wait for it.
+///
+/// A request that is given up (refused for good, or ten times for now) becomes a difference, which
+/// is asked for again by Differences.
+class RouteKeeper : public Keeper {
+ public:
+  static constexpr std::size_t WINDOW = 4096;
+  /// How many requests are made in one turn of the loop: each takes about two microseconds, and ten
+  /// when it is logged.
+  static constexpr std::size_t ROUTES_A_TURN = 250;
+
+  RouteKeeper(uv_loop_s* loop, const StackPort& port, Differences& differences);
+  ~RouteKeeper() override;
+
+  /// Makes what is wanted another set, in three steps: the first in the loop, the second anywhere,
+  /// the third in the loop again. Between the first and the third nothing is asked for, and what is
+  /// heard or forgotten meanwhile counts from the third on. A plan that is not carried out is given
+  /// up with GiveUpPlan. One that has been carried out holds the old routes, to be freed anywhere.
+  struct Plan;
+  std::shared_ptr<Plan> BeginPlan();
+  static void MakePlan(Plan& plan, intent::SharedRoutes wanted) noexcept;
+  void CarryOut(Plan& plan);
+  void GiveUpPlan();
+
+  /// The routes that are wanted. Never null.
+  const intent::SharedRoutes& GetWanted() const;
+  /// Whether a removal of any route of the VLAN is still to be made or under way. One that has been
+  /// given up does not count, nor one of a VLAN that lacks an instance: it may wait for ever.
+  bool HasLeavingRoutes(unsigned short vlan) const;
+  /// Forgets what has been asked for, what the stack has and what is wanted: for a stack that has
+  /// lost everything. What the library still has of it goes with the next passes of its scheduler,
+  /// those requests that it takes for issued once the scheduler has been reset. A plan is given up.
+  void Forget();
+  /// The stack has lost the routes of the VLAN, which has gone or whose instances have been made
+  /// anew. Those that are wanted are asked for again, like those that have never been asked for.
+  void ForgetVlan(unsigned short vlan);
+
+  /// How many requests are still to be made or without an answer, those of known differences left
+  /// out.
+  std::size_t CountOpen() const;
+  /// How many of these belong to the VLAN.
+  std::size_t CountOpen(unsigned short vlan) const;
+  /// A number that grows with each request and each answer, those of repeats left out: a row that
+  /// is refused for good is asked for again for ever.
+  std::uint64_t GetProgress() const;
+  /// How many requests the stack has answered for good: with success, or with a refusal after which
+  /// the library tries no more.
+  std::uint64_t CountConcluded() const;
+  /// How many items wait in the library's scheduler to be sent, or for their answer, and how many
+  /// of these are being retried.
+  std::size_t CountUnderWay() const;
+  std::size_t CountRetried() const;
+
+  const char* GetName() const override { return "routes"; }
+  std::size_t CountWanted() const override;
+  void BeginPass() override;
+  bool ContinuePass(std::size_t most, const Found& found) override;
+  Standing Look(const Row& row) const override;
+  void AskAgain(const Row& row) override;
+
+ private:
+  struct State;
+  std::unique_ptr<State> m_state;
+};
+
+}  // namespace apply
+
+#endif

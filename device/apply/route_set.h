@@ -1,0 +1,77 @@
+// Routes in the order of their identities, and what is known of each.
+#ifndef DEVICE_APPLY_ROUTE_SET_H
+#define DEVICE_APPLY_ROUTE_SET_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "device/intent/route_resolution.h"
+#include "row.h"
+
+namespace apply {
+
+/// How far a route has come. There may be a million of them, so it takes four bytes.
+struct RouteState {
+  enum Kind : unsigned char {
+    NEVER_ASKED,  // it is to be asked for, and neither the library nor the stack has any of it
+    TO_ASK,       // so too, and they may have something of it; `value` is 1 if a request for it has
+                  // been given up since it was accepted last
+    UNDER_WAY,    // `value` is the number of its request
+    SETTLED,      // the stack has accepted what is wanted of it
+    REFUSED       // given up; `value` is the last answer's status, 0 if none is known
+  };
+  static constexpr std::uint32_t LARGEST_VALUE = (1u << 24) - 1;
+
+  Kind kind;
+  std::uint32_t value : 24;
+
+  static constexpr RouteState ToAsk(bool afterRefusal) { return {TO_ASK, afterRefusal ? 1u : 0u}; }
+  bool IsToAsk() const { return kind == NEVER_ASKED || kind == TO_ASK; }
+  /// Whether the library has an item that was given up.
+  bool HasGivenUp() const { return kind == REFUSED || (kind == TO_ASK && value != 0); }
+};
+
+/// Below, equal to or above 0, in the order of identities. Each is a ResolvedRoute or a RouteRow.
+template <class A, class B>
+int CompareRoutes(const A& a, const B& b) {
+  const documents::RouteTarget& left = a.target;
+  const documents::RouteTarget& right = b.target;
+  if (left.vlan != right.vlan) {
+    return left.vlan < right.vlan ? -1 : 1;
+  }
+  if (left.ip6 != right.ip6) {
+    return left.ip6 < right.ip6 ? -1 : 1;
+  }
+  constexpr std::size_t SIZE = sizeof(left.destination);
+  if (const int order = std::memcmp(left.destination.data(), right.destination.data(), SIZE)) {
+    return order;
+  }
+  if (left.length != right.length) {
+    return left.length < right.length ? -1 : 1;
+  }
+  if (const int order = std::memcmp(left.gateway.data(), right.gateway.data(), SIZE)) {
+    return order;
+  }
+  return a.ifIndex == b.ifIndex ? 0 : a.ifIndex < b.ifIndex ? -1 : 1;
+}
+
+/// The routes are shared and never change; their states do.
+struct RouteSet {
+  static constexpr std::size_t NONE = static_cast<std::size_t>(-1);
+
+  intent::SharedRoutes routes = std::make_shared<const intent::ResolvedRoutes>();
+  std::vector<RouteState> states;  // as many as routes
+
+  const intent::ResolvedRoute& At(std::size_t position) const { return (*routes)[position]; }
+  /// The route's position, or NONE.
+  std::size_t Find(const RouteRow& row) const;
+  /// The position of the first route of this VLAN or a later one; at the end their number.
+  std::size_t FirstOf(unsigned int vlan) const;
+};
+
+}  // namespace apply
+
+#endif

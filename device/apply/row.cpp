@@ -1,0 +1,156 @@
+#include "row.h"
+
+#include <algorithm>
+
+#include "device/program/printable.h"
+#include "tarsel/address.h"
+#include "vantacore/dc_rtm_mgr.h"
+
+namespace apply {
+
+namespace {
+
+// More of a key would make a line hard to read.
+constexpr std::size_t MOST_OF_A_KEY = 64;
+
+const char* FamilyOf(bool ip6) { return ip6 ? "IPv6" : "IPv4"; }
+
+using Address = std::array<unsigned char, 16>;
+
+std::string AddressText(bool ip6, const Address& address) {
+  return ip6 ? Tarsel::Ip6Addr::FromBytes(address.data()).ToString().c_str()
+             : Tarsel::Ip4Addr::FromBytes(address.data()).ToString().c_str();
+}
+
+bool IsZero(const Address& address) {
+  return std::all_of(address.begin(), address.end(), [](unsigned char byte) { return byte == 0; });
+}
+
+const char* SourceText(std::uint32_t source) {
+  switch (source) {
+    case intent::CODE_CONNECTED:
+      return "connected";
+    case intent::CODE_STATIC:
+      return "static";
+    case intent::CODE_RIP:
+      return "RIP";
+    case intent::CODE_OSPF:
+      return "OSPF";
+    default:
+      return "BGP";
+  }
+}
+
+const char* DestinationText(const intent::Destination& destination) {
+  switch (destination.code) {
+    case intent::CODE_RIP:
+      return destination.ip6 ? "RIPng" : "RIPv2";
+    case intent::CODE_OSPF:
+      return destination.ip6 ? "OSPFv3" : "OSPFv2";
+    default:
+      return destination.ip6 ? "BGP for IPv6" : "BGP for IPv4";
+  }
+}
+
+std::string TextOf(const InstanceRow& row) {
+  return std::string(FamilyOf(row.ip6)) + " routing table";
+}
+
+std::string TextOf(const InterfaceRow& row) { return "interface " + std::to_string(row.ifIndex); }
+
+std::string TextOf(const AddressRow& row) {
+  return "address " + AddressText(row.ip6, row.address) + " of interface " +
+         std::to_string(row.ifIndex);
+}
+
+std::string TextOf(const ProtocolRow& row) {
+  return "row " + program::Printable(row.key, MOST_OF_A_KEY) + " of table " +
+         std::to_string(row.table);
+}
+
+std::string TextOf(const RouteRow& row) {
+  const documents::RouteTarget& target = row.target;
+  std::string text =
+      "route " + AddressText(target.ip6, target.destination) + '/' + std::to_string(target.length);
+  if (!IsZero(target.gateway)) {
+    text += " via " + AddressText(target.ip6, target.gateway);
+  }
+  if (row.ifIndex != 0) {
+    text += " on interface " + std::to_string(row.ifIndex);
+  }
+  return text;
+}
+
+std::string TextOf(const RuleRow& row) {
+  return std::string("redistribution of ") + SourceText(row.source) + " routes to " +
+         DestinationText(row.destination);
+}
+
+unsigned short VlanIn(const ProtocolRow& row) { return Tarsel::VlanOfInstance(row.instance); }
+unsigned short VlanIn(const RouteRow& row) { return row.target.vlan; }
+unsigned short VlanIn(const RuleRow& row) { return row.destination.vlan; }
+template <class Kind>
+unsigned short VlanIn(const Kind& row) {
+  return row.vlan;
+}
+
+const char* ReasonOf(unsigned int status) {
+  switch (status) {
+    case 1:
+      return "done";
+    case 3:
+      return "wrong value";
+    case 4:
+      return "values that do not fit each other";
+    case 5:
+      return "try again";
+    case 6:
+      return "no such row";
+    case 8:
+      return "agent error";
+    default:
+      return "refused";
+  }
+}
+
+}  // namespace
+
+bool operator<(const InstanceRow& a, const InstanceRow& b) {
+  return std::tie(a.vlan, a.ip6) < std::tie(b.vlan, b.ip6);
+}
+
+bool operator<(const InterfaceRow& a, const InterfaceRow& b) {
+  return std::tie(a.vlan, a.ifIndex) < std::tie(b.vlan, b.ifIndex);
+}
+
+bool operator<(const AddressRow& a, const AddressRow& b) {
+  return std::tie(a.vlan, a.ifIndex, a.ip6, a.address) <
+         std::tie(b.vlan, b.ifIndex, b.ip6, b.address);
+}
+
+bool operator<(const ProtocolRow& a, const ProtocolRow& b) {
+  return std::tie(a.instance, a.table, a.key) < std::tie(b.instance, b.table, b.key);
+}
+
+bool operator<(const RuleRow& a, const RuleRow& b) {
+  return std::tie(a.destination, a.source) < std::tie(b.destination, b.source);
+}
+
+bool operator<(const RouteRow& a, const RouteRow& b) {
+  return std::tie(a.target, a.ifIndex) < std::tie(b.target, b.ifIndex);
+}
+
+unsigned short VlanOf(const Row& row) {
+  return std::visit([](const auto& kind) { return VlanIn(kind); }, row);
+}
+
+std::string Describe(const Row& row) {
+  return "VLAN " + std::to_string(VlanOf(row)) + ": " +
+         std::visit([](const auto& kind) { return TextOf(kind); }, row);
+}
+
+std::string DescribeStatus(unsigned int status) {
+  return std::string(ReasonOf(status)) + " (status " + std::to_string(status) + ')';
+}
+
+}  // namespace apply
