@@ -1,7 +1,7 @@
 # Components: library (the shared library), development (its headers, the CMake package and the
 # pkg-config file), platform (the platform's headers, which a device maker replaces by the real ones) and
-# device (the software device: daemon, client, and its libraries and headers for those who have no real
-# device at hand).
+# device (the software device: daemon, client, its libraries and headers for those who have no real
+# device at hand, and the rooms of the daemon that other hosts link as well).
 include(CMakePackageConfigHelpers)
 include(Compressed)
 
@@ -44,11 +44,38 @@ install(TARGETS
   EXPORT vantacore-device LIBRARY DESTINATION ${VANTACORE_DEVICE_LIBDIR} COMPONENT device)
 install(EXPORT vantacore-device NAMESPACE vantacore:: FILE vantacore-device.cmake
   DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT device)
-foreach(header base/timer_loop.h base/trace_control.h documents/check.h documents/members.h
-    stack/facts.h stack/protocol_rows.h stack/routing_stack.h stack/stack_control.h)
+foreach(header base/timer_loop.h base/trace_control.h stack/facts.h stack/protocol_rows.h
+    stack/routing_stack.h stack/stack_control.h stack/upkeep.h)
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${PROJECT_SOURCE_DIR}/device/${header}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device/device/${folder} COMPONENT device)
+endforeach()
+
+# What a maker's host may link of the daemon, as one archive: reading the configuration folder, applying
+# it, and comparing it with the stack. It refers to the library and to the base classes, whichever the
+# host is linked with. All headers of these rooms are installed, since they include each other.
+set(host_rooms program loop documents document_shapes intent apply)
+list(TRANSFORM host_rooms REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE host_objects)
+add_library(vantacore_host STATIC ${host_objects})
+set_target_properties(vantacore_host PROPERTIES EXPORT_NAME host LINKER_LANGUAGE CXX)
+target_include_directories(vantacore_host INTERFACE
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device>)
+target_link_libraries(vantacore_host INTERFACE vantacore PkgConfig::LIBUV)
+install(TARGETS vantacore_host EXPORT vantacore-host
+  ARCHIVE DESTINATION ${VANTACORE_DEVICE_LIBDIR} COMPONENT device)
+# CMake strips programs and shared libraries only.
+install(CODE "
+  if(CMAKE_INSTALL_DO_STRIP)
+    execute_process(COMMAND ${CMAKE_STRIP} --strip-debug --enable-deterministic-archives
+      \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${VANTACORE_DEVICE_LIBDIR}/libvantacore_host.a\"
+      COMMAND_ERROR_IS_FATAL ANY)
+  endif()" COMPONENT device)
+install(EXPORT vantacore-host NAMESPACE vantacore:: FILE vantacore-host.cmake
+  DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT device)
+foreach(folder program loop documents intent apply)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/device/${folder}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device/device COMPONENT device
+    FILES_MATCHING PATTERN *.h)
 endforeach()
 
 # The daemon finds its libraries wherever the whole is put.
@@ -72,7 +99,7 @@ install(FILES
   DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT development)
 
 file(RELATIVE_PATH VANTACORE_LIBDIR_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR} /prefix)
-foreach(package vantacore vantacore-platform vantacore-device)
+foreach(package vantacore vantacore-platform vantacore-device vantacore-host)
   configure_file(
     ${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
 endforeach()
@@ -80,4 +107,5 @@ install(FILES ${PROJECT_BINARY_DIR}/vantacore.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 install(FILES
   ${PROJECT_BINARY_DIR}/vantacore-platform.pc ${PROJECT_BINARY_DIR}/vantacore-device.pc
+  ${PROJECT_BINARY_DIR}/vantacore-host.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT device)

@@ -43,7 +43,7 @@ foreach(component development device)
     DESTINATION ${${component}_docs} COMPONENT ${component})
 endforeach()
 set(examples ${PROJECT_SOURCE_DIR}/examples)
-install(DIRECTORY ${examples}/embedding ${examples}/first-router
+install(DIRECTORY ${examples}/embedding ${examples}/first-router ${examples}/maker-host
   DESTINATION ${development_docs}/examples COMPONENT development)
 install(DIRECTORY ${examples}/first-network DESTINATION ${device_docs}/examples COMPONENT device)
 
@@ -103,7 +103,8 @@ libraries to try them with are in vantacore-device.")
 set(CPACK_DEBIAN_DEVICE_PACKAGE_NAME vantacore-device)
 set(CPACK_DEBIAN_DEVICE_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_DEVICE_PACKAGE_DEPENDS "${library_package} (= ${DEBIAN_VERSION})")
-set(CPACK_DEBIAN_DEVICE_PACKAGE_SUGGESTS "libvantacore-dev (= ${DEBIAN_VERSION})")
+set(CPACK_DEBIAN_DEVICE_PACKAGE_SUGGESTS
+  "libvantacore-dev (= ${DEBIAN_VERSION}), libuv1-dev")
 set(CPACK_DEBIAN_DEVICE_DESCRIPTION "routing configuration of a network device - software device
 libvantacore runs inside the routing process of a network device, between the
 management plane and the routing stack. The software device is what it needs

@@ -1,6 +1,7 @@
 #include "applier.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -9,10 +10,12 @@
 
 namespace apply {
 
-using intent::RoutePlan;
 using Tarsel::DcRouterMgr;
 
 namespace {
+
+// How often it is looked whether a VLAN that is kept may go.
+constexpr unsigned int LOOK_MILLISECONDS = 20;
 
 documents::VlanIds VlansOfLibrary() {
   documents::VlanIds vlans;
@@ -24,15 +27,19 @@ documents::VlanIds VlansOfLibrary() {
 
 }  // namespace
 
-Applier::Applier(uv_loop_s* loop, Interfaces& interfaces, loop::SettledWait& answers,
+Applier::Applier(uv_loop_s* loop, Interfaces& interfaces, Knowledge& knowledge,
                  loop::Disposal& disposal, Hooks hooks)
     : m_interfaces(interfaces),
-      m_answers(answers),
+      m_knowledge(knowledge),
       m_disposal(disposal),
       m_hooks(std::move(hooks)),
       m_turn(loop),
       m_comparing(loop),
-      m_intent(std::make_shared<const intent::Intent>()) {}
+      m_intent(std::make_shared<const intent::Intent>()),
+      m_looking("Leaving VLANs") {
+  m_looking.SetCallback(
+      new Tarsel::MemberCallback2<Applier, unsigned int, void*>(this, &Applier::LookAtKept));
+}
 
 void Applier::Apply(std::shared_ptr<const intent::Intent> wanted, bool isSame,
                     std::function<void()> done) {
@@ -40,7 +47,7 @@ void Applier::Apply(std::shared_ptr<const intent::Intent> wanted, bool isSame,
   m_isNextSame = isSame;
   m_done = std::move(done);
   m_isApplying = true;
-  if (!m_isRestoring) {
+  if (!m_isRestoring && !m_isLettingGo) {
     Begin();
   }
 }
@@ -48,9 +55,11 @@ void Applier::Apply(std::shared_ptr<const intent::Intent> wanted, bool isSame,
 void Applier::Begin() {
   if (!m_isNextSame) {
     m_isResolved = false;
+    m_hasChanged = true;
     m_leftOvers.push_back(m_intent);
   }
   m_intent = std::move(m_next);
+  m_areInterfacesApplied = false;
   Next(&Applier::PlanRemovals);
 }
 
@@ -61,49 +70,72 @@ void Applier::Next(Stage stage) {
 // What compares has no other problem than a lack of memory, which ends the process.
 void Applier::PlanInPool(std::function<void(Plan&)> work, Stage then) {
   const auto plan = std::make_shared<Plan>();
-  m_afterRequests = then;
+  plan->routes = m_knowledge.GetRoutes().BeginPlan();
   m_comparing.Start([plan, work = std::move(work)]() noexcept { work(*plan); },
-                    [this, plan](const std::optional<std::string>&) {
-                      m_plan = std::move(*plan);
-                      m_requests = 0;
-                      m_routes.Begin(m_plan.routes);
-                      Next(&Applier::RequestRoutes);
+                    [this, plan, then](const std::optional<std::string>&) {
+                      CarryOut(*plan);
+                      Next(then);
                     });
+}
+
+void Applier::CarryOut(Plan& plan) {
+  RouteKeeper& routes = m_knowledge.GetRoutes();
+  if (plan.routes) {
+    routes.CarryOut(*plan.routes);
+    m_leftOvers.push_back(std::move(plan.routes));
+  } else {
+    routes.GiveUpPlan();
+  }
+  m_knowledge.GetRules().SetWanted(std::move(plan.rules));
+  m_leaving = std::move(plan.leaving);
 }
 
 // Which protocols will be enabled is a forecast: routers may refuse what documents say.
 void Applier::PlanRemovals() {
   PlanInPool(
       [wanted = m_intent, present = FindPresentVlans(), applied = m_documents.GetApplied(),
-       routes = m_routes.GetRoutes(), rules = m_redistribution.GetWanted()](Plan& plan) {
+       routes = m_knowledge.GetRoutes().GetWanted(),
+       rules = m_knowledge.GetRules().GetWanted()](Plan& plan) {
         const documents::ConfigFiles& documents = wanted->GetDocuments();
-        const documents::VlanIds leaving = intent::FindLeavingVlans(present, documents);
-        if (intent::HaveRoutes(*routes, leaving)) {
-          plan.routes = std::make_shared<const RoutePlan>(
-              intent::PlanRoutes(routes, std::make_shared<const intent::ResolvedRoutes>(
-                                             intent::WithoutVlans(*routes, leaving))));
+        plan.leaving = intent::FindLeavingVlans(present, documents);
+        if (intent::HaveRoutes(*routes, plan.leaving)) {
+          RouteKeeper::MakePlan(*plan.routes, std::make_shared<const intent::ResolvedRoutes>(
+                                                  intent::WithoutVlans(*routes, plan.leaving)));
+        } else {
+          plan.routes = nullptr;
         }
         plan.rules = std::make_shared<const intent::Rules>(intent::FindStayingRules(
             *rules, intent::PlanRules(wanted->GetProfiles(),
                                       intent::FindEnabledProtocols(present, applied, documents))));
       },
-      &Applier::AwaitAnswers);
+      &Applier::ApplyInterfaces);
 }
 
-void Applier::AwaitAnswers() {
-  if (m_requests == 0) {
-    Next(&Applier::ApplyInterfaces);
-  } else {
-    m_isResolved = false;
-    m_answers.Wait(0, [this](bool) { Next(&Applier::ApplyInterfaces); });
-  }
-}
-
+// A VLAN that is kept and wanted again goes first: it has lost its settings.
 void Applier::ApplyInterfaces() {
   m_interfaces.Apply(m_intent->GetDevice(), m_intent->GetNamedVlans());
+  m_areInterfacesApplied = true;
+  BeginDocuments(FindUnfinished(m_leaving));
+}
+
+void Applier::BeginDocuments(const documents::VlanIds& kept) {
   m_knownVlans = VlansOfLibrary();
+  m_hooks.library([&] { m_documents.Keep(kept); });
+  ForgetGoneVlans();
   m_documents.Begin(m_intent->GetDocuments());
   Next(&Applier::LoadDocument);
+}
+
+// Those that the library had when it was looked last. One that comes back is a new one.
+void Applier::ForgetGoneVlans() {
+  documents::VlanIds vlans = VlansOfLibrary();
+  for (const unsigned short vlan : m_knownVlans) {
+    if (vlans.count(vlan) == 0) {
+      m_knowledge.GetRoutes().ForgetVlan(vlan);
+      m_knowledge.GetRules().ForgetVlan(vlan);
+    }
+  }
+  m_knownVlans = std::move(vlans);
 }
 
 void Applier::LoadDocument() {
@@ -113,12 +145,11 @@ void Applier::LoadDocument() {
     Next(&Applier::LoadDocument);
     return;
   }
+  const documents::VlanIds before = m_knownVlans;
+  ForgetGoneVlans();
   m_newVlans.clear();
-  for (const unsigned short vlan : VlansOfLibrary()) {
-    if (m_knownVlans.count(vlan) == 0) {
-      m_newVlans.push_back(vlan);
-    }
-  }
+  std::set_difference(m_knownVlans.begin(), m_knownVlans.end(), before.begin(), before.end(),
+                      std::back_inserter(m_newVlans));
   Next(m_isRestoring ? &Applier::BringInterfacesBack : &Applier::Announce);
 }
 
@@ -136,75 +167,102 @@ void Applier::Announce() {
   Next(m_newVlans.empty() ? &Applier::PlanRequests : &Applier::Announce);
 }
 
-// Rules are those of the protocols that are enabled now that the documents have been applied.
+// Rules are those of the protocols that are enabled now that the documents have been applied. A
+// VLAN that is only kept is not there for routes.
 void Applier::PlanRequests() {
   intent::RouteContext context{VlansOfLibrary(), m_interfaces.GetIndexes()};
+  for (const unsigned short vlan : m_documents.GetKept()) {
+    context.vlans.erase(vlan);
+  }
   const bool isResolved = m_isResolved && context == m_resolvedIn;
+  m_hasChanged |= !isResolved;
   m_resolvedIn = context;
   m_isResolved = true;
   PlanInPool(
       [wanted = m_intent, isResolved, context = std::move(context),
-       running = FindRunningProtocols(), routes = m_routes.GetRoutes()](Plan& plan) {
-        if (!isResolved) {
-          plan.routes = std::make_shared<const RoutePlan>(intent::PlanRoutes(
-              routes, std::make_shared<const intent::ResolvedRoutes>(
-                          intent::ResolveRoutes(wanted->GetDocuments(), context))));
+       running = FindRunningProtocols(), leaving = m_leaving](Plan& plan) {
+        if (isResolved) {
+          plan.routes = nullptr;
+        } else {
+          RouteKeeper::MakePlan(*plan.routes,
+                                std::make_shared<const intent::ResolvedRoutes>(
+                                    intent::ResolveRoutes(wanted->GetDocuments(), context)));
         }
         plan.rules = std::make_shared<const intent::Rules>(
             intent::PlanRules(wanted->GetProfiles(), running));
+        plan.leaving = leaving;
       },
       &Applier::End);
 }
 
-void Applier::RequestRoutes() {
-  const std::size_t count = m_routes.Continue(ROUTES_A_TURN);
-  m_requests += count;
-  if (count == ROUTES_A_TURN) {
-    Next(&Applier::RequestRoutes);
-    return;
-  }
-  if (m_plan.routes) {
-    m_leftOvers.push_back(std::move(m_plan.routes));
-  }
-  m_redistribution.Begin(std::move(m_plan.rules));
-  Next(&Applier::RequestRules);
-}
-
-void Applier::RequestRules() {
-  m_requests += m_redistribution.Continue(DESTINATIONS_A_TURN);
-  Next(m_redistribution.IsDone() ? m_afterRequests : &Applier::RequestRules);
-}
-
 void Applier::End() {
   m_disposal.Free(std::exchange(m_leftOvers, {}));
-  if (!std::exchange(m_isRestoring, false)) {
-    m_isApplying = false;
-    std::exchange(m_done, nullptr)();
-  } else if (m_next) {
+  if (!m_documents.GetKept().empty()) {
+    m_looking.Start(LOOK_MILLISECONDS);
+  }
+  const bool wasRestoring = std::exchange(m_isRestoring, false);
+  m_isLettingGo = false;
+  if (m_next) {
     Begin();
-  } else if (m_isApplying) {
+    return;
+  }
+  // Once they have been applied, what happens to them counts.
+  if (wasRestoring && m_isApplying && !m_areInterfacesApplied) {
     Next(&Applier::ApplyInterfaces);
+    return;
+  }
+  if (std::exchange(m_hasChanged, false)) {
+    m_knowledge.CompareWhenSettled();
+  }
+  if (std::exchange(m_isApplying, false)) {
+    std::exchange(m_done, nullptr)();
   }
 }
 
-// What the library had queued was for the stack that is gone. A VLAN's record of readiness is as well,
-// and would let requests through before the new stack knows the VLAN; so no VLAN outlives this.
+documents::VlanIds Applier::FindUnfinished(const documents::VlanIds& leaving) const {
+  documents::VlanIds unfinished;
+  for (const unsigned short vlan : leaving) {
+    if (m_knowledge.GetRoutes().HasLeavingRoutes(vlan) ||
+        m_knowledge.GetRules().HasLeavingRules(vlan)) {
+      unfinished.insert(vlan);
+    }
+  }
+  return unfinished;
+}
+
+// While a configuration is being applied its stages decide.
+void Applier::LookAtKept(unsigned int, void*) {
+  if (IsBusy() || FindUnfinished(m_documents.GetKept()) == m_documents.GetKept()) {
+    m_looking.Start(LOOK_MILLISECONDS);
+    return;
+  }
+  m_isLettingGo = true;
+  m_hasChanged = true;
+  Next(&Applier::LetGo);
+}
+
+// The second half of a configuration's stages: interfaces stay as they are.
+void Applier::LetGo() { BeginDocuments(FindUnfinished(m_documents.GetKept())); }
+
+// What the library had queued was for the stack that is gone. A VLAN's record of readiness is as
+// well, and would let requests through before the new stack knows the VLAN; so no VLAN outlives
+// this.
 void Applier::BringBack() {
   m_comparing.Drop();
-  m_answers.Stop();
+  m_looking.Stop();
   m_isRestoring = true;
+  m_isLettingGo = false;
+  m_hasChanged = true;
   DcRouterMgr* manager = DcRouterMgr::GetInstance();
+  m_knowledge.Forget();
   manager->GetSerializer().Reset();
   manager->GetCfgSched().Reset();
   m_hooks.library([this] { m_documents.Withdraw(); });
   for (const unsigned short vlan : VlansOfLibrary()) {
     Tarsel::DcRtmMgr::GetInstance()->DeleteRtmConfig(vlan);
   }
-  m_plan = {};
-  m_leftOvers.push_back(m_routes.GetRoutes());
-  m_routes.Forget();
   m_isResolved = false;
-  m_redistribution.Forget();
+  m_leaving.clear();
   m_knownVlans.clear();
   // The new stack may ask before what is being applied has come to the interfaces.
   m_interfaces.ApplyPrimaries(m_intent->GetDevice(), m_intent->GetNamedVlans());

@@ -4,40 +4,35 @@
 
 #include <functional>
 #include <memory>
-#include <set>
-#include <string>
 #include <vector>
 
 #include "device/intent/intent.h"
-#include "device/intent/route_plan.h"
 #include "device/loop/disposal.h"
 #include "device/loop/loop_handles.h"
-#include "device/loop/settled_wait.h"
 #include "device/loop/work.h"
 #include "document_feeder.h"
 #include "interfaces.h"
-#include "redistribution_feeder.h"
-#include "route_feeder.h"
+#include "knowledge.h"
+#include "tarsel/timer.h"
 
 namespace apply {
 
 /// Applying has the order of start-up: interfaces, the VLAN document, remote documents, the
-/// announcement of interfaces to new VLANs, routes, redistribution. Two kinds of removal come before
-/// all that. A route of a VLAN that is about to go has to be removed while the VLAN exists, because
-/// requests for a VLAN that is gone wait until it comes back. A redistribution rule has to be
-/// withdrawn while its protocol is enabled, because requests for a protocol that is not enabled are
-/// dropped. So these are removed first, and the rest follows after their answers.
+/// announcement of interfaces to new VLANs, routes, redistribution. What has to be removed of
+/// routes and rules is asked for before all that. None of it waits for an answer of the stack: what
+/// is wanted goes to the keepers of routes and rules, who ask for it as fast as it is answered, and
+/// applying is over when they know it.
 ///
-/// Each of these stages has turns of the loop of its own: a document a turn, requests by the slice.
-/// What is to be requested is worked out in the thread pool.
+/// One thing has to wait. Requests for a VLAN that is gone wait until it comes back, so a VLAN goes
+/// after its routes and rules have: until these removals have been answered (or given up, since
+/// they go with the VLAN), a document of the host's own keeps it (DocumentFeeder::Keep). Everything
+/// else is in force meanwhile, and other configurations may be applied.
+///
+/// Each stage has turns of the loop of its own: a document a turn, VLANs by the slice. What routes
+/// and rules are wanted is worked out in the thread pool.
 class Applier {
  public:
-  /// Routes that are requested, destinations of redistribution that are looked at, and VLANs that
-  /// are announced to, in one turn. A request of a route takes about two microseconds, and ten when
-  /// it is logged; a destination takes a few such requests. So a slice leaves most of ten
-  /// milliseconds to the library's timers, which may have five in the same turn.
-  static constexpr std::size_t ROUTES_A_TURN = 250;
-  static constexpr std::size_t DESTINATIONS_A_TURN = 250;
+  /// VLANs that are announced to in one turn.
   static constexpr std::size_t VLANS_A_TURN = 500;
 
   struct Hooks {
@@ -47,61 +42,66 @@ class Applier {
     std::function<void(const std::function<void()>& work)> library;
   };
 
-  /// Everything except the hooks is borrowed. Nothing else may use `answers`.
-  Applier(uv_loop_s* loop, Interfaces& interfaces, loop::SettledWait& answers,
-          loop::Disposal& disposal, Hooks hooks);
+  /// Everything except the hooks is borrowed.
+  Applier(uv_loop_s* loop, Interfaces& interfaces, Knowledge& knowledge, loop::Disposal& disposal,
+          Hooks hooks);
 
-  /// Applies `wanted` and calls `done` from the loop. Not before the last `done`. `isSame` says that
-  /// `wanted` says the same as what was applied last. Then routes are compared only if VLANs or
-  /// interfaces have changed since, and the library's documents only if any is not the one that it
-  /// has. Interfaces and rules are compared each time, because that is cheap and an operator may
+  /// Applies `wanted` and calls `done` from the loop. Not before the last `done`. `isSame` says
+  /// that `wanted` says the same as what was applied last. Then routes are compared only if VLANs
+  /// or interfaces have changed since, and the library's documents only if any is not the one that
+  /// it has. Interfaces and rules are compared each time, because that is cheap and an operator may
   /// have changed them since: what happens to an interface between two documents is undone by the
   /// next.
   void Apply(std::shared_ptr<const intent::Intent> wanted, bool isSame, std::function<void()> done);
 
-  /// The stack has been restarted and knows nothing: sends it again everything that is in force. For
-  /// the library, answered requests are done; so its documents are withdrawn first and then applied
-  /// again, and whatever it had queued is forgotten. That happens inside this call, the rest in
-  /// turns of the loop.
+  /// The stack has been restarted and knows nothing: sends it again everything that is in force.
+  /// For the library, answered requests are done; so its documents are withdrawn first and then
+  /// applied again, and whatever it had queued is forgotten. VLANs that are kept are not kept any
+  /// longer. That happens inside this call, the rest in turns of the loop.
   ///
   /// What is being applied is in force from the first stage on. It is brought back like anything
-  /// else, and afterwards applied from its interfaces on, whatever stage it was in. What is being
-  /// brought back begins anew. An Apply that comes meanwhile follows.
+  /// else, and that is all that was left to do for it; only if it had not come to its interfaces,
+  /// it is applied from these on afterwards. What is being brought back begins anew. An Apply that
+  /// comes meanwhile follows.
   void BringBack();
 
   /// Whether anything is being applied or brought back.
-  bool IsBusy() const { return m_isApplying || m_isRestoring; }
-
-  const RouteFeeder& GetRoutes() const { return m_routes; }
-  const RedistributionFeeder& GetRedistribution() const { return m_redistribution; }
+  bool IsBusy() const { return m_isApplying || m_isRestoring || m_isLettingGo; }
+  /// The VLANs that are kept until their routes and rules are gone.
+  const documents::VlanIds& GetLeavingVlans() const { return m_documents.GetKept(); }
 
  private:
   using Stage = void (Applier::*)();
 
-  // What the pool has worked out for a stage of requests.
+  // What the pool has worked out. Null for no change.
   struct Plan {
-    std::shared_ptr<const intent::RoutePlan> routes;  // null for nothing
-    RedistributionFeeder::SharedRules rules;
+    std::shared_ptr<RouteKeeper::Plan> routes;
+    RuleKeeper::SharedRules rules;
+    documents::VlanIds leaving;
   };
 
   void Begin();
   void Next(Stage stage);
   void PlanInPool(std::function<void(Plan& plan)> work, Stage then);
 
-  // The stages, in their order. Each request stage has turns of RequestRoutes and RequestRules.
+  // The stages, in their order.
   void PlanRemovals();
-  void AwaitAnswers();
   void ApplyInterfaces();
   void LoadDocument();
   void BringInterfacesBack();
   void Announce();
   void PlanRequests();
   void End();
-  void RequestRoutes();
-  void RequestRules();
+
+  void CarryOut(Plan& plan);
+  void BeginDocuments(const documents::VlanIds& kept);
+  void ForgetGoneVlans();
+  documents::VlanIds FindUnfinished(const documents::VlanIds& leaving) const;
+  void LookAtKept(unsigned int, void*);
+  void LetGo();
 
   Interfaces& m_interfaces;
-  loop::SettledWait& m_answers;
+  Knowledge& m_knowledge;
   loop::Disposal& m_disposal;
   const Hooks m_hooks;
   loop::Task m_turn;
@@ -113,18 +113,18 @@ class Applier {
   std::function<void()> m_done;
   bool m_isApplying = false;
   bool m_isRestoring = false;
+  bool m_isLettingGo = false;          // VLANs that were kept
+  bool m_areInterfacesApplied = true;  // those of m_intent
+  bool m_hasChanged = false;           // since the last comparison was asked for
 
   DocumentFeeder m_documents;
-  RouteFeeder m_routes;
-  RedistributionFeeder m_redistribution;
-  Plan m_plan;                             // that is being carried out
-  Stage m_afterRequests = nullptr;         // what follows its requests
-  std::size_t m_requests = 0;              // how many it has taken
-  documents::VlanIds m_knownVlans;         // that interfaces have been announced to
+  documents::VlanIds m_leaving;            // that the wanted documents do not have
+  documents::VlanIds m_knownVlans;         // of the library, at the last look
   std::vector<unsigned short> m_newVlans;  // that interfaces are still to be announced to
   intent::RouteContext m_resolvedIn;       // what routes were resolved in last
   bool m_isResolved = false;               // whether the routes that this gave are still wanted
   std::vector<loop::Disposal::Thing> m_leftOvers;
+  Tarsel::OneShotTimer m_looking;  // whether a kept VLAN may go
 };
 
 }  // namespace apply

@@ -8,9 +8,18 @@
 
 namespace apply {
 
+using Tarsel::DclConfigObject;
 using Tarsel::DcRouterMgr;
 
 namespace {
+
+// The name of the document that keeps VLANs: none of a folder's has it.
+constexpr const char* KEPT_VLANS = "(leaving VLANs)";
+
+bool NamesAny(const documents::ConfigFile& file, const documents::VlanIds& vlans) {
+  return std::any_of(vlans.begin(), vlans.end(),
+                     [&](unsigned short vlan) { return file.vlans.count(vlan) != 0; });
+}
 
 unsigned int ProtocolsOf(const DcRouterMgr::VlanRouters& record) {
   unsigned int protocols = 0;
@@ -31,6 +40,14 @@ void DocumentFeeder::Begin(const documents::ConfigFiles& wanted) {
   m_plan = intent::PlanDocuments(m_applied, wanted);
   m_complete.clear();
   m_begun.assign(wanted.begin(), wanted.end());
+  documents::ConfigFiles& reload = m_plan.reload;
+  const auto end = std::remove_if(reload.begin(), reload.end(), [this](const auto& file) {
+    return file->type == DclConfigObject::REMOTE_OPTIONS && NamesAny(*file, m_kept);
+  });
+  if (end != reload.end()) {
+    reload.erase(end, reload.end());
+    m_begun.clear();
+  }
 }
 
 bool DocumentFeeder::HasExactly(const documents::ConfigFiles& wanted) const {
@@ -59,7 +76,24 @@ bool DocumentFeeder::Continue() {
   return true;
 }
 
+// A remote document cannot create a VLAN, and an entry without members configures nothing.
+void DocumentFeeder::Keep(const documents::VlanIds& vlans) {
+  if (vlans == m_kept) {
+    return;
+  }
+  Json::Value entries(Json::objectValue);
+  for (const unsigned short vlan : vlans) {
+    entries[std::to_string(vlan)]["vid"] = vlan;
+  }
+  Json::Value root;
+  root["VLAN_CONFIGURATIONS"] = std::move(entries);
+  DcRouterMgr::GetInstance()->Reload(Tarsel::Options(std::move(root)), KEPT_VLANS,
+                                     DclConfigObject::REMOTE_OPTIONS);
+  m_kept = vlans;
+}
+
 void DocumentFeeder::Withdraw() {
+  Keep({});
   m_plan = {};
   m_begun.clear();
   m_complete.clear();

@@ -4,20 +4,25 @@
 
 namespace apply {
 
-Reloader::Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces,
-                   loop::SettledWait& answers, ReloadHooks hooks)
+Reloader::Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces, StackPort& stack,
+                   ProtocolRowsPort& protocolRows, ReloadHooks hooks)
     : m_folder(std::make_shared<const documents::ConfigFolder>(source.directory, source.options)),
       m_isPartial(source.options.isPartial),
       m_hooks(std::move(hooks)),
       m_intent(std::make_shared<const intent::Intent>()),
       m_reading(loop),
       m_disposal(loop),
+      m_stack(stack),
+      m_knowledge(loop, interfaces, stack, protocolRows, m_hooks.log),
       m_applier(
-          loop, interfaces, answers, m_disposal,
+          loop, interfaces, m_knowledge, m_disposal,
           {[this](const std::function<void()>& work) { m_hooks.overheard(m_listeners, work); },
-           m_hooks.library}) {}
+           m_hooks.library}),
+      m_bringBack(loop) {
+  m_stack.SetListener(this);
+}
 
-Reloader::~Reloader() = default;
+Reloader::~Reloader() { m_stack.SetListener(nullptr); }
 
 void Reloader::Start(std::function<void(bool)> judged, std::function<void()> applied) {
   m_judged = std::move(judged);
@@ -109,6 +114,30 @@ void Reloader::EndJob(bool isTaken) {
     m_hooks.over();
   }
   BeginNext();
+}
+
+bool Reloader::IsSettled() const {
+  return !IsBusy() && !m_isToBringBack && m_applier.GetLeavingVlans().empty() &&
+         m_knowledge.IsSettled();
+}
+
+void Reloader::Answered(const Row& row, unsigned int status) { m_knowledge.Heard(row, status); }
+
+// Before the folder has been judged there is nothing to bring back.
+void Reloader::Restarted() {
+  if (!m_judged) {
+    m_isToBringBack = true;
+    m_bringBack.Post([this] { BringBack(); });
+  }
+}
+
+// What waited in the library for the end of requests that the old stack had is issued and freed
+// first.
+void Reloader::BringBack() {
+  m_isToBringBack = false;
+  m_hooks.restarted();
+  m_stack.EndLostRequests();
+  m_applier.BringBack();
 }
 
 }  // namespace apply

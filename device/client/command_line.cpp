@@ -16,6 +16,8 @@ constexpr const char* HELP =
     "10)\n"
     "  --daemon-user NAME  the user that the daemon runs as, unless it is you or root\n"
     "                      (default vantacore)\n"
+    "  --no-wait           a command is over when it has been carried out, whether its effect is\n"
+    "                      there or not\n"
     "  --help              this text\n"
     "  --version           the version\n"
     "\n"
@@ -23,9 +25,10 @@ constexpr const char* HELP =
     "on\n"
     "a terminal; otherwise commands are read from standard input, one a line. The exit status is\n"
     "the command's reply, of several the first that is not 0: 0 done, 1 refused, 2 usage,\n"
-    "3 unreachable, 4 timed out. An interrupt ends a command's output, not what it does.\n";
+    "3 unreachable, 4 timed out, 5 differs. An interrupt ends a command's output, not what it\n"
+    "does.\n";
 
-enum : int { SOCKET = 1, TIMEOUT, DAEMON_USER };
+enum : int { SOCKET = 1, TIMEOUT, DAEMON_USER, NO_WAIT };
 
 std::string Take(int number, const char* value, CommandLine& line) {
   if (number == SOCKET) {
@@ -35,6 +38,10 @@ std::string Take(int number, const char* value, CommandLine& line) {
   if (number == DAEMON_USER) {
     line.daemonUser = value;
     return FindUser(value) ? "" : "--daemon-user takes a user's name, not " + program::Quote(value);
+  }
+  if (number == NO_WAIT) {
+    line.isWaiting = false;
+    return {};
   }
   const auto seconds = program::ReadDecimal(value, 1, 3600);
   if (!seconds) {
@@ -52,7 +59,8 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
                                 HELP,
                                 {{"socket", required_argument, nullptr, SOCKET},
                                  {"timeout", required_argument, nullptr, TIMEOUT},
-                                 {"daemon-user", required_argument, nullptr, DAEMON_USER}},
+                                 {"daemon-user", required_argument, nullptr, DAEMON_USER},
+                                 {"no-wait", no_argument, nullptr, NO_WAIT}},
                                 true};
   const auto take = [&line](int number, const char* value) { return Take(number, value, line); };
   if (auto ending = program::ReadOptions(usage, argc, argv, take)) {

@@ -15,6 +15,7 @@ struct CommandLine {
   std::string daemonUser = "vantacore";  // may listen there; the packages' service runs as this one
   std::string command;                   // from the words
   bool hasCommand = false;
+  bool isWaiting = true;  // for the effects of commands
 };
 
 /// Fills `line`. Returns how the process is to end, if it is not to go on.

@@ -1,5 +1,5 @@
-// An interrupt is let in while the client waits and at no other time, so none is missed between a look
-// at the flag and the wait.
+// An interrupt is let in while the client waits and at no other time, so none is missed between a
+// look at the flag and the wait.
 #include "connection.h"
 
 #include <poll.h>
@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstring>
 #include <sstream>
+#include <utility>
 
 #include "device/program/printable.h"
 #include "listener.h"
@@ -112,18 +113,22 @@ wire::Code Connection::Open(const std::string& path, const std::string& daemonUs
   return m_isOver && code == wire::Code::DONE ? wire::Code::REFUSED : code;
 }
 
+void Connection::WaitForNoEffects() { m_ahead += wire::EncodeNoWait(); }
+
+void Connection::ExpectOneCommand() { m_ahead += wire::EncodeSingle(); }
+
 wire::Code Connection::Execute(const std::string& command) {
   if (command.size() > wire::MAX_TEXT) {
     std::fprintf(stderr, "vantacorectl: a command has %zu bytes at most\n", wire::MAX_TEXT);
     return wire::Code::REFUSED;
   }
-  return Send(wire::EncodeCommand(command)) ? AwaitAndPrint() : m_end;
+  return Send(std::exchange(m_ahead, {}) + wire::EncodeCommand(command)) ? AwaitAndPrint() : m_end;
 }
 
 std::vector<std::string> Connection::Complete(const std::string& begun) {
   std::string words;
   if (!m_isOver && begun.size() <= wire::MAX_TEXT && Send(wire::EncodeCompletion(begun))) {
-    Await([this, &words](const std::string& output) { words += m_output.Take(output); });
+    Await([this, &words](std::string output) { words += m_output.Take(std::move(output)); });
     words += m_output.TakeRest();
   }
   if (m_isOver) {  // these are not words, but what the daemon had to say
@@ -136,21 +141,24 @@ std::vector<std::string> Connection::Complete(const std::string& begun) {
 
 wire::Code Connection::AwaitAndPrint() {
   const wire::Code code =
-      Await([this](const std::string& output) { Print(m_output.Take(output)); });
+      Await([this](std::string output) { Print(m_output.Take(std::move(output))); });
   Print(m_output.TakeRest());
   std::fflush(stdout);
   return code;
 }
 
-wire::Code Connection::Await(const std::function<void(const std::string& output)>& take) {
+wire::Code Connection::Await(const std::function<void(std::string output)>& take) {
   const InterruptWatch watch;
   for (;;) {
-    while (const auto message = m_decoder.Next()) {
+    while (auto message = m_decoder.Next()) {
       if (message->kind == wire::Message::REPLY) {
         return TakeReply(*message);
       }
-      if (message->kind != wire::Message::GREETING) {
-        take(message->text);
+      if (message->kind == wire::Message::PROGRESS) {
+        m_progress.Show(message->done, message->total);
+      } else if (message->kind != wire::Message::GREETING) {
+        m_progress.Hide();
+        take(std::move(message->text));
       } else if (const auto refusal = CheckVersion(message->version)) {
         return *refusal;
       }
@@ -189,6 +197,7 @@ wire::Code Connection::TakeReply(const wire::Message& reply) {
     return Fail(wire::Code::REFUSED, std::string("the daemon does not say which version") +
                                          PROTOCOL + " it speaks" + KNOWN);
   }
+  m_progress.Hide();
   m_vlan = reply.vlan;
   m_isOver = reply.isLast;
   m_end = reply.code;
@@ -196,7 +205,7 @@ wire::Code Connection::TakeReply(const wire::Message& reply) {
 }
 
 bool Connection::Receive() {
-  char bytes[16384];
+  char bytes[65536];
   const ssize_t count = recv(m_fd, bytes, sizeof bytes, 0);
   if (count > 0) {
     m_decoder.Feed(bytes, static_cast<std::size_t>(count));
@@ -220,6 +229,7 @@ bool Connection::Send(const std::string& bytes) {
 }
 
 wire::Code Connection::Fail(wire::Code code, const std::string& why) {
+  m_progress.Hide();
   std::fflush(stdout);
   std::fprintf(stderr, "vantacorectl: %s\n", program::PrintableLines(why).c_str());
   m_isOver = true;

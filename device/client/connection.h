@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "device/wire/wire.h"
+#include "progress_line.h"
 #include "safe_text.h"
 
 namespace client {
@@ -24,9 +25,15 @@ class Connection {
   /// is sent to a listener that cannot be trusted (see listener.h). Returns Code::DONE or why it
   /// failed, which has been printed on standard error.
   wire::Code Open(const std::string& path, const std::string& daemonUser);
+  /// From now on a command is over when it has been carried out, whether its effect is there or
+  /// not. To be called before the first one.
+  void WaitForNoEffects();
+  /// The next command is the only one of this session.
+  void ExpectOneCommand();
   /// Has a command carried out and prints its output on standard output, made safe by SafeText.
-  /// Returns the code of the reply. An interrupt meanwhile stops the output; a second one ends the
-  /// process.
+  /// Returns the code of the reply. Meanwhile a terminal shows how far the command has come, if the
+  /// daemon tells it; the daemon's timeout counts from the last that it has told. An interrupt
+  /// meanwhile stops the output; a second one ends the process.
   wire::Code Execute(const std::string& command);
   /// Returns the words that may stand at the end of `begun`; none if the daemon does not answer.
   /// What the daemon says instead, before it hangs up, goes to standard output.
@@ -43,7 +50,7 @@ class Connection {
 
  private:
   /// Waits for the reply and returns its code; passes the output that comes before it to `take`.
-  wire::Code Await(const std::function<void(const std::string& output)>& take);
+  wire::Code Await(const std::function<void(std::string output)>& take);
   wire::Code AwaitAndPrint();
   /// Returns nothing if the daemon's version is known, else how the session ends.
   std::optional<wire::Code> CheckVersion(unsigned short version);
@@ -59,6 +66,8 @@ class Connection {
   int m_fd = -1;
   wire::Decoder m_decoder;
   SafeText m_output;
+  ProgressLine m_progress;
+  std::string m_ahead;  // what is said with the next command
   bool m_isGreeted = false;
   unsigned short m_vlan = 0;
   bool m_isOver = false;

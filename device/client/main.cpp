@@ -62,7 +62,12 @@ Code Run(const client::CommandLine& line) {
   Connection connection(line.timeoutSeconds);
   Code code = connection.Open(line.socketPath, line.daemonUser);
   if (!connection.IsOver() && !connection.WasInterrupted()) {
-    if (!line.hasCommand && isatty(STDIN_FILENO)) {
+    if (!line.isWaiting) {
+      connection.WaitForNoEffects();
+    }
+    if (line.hasCommand) {
+      connection.ExpectOneCommand();
+    } else if (isatty(STDIN_FILENO)) {
       return Converse(connection);
     }
     code = line.hasCommand ? connection.Execute(line.command) : ExecuteLines(connection);

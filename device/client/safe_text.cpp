@@ -25,7 +25,10 @@ std::size_t CountBegun(const std::string& text) {
 
 }  // namespace
 
-std::string SafeText::Take(const std::string& piece) {
+std::string SafeText::Take(std::string piece) {
+  if (m_begun.empty() && program::IsPlain(piece)) {
+    return piece;
+  }
   std::string text = m_begun + piece;
   const std::size_t size = text.size() - CountBegun(text);
   m_begun = text.substr(size);

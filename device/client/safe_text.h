@@ -13,7 +13,7 @@ class SafeText {
  public:
   /// Returns the safe text of the next piece. A character that only begins in it is returned with
   /// the next piece.
-  std::string Take(const std::string& piece);
+  std::string Take(std::string piece);
   /// To be called at the end: returns what is left of a character that has only begun, usually
   /// nothing.
   std::string TakeRest();

@@ -21,7 +21,7 @@ BatchSession::BatchSession(const SessionContext& context, unsigned short vlan)
 
 void BatchSession::Start() { SettleThenReady(); }
 
-void BatchSession::Write(const std::string& text) {
+void BatchSession::Write(std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
@@ -50,7 +50,10 @@ int BatchSession::GetExitStatus() const {
   if (HadUsage()) {
     return program::EXIT_USAGE;
   }
-  return HadFaults() ? program::EXIT_FAILED : program::EXIT_DONE;
+  if (HadFaults()) {
+    return program::EXIT_FAILED;
+  }
+  return HadDifferences() ? program::EXIT_DIFFERS : program::EXIT_DONE;
 }
 
 }  // namespace console

@@ -9,15 +9,16 @@ namespace console {
 
 /// Waits until things have settled, then carries out one line after another. The process ends with
 /// the input. Its status is program::EXIT_USAGE if a line was Result::USAGE, else
-/// program::EXIT_FAILED if one was Result::FAULTY, else 0. It ends with program::EXIT_FAILED as soon
-/// as output cannot be written or input cannot be read.
+/// program::EXIT_FAILED if one was Result::FAULTY, else program::EXIT_DIFFERS if one was
+/// Result::DIFFERS, else 0. It ends with program::EXIT_FAILED as soon as output cannot be written
+/// or input cannot be read.
 class BatchSession : public Session {
  public:
   BatchSession(const SessionContext& context, unsigned short vlan);
   void Start() override;
 
  protected:
-  void Write(const std::string& text) override;
+  void Write(std::string_view text) override;
   void Flush() override;
   void Ready() override;
   int GetExitStatus() const override;

@@ -1,5 +1,6 @@
-// A session finds out from inside itself that its client has gone, so it is deleted a turn later. What
-// it had begun goes on without it: the console discards its output and is deleted by the walk's end.
+// A session finds out from inside itself that its client has gone, so it is deleted in a later
+// turn. What it had begun goes on without it: the console discards its output and is deleted by the
+// walk's end.
 #include "console_server.h"
 
 #include <fcntl.h>
@@ -70,9 +71,9 @@ std::string FolderOf(const std::string& path) {
   return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
-// Keeps another daemon that starts from taking a socket that is bound, and not listened at yet, for one
-// that was left over. A start holds the lock for milliseconds, so after a second somebody else has it,
-// and the start goes on without; as it does in a folder that cannot be locked.
+// Keeps another daemon that starts from taking a socket that is bound, and not listened at yet, for
+// one that was left over. A start holds the lock for milliseconds, so after a second somebody else
+// has it, and the start goes on without; as it does in a folder that cannot be locked.
 void LockUntilClosed(int folder) {
   for (int tries = 0; tries < 100; ++tries) {
     if (flock(folder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
@@ -160,7 +161,8 @@ void ConsoleServer::Welcome(int fd) {
   m_clients.emplace_back();
   Client& client = m_clients.back();
   client.settle = m_context.makeSettle();
-  const SessionContext context{m_loop, m_context.dispatcher, *client.settle, {}};
+  const SessionContext context{m_loop,          m_context.dispatcher,      *client.settle,
+                               m_context.walks, m_context.findDifferences, {}};
   client.session = std::make_unique<SocketSession>(context, m_context.defaultVlan(), fd,
                                                    m_limits.greetingMilliseconds, [this, &client] {
                                                      client.isGone = true;
@@ -169,7 +171,7 @@ void ConsoleServer::Welcome(int fd) {
   client.session->Start();
 }
 
-// Those that have gone are still in the list for a turn.
+// Those that have gone are still in the list for some turns.
 bool ConsoleServer::HasPlaceFor(int fd) const {
   const auto count = static_cast<std::size_t>(std::count_if(
       m_clients.begin(), m_clients.end(), [](const Client& client) { return !client.isGone; }));
@@ -202,8 +204,15 @@ void ConsoleServer::Refuse(int fd) const {
   queue.Send(fd);
 }
 
+// One in each turn: a session may have a megabyte of output to free, and many may have gone at
+// once.
 void ConsoleServer::Sweep() {
-  m_clients.remove_if([](const Client& client) { return client.isGone; });
+  const auto gone = std::find_if(m_clients.begin(), m_clients.end(),
+                                 [](const Client& client) { return client.isGone; });
+  if (gone != m_clients.end()) {
+    m_clients.erase(gone);
+    m_sweep.Post([this] { Sweep(); });
+  }
 }
 
 }  // namespace console

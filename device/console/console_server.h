@@ -26,6 +26,9 @@ class ConsoleServer {
     /// Makes a session's own wait until things have settled.
     std::function<std::unique_ptr<loop::SettledWait>()> makeSettle;
     std::function<unsigned short()> defaultVlan;
+    Walks& walks;  // borrowed
+    /// As SessionContext's.
+    std::function<std::vector<std::string>(std::size_t most)> findDifferences = {};
   };
 
   struct Limits {

@@ -32,7 +32,7 @@ struct Dispatcher::Call {
   const std::shared_ptr<RunningCommand>& command;
   const char* pattern = nullptr;  // the form of the command
   Reply reply = {};
-  bool goesOn = false;  // and something else will end the command: a console, a reload, a check
+  bool goesOn = false;  // and something else will end the command: a console, or an asker
 
   void Write(const std::string& text) const { command->Write(text); }
   Words After(std::size_t count) const {
@@ -66,6 +66,8 @@ const Dispatcher::Entry Dispatcher::ENTRIES[] = {
     {"vrf <vid>", &Dispatcher::ChooseVlan, "Choose the VLAN that commands are about", false},
     {"reload", &Dispatcher::Reload, "Read the configuration folder again", false},
     {"check [strict]", &Dispatcher::Check, "Find what is wrong in the folder; change nothing",
+     false},
+    {"verify [stack]", &Dispatcher::Verify, "Compare what is wanted with what the stack has",
      false},
     {"lab [help|?]", &Dispatcher::ListLab, nullptr, false},
     {"lab [<word> ...]", &Dispatcher::RunLab, "Make things happen to the device; alone, lists how",
@@ -143,7 +145,8 @@ std::string Joined(const Words& words) {
   return text;
 }
 
-// For a command that ends when the folder has been judged. `praise` is printed if it has passed.
+// For a command that ends when what was asked for has been judged. `praise` is printed if it has
+// passed.
 apply::Asker AskerOf(const std::shared_ptr<RunningCommand>& command,
                      const std::string& praise = {}) {
   return {[command](const std::string& line) { command->Tell(line); },
@@ -317,6 +320,7 @@ void Dispatcher::Reload(Call& call) const {
   }
   call.goesOn = true;
   call.reply.hasChanged = true;
+  call.reply.isReload = true;
   m_folder.reload(std::move(asker));
 }
 
@@ -326,6 +330,16 @@ void Dispatcher::Check(Call& call) const {
   m_folder.check(AskerOf(call.command, isStrict ? "The folder has no errors and no warnings\n"
                                                 : "The folder has no errors\n"),
                  isStrict);
+}
+
+void Dispatcher::Verify(Call& call) const {
+  if (!m_folder.verify) {
+    call.Write("This device cannot compare what is wanted with what its stack has\n");
+    call.command->Refuse();
+    return;
+  }
+  call.goesOn = true;
+  m_folder.verify(AskerOf(call.command));
 }
 
 void Dispatcher::ListTree(Call& call) const {
@@ -397,6 +411,7 @@ void Dispatcher::RunLab(Call& call) const {
     call.command->Refuse();
   }
   call.reply.hasChanged = reply.hasChanged;
+  call.reply.hold = reply.hold;
   if (reply.unknownAt != Match::NONE) {
     Misunderstand(call, 1 + reply.unknownAt);
   }

@@ -17,13 +17,18 @@ namespace console {
 struct Reply {
   unsigned short vlan = 0;  // the session's from now on
   bool hasChanged = false;  // it may take a while until the effect is there
+  bool isReload = false;    // the session tells what the stack does not have of it
   bool isQuit = false;
+  unsigned int hold = 0;  // as LabReply's: to be given back with Dispatcher::EndHold
 };
 
-/// What the host does for commands about the configuration folder. Each ends with the asker's `end`.
+/// What the host does for commands about the configuration folder and what has become of it. Each
+/// ends with the asker's `end`.
 struct FolderCommands {
   std::function<void(apply::Asker asker)> reload;
   std::function<void(apply::Asker asker, bool isStrict)> check;
+  /// Compares what is wanted with what the stack has. May be empty: `verify` is refused then.
+  std::function<void(apply::Asker asker)> verify = {};
 };
 
 /// The operator's commands. One list of forms (form.h) says which words the host takes; help,
@@ -38,6 +43,9 @@ class Dispatcher {
   /// Carries out a line. All output goes to `command`, which ends when the line has been carried
   /// out; for an empty line it ends at once.
   Reply Execute(const std::string& line, const std::shared_ptr<RunningCommand>& command) const;
+
+  /// As Lab::EndHold.
+  void EndHold(unsigned int hold, bool wasAlone) const { m_lab.EndHold(hold, wasAlone); }
 
   /// Returns the known words that may follow `before` and begin with `begun`.
   static Words Complete(Words before, const std::string& begun);
@@ -63,6 +71,7 @@ class Dispatcher {
   void ChooseVlan(Call& call) const;
   void Reload(Call& call) const;
   void Check(Call& call) const;
+  void Verify(Call& call) const;
   void ListTree(Call& call) const;
   void RunTree(Call& call) const;
   void ListTables(Call& call) const;

@@ -1,5 +1,6 @@
 #include "host_console.h"
 
+#include <array>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -20,19 +21,23 @@ void Guard(Action action) {
   }
 }
 
-__attribute__((format(printf, 1, 0))) std::string Format(const char* format,
-                                                         std::va_list arguments) {
+// Hands the text to `take`. A row of a table fits the buffer, and is formatted once.
+template <class Take>
+__attribute__((format(printf, 1, 0))) void Format(const char* format, std::va_list arguments,
+                                                  Take take) {
   std::va_list again;
   va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, arguments);
-  std::string text;
-  if (length > 0) {
-    text.resize(static_cast<std::size_t>(length) + 1);
+  std::array<char, 512> buffer;
+  const int length = std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
+  const auto size = static_cast<std::size_t>(length < 0 ? 0 : length);
+  if (size < buffer.size()) {
+    take(std::string_view(buffer.data(), size));
+  } else {
+    std::string text(size + 1, '\0');
     std::vsnprintf(&text[0], text.size(), format, again);
-    text.pop_back();
+    take(std::string_view(text.data(), size));
   }
   va_end(again);
-  return text;
 }
 
 }  // namespace
@@ -51,7 +56,9 @@ void HostConsole::Print(const char* format, ...) {
 }
 
 void HostConsole::VPrint(const char* format, std::va_list arguments) {
-  Guard([&] { m_command->Write(Format(format, arguments)); });
+  Guard([&] {
+    Format(format, arguments, [this](std::string_view text) { m_command->Write(text); });
+  });
 }
 
 void HostConsole::PrintError(const char* text) {

@@ -3,7 +3,6 @@
 #include <map>
 #include <utility>
 
-#include "device/base/timer_loop.h"
 #include "device/documents/device_document.h"
 #include "device/program/decimal.h"
 #include "device/program/printable.h"
@@ -38,7 +37,7 @@ const Lab::Command Lab::COMMANDS[] = {
     {"join <interface> [vrf <vid>]", "A remote joins the network", &Lab::Join},
     {"leave <interface> [vrf <vid>]", "A remote leaves it", &Lab::Join},
     {"stack refuse|retry|never|twice|late "
-     "rtm|interface|address|route|redistribution|protocol <n> times",
+     "rtm|interface|address|route|redistribution|protocol <n> times [vrf <vid>]",
      "How the stack answers its next requests", &Lab::Answers},
     {"stack hold|release", "The stack stands still, or goes on", &Lab::Hold},
     {"stack restart", "The stack loses everything and is told again", &Lab::Restart},
@@ -52,6 +51,7 @@ constexpr unsigned int STATUS_RETRY = 5;
 constexpr std::uint64_t LATE_MILLISECONDS = 500;
 constexpr unsigned int FAST_TICK_MICROSECONDS = 10;
 constexpr std::uint32_t MOST_TIMES = 1000000;
+constexpr std::size_t WORDS_FOR_ALL_VLANS = 5;  // "stack refuse route 3 times"
 
 const std::map<std::string, RowType> ROW_TYPES = {
     {"rtm", RowType::kRtm},           {"interface", RowType::kInterface},
@@ -69,12 +69,8 @@ const std::map<std::string, Answer> ANSWERS = {
 
 }  // namespace
 
-Lab::Lab(routing_stack::Control& stack, apply::Interfaces& device, unsigned int tickMicroseconds,
-         std::function<void()> bringBack)
-    : m_stack(stack),
-      m_device(device),
-      m_tickMicroseconds(tickMicroseconds),
-      m_bringBack(std::move(bringBack)) {}
+Lab::Lab(routing_stack::Control& stack, apply::Interfaces& device, FixTick fixTick)
+    : m_stack(stack), m_hold(stack), m_device(device), m_fixTick(std::move(fixTick)) {}
 
 const Grammar& Lab::Forms() {
   static const Grammar FORMS = [] {
@@ -100,6 +96,10 @@ LabReply Lab::Execute(const Words& words, unsigned short vlan) {
     call.reply.text += std::string("Usage: lab ") + COMMANDS[begun].pattern + "\n";
   }
   return call.reply;
+}
+
+void Lab::EndHold(unsigned int hold, bool wasAlone) {
+  wasAlone ? m_hold.LeaveAlone(hold) : m_hold.End(hold);
 }
 
 Words Lab::Following(const Words& before) { return Forms().Following(before); }
@@ -184,27 +184,31 @@ void Lab::Answers(Call& call) {
                 Quote(call.words[3]));
     return;
   }
-  m_stack.Script(ROW_TYPES.at(call.words[2]), ANSWERS.at(call.words[1]), *times);
+  const RowType type = ROW_TYPES.at(call.words[2]);
+  const Answer& answer = ANSWERS.at(call.words[1]);
+  if (call.words.size() > WORDS_FOR_ALL_VLANS) {
+    m_stack.ScriptVlan(type, call.vlan, answer, *times);
+  } else {
+    m_stack.Script(type, answer, *times);
+  }
 }
 
 void Lab::Hold(Call& call) {
   if (call.words[1] == "hold") {
-    m_stack.Hold();
+    call.reply.hold = m_hold.Hold();
   } else {
-    m_stack.Release();
+    m_hold.Release();
     call.reply.hasChanged = true;
   }
 }
 
 void Lab::Restart(Call& call) {
   m_stack.Restart();
-  m_bringBack();
   call.reply.hasChanged = true;
 }
 
 void Lab::Tick(Call& call) {
-  Tarsel::TimerLoop::SetTickMicroseconds(call.words[1] == "fast" ? FAST_TICK_MICROSECONDS
-                                                                 : m_tickMicroseconds);
+  m_fixTick(call.words[1] == "fast" ? std::optional(FAST_TICK_MICROSECONDS) : std::nullopt);
 }
 
 }  // namespace console

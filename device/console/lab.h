@@ -3,10 +3,12 @@
 #define DEVICE_CONSOLE_LAB_H
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "device/apply/interfaces.h"
 #include "form.h"
+#include "stack_hold.h"
 
 namespace routing_stack {
 class Control;
@@ -21,6 +23,9 @@ struct LabReply {
   /// The index of the first word that is not understood; Match::NONE if all are.
   std::size_t unknownAt = Match::NONE;
   bool hasChanged = false;  // it may take a while until the effect is there
+  /// The number of a hold of the stack that the command has begun; 0 if it has begun none. Its
+  /// session gives it back with Lab::EndHold.
+  unsigned int hold = 0;
 };
 
 /// Interfaces and addresses change, remotes join and leave, the stack refuses requests or does not
@@ -28,13 +33,18 @@ struct LabReply {
 /// operator's.
 class Lab {
  public:
-  /// `stack` and `device` are borrowed. `tickMicroseconds` is the normal length of a tick.
-  /// `bringBack` sends everything again to a stack that has been restarted.
-  Lab(routing_stack::Control& stack, apply::Interfaces& device, unsigned int tickMicroseconds,
-      std::function<void()> bringBack);
+  /// Fixes the length of a timer tick; nothing gives it back.
+  using FixTick = std::function<void(std::optional<unsigned int> microseconds)>;
+
+  /// `stack` and `device` are borrowed.
+  Lab(routing_stack::Control& stack, apply::Interfaces& device, FixTick fixTick);
 
   /// Carries out the words after `lab` for a session whose VLAN is `vlan`.
   LabReply Execute(const Words& words, unsigned short vlan);
+
+  /// The session that has the hold has ended. `wasAlone` says that the command was the only one
+  /// that it was made for: the hold goes on for a while then.
+  void EndHold(unsigned int hold, bool wasAlone);
 
   /// Returns the known words that may follow `before`.
   static Words Following(const Words& before);
@@ -59,9 +69,9 @@ class Lab {
   void Tick(Call& call);
 
   routing_stack::Control& m_stack;
+  StackHold m_hold;
   apply::Interfaces& m_device;
-  const unsigned int m_tickMicroseconds;
-  const std::function<void()> m_bringBack;
+  const FixTick m_fixTick;
 };
 
 }  // namespace console

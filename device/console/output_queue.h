@@ -3,22 +3,27 @@
 #define DEVICE_CONSOLE_OUTPUT_QUEUE_H
 
 #include <cstddef>
+#include <deque>
 #include <string>
+#include <string_view>
 
 namespace console {
 
-/// A walk cannot be stopped until its reader has caught up, so the queue is limited. Output beyond
-/// LIMIT bytes is cut, a message says so, and the rest of the command's output is dropped. SocketSession
-/// then replies "refused".
+/// The session holds the walks of its command long before LIMIT bytes wait (session.h). The limit
+/// is for a handler that prints without a walk, which nothing can hold: output beyond it is cut, a
+/// message says so, and the rest of the command's output is dropped. SocketSession then replies
+/// "refused".
 class OutputQueue {
  public:
   static constexpr std::size_t LIMIT = 8 * 1024 * 1024;
 
   /// Takes output of a command. Returns false if it has been cut, now or before.
-  bool Add(const std::string& text);
+  bool Add(std::string_view text);
   /// Whether output of the running command has been cut; the reader is told so.
   bool IsCut() const { return m_isCut; }
-  /// Takes the reply, for which there is always room, and ends the cut.
+  /// Takes a message that is no output, for which there is always room.
+  void AddMessage(const std::string& line);
+  /// The same for the reply, which ends the cut.
   void AddReply(const std::string& line);
   /// Drops what has not been sent, except the rest of a line whose beginning has been sent. Output
   /// is no longer cut then.
@@ -26,13 +31,21 @@ class OutputQueue {
 
   /// Writes what the socket takes without waiting. Returns false if there is no reader any more.
   bool Send(int socket);
-  bool IsEmpty() const { return CountWaiting() == 0; }
-  std::size_t CountWaiting() const { return m_bytes.size() - m_sent; }
+  /// Whether the socket took less than all when Send was called last: there is no use in another
+  /// call until it is writable.
+  bool IsStopped() const { return m_isStopped; }
+  bool IsEmpty() const { return m_waiting == 0; }
+  std::size_t CountWaiting() const { return m_waiting; }
 
  private:
-  std::string m_bytes;       // whole lines; the first may lack its beginning
-  std::size_t m_sent = 0;    // how many of m_bytes the socket has taken
-  bool m_isMidLine = false;  // the reader has the beginning of a line only
+  std::string& RoomFor(std::size_t size);
+
+  // Blocks of whole lines, none of them empty. A block goes when it has been sent, so no more
+  // memory is taken than what waits needs, and nothing is moved.
+  std::deque<std::string> m_blocks;
+  std::size_t m_sent = 0;  // how many bytes of the first block the socket has taken
+  std::size_t m_waiting = 0;
+  bool m_isStopped = false;
   bool m_isCut = false;
 };
 

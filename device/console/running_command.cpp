@@ -1,6 +1,5 @@
 #include "running_command.h"
 
-#include <string_view>
 #include <utility>
 
 #include "device/program/printable.h"
@@ -16,19 +15,21 @@ constexpr std::string_view USAGE = "Usage: ";
 RunningCommand::RunningCommand(unsigned short vlan, bool seesLog, Take take, Over over)
     : m_vlan(vlan), m_seesLog(seesLog), m_take(std::move(take)), m_over(std::move(over)) {}
 
-void RunningCommand::Write(const std::string& text) {
-  m_begin.append(text, 0, USAGE.size() - m_begin.size());
+void RunningCommand::Write(std::string_view text) {
+  if (m_begin.size() < USAGE.size()) {
+    m_begin.append(text, 0, USAGE.size() - m_begin.size());
+  }
   Hand(text);
 }
 
 // A copy is called: the session may detach meanwhile.
-void RunningCommand::Hand(const std::string& text) const {
+void RunningCommand::Hand(std::string_view text) const {
   if (const Take take = m_take) {
-    take(program::PrintableLines(text));
+    program::IsPlain(text) ? take(text) : take(program::PrintableLines(text));
   }
 }
 
-void RunningCommand::Tell(const std::string& line) { Hand(line); }
+void RunningCommand::Tell(std::string_view line) { Hand(line); }
 
 void RunningCommand::End() {
   const Over over = std::exchange(m_over, nullptr);
@@ -54,7 +55,10 @@ Result RunningCommand::GetResult() const {
   if (m_isFaulty) {
     return Result::FAULTY;
   }
-  return m_isRefused ? Result::REFUSED : Result::DONE;
+  if (m_isRefused) {
+    return Result::REFUSED;
+  }
+  return m_differs ? Result::DIFFERS : Result::DONE;
 }
 
 }  // namespace console

@@ -4,26 +4,28 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace console {
 
 /// How a command went, as far as the host can tell.
 enum class Result {
   DONE,
+  DIFFERS,  // done, but the stack does not have all of it
   REFUSED,  // understood, but it cannot be done
-  FAULTY,   // a reload or a check: the folder has not passed
+  FAULTY,   // a reload, a check or a verification that has not passed
   USAGE,    // a word was not understood
 };
 
 /// Shared by the session that waits for the command, the dispatcher, the console that the library
-/// prints to, and a reload that may have something to say later. It may outlive its session: a walk that has
-/// begun runs to its end. Each operation names its one caller. Not for several threads.
+/// prints to, and a reload that may have something to say later. It may outlive its session: a walk
+/// that has begun runs to its end. Each operation names its one caller. Not for several threads.
 class RunningCommand {
  public:
   /// Takes a piece of output, made safe for a terminal (program::PrintableLines), because handlers
   /// and complaints repeat what the operator has typed and what a document says. It is called from
   /// inside the library.
-  using Take = std::function<void(const std::string& text)>;
+  using Take = std::function<void(std::string_view text)>;
   /// Called once, when the command is over, from inside the call that ended it.
   using Over = std::function<void()>;
 
@@ -38,17 +40,19 @@ class RunningCommand {
 
   /// Writes output of the command; it is lost if the session has detached. By the dispatcher, and
   /// after it by the console.
-  void Write(const std::string& text);
+  void Write(std::string_view text);
   /// A word of the line is not understood. By the dispatcher.
   void Misunderstand() { m_isMisunderstood = true; }
   /// The command was understood, but it cannot be done. By the dispatcher, or by the session when
   /// the command has thrown.
   void Refuse() { m_isRefused = true; }
-  /// The folder has not passed. By the reload or the check.
+  /// What was looked at has not passed. By the reload, the check or the verification.
   void Fail() { m_isFaulty = true; }
+  /// The stack has something else than what is wanted. By the session, after a reload.
+  void Differ() { m_differs = true; }
   /// Writes one line of a reload or a check, also after the end: of what cannot be used, or of what
   /// the library says to it. By the reload or the check.
-  void Tell(const std::string& line);
+  void Tell(std::string_view line);
 
   /// The command is over. By the dispatcher when nothing goes on after it, else by the console, the
   /// reload or the check. Only the first call counts.
@@ -63,14 +67,14 @@ class RunningCommand {
   /// from inside a Take or an Over.
   void Detach();
 
-  /// Call it when the command is over. The library's handlers return nothing and print a usage text if they do not understand a word. So
-  /// the rule, also for the host's own commands, is: a command that has misunderstood a word, or
-  /// whose output begins with "Usage: ", is USAGE, even if it was refused as well. What Tell
-  /// writes does not count as output here.
+  /// Call it when the command is over. The library's handlers return nothing and print a usage text
+  /// if they do not understand a word. So the rule, also for the host's own commands, is: a command
+  /// that has misunderstood a word, or whose output begins with "Usage: ", is USAGE, even if it was
+  /// refused as well. What Tell writes does not count as output here.
   Result GetResult() const;
 
  private:
-  void Hand(const std::string& text) const;
+  void Hand(std::string_view text) const;
 
   const unsigned short m_vlan;
   const bool m_seesLog;
@@ -80,6 +84,7 @@ class RunningCommand {
   bool m_isMisunderstood = false;
   bool m_isRefused = false;
   bool m_isFaulty = false;
+  bool m_differs = false;
   bool m_isOver = false;
   bool m_hasLostConsole = false;
 };

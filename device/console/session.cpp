@@ -10,17 +10,42 @@ namespace console {
 namespace {
 
 constexpr unsigned SETTLE_LIMIT_MILLISECONDS = 5000;
+constexpr unsigned LOOK_MILLISECONDS = 250;
+constexpr std::size_t MOST_DIFFERENCES = 100;
 
 }  // namespace
 
 Session::Session(const SessionContext& context, unsigned short vlan)
-    : m_context(context), m_vlan(vlan), m_wake(context.loop) {}
+    : m_context(context), m_vlan(vlan), m_wake(context.loop), m_look(context.loop) {}
 
-Session::~Session() { Detach(); }
+Session::~Session() {
+  Detach();
+  if (m_hold != 0) {
+    m_context.dispatcher.EndHold(m_hold, m_isForOneLine);
+  }
+}
 
 void Session::Detach() {
   if (m_command) {
     m_command->Detach();
+  }
+  if (m_walks) {
+    m_walks->End();
+    m_walks.reset();
+  }
+  m_isHolding = false;
+}
+
+void Session::HeedWaiting(std::size_t bytes) {
+  if (!m_walks) {
+    return;
+  }
+  if (bytes > HOLD_FROM) {  // each time: a walk that was held may have begun another one before
+    m_isHolding = true;
+    m_walks->Hold();
+  } else if (m_isHolding && bytes < HOLD_FROM / 2) {
+    m_isHolding = false;
+    m_walks->GoOn();
   }
 }
 
@@ -32,16 +57,24 @@ void Session::Execute(const std::string& line) {
   m_hasSettled = true;
   m_reply = {};
   m_command = std::make_shared<RunningCommand>(
-      m_vlan, SeesLog(), [this](const std::string& text) { Write(text); },
+      m_vlan, SeesLog(), [this](std::string_view text) { Write(text); },
       [this] { m_wake.Post([this] { Over(); }); });
+  m_walks.emplace(m_context.walks);
   try {
     m_reply = m_context.dispatcher.Execute(line, m_command);
     m_vlan = m_reply.vlan;
+    m_hold = m_reply.hold != 0 ? m_reply.hold : m_hold;
+    m_walks->Begun();
+    if (m_reply.hasChanged) {
+      m_progress = m_context.settle.GetProgress();
+      m_look.Start(LOOK_MILLISECONDS, [this] { LookAtProgress(); });
+    }
   } catch (const std::bad_alloc&) {
     throw;  // the library may have been left in the middle of a change
   } catch (const std::exception& problem) {
     m_command->Write(std::string(problem.what()) + "\n");
     m_command->Refuse();
+    m_walks->Begun();
     Interrupt();
   }
 }
@@ -69,16 +102,17 @@ void Session::Over() {
   }
   if (m_reply.isQuit) {
     Leave(GetExitStatus());
-  } else if (m_reply.hasChanged && !m_isImpatient) {
+  } else if (m_reply.hasChanged && !m_isImpatient && m_waitsForEffects) {
     SettleThenReady();
   } else {
-    m_hasSettled = !m_reply.hasChanged;
+    m_hasSettled = !m_reply.hasChanged || !m_waitsForEffects;
     BecomeReady();
   }
 }
 
 // A reload that has been given up goes on, and may have something to say.
 void Session::BecomeReady() {
+  m_look.Stop();
   Detach();
   m_isBusy = false;
   Ready();
@@ -97,8 +131,32 @@ void Session::SettleThenReady() {
                     SETTLE_LIMIT_MILLISECONDS / 1000);
     }
     m_hasSettled = settled;
+    if (settled && m_reply.isReload) {
+      TellDifferences();
+    }
     BecomeReady();
   });
+}
+
+void Session::TellDifferences() {
+  if (!m_context.findDifferences) {
+    return;
+  }
+  for (const std::string& line : m_context.findDifferences(MOST_DIFFERENCES)) {
+    m_command->Tell(line + "\n");
+    m_command->Differ();
+  }
+  m_hadDifferences |= GetResult() == Result::DIFFERS;
+  Flush();
+}
+
+void Session::LookAtProgress() {
+  const loop::Progress progress = m_context.settle.GetProgress();
+  if (progress.done != m_progress.done || progress.total != m_progress.total) {
+    m_progress = progress;
+    ShowProgress(progress);
+  }
+  m_look.Start(LOOK_MILLISECONDS, [this] { LookAtProgress(); });
 }
 
 }  // namespace console

@@ -4,8 +4,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "command_walks.h"
 #include "device/loop/loop_handles.h"
 #include "device/loop/settled_wait.h"
 #include "device/program/exit_status.h"
@@ -18,6 +22,11 @@ struct SessionContext {
   uv_loop_s* loop;
   const Dispatcher& dispatcher;
   loop::SettledWait& settle;
+  Walks& walks;
+  /// Returns what the stack does not have of what is wanted, when things have settled: a line about
+  /// each of the first `most` differences, without its end, and one with their number; none if
+  /// there are no differences. May be empty: then nobody knows.
+  std::function<std::vector<std::string>(std::size_t most)> findDifferences;
   /// Called when the session is over, with the exit status for the process.
   std::function<void(int status)> leave;
 };
@@ -29,7 +38,7 @@ class Session {
   Session(const SessionContext& context, unsigned short vlan);
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
-  /// A walk that is still running loses its output.
+  /// A walk that is still running is ended, and the stack is released if the session holds it.
   virtual ~Session();
 
   virtual void Start() = 0;
@@ -37,13 +46,17 @@ class Session {
   /// kind of session has no such request.
   virtual bool StopCommand() { return false; }
 
+  static constexpr std::size_t HOLD_FROM = 1024 * 1024;
+
  protected:
-  virtual void Write(const std::string& text) = 0;
+  virtual void Write(std::string_view text) = 0;
   /// Writes out what waits. Called when the command's output is complete, or before this session
   /// logs something, perhaps to the same terminal.
   virtual void Flush() = 0;
   /// Called when the next line may come.
   virtual void Ready() = 0;
+  /// A command that changes something has come further. Called a few times a second at most.
+  virtual void ShowProgress(const loop::Progress&) {}
   /// Whether the operator sees what the daemon logs.
   virtual bool SeesLog() const { return true; }
   /// The process's exit status when the operator leaves. 0 unless a session overrides it: an
@@ -53,39 +66,61 @@ class Session {
   /// Carries out a line. What a command throws is printed and counts as a refusal, except
   /// std::bad_alloc, which is passed on.
   void Execute(const std::string& line);
-  /// Waits until things have settled, for some seconds at most, then calls Ready.
+  /// Waits until things have settled, for some seconds without progress at most, then calls Ready.
   void SettleThenReady();
+  /// The operator has made the session for one line only: the stack that it holds stays so for a
+  /// while after it.
+  void ExpectOneLine() { m_isForOneLine = true; }
+  /// From now on a line is over when it has been carried out, whether its effect is there or not.
+  void WaitForNoEffects() { m_waitsForEffects = false; }
   /// Ends the session: no further line is taken.
   void Leave(int status);
+  /// To be called whenever output comes or goes, with how many bytes wait for their reader. The
+  /// walks of the command are held when more than HOLD_FROM wait, until less than half of that
+  /// does.
+  void HeedWaiting(std::size_t bytes);
   uv_loop_s* GetLoop() const { return m_context.loop; }
   unsigned short GetVlan() const { return m_vlan; }
-  /// Stops the command in progress. If it is still printing, the rest of its output is discarded;
-  /// if its effect is being awaited, the wait ends. Returns false
-  /// if none is in progress.
+  /// Stops the command in progress. If it is still printing, the rest of its output is discarded
+  /// and its walks end; if its effect is being awaited, the wait ends. Returns false if none is in
+  /// progress.
   bool Interrupt();
+  /// Nobody is left to read what the command in progress prints: its walks end.
+  void Abandon() { Detach(); }
   /// The result of the last line, by the rule of RunningCommand; DONE before the first.
   Result GetResult() const { return m_command ? m_command->GetResult() : Result::DONE; }
   bool HasSettled() const { return m_hasSettled; }
-  /// Whether a line of this session was USAGE, or FAULTY.
+  /// Whether a line of this session was USAGE, FAULTY or DIFFERS.
   bool HadUsage() const { return m_hadUsage; }
   bool HadFaults() const { return m_hadFaults; }
+  bool HadDifferences() const { return m_hadDifferences; }
 
  private:
   void Over();
   void BecomeReady();
+  void TellDifferences();
+  void LookAtProgress();
   void Detach();
 
   const SessionContext m_context;
   unsigned short m_vlan;
   loop::Task m_wake;
+  loop::Timer m_look;  // at the progress
+  loop::Progress m_progress;
   std::shared_ptr<RunningCommand> m_command;
+  std::optional<CommandWalks> m_walks;  // of m_command
   Reply m_reply;
+  unsigned int m_hold = 0;  // of the stack, which this session has; 0 for none
   bool m_hadUsage = false;
   bool m_hadFaults = false;
+  bool m_hadDifferences = false;
   bool m_hasSettled = true;
+  bool m_isHolding = false;    // m_walks
   bool m_isBusy = false;       // a line is being carried out, or its effect is awaited
   bool m_isImpatient = false;  // the operator has interrupted the line
   bool m_hasLeft = false;
+  bool m_isForOneLine = false;
+  bool m_waitsForEffects = true;
 };
 
 }  // namespace console

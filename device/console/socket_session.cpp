@@ -1,7 +1,7 @@
-// States. Ungreeted: nothing but a greeting is taken. Running: a command has begun, and its reply has
-// not been given. Draining: it has, but not all of it has gone out. Idle: neither, the next command may
-// be taken. Whatever happens ends in GoOn(), which sends, takes what may be taken, and watches the
-// socket for what is missing.
+// States. Ungreeted: nothing but a greeting is taken. Running: a command has begun, and its reply
+// has not been given. Draining: it has, but not all of it has gone out. Idle: neither, the next
+// command may be taken. Whatever happens ends in GoOn(), which sends, takes what may be taken, and
+// watches the socket for what is missing.
 //
 // Write() is called from the depth of the library, so it only queues and sends: that the reader has
 // gone is found out by the loop.
@@ -11,7 +11,9 @@
 #include <unistd.h>
 #include <uv.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <utility>
 
 namespace console {
@@ -22,8 +24,13 @@ namespace {
 constexpr std::size_t READ_AHEAD = 16 * 1024;
 constexpr std::size_t SEND_AT_ONCE_FROM = 64 * 1024;
 
+// The versions of the protocol that brought these.
+constexpr unsigned short PROGRESS_SINCE = 2;
+constexpr unsigned short DIFFERS_SINCE = 2;
+
 constexpr const char* PROTOCOL = " of the console protocol";
-const std::string KNOWN = "; the daemon knows version " + std::to_string(wire::VERSION);
+const std::string KNOWN = "; the daemon knows versions " + std::to_string(wire::EARLIEST_VERSION) +
+                          " to " + std::to_string(wire::VERSION);
 
 std::string DescribeMissingVersion() {
   return std::string("The client does not say which version") + PROTOCOL + " it speaks" + KNOWN;
@@ -33,12 +40,13 @@ std::string DescribeMissingVersion() {
 
 SocketSession::SocketSession(const SessionContext& context, unsigned short vlan, int fd,
                              std::uint64_t greetingMilliseconds, std::function<void()> gone)
-    : Session({context.loop, context.dispatcher, context.settle,
-               [this](int) {
-                 Finish(GetCode(), true);
-                 GoOn();
-               }},
-              vlan),
+    : Session(
+          {context.loop, context.dispatcher, context.settle, context.walks, context.findDifferences,
+           [this](int) {
+             Finish(GetCode(), true);
+             GoOn();
+           }},
+          vlan),
       m_socket(fd),
       m_poll(context.loop, fd),
       m_patience(context.loop),
@@ -74,11 +82,12 @@ void SocketSession::Ready() {
   GoOn();
 }
 
-void SocketSession::Write(const std::string& text) {
+void SocketSession::Write(std::string_view text) {
   m_queue.Add(text);
-  if (m_queue.CountWaiting() > SEND_AT_ONCE_FROM) {
+  if (m_queue.CountWaiting() > SEND_AT_ONCE_FROM && !m_queue.IsStopped()) {
     m_queue.Send(m_socket.Get());
   }
+  HeedWaiting(m_queue.CountWaiting());
   Watch();
 }
 
@@ -89,10 +98,24 @@ wire::Code SocketSession::GetCode() const {
     case Result::REFUSED:
     case Result::FAULTY:
       return wire::Code::REFUSED;
+    case Result::DIFFERS:
+      return m_version < DIFFERS_SINCE ? wire::Code::DONE : wire::Code::DIFFERS;
     case Result::DONE:
       break;
   }
   return HasSettled() ? wire::Code::DONE : wire::Code::TIMED_OUT;
+}
+
+// A total that the wire cannot hold is out of proportion anyway. Somebody who does not read gets no
+// more to read.
+void SocketSession::ShowProgress(const loop::Progress& progress) {
+  const auto Limit = [](std::uint64_t count) {
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, UINT32_MAX));
+  };
+  if (m_isRunning && m_version >= PROGRESS_SINCE && m_queue.IsEmpty()) {
+    m_queue.AddMessage(wire::EncodeProgress(Limit(progress.done), Limit(progress.total)));
+    Watch();
+  }
 }
 
 void SocketSession::Finish(wire::Code code, bool isLast) {
@@ -128,6 +151,7 @@ void SocketSession::GoOn() {
     HangUp();
     return;
   }
+  HeedWaiting(m_queue.CountWaiting());
   TakeMessages();
   Watch();
 }
@@ -152,15 +176,16 @@ void SocketSession::Greet(const wire::Message& first) {
     Refuse(DescribeMissingVersion());
     return;
   }
-  if (first.version != wire::VERSION) {
+  if (first.version < wire::EARLIEST_VERSION || first.version > wire::VERSION) {
     m_queue.AddReply(wire::EncodeGreeting());
     Refuse("The client speaks version " + std::to_string(first.version) + PROTOCOL + KNOWN);
     return;
   }
   m_patience.Stop();
   m_isGreeted = true;
+  m_version = first.version;
   // An interrupt that comes at once must leave both.
-  m_lastReply = wire::EncodeGreeting() + wire::EncodeReply(wire::Code::DONE, GetVlan());
+  m_lastReply = wire::EncodeGreeting(m_version) + wire::EncodeReply(wire::Code::DONE, GetVlan());
   m_queue.AddReply(m_lastReply);
 }
 
@@ -181,15 +206,23 @@ void SocketSession::Take(const wire::Message& message) {
     StopPrinting();
     return;
   }
-  if (message.kind == wire::Message::COMPLETION) {
-    Complete(message.text);
-    return;
+  switch (message.kind) {
+    case wire::Message::COMPLETION:
+      Complete(message.text);
+      break;
+    case wire::Message::NO_WAIT:
+      WaitForNoEffects();
+      break;
+    case wire::Message::SINGLE:
+      ExpectOneLine();
+      break;
+    case wire::Message::COMMAND:
+      m_isRunning = true;
+      Execute(message.text);
+      break;
+    default:
+      break;  // clients have nothing to print here
   }
-  if (message.kind != wire::Message::COMMAND) {
-    return;  // clients have nothing to print here
-  }
-  m_isRunning = true;
-  Execute(message.text);
 }
 
 void SocketSession::Complete(const std::string& begun) {
@@ -221,6 +254,7 @@ void SocketSession::Watch() {
 
 void SocketSession::HangUp() {
   m_isGone = true;
+  Abandon();
   m_patience.Stop();
   m_poll.Start(0, {});
   m_gone();

@@ -31,10 +31,11 @@ class SocketSession : public Session {
   void End(const std::string& why);
 
  protected:
-  void Write(const std::string& text) override;
+  void Write(std::string_view text) override;
   void Flush() override {}
   bool SeesLog() const override { return false; }
   void Ready() override;
+  void ShowProgress(const loop::Progress& progress) override;
 
  private:
   bool IsIdle() const { return !m_isRunning && !m_isLast && m_queue.IsEmpty(); }
@@ -64,6 +65,7 @@ class SocketSession : public Session {
   int m_watched = 0;
   std::uint64_t m_lastSign =
       0;  // when something came, went out or was over; the loop's milliseconds
+  unsigned short m_version = wire::VERSION;  // that the client speaks
   bool m_isGreeted = false;
   bool m_isRunning = false;
   bool m_isLast = false;  // the last reply has been given: hang up when it has gone out

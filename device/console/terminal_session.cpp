@@ -10,13 +10,14 @@
 #include <csignal>
 #include <cstdio>
 
+#include "device/program/progress_bar.h"
+
 namespace console {
 
 namespace {
 
-constexpr unsigned PROGRESS_MILLISECONDS = 1000;
+constexpr unsigned WORK_MILLISECONDS = 1000;
 constexpr std::size_t PRINT_AT_ONCE_FROM = 4096;
-const char ERASE_LINE[] = "\r\033[K";
 
 // Opened a second time, since non-blocking mode would reach everybody who shares standard output.
 int OpenScreen() {
@@ -33,11 +34,11 @@ TerminalSession::TerminalSession(const SessionContext& context, unsigned short v
       m_editor([](const std::string& begun) { return Dispatcher::Complete(begun); }),
       m_screen(OpenScreen()),
       m_next(context.loop),
-      m_progress(context.loop),
+      m_work(context.loop),
       m_resized(context.loop, SIGWINCH, [this] { Resize(); }) {}
 
 TerminalSession::~TerminalSession() {
-  HideProgress();
+  HideWork();
   HidePrompt();
   m_isPromptDue = false;
   Drain();
@@ -54,18 +55,18 @@ bool TerminalSession::StopCommand() {
   return Interrupt();
 }
 
-void TerminalSession::Write(const std::string& text) {
-  HideProgress();
+void TerminalSession::Write(std::string_view text) {
+  HideWork();
   Print(text);
   m_isAtLineStart = text.empty() ? m_isAtLineStart : text.back() == '\n';
 }
 
 void TerminalSession::Flush() {
-  HideProgress();
+  HideWork();
   Drain();
 }
 
-void TerminalSession::Print(const std::string& text) {
+void TerminalSession::Print(std::string_view text) {
   if (m_screen.Get() < 0) {
     std::fwrite(text.data(), 1, text.size(), stdout);
     return;
@@ -76,6 +77,7 @@ void TerminalSession::Print(const std::string& text) {
   if (!isStopped && m_waiting.size() > PRINT_AT_ONCE_FROM) {
     Drain();
   }
+  HeedWaiting(m_waiting.size() - m_shown);
 }
 
 void TerminalSession::Drain() {
@@ -99,7 +101,11 @@ void TerminalSession::ShowWaiting() {
   const bool isStopped = m_shown < m_waiting.size() && errno == EAGAIN;
   if (!isStopped) {
     DropWaiting();
+  } else if (m_shown >= HOLD_FROM) {
+    m_waiting.erase(0, m_shown);
+    m_shown = 0;
   }
+  HeedWaiting(m_waiting.size() - m_shown);
   if (isStopped && !m_drain) {
     m_drain = std::make_unique<loop::Poll>(GetLoop(), m_screen.Get());
   }
@@ -113,27 +119,31 @@ void TerminalSession::DropWaiting() {
   m_shown = 0;
 }
 
-void TerminalSession::ShowProgress() {
+void TerminalSession::ShowWork() {
   ++m_seconds;
   if (m_isAtLineStart && m_waiting.empty()) {
-    Print(ERASE_LINE + ("working for " + std::to_string(m_seconds)) +
-          " s; Ctrl-C stops the output");
+    Print(program::ERASE_LINE + ("working for " + std::to_string(m_seconds)) + " s" + m_bar +
+          "; Ctrl-C stops " + (m_bar.empty() ? "the output" : "waiting"));
     Drain();
-    m_isShowingProgress = true;
+    m_isShowingWork = true;
   }
-  m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
+  m_work.Start(WORK_MILLISECONDS, [this] { ShowWork(); });
 }
 
-void TerminalSession::HideProgress() {
-  if (m_isShowingProgress) {
-    Print(ERASE_LINE);
-    m_isShowingProgress = false;
+void TerminalSession::ShowProgress(const loop::Progress& progress) {
+  m_bar = progress.total == 0 ? "" : " " + program::ProgressBar(progress.done, progress.total);
+}
+
+void TerminalSession::HideWork() {
+  if (m_isShowingWork) {
+    Print(program::ERASE_LINE);
+    m_isShowingWork = false;
   }
 }
 
 void TerminalSession::Ready() {
-  m_progress.Stop();
-  HideProgress();
+  m_work.Stop();
+  HideWork();
   m_isPromptDue = true;
   Drain();
 }
@@ -158,7 +168,8 @@ void TerminalSession::Edit() {
     case editor::Step::LINE:
       HidePrompt();
       m_seconds = 0;
-      m_progress.Start(PROGRESS_MILLISECONDS, [this] { ShowProgress(); });
+      m_bar.clear();
+      m_work.Start(WORK_MILLISECONDS, [this] { ShowWork(); });
       Execute(line);
       break;
     case editor::Step::END:

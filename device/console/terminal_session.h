@@ -12,8 +12,9 @@
 namespace console {
 
 /// At most one exists, because there is one terminal. A command that has been silent for a second
-/// shows how long it has been running. Output that the terminal does not take, because it is
-/// stopped or nobody reads it, waits here; the prompt follows it.
+/// shows how long it has been running, and how far it has come if that is known. Output that the
+/// terminal does not take, because it is stopped or nobody reads it, waits here; the prompt follows
+/// it.
 class TerminalSession : public Session {
  public:
   TerminalSession(const SessionContext& context, unsigned short vlan);
@@ -24,12 +25,13 @@ class TerminalSession : public Session {
   bool StopCommand() override;
 
  protected:
-  void Write(const std::string& text) override;
+  void Write(std::string_view text) override;
   void Flush() override;
   void Ready() override;
+  void ShowProgress(const loop::Progress& progress) override;
 
  private:
-  void Print(const std::string& text);
+  void Print(std::string_view text);
   void Drain();
   void ShowWaiting();
   void DropWaiting();
@@ -38,8 +40,8 @@ class TerminalSession : public Session {
   void Await();
   void Resize();
   void HidePrompt();
-  void ShowProgress();
-  void HideProgress();
+  void ShowWork();
+  void HideWork();
 
   editor::LineEditor m_editor;
   std::string m_prompt;
@@ -50,12 +52,13 @@ class TerminalSession : public Session {
   std::unique_ptr<loop::Poll> m_drain;
   std::unique_ptr<loop::Poll> m_input;
   loop::Task m_next;
-  loop::Timer m_progress;
+  loop::Timer m_work;
   loop::Signal m_resized;
   unsigned m_seconds = 0;
+  std::string m_bar;           // how far the command has come, if that is known
   bool m_isPromptDue = false;  // after what is waiting
   bool m_isPrompting = false;
-  bool m_isShowingProgress = false;
+  bool m_isShowingWork = false;
   bool m_isAtLineStart = true;
 };
 

@@ -16,8 +16,8 @@ struct CommandLine {
   std::string socketPath;       // empty: none
   int logLevel = 1;
   bool isDaemon = false;
-  bool isPartial = false;  // what cannot be used of the folder is left out
-  unsigned tickMicroseconds = 1000;
+  bool isPartial = false;                        // what cannot be used of the folder is left out
+  std::optional<unsigned int> tickMicroseconds;  // nothing: it follows the work
 };
 
 /// Fills `line`. Returns how the process is to end, if it is not to go on.

@@ -1,13 +1,14 @@
 // Life of the device.
 //
-// The library and the stack live on one thread, the event loop's. Everything that the host owns is a
-// member of the daemon, in the order in which one part needs another; the library's managers are
-// created on first use and stay until the process ends, so they must not be called once the parts go.
+// The library and the stack live on one thread, the event loop's. Everything that the host owns is
+// a member of the daemon, in the order in which one part needs another; the library's managers are
+// created on first use and stay until the process ends, so they must not be called once the parts
+// go.
 //
-// Start-up follows the order that the library asks for: the router manager, its initialisation, which
-// starts the stack, the descriptors, the interfaces, the documents, the routes. It runs in the loop:
-// the initialisation needs what the configuration folder says, and reading that takes its time.
-// Sessions begin when everything has been requested.
+// Start-up follows the order that the library asks for: the router manager, its initialisation,
+// which starts the stack, the descriptors, the interfaces, the documents, the routes. It runs in
+// the loop: the initialisation needs what the configuration folder says, and reading that takes its
+// time. Sessions begin when everything has been requested.
 #include "daemon.h"
 
 #include <unistd.h>
@@ -17,6 +18,7 @@
 #include <utility>
 
 #include "asker_log.h"
+#include "device/apply/verify.h"
 #include "device/base/trace_control.h"
 #include "device/console/batch_session.h"
 #include "device/console/terminal_session.h"
@@ -34,7 +36,8 @@ namespace {
 // Shown by default, like the library's own lines about configuration that cannot be used.
 void Log(const std::string& line) { Tarsel::TRACE("%s\n", line.c_str()); }
 
-constexpr std::uint64_t QUIET_PERIODS = 3;
+// Lines about what is not as wanted; the others are counted.
+constexpr std::size_t MOST_FAILS = 1000;
 
 std::uint64_t NowMilliseconds() { return uv_hrtime() / 1000000; }
 
@@ -46,25 +49,31 @@ Daemon::Daemon(const CommandLine& line)
       m_timers(m_loop.Get()),
       m_stack(NowMilliseconds),
       m_descriptors(m_loop.Get()),
-      m_answers(m_loop.Get(), RequestActivity()),
+      m_walks(m_loop.Get(), m_stack,
+              [] { Tarsel::DcRouterMgr::GetInstance()->GetScheduler().SchedNBase(); }),
+      m_stackPort(m_stack, NowMilliseconds),
+      m_protocolRows(m_stackPort),
       m_reloader(m_loop.Get(),
                  {line.configDirectory, {documents::DeclaredProtocols(), line.isPartial}},
-                 m_interfaces, m_answers,
+                 m_interfaces, m_stackPort, m_protocolRows,
                  {Log, HearWhile, [this](const std::function<void()>& work) { m_loop.Apart(work); },
                   [this] {
                     m_memory.Expect();
                     m_afterReload.Post([this] { TellLongestTurn(); });
-                  }}),
-      m_settled(m_loop.Get(), AllActivity()),
-      m_lab(m_stack.GetControl(), m_interfaces, line.tickMicroseconds, [this] { BringBack(); }),
+                  },
+                  [this] { m_descriptors.Clear(); }}),
+      m_settled(m_loop.Get(), Activity()),
+      m_pace([this] { return GetTraffic(); }, NowMilliseconds, line.tickMicroseconds),
+      m_lab(m_stack.GetControl(), m_interfaces, [this](auto tick) { m_pace.Fix(tick); }),
       m_dispatcher({[this](apply::Asker asker) { m_reloader.Reload(std::move(asker)); },
                     [this](apply::Asker asker, bool isStrict) {
                       m_reloader.Check(std::move(asker), isStrict);
-                    }},
+                    },
+                    [this](const apply::Asker& asker) { Verify(asker); }},
                    m_lab),
       m_reload(m_loop.Get()),
       m_afterReload(m_loop.Get()),
-      m_memory(m_loop.Get(), AllActivity(),
+      m_memory(m_loop.Get(), Activity(),
                [this] { m_givingBack.Start(loop::GiveBackFreeMemory, [](const auto&) {}); }),
       m_givingBack(m_loop.Get()) {}
 
@@ -96,8 +105,8 @@ int Daemon::Run() {
 
 void Daemon::PrepareLibrary() {
   Tarsel::SetTraceLevel(m_line.logLevel);
-  Tarsel::TimerLoop::SetTickMicroseconds(m_line.tickMicroseconds);
   Tarsel::TimerLoop::SetCurrent(&m_timers);
+  m_loop.AtTurnEnd([this] { m_pace.Look(); });
   m_stack.MakeCurrent();
 }
 
@@ -144,7 +153,11 @@ void Daemon::WatchSignals() {
 }
 
 void Daemon::StartSession() {
-  const console::SessionContext context{m_loop.Get(), m_dispatcher, m_settled,
+  const console::SessionContext context{m_loop.Get(),
+                                        m_dispatcher,
+                                        m_settled,
+                                        m_walks,
+                                        [this](std::size_t most) { return FindDifferences(most); },
                                         [this](int status) { Stop(status); }};
   const unsigned short vlan = m_reloader.GetIntent().GetDevice().defaultVlan;
   if (isatty(STDIN_FILENO)) {
@@ -158,35 +171,41 @@ void Daemon::StartSession() {
 std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket() {
   console::ConsoleServer::Context context{
       m_dispatcher,
-      [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), AllActivity()); },
-      [this] { return m_reloader.GetIntent().GetDevice().defaultVlan; }};
+      [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), Activity()); },
+      [this] { return m_reloader.GetIntent().GetDevice().defaultVlan; }, m_walks,
+      [this](std::size_t most) { return FindDifferences(most); }};
   return std::make_unique<console::ConsoleServer>(
       m_loop.Get(), m_line.socketPath, std::move(context), console::ConsoleServer::Limits{});
 }
 
-// The stack has nothing to do and is not asked for a row during three periods of the library's
-// scheduler, which sends some requests in each.
-loop::Activity Daemon::RequestActivity() {
-  return {[this] { return m_stack.GetFacts().CountRequests(); },
-          [this] { return !m_stack.IsIdle(); },
-          [] {
-            return QUIET_PERIODS * Tarsel::CfgSched::TICKS_BETWEEN_PASSES *
-                   Tarsel::TimerLoop::GetTickMicroseconds() / 1000;
+loop::Activity Daemon::Activity() {
+  return {[this] { return !m_reloader.IsSettled(); },
+          [this] {
+            const apply::Progress progress = m_reloader.GetProgress();
+            return loop::Progress{progress.done, progress.done + progress.open};
           }};
 }
 
-loop::Activity Daemon::AllActivity() {
-  loop::Activity activity = RequestActivity();
-  activity.isUnderWay = [this, requests = activity.isUnderWay] {
-    return requests() || m_reloader.IsBusy();
-  };
-  return activity;
+std::vector<std::string> Daemon::FindDifferences(std::size_t most) const {
+  return apply::DescribeDifferences(m_reloader.GetKnowledge().GetDifferences(), most);
 }
 
-// For a stack that has been restarted.
-void Daemon::BringBack() {
-  m_descriptors.Clear();
-  m_reloader.BringBack();
+void Daemon::Verify(const apply::Asker& asker) {
+  m_reloader.Verify(MOST_FAILS, [asker](const std::vector<apply::Verdict>& verdicts) {
+    for (const std::string& line : apply::DescribeVerdicts(verdicts, MOST_FAILS)) {
+      asker.report(line + "\n");
+    }
+    asker.end(apply::HavePassed(verdicts));
+  });
+}
+
+Traffic Daemon::GetTraffic() const {
+  const apply::RouteKeeper& routes = m_reloader.GetKnowledge().GetRoutes();
+  const apply::RuleKeeper& rules = m_reloader.GetKnowledge().GetRules();
+  return {routes.CountUnderWay() + rules.CountUnderWay(),
+          routes.CountRetried() + rules.CountRetried(),
+          routes.CountConcluded() + rules.CountConcluded(),
+          m_reloader.GetKnowledge().GetDifferences().Count()};
 }
 
 // From the loop's next turn on, so that the reload's own turn counts.

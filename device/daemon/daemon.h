@@ -20,7 +20,11 @@
 #include "device/loop/work.h"
 #include "device/stack/routing_stack.h"
 #include "log_writer.h"
+#include "pace.h"
+#include "protocol_rows.h"
 #include "stack_descriptors.h"
+#include "stack_port.h"
+#include "walk_runner.h"
 
 namespace vantacored {
 
@@ -43,9 +47,10 @@ class Daemon {
   void WatchSignals();
   void StartSession();
   std::unique_ptr<console::ConsoleServer> OpenSocket();
-  loop::Activity RequestActivity();
-  loop::Activity AllActivity();
-  void BringBack();
+  loop::Activity Activity();
+  Traffic GetTraffic() const;
+  std::vector<std::string> FindDifferences(std::size_t most) const;
+  void Verify(const apply::Asker& asker);
   void TellLongestTurn();
   void Stop(int status);
 
@@ -56,9 +61,12 @@ class Daemon {
   routing_stack::RoutingStack m_stack;
   apply::Interfaces m_interfaces;
   StackDescriptors m_descriptors;
-  loop::SettledWait m_answers;  // the reloader's
+  WalkRunner m_walks;
+  SoftwareStackPort m_stackPort;
+  ProtocolRows m_protocolRows;
   apply::Reloader m_reloader;
   loop::SettledWait m_settled;  // the session's
+  Pace m_pace;
   console::Lab m_lab;
   console::Dispatcher m_dispatcher;
   std::unique_ptr<console::Session> m_session;

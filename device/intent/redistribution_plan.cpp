@@ -49,12 +49,6 @@ Sources SourcesIn(const Rules& rules, const Destination& destination) {
 
 }  // namespace
 
-RuleChange PlanRule(const Rules& present, const Rules& wanted, const Destination& destination) {
-  const Sources have = SourcesIn(present, destination);
-  const Sources want = SourcesIn(wanted, destination);
-  return {have & ~want, want & ~have};
-}
-
 Rules FindStayingRules(const Rules& present, const Rules& wanted) {
   Rules staying;
   for (const auto& [destination, sources] : present) {

@@ -44,14 +44,6 @@ using Rules = std::map<Destination, Sources>;
 /// Returns the type of the router that belongs to a destination.
 Tarsel::DcRouterMgr::ProtocolType RouterTypeOf(const Destination& destination);
 
-/// The requests that make the sources of one destination the wanted ones.
-struct RuleChange {
-  Sources withdraw = 0;
-  Sources add = 0;
-};
-
-RuleChange PlanRule(const Rules& present, const Rules& wanted, const Destination& destination);
-
 /// Returns the rules that are in both: what is left of `present` after everything else has been
 /// withdrawn.
 Rules FindStayingRules(const Rules& present, const Rules& wanted);

@@ -1,5 +1,5 @@
-// libuv calls a prepare handle each time before it waits for events: there a turn ends and the next one
-// begins. Waiting itself takes no processor time.
+// libuv calls a prepare handle each time before it waits for events: there a turn ends and the next
+// one begins. Waiting itself takes no processor time.
 #include "loop.h"
 
 #include <uv.h>
@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+
+#include "guard.h"
 
 namespace loop {
 
@@ -50,6 +52,7 @@ Loop::~Loop() {
 }
 
 void Loop::TurnEnds() {
+  Guard(m_atTurnEnd);
   const std::uint64_t now = ProcessorMicroseconds();
   m_longestTurn = std::max(m_longestTurn, now - m_turnBegin);
   m_turnBegin = now;

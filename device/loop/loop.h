@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 struct uv_loop_s;
 struct uv_prepare_s;
@@ -12,9 +13,9 @@ struct uv_prepare_s;
 namespace loop {
 
 /// The event loop. Its destructor also finishes handles that are still closing, and waits for work
-/// in the thread pool that has begun (work.h). The loop measures its turns, in processor time of its
-/// thread: a turn is all that happens between two waits for events. Nothing else is served during a
-/// turn, so the longest turn is the longest time that anybody may have had to wait.
+/// in the thread pool that has begun (work.h). The loop measures its turns, in processor time of
+/// its thread: a turn is all that happens between two waits for events. Nothing else is served
+/// during a turn, so the longest turn is the longest time that anybody may have had to wait.
 class Loop {
  public:
   /// Throws std::runtime_error if the system gives no loop.
@@ -24,12 +25,16 @@ class Loop {
   ~Loop();
   uv_loop_s* Get() const { return m_loop.get(); }
 
+  /// Calls `callback` at the end of each turn, before the wait for events; an empty one ends that.
+  /// It counts as part of the turn, and does not keep the loop running.
+  void AtTurnEnd(std::function<void()> callback) { m_atTurnEnd = std::move(callback); }
+
   /// Returns the longest turn since the last call, in microseconds. The present turn counts as far
   /// as it has gone, and again when it has ended.
   std::uint64_t TakeLongestTurn();
 
-  /// Carries out `work`, whose time does not count as part of a turn but is told apart: it cannot be
-  /// divided. May be called from callbacks of the loop only.
+  /// Carries out `work`, whose time does not count as part of a turn but is told apart: it cannot
+  /// be divided. May be called from callbacks of the loop only.
   void Apart(const std::function<void()>& work);
   /// Returns the longest time that one call of Apart has taken since the last call of this, in
   /// microseconds of processor time.
@@ -40,6 +45,7 @@ class Loop {
 
   std::unique_ptr<uv_loop_s> m_loop;
   uv_prepare_s* m_turns;
+  std::function<void()> m_atTurnEnd;
   std::uint64_t m_turnBegin = 0;  // microseconds of processor time
   std::uint64_t m_longestTurn = 0;
   std::uint64_t m_longestApart = 0;

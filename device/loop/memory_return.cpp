@@ -12,12 +12,12 @@ MemoryReturn::MemoryReturn(uv_loop_s* loop, Activity activity, std::function<voi
       m_timer(loop) {}
 
 void MemoryReturn::Expect() {
-  m_requests = m_activity.countRequests();
+  m_progress = m_activity.FindProgress().done;
   m_timer.Start(m_period, [this] { Look(); });
 }
 
 void MemoryReturn::Look() {
-  if (m_activity.isUnderWay() || m_activity.countRequests() != m_requests) {
+  if (m_activity.isUnderWay() || m_activity.FindProgress().done != m_progress) {
     Expect();
   } else {
     m_giveBack();

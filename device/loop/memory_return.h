@@ -10,19 +10,19 @@
 
 namespace loop {
 
-/// A start or a reload leaves requests that are answered one after the other for seconds or minutes,
-/// and each answer frees a little. When that is over, all that is free goes back at once.
+/// A start or a reload leaves requests that are answered one after the other for seconds or
+/// minutes, and each answer frees a little. When that is over, all that is free goes back at once.
 class MemoryReturn {
  public:
   /// How often it looks whether it is over; a look costs next to nothing.
   static constexpr std::uint64_t LOOK_MILLISECONDS = 1000;
 
-  /// `giveBack` is called from the loop. Of the activity the quiet time is not asked for.
+  /// `giveBack` is called from the loop.
   MemoryReturn(uv_loop_s* loop, Activity activity, std::function<void()> giveBack,
                std::uint64_t lookMilliseconds = LOOK_MILLISECONDS);
 
   /// Work has been done. Calls `giveBack` once, after the first time between two looks in which
-  /// nothing was under way and no request came. Called again meanwhile, it begins anew.
+  /// nothing was under way and there was no progress. Called again meanwhile, it begins anew.
   void Expect();
 
  private:
@@ -32,7 +32,7 @@ class MemoryReturn {
   const std::function<void()> m_giveBack;
   const std::uint64_t m_period;
   Timer m_timer;
-  std::uint64_t m_requests = 0;
+  std::uint64_t m_progress = 0;
 };
 
 }  // namespace loop

@@ -2,7 +2,6 @@
 
 #include <uv.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace loop {
@@ -20,10 +19,9 @@ SettledWait::SettledWait(uv_loop_s* loop, Activity activity)
 
 void SettledWait::Wait(std::uint64_t limitMilliseconds, std::function<void(bool)> done) {
   m_done = std::move(done);
-  m_begin = m_lastLook = NowMilliseconds();
+  m_begin = NowMilliseconds();
   m_limit = limitMilliseconds;
-  m_quiet = 0;
-  m_requests = m_activity.countRequests();
+  m_progress = GetProgress().done;
   m_timer.Start(LOOK_MILLISECONDS, [this] { Look(); });
 }
 
@@ -40,18 +38,14 @@ void SettledWait::Stop() {
   m_done = nullptr;
 }
 
-// Time in which the loop was kept from turning is not quiet: nobody had a chance to ask. One look later
-// than the quiet time, since it may have begun between two looks.
 void SettledWait::Look() {
   const std::uint64_t now = NowMilliseconds();
-  const std::uint64_t requests = m_activity.countRequests();
-  m_quiet += std::min(now - m_lastLook, 2 * LOOK_MILLISECONDS);
-  m_lastLook = now;
-  if (requests != m_requests || m_activity.isUnderWay()) {
-    m_quiet = 0;
-    m_requests = requests;
+  const std::uint64_t progress = GetProgress().done;
+  if (progress != m_progress) {
+    m_begin = now;
+    m_progress = progress;
   }
-  const bool settled = m_quiet >= m_activity.getQuietMilliseconds() + LOOK_MILLISECONDS;
+  const bool settled = !m_activity.isUnderWay();
   if (settled || (m_limit != 0 && now - m_begin >= m_limit)) {
     std::exchange(m_done, {})(settled);
   } else {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace program {
 
@@ -15,7 +16,11 @@ std::string Printable(const std::string& text, std::size_t most);
 
 /// The whole of `text` in the same way, except that ends of lines and tabs stay: for output that
 /// may quote a document or a command. A piece of output must hold whole characters.
-std::string PrintableLines(const std::string& text);
+std::string PrintableLines(std::string_view text);
+
+/// Whether `text` has printable ASCII characters, ends of lines and tabs only: PrintableLines
+/// changes nothing of it. Most output is so, and needs no copy.
+bool IsPlain(std::string_view text);
 
 /// `text` in quotes, made safe by Printable and cut to a length that keeps a line readable.
 std::string Quote(const std::string& text);

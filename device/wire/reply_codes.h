@@ -11,6 +11,7 @@ enum class Code {
   USAGE = 2,        // words that nobody understands, or too few of them
   UNREACHABLE = 3,  // there is no daemon, or it has gone; only the client says so
   TIMED_OUT = 4,    // no answer in time, or its effect was not there in time
+  DIFFERS = 5,      // applied, but the stack does not have all of it
 };
 
 struct CodeName {
@@ -19,11 +20,9 @@ struct CodeName {
 };
 
 /// All of them, in the order of their numbers.
-constexpr CodeName CODES[] = {{Code::DONE, "done"},
-                              {Code::REFUSED, "refused"},
-                              {Code::USAGE, "usage"},
-                              {Code::UNREACHABLE, "unreachable"},
-                              {Code::TIMED_OUT, "timed out"}};
+constexpr CodeName CODES[] = {{Code::DONE, "done"},           {Code::REFUSED, "refused"},
+                              {Code::USAGE, "usage"},         {Code::UNREACHABLE, "unreachable"},
+                              {Code::TIMED_OUT, "timed out"}, {Code::DIFFERS, "differs"}};
 
 }  // namespace wire
 

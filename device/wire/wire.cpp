@@ -1,6 +1,7 @@
 #include "device/wire/wire.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <utility>
 
@@ -32,35 +33,74 @@ bool ReadGreeting(const std::string& text, Message& message) {
   return true;
 }
 
-bool ReadReply(const std::string& text, Message& message) {
+struct Numbers {
+  std::uint32_t first;
+  std::uint32_t second;
+};
+
+std::optional<Numbers> ReadNumbers(const std::string& text, std::uint32_t mostFirst,
+                                   std::uint32_t mostSecond) {
   const std::size_t space = text.find(' ');
   if (space == std::string::npos) {
-    return false;
+    return std::nullopt;
   }
-  const auto code = program::ReadDecimal(text.substr(0, space), 0, std::size(CODES) - 1);
-  const auto vlan = program::ReadDecimal(text.substr(space + 1), 0, 65535);
-  if (!code || !vlan) {
-    return false;
-  }
-  message.kind = Message::REPLY;
-  message.code = static_cast<Code>(*code);
-  message.vlan = static_cast<unsigned short>(*vlan);
-  return true;
+  const auto first = program::ReadDecimal(text.substr(0, space), 0, mostFirst);
+  const auto second = program::ReadDecimal(text.substr(space + 1), 0, mostSecond);
+  return first && second ? std::optional<Numbers>({*first, *second}) : std::nullopt;
 }
 
-bool Read(const std::string& line, Message& message) {
-  if (line == "I") {
-    message.kind = Message::INTERRUPT;
-    return true;
+bool ReadReply(const std::string& text, Message& message) {
+  const auto numbers = ReadNumbers(text, std::size(CODES) - 1, 65535);
+  if (numbers) {
+    message.kind = Message::REPLY;
+    message.code = static_cast<Code>(numbers->first);
+    message.vlan = static_cast<unsigned short>(numbers->second);
+  }
+  return numbers.has_value();
+}
+
+bool ReadProgress(const std::string& text, Message& message) {
+  const auto numbers = ReadNumbers(text, UINT32_MAX, UINT32_MAX);
+  if (numbers) {
+    message.kind = Message::PROGRESS;
+    message.done = numbers->first;
+    message.total = numbers->second;
+  }
+  return numbers.has_value();
+}
+
+// Those that are a letter alone.
+bool ReadLetter(char letter, Message& message) {
+  switch (letter) {
+    case 'I':
+      message.kind = Message::INTERRUPT;
+      return true;
+    case 'N':
+      message.kind = Message::NO_WAIT;
+      return true;
+    case 'S':
+      message.kind = Message::SINGLE;
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool Read(std::string_view line, Message& message) {
+  if (line.size() == 1) {
+    return ReadLetter(line[0], message);
   }
   if (line.size() < TAG_SIZE || line[1] != ' ') {
     return false;
   }
+  message.text.reserve(line.size());  // room for the end of a line
   message.text = line.substr(TAG_SIZE);
   switch (line[0]) {
     case 'C':
       message.kind = Message::COMMAND;
       return true;
+    case 'G':
+      return ReadProgress(message.text, message);
     case 'O':
       message.text += '\n';
       message.kind = Message::OUTPUT;
@@ -93,16 +133,30 @@ std::string EncodeCompletion(std::string begun) { return LineOfWords('W', std::m
 
 std::string EncodeInterrupt() { return "I\n"; }
 
-std::string EncodeOutput(const std::string& text) {
+std::string EncodeNoWait() { return "N\n"; }
+
+std::string EncodeSingle() { return "S\n"; }
+
+std::string EncodeProgress(std::uint32_t done, std::uint32_t total) {
+  return Line('G', std::to_string(done) + ' ' + std::to_string(total));
+}
+
+std::string EncodeOutput(std::string_view text) {
   std::string lines;
+  AppendOutput(lines, text);
+  return lines;
+}
+
+void AppendOutput(std::string& lines, std::string_view text) {
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = std::min(text.find('\n', at), text.size());
     const std::size_t size = std::min(end - at, MAX_TEXT);
     const bool isEnded = at + size < text.size() && text[at + size] == '\n';
-    lines += Line(isEnded ? 'O' : 'P', text.substr(at, size));
+    lines.append(isEnded ? "O " : "P ", TAG_SIZE);
+    lines.append(text, at, size);
+    lines += '\n';
     at += size + (isEnded ? 1 : 0);
   }
-  return lines;
 }
 
 std::string EncodeReply(Code code, unsigned short vlan, bool isLast) {
@@ -129,7 +183,7 @@ std::optional<Message> Decoder::Next() {
     return std::nullopt;
   }
   Message message;
-  m_isBroken = !Read(m_bytes.substr(m_taken, end - m_taken), message);
+  m_isBroken = !Read(std::string_view(m_bytes).substr(m_taken, end - m_taken), message);
   m_taken = end + 1;
   if (m_isBroken) {
     return std::nullopt;

@@ -6,10 +6,13 @@
 //     client:  C <command>       carry this out
 //              W <begun>         which words may stand where this line ends
 //              I                 print no more of it, and do not wait for its effect
+//              N                 do not wait for the effect of any command (version 2)
+//              S                 the next command is the only one of this session (version 2)
 //     daemon:  O <text>          a line of output
 //              P <text>          output that does not end its line yet
 //              R <code> <vlan>   the reply: the command is over, the next one may come
 //              Q <code> <vlan>   the reply, and the last: the daemon closes the connection
+//              G <done> <total>  how far the running command has come (version 2)
 //
 // The client sends its greeting first. The daemon answers with its own greeting; when it is ready
 // for the first command, it sends a reply, as if to a command. An end that does not know the
@@ -18,16 +21,24 @@
 // the same in every version, so a daemon may also refuse a client before any greeting.
 //
 // A client sends a command when the reply to the last one has come; an interrupt without a running
-// command is ignored. A client that closes its sending side has hung up, and gets no more output of
-// a running command. The answer to W is the words as lines of output, and a reply after them as if
-// to a command. <code> is one of reply_codes.h, <vlan> the VLAN that the session is bound to,
-// <version> a number up to 65535.
+// command is ignored. N and S are said before the command that they are about, and have no reply.
+// Progress comes while a command makes any, at least once a second; a client may take it as a sign
+// of the daemon, or ignore it. A client that closes its sending side has hung up, and gets no more
+// output of a running command. The answer to W is the words as lines of output, and a reply after
+// them as if to a command. <code> is one of reply_codes.h, <vlan> the VLAN that the session is
+// bound to, <version> a number up to 65535; <done> and <total> count requests, in up to ten digits,
+// and <total> may grow.
+//
+// A daemon serves a client of version 1 as that version says: it greets with 1 and tells no
+// progress, and its replies have no code above 4 (code 5 is told as 0).
 #ifndef DEVICE_WIRE_WIRE_H
 #define DEVICE_WIRE_WIRE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "device/wire/reply_codes.h"
 
@@ -36,18 +47,23 @@ namespace wire {
 /// The longest command, and the longest piece of output in one line, in bytes.
 constexpr std::size_t MAX_TEXT = 4096;
 
-/// The version that is described here, and the only one that is known. It changes when an end of an
-/// earlier version would no longer understand the messages.
-constexpr unsigned short VERSION = 1;
+/// The version that is described here, which clients speak. It changes when an end of an earlier
+/// version would no longer understand the messages.
+constexpr unsigned short VERSION = 2;
+/// The earliest version that a daemon serves as well, so that a client that has not been replaced
+/// yet goes on working.
+constexpr unsigned short EARLIEST_VERSION = 1;
 
 struct Message {
-  enum Kind { GREETING, COMMAND, COMPLETION, INTERRUPT, OUTPUT, REPLY };
+  enum Kind { GREETING, COMMAND, COMPLETION, INTERRUPT, NO_WAIT, SINGLE, OUTPUT, REPLY, PROGRESS };
   Kind kind = COMMAND;
   std::string text;  // of a command; what is begun; output, with the end of its line if it has one
   unsigned short version = 0;  // of a greeting
   Code code = Code::DONE;
   unsigned short vlan = 0;
-  bool isLast = false;  // of a reply: the daemon closes the connection after it
+  bool isLast = false;     // of a reply: the daemon closes the connection after it
+  std::uint32_t done = 0;  // of progress
+  std::uint32_t total = 0;
 };
 
 std::string EncodeGreeting(unsigned short version = VERSION);
@@ -58,9 +74,14 @@ std::string EncodeCommand(std::string words);
 /// be completed.
 std::string EncodeCompletion(std::string begun);
 std::string EncodeInterrupt();
+std::string EncodeNoWait();
+std::string EncodeSingle();
 /// Returns one or several messages; a long line is split into pieces.
-std::string EncodeOutput(const std::string& text);
+std::string EncodeOutput(std::string_view text);
+/// The same, appended to `lines`.
+void AppendOutput(std::string& lines, std::string_view text);
 std::string EncodeReply(Code code, unsigned short vlan, bool isLast = false);
+std::string EncodeProgress(std::uint32_t done, std::uint32_t total);
 
 /// Assembles messages from the bytes of a socket.
 class Decoder {

@@ -87,7 +87,7 @@ class Session {
 
   void Execute(const std::string& line) {
     auto command = std::make_shared<RunningCommand>(
-        m_vlan, true, [](const std::string& text) { Device::Get().Note(text); },
+        m_vlan, true, [](std::string_view text) { Device::Get().Note(std::string(text)); },
         [] { Device::Get().Note("over"); });
     const console::Words words = console::Dispatcher::Split(line);
     if (words.empty()) {
@@ -131,8 +131,9 @@ class Session {
   }
 
   apply::Interfaces m_state;
-  console::Lab m_lab{Device::Get().Control(), m_state, TICK_MICROSECONDS,
-                     [] { Device::Get().Control().Restart(); }};
+  console::Lab m_lab{Device::Get().Control(), m_state, [](auto tick) {
+                       Tarsel::TimerLoop::SetTickMicroseconds(tick.value_or(TICK_MICROSECONDS));
+                     }};
   console::Dispatcher m_dispatcher{{[](const apply::Asker& asker) { Noted("reload", asker); },
                                     [](const apply::Asker& asker, bool) { Noted("check", asker); }},
                                    m_lab};

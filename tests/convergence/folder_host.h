@@ -2,6 +2,8 @@
 #ifndef TESTS_CONVERGENCE_FOLDER_HOST_H
 #define TESTS_CONVERGENCE_FOLDER_HOST_H
 
+#include <uv.h>
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -9,8 +11,9 @@
 
 #include "device/apply/interfaces.h"
 #include "device/apply/reloader.h"
+#include "device/daemon/protocol_rows.h"
+#include "device/daemon/stack_port.h"
 #include "device/loop/loop.h"
-#include "device/loop/settled_wait.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/trace_capture.h"
 
@@ -36,22 +39,59 @@ class FolderHost : public test_support::Device {
   Answer Check();
   /// Comes back when it has been applied or refused and everything has been answered.
   Answer Reload();
+  /// Comes back at once. Whether the folder is taken shows later. Call AwaitPool before files are
+  /// changed, so that no reading that is under way finds the new ones.
+  void AskForReload();
 
-  /// The stack's tables except for the router ids, which the stack chooses once, what the device
-  /// has asked of the library (VLANs, routes and rules), and assertions that have failed.
+  /// Until the thread pool has done what it has been given. The loop hears of it in its next turn.
+  void AwaitPool();
+  /// One turn of the loop, and the virtual time that belongs to it. The pool is waited for first,
+  /// so that a run depends on nothing but virtual time.
+  void Turn();
+  void LetTimePass(std::uint64_t milliseconds);
+  /// Turns until `isSo` is true. False if it does not become true in that much virtual time.
+  [[nodiscard]] bool TurnUntil(const std::function<bool()>& isSo, std::uint64_t limitMilliseconds);
+
+  /// The stack loses everything and begins anew.
+  void RestartTheStack();
+  /// Requests that were never answered end.
+  void EndLostRequests();
+  /// Every fault ends: each request is answered from now on, and those are that have been lost.
+  void EndFaults();
+  /// Turns until the device says that everything is done, which it has to do within three minutes,
+  /// and to say for a while. False if it does not.
+  [[nodiscard]] bool AwaitDone();
+
+  /// For whoever reads a failure: what the device still has to do, and what differs.
+  std::string WhatIsNotDone() const;
+
+  /// Forgets the calls and the log, so that what the process holds is the device's.
+  void ForgetTheLog();
+
+  apply::Interfaces& GetInterfaces() { return m_interfaces; }
+  const apply::Reloader& GetReloader() const { return m_reloader; }
+
+  /// The stack's tables except for the router ids, which the stack chooses once, the library's
+  /// VLANs, and assertions that have failed.
+  std::string Tables();
+  /// The same, and what the device has asked of the library: routes and rules.
   std::string State();
 
  private:
   apply::Asker AskerInto(Answer& answer);
   void TurnWhile(const std::function<bool()>& isGoingOn);
   void AwaitEnd();
+  bool IsDone() const;
 
-  const std::uint64_t m_turnMilliseconds;
+  std::uint64_t m_turnMilliseconds;
+  uv_sem_t m_reached;        // posted by the pool
+  unsigned int m_marks = 0;  // of AwaitPool that the loop has not heard of
   test_support::TraceCapture m_traces;
   ::loop::Loop m_loop;
   std::vector<std::string> m_logged;
   apply::Interfaces m_interfaces;
-  ::loop::SettledWait m_answers;
+  vantacored::SoftwareStackPort m_port;
+  vantacored::ProtocolRows m_protocolRows;
   apply::Reloader m_reloader;
 };
 

@@ -224,7 +224,7 @@ TEST_F(Client, StopsPrintingWhenInterrupted) {
   atPrompt->AwaitCommandUnderWay();
   atPrompt->Send("\x03");
   EXPECT_THAT(atPrompt->ReadUntil("vantacore[10]> "), Not(HasSubstr("End of table")));
-  // The walk runs out silently.
+  // The walk ends silently.
   atPrompt->Send("lab stack release\n");
   EXPECT_THAT(atPrompt->ReadUntil("vantacore[10]> "), Not(HasSubstr("End of table")));
   atPrompt->Send("rtm rib\n");
@@ -237,7 +237,7 @@ TEST_F(Client, EndsAsInterruptedWhenTheCommandOfItsCommandLineIs) {
   const auto client = Open(DaemonProcess::PIPES, {"rtm", "rib"});
   slow.Accept();
   slow.Send(wire::EncodeReply(wire::Code::DONE, 10));
-  const std::string command = wire::EncodeCommand("rtm rib");
+  const std::string command = wire::EncodeSingle() + wire::EncodeCommand("rtm rib");
   EXPECT_EQ(slow.Read(command.size()), command);
   slow.Send(wire::EncodeOutput("a route\n"));
   client->ReadUntil("a route\n");  // it waits for more now

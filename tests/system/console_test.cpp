@@ -79,7 +79,10 @@ TEST_F(Console, HasSettledBeforeTheFirstCommand) {
 }
 
 TEST_F(Console, GoesOnAfterFiveSecondsWithoutSettling) {
-  // The library's scheduler looks at its items every hundred seconds.
+  // The library's scheduler looks at its items, of which the route is one, every hundred seconds.
+  folder.Write("vlans.json",
+               R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10, "RIPV2": {"enabled": true},
+      "STATIC_ROUTES": {"r": {"network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.0.2"}}}}})");
   const Result result =
       RunDaemon({"--config", folder.Path(), "--tick-us", "1000000"}, "ip protocol summary\n");
   EXPECT_EQ(result.errors, "Requests are still under way after 5 s; going on\n");
@@ -90,12 +93,13 @@ TEST_F(Console, GoesOnAfterFiveSecondsWithoutSettling) {
 TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
   const Result result = Run("foo\nip bar\nvrf 20\n");
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.output,
-            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload check "
-            "lab help "
-            "? quit exit\n"
-            "\"ip\" is understood, \"bar\" after it is not. Possible: bgp igmp ospf protocol "
-            "rip\n");
+  EXPECT_EQ(
+      result.output,
+      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload check verify "
+      "lab help "
+      "? quit exit\n"
+      "\"ip\" is understood, \"bar\" after it is not. Possible: bgp igmp ospf protocol "
+      "rip\n");
   EXPECT_EQ(result.errors, "");
 }
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <ctime>
 #include <fstream>
 #include <memory>
 
@@ -77,6 +78,20 @@ bool HasOpen(pid_t process, const std::string& path) {
 unsigned long CountSleeps(pid_t process) {
   const std::string count = StatusOf(process, "voluntary_ctxt_switches");
   return count.empty() ? 0 : std::stoul(count);
+}
+
+long ResidentKilobytes(pid_t process) {
+  const std::string size = StatusOf(process, "VmRSS");
+  return size.empty() ? 0 : std::stol(size);
+}
+
+double ProcessorSeconds(pid_t process) {
+  clockid_t clock{};
+  timespec time{};
+  if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0) {
+    return 0;
+  }
+  return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
 }  // namespace system_test

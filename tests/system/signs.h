@@ -21,6 +21,10 @@ bool IsPending(pid_t process, int number);
 bool HasOpen(pid_t process, const std::string& path);
 /// How often its main thread has gone to sleep.
 unsigned long CountSleeps(pid_t process);
+/// Its memory, in kilobytes.
+long ResidentKilobytes(pid_t process);
+/// The processor time of all its threads so far.
+double ProcessorSeconds(pid_t process);
 
 }  // namespace system_test
 

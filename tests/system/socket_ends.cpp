@@ -32,7 +32,7 @@ void SendAll(int fd, const std::string& bytes) {
 }  // namespace
 
 SlowDaemon::SlowDaemon(const std::string& path, uid_t user)
-    : m_listener(socket(AF_UNIX, SOCK_STREAM, 0)) {
+    : m_listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   const sockaddr_un address = AddressOf(path);
   EXPECT_EQ(bind(m_listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   const uid_t own = geteuid();
@@ -94,7 +94,7 @@ std::string SlowDaemon::Read(std::size_t size) {
 }
 
 RawClient::RawClient(const std::string& path, const std::string& greeting)
-    : m_fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
+    : m_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   const sockaddr_un address = AddressOf(path);
   EXPECT_EQ(connect(m_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   LimitReceiving(m_fd);

@@ -45,11 +45,10 @@ TEST_F(Askers, HearTheFindingsAndWhatTheLibrarySays) {
 
 TEST_F(Askers, HearTheEndWhenTheFolderHasBeenJudged) {
   WriteVlans(R"("b": {"vid": 20})");
-  Control().Hold();
   m_reloader->Reload(first.Asker());
-  TurnUntilItWaits();
+  TurnUntilItIsApplied();
   EXPECT_THAT(first.ends, ElementsAre(true));
-  Control().Release();
+  EXPECT_THAT(Vlans(), ElementsAre(10)) << "nothing has been applied yet";
   TurnUntilDone();
   EXPECT_THAT(first.ends, ElementsAre(true)) << "once";
 }
@@ -57,12 +56,10 @@ TEST_F(Askers, HearTheEndWhenTheFolderHasBeenJudged) {
 TEST_F(Askers, HearOfTheReloadThatBeginsAfterTheyAsked) {
   WriteFar();
   WriteVlans(R"("b": {"vid": 20})");
-  Control().Hold();
   m_reloader->Reload(first.Asker());
-  TurnUntilItWaits();
+  TurnUntilItIsApplied();
   m_reloader->Reload(second.Asker());
   EXPECT_THAT(second.lines, IsEmpty());
-  Control().Release();
   TurnUntilDone();
   EXPECT_THAT(first.lines, ElementsAre(HasSubstr("remote/far.json:"), COMPLAINT));
   EXPECT_THAT(second.lines, ElementsAre(HasSubstr("remote/far.json:")))
@@ -76,13 +73,11 @@ TEST_F(Askers, HearOfTheReloadThatBeginsAfterTheyAsked) {
 
 TEST_F(Askers, ShareAReload) {
   WriteVlans(R"("b": {"vid": 20})");
-  Control().Hold();
   m_reloader->Reload();
-  TurnUntilItWaits();
+  TurnUntilItIsApplied();
   m_reloader->Reload(first.Asker());
   m_reloader->Reload(second.Asker());
   WriteVlans(R"("b": 5)");
-  Control().Release();
   TurnUntilDone();
   EXPECT_EQ(first.lines.size(), 1u);
   EXPECT_EQ(first.lines, second.lines);
@@ -160,7 +155,7 @@ TEST_F(Check, TellsOfMistakesAndChangesNothing) {
   EXPECT_FALSE(Passes(false));
   EXPECT_THAT(lines, ElementsAre(HasSubstr("vlans.json:")));
   EXPECT_FALSE(Passes(true));
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(TakeCalls(), IsEmpty());
   EXPECT_EQ(&m_reloader->GetIntent(), before);
   EXPECT_THAT(reported.lines, IsEmpty()) << "the log gets nothing";
@@ -172,14 +167,14 @@ TEST_F(Check, ChangesNothingOfWhatItPasses) {
   EXPECT_TRUE(Passes(true));
   EXPECT_THAT(Vlans(), ElementsAre(10));
   Reload();
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(Vlans(), ElementsAre(20));
 }
 
 TEST_F(Check, TakesItsTurn) {
   WriteVlans(R"("b": {"vid": 20})");
-  Control().Hold();
   m_reloader->Reload();
-  TurnUntilItWaits();
+  TurnUntilItIsApplied();
   std::vector<std::string> ends;
   const auto note = [&ends](const char* what) {
     return apply::Asker{{}, [&ends, what](bool) { ends.push_back(what); }};
@@ -189,7 +184,6 @@ TEST_F(Check, TakesItsTurn) {
   m_reloader->Check(note("strict"), true);
   m_reloader->Reload(note("last"));
   EXPECT_THAT(ends, IsEmpty());
-  Control().Release();
   TurnUntilDone();
   EXPECT_THAT(ends, ElementsAre("check", "reload", "strict", "last"));
   EXPECT_EQ(m_overs, 3u) << "a check between two reloads keeps them apart";

@@ -14,12 +14,13 @@
 
 #include "device/apply/reloader.h"
 #include "device/daemon/asker_log.h"
+#include "device/daemon/protocol_rows.h"
+#include "device/daemon/stack_port.h"
 #include "device/loop/loop.h"
 #include "device/stack/stack_control.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/reported_lines.h"
 #include "tests/support/scratch_folder.h"
-#include "tests/support/stack_activity.h"
 
 namespace apply_test {
 
@@ -42,11 +43,10 @@ class ReloaderFixture : public test_support::DeviceFixture {
     Tarsel::TimerLoop::SetTickMicroseconds(100);
     m_files.Write("device.json", R"({"default_vlan": 10, "interfaces": [
       {"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16"}]})");
-    m_answers.emplace(m_turns.Get(), test_support::ActivityOf(stack));
     m_reloader.emplace(
         m_turns.Get(),
         apply::Reloader::Source{m_files.Path(), {documents::DeclaredProtocols(), isPartial}},
-        m_interfaces, *m_answers,
+        m_interfaces, m_port, m_protocolRows,
         apply::ReloadHooks{reported.report, vantacored::HearWhile,
                            [this](const std::function<void()>& work) {
                              ++m_libraryWorks;
@@ -57,12 +57,10 @@ class ReloaderFixture : public test_support::DeviceFixture {
                              if (const auto call = std::exchange(m_whenOver, nullptr)) {
                                call();
                              }
-                           }});
+                           },
+                           [this] { ++m_restarts; }});
   }
-  ~ReloaderFixture() override {
-    m_reloader.reset();
-    m_answers.reset();
-  }
+  ~ReloaderFixture() override { m_reloader.reset(); }
 
   /// Initialises the library when the folder has been judged, if it is taken.
   void BeginToStart() {
@@ -81,7 +79,7 @@ class ReloaderFixture : public test_support::DeviceFixture {
     BeginToStart();
     TurnUntilDone();
     ASSERT_EQ(m_starts, 1u);
-    ASSERT_TRUE(Settle());
+    ASSERT_TRUE(SettleAll());
     TakeCalls();
     reported.lines.clear();
   }
@@ -93,18 +91,22 @@ class ReloaderFixture : public test_support::DeviceFixture {
     m_reloader->Reload(std::move(asker));
     TurnUntilDone();
   }
+  /// The host notices by itself.
   void RestartTheStack() {
+    const unsigned int before = m_restarts;
     Control().Restart();
-    m_reloader->BringBack();
-    TurnUntilDone();
-    ASSERT_TRUE(Settle());
+    ASSERT_TRUE(TurnUntil([&] { return m_restarts != before; }));
+    ASSERT_TRUE(SettleAll());
   }
 
   /// One turn of the loop; the device's time stands still.
   void TurnOnly() { uv_run(m_turns.Get(), UV_RUN_NOWAIT); }
+  /// While the pool works, the device's time stands still: how long that takes is the machine's.
   void Turn() {
     TurnOnly();
-    loop.AdvanceMilliseconds(1);
+    if (m_turns.Get()->active_reqs.count == 0) {
+      loop.AdvanceMilliseconds(1);
+    }
   }
   /// False if it does not come about in twenty seconds.
   [[nodiscard]] bool TurnUntil(const std::function<bool()>& isDone, bool doesTimeGoBy = true) {
@@ -117,14 +119,22 @@ class ReloaderFixture : public test_support::DeviceFixture {
   void TurnUntilDone() {
     EXPECT_TRUE(TurnUntil([this] { return !m_reloader->IsBusy(); }));
   }
-  /// While the stack answers nothing: until a reload waits for its answers.
-  void TurnUntilItWaits() {
+  /// Until everything has been asked for, answered and compared.
+  [[nodiscard]] bool SettleAll() {
+    return TurnUntil([this] { return m_reloader->IsSettled(); });
+  }
+  /// Until a reload has been judged; it is applied in later turns.
+  void TurnUntilItIsApplied() {
     const intent::Intent* before = &m_reloader->GetIntent();
     ASSERT_TRUE(TurnUntil([&] { return &m_reloader->GetIntent() != before; }));
-    for (const std::uint64_t begin = uv_hrtime(); uv_hrtime() - begin < 50000000;) {
-      Turn();
-    }
     ASSERT_TRUE(m_reloader->IsBusy());
+  }
+  /// While the stack answers nothing: until a reload is over and a VLAN waits for its answers.
+  void TurnUntilAVlanWaits() {
+    const intent::Intent* before = &m_reloader->GetIntent();
+    ASSERT_TRUE(TurnUntil([&] { return &m_reloader->GetIntent() != before; }));
+    TurnUntilDone();
+    ASSERT_FALSE(m_reloader->IsSettled());
   }
 
   std::vector<unsigned> Vlans() {
@@ -135,11 +145,9 @@ class ReloaderFixture : public test_support::DeviceFixture {
     return vlans;
   }
   const intent::ResolvedRoutes& RequestedRoutes() const {
-    return *m_reloader->GetApplier().GetRoutes().GetRoutes();
+    return *m_reloader->GetKnowledge().GetRoutes().GetWanted();
   }
-  const apply::RedistributionFeeder& Redistribution() const {
-    return m_reloader->GetApplier().GetRedistribution();
-  }
+  const apply::RuleKeeper& Rules() const { return m_reloader->GetKnowledge().GetRules(); }
 
   const std::string WITH_ROUTE = R"("a": {"vid": 10, "STATIC_ROUTES": {"r": {"interface": "eth0",
     "network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1"}}})";
@@ -147,11 +155,13 @@ class ReloaderFixture : public test_support::DeviceFixture {
   test_support::ScratchFolder m_files;
   test_support::ReportedLines reported;  // what the log gets
   apply::Interfaces m_interfaces;
-  std::optional<loop::SettledWait> m_answers;
+  vantacored::SoftwareStackPort m_port{stack, [this] { return loop.Now() / 1000; }};
+  vantacored::ProtocolRows m_protocolRows{m_port};
   std::optional<apply::Reloader> m_reloader;
   std::optional<bool> m_isTaken;  // by the start
   unsigned int m_starts = 0;
   unsigned int m_overs = 0;
+  unsigned int m_restarts = 0;
   std::function<void()> m_whenOver;  // called at the end of the next reload
   unsigned int m_libraryWorks = 0;
 };

@@ -4,12 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
+#include "device/stack/upkeep.h"
+#include "tests/support/recording_console.h"
 #include "tests/unit/apply/reloader_fixture.h"
 #include "vantacore/dc_router_base.h"
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -26,7 +30,7 @@ TEST_F(Reloader, StartsInTheOrderOfTheDevice) {
   // is ready.
   EXPECT_THAT(TakeCalls(),
               ElementsAre(HasSubstr("sms_act_rtm(0=10 "), HasSubstr("sms_act_rtm(0=32778 ")));
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(
       TakeCalls(),
       ElementsAre(HasSubstr("sms_bld_amb_test_i3_ei("), HasSubstr("sms_bld_amb_test_i3_ei("),
@@ -76,17 +80,127 @@ TEST_F(Reloader, RemovesRoutesBeforeTheirVlanGoes) {
   StartWith(WITH_ROUTE + R"(, "b": {"vid": 20})");
   WriteVlans(R"("b": {"vid": 20})");
   Control().Hold();
-  m_reloader->Reload();
-  EXPECT_TRUE(m_reloader->IsBusy());
-  TurnUntilItWaits();  // nobody has answered
-  EXPECT_THAT(Vlans(), ElementsAre(10, 20));
+  Reload();
+  EXPECT_THAT(Vlans(), ElementsAre(10, 20)) << "nobody has answered";
+  EXPECT_FALSE(m_reloader->IsSettled());
   Control().Release();
-  TurnUntilDone();
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(Vlans(), ElementsAre(20));
   EXPECT_THAT(TakeCalls(), ElementsAre(HasSubstr("sms_update_route(1, 6, 2, 1, 10.9.0.0, 16, "),
                                        HasSubstr("sms_act_rtm(0=10 1=6 "),
                                        HasSubstr("sms_act_rtm(0=32778 1=6 ")));
   EXPECT_THAT(RequestedRoutes(), IsEmpty());
+}
+
+// Everything that does not depend on the VLAN that goes.
+TEST_F(Reloader, DoesNotLetTheRestWaitForAVlanThatGoes) {
+  StartWith(WITH_ROUTE);
+  Control().Script(routing_stack::RowType::kRoute, {routing_stack::Answer::kNever, 0, 0}, 1);
+  m_files.Write("device.json", R"({"default_vlan": 10, "interfaces": [
+      {"name": "eth1", "vlan": 20, "index": 4, "ipv4": "10.2.0.1/16"}]})");
+  WriteVlans(R"("b": {"vid": 20, "RIPV2": {"enabled": true}, "STATIC_ROUTES": {"r": {
+    "network": "10.8.0.0", "netmask": "255.255.0.0", "gateway": "10.2.0.9"}}})");
+  Reload();
+  ASSERT_TRUE(TurnUntil([this] { return m_reloader->GetProgress().open == 1; }));
+  EXPECT_THAT(Vlans(), ElementsAre(10, 20));
+  EXPECT_THAT(Dump(), AllOf(HasSubstr("route 20 10.8.0.0/16"), HasSubstr("\"eth1\"")));
+  EXPECT_TRUE(Manager().GetDcRouterByVID(20, Tarsel::DcRouterMgr::PROTOCOL_RIPV2)->IsReady(4));
+  EXPECT_FALSE(m_reloader->IsSettled());
+
+  stack.GetUpkeep().EndLostRequests();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(Vlans(), ElementsAre(20));
+}
+
+TEST_F(Reloader, IsNotHeldUpByAnInstanceThatIsRefused) {
+  StartWith(WITH_ROUTE);
+  Control().ScriptVlan(routing_stack::RowType::kRtm, 20, {routing_stack::Answer::kStatus, 3, 0},
+                       100000);
+  const auto count = [this] { return m_reloader->GetKnowledge().GetDifferences().Count(); };
+  WriteVlans(WITH_ROUTE + R"(, "b": {"vid": 20, "STATIC_ROUTES": {"r": {
+    "network": "10.8.0.0", "netmask": "255.255.0.0", "gateway": "10.2.0.9"}}})");
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_EQ(count(), 2u) << "both instances";
+  EXPECT_EQ(m_reloader->GetProgress().open, 0u) << "its route waits for them";
+  WriteVlans(WITH_ROUTE);
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(Vlans(), ElementsAre(10));
+  EXPECT_EQ(count(), 0u);
+}
+
+TEST_F(Reloader, LeavesNoItemOfAVlanThatHasGone) {
+  StartWith(WITH_ROUTE + R"(, "b": {"vid": 20, "STATIC_ROUTES": {"r": {
+    "network": "10.8.0.0", "netmask": "255.255.0.0", "gateway": "10.2.0.9"}}})");
+  Control().ScriptVlan(routing_stack::RowType::kRoute, 20, {routing_stack::Answer::kStatus, 3, 0},
+                       100000);
+  WriteVlans(WITH_ROUTE);
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(Vlans(), ElementsAre(10));
+  Turn();
+  const auto log = test_support::NewConsoleLog(10);
+  test_support::RecordingConsole console(log);
+  Manager().GetCfgSched().Print(&console);
+  EXPECT_THAT(log->output, Not(HasSubstr("StaticRouteItem")));
+}
+
+// An empty plan compares nothing; a change does, long before the slow pass comes by.
+TEST_F(Reloader, ComparesAfterAChange) {
+  StartWith(WITH_ROUTE);
+  const auto count = [this] { return m_reloader->GetKnowledge().GetDifferences().Count(); };
+  const unsigned char stray[16] = {10, 7};
+  const unsigned char gateway[16] = {10, 1, 2, 1};
+  sms_update_route(1, 1, 1, 1, stray, 16, gateway, Tarsel::PATH_TYPE_STATIC, 3, 10, 1);
+  ASSERT_TRUE(SettleAll());
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_EQ(count(), 0u) << "nothing has changed";
+  WriteVlans(WITH_ROUTE + R"(, "b": {"vid": 20})");
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_EQ(count(), 1u);
+}
+
+TEST_F(Reloader, LetsAVlanGoThatComesBackMeanwhile) {
+  StartWith(WITH_ROUTE + R"(, "b": {"vid": 20})");
+  Control().Hold();
+  WriteVlans(R"("b": {"vid": 20})");
+  Reload();
+  ASSERT_THAT(Vlans(), ElementsAre(10, 20));
+  std::vector<std::string> calls;
+  ASSERT_TRUE(TurnUntil([&] {
+    if (calls.empty()) calls = TakeCalls();
+    return !calls.empty();
+  })) << "the removal is in the stack";
+  WriteVlans(WITH_ROUTE + R"(, "b": {"vid": 20})");
+  Reload();
+  EXPECT_THAT(
+      TakeCalls(),
+      ElementsAre(HasSubstr("sms_act_rtm(0=10 1=6 "), HasSubstr("sms_act_rtm(0=32778 1=6 "),
+                  HasSubstr("sms_act_rtm(0=10 1=1 "), HasSubstr("sms_act_rtm(0=32778 1=1 ")))
+      << "a new one";
+  Control().Release();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(Vlans(), ElementsAre(10, 20));
+  EXPECT_THAT(Dump(), HasSubstr("route 10 10.9.0.0/16"));
+}
+
+// It would keep the VLAN, which a start with this folder does not have.
+TEST_F(Reloader, LoadsARemoteDocumentThatBeginsToNameALeavingVlanWhenThatHasGone) {
+  StartWith(WITH_ROUTE + R"(, "b": {"vid": 20})");
+  Control().Hold();
+  WriteVlans(R"("b": {"vid": 20})");
+  m_files.Write("remote/one.json", R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10}, "b": {"vid": 20,
+    "STATIC_ROUTES": {"r": {"network": "10.8.0.0", "netmask": "255.255.0.0",
+                            "gateway": "10.2.0.9"}}}}})");
+  Reload();
+  ASSERT_THAT(Vlans(), ElementsAre(10, 20));
+  Control().Release();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(Vlans(), ElementsAre(20));
+  EXPECT_THAT(Dump(), HasSubstr("rib 20 10.8.0.0/16"));
 }
 
 TEST_F(Reloader, WaitsForNothingWhenAVlanHasNoRoutes) {
@@ -97,17 +211,18 @@ TEST_F(Reloader, WaitsForNothingWhenAVlanHasNoRoutes) {
   EXPECT_THAT(Vlans(), ElementsAre(10));
 }
 
-TEST_F(Reloader, ReadsAgainWhenAskedWhileItWaits) {
+TEST_F(Reloader, FollowsAnotherWhoseVlanStillWaits) {
   StartWith(WITH_ROUTE);
   WriteVlans(R"("b": {"vid": 20})");
   Control().Hold();
-  m_reloader->Reload();
-  TurnUntilItWaits();
+  Reload();
   WriteVlans(R"("c": {"vid": 30})");
   m_reloader->Reload();
   m_reloader->Reload();
-  Control().Release();
   TurnUntilDone();
+  EXPECT_THAT(Vlans(), ElementsAre(10, 30));
+  Control().Release();
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(Vlans(), ElementsAre(30));
 }
 
@@ -116,14 +231,11 @@ TEST_F(Reloader, TellsOfEachReloadOnceItIsOver) {
   EXPECT_EQ(m_overs, 0u) << "the start is not a reload";
   Reload();
   EXPECT_EQ(m_overs, 1u);
-  WriteVlans("\"b\": {\"vid\": 20}");
-  Control().Hold();
   m_reloader->Reload();
-  TurnUntilItWaits();
+  TurnOnly();
   m_reloader->Reload();
   m_reloader->Reload();
   EXPECT_EQ(m_overs, 1u) << "nothing has been applied yet";
-  Control().Release();
   TurnUntilDone();
   EXPECT_EQ(m_overs, 3u) << "two that wait are one";
   WriteVlans("\"b\": 5");
@@ -137,7 +249,7 @@ TEST_F(Reloader, BringsRoutesBackWithTheirVlan) {
   Reload();
   WriteVlans(WITH_ROUTE + R"(, "b": {"vid": 20})");
   Reload();
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(Dump(), HasSubstr("10.9.0.0/16"));
 }
 
@@ -145,7 +257,7 @@ TEST_F(Reloader, AsksForNothingWhenNothingHasChanged) {
   StartWith(WITH_ROUTE);
   const auto* routes = &RequestedRoutes();
   Reload();
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(TakeCalls(), IsEmpty());
   EXPECT_EQ(&RequestedRoutes(), routes) << "routes are not even compared";
 }
@@ -155,10 +267,10 @@ TEST_F(Reloader, AsksForNothingWhenNothingHasChanged) {
 TEST_F(Reloader, UndoesWhatHappenedToInterfaces) {
   StartWith(WITH_ROUTE);
   m_interfaces.SetStatus({10, 3}, false);
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   TakeCalls();
   Reload();
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   EXPECT_TRUE(m_interfaces.IsInterfaceUp(10, 3));
   EXPECT_THAT(TakeCalls(), Not(IsEmpty()));
 }
@@ -197,7 +309,7 @@ class Refused : public Reloader {
   void ExpectThatNothingChanges() {
     const intent::Intent* before = &m_reloader->GetIntent();
     Reload(heard.Asker());
-    ASSERT_TRUE(Settle());
+    ASSERT_TRUE(SettleAll());
     EXPECT_THAT(TakeCalls(), IsEmpty());
     EXPECT_EQ(&m_reloader->GetIntent(), before);
     EXPECT_THAT(heard.ends, ElementsAre(false));
@@ -226,6 +338,7 @@ TEST_F(Refused, IsAppliedWhenItHasBeenCorrected) {
   WriteVlans(R"("b": {"vid": 20})");
   Reload(heard.Asker());
   EXPECT_THAT(heard.ends, ElementsAre(true));
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(Vlans(), ElementsAre(20));
 }
 
@@ -266,41 +379,22 @@ class RemoteProtocol : public Reloader {
   }
 };
 
-TEST_F(RemoteProtocol, KeepsItsRulesWhenItIsNamedInTheReloadThatDisablesIt) {
+TEST_F(RemoteProtocol, LosesItsRulesWhenItIsNamedInTheReloadThatDisablesIt) {
   WriteRemote(R"(, "RIPV2": {"enabled": true})");
   WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": false}, "REDISTRIBUTION": {"rip": false}})");
-  Control().Hold();
-  Reload();  // nothing is withdrawn beforehand
-  Control().Release();
-  ASSERT_TRUE(Settle());
+  Reload();
+  ASSERT_TRUE(SettleAll());
   EXPECT_FALSE(RunsRip());
-  EXPECT_EQ(RulesIntoRip(), 4u);
-
-  // A further reload does not help, since requests for a protocol that is not ready are dropped.
-  Reload();
-  ASSERT_TRUE(Settle());
-  EXPECT_EQ(RulesIntoRip(), 4u);
-
-  // They go when the protocol is enabled again, unless they are wanted then.
-  WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": true}})");
-  Reload();
-  for (int i = 0; i < 20000 && Redistribution().IsWaiting(); ++i) {
-    Turn();
-  }
-  ASSERT_TRUE(Settle());
-  EXPECT_TRUE(RunsRip());
   EXPECT_EQ(RulesIntoRip(), 0u);
 }
 
 TEST_F(RemoteProtocol, LosesItsRulesWhenOnlyTheVlanDocumentChanges) {
   WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": false}, "REDISTRIBUTION": {"rip": false}})");
   Control().Hold();
-  m_reloader->Reload();
-  TurnUntilItWaits();
+  Reload();
+  EXPECT_FALSE(RunsRip()) << "nothing waits for the rules";
   Control().Release();
-  TurnUntilDone();
-  ASSERT_TRUE(Settle());
-  EXPECT_FALSE(RunsRip());
+  ASSERT_TRUE(SettleAll());
   EXPECT_EQ(RulesIntoRip(), 0u);
 }
 

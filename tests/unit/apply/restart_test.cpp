@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "tests/unit/apply/reloader_fixture.h"
 
@@ -47,7 +48,7 @@ TEST_F(Restart, TellsOfRoutesWithSeveralMetricsWhenTheyAreReadOnly) {
           "gateway": "10.1.2.1", "metric": 7}}}}})");
   reported.lines.clear();
   Reload();
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(reported.lines, Contains(HasSubstr("remote/two.json:")));
   reported.lines.clear();
   RestartTheStack();
@@ -58,27 +59,26 @@ TEST_F(Restart, BringsEverythingBack) {
   const std::string before = Dump();
   Control().Restart();
   ASSERT_NE(Dump(), before);
-  m_reloader->BringBack();
-  EXPECT_TRUE(m_reloader->IsBusy());
-  TurnUntilDone();
-  ASSERT_TRUE(Settle());
+  TurnOnly();
+  EXPECT_TRUE(m_reloader->IsBusy()) << "nobody had to say so";
+  ASSERT_TRUE(SettleAll());
   EXPECT_EQ(Dump(), before);
   EXPECT_THAT(Vlans(), ElementsAre(10, 20));
-  EXPECT_FALSE(Redistribution().IsWaiting());
+  EXPECT_FALSE(Rules().IsWaiting());
   EXPECT_EQ(m_overs, 0u) << "it is not a reload";
   // A second time, and nothing more afterwards.
   RestartTheStack();
   EXPECT_EQ(Dump(), before);
   TakeCalls();
   Reload();
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   EXPECT_THAT(TakeCalls(), IsEmpty());
 }
 
 TEST_F(Restart, KeepsWhatHappenedToInterfaces) {
   m_interfaces.SetStatus({20, 4}, true);
   m_interfaces.SetStatus({10, 3}, false);
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   const std::string before = Dump();
   RestartTheStack();
   EXPECT_EQ(Dump(), before);
@@ -90,7 +90,10 @@ TEST_F(Restart, SendsAgainWhatWasUnderWay) {
   RestartTheStack();
   Control().Script(routing_stack::RowType::kRoute, {routing_stack::Answer::kNever, 0, 0}, 1);
   Control().Script(routing_stack::RowType::kRoute, {routing_stack::Answer::kStatus, 3, 0}, 1);
-  RestartTheStack();
+  Control().Restart();
+  ASSERT_TRUE(
+      TurnUntil([this] { return m_reloader->GetKnowledge().GetDifferences().Count() == 1; }));
+  ASSERT_EQ(m_reloader->GetProgress().open, 1u) << "one is refused, one never answered";
   ASSERT_NE(Dump(), before);
   Control().Hold();
   m_interfaces.SetStatus({10, 3}, true);
@@ -102,7 +105,6 @@ TEST_F(Restart, SendsAgainWhatWasUnderWay) {
 TEST_F(Restart, MayHappenWhileEverythingIsBroughtBack) {
   const std::string before = Dump();
   Control().Restart();
-  m_reloader->BringBack();
   Turn();
   Turn();
   RestartTheStack();
@@ -110,8 +112,9 @@ TEST_F(Restart, MayHappenWhileEverythingIsBroughtBack) {
   EXPECT_THAT(Vlans(), ElementsAre(10, 20));
 }
 
-// The reload waits for the answers to its removals when the stack forgets everything: VLAN 10 goes with
-// its routes and rules, VLAN 20 gets a route and the remote document loses one.
+// The reload is being read, or is over and a VLAN waits for the answers to its removals, when the
+// stack forgets everything: VLAN 10 goes with its routes and rules, VLAN 20 gets a route and the
+// remote document loses one.
 class RestartDuringAReload : public Restart {
  protected:
   void BeginToReload(const std::string& more = "") {
@@ -124,23 +127,12 @@ class RestartDuringAReload : public Restart {
     m_reloader->Reload();
     ASSERT_TRUE(m_reloader->IsBusy());
   }
-  void TurnSome() {
-    for (int i = 0; i < 100; ++i) {
-      Turn();
-    }
-    ASSERT_TRUE(m_reloader->IsBusy());
-  }
   void RestartAndGoOn() {
+    const unsigned int before = m_restarts;
     Control().Restart();
-    m_reloader->BringBack();
     Control().Release();
-    TurnUntilDone();
-    ASSERT_TRUE(Settle());
-    // Nothing is left of what the reload waited for.
-    for (const std::uint64_t begin = uv_hrtime(); uv_hrtime() - begin < 100000000;) {
-      Turn();
-    }
-    EXPECT_FALSE(m_reloader->IsBusy());
+    ASSERT_TRUE(TurnUntil([&] { return m_restarts != before; }));
+    ASSERT_TRUE(SettleAll());
     EXPECT_FALSE(traces.Contains("An event was not handled"));
   }
   void ExpectTheNewConfiguration() {
@@ -151,11 +143,11 @@ class RestartDuringAReload : public Restart {
                              Not(HasSubstr("instance 10 ")), Not(HasSubstr("10.9.0.0/16")),
                              Not(HasSubstr("10.7.0.0/16")), Not(HasSubstr("2001:db8:9::/48"))));
     EXPECT_EQ(Control().Redistributions().size(), 3u);  // static, connected and BGP to OSPF
-    EXPECT_FALSE(Redistribution().IsWaiting());
+    EXPECT_FALSE(Rules().IsWaiting());
     EXPECT_EQ(m_overs, 1u);
     TakeCalls();
     Reload();
-    ASSERT_TRUE(Settle());
+    ASSERT_TRUE(SettleAll());
     EXPECT_THAT(TakeCalls(), IsEmpty());
     // What a start with the same documents gives.
     RestartTheStack();
@@ -171,24 +163,27 @@ TEST_F(RestartDuringAReload, EndsWithTheNewConfigurationWhenTheFolderIsBeingRead
 
 TEST_F(RestartDuringAReload, EndsWithTheNewConfigurationWhenAnswersAreAwaited) {
   BeginToReload();
-  TurnUntilItWaits();
+  TurnUntilAVlanWaits();
   RestartAndGoOn();
   ExpectTheNewConfiguration();
 }
 
 TEST_F(RestartDuringAReload, EndsWithTheNewConfigurationAlsoWhenRequestsWereSent) {
   BeginToReload();
-  TurnUntilItWaits();
-  EXPECT_THAT(TakeCalls(), Contains(HasSubstr("sms_update_route(1, 6, 2, 1, 10.9.0.0, 16, ")));
+  TurnUntilAVlanWaits();
+  std::string calls;
+  ASSERT_TRUE(TurnUntil([&] {
+    for (const std::string& call : TakeCalls()) calls += call;
+    return calls.find("sms_update_route(1, 6, 2, 1, 10.9.0.0, 16, ") != std::string::npos;
+  }));
   RestartAndGoOn();
   ExpectTheNewConfiguration();
 }
 
 TEST_F(RestartDuringAReload, MayHappenTwice) {
   BeginToReload();
-  TurnUntilItWaits();
+  TurnUntilAVlanWaits();
   Control().Restart();
-  m_reloader->BringBack();
   Turn();
   RestartAndGoOn();
   ExpectTheNewConfiguration();
@@ -197,7 +192,7 @@ TEST_F(RestartDuringAReload, MayHappenTwice) {
 // The stack comes back with what the first reload read, and the second one follows.
 TEST_F(RestartDuringAReload, LetsAnotherReloadFollow) {
   BeginToReload();
-  TurnUntilItWaits();
+  TurnUntilAVlanWaits();
   WriteVlans(R"("c": {"vid": 30})");
   m_reloader->Reload();
   RestartAndGoOn();
@@ -212,8 +207,8 @@ TEST_F(RestartDuringAReload, BringsTheInterfacesThatTheReloadHas) {
       {"name": "eth1", "vlan": 20, "index": 4, "ipv4": "10.2.0.1/16"},
       {"name": "eth2", "vlan": 20, "index": 5, "ipv4": "10.3.0.1/16"}]})");
   BeginToReload();
-  TurnUntilItWaits();
-  EXPECT_FALSE(m_interfaces.IsInterfaceUp(20, 4)) << "they come after the answers";
+  TurnUntilAVlanWaits();
+  EXPECT_TRUE(m_interfaces.IsInterfaceUp(20, 4)) << "they do not wait";
   RestartAndGoOn();
   EXPECT_TRUE(m_interfaces.IsInterfaceUp(20, 4));
   EXPECT_EQ(m_interfaces.IndexOf(20, "eth2"), 5u);
@@ -225,7 +220,7 @@ TEST_F(RestartDuringAReload, BringsTheInterfacesThatTheReloadHas) {
 // come to the interfaces.
 TEST_F(RestartDuringAReload, KnowsThePrimaryInterfacesOfNewVlans) {
   BeginToReload(R"(, "c": {"vid": 30})");
-  TurnUntilItWaits();
+  TurnUntilAVlanWaits();
   traces.TakeAssertions();
   RestartAndGoOn();
   EXPECT_THAT(Vlans(), ElementsAre(20, 30));

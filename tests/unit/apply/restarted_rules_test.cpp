@@ -5,7 +5,6 @@
 #include <string>
 
 #include "tests/unit/apply/reloader_fixture.h"
-#include "vantacore/dc_rtm_mgr.h"
 
 namespace {
 
@@ -19,26 +18,24 @@ class RestartedRules : public apply_test::ReloaderFixture {
   void WriteVlan(const std::string& members) { WriteVlans("\"a\": {\"vid\": 10" + members + "}"); }
 };
 
-// A protocol that is disabled while it is not ready keeps its rules in the stack. The stack that comes
-// next does not have them, so it must not be asked for their withdrawal later.
+// A rule whose withdrawal was under way when the stack went. The stack that comes next does not
+// have it, so it must not be asked for the withdrawal.
 TEST_F(RestartedRules, AreNotWithdrawnFromAStackThatNeverHadThem) {
   WriteVlan(R"(, "RIPV2": {"enabled": true}, "REDISTRIBUTION": {"rip": false})");
   BeginToStart();
   TurnUntilDone();
-  ASSERT_TRUE(Settle());
+  ASSERT_TRUE(SettleAll());
   ASSERT_THAT(TakeCalls(), Contains(HasSubstr("redist(1, 1, 196608, 524288, 10, 0)")));
-  Tarsel::DcRtmMgr::GetInstance()->DeleteRtmConfig(10);
+  Control().Hold();
   WriteVlan("");
   Reload();
-  ASSERT_TRUE(Settle());
-  ASSERT_THAT(Redistribution().GetAsked(), Not(IsEmpty()));
+  ASSERT_THAT(Rules().GetAsked(), Not(IsEmpty()));
 
-  RestartTheStack();
-  EXPECT_THAT(Redistribution().GetAsked(), IsEmpty());
+  Control().Restart();
   TakeCalls();
-  WriteVlan(R"(, "RIPV2": {"enabled": true})");
-  Reload();
-  ASSERT_TRUE(Settle());
+  Control().Release();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(Rules().GetAsked(), IsEmpty());
   EXPECT_THAT(TakeCalls(), Not(Contains(HasSubstr("redist"))));
 }
 

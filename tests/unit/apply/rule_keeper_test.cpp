@@ -95,8 +95,10 @@ TEST_F(RuleKeeper, HasARuleUnderWayThatIsAboutToBeRequested) {
     loop.AdvanceMilliseconds(1);
   }
   EXPECT_EQ(Look(), Kind::UNDER_WAY);
+  const std::uint64_t now = port.Now();
   Want({{RIP4, STATIC | BGP}});
   EXPECT_EQ(Look({RIP4, intent::CODE_BGP}), Kind::UNDER_WAY);
+  EXPECT_EQ(keeper.Look(RuleRow{RIP4, intent::CODE_BGP}).since, now);
 }
 
 TEST_F(RuleKeeper, StopsWaitingForWhatIsNotWantedAnyMore) {

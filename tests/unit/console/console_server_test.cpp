@@ -1,8 +1,9 @@
-// The server with its sessions, on a loop that the test turns. The device's time is virtual and stands
-// still, so a command that asks the stack for rows goes on for as long as the test likes.
+// The server with its sessions, on a loop that the test turns. The device's time is virtual and
+// stands still, so a command that asks the stack for rows goes on for as long as the test likes.
 #include "device/console/console_server.h"
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -20,10 +21,13 @@
 #include "device/wire/wire.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/walks_double.h"
 
 namespace {
 
 using console::ConsoleServer;
+using testing::ElementsAre;
+using testing::IsEmpty;
 using wire::Code;
 
 constexpr uid_t ROOT = 0;
@@ -58,6 +62,13 @@ class Peer {
     return send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
   }
 
+  // Takes so many bytes at most, and forgets them. Returns how many there were.
+  std::size_t Take(std::size_t most) const {
+    std::string bytes(most, '\0');
+    const ssize_t count = recv(m_fd, &bytes[0], most, 0);
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
+  }
+
   // Takes what has come, up to the next reply.
   bool TakeReply() {
     char bytes[65536];
@@ -72,6 +83,10 @@ class Peer {
         return true;
       }
       isGreeted |= message->kind == wire::Message::GREETING;
+      version = message->kind == wire::Message::GREETING ? message->version : version;
+      if (message->kind == wire::Message::PROGRESS) {
+        progress = std::to_string(message->done) + " of " + std::to_string(message->total);
+      }
       text += message->kind == wire::Message::OUTPUT ? message->text : "";
     }
     return false;
@@ -79,6 +94,8 @@ class Peer {
 
   std::string text;  // before the reply
   std::optional<wire::Message> reply;
+  std::string progress;  // that was told last
+  unsigned short version = 0;
   bool isGreeted = false;
   bool hasEnded = false;
 
@@ -102,9 +119,10 @@ class Server : public test_support::DeviceFixture {
         [this] {
           return std::make_unique<loop::SettledWait>(
               turns.Get(),
-              loop::Activity{[] { return 0; }, [] { return false; }, [] { return 0; }});
+              loop::Activity{[this] { return isUnderWay; }, [this] { return progress; }});
         },
-        [] { return static_cast<unsigned short>(10); }};
+        [] { return static_cast<unsigned short>(10); }, walks,
+        [this](std::size_t) { return differences; }};
     server.emplace(turns.Get(), path, context, limits);
     chmod(path.c_str(), 0666);
     server->Start();
@@ -128,9 +146,9 @@ class Server : public test_support::DeviceFixture {
     }
   }
 
-  std::unique_ptr<Peer> Connect(uid_t user = NOBODY) {
+  std::unique_ptr<Peer> Connect(uid_t user = NOBODY, unsigned short version = wire::VERSION) {
     auto peer = std::make_unique<Peer>(path, user);
-    peer->Send(wire::EncodeGreeting());
+    peer->Send(wire::EncodeGreeting(version));
     return peer;
   }
   static ConsoleServer::Limits Limits(std::size_t sessions, std::uint64_t silentMilliseconds) {
@@ -148,8 +166,8 @@ class Server : public test_support::DeviceFixture {
   }
 
   // One that is ready for a command, unless it has been refused.
-  std::unique_ptr<Peer> Open(uid_t user = NOBODY) {
-    auto peer = Connect(user);
+  std::unique_ptr<Peer> Open(uid_t user = NOBODY, unsigned short version = wire::VERSION) {
+    auto peer = Connect(user, version);
     Await(*peer);
     EXPECT_TRUE(peer->reply);
     return peer;
@@ -169,9 +187,21 @@ class Server : public test_support::DeviceFixture {
   const std::string path = place.PathOf("console");
   loop::Loop turns;
   apply::Interfaces state;
-  console::Lab lab{Control(), state, 1000, [] {}};
-  console::Dispatcher dispatcher{{[](const apply::Asker&) {}, [](const apply::Asker&, bool) {}},
+  console::Lab lab{Control(), state, [](auto) {}};
+  console::Dispatcher dispatcher{{[this](apply::Asker toldAsker) {
+                                    asker = std::move(toldAsker);
+                                    if (reload) {
+                                      reload();
+                                    }
+                                  },
+                                  [](const apply::Asker&, bool) {}},
                                  lab};
+  test_support::WalksDouble walks;
+  apply::Asker asker;  // of the last reload
+  std::function<void()> reload;
+  bool isUnderWay = false;
+  loop::Progress progress;
+  std::vector<std::string> differences;
   std::optional<ConsoleServer> server;
 };
 
@@ -182,6 +212,120 @@ TEST_F(Server, GreetsAClientThatInterruptsItAtOnce) {
   Await(peer);
   EXPECT_TRUE(peer.isGreeted);
   ExpectReady(peer);
+}
+
+TEST_F(Server, TellsHowFarACommandHasComeAndWhatItLacks) {
+  Serve();
+  const auto peer = Open();
+  EXPECT_EQ(peer->version, 2);
+  isUnderWay = true;
+  peer->Send("C reload\n");
+  TurnFor(20);
+  asker.end(true);
+  progress = {5, 9};
+  for (int i = 0; i < 20 && peer->progress.empty(); ++i) {
+    TurnFor(50);
+    EXPECT_FALSE(peer->TakeReply());
+  }
+  EXPECT_EQ(peer->progress, "5 of 9");
+  progress = {std::uint64_t(1) << 40, std::uint64_t(1) << 41};
+  for (int i = 0; i < 20 && peer->progress == "5 of 9"; ++i) {
+    TurnFor(50);
+    EXPECT_FALSE(peer->TakeReply());
+  }
+  EXPECT_EQ(peer->progress, "4294967295 of 4294967295");
+  differences = {"one", "1 row"};
+  isUnderWay = false;
+  Await(*peer);
+  ExpectReady(*peer);
+  EXPECT_EQ(peer->reply->code, Code::DIFFERS);
+  EXPECT_EQ(peer->text, "one\n1 row\n");
+}
+
+TEST_F(Server, ServesAClientOfVersion1AsThatKnows) {
+  Serve();
+  const auto peer = Open(NOBODY, 1);
+  ExpectReady(*peer);
+  EXPECT_EQ(peer->version, 1);
+  isUnderWay = true;
+  peer->Send("C reload\n");
+  TurnFor(20);
+  asker.end(true);
+  progress = {5, 9};
+  TurnFor(600);
+  EXPECT_FALSE(peer->TakeReply());
+  EXPECT_EQ(peer->progress, "");
+  differences = {"one", "1 row"};
+  isUnderWay = false;
+  Await(*peer);
+  ExpectReady(*peer);
+  EXPECT_EQ(peer->reply->code, Code::DONE) << "it knows no other code for what was applied";
+  EXPECT_EQ(peer->text, "one\n1 row\n");
+}
+
+TEST_F(Server, WaitsForNoEffectIfItsClientDoesNot) {
+  Serve();
+  const auto peer = Open();
+  isUnderWay = true;
+  peer->Send(wire::EncodeNoWait() + "C reload\n");
+  TurnFor(20);
+  EXPECT_FALSE(peer->TakeReply());
+  asker.end(false);
+  Await(*peer);
+  ExpectReady(*peer);
+  EXPECT_EQ(peer->reply->code, Code::REFUSED);
+  peer->Send("C reload\n");
+  TurnFor(20);
+  asker.end(true);
+  Await(*peer);
+  ExpectReady(*peer);
+  EXPECT_EQ(peer->reply->code, Code::DONE);
+}
+
+TEST_F(Server, EndsTheHoldOfASessionUnlessThatIsForOneCommand) {
+  Serve();
+  for (const std::string& single : {std::string(), wire::EncodeSingle()}) {
+    auto peer = Open();
+    peer->Send(single + "C lab stack hold\n");
+    Await(*peer);
+    ExpectReady(*peer);
+    EXPECT_TRUE(stack.GetFacts().IsHeld());
+    peer.reset();
+    TurnFor(20);
+    EXPECT_EQ(stack.GetFacts().IsHeld(), !single.empty());
+    Control().Release();
+  }
+}
+
+// Its walk is held when more than a megabyte waits, beside what the socket has taken, and goes on
+// when less than half of that does.
+TEST_F(Server, HoldsTheWalkOfAClientThatDoesNotRead) {
+  Serve();
+  const auto peer = Open();
+  reload = [this] { walks.Begin(); };
+  peer->Send("C reload\n");
+  TurnFor(20);
+  walks.TakeCalls();
+  const std::string row(1021, 'x');  // 1 KB on the wire
+  std::size_t told = 0;
+  while (told < 8000 && walks.TakeCalls().empty()) {
+    asker.report(row + "\n");
+    ++told;
+  }
+  EXPECT_GT(told, 1024u);
+  EXPECT_LT(told, 2048u) << "the socket has not taken so much";
+  TurnFor(20);
+  EXPECT_THAT(walks.TakeCalls(), IsEmpty());
+  std::size_t taken = 0;
+  std::vector<std::string> calls;
+  while (taken < told * 1024 && calls.empty()) {
+    taken += peer->Take(16 * 1024);
+    Turn();
+    calls = walks.TakeCalls();
+  }
+  EXPECT_THAT(calls, ElementsAre("go on 1"));
+  EXPECT_GT(taken, 500u * 1024);
+  EXPECT_LT(taken, 700u * 1024);
 }
 
 TEST_F(Server, LeavesInTheSocketWhatIsSentFarAhead) {
@@ -214,7 +358,7 @@ TEST_F(Server, WaitsForAGreetingForAWhileOnly) {
   ExpectRefused(
       silent,
       "The client does not say which version of the console protocol it speaks; the daemon "
-      "knows version 1\n");
+      "knows versions 1 to 2\n");
   Await(silent);
   EXPECT_TRUE(silent.hasEnded);
   greets->Send("C help\n");

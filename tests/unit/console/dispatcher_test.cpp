@@ -37,7 +37,7 @@ class Dispatcher : public test_support::DeviceFixture {
     output.clear();
     overs = 0;
     command = std::make_shared<RunningCommand>(
-        vlan, seesLog, [this](const std::string& text) { output += text; }, [this] { ++overs; });
+        vlan, seesLog, [this](std::string_view text) { output += text; }, [this] { ++overs; });
     const Reply reply = dispatcher.Execute(line, command);
     vlan = reply.vlan;
     return reply;
@@ -57,12 +57,12 @@ class Dispatcher : public test_support::DeviceFixture {
 
   int reloads = 0;
   int checks = 0;
+  int verifications = 0;
   bool isStrict = false;  // the last check
-  apply::Asker asker;     // of the last reload or check
+  apply::Asker asker;     // of the last of these
   bool seesLog = true;
   apply::Interfaces state;
-  int restarts = 0;
-  console::Lab lab{Control(), state, 1000, [this] { ++restarts; }};
+  console::Lab lab{Control(), state, [](auto) {}};
   console::Dispatcher dispatcher{{[this](apply::Asker toldAsker) {
                                     ++reloads;
                                     asker = std::move(toldAsker);
@@ -70,6 +70,10 @@ class Dispatcher : public test_support::DeviceFixture {
                                   [this](apply::Asker toldAsker, bool isToldStrict) {
                                     ++checks;
                                     isStrict = isToldStrict;
+                                    asker = std::move(toldAsker);
+                                  },
+                                  [this](apply::Asker toldAsker) {
+                                    ++verifications;
                                     asker = std::move(toldAsker);
                                   }},
                                  lab};
@@ -100,7 +104,7 @@ TEST_F(Dispatcher, ListsItsWords) {
   for (const char* usage :
        {"  ip [<word> ...] ", "  ip6 [<word> ...] ", "  rtm route|rib ", "  interface [vrf <vid>] ",
         "  interface6 [vrf <vid>] ", "  show <command> ", "  vrf <vid> ", "  reload ",
-        "  check [strict] ", "  help ", "  quit "}) {
+        "  check [strict] ", "  verify [stack] ", "  help ", "  quit "}) {
     EXPECT_THAT(output, HasSubstr(usage));
   }
   ExpectOver();
@@ -125,9 +129,10 @@ TEST_F(Dispatcher, ListsTheRegistries) {
 
 TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   EXPECT_EQ(ResultOf("foo bar"), Result::USAGE);
-  EXPECT_EQ(output,
-            "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload check "
-            "lab help ? quit exit\n");
+  EXPECT_EQ(
+      output,
+      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload check verify "
+      "lab help ? quit exit\n");
   ExpectOver();
   EXPECT_EQ(ResultOf("ip foo"), Result::USAGE);
   EXPECT_EQ(output,
@@ -300,6 +305,36 @@ TEST_F(Dispatcher, Checks) {
   }
   EXPECT_EQ(checks, 2);
   EXPECT_EQ(reloads, 0);
+}
+
+TEST_F(Dispatcher, Verifies) {
+  for (const char* line : {"verify", "verify stack"}) {
+    for (const bool hasPassed : {true, false}) {
+      EXPECT_FALSE(Execute(line).hasChanged);
+      EXPECT_EQ(overs, 0);
+      asker.report(hasPassed ? "PASS all\n" : "FAIL all\n");
+      asker.end(hasPassed);
+      asker = {};
+      ExpectOver();
+      EXPECT_EQ(output, hasPassed ? "PASS all\n" : "FAIL all\n");
+      EXPECT_EQ(command->GetResult(), hasPassed ? Result::DONE : Result::FAULTY);
+    }
+  }
+  EXPECT_EQ(verifications, 4);
+  EXPECT_EQ(ResultOf("verify folder"), Result::USAGE);
+  EXPECT_EQ(output, "\"verify\" is understood, \"folder\" after it is not. Possible: stack\n");
+  EXPECT_EQ(verifications, 4);
+}
+
+TEST_F(Dispatcher, VerifiesNothingWhereNothingCanBeCompared) {
+  const console::Dispatcher other{{[](const apply::Asker&) {}, [](const apply::Asker&, bool) {}},
+                                  lab};
+  command = std::make_shared<RunningCommand>(
+      vlan, true, [this](std::string_view text) { output += text; }, [this] { ++overs; });
+  EXPECT_FALSE(other.Execute("verify", command).hasChanged);
+  EXPECT_EQ(output, "This device cannot compare what is wanted with what its stack has\n");
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
+  ExpectOver();
 }
 
 TEST_F(Dispatcher, SaysThatACheckHasPassed) {

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "device/base/timer_loop.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/read_documents.h"
 #include "tests/support/recording_console.h"
@@ -85,8 +84,8 @@ class Lab : public test_support::DeviceFixture {
       {"name": "eth9", "vlan": 20, "index": 4}]})";
 
   apply::Interfaces state;
-  int restarts = 0;
-  console::Lab lab{Control(), state, 1000, [this] { ++restarts; }};
+  std::vector<std::optional<unsigned int>> ticks;
+  console::Lab lab{Control(), state, [this](auto tick) { ticks.push_back(tick); }};
 };
 
 TEST_F(Lab, TakesInterfacesDownAndUpWithTheirRoutes) {
@@ -146,8 +145,8 @@ TEST_F(Lab, LeavesTheFirstAddressBehindWhenASecondComes) {
   EXPECT_THAT(Networks(), ElementsAre("10.1", "32.1"));
 }
 
-// Whichever address is deleted, the library forgets the one that it keeps; a change then starts from
-// 0.0.0.0 and the stack keeps the old address.
+// Whichever address is deleted, the library forgets the one that it keeps; a change then starts
+// from 0.0.0.0 and the stack keeps the old address.
 TEST_F(Lab, LeavesAnAddressBehindWhenAnotherWasDeletedBeforeAChange) {
   Execute("address delete eth0 10.7.0.1/16");
   TakeCalls();
@@ -241,6 +240,18 @@ TEST_F(Lab, MakesTheStackRefuseAndRetry) {
   }
 }
 
+TEST_F(Lab, MakesTheStackRefuseTheRowsOfOneVlan) {
+  Execute("stack refuse route 1 times vrf 20");
+  AddRoute();
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(Networks(), ElementsAre("10.1", "10.9", "32.1"));
+  Execute("stack refuse interface 2 times vrf 10");
+  Execute("interface eth0 down");
+  EXPECT_THAT(Networks(), ElementsAre("10.1", "10.9", "32.1"));
+  TakeCalls();
+  ExpectRefused("stack refuse route 1 times vrf x", "Expected a VLAN id, found \"x\"\n");
+}
+
 TEST_F(Lab, MakesTheStackAnswerNeverTwiceOrLate) {
   Execute("stack never route 1 times");
   AddRoute();
@@ -269,16 +280,65 @@ TEST_F(Lab, HoldsTheStack) {
   EXPECT_THAT(Networks(), IsEmpty());
 }
 
-TEST_F(Lab, RestartsTheStack) {
-  EXPECT_TRUE(Execute("stack restart").hasChanged);
-  EXPECT_EQ(restarts, 1);
+TEST_F(Lab, HoldsTheStackUntilTheSessionEnds) {
+  const unsigned hold = Execute("stack hold").hold;
+  EXPECT_NE(hold, 0u);
+  state.SetStatus({10, 3}, false);
+  lab.EndHold(0, false);
+  lab.EndHold(hold + 1, false);
+  loop.AdvanceMilliseconds(1000);
+  EXPECT_THAT(Networks(), ElementsAre("10.1", "32.1"));
+  lab.EndHold(hold, false);
+  loop.AdvanceMilliseconds(100);
+  EXPECT_THAT(Networks(), IsEmpty());
 }
 
-TEST_F(Lab, MakesTimeGoFaster) {
+TEST_F(Lab, HoldsTheStackAMinuteLongerForASessionOfOneCommand) {
+  lab.EndHold(Execute("stack hold").hold, true);
+  state.SetStatus({10, 3}, false);
+  loop.AdvanceMilliseconds(59900);
+  EXPECT_THAT(Networks(), ElementsAre("10.1", "32.1"));
+  loop.AdvanceMilliseconds(200);
+  EXPECT_THAT(Networks(), IsEmpty());
+}
+
+TEST_F(Lab, LeavesTheHoldToWhomeverAskedForItLast) {
+  const unsigned first = Execute("stack hold").hold;
+  lab.EndHold(first, true);
+  const unsigned second = Execute("stack hold").hold;
+  EXPECT_NE(second, first);
+  state.SetStatus({10, 3}, false);
+  lab.EndHold(first, false);
+  loop.AdvanceMilliseconds(120000);  // the first one's minute has gone by
+  EXPECT_THAT(Networks(), ElementsAre("10.1", "32.1"));
+  lab.EndHold(second, false);
+  loop.AdvanceMilliseconds(100);
+  EXPECT_THAT(Networks(), IsEmpty());
+}
+
+TEST_F(Lab, EndsNoHoldThatHasBeenReleased) {
+  const unsigned hold = Execute("stack hold").hold;
+  lab.EndHold(hold, true);
+  Execute("stack release");
+  EXPECT_EQ(Execute("stack release").hold, 0u);
+  Control().Hold();  // somebody else's, of which the lab knows nothing
+  lab.EndHold(hold, false);
+  state.SetStatus({10, 3}, false);
+  loop.AdvanceMilliseconds(120000);
+  EXPECT_THAT(Networks(), ElementsAre("10.1", "32.1"));
+  Control().Release();
+}
+
+TEST_F(Lab, RestartsTheStack) {
+  EXPECT_TRUE(Execute("stack restart").hasChanged);
+  EXPECT_EQ(stack.GetFacts().CountRestarts(), 1u);
+}
+
+TEST_F(Lab, FixesTheTickAndGivesItBack) {
   Execute("tick fast");
-  EXPECT_EQ(Tarsel::TimerLoop::GetTickMicroseconds(), 10u);
+  EXPECT_THAT(ticks, ElementsAre(10u));
   Execute("tick normal");
-  EXPECT_EQ(Tarsel::TimerLoop::GetTickMicroseconds(), 1000u);
+  EXPECT_THAT(ticks, ElementsAre(10u, std::nullopt));
 }
 
 TEST_F(Lab, SaysWhatItDoesNotUnderstand) {

@@ -67,6 +67,37 @@ TEST_F(OutputQueue, WaitsForASlowReader) {
   EXPECT_TRUE(ReceiveAll() == all);
 }
 
+TEST_F(OutputQueue, KnowsWhetherTheSocketTakesMore) {
+  EXPECT_FALSE(queue.IsStopped());
+  for (int i = 0; i < 4 * 1024; ++i) {
+    queue.Add(line);
+  }
+  EXPECT_TRUE(queue.Send(ends[0]));
+  EXPECT_TRUE(queue.IsStopped());
+  ReceiveAll();
+  EXPECT_FALSE(queue.IsStopped());
+}
+
+TEST_F(OutputQueue, CountsWhatTheSocketHasNotTaken) {
+  std::size_t added = 0;
+  for (int i = 0; i < 100 * 1024; i += 1000) {  // texts of all sizes, up to many blocks in one
+    const std::string text(static_cast<std::size_t>(i % 4096), 'x');
+    queue.Add(text);
+    added += wire::EncodeOutput(text).size();
+    EXPECT_EQ(queue.CountWaiting(), added);
+  }
+  const std::string longText(300 * 1024, 'y');
+  queue.Add(longText);
+  added += wire::EncodeOutput(longText).size();
+  std::size_t received = 0;
+  for (int i = 0; i < 1000 && !queue.IsEmpty(); ++i) {
+    EXPECT_TRUE(queue.Send(ends[0]));
+    received += Receive().size();
+    EXPECT_EQ(queue.CountWaiting(), added - received);
+  }
+  EXPECT_EQ(received, added);
+}
+
 TEST_F(OutputQueue, CutsWhatIsMoreThanEightMegabytes) {
   for (int i = 0; i < 8 * 1024; ++i) {
     ASSERT_TRUE(queue.Add(line)) << i;

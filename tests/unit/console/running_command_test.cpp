@@ -17,7 +17,7 @@ class RunningCommand : public testing::Test {
   std::string output;
   int overs = 0;
   std::shared_ptr<console::RunningCommand> command = std::make_shared<console::RunningCommand>(
-      10, false, [this](const std::string& text) { output += text; }, [this] { ++overs; });
+      10, false, [this](std::string_view text) { output += text; }, [this] { ++overs; });
 };
 
 TEST_F(RunningCommand, EndsOnce) {
@@ -70,7 +70,7 @@ TEST_F(RunningCommand, LetsItsSessionDetachFromInside) {
   const auto count = std::make_shared<int>(0);
   console::RunningCommand own(
       10, true,
-      [&taken, &running, count](const std::string&) {
+      [&taken, &running, count](std::string_view) {
         running->Detach();
         taken += 1 + *count;  // what the function holds is there until it returns
       },

@@ -38,7 +38,7 @@ TEST_F(ParseCommandLine, HasDefaults) {
   EXPECT_FALSE(line.isDaemon);
   EXPECT_FALSE(line.isPartial);
   EXPECT_EQ(line.checkDirectory, "");
-  EXPECT_EQ(line.tickMicroseconds, 1000u);
+  EXPECT_EQ(line.tickMicroseconds, std::nullopt);
   EXPECT_EQ(line.socketPath, "");
 }
 

@@ -71,4 +71,26 @@ TEST_F(LogRelay, TellsTheNextReaderHowManyLinesAreMissing) {
   EXPECT_EQ(text, "2 lines of the log were lost: their reader had stopped\nthree\n");
 }
 
+TEST_F(LogRelay, HasFinishedWhenAllIsWritten) {
+  constexpr std::chrono::milliseconds MOST{5000};
+  vantacored::LogRelay relay(Writer());
+  Send(relay, "one\n");
+  const auto begin = std::chrono::steady_clock::now();
+  relay.Finish(static_cast<int>(MOST.count()));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, MOST);
+  EXPECT_EQ(ReadUntil("\n"), "one\n");
+}
+
+// The thread would go on with the processor's time of a whole daemon.
+TEST_F(LogRelay, FinishesWithoutAReader) {
+  constexpr std::chrono::milliseconds MOST{5000};
+  vantacored::LogRelay relay(Writer());
+  CloseReader();
+  Send(relay, "one\n");
+  const auto begin = std::chrono::steady_clock::now();
+  relay.Finish(static_cast<int>(MOST.count()));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, MOST);
+  OpenReader();
+}
+
 }  // namespace

@@ -115,20 +115,6 @@ TEST(RedistributionPlan, LeavesOutWhatTheProfileKeeps) {
       IsEmpty());
 }
 
-TEST(RedistributionPlan, ComparesTheRulesOfADestination) {
-  const Destination here{10, false, 0x80000};
-  const Destination there{10, true, 0x80000};
-  const Rules present = {{here, STATIC | BGP}, {there, RIP}};
-  const auto change = [](const Rules& from, const Rules& to, const Destination& destination) {
-    const intent::RuleChange found = intent::PlanRule(from, to, destination);
-    return std::pair(found.withdraw, found.add);
-  };
-  EXPECT_EQ(change(present, {{here, BGP | OSPF}}, here), std::pair(STATIC, OSPF));
-  EXPECT_EQ(change(present, {}, here), std::pair(STATIC | BGP, 0u));
-  EXPECT_EQ(change({}, present, there), std::pair(0u, RIP));
-  EXPECT_EQ(change(present, present, here), std::pair(0u, 0u));
-}
-
 TEST(RedistributionPlan, FindsTheRulesThatStay) {
   const Destination here{10, false, 0x80000};
   const Destination there{10, true, 0x80000};

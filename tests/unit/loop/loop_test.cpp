@@ -1,11 +1,14 @@
 #include "device/loop/loop.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <uv.h>
 
+#include <algorithm>
 #include <ctime>
 #include <stdexcept>
+#include <string>
 
 #include "device/loop/loop_handles.h"
 
@@ -77,6 +80,53 @@ TEST(Loop, ForgetsTheLongestTurnThatHasBeenTaken) {
   computing.Post([] {});
   uv_run(turning.Get(), UV_RUN_DEFAULT);
   EXPECT_LT(turning.TakeLongestTurn(), 30000u);
+}
+
+TEST(Loop, CallsAtTheEndOfEachTurn) {
+  loop::Loop turning;
+  loop::Task first(turning.Get());
+  loop::Timer later(turning.Get());
+  std::string order;
+  turning.AtTurnEnd([&] { order += '|'; });
+  first.Post([&] {
+    order += 'a';
+    first.Post([&] { order += 'b'; });
+  });
+  later.Start(50, [&] {
+    order += 'c';
+    turning.AtTurnEnd({});
+    first.Post([&] { order += 'd'; });
+  });
+  uv_run(turning.Get(), UV_RUN_DEFAULT);
+  // Empty turns are told too; there are few, because nothing wakes the loop in between.
+  order.erase(std::unique(order.begin(), order.end()), order.end());
+  EXPECT_THAT(order, testing::MatchesRegex("\\|?a\\|b\\|cd"));
+}
+
+TEST(Loop, DoesNotGoOnForWhatIsCalledAtTheEndOfATurn) {
+  loop::Loop turning;
+  int calls = 0;
+  turning.AtTurnEnd([&] { ++calls; });
+  loop::Timer waiting(turning.Get());
+  waiting.Start(100, [] {});
+  uv_run(turning.Get(), UV_RUN_DEFAULT);
+  EXPECT_GE(calls, 1);
+  EXPECT_LE(calls, 3) << "it does not wake the loop";
+}
+
+TEST(Loop, CountsWhatIsCalledAtTheEndOfATurn) {
+  loop::Loop turning;
+  loop::Task first(turning.Get());
+  bool isDone = false;
+  turning.AtTurnEnd([&] {
+    if (!isDone) {
+      isDone = true;
+      Compute(60);
+    }
+  });
+  first.Post([&] { first.Post([] {}); });
+  uv_run(turning.Get(), UV_RUN_DEFAULT);
+  EXPECT_GE(turning.TakeLongestTurn(), 60000u);
 }
 
 }  // namespace

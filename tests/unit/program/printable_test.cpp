@@ -55,6 +55,22 @@ TEST(Quote, HidesWhatTurnsTextAround) {
   }
 }
 
+// Each byte at each place of a text, whatever stands around it.
+TEST(IsPlain, TakesPrintableAsciiAndEndsOfLinesAndTabs) {
+  for (const char* around : {"abcdefghijklmnop~ q", "\t\n\t\n\t\n\t\n\t\n\t\n\t\n\t\n\t\n\t"}) {
+    for (int byte = 0; byte < 256; ++byte) {
+      for (std::size_t at = 0; at < 19; ++at) {
+        std::string text = around;
+        text[at] = static_cast<char>(byte);
+        EXPECT_EQ(program::IsPlain(text),
+                  (byte >= ' ' && byte <= '~') || byte == '\n' || byte == '\t')
+            << "byte " << byte << " at " << at;
+      }
+    }
+  }
+  EXPECT_TRUE(program::IsPlain(""));
+}
+
 TEST(PrintableLines, KeepsLinesAndTabsOnly) {
   EXPECT_EQ(program::PrintableLines("a\tb\n\nc\n"), "a\tb\n\nc\n");
   EXPECT_EQ(program::PrintableLines("a\rb\x1b[2J\x07\x7f\n"), "a\\x0db\\x1b[2J\\x07\\x7f\n");

@@ -23,6 +23,12 @@ std::string Line(const Message& message) {
       return wire::EncodeCompletion(message.text);
     case Message::INTERRUPT:
       return wire::EncodeInterrupt();
+    case Message::NO_WAIT:
+      return wire::EncodeNoWait();
+    case Message::SINGLE:
+      return wire::EncodeSingle();
+    case Message::PROGRESS:
+      return wire::EncodeProgress(message.done, message.total);
     case Message::OUTPUT:
       return wire::EncodeOutput(message.text);
     case Message::REPLY:
@@ -43,7 +49,7 @@ class DecoderAtRandom : public testing::Test {
   }
 
   std::string SomeLine() {
-    switch (m_random.Below(6)) {
+    switch (m_random.Below(9)) {
       case 0:
         return wire::EncodeGreeting(static_cast<unsigned short>(m_random.Below(65536)));
       case 1:
@@ -54,8 +60,14 @@ class DecoderAtRandom : public testing::Test {
         return wire::EncodeInterrupt();
       case 4:
         return wire::EncodeOutput(SomeText());
+      case 5:
+        return wire::EncodeNoWait();
+      case 6:
+        return wire::EncodeSingle();
+      case 7:
+        return wire::EncodeProgress(m_random.Below(1000000), UINT32_MAX);
       default:
-        return wire::EncodeReply(static_cast<Code>(m_random.Below(5)),
+        return wire::EncodeReply(static_cast<Code>(m_random.Below(6)),
                                  static_cast<unsigned short>(m_random.Below(65536)),
                                  m_random.Percent(50));
     }

@@ -19,7 +19,7 @@ TEST(ReplyCodes, KeepTheirNumbers) {
     codes.emplace_back(static_cast<int>(entry.code), entry.name);
   }
   EXPECT_THAT(codes, ElementsAre(Pair(0, "done"), Pair(1, "refused"), Pair(2, "usage"),
-                                 Pair(3, "unreachable"), Pair(4, "timed out")));
+                                 Pair(3, "unreachable"), Pair(4, "timed out"), Pair(5, "differs")));
 }
 
 }  // namespace

@@ -29,10 +29,13 @@ std::string Shown(const std::string& bytes) {
 }
 
 TEST(Wire, IsLinesThatAPersonCanRead) {
-  EXPECT_EQ(wire::EncodeGreeting(), "V 1\n");
+  EXPECT_EQ(wire::EncodeGreeting(), "V 2\n");
   EXPECT_EQ(wire::EncodeCommand("vrf 20"), "C vrf 20\n");
   EXPECT_EQ(wire::EncodeCompletion("ip pro"), "W ip pro\n");
   EXPECT_EQ(wire::EncodeInterrupt(), "I\n");
+  EXPECT_EQ(wire::EncodeNoWait(), "N\n");
+  EXPECT_EQ(wire::EncodeSingle(), "S\n");
+  EXPECT_EQ(wire::EncodeProgress(7, 4294967295), "G 7 4294967295\n");
   EXPECT_EQ(wire::EncodeOutput("one\n\ntwo"), "O one\nO \nP two\n");
   EXPECT_EQ(wire::EncodeReply(Code::USAGE, 4094), "R 2 4094\n");
   EXPECT_EQ(wire::EncodeReply(Code::DONE, 10, true), "Q 0 10\n");
@@ -57,6 +60,13 @@ TEST(Wire, ReadsWhatItWrites) {
   const auto interrupt = Decode(wire::EncodeInterrupt());
   ASSERT_TRUE(interrupt);
   EXPECT_EQ(interrupt->kind, Message::INTERRUPT);
+  EXPECT_EQ(Decode(wire::EncodeNoWait())->kind, Message::NO_WAIT);
+  EXPECT_EQ(Decode(wire::EncodeSingle())->kind, Message::SINGLE);
+  const auto progress = Decode(wire::EncodeProgress(4294967295, 12));
+  ASSERT_TRUE(progress);
+  EXPECT_EQ(progress->kind, Message::PROGRESS);
+  EXPECT_EQ(progress->done, 4294967295u);
+  EXPECT_EQ(progress->total, 12u);
   const auto reply = Decode(wire::EncodeReply(Code::TIMED_OUT, 65535));
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->kind, Message::REPLY);
@@ -98,10 +108,21 @@ TEST(Wire, PutsMessagesTogetherFromPieces) {
 }
 
 TEST(Wire, TakesNothingBehindWhatIsNoMessage) {
-  for (const char* line :
-       {"",     "C",    "Cx",    "X a",    "i",         "I ",      "R",      "R 0",
-        "R 0 ", "R  1", "R 5 1", "R -1 1", "R 0 65536", "R 0 1 ",  "R 0x 1", "Q 0",
-        "V",    "V ",   "V x",   "V 1 ",   "V -1",      "V 65536", "V 1 2",  "R 999999999999 1"}) {
+  for (const char* line : {"",          "C",
+                           "Cx",        "X a",
+                           "i",         "I ",
+                           "R",         "R 0",
+                           "R 0 ",      "R  1",
+                           "R 6 1",     "N ",
+                           "SS",        "G 1",
+                           "G 1 ",      "G 1 4294967296",
+                           "G -1 1",    "R -1 1",
+                           "R 0 65536", "R 0 1 ",
+                           "R 0x 1",    "Q 0",
+                           "V",         "V ",
+                           "V x",       "V 1 ",
+                           "V -1",      "V 65536",
+                           "V 1 2",     "R 999999999999 1"}) {
     Decoder decoder;
     const std::string bytes = std::string(line) + "\nC help\n";
     decoder.Feed(bytes.data(), bytes.size());

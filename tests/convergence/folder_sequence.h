@@ -1,0 +1,94 @@
+// Random sequences of what can happen to a device with a configuration folder: the folder changes
+// and is reloaded, interfaces change in between, the stack answers as it likes or not at all, and
+// is held and restarted. Each step comes whatever state the ones before have left.
+#ifndef TESTS_CONVERGENCE_FOLDER_SEQUENCE_H
+#define TESTS_CONVERGENCE_FOLDER_SEQUENCE_H
+
+#include <functional>
+#include <optional>
+#include <random>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "device/stack/stack_control.h"
+#include "tests/convergence/folder_host.h"
+#include "tests/convergence/folder_model.h"
+#include "tests/support/scratch_folder.h"
+
+namespace convergence {
+
+struct FolderStep {
+  std::string kind;  // for counting
+  std::string text;  // for whoever reads a failure
+  std::function<void(FolderHost& host, const test_support::ScratchFolder& folder)> apply;
+  /// Of a change of an interface: which one. The change is left out if there is no such interface.
+  std::optional<std::pair<unsigned short, unsigned int>> interface;
+};
+
+void WriteFiles(const FolderFiles& files, const test_support::ScratchFolder& folder);
+
+class FolderSequence {
+ public:
+  /// The same seed draws the same sequence.
+  explicit FolderSequence(unsigned int seed);
+
+  const FolderFiles& First() const { return m_first; }
+  const FolderFiles& Last() const { return m_last; }
+  /// The last folder's.
+  unsigned int Mark() const { return m_model.mark; }
+  const std::vector<FolderStep>& Steps() const { return m_steps; }
+  /// How the lines begin of the protocol rows that may stay behind: their protocol had had them
+  /// when it was disabled, and they are not wanted any more.
+  std::set<std::string> LeftBehind() const;
+  std::string Text() const;
+
+ private:
+  unsigned int Below(unsigned int below) {
+    return std::uniform_int_distribution<unsigned int>(0, below - 1)(m_engine);
+  }
+  bool Percent(unsigned int percent) { return Below(100) < percent; }
+  unsigned short DrawVlan() { return static_cast<unsigned short>(10 * (1 + Below(3))); }
+  void Add(const std::string& kind, const std::string& text,
+           std::function<void(FolderHost&, const test_support::ScratchFolder&)> apply);
+
+  void DrawFirst();
+  void DrawStep();
+  void DrawWait();
+
+  // Changes of the folder.
+  void DrawReload();
+  std::string DrawChange();
+  std::string VlanComesOrGoes(unsigned short id);
+  std::string InterfaceOfFolderChanges(unsigned short id);
+  std::string RouteChanges(FolderVlan& vlan);
+  std::string ManyRoutesComeOrGo(FolderVlan& vlan);
+  std::string ProtocolChanges(unsigned short id, FolderVlan& vlan);
+  std::string RuleChanges(FolderVlan& vlan);
+  void NoteDisabled(unsigned short id, std::size_t protocol);
+  void NoteRows();
+  FolderVlan DrawNewVlan(unsigned short id);
+  std::map<unsigned int, unsigned int> DrawRows(unsigned short id);
+
+  // What happens to interfaces and to the stack.
+  void DrawInterfaceEvent();
+  void DrawFlaps();
+  void DrawAnswers();
+  void DrawBusyTime();
+  void DrawHold();
+
+  std::mt19937 m_engine;
+  FolderModel m_model;
+  FolderFiles m_first;
+  FolderFiles m_last;
+  /// The ids of all rows that a folder has had, by VLAN and protocol.
+  std::map<std::pair<unsigned short, std::size_t>, std::set<unsigned int>> m_rows;
+  /// How the lines begin of those that a protocol had had when it was disabled, by VLAN.
+  std::map<unsigned short, std::set<std::string>> m_disabledRows;
+  std::vector<FolderStep> m_steps;
+};
+
+}  // namespace convergence
+
+#endif
