@@ -23,6 +23,13 @@ bool HasOpen(pid_t process, const std::string& path);
 unsigned long CountSleeps(pid_t process);
 /// Its memory, in kilobytes.
 long ResidentKilobytes(pid_t process);
+/// Whether this is a build with the address sanitizer, which keeps what is freed: then a process's
+/// memory tells nothing of what it holds.
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool KEEPS_FREED_MEMORY = true;
+#else
+constexpr bool KEEPS_FREED_MEMORY = false;
+#endif
 /// The processor time of all its threads so far.
 double ProcessorSeconds(pid_t process);
 
