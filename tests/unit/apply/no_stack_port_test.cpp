@@ -341,7 +341,8 @@ class NoStackPortAtRandom : public NoStackPort {
 };
 
 TEST_F(NoStackPortAtRandom, HasWhatIsWantedInTheEnd) {
-  const unsigned int rounds = test_models::Scaled(60);
+  constexpr unsigned int ROUNDS = 60;
+  const unsigned int rounds = test_models::Scaled(ROUNDS);
   std::size_t routes = 0;
   std::size_t rules = 0;
   for (unsigned int round = 0; round < rounds && !HasFailure(); ++round) {
@@ -355,9 +356,11 @@ TEST_F(NoStackPortAtRandom, HasWhatIsWantedInTheEnd) {
     rules += Rules().GetWanted()->size();
     EXPECT_EQ(RulesOfStack(), *Rules().GetWanted());
   }
-  EXPECT_GT(routes, rounds);
-  EXPECT_GT(rules, rounds / 10);
-  EXPECT_GT(reported.lines.size(), rounds / 4) << "differences have begun and ended";
+  if (rounds >= ROUNDS) {  // a short run need not meet each
+    EXPECT_GT(routes, rounds);
+    EXPECT_GT(rules, rounds / 10);
+    EXPECT_GT(reported.lines.size(), rounds / 4) << "differences have begun and ended";
+  }
   std::printf("%zu routes, %zu rules, %zu lines\n", routes, rules, reported.lines.size());
 }
 
