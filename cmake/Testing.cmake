@@ -7,16 +7,31 @@ function(vantacore_compile_quickly target)
   target_precompile_headers(${target} REUSE_FROM test_headers)
 endfunction()
 
-# vantacore_add_test(NAME name SOURCES file... [LIBS target...] [LABELS label...] [ISOLATED]
-#                    [OPTIMISED] [TIMEOUT seconds] [RUNNER word...])
+# Most of a suite's compilation is templates, of googletest above all, which each of its files needs anew.
+# Joined, the files are compiled as one, in less than half the time. The preset dev compiles each by
+# itself, which shows that each includes what it needs.
+option(VANTACORE_JOIN_TESTS "Compile the files of each suite as one" OFF)
+
+# vantacore_join_sources(target file...): all but the named files.
+function(vantacore_join_sources target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  # The compiler takes the joined files for headers, whose unnamed namespaces it distrusts.
+  target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+endfunction()
+
+# vantacore_add_test(NAME name SOURCES file... [APART file...] [LIBS target...] [LABELS label...]
+#                    [ISOLATED] [OPTIMISED] [TIMEOUT seconds] [RUNNER word...])
 #
 # One executable and one ctest entry. It is linked with googletest, the library, the software device
 # and tests/support. ISOLATED runs each test in a process of its own (tests/support/isolated_main.cpp),
 # which every test needs that touches a singleton of the library. OPTIMISED is for suites that compute
-# much themselves. RUNNER is a command that runs the suite, whose path is appended, and judges it.
+# much themselves. APART are those of the SOURCES that are never joined: they give a name in their
+# unnamed namespace to something else than another file of the suite does. RUNNER is a command that runs
+# the suite, whose path is appended, and judges it.
 function(vantacore_add_test)
   cmake_parse_arguments(PARSE_ARGV 0 TEST "ISOLATED;OPTIMISED" "NAME;TIMEOUT"
-    "SOURCES;LIBS;LABELS;RUNNER")
+    "SOURCES;APART;LIBS;LABELS;RUNNER")
   if(NOT TEST_NAME OR NOT TEST_SOURCES OR TEST_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "vantacore_add_test: NAME and SOURCES are required, "
       "and nothing else than named arguments is understood: ${ARGV}")
@@ -30,6 +45,9 @@ function(vantacore_add_test)
   add_executable(${TEST_NAME} ${TEST_SOURCES})
   if(NOT TEST_OPTIMISED)
     vantacore_compile_quickly(${TEST_NAME})
+  endif()
+  if(VANTACORE_JOIN_TESTS)
+    vantacore_join_sources(${TEST_NAME} ${TEST_APART})
   endif()
   target_link_libraries(${TEST_NAME} PRIVATE
     ${TEST_LIBS} test_support
