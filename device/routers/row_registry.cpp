@@ -5,9 +5,13 @@
 // What follows from an answer, a retry or the end of an object, changes configuration lists. If the
 // stack answers from inside the request, the answer arrives while a list is being committed. It is
 // therefore only noted here, and a timer does the rest.
+//
+// Rows outlive their objects in the stack when lists are dropped. The registry goes on knowing
+// those, so that a host that compares can have them removed.
 #include "row_registry.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "device/stack/protocol_rows.h"
@@ -23,6 +27,7 @@ constexpr unsigned int RETRY_MS = 100;
 // Many rows may be due at once. They are done in portions, and the event loop turns in between.
 constexpr std::size_t MAX_PORTION = 200;
 constexpr unsigned int SOON_MS = 1;
+constexpr unsigned int ANSWER_DONE = 1;
 
 bool HasLowerRank(const WantedRow* a, const WantedRow* b) { return a->GetRank() < b->GetRank(); }
 
@@ -43,7 +48,9 @@ RowRegistry::RowRegistry() : m_retryTimer("ProtocolRowRetries"), m_otherTimer("P
 // ---- who wants which row
 
 void RowRegistry::Add(WantedRow& row) {
-  std::vector<WantedRow*>& rows = m_entries[row.GetName()].rows;
+  Entry& entry = m_entries[row.GetName()];
+  SetLeftBehind(entry, false);
+  std::vector<WantedRow*>& rows = entry.rows;
   rows.insert(std::upper_bound(rows.begin(), rows.end(), &row, HasLowerRank), &row);
 }
 
@@ -56,6 +63,7 @@ void RowRegistry::Drop(WantedRow& row) {
   const auto entry = m_entries.find(row.GetName());
   std::vector<WantedRow*>& rows = entry->second.rows;
   rows.erase(std::find(rows.begin(), rows.end(), &row));
+  SetLeftBehind(entry->second, rows.empty() && (row.MayBeInStack() || IsRowInStack(row.GetName())));
   Forget(entry);
 }
 
@@ -100,8 +108,9 @@ WantedRow* RowRegistry::Find(const RowName& name) const {
 
 const RowName* RowRegistry::Next(const RowName* last) const {
   const auto begin = last != nullptr ? m_entries.upper_bound(*last) : m_entries.begin();
-  const auto next = std::find_if(begin, m_entries.end(),
-                                 [](const auto& entry) { return !entry.second.rows.empty(); });
+  const auto next = std::find_if(begin, m_entries.end(), [](const auto& entry) {
+    return !entry.second.rows.empty() || entry.second.isLeftBehind;
+  });
   return next != m_entries.end() ? &next->first : nullptr;
 }
 
@@ -122,10 +131,47 @@ void RowRegistry::NoteUnderWay(const WantedRow& row) {
   }
 }
 
-// Removes an entry that is not needed any more.
-void RowRegistry::Forget(Entries::iterator entry) {
-  if (entry->second.rows.empty() && entry->second.inFlight.rowStatus == 0) {
-    m_entries.erase(entry);
+// Removes an entry that is not needed any more. Returns the next one.
+RowRegistry::Entries::iterator RowRegistry::Forget(Entries::iterator entry) {
+  const bool isNeeded = !entry->second.rows.empty() || entry->second.inFlight.rowStatus != 0 ||
+                        entry->second.isLeftBehind;
+  return isNeeded ? std::next(entry) : m_entries.erase(entry);
+}
+
+// ---- rows that were left behind
+
+void RowRegistry::SetLeftBehind(Entry& entry, bool isLeftBehind) {
+  m_countLeftBehind -= entry.isLeftBehind ? 1 : 0;
+  m_countLeftBehind += isLeftBehind ? 1 : 0;
+  entry.isLeftBehind = isLeftBehind;
+}
+
+RowStanding RowRegistry::LookAtLeftBehind(const RowName& name) const {
+  RowStanding standing;
+  const auto entry = m_entries.find(name);
+  if (entry != m_entries.end() && entry->second.isLeftBehind && IsRowInStack(name)) {
+    standing.contents = RowStanding::Contents::UNWANTED;
+  }
+  if (entry != m_entries.end() && entry->second.inFlight.rowStatus != 0) {
+    standing.request = RowStanding::Request::ASKED;
+  }
+  return standing;
+}
+
+void RowRegistry::AskToRemove(const RowName& name) {
+  const auto entry = m_entries.find(name);
+  if (entry != m_entries.end() && entry->second.isLeftBehind && IsRowInStack(name)) {
+    entry->second.inFlight = InFlight();
+    RequestRemoval(name);
+  }
+}
+
+void RowRegistry::ForgetGone() {
+  for (auto entry = m_entries.begin(); m_countLeftBehind != 0 && entry != m_entries.end();) {
+    if (entry->second.isLeftBehind && !IsRowInStack(entry->first)) {
+      SetLeftBehind(entry->second, false);
+    }
+    entry = Forget(entry);
   }
 }
 
@@ -134,6 +180,14 @@ void RowRegistry::Forget(Entries::iterator entry) {
 void RowRegistry::NoteIssued(const RowName& name, const std::weak_ptr<WantedRow>& asker,
                              unsigned int sequence, int rowStatus) {
   m_entries[name].inFlight = {asker, sequence, rowStatus};
+}
+
+// An answer that is repeated, or to a request that was forgotten: a stack that has been restarted
+// may do what was asked of the one before it.
+void RowRegistry::NoteUnasked(const RowName& name, int rowStatus, unsigned int status) {
+  if (status == ANSWER_DONE && rowStatus != ROW_DESTROY && !IsConfigured(name)) {
+    SetLeftBehind(m_entries[name], true);
+  }
 }
 
 void RowRegistry::OnAnswer(unsigned int table, unsigned int instance, const unsigned char* key,
@@ -145,14 +199,19 @@ void RowRegistry::OnAnswer(unsigned int table, unsigned int instance, const unsi
 void RowRegistry::Answer(const RowName& name, int rowStatus, unsigned int status) {
   const auto entry = m_entries.find(name);
   if (entry == m_entries.end() || entry->second.inFlight.rowStatus != rowStatus) {
-    return;  // a repeated answer
+    NoteUnasked(name, rowStatus, status);
+    return;
   }
   const InFlight answered = std::exchange(entry->second.inFlight, InFlight());
   if (const std::shared_ptr<WantedRow> row = answered.asker.lock()) {
     row->Answered(answered.sequence, rowStatus, status);
-  } else {
-    Forget(entry);
+    return;
   }
+  const bool isThere = rowStatus != ROW_DESTROY;
+  if (entry->second.rows.empty() && (status == ANSWER_DONE || !isThere)) {
+    SetLeftBehind(entry->second, isThere || IsRowInStack(name));
+  }
+  Forget(entry);
 }
 
 // ---- what follows later

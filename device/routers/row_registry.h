@@ -28,11 +28,19 @@ class RowRegistry {
   /// `row` does not want its row any more. If it had the highest rank, the next one becomes due.
   void StopCounting(WantedRow& row);
 
+  /// How a row stands that no document has an object for.
+  RowStanding LookAtLeftBehind(const RowName& name) const;
+  /// Asks the stack to remove a row that was left behind. A request for it that has not been
+  /// answered is given up.
+  void AskToRemove(const RowName& name);
+  /// Forgets those that the stack does not have any more.
+  void ForgetGone();
+
   /// Returns the row that counts or, if nobody wants it any more, the one that is being removed;
   /// null if no document has an object for it.
   WantedRow* Find(const RowName& name) const;
-  /// The first row after `last`, or the very first for a null pointer, for which Find finds one;
-  /// null at the end.
+  /// The first row after `last`, or the very first for a null pointer, for which Find finds one or
+  /// that was left behind; null at the end.
   const RowName* Next(const RowName* last) const;
   /// How many rows count.
   std::size_t CountWanted() const;
@@ -56,6 +64,7 @@ class RowRegistry {
   struct Entry {
     std::vector<WantedRow*> rows;  // by rank
     InFlight inFlight;
+    bool isLeftBehind = false;  // the stack has the row, or may have it, and there are no `rows`
   };
   typedef std::map<RowName, Entry> Entries;
 
@@ -64,15 +73,18 @@ class RowRegistry {
   static void OnAnswer(unsigned int table, unsigned int instance, const unsigned char* key,
                        unsigned int keyLength, int rowStatus, int adminStatus, unsigned int status);
   void Answer(const RowName& name, int rowStatus, unsigned int status);
+  void NoteUnasked(const RowName& name, int rowStatus, unsigned int status);
   void RetriesDue(unsigned int, void*);
   void OthersDue(unsigned int, void*);
   static bool ServePortion(std::deque<std::weak_ptr<WantedRow>>& rows);
-  void Forget(Entries::iterator entry);
+  void SetLeftBehind(Entry& entry, bool isLeftBehind);
+  Entries::iterator Forget(Entries::iterator entry);
 
   Entries m_entries;
   std::deque<std::weak_ptr<WantedRow>> m_retries;
   std::deque<std::weak_ptr<WantedRow>> m_others;  // that are due
   std::set<const WantedRow*> m_underWay;
+  std::size_t m_countLeftBehind = 0;
   Tarsel::OneShotTimer m_retryTimer;
   Tarsel::OneShotTimer m_otherTimer;
 };

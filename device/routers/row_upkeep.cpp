@@ -9,18 +9,23 @@ namespace routers {
 std::size_t CountWantedRows() { return RowRegistry::Get().CountWanted(); }
 
 std::optional<RowName> NextRow(const RowName* last) {
+  if (last == nullptr) {
+    RowRegistry::Get().ForgetGone();
+  }
   const RowName* const next = RowRegistry::Get().Next(last);
   return next != nullptr ? std::optional(*next) : std::nullopt;
 }
 
 RowStanding LookAtRow(const RowName& name) {
   const WantedRow* const row = RowRegistry::Get().Find(name);
-  return row != nullptr ? row->Look() : RowStanding();
+  return row != nullptr ? row->Look() : RowRegistry::Get().LookAtLeftBehind(name);
 }
 
 void AskForRowAgain(const RowName& name) {
   if (WantedRow* const row = RowRegistry::Get().Find(name)) {
     row->AskAgain();
+  } else {
+    RowRegistry::Get().AskToRemove(name);
   }
 }
 

@@ -3,13 +3,14 @@
 // The routers send a row when its document changes, and again when the stack asks for a retry: ten
 // requests in all, a tenth of a second between two. After that, and after any other refusal, they
 // send nothing more. A host that compares what is wanted with what the stack has finds the rows
-// here that documents configure, and those that the routers have asked the stack to remove. Rows
-// that are left behind on purpose, when a protocol is withdrawn or disabled, are nobody's and are
-// not found.
+// here that documents configure, those that the routers have asked the stack to remove, and those
+// that they have left behind: when a protocol is withdrawn or disabled, its router drops its rows
+// without a word to the stack. The routers themselves never ask for the removal of these.
 //
 // Everything is called on the thread of the loop. The rows change with documents, answers and the
-// routers' timer; none of these functions changes which there are, and none calls the stack for
-// more than one of its getters.
+// routers' timer; none of these functions changes which there are, except that NextRow forgets
+// those that were left behind and have gone when it is asked for the first one. None calls the stack
+// for more than its getters.
 #ifndef DEVICE_ROUTERS_ROW_UPKEEP_H
 #define DEVICE_ROUTERS_ROW_UPKEEP_H
 
@@ -29,7 +30,7 @@ struct RowStanding {
     AS_WANTED,  // also: not wanted, and not there
     MISSING,
     OTHER,    // another content or another admin status
-    UNWANTED  // the removal was asked for, and the row is there
+    UNWANTED  // the removal was asked for, or nobody wants the row any more, and it is there
   };
   /// What is on its way.
   enum class Request {
@@ -51,7 +52,7 @@ TARSEL_API std::size_t CountWantedRows();
 /// pointer; nothing at the end.
 TARSEL_API std::optional<RowName> NextRow(const RowName* last);
 
-/// Of a row that is neither wanted nor was asked to be removed: AS_WANTED, NONE.
+/// Of a row that the routers do not know: AS_WANTED, NONE.
 TARSEL_API RowStanding LookAtRow(const RowName& name);
 
 /// The row is asked for, or its removal, as soon as the routers' timer allows. The attempts begin

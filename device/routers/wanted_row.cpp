@@ -81,6 +81,21 @@ class ProtocolRowAction : public MibAction {
 
 }  // namespace
 
+bool IsRowInStack(const RowName& name) {
+  sms_protocol_row row;
+  return FindInStack(name, row);
+}
+
+void RequestRemoval(const RowName& name) {
+  auto* const action = new (std::nothrow)
+      ProtocolRowAction(std::weak_ptr<WantedRow>(), 0, name, ROW_DESTROY, ADMIN_DOWN, string());
+  if (action == nullptr) {
+    TRACE(1, "Error in Allocating ProtocolRowAction\n");
+    return;
+  }
+  DcRouterMgr::GetInstance()->GetSerializer().Insert(OidOf(name), action);
+}
+
 bool operator<(const RowName& a, const RowName& b) {
   return std::tie(a.instance, a.table, a.key) < std::tie(b.instance, b.table, b.key);
 }

@@ -66,6 +66,8 @@ class WantedRow : public std::enable_shared_from_this<WantedRow> {
   bool IsRemoving() const { return m_removing; }
   RowStanding Look() const;
   RowStanding::Request GetRequest() const;
+  /// Whether the stack has the row, or may have it when all requests have been answered.
+  bool MayBeInStack() const { return m_inStack || m_phase == ASKED; }
   /// For an operator: "active", "pending", "refused (status 3)", ...
   Tarsel::string Describe() const;
 
@@ -102,6 +104,12 @@ class WantedRow : public std::enable_shared_from_this<WantedRow> {
   AdminStatus m_adminStatus;  // that is wanted
   Tarsel::string m_contents;  // so too
 };
+
+/// Whether the stack has the row, whoever has asked for it.
+bool IsRowInStack(const RowName& name);
+/// Asks the stack to remove a row that no document has an object for. Its answer goes to the
+/// registry.
+void RequestRemoval(const RowName& name);
 
 }  // namespace routers
 

@@ -73,7 +73,7 @@ struct InstanceEntry {
   std::uint32_t rip = 0;
 };
 
-/// A static route as it was requested, whether it is usable or not.
+/// A static route as it was requested, whether it is usable or not, and what became of it.
 struct StaticRoute {
   std::uint32_t instance = 0;
   int addressType = 1;  // 1 IPv4, 2 IPv6
@@ -82,7 +82,9 @@ struct StaticRoute {
   unsigned char nextHop[16] = {};
   std::uint32_t ifIndex = 0;  // as requested, 0 for none; a row of the RIB shows the resolved one
   std::uint32_t metric = 0;
-  bool isUp = true;  // by its admin status
+  bool isUp = true;          // by its admin status
+  bool isUsable = false;     // it is up and its next hop resolves: it could be installed
+  bool isInstalled = false;  // it is in the forwarding table
 };
 
 /// A redistribution rule. Protocols are the stack's codes: the route-protocol code shifted left by

@@ -30,6 +30,8 @@ StaticRoute ToStaticRoute(std::uint32_t id, Family family, const RibEntry& entry
   route.ifIndex = entry.ifIndex;
   route.metric = entry.metric;
   route.isUp = entry.adminUp;
+  route.isUsable = entry.ranked && entry.via->usable;
+  route.isInstalled = entry.installed;
   return route;
 }
 

@@ -304,6 +304,32 @@ TEST_F(FactsSlicesTest, AnInstanceHasTheDistancesThatTheHostTold) {
   EXPECT_EQ("32778 | 2 0 40 110 200 20 120 ", TextOf(all[1]));
 }
 
+// A host that replaces a route looks whether the new one could be installed.
+TEST_F(FactsSlicesTest, StaticRoutesTellWhetherTheyAreUsableAndInstalled) {
+  AddInstance(10);
+  AddInterface(10, 3);
+  AddAddress(10, 3, "10.1.2.3/24");
+  AddRoute(10, "10.9.0.0/16", "10.1.2.1");
+  AddRoute(10, "10.9.0.0/16", "10.1.2.2");
+  AddRoute(10, "10.9.0.0/16", "10.3.0.1");
+  RunAll();
+  const auto standings = [this] {
+    std::string text;
+    for (const StaticRoute& route : facts.StaticRoutesAfter(nullptr, 10)) {
+      text += std::string(route.isUsable ? "usable" : "not") + (route.isInstalled ? "*" : "") + " ";
+      const auto found = facts.FindStaticRoute(route);
+      EXPECT_TRUE(found && found->isUsable == route.isUsable &&
+                  found->isInstalled == route.isInstalled);
+    }
+    return text;
+  };
+  EXPECT_EQ("usable* usable not ", standings());
+  AddInterface(10, 4);
+  AddAddress(10, 4, "10.3.0.9/24");
+  RunAll();
+  EXPECT_EQ("usable* usable usable ", standings());
+}
+
 TEST_F(FactsSlicesTest, WhatIsNotThereIsNotFound) {
   EXPECT_FALSE(facts.FindInstance(10));
   AddInstance(10);

@@ -104,15 +104,77 @@ TEST_F(RowUpkeep, ARowThatIsBeingRemovedIsListedAndNotWanted) {
   EXPECT_THAT(AllRows(), IsEmpty());
 }
 
-TEST_F(RowUpkeep, ARowThatIsLeftBehindIsNobodys) {
+TEST_F(RowUpkeep, ARowThatIsLeftBehindIsUnwantedAndGoesWhenItIsAskedFor) {
   Apply(Peer());
   Apply(R"("BGP": {"enabled": false})");
-  EXPECT_THAT(Rows(), SizeIs(1));
+  EXPECT_THAT(Rows(), SizeIs(1)) << "the router asks for nothing";
+  EXPECT_THAT(AllRows(), ElementsAre("10 1 1"));
+  EXPECT_EQ(routers::CountWantedRows(), 0u);
+  EXPECT_THAT(Look(), Is(Contents::UNWANTED));
+  routers::AskForRowAgain(THE_PEER);
+  EXPECT_THAT(Look(), Is(Contents::UNWANTED, Request::ASKED));
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(Rows(), IsEmpty());
   EXPECT_THAT(AllRows(), IsEmpty());
   EXPECT_THAT(Look(), Is(Contents::AS_WANTED));
-  routers::AskForRowAgain(THE_PEER);
+}
+
+TEST_F(RowUpkeep, ARowThatIsLeftBehindIsWantedWhenItsProtocolComesBack) {
+  Apply(Peer());
+  Apply(R"("BGP": {"enabled": false})");
+  Apply(Peer());
+  EXPECT_EQ(routers::CountWantedRows(), 1u);
+  EXPECT_THAT(Look(), Is(Contents::AS_WANTED));
+  EXPECT_THAT(AllRows(), ElementsAre("10 1 1"));
+}
+
+TEST_F(RowUpkeep, ARowThatIsLeftBehindBeforeItIsThereIsFound) {
+  Load(Peer());
+  Load(R"("BGP": {"enabled": false})");
+  EXPECT_THAT(Look(), Is(Contents::AS_WANTED, Request::ASKED));
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(Look(), Is(Contents::UNWANTED));
+}
+
+TEST_F(RowUpkeep, ARemovalThatIsRefusedAfterItsProtocolHasGoneIsNotForgotten) {
+  Apply(Peer());
+  Refuse(3, 1);
+  Load(NO_PEERS);
+  Load(R"("BGP": {"enabled": false})");
   ASSERT_TRUE(Settle());
   EXPECT_THAT(Rows(), SizeIs(1));
+  EXPECT_THAT(Look(), Is(Contents::UNWANTED));
+  routers::AskForRowAgain(THE_PEER);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(Rows(), IsEmpty());
+}
+
+TEST_F(RowUpkeep, ARowThatComesThoughItsProtocolHasGoneIsFound) {
+  Apply(Peer());
+  Apply(NO_PEERS);
+  Apply(R"("BGP": {"enabled": false})");
+  ASSERT_THAT(AllRows(), IsEmpty());
+  Meddle(4);
+  EXPECT_THAT(AllRows(), ElementsAre("10 1 1"));
+  EXPECT_THAT(Look(), Is(Contents::UNWANTED));
+}
+
+TEST_F(RowUpkeep, ARowThatComesBeforeItsProtocolGoesIsFound) {
+  Refuse(3, 1);
+  Apply(Peer());
+  Meddle(4);
+  Apply(R"("BGP": {"enabled": false})");
+  EXPECT_THAT(Look(), Is(Contents::UNWANTED));
+}
+
+TEST_F(RowUpkeep, ARowThatIsLeftBehindAndGoesOtherwiseIsForgotten) {
+  Apply(Peer());
+  Apply(R"("BGP": {"enabled": false})");
+  Meddle(6, 2);
+  EXPECT_THAT(Look(), Is(Contents::AS_WANTED));
+  EXPECT_THAT(AllRows(), IsEmpty());
+  routers::AskForRowAgain(THE_PEER);
+  EXPECT_THAT(TakeRequests(), IsEmpty());
 }
 
 TEST_F(RowUpkeep, KnowsARequestWithoutAnAnswer) {
