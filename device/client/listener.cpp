@@ -1,12 +1,12 @@
 #include "listener.h"
 
 #include <pwd.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
+#include "device/program/peer.h"
 #include "device/program/printable.h"
 
 namespace client {
@@ -16,8 +16,8 @@ namespace {
 constexpr uid_t ROOT = 0;
 
 std::string Describe(uid_t user) {
-  const passwd* found = getpwuid(user);
-  return found ? program::Quote(found->pw_name) : "with the id " + std::to_string(user);
+  const auto name = program::FindUserName(user);
+  return name ? program::Quote(*name) : "with the id " + std::to_string(user);
 }
 
 }  // namespace
@@ -28,17 +28,15 @@ std::optional<uid_t> FindUser(const std::string& name) {
 }
 
 std::string Distrust(int socket, const std::string& daemonUser) {
-  ucred listener{};
-  socklen_t size = sizeof listener;
-  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &listener, &size) != 0) {
+  const auto listener = program::FindPeer(socket);
+  if (!listener) {
     return std::string("nobody knows who listens there: ") + std::strerror(errno);
   }
   const uid_t own = geteuid();
-  if (own == ROOT || listener.uid == ROOT || listener.uid == own ||
-      FindUser(daemonUser) == listener.uid) {
+  if (own == ROOT || *listener == ROOT || *listener == own || FindUser(daemonUser) == *listener) {
     return {};
   }
-  return "the user " + Describe(listener.uid) + " listens there, who is not you, root or " +
+  return "the user " + Describe(*listener) + " listens there, who is not you, root or " +
          program::Quote(daemonUser) + "; --daemon-user names another";
 }
 
