@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <uv.h>
 
+#include <cerrno>
 #include <vector>
 
 #include "tests/support/scratch_folder.h"
@@ -82,6 +83,27 @@ TEST(LineReader, EndsWithAnEmptyInput) {
   close(fd);
 }
 
+// A read that finds the end does not set errno, which may still say what an earlier call came to.
+TEST(LineReader, EndsWhateverErrnoSaid) {
+  uv_loop_t loop;
+  uv_loop_init(&loop);
+  const int fd = open("/dev/null", O_RDONLY);
+  int ends = 0;
+  {
+    loop::LineReader reader(&loop, fd);
+    reader.Next([&](const std::optional<std::string>& line) { ends += line ? 0 : 1; });
+    for (int turn = 0; turn < 10; ++turn) {
+      errno = EAGAIN;
+      uv_run(&loop, UV_RUN_NOWAIT);
+    }
+    EXPECT_FALSE(reader.HasFailed());
+  }
+  EXPECT_EQ(ends, 1);
+  uv_run(&loop, UV_RUN_DEFAULT);
+  uv_loop_close(&loop);
+  close(fd);
+}
+
 TEST(LineReader, EndsWithADescriptorThatIsNone) { EXPECT_TRUE(ReadAll(-1, true).empty()); }
 
 TEST(LineReader, DropsThePieceOfALineThatAnErrorCuts) {
@@ -116,6 +138,30 @@ TEST(LineReader, WaitsForALineThatComesInPieces) {
     ASSERT_EQ(write(ends[1], "lp\n", 3), 3);
     uv_run(&loop, UV_RUN_ONCE);
     EXPECT_THAT(lines, ElementsAre("help"));
+  }
+  uv_run(&loop, UV_RUN_DEFAULT);
+  uv_loop_close(&loop);
+  close(ends[0]);
+  close(ends[1]);
+}
+
+// The longest line that is not cut.
+TEST(LineReader, WaitsForTheEndOfALineThatIsJustNotTooLong) {
+  const std::string longest(4096, 'x');
+  uv_loop_t loop;
+  uv_loop_init(&loop);
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  std::vector<std::string> lines;
+  {
+    loop::LineReader reader(&loop, ends[0]);
+    reader.Next([&](const std::optional<std::string>& line) { lines.push_back(*line); });
+    ASSERT_EQ(write(ends[1], longest.data(), longest.size()), 4096);
+    uv_run(&loop, UV_RUN_ONCE);
+    EXPECT_TRUE(lines.empty());
+    ASSERT_EQ(write(ends[1], "\n", 1), 1);
+    uv_run(&loop, UV_RUN_ONCE);
+    EXPECT_THAT(lines, ElementsAre(longest));
   }
   uv_run(&loop, UV_RUN_DEFAULT);
   uv_loop_close(&loop);

@@ -206,9 +206,23 @@ TEST_F(Disposal, FreesWhatComesMeanwhile) {
   EXPECT_THAT(FreedBy(), testing::Each(testing::Ne(std::this_thread::get_id())));
 }
 
+// The pool has other things to do.
+TEST_F(Disposal, KeepsOneThreadBusyAtMost) {
+  std::promise<void> admitted;
+  disposal.Free({new int(7), [admittance = admitted.get_future().share()](const int* number) {
+                   admittance.wait();
+                   delete number;
+                 }});
+  disposal.Free(Thing());
+  EXPECT_EQ(m_loop.Get()->active_reqs.count, 1u);
+  admitted.set_value();
+  RunAll();
+  EXPECT_THAT(FreedBy(), testing::SizeIs(1));
+}
+
 TEST_F(Disposal, DoesNothingForNothing) {
   disposal.Free(std::vector<loop::Disposal::Thing>());
-  EXPECT_EQ(uv_run(m_loop.Get(), UV_RUN_NOWAIT), 0) << "nothing is under way";
+  EXPECT_EQ(uv_loop_alive(m_loop.Get()), 0) << "nothing is under way";
 }
 
 }  // namespace
