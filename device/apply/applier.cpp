@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "device/intent/vlan_forecast.h"
 #include "vantacore/dc_router_mgr.h"
 #include "vantacore/dc_rtm_mgr.h"
 
@@ -16,6 +17,11 @@ namespace {
 
 // How often it is looked whether a VLAN that is kept may go.
 constexpr unsigned int LOOK_MILLISECONDS = 20;
+
+// How often, and how many times at most, it is looked whether the rules of protocols that stop have
+// been withdrawn: as long as a second. A stack that takes nothing does not hold a reload up.
+constexpr unsigned int RULES_MILLISECONDS = 10;
+constexpr unsigned int MOST_LOOKS_AT_RULES = 100;
 
 documents::VlanIds VlansOfLibrary() {
   documents::VlanIds vlans;
@@ -36,9 +42,12 @@ Applier::Applier(uv_loop_s* loop, Interfaces& interfaces, Knowledge& knowledge,
       m_turn(loop),
       m_comparing(loop),
       m_intent(std::make_shared<const intent::Intent>()),
-      m_looking("Leaving VLANs") {
+      m_looking("Leaving VLANs"),
+      m_rulesLeave("Leaving rules") {
   m_looking.SetCallback(
       new Tarsel::MemberCallback2<Applier, unsigned int, void*>(this, &Applier::LookAtKept));
+  m_rulesLeave.SetCallback(
+      new Tarsel::MemberCallback2<Applier, unsigned int, void*>(this, &Applier::LookAtRules));
 }
 
 void Applier::Apply(std::shared_ptr<const intent::Intent> wanted, bool isSame,
@@ -68,9 +77,10 @@ void Applier::Next(Stage stage) {
 }
 
 // What compares has no other problem than a lack of memory, which ends the process.
-void Applier::PlanInPool(std::function<void(Plan&)> work, Stage then) {
+void Applier::PlanInPool(std::shared_ptr<RouteKeeper::Plan> routes, std::function<void(Plan&)> work,
+                         Stage then) {
   const auto plan = std::make_shared<Plan>();
-  plan->routes = m_knowledge.GetRoutes().BeginPlan();
+  plan->routes = std::move(routes);
   m_comparing.Start([plan, work = std::move(work)]() noexcept { work(*plan); },
                     [this, plan, then](const std::optional<std::string>&) {
                       CarryOut(*plan);
@@ -83,8 +93,6 @@ void Applier::CarryOut(Plan& plan) {
   if (plan.routes) {
     routes.CarryOut(*plan.routes);
     m_leftOvers.push_back(std::move(plan.routes));
-  } else {
-    routes.GiveUpPlan();
   }
   m_knowledge.GetRules().SetWanted(std::move(plan.rules));
   m_leaving = std::move(plan.leaving);
@@ -93,20 +101,14 @@ void Applier::CarryOut(Plan& plan) {
 // Which protocols will be enabled is a forecast: routers may refuse what documents say.
 void Applier::PlanRemovals() {
   PlanInPool(
-      [wanted = m_intent, present = FindPresentVlans(), applied = m_documents.GetApplied(),
-       routes = m_knowledge.GetRoutes().GetWanted(),
+      nullptr,
+      [wanted = m_intent, present = VlansOfLibrary(),
        rules = m_knowledge.GetRules().GetWanted()](Plan& plan) {
         const documents::ConfigFiles& documents = wanted->GetDocuments();
         plan.leaving = intent::FindLeavingVlans(present, documents);
-        if (intent::HaveRoutes(*routes, plan.leaving)) {
-          RouteKeeper::MakePlan(*plan.routes, std::make_shared<const intent::ResolvedRoutes>(
-                                                  intent::WithoutVlans(*routes, plan.leaving)));
-        } else {
-          plan.routes = nullptr;
-        }
         plan.rules = std::make_shared<const intent::Rules>(intent::FindStayingRules(
-            *rules, intent::PlanRules(wanted->GetProfiles(),
-                                      intent::FindEnabledProtocols(present, applied, documents))));
+            *rules,
+            intent::PlanRules(wanted->GetProfiles(), intent::FindEnabledProtocols(documents))));
       },
       &Applier::ApplyInterfaces);
 }
@@ -115,23 +117,61 @@ void Applier::PlanRemovals() {
 void Applier::ApplyInterfaces() {
   m_interfaces.Apply(m_intent->GetDevice(), m_intent->GetNamedVlans());
   m_areInterfacesApplied = true;
-  BeginDocuments(FindUnfinished(m_leaving));
+  documents::VlanIds kept = FindUnfinished(m_leaving);
+  for (const unsigned short vlan : m_leaving) {
+    if (m_knowledge.GetRoutes().MayHaveRoutes(vlan)) {
+      kept.insert(vlan);
+    }
+  }
+  BeginDocuments(kept);
 }
 
 void Applier::BeginDocuments(const documents::VlanIds& kept) {
   m_knownVlans = VlansOfLibrary();
   m_hooks.library([&] { m_documents.Keep(kept); });
+  m_knowledge.SetLeavingVlans(kept);
   ForgetGoneVlans();
-  m_documents.Begin(m_intent->GetDocuments());
-  Next(&Applier::LoadDocument);
+  Next(&Applier::PlanLoads);
 }
+
+// If the library has exactly these documents, as they were read then, there is nothing to do.
+void Applier::PlanLoads() {
+  if (m_documents.GetApplied() == m_intent->GetDocuments()) {
+    m_documents.Begin(nullptr, m_intent->GetDocuments());
+    Next(&Applier::LoadDocument);
+    return;
+  }
+  const auto plan = std::make_shared<intent::DocumentPlan>();
+  m_comparing.Start(
+      [plan, applied = m_documents.GetApplied(), wanted = m_intent]() noexcept {
+        *plan = intent::PlanDocuments(applied, wanted->GetDocuments());
+      },
+      [this, plan](const std::optional<std::string>&) {
+        m_stopping = plan->stopping;
+        m_looksAtRules = 0;
+        m_leftOvers.push_back(plan);
+        m_documents.Begin(plan, m_intent->GetDocuments());
+        Next(&Applier::AwaitRules);
+      });
+}
+
+// A protocol stops after the stack has been told that it hands nothing to it any more.
+void Applier::AwaitRules() {
+  if (m_knowledge.GetRules().IsToWithdraw(m_stopping) && ++m_looksAtRules <= MOST_LOOKS_AT_RULES) {
+    m_rulesLeave.Start(RULES_MILLISECONDS);
+  } else {
+    Next(&Applier::LoadDocument);
+  }
+}
+
+void Applier::LookAtRules(unsigned int, void*) { Next(&Applier::AwaitRules); }
 
 // Those that the library had when it was looked last. One that comes back is a new one.
 void Applier::ForgetGoneVlans() {
   documents::VlanIds vlans = VlansOfLibrary();
   for (const unsigned short vlan : m_knownVlans) {
     if (vlans.count(vlan) == 0) {
-      m_knowledge.GetRoutes().ForgetVlan(vlan);
+      m_knowledge.GetRoutes().ForgetVlan(vlan, true);
       m_knowledge.GetRules().ForgetVlan(vlan);
     }
   }
@@ -178,12 +218,15 @@ void Applier::PlanRequests() {
   m_hasChanged |= !isResolved;
   m_resolvedIn = context;
   m_isResolved = true;
+  const bool isNew = m_isApplying && !m_isRestoring && !m_isLettingGo;
+  if (isResolved && isNew) {
+    m_knowledge.GetRoutes().EndKept();
+  }
   PlanInPool(
-      [wanted = m_intent, isResolved, context = std::move(context),
-       running = FindRunningProtocols(), leaving = m_leaving](Plan& plan) {
-        if (isResolved) {
-          plan.routes = nullptr;
-        } else {
+      isResolved ? nullptr : m_knowledge.GetRoutes().BeginPlan(isNew),
+      [wanted = m_intent, context = std::move(context), running = FindRunningProtocols(),
+       leaving = m_leaving](Plan& plan) {
+        if (plan.routes) {
           RouteKeeper::MakePlan(*plan.routes,
                                 std::make_shared<const intent::ResolvedRoutes>(
                                     intent::ResolveRoutes(wanted->GetDocuments(), context)));
@@ -250,6 +293,7 @@ void Applier::LetGo() { BeginDocuments(FindUnfinished(m_documents.GetKept())); }
 void Applier::BringBack() {
   m_comparing.Drop();
   m_looking.Stop();
+  m_rulesLeave.Stop();
   m_isRestoring = true;
   m_isLettingGo = false;
   m_hasChanged = true;
@@ -258,6 +302,7 @@ void Applier::BringBack() {
   manager->GetSerializer().Reset();
   manager->GetCfgSched().Reset();
   m_hooks.library([this] { m_documents.Withdraw(); });
+  m_knowledge.SetLeavingVlans({});
   for (const unsigned short vlan : VlansOfLibrary()) {
     Tarsel::DcRtmMgr::GetInstance()->DeleteRtmConfig(vlan);
   }
@@ -266,8 +311,7 @@ void Applier::BringBack() {
   m_knownVlans.clear();
   // The new stack may ask before what is being applied has come to the interfaces.
   m_interfaces.ApplyPrimaries(m_intent->GetDevice(), m_intent->GetNamedVlans());
-  m_documents.Begin(m_intent->GetDocuments());
-  Next(&Applier::LoadDocument);
+  Next(&Applier::PlanLoads);
 }
 
 }  // namespace apply

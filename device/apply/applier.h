@@ -18,18 +18,22 @@
 namespace apply {
 
 /// Applying has the order of start-up: interfaces, the VLAN document, remote documents, the
-/// announcement of interfaces to new VLANs, routes, redistribution. What has to be removed of
-/// routes and rules is asked for before all that. None of it waits for an answer of the stack: what
-/// is wanted goes to the keepers of routes and rules, who ask for it as fast as it is answered, and
-/// applying is over when they know it.
+/// announcement of interfaces to new VLANs, routes, redistribution. Rules that have to go are
+/// withdrawn before all that; routes go after all that has to come. None of it waits for an answer
+/// of the stack: what is wanted goes to the keepers of routes and rules, who ask for it as fast as
+/// it is answered, and applying is over when they know it.
 ///
 /// One thing has to wait. Requests for a VLAN that is gone wait until it comes back, so a VLAN goes
 /// after its routes and rules have: until these removals have been answered (or given up, since
 /// they go with the VLAN), a document of the host's own keeps it (DocumentFeeder::Keep). Everything
 /// else is in force meanwhile, and other configurations may be applied.
 ///
+/// A protocol stops after its rules: its documents wait until these have been withdrawn, but not
+/// for the answers, and no longer than a second.
+///
 /// Each stage has turns of the loop of its own: a document a turn, VLANs by the slice. What routes
-/// and rules are wanted is worked out in the thread pool.
+/// and rules are wanted, and which documents have to be handed over, is worked out in the thread
+/// pool.
 class Applier {
  public:
   /// VLANs that are announced to in one turn.
@@ -82,11 +86,14 @@ class Applier {
 
   void Begin();
   void Next(Stage stage);
-  void PlanInPool(std::function<void(Plan& plan)> work, Stage then);
+  void PlanInPool(std::shared_ptr<RouteKeeper::Plan> routes, std::function<void(Plan& plan)> work,
+                  Stage then);
 
   // The stages, in their order.
   void PlanRemovals();
   void ApplyInterfaces();
+  void PlanLoads();
+  void AwaitRules();
   void LoadDocument();
   void BringInterfacesBack();
   void Announce();
@@ -98,6 +105,7 @@ class Applier {
   void ForgetGoneVlans();
   documents::VlanIds FindUnfinished(const documents::VlanIds& leaving) const;
   void LookAtKept(unsigned int, void*);
+  void LookAtRules(unsigned int, void*);
   void LetGo();
 
   Interfaces& m_interfaces;
@@ -118,13 +126,16 @@ class Applier {
   bool m_hasChanged = false;           // since the last comparison was asked for
 
   DocumentFeeder m_documents;
+  documents::ProtocolSets m_stopping;      // with the documents that are being loaded
+  unsigned int m_looksAtRules = 0;         // that have shown rules of these
   documents::VlanIds m_leaving;            // that the wanted documents do not have
   documents::VlanIds m_knownVlans;         // of the library, at the last look
   std::vector<unsigned short> m_newVlans;  // that interfaces are still to be announced to
   intent::RouteContext m_resolvedIn;       // what routes were resolved in last
   bool m_isResolved = false;               // whether the routes that this gave are still wanted
   std::vector<loop::Disposal::Thing> m_leftOvers;
-  Tarsel::OneShotTimer m_looking;  // whether a kept VLAN may go
+  Tarsel::OneShotTimer m_looking;     // whether a kept VLAN may go
+  Tarsel::OneShotTimer m_rulesLeave;  // whether a protocol may stop
 };
 
 }  // namespace apply

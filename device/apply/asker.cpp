@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <new>
+#include <set>
 #include <utility>
 
 namespace apply {
@@ -51,6 +52,17 @@ std::vector<program::Report> Askers::GetReports() const {
     }
   }
   return reports;
+}
+
+std::string Askers::GetNames() const {
+  std::string names;
+  std::set<std::string> told;
+  for (const Asker& asker : m_askers) {
+    if (!asker.name.empty() && told.insert(asker.name).second) {
+      names += (names.empty() ? "" : ", ") + asker.name;
+    }
+  }
+  return names;
 }
 
 }  // namespace apply

@@ -20,6 +20,8 @@ struct Asker {
   /// Called once, after the findings, when the folder has been judged: whether it has passed. A
   /// reload that has passed is applied after that, and may still have something to report.
   std::function<void(bool hasPassed)> end;
+  /// Who it is, for the log and the revisions, for example "alice at the socket" or "terminal".
+  std::string name = {};
 };
 
 class Askers {
@@ -32,6 +34,8 @@ class Askers {
   void End(bool hasPassed);
   /// The reports of those that want to hear.
   std::vector<program::Report> GetReports() const;
+  /// The names of all, "alice at the socket, SIGHUP", each once.
+  std::string GetNames() const;
 
  private:
   std::vector<Asker> m_askers;

@@ -149,6 +149,12 @@ void Comparer::ContinueToVerify() {
 void Comparer::EndVerification() {
   Verification ended = std::move(m_verifications.front());
   m_verifications.pop_front();
+  for (std::size_t i = 0; i < m_keepers.size(); ++i) {
+    ended.verdicts[i].kept = m_keepers[i]->CountKept();
+    for (const Row& row : m_keepers[i]->FirstKept(ended.mostLines)) {
+      ended.verdicts[i].keptLines.push_back(Describe(row));
+    }
+  }
   Begin(Job::NONE);
   if (m_isToCompare || !m_verifications.empty()) {
     Post();
@@ -176,7 +182,9 @@ void Comparer::Judge(const Row& row, const Standing& standing) {
   }
 }
 
-// A pass has so many steps that each is worth waking up for, and at most one a second.
+// A pass has so many steps that each is worth waking up for, and at most one a second. Their rows
+// are the wanted ones. How many the stack has is not known before: what the steps have not come to
+// follows the last one in turns of its own.
 void Comparer::BeginSlowPass() {
   m_keeper = 0;
   m_hasBegun = false;
@@ -191,6 +199,7 @@ void Comparer::BeginSlowPass() {
   }
   const std::size_t steps = std::clamp<std::size_t>(rows / ROWS_A_CALL, 1, MOST_STEPS);
   m_rowsAStep = rows / steps + 1;
+  m_stepsLeft = steps;
   m_stepMilliseconds = static_cast<unsigned int>(SLOW_PASS_MILLISECONDS / steps);
   m_timer.Start(m_stepMilliseconds);
 }
@@ -199,11 +208,17 @@ void Comparer::ContinueSlowPass() {
   if (!std::exchange(m_isStepDue, false)) {
     return;
   }
-  const bool isMore = Continue(m_rowsAStep, Noting());
-  if (isMore) {
-    m_timer.Start(m_stepMilliseconds);
-  } else {
+  m_stepsLeft -= m_stepsLeft != 0 ? 1 : 0;
+  const bool isAtEnd = m_stepsLeft == 0;
+  const bool isMore =
+      Continue(isAtEnd ? std::max(m_rowsAStep, ROWS_A_TURN) : m_rowsAStep, Noting());
+  if (!isMore) {
     BeginSlowPass();
+  } else if (isAtEnd) {
+    m_isStepDue = true;
+    Post();
+  } else {
+    m_timer.Start(m_stepMilliseconds);
   }
 }
 

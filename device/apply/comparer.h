@@ -26,6 +26,8 @@ struct Verdict {
   /// Whether the stack's tables were read. If not, only requests that are under way or were refused
   /// can have failed.
   bool isCompared = true;
+  std::size_t kept = 0;                     // that are in force until others can take their place
+  std::vector<std::string> keptLines = {};  // of the first of these
 };
 
 /// Passes over all keepers, in slices of the loop's turns: one when Compare is called, and all the
@@ -103,6 +105,7 @@ class Comparer {
   bool m_isSlow = false;
   bool m_isStepDue = false;
   std::size_t m_rowsAStep = 0;
+  std::size_t m_stepsLeft = 0;
   unsigned int m_stepMilliseconds = 0;
 };
 

@@ -1,8 +1,9 @@
 #include "document_feeder.h"
 
-#include <algorithm>
 #include <utility>
+#include <variant>
 
+#include "device/documents/router_members.h"
 #include "vantacore/dc_router_base.h"
 #include "vantacore/dc_router_mgr.h"
 
@@ -16,64 +17,62 @@ namespace {
 // The name of the document that keeps VLANs: none of a folder's has it.
 constexpr const char* KEPT_VLANS = "(leaving VLANs)";
 
-bool NamesAny(const documents::ConfigFile& file, const documents::VlanIds& vlans) {
-  return std::any_of(vlans.begin(), vlans.end(),
-                     [&](unsigned short vlan) { return file.vlans.count(vlan) != 0; });
-}
-
 unsigned int ProtocolsOf(const DcRouterMgr::VlanRouters& record) {
   unsigned int protocols = 0;
   for (const auto& [type, router] : record.routers) {
-    protocols |= router && router->IsEnabled() ? 1u << type : 0;
+    protocols |= router && router->IsEnabled() ? documents::BitOf(type) : 0;
   }
   return protocols;
 }
 
 }  // namespace
 
-void DocumentFeeder::Begin(const documents::ConfigFiles& wanted) {
-  m_loaded = 0;
-  if (HasExactly(wanted)) {
-    m_plan = {};
-    return;
-  }
-  m_plan = intent::PlanDocuments(m_applied, wanted);
-  m_complete.clear();
-  m_begun.assign(wanted.begin(), wanted.end());
-  documents::ConfigFiles& reload = m_plan.reload;
-  const auto end = std::remove_if(reload.begin(), reload.end(), [this](const auto& file) {
-    return file->type == DclConfigObject::REMOTE_OPTIONS && NamesAny(*file, m_kept);
-  });
-  if (end != reload.end()) {
-    reload.erase(end, reload.end());
-    m_begun.clear();
-  }
-}
-
-bool DocumentFeeder::HasExactly(const documents::ConfigFiles& wanted) const {
-  return !wanted.empty() &&
-         std::equal(m_complete.begin(), m_complete.end(), wanted.begin(), wanted.end(),
-                    [](const auto& loaded, const auto& file) { return loaded.lock() == file; });
+void DocumentFeeder::Begin(std::shared_ptr<const intent::DocumentPlan> plan,
+                           const documents::ConfigFiles& wanted) {
+  m_plan = std::move(plan);
+  m_next = 0;
+  m_wanted = wanted;
+  m_applied.clear();
 }
 
 bool DocumentFeeder::Continue() {
-  if (m_loaded < m_plan.reload.size()) {
-    const documents::ConfigFile& file = *m_plan.reload[m_loaded++];
-    DcRouterMgr::GetInstance()->Reload(file.document, file.name.c_str(), file.type);
-    m_applied[file.name] = file.type;
-    return true;
-  }
-  m_plan.reload.clear();
-  m_loaded = 0;
-  if (m_plan.withdraw.empty()) {
-    if (!m_begun.empty()) {
-      m_complete = std::exchange(m_begun, {});
-    }
+  if (!m_plan || m_next == m_plan->steps.size()) {
+    m_plan.reset();
+    m_next = 0;
+    m_applied = std::exchange(m_wanted, {});
     return false;
   }
-  m_applied.erase(m_plan.withdraw.begin()->first);
-  WithdrawFirst(m_plan.withdraw);
+  const std::vector<intent::DocumentStep>& steps = m_plan->steps;
+  const auto isMember = [&] {
+    return std::holds_alternative<intent::EmptiedMember>(steps[m_next]);
+  };
+  const std::size_t most = isMember() ? MEMBERS_A_TURN : 1;
+  for (std::size_t count = 0; count < most && m_next < steps.size(); ++count) {
+    if (count != 0 && !isMember()) {
+      break;
+    }
+    std::visit([this](const auto& step) { CarryOut(step); }, steps[m_next++]);
+  }
   return true;
+}
+
+// Not a whole document, since the library would compare all others of its rows again.
+void DocumentFeeder::CarryOut(const intent::EmptiedMember& member) {
+  if (Tarsel::DcRouterBase* const router =
+          DcRouterMgr::GetInstance()->GetDcRouterByVID(member.vlan, member.router)) {
+    router->Reload(member.entry->GetRootNode(), member.document.c_str(), member.type);
+  }
+}
+
+void DocumentFeeder::CarryOut(const intent::DocumentLoad& load) {
+  m_names[load.file->name] = load.file->type;
+  DcRouterMgr::GetInstance()->Reload(load.cut ? *load.cut : load.file->document,
+                                     load.file->name.c_str(), load.file->type);
+}
+
+void DocumentFeeder::CarryOut(const intent::DocumentWithdrawal& withdrawal) {
+  m_names.erase(withdrawal.name);
+  DcRouterMgr::GetInstance()->DeleteOptions(withdrawal.name.c_str(), withdrawal.type);
 }
 
 // A remote document cannot create a VLAN, and an entry without members configures nothing.
@@ -92,33 +91,16 @@ void DocumentFeeder::Keep(const documents::VlanIds& vlans) {
   m_kept = vlans;
 }
 
+// Whoever else holds the documents decides where they are freed.
 void DocumentFeeder::Withdraw() {
   Keep({});
-  m_plan = {};
-  m_begun.clear();
-  m_complete.clear();
-  while (!m_applied.empty()) {
-    WithdrawFirst(m_applied);
+  m_plan.reset();
+  m_next = 0;
+  m_applied.clear();
+  m_wanted.clear();
+  for (const auto& [name, type] : std::exchange(m_names, {})) {
+    DcRouterMgr::GetInstance()->DeleteOptions(name.c_str(), type);
   }
-}
-
-void DocumentFeeder::WithdrawFirst(intent::AppliedDocuments& documents) {
-  const auto first = documents.begin();
-  DcRouterMgr::GetInstance()->DeleteOptions(first->first.c_str(), first->second);
-  documents.erase(first);
-}
-
-intent::PresentVlans FindPresentVlans() {
-  intent::PresentVlans vlans;
-  for (const auto& [vlan, record] : DcRouterMgr::GetInstance()->GetVlans()) {
-    intent::PresentVlan& present =
-        vlans.emplace_hint(vlans.end(), vlan, intent::PresentVlan())->second;
-    for (const Tarsel::string& name : record->configFiles) {
-      present.documents.insert(name.c_str());
-    }
-    present.protocols = ProtocolsOf(*record);
-  }
-  return vlans;
 }
 
 documents::ProtocolSets FindRunningProtocols() {

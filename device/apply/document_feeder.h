@@ -3,24 +3,30 @@
 #define DEVICE_APPLY_DOCUMENT_FEEDER_H
 
 #include <cstddef>
+#include <map>
 #include <memory>
-#include <vector>
+#include <string>
 
 #include "device/intent/document_plan.h"
-#include "device/intent/vlan_forecast.h"
 
 namespace apply {
 
-/// Knows which documents the library has, and loads the wanted ones.
+/// Knows which documents the library has, and makes the wanted ones the library's.
 class DocumentFeeder {
  public:
-  /// Makes `wanted` the library's documents, with as many calls of Continue as it takes: loads them
-  /// all, then withdraws the others. If the library has exactly these, as they were read then,
-  /// there is nothing to do: to compare all rows of a large document takes the library long. What
-  /// was begun before is not gone on with. A remote document that names a kept VLAN would keep it
-  /// for good, so it has to wait for a Begin after that VLAN has gone.
-  void Begin(const documents::ConfigFiles& wanted);
-  /// Loads or withdraws the next document. Returns false if there is none left.
+  /// How many members are emptied in one turn of the loop.
+  static constexpr std::size_t MEMBERS_A_TURN = 50;
+
+  /// The documents that the library has; none before the first ones, and while a plan is being
+  /// carried out.
+  const documents::ConfigFiles& GetApplied() const { return m_applied; }
+  /// Makes `wanted` the library's documents, with as many calls of Continue as it takes. The plan
+  /// is the way to them from GetApplied(), null for no steps; whoever else holds it decides where it
+  /// is freed. What was begun before is not gone on with: Withdraw has to come first then.
+  void Begin(std::shared_ptr<const intent::DocumentPlan> plan,
+             const documents::ConfigFiles& wanted);
+  /// Carries out the next step: one document, or some of the members that are emptied. Returns
+  /// false if there is none left.
   bool Continue();
   /// Makes these VLANs outlive the documents that name them now, and no others: a document of the
   /// host's own names them, and nothing else. A VLAN that no document names any more goes inside
@@ -29,27 +35,22 @@ class DocumentFeeder {
   const documents::VlanIds& GetKept() const { return m_kept; }
   /// Withdraws all documents, that of the kept VLANs included, and forgets what was begun.
   void Withdraw();
-  /// The documents that the library has.
-  const intent::AppliedDocuments& GetApplied() const { return m_applied; }
 
  private:
-  void WithdrawFirst(intent::AppliedDocuments& documents);
-  bool HasExactly(const documents::ConfigFiles& wanted) const;
+  void CarryOut(const intent::EmptiedMember& member);
+  void CarryOut(const intent::DocumentLoad& load);
+  void CarryOut(const intent::DocumentWithdrawal& withdrawal);
 
-  intent::AppliedDocuments m_applied;
+  documents::ConfigFiles m_applied;
+  documents::ConfigFiles m_wanted;  // that become the applied ones with the last step
   documents::VlanIds m_kept;
-  intent::DocumentPlan m_plan;  // what is left of it, except for its first m_loaded documents
-  std::size_t m_loaded = 0;
-  /// All that the library has, in the order in which it was loaded; empty while that is not sure.
-  /// Whoever else holds the files decides where they are freed.
-  std::vector<std::weak_ptr<const documents::ConfigFile>> m_complete;
-  std::vector<std::weak_ptr<const documents::ConfigFile>> m_begun;  // that becomes complete next
+  std::shared_ptr<const intent::DocumentPlan> m_plan;
+  std::size_t m_next = 0;  // step
+  /// All that the library has, also while a plan is being carried out.
+  std::map<std::string, Tarsel::DclConfigObject::OptionType> m_names;
 };
 
-/// Returns the library's VLANs as they are now.
-intent::PresentVlans FindPresentVlans();
-
-/// Returns only which protocols they have enabled.
+/// Returns the protocols that the library's VLANs have enabled now.
 documents::ProtocolSets FindRunningProtocols();
 
 }  // namespace apply

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 #include "row.h"
 
@@ -40,6 +41,15 @@ class Keeper {
   virtual const char* GetName() const = 0;
   /// How many rows are wanted.
   virtual std::size_t CountWanted() const = 0;
+
+  /// How many rows are in force though they are not wanted, until others can take their place. They
+  /// are no differences.
+  virtual std::size_t CountKept() const { return 0; }
+  /// The first of them.
+  virtual std::vector<Row> FirstKept(std::size_t most) const {
+    static_cast<void>(most);
+    return {};
+  }
 
   /// Begins a pass over all rows that are wanted and all that the stack has. A pass that was begun
   /// before is forgotten.

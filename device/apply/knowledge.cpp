@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "vantacore/dc_router_mgr.h"
+
 namespace apply {
 
 namespace {
@@ -15,16 +17,18 @@ constexpr std::size_t INTERFACES_A_TURN = 250;
 }  // namespace
 
 Knowledge::Knowledge(uv_loop_s* loop, Interfaces& interfaces, const StackPort& port,
-                     ProtocolRowsPort& protocolRows, std::function<void(const std::string&)> report)
+                     ProtocolRowsPort& protocolRows,
+                     const std::function<void(const std::string&)>& report,
+                     std::uint64_t keepOldMilliseconds)
     : m_port(port),
       m_protocolRows(protocolRows),
-      m_differences(loop, port, std::move(report),
+      m_differences(loop, port, report,
                     [this](const Row& row) -> Keeper& { return KeeperOf(row); }),
       m_instances(port),
       m_interfaces(port, interfaces),
       m_addresses(port, interfaces),
       m_protocolRowKeeper(protocolRows),
-      m_routes(loop, port, m_differences),
+      m_routes(loop, port, m_differences, {keepOldMilliseconds, report}),
       m_rules(loop, port, m_differences),
       m_comparer(
           loop, port,
@@ -34,7 +38,6 @@ Knowledge::Knowledge(uv_loop_s* loop, Interfaces& interfaces, const StackPort& p
       m_turn(loop) {
   m_timer.SetCallback(new Tarsel::MemberCallback2<Knowledge, unsigned int, void*>(
       this, &Knowledge::LookWhetherSettled));
-  m_comparer.StartSlowPass();
 }
 
 Keeper& Knowledge::KeeperOf(const Row& row) {
@@ -69,6 +72,7 @@ void Knowledge::Heard(const Row& row, unsigned int status) {
   if (interface || address) {
     m_touched.insert(interface ? documents::InterfaceKey(interface->vlan, interface->ifIndex)
                                : documents::InterfaceKey(address->vlan, address->ifIndex));
+    m_routes.LookAtKeptSoon();
     Post();
   }
   if (status != ANSWER_DONE || !std::holds_alternative<ProtocolRow>(row) ||
@@ -89,10 +93,14 @@ void Knowledge::Turn() {
 }
 
 // With an instance that was lost everything in it was lost.
+// One that has gone in the meantime has been forgotten already, and nothing is to be asked of it.
 void Knowledge::ForgetRemade() {
+  const auto& vlans = Tarsel::DcRouterMgr::GetInstance()->GetVlans();
   for (const unsigned short vlan : std::exchange(m_remade, {})) {
-    m_routes.ForgetVlan(vlan);
-    m_rules.ForgetVlan(vlan);
+    if (vlans.count(vlan) != 0) {
+      m_routes.ForgetVlan(vlan);
+      m_rules.ForgetVlan(vlan);
+    }
   }
   CompareWhenSettled();
 }
@@ -156,7 +164,7 @@ bool Knowledge::AreAnswered() const {
 
 bool Knowledge::IsSettled() const {
   return AreAnswered() && !m_isComparisonDue && !m_comparer.IsComparing() &&
-         !m_differences.HasHeard() && m_touched.empty();
+         !m_differences.HasHeard() && m_touched.empty() && !m_routes.MayEndKept();
 }
 
 // Routes of a VLAN without its instances wait for them, however long.

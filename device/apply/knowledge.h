@@ -30,9 +30,11 @@ namespace apply {
 /// compared.
 class Knowledge {
  public:
-  /// `report` takes a line without its end, for the log. Everything else is borrowed.
+  /// `report` takes a line without its end, for the log. `keepOldMilliseconds` is how long a route
+  /// stays at most until its successor can take its place. Everything else is borrowed.
   Knowledge(uv_loop_s* loop, Interfaces& interfaces, const StackPort& port,
-            ProtocolRowsPort& protocolRows, std::function<void(const std::string& line)> report);
+            ProtocolRowsPort& protocolRows, const std::function<void(const std::string&)>& report,
+            std::uint64_t keepOldMilliseconds);
 
   RouteKeeper& GetRoutes() { return m_routes; }
   RuleKeeper& GetRules() { return m_rules; }
@@ -44,9 +46,16 @@ class Knowledge {
   /// inside its run.
   void Heard(const Row& row, unsigned int status);
 
+  /// From now on everything is compared at a slow pace, all the time (Comparer). Timers are started
+  /// with this, so their loop has to be current.
+  void StartSlowPass() { m_comparer.StartSlowPass(); }
   /// Something has changed: everything is compared as soon as it has been answered, or when nothing
   /// has been answered for a second.
   void CompareWhenSettled();
+  /// The VLANs that wait for their end from now on.
+  void SetLeavingVlans(documents::VlanIds vlans) {
+    m_protocolRowKeeper.SetLeavingVlans(std::move(vlans));
+  }
   /// The stack has lost everything: nothing has been asked for, and nothing differs.
   void Forget();
 

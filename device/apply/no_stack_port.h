@@ -23,6 +23,8 @@ namespace apply {
 /// - an instance, an interface or an address that the stack refuses is neither told nor asked for
 ///   again; nor is a route or a rule that the stack has dropped by itself;
 /// - a route or a rule that is never answered stays under way: the device does not settle then;
+/// - a route that another one of its prefix replaces goes when that one is accepted, whether its
+///   next hop is reached or not;
 /// - a restart of the stack is noticed only if the host tells it (Restarted).
 ///
 /// A host that knows more derives from this class and overrides what its stack can tell. One that

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "vantacore/dc_rtm_mgr.h"
+
 namespace apply {
 
 bool ProtocolRowKeeper::ContinuePass(std::size_t most, const Found& found) {
@@ -10,7 +12,7 @@ bool ProtocolRowKeeper::ContinuePass(std::size_t most, const Found& found) {
     if (!row) {
       return false;
     }
-    const Standing standing = m_port.Look(*row);
+    const Standing standing = Look(*row);
     if (standing.kind != Standing::Kind::EQUAL) {
       found(*row, standing);
     }
@@ -19,8 +21,16 @@ bool ProtocolRowKeeper::ContinuePass(std::size_t most, const Found& found) {
   return true;
 }
 
-Standing ProtocolRowKeeper::Look(const Row& row) const {
-  return m_port.Look(std::get<ProtocolRow>(row));
+Standing ProtocolRowKeeper::Look(const Row& anyRow) const {
+  const ProtocolRow& row = std::get<ProtocolRow>(anyRow);
+  const Standing standing = m_port.Look(row);
+  return standing.kind == Standing::Kind::UNWANTED && GoesWithItsVlan(row) ? Standing() : standing;
+}
+
+bool ProtocolRowKeeper::GoesWithItsVlan(const ProtocolRow& row) const {
+  const auto instance = static_cast<unsigned short>(row.instance);
+  return m_leaving.count(VlanOf(row)) != 0 ||
+         !Tarsel::DcRtmMgr::GetInstance()->HasRtmRecord(instance);
 }
 
 void ProtocolRowKeeper::AskAgain(const Row& row) { m_port.AskAgain(std::get<ProtocolRow>(row)); }

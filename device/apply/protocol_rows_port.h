@@ -21,11 +21,11 @@ class ProtocolRowsPort {
 
   /// How many rows documents want.
   virtual std::size_t Count() const = 0;
-  /// The first row after `last`, or the very first for a null pointer, that a document wants or
-  /// whose removal was asked for; nothing at the end.
+  /// The first row after `last`, or the very first for a null pointer, that a document wants, whose
+  /// removal was asked for, or that a router has left in the stack; nothing at the end.
   virtual std::optional<ProtocolRow> Next(const ProtocolRow* last) const = 0;
-  /// How the row stands. It is UNWANTED only if its removal was asked for. A row that a router has
-  /// left in the stack without that, because its protocol was withdrawn or disabled, is EQUAL.
+  /// How the row stands. It is UNWANTED if its removal was asked for, and if a router has left it in
+  /// the stack without that, because its protocol was withdrawn or disabled.
   virtual Standing Look(const ProtocolRow& row) const = 0;
   /// Asks the stack once more for what is wanted of the row, or for its removal. What comes of it
   /// is told by StackListener::Answered, or found by the next look.

@@ -1,23 +1,55 @@
 #include "reloader.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "device/documents/digest.h"
+#include "diff_lines.h"
+#include "tarsel/trace.h"
 
 namespace apply {
 
+using revisions::Revision;
+
+namespace {
+
+// Lines that are handed to an asker in one turn of the loop.
+constexpr std::size_t LINES_A_TURN = 1000;
+// Between two attempts at a way back.
+constexpr unsigned int PAUSE_SECONDS = 60;
+
+std::string RevisionText(unsigned int number) { return "Revision " + std::to_string(number); }
+
+}  // namespace
+
 Reloader::Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces, StackPort& stack,
-                   ProtocolRowsPort& protocolRows, ReloadHooks hooks)
-    : m_folder(std::make_shared<const documents::ConfigFolder>(source.directory, source.options)),
-      m_isPartial(source.options.isPartial),
+                   ProtocolRowsPort& protocolRows, ReloadHooks hooks, History::Place history,
+                   const ReloaderOptions& options)
+    : m_history(std::make_shared<History>(std::move(history))),
+      m_folder(std::make_shared<const documents::ConfigFolder>(
+          source.directory,
+          documents::ConfigFolder::Options{source.options.protocols, source.options.isPartial,
+                                           m_history->IsKept()})),
+      m_howToRead(source.options),
+      m_options(options),
       m_hooks(std::move(hooks)),
       m_intent(std::make_shared<const intent::Intent>()),
       m_reading(loop),
       m_disposal(loop),
       m_stack(stack),
-      m_knowledge(loop, interfaces, stack, protocolRows, m_hooks.log),
+      m_knowledge(loop, interfaces, stack, protocolRows, m_hooks.log,
+                  options.keepOldSeconds * 1000ull),
       m_applier(
           loop, interfaces, m_knowledge, m_disposal,
           {[this](const std::function<void()>& work) { m_hooks.overheard(m_listeners, work); },
            m_hooks.library}),
+      m_guard(loop, stack, options.guardPercent,
+              [this](unsigned short vlan) { return KnowsWhatIsInstalled(vlan); }),
+      m_telling(loop),
+      m_confirmation(stack,
+                     [this] {
+                       Ask({Job::WAY_BACK, {}, {}, false, 0, m_history->GetTrial()}, {});
+                     }),
       m_bringBack(loop) {
   m_stack.SetListener(this);
 }
@@ -27,20 +59,16 @@ Reloader::~Reloader() { m_stack.SetListener(nullptr); }
 void Reloader::Start(std::function<void(bool)> judged, std::function<void()> applied) {
   m_judged = std::move(judged);
   m_applied = std::move(applied);
-  Ask(Kind::START, {});
+  m_knowledge.StartSlowPass();
+  if (m_history->IsMissed()) {
+    m_hooks.log("warning: no revisions are kept: " + m_history->GetReason());
+  }
+  Ask({Job::START}, {});
 }
 
-void Reloader::Reload(Asker asker) { Ask(Kind::RELOAD, std::move(asker)); }
-
-void Reloader::Check(Asker asker, bool isStrict) {
-  Ask(isStrict ? Kind::STRICT_CHECK : Kind::CHECK, std::move(asker));
-}
-
-void Reloader::Ask(Kind kind, Asker asker) {
-  const bool isJoining =
-      kind == Kind::RELOAD && !m_waiting.empty() && m_waiting.back().kind == kind;
-  if (!isJoining) {
-    m_waiting.push_back({kind, {}});
+void Reloader::Ask(Job job, Asker asker) {
+  if (m_waiting.empty() || !m_waiting.back().IsSameReload(job)) {
+    m_waiting.push_back(std::move(job));
   }
   m_waiting.back().askers.Add(std::move(asker));
   BeginNext();
@@ -48,16 +76,100 @@ void Reloader::Ask(Kind kind, Asker asker) {
 
 // Whoever was told of the end of a job may have asked for the next one, which has begun then.
 void Reloader::BeginNext() {
-  if (m_job || m_waiting.empty()) {
+  if (!m_job && !m_waiting.empty()) {
+    m_job = std::move(m_waiting.front());
+    m_waiting.pop_front();
+    Begin();
+  }
+}
+
+void Reloader::GoBack() {
+  if (m_history->GetTrial() != 0) {
+    Ask({Job::WAY_BACK, {}, {}, false, 0, m_history->GetTrial()}, {});
+  }
+}
+
+// What was asked for during a trial is about that trial.
+void Reloader::Begin() {
+  if (m_job->trial != 0 && m_job->trial != m_history->GetTrial()) {
+    Announce(RevisionText(m_job->trial) + " is not on trial any more");
+    m_job->askers.End(true);
+    EndJob(false);
     return;
   }
-  m_job = std::move(m_waiting.front());
-  m_waiting.pop_front();
+  const std::string refusal = FindRefusal(*m_job, *m_history, m_confirmation);
+  if (!refusal.empty()) {
+    Refuse(refusal);
+    return;
+  }
+  const auto& open = m_history->GetUnconfirmed();
+  switch (m_job->kind) {
+    case Job::DIFF:
+      if (m_job->number != 0) {
+        ReadRevision(m_history->Find(m_job->number));
+        return;
+      }
+      break;
+    case Job::UNDO:
+      ReadRevision(open ? m_history->Find(open->back) : m_history->FindBefore(m_job->number));
+      return;
+    case Job::WAY_BACK:
+      m_hooks.log(RevisionText(open->revision) + " was not confirmed in time");
+      ReadRevision(m_history->Find(open->back));
+      return;
+    case Job::CONFIRM:
+      ConfirmInPool();
+      return;
+    case Job::HISTORY:
+    case Job::REVISION:
+      for (const std::string& line : m_job->kind == Job::HISTORY
+                                         ? m_history->List()
+                                         : m_history->Show(*m_history->Find(m_job->number))) {
+        Tell(line);
+      }
+      m_job->askers.End(true);
+      EndJob(false);
+      return;
+    default:
+      break;
+  }
+  ReadFolder();
+}
+
+void Reloader::Refuse(const std::string& reason, const SharedResult& result) {
+  if (m_job->ChangesWhatIsInForce() || m_job->kind == Job::CONFIRM) {
+    m_hooks.log("Refused to " + m_job->askers.GetNames() + ": " + reason);
+  }
+  Tell("Refused: " + reason);
+  m_job->askers.End(false);
+  if (result) {
+    m_disposal.Free(std::make_shared<const Result>(std::move(*result)));
+  }
+  EndJob(false);
+}
+
+void Reloader::Tell(const std::string& line) { m_job->askers.Tell(line + "\n"); }
+
+// A session that sees the log has no report, so both are told.
+void Reloader::Announce(const std::string& line) {
+  m_hooks.log(line);
+  Tell(line);
+}
+
+void Reloader::Read(std::function<void(Result&)> read) {
   const auto result = std::make_shared<Result>();
+  const bool isDiff = m_job->kind == Job::DIFF;
+  const bool isCheck = m_job->kind == Job::CHECK;
   m_reading.Start(
-      [result, folder = m_folder, inForce = m_intent, isFirst = m_job->kind == Kind::START] {
-        result->reading = isFirst ? folder->ReadFirst() : folder->ReadAgain(inForce->GetFolder());
+      [result, read = std::move(read), inForce = m_intent, isDiff, isCheck] {
+        read(*result);
         result->intent = std::make_shared<const intent::Intent>(result->reading.folder);
+        if (!result->reading.isUnchanged && !isCheck) {
+          result->plan = plan::MakePlan(*inForce, *result->intent);
+        }
+        if (isDiff) {
+          result->lines = DescribeChanges(*inForce, *result->intent, result->plan);
+        }
         if (!result->reading.isUnchanged) {
           loop::GiveBackFreeMemory();  // what reading needed besides
         }
@@ -65,55 +177,237 @@ void Reloader::BeginNext() {
       [this, result](const std::optional<std::string>& problem) {
         if (problem) {
           result->reading.findings.Add({documents::Severity::ERROR, {".", {}, {}}, *problem});
+          result->choice.why = Choice::Why::NOTHING;
         }
-        Judge(std::move(*result));
+        Judge(result);
       });
 }
 
-void Reloader::Judge(Result result) {
-  const documents::Findings& findings = result.reading.findings;
-  const bool isCheck = m_job->kind == Kind::CHECK || m_job->kind == Kind::STRICT_CHECK;
-  for (const std::string& line : findings.Lines()) {
-    if (!isCheck) {
-      m_hooks.log(line);
-    }
-    m_job->askers.Tell(line + "\n");
-  }
-  const bool isRead = result.intent != nullptr;
-  const bool isTaken = !isCheck && isRead && (m_isPartial || !findings.HasErrors());
-  m_job->askers.End(!findings.HasErrors() &&
-                    (m_job->kind != Kind::STRICT_CHECK || findings.CountWarnings() == 0));
-  if (isTaken) {
-    m_intent = result.intent;
-  }
-  if (m_job->kind == Kind::START) {
-    std::exchange(m_judged, nullptr)(isTaken);
-  }
-  if (isTaken) {
-    m_listeners = m_job->askers.GetReports();
-    m_applier.Apply(m_intent, result.reading.isUnchanged, [this] { EndJob(true); });
+void Reloader::ReadFolder() {
+  if (m_job->kind == Job::START) {
+    Read([folder = m_folder, history = m_history, howToRead = m_howToRead,
+          isFresh = m_options.isFresh](Result& result) {
+      result.choice = ReadForStart(*folder, howToRead, *history, isFresh, result.reading);
+    });
     return;
   }
-  if (!result.reading.isUnchanged) {
-    m_disposal.Free(std::make_shared<const Result>(std::move(result)));
+  Read([folder = m_folder, inForce = m_intent](Result& result) {
+    result.reading = folder->ReadAgain(inForce->GetFolder());
+  });
+}
+
+void Reloader::ReadRevision(const Revision* revision) {
+  Read([history = m_history, howToRead = m_howToRead, revision = *revision,
+        inForce = m_intent](Result& result) {
+    result.reading = apply::ReadRevision(*history, revision, howToRead, inForce->GetFolder());
+  });
+}
+
+void Reloader::Judge(const SharedResult& result) {
+  const documents::Findings& findings = result->reading.findings;
+  if (m_job->kind == Job::CHECK) {
+    TellFindings(findings);
+    m_job->askers.End(!findings.HasErrors() && (!m_job->isStrict || findings.CountWarnings() == 0));
+    Forgo(result);
+    return;
+  }
+  const bool isUsable = !findings.HasErrors() || m_howToRead.isPartial;
+  if (m_job->kind != Job::DIFF || !isUsable) {
+    TellFindings(result->choice.findings);
+    TellFindings(findings);
+  }
+  const std::string choice = DescribeChoice(result->choice);
+  if (!choice.empty()) {
+    m_hooks.log(choice);
+  }
+  if (!isUsable || result->choice.why == Choice::Why::NOTHING) {
+    if (m_job->trial != 0) {
+      TryAgain();
+    }
+    m_job->askers.End(false);
+    Forgo(result);
+    return;
+  }
+  if (m_job->request.isBySignal &&
+      m_history->GetUndone() == documents::DigestOf(result->reading.folder)) {
+    Refuse("the folder says what was undone; `reload` applies it again", result);
+    return;
+  }
+  const bool isJudged =
+      m_job->kind == Job::DIFF || (m_job->kind == Job::RELOAD && !m_job->request.isForced);
+  if (!isJudged) {
+    Keep(result);
+    return;
+  }
+  m_guard.Judge(std::shared_ptr<const plan::Plan>(result, &result->plan),
+                [this, result](const Guard::Verdict& verdict) { Guarded(result, verdict); });
+}
+
+void Reloader::TellFindings(const documents::Findings& findings) {
+  const auto tell = m_job->ChangesWhatIsInForce() ? &Reloader::Announce : &Reloader::Tell;
+  for (const std::string& line : findings.Lines()) {
+    (this->*tell)(line);
+  }
+}
+
+void Reloader::Guarded(const SharedResult& result, const Guard::Verdict& verdict) {
+  if (m_job->kind == Job::DIFF) {
+    TellDiff(result, verdict);
+    return;
+  }
+  if (verdict.reasons.empty()) {
+    Keep(result);
+    return;
+  }
+  for (const std::string& reason : verdict.reasons) {
+    Announce(reason);
+  }
+  Refuse("that is more than the guard lets pass; `reload force` applies it", result);
+}
+
+void Reloader::TellDiff(const SharedResult& result, const Guard::Verdict& verdict) {
+  const std::uint64_t pace = m_hooks.requestsASecond ? m_hooks.requestsASecond() : 0;
+  for (std::string& line :
+       DescribeEffect(result->plan, pace, verdict, m_knowledge.GetRoutes().CountKept())) {
+    result->lines.push_back(std::move(line));
+  }
+  TellLines(result, 0);
+}
+
+void Reloader::TellLines(const SharedResult& result, std::size_t first) {
+  const std::size_t end = std::min(result->lines.size(), first + LINES_A_TURN);
+  for (std::size_t i = first; i < end; ++i) {
+    Tell(result->lines[i]);
+  }
+  if (end < result->lines.size()) {
+    m_telling.Post([this, result, end] { TellLines(result, end); });
+    return;
+  }
+  m_job->askers.End(true);
+  Forgo(result);
+}
+
+// What changes nothing makes no revision.
+History::Next Reloader::Prepare(const Result& result) const {
+  const Choice& choice = result.choice;
+  const bool isStart = m_job->kind == Job::START;
+  if (isStart && choice.why != Choice::Why::FOLDER && choice.why != Choice::Why::UNCONFIRMED) {
+    return m_history->PrepareToGoOn(result.reading, choice.why == Choice::Why::SAME);
+  }
+  const History::Cause cause = CauseOf(*m_job, choice.revision, result.plan.totals, *m_history);
+  return isStart || m_history->GetUnconfirmed() || !result.plan.totals.IsEmpty() ||
+                 (m_history->IsKept() && m_history->GetInForce() == 0)
+             ? m_history->Prepare(cause, result.reading)
+             : m_history->PrepareNone(cause, result.reading);
+}
+
+void Reloader::Keep(const SharedResult& result) {
+  const auto next = std::make_shared<const History::Next>(Prepare(*result));
+  if (!m_history->IsToBeKept(*next)) {
+    Kept(result, *next, {});
+    return;
+  }
+  const auto problem = std::make_shared<std::string>();
+  m_reading.Start([history = m_history, next, problem] { *problem = history->Keep(*next); },
+                  [this, result, next, problem](const std::optional<std::string>& failure) {
+                    Kept(result, *next, failure.value_or(*problem));
+                  });
+}
+
+void Reloader::Kept(const SharedResult& result, const History::Next& next,
+                    const std::string& problem) {
+  const bool isKept = m_history->IsKept() && problem.empty();
+  const bool isOpen = next.state.unconfirmed.has_value();
+  if (isOpen && !isKept) {
+    Refuse("the way back cannot be written: " + problem, result);
+    return;
+  }
+  if (!problem.empty()) {
+    Announce("warning: not kept as a revision: " + problem);
+  }
+  m_history->Take(next, isKept);
+  Announce(History::Describe(next, isKept));
+  if (next.state.undone && next.revision.of != 0) {
+    Announce(FOLDER_DIFFERS);
+  }
+  if (isOpen) {
+    Arm();
+  } else {
+    m_confirmation.Stop();
+  }
+  Take(result);
+}
+
+// The askers hear of the end before anything is applied: what follows, they wait for.
+void Reloader::Take(const SharedResult& result) {
+  m_intent = result->intent;
+  if (m_job->kind == Job::START) {
+    std::exchange(m_judged, nullptr)(true);
+  }
+  m_listeners = m_job->askers.GetReports();
+  m_job->askers.End(!result->reading.findings.HasErrors());
+  m_applier.Apply(m_intent, result->reading.isUnchanged, [this] { EndJob(true); });
+}
+
+void Reloader::Forgo(const SharedResult& result) {
+  if (!result->reading.isUnchanged) {
+    m_disposal.Free(std::make_shared<const Result>(std::move(*result)));
   }
   EndJob(false);
 }
 
 void Reloader::EndJob(bool isTaken) {
   m_listeners.clear();
-  const Kind kind = m_job->kind;
+  const Job::Kind kind = m_job->kind;
   m_job.reset();
-  if (kind == Kind::START && !isTaken) {
+  if (kind == Job::START && !isTaken) {
     m_waiting.clear();
+    std::exchange(m_judged, nullptr)(false);
     return;
   }
-  if (kind == Kind::START) {
+  if (kind == Job::START) {
     std::exchange(m_applied, nullptr)();
-  } else if (kind == Kind::RELOAD) {
+  } else if (kind == Job::RELOAD || kind == Job::UNDO || kind == Job::WAY_BACK) {
     m_hooks.over();
   }
   BeginNext();
+}
+
+void Reloader::ConfirmInPool() {
+  const auto state = std::make_shared<const revisions::State>(m_history->Confirmed());
+  const auto problem = std::make_shared<std::string>();
+  m_reading.Start([history = m_history, state, problem] { *problem = history->Set(*state); },
+                  [this, state, problem](const std::optional<std::string>& failure) {
+                    Confirmed(*state, failure.value_or(*problem));
+                  });
+}
+
+void Reloader::Confirmed(const revisions::State& state, const std::string& problem) {
+  if (!problem.empty()) {
+    Refuse("the confirmation cannot be written: " + problem);
+    return;
+  }
+  m_confirmation.Stop();
+  m_history->TakeState(state);
+  Announce(RevisionText(m_job->number) + " is confirmed");
+  m_job->askers.End(true);
+  EndJob(false);
+}
+
+// A way back that cannot be read may be later; until then the operator can only confirm.
+void Reloader::TryAgain() {
+  const revisions::Unconfirmed& open = *m_history->GetUnconfirmed();
+  m_confirmation.Start(PAUSE_SECONDS);
+  Announce("revision " + std::to_string(open.back) + " cannot come back, the next try is in " +
+           std::to_string(PAUSE_SECONDS) + " s");
+}
+
+void Reloader::Arm() {
+  const revisions::Unconfirmed& open = *m_history->GetUnconfirmed();
+  const std::string seconds = std::to_string(m_job->request.confirmSeconds);
+  m_confirmation.Start(m_job->request.confirmSeconds);
+  Announce("`confirm " + std::to_string(open.revision) + "` within " + seconds +
+           " s keeps it; otherwise revision " + std::to_string(open.back) + " comes back");
 }
 
 bool Reloader::IsSettled() const {
@@ -121,9 +415,14 @@ bool Reloader::IsSettled() const {
          m_knowledge.IsSettled();
 }
 
+bool Reloader::KnowsWhatIsInstalled(unsigned short vlan) const {
+  return !m_isToBringBack && !m_applier.IsBusy() && m_stack.IsReady() &&
+         m_knowledge.GetRoutes().CountOpen(vlan) == 0;
+}
+
 void Reloader::Answered(const Row& row, unsigned int status) { m_knowledge.Heard(row, status); }
 
-// Before the folder has been judged there is nothing to bring back.
+// Before something has been chosen there is nothing to bring back.
 void Reloader::Restarted() {
   if (!m_judged) {
     m_isToBringBack = true;
@@ -132,11 +431,18 @@ void Reloader::Restarted() {
 }
 
 // What waited in the library for the end of requests that the old stack had is issued and freed
-// first.
+// first. What still waits is not freed when the library's queues are reset.
 void Reloader::BringBack() {
   m_isToBringBack = false;
+  m_guard.BeginAgain();
   m_hooks.restarted();
-  m_stack.EndLostRequests();
+  if (!m_stack.EndLostRequests()) {
+    ++m_losses;
+    Tarsel::TRACE(1,
+                  "Requests are unanswered while the stack is brought back; what waits for them is "
+                  "lost memory (restarts with such a loss: %u)\n",
+                  m_losses);
+  }
   m_applier.BringBack();
 }
 

@@ -9,19 +9,27 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "applier.h"
 #include "asker.h"
+#include "confirmation.h"
 #include "device/documents/config_folder.h"
 #include "device/intent/intent.h"
 #include "device/loop/disposal.h"
+#include "device/loop/loop_handles.h"
 #include "device/loop/work.h"
 #include "device/program/report.h"
+#include "guard.h"
+#include "history.h"
 #include "interfaces.h"
+#include "job.h"
 #include "knowledge.h"
 #include "protocol_rows_port.h"
+#include "reload_request.h"
 #include "stack_port.h"
+#include "start.h"
 
 namespace apply {
 
@@ -45,6 +53,18 @@ struct ReloadHooks {
   /// The stack has been restarted. Called before it is told everything again. The host forgets what
   /// was the old stack's, such as its descriptors.
   std::function<void()> restarted;
+  /// How many requests a second the device makes at its present pace, for `diff`. May be empty.
+  std::function<std::uint64_t()> requestsASecond = {};
+};
+
+struct ReloaderOptions {
+  /// The guard's share, in percent.
+  unsigned int guardPercent = 50;
+  /// The start takes the folder, whatever revision was in force.
+  bool isFresh = false;
+  /// How long a route that is replaced stays at most until the new one can take its place, 0 to
+  /// 86,400; 0 for not at all.
+  unsigned int keepOldSeconds = 60;
 };
 
 /// How far the requests have come.
@@ -54,12 +74,17 @@ struct Progress {
 };
 
 /// Reads the folder, judges it and, if it passes, has it applied (Applier). A folder with an error
-/// changes nothing, unless it is read partially: then the rest is applied. Reading, comparing and
-/// freeing are done in the thread pool, and what the library is told is told in many turns of the
-/// loop, so that no turn is long.
+/// changes nothing, unless it is read partially: then the rest is applied. Reading, comparing,
+/// writing and freeing are done in the thread pool, and what the library is told is told in many
+/// turns of the loop, so that no turn is long.
 ///
-/// Start, reloads and checks are carried out one after the other, in the order in which they were
-/// asked for. Reloads that are asked for while others wait, with no check between them, are one
+/// A change of what is in force is a transaction. It has a plan, which the guard judges, and it
+/// becomes a revision (History) before anything of it is applied. So whatever ends the process
+/// leaves the one configuration or the other. A revision can be undone, and a reload can wait for
+/// its confirmation and go back by itself without it.
+///
+/// All that is asked for is carried out one after the other, in the order in which it was asked
+/// for. Equal reloads that are asked for while others wait, with nothing between them, are one
 /// reload. Whoever asked hears of the reload that begins after that.
 ///
 /// Each is over, and the next one begins, when everything has been asked for; whether the stack has
@@ -74,27 +99,50 @@ class Reloader : private StackListener {
   };
 
   /// The loop, `interfaces`, `stack` and `protocolRows` are borrowed. Nothing else may listen to
-  /// the stack. Timers are started with this, so their loop has to be there; the library need not
-  /// be.
+  /// the stack. Neither the library nor the timers' loop need be there yet.
   Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces, StackPort& stack,
-           ProtocolRowsPort& protocolRows, ReloadHooks hooks);
+           ProtocolRowsPort& protocolRows, ReloadHooks hooks, History::Place history = {},
+           const ReloaderOptions& options = {});
   /// A reading that is under way is forgotten (loop::Work); no asker is told.
   ~Reloader() override;
 
-  /// Reads the folder for the first time and applies it. Call it once, before everything else.
-  /// Calls `judged` after the findings have been logged, with whether the folder is taken. If it
-  /// is, that call is the time to initialise the library, which needs
-  /// GetIntent().GetDevice().defaultVlan; the folder is applied after it, and then `applied` is
-  /// called. If not, nothing more happens.
+  /// Chooses what is in force from now on, the folder or a revision (ReadForStart), and applies it.
+  /// Call it once, before everything else. Timers are started with this, so their loop has to be
+  /// current. Calls `judged` after the findings have been logged, with whether anything is taken.
+  /// If so, that call is the time to initialise the library, which needs
+  /// GetIntent().GetDevice().defaultVlan; it is applied after it, and then `applied` is called. If
+  /// not, nothing more happens.
   void Start(std::function<void(bool isTaken)> judged, std::function<void()> applied);
 
-  /// Reads the folder again and applies the differences. `asker` passes if there is no error.
-  void Reload(Asker asker = {});
+  // Each of the following calls the asker's `end` once, with whether it was done.
 
+  /// Reads the folder again and applies the differences.
+  void Reload(Asker asker = {}, const ReloadRequest& request = {}) {
+    Ask({Job::RELOAD, {}, request}, std::move(asker));
+  }
   /// The first half of a reload: reads the folder, tells the asker the findings, and changes
   /// nothing; the log gets nothing. The asker passes if there is no error and, if the check is
   /// strict, no warning.
-  void Check(Asker asker, bool isStrict);
+  void Check(Asker asker, bool isStrict) { Ask({Job::CHECK, {}, {}, isStrict}, std::move(asker)); }
+  /// Tells the asker the way from what is in force to the folder, or to a revision, and what the
+  /// guard says of it. Changes nothing. Findings that are errors take the place of the way.
+  void Diff(Asker asker, std::optional<unsigned int> revision) {
+    Ask({Job::DIFF, {}, {}, false, revision.value_or(0)}, std::move(asker));
+  }
+  /// Brings back the content of the revision that stands `back` before the one in force. While a
+  /// reload waits for its confirmation, it goes back at once, whatever `back` is.
+  void Undo(Asker asker, unsigned int back) {
+    Ask({Job::UNDO, {}, {}, false, back, m_history->GetTrial()}, std::move(asker));
+  }
+  /// Confirms the reload that made the revision.
+  void Confirm(Asker asker, unsigned int revision) {
+    Ask({Job::CONFIRM, {}, {}, false, revision}, std::move(asker));
+  }
+  /// Tells the asker of the revisions, or of one.
+  void ListRevisions(Asker asker) { Ask({Job::HISTORY, {}}, std::move(asker)); }
+  void ShowRevision(Asker asker, unsigned int revision) {
+    Ask({Job::REVISION, {}, {}, false, revision}, std::move(asker));
+  }
 
   /// Whether anything is under way or waits to begin.
   bool IsBusy() const { return m_job.has_value() || m_applier.IsBusy(); }
@@ -108,37 +156,64 @@ class Reloader : private StackListener {
   bool IsSettled() const;
   Progress GetProgress() const { return {m_knowledge.GetProgress(), m_knowledge.CountOpen()}; }
   const Knowledge& GetKnowledge() const { return m_knowledge; }
+  /// How many restarts of the stack have found requests whose end could not be reported
+  /// (StackPort::EndLostRequests). What waits in the library for such a request is lost memory.
+  unsigned int CountLosses() const { return m_losses; }
   /// Holds everything against the stack at once, mends nothing and waits for nothing (Comparer).
   void Verify(std::size_t mostLines, std::function<void(std::vector<Verdict>)> done) {
     m_knowledge.Verify(mostLines, std::move(done));
   }
 
  private:
-  enum class Kind { START, RELOAD, CHECK, STRICT_CHECK };
-
-  // What has been asked for.
-  struct Job {
-    Kind kind;
-    Askers askers;
-  };
-
   // What a reading came to.
   struct Result {
     documents::Reading reading;
     std::shared_ptr<const intent::Intent> intent;
+    plan::Plan plan;
+    std::vector<std::string> lines;  // of a diff
+    Choice choice;                   // of a start
   };
+  using SharedResult = std::shared_ptr<Result>;
 
-  void Ask(Kind kind, Asker asker);
+  void Ask(Job job, Asker asker);
   void BeginNext();
-  void Judge(Result result);
+  void GoBack();
+  void Begin();
+  void Refuse(const std::string& reason, const SharedResult& result = nullptr);
+  void Tell(const std::string& line);
+  void Announce(const std::string& line);
+
+  void Read(std::function<void(Result& result)> read);
+  void ReadFolder();
+  void ReadRevision(const revisions::Revision* revision);
+  void Judge(const SharedResult& result);
+  void TellFindings(const documents::Findings& findings);
+  void Guarded(const SharedResult& result, const Guard::Verdict& verdict);
+  void TellDiff(const SharedResult& result, const Guard::Verdict& verdict);
+  void TellLines(const SharedResult& result, std::size_t first);
+
+  History::Next Prepare(const Result& result) const;
+  void Keep(const SharedResult& result);
+  void Kept(const SharedResult& result, const History::Next& next, const std::string& problem);
+  void Take(const SharedResult& result);
+  void Forgo(const SharedResult& result);
   void EndJob(bool isTaken);
+
+  void ConfirmInPool();
+  void Confirmed(const revisions::State& state, const std::string& problem);
+  void Arm();
+  void TryAgain();
+  bool KnowsWhatIsInstalled(unsigned short vlan) const;
+
   void Answered(const Row& row, unsigned int status) override;
   void Restarted() override;
   void BringBack();
 
   // Shared with the pool.
+  const std::shared_ptr<History> m_history;
   const std::shared_ptr<const documents::ConfigFolder> m_folder;
-  const bool m_isPartial;
+  const documents::ConfigFolder::Options m_howToRead;
+  const ReloaderOptions m_options;
   const ReloadHooks m_hooks;
   std::shared_ptr<const intent::Intent> m_intent;
   std::optional<Job> m_job;  // under way
@@ -151,7 +226,11 @@ class Reloader : private StackListener {
   StackPort& m_stack;
   Knowledge m_knowledge;
   Applier m_applier;
+  Guard m_guard;
+  loop::Task m_telling;
+  Confirmation m_confirmation;
   bool m_isToBringBack = false;  // the stack has been restarted
+  unsigned int m_losses = 0;
   loop::Task m_bringBack;
 };
 

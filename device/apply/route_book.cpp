@@ -65,57 +65,140 @@ RouteState StateOfWanted(const KnownRoutes& known, std::uint32_t metric) {
   if (state.kind == RouteState::UNDER_WAY) {
     return state;
   }
-  const bool isSame = known.IsWanted() && known.Get().metric == metric;
+  const bool isEqual = known.Get().metric == metric;
+  if (state.IsHeld() && state.value == 0 && isEqual) {
+    return SETTLED;
+  }
+  const bool isSame = known.IsWanted() && isEqual;
   return isSame || state.kind == RouteState::NEVER_ASKED ? state
                                                          : RouteState::ToAsk(state.HasGivenUp());
 }
 
-// Of a known route that is not wanted. One that has never been asked for is forgotten. A request
-// that was given up may have changed the stack all the same, and its item is still in the library:
-// asking for the removal ends both.
-void Leave(const KnownRoutes& known, ResolvedRoutes& routes, std::vector<RouteState>& states) {
+// Of a known route that is not wanted, or not any more. `isReplaced` says that others of its prefix
+// are. A request that was given up may have changed the stack all the same, and its item is still
+// in the library: asking for the removal ends both.
+RouteState StateOfLeaving(const KnownRoutes& known, bool isReplaced, RouteBook::Plan& plan) {
   const RouteState state = known.GetState();
-  if (state.kind == RouteState::NEVER_ASKED) {
-    return;
+  const bool wasLeaving = !known.IsWanted();
+  const bool isDue = state.kind == RouteState::TO_ASK && (state.value & RouteState::DUE) != 0;
+  if (state.kind == RouteState::UNDER_WAY && !wasLeaving && isReplaced) {
+    plan.holdsMore |= plan.holding.isOn;  // when its answer comes (RouteHandover::StateOfLate)
   }
-  const bool stays = !known.IsWanted() || state.kind == RouteState::UNDER_WAY;
-  routes.push_back(known.Get());
-  states.push_back(stays ? state : RouteState::ToAsk(state.HasGivenUp()));
+  if (state.kind == RouteState::UNDER_WAY ||
+      (wasLeaving && (state.kind == RouteState::REFUSED || isDue))) {
+    return state;
+  }
+  if (!isReplaced || !plan.holding.isOn) {
+    return RouteState::ToAsk(state.HasGivenUp());
+  }
+  if (state.IsHeld()) {
+    return plan.holding.endsAll ? state.LetGo() : state;
+  }
+  plan.holdsMore = true;
+  return {RouteState::AWAITING, (state.HasGivenUp() ? RouteState::GIVEN_UP : 0u) |
+                                    (state.kind == RouteState::SETTLED ? 0u : RouteState::CHANGED)};
 }
 
 bool IsRemoval(const RouteState& state) {
   return state.IsToAsk() || state.kind == RouteState::UNDER_WAY;
 }
 
+// Merges two sets of wanted routes.
+class Merge {
+ public:
+  Merge(RouteBook::Plan& plan, const ResolvedRoutes& wanted)
+      : m_plan(plan), m_wanted(wanted), m_known(plan.wanted, plan.leaving) {}
+
+  void Run() {
+    states.reserve(m_wanted.size());
+    for (; m_next < m_wanted.size(); ++m_next) {
+      const ResolvedRoute& route = m_wanted[m_next];
+      int order = -1;
+      while (m_known.HasMore() && (order = CompareRoutes(m_known.Get(), route)) < 0) {
+        Leave();
+        m_known.Advance();
+      }
+      if (m_known.HasMore() && order == 0) {
+        states.push_back(StateOfWanted(m_known, route.metric));
+        m_known.Advance();
+      } else {
+        states.push_back(NEVER_ASKED);
+      }
+    }
+    for (; m_known.HasMore(); m_known.Advance()) {
+      Leave();
+    }
+  }
+
+  std::vector<RouteState> states;  // of the wanted routes
+  ResolvedRoutes leaving;
+  std::vector<RouteState> leavingStates;
+
+ private:
+  // One that has never been asked for is forgotten.
+  void Leave() {
+    if (m_known.GetState().kind != RouteState::NEVER_ASKED) {
+      leaving.push_back(m_known.Get());
+      leavingStates.push_back(StateOfLeaving(m_known, IsReplaced(), m_plan));
+    }
+  }
+  // Routes of one prefix follow each other, and the known one is between two wanted ones.
+  bool IsReplaced() const {
+    const documents::RouteTarget& known = m_known.Get().target;
+    return (m_next != 0 && ComparePrefixes(m_wanted[m_next - 1].target, known) == 0) ||
+           (m_next < m_wanted.size() && ComparePrefixes(m_wanted[m_next].target, known) == 0);
+  }
+
+  RouteBook::Plan& m_plan;
+  const ResolvedRoutes& m_wanted;
+  KnownRoutes m_known;
+  std::size_t m_next = 0;
+};
+
 }  // namespace
 
 void RouteBook::Make(Plan& plan, intent::SharedRoutes wanted) noexcept {
-  KnownRoutes known(plan.wanted, plan.leaving);
-  std::vector<RouteState> states;
-  states.reserve(wanted->size());
-  ResolvedRoutes leaving;
-  std::vector<RouteState> leavingStates;
-  for (const ResolvedRoute& route : *wanted) {
-    int order = -1;
-    while (known.HasMore() && (order = CompareRoutes(known.Get(), route)) < 0) {
-      Leave(known, leaving, leavingStates);
-      known.Advance();
-    }
-    if (known.HasMore() && order == 0) {
-      states.push_back(StateOfWanted(known, route.metric));
-      known.Advance();
-    } else {
-      states.push_back(NEVER_ASKED);
-    }
+  Merge merge(plan, *wanted);
+  merge.Run();
+  plan.wanted = {std::move(wanted), std::move(merge.states)};
+  plan.leaving = {std::make_shared<const ResolvedRoutes>(std::move(merge.leaving)),
+                  std::move(merge.leavingStates)};
+  if (plan.holding.endsKept) {
+    EndKept(plan);
   }
-  for (; known.HasMore(); known.Advance()) {
-    Leave(known, leaving, leavingStates);
-  }
-  plan.wanted = {std::move(wanted), std::move(states)};
-  plan.leaving = {std::make_shared<const ResolvedRoutes>(std::move(leaving)),
-                  std::move(leavingStates)};
   AddWorks(plan.leaving, true, plan.works);
   AddWorks(plan.wanted, false, plan.works);
+  plan.kept = static_cast<std::size_t>(
+      std::count_if(plan.leaving.states.begin(), plan.leaving.states.end(),
+                    [](const RouteState& state) { return state.kind == RouteState::KEPT; }));
+}
+
+// One that is kept for others than before has another chance: whoever corrects a next hop that is
+// not reached does not want the old one to go first.
+void RouteBook::EndKept(Plan& plan) {
+  const RouteSet& wanted = plan.wanted;
+  for (std::size_t i = 0; i < plan.leaving.states.size(); ++i) {
+    RouteState& state = plan.leaving.states[i];
+    if (state.kind != RouteState::KEPT) {
+      continue;
+    }
+    const ResolvedRoute& route = plan.leaving.At(i);
+    std::size_t other = wanted.FirstOf(route.target);
+    while (wanted.HasAt(other, route.target) &&
+           (wanted.states[other].kind == RouteState::SETTLED ||
+            wanted.states[other].kind == RouteState::REFUSED)) {
+      ++other;
+    }
+    if (wanted.HasAt(other, route.target)) {
+      state.kind = RouteState::AWAITING;
+      plan.holdsMore = true;
+      continue;
+    }
+    state = state.LetGo();
+    if (plan.endedCount++ < MOST_NAMED) {
+      plan.ended.push_back({route.target, route.ifIndex});
+    }
+  }
 }
 
 void RouteBook::AddWorks(const RouteSet& set, bool isLeaving, RouteLanes::Works& works) {
@@ -124,14 +207,16 @@ void RouteBook::AddWorks(const RouteSet& set, bool isLeaving, RouteLanes::Works&
   for (std::size_t i = 0; i < set.states.size(); ++i) {
     const RouteState& state = set.states[i];
     const bool isToAsk = state.IsToAsk();
-    if (!isToAsk && !(isLeaving && IsRemoval(state))) {
+    const bool isAwaiting = state.kind == RouteState::AWAITING;
+    if (!isToAsk && !isAwaiting && !(isLeaving && IsRemoval(state))) {
       continue;
     }
     if (work == nullptr || set.At(i).target.vlan != vlan) {
       vlan = set.At(i).target.vlan;
       work = &works[vlan];
     }
-    work->removals += isLeaving ? 1 : 0;
+    work->removals += isLeaving && !isAwaiting ? 1 : 0;
+    work->awaiting += isAwaiting ? 1 : 0;
     RouteStretch& stretch = isLeaving ? work->leaving : work->wanted;
     if (isToAsk && stretch.toAsk++ == 0) {
       stretch.next = i;
@@ -145,9 +230,13 @@ void RouteBook::CarryOut(Plan& plan) {
   ++m_edition;
   m_left = m_leaving.states.size();
   m_lanes.SetWorks(plan.works);
-  m_toAsk = 0;
-  for (const auto& work : plan.works) {
-    m_toAsk += work.second.CountToAsk();
+  m_toAsk = {};
+  m_awaiting = 0;
+  m_kept = plan.kept;
+  for (const auto& [vlan, work] : plan.works) {
+    ToAsk(Asking::ADDITIONS) += work.wanted.toAsk;
+    ToAsk(Asking::REMOVALS) += work.leaving.toAsk;
+    m_awaiting += work.awaiting;
   }
   AdoptStrays();
 }
@@ -208,20 +297,23 @@ RouteState& RouteBook::At(const Place& place, const RouteRow& row) {
 void RouteBook::Set(const Place& place, const RouteRow& row, RouteLane& lane, RouteState state) {
   RouteState& present = At(place, row);
   const bool isWanted = place.where == Place::WANTED;
-  RouteStretch& stretch = isWanted ? lane.work.wanted : lane.work.leaving;
+  const Asking what = isWanted ? Asking::ADDITIONS : Asking::REMOVALS;
+  RouteStretch& stretch = lane.work.Of(what);
   if (!isWanted) {
     lane.work.removals += IsRemoval(state) ? 1 : 0;
     lane.work.removals -= IsRemoval(present) ? 1 : 0;
+    Count(state, lane, 1);
+    Count(present, lane, static_cast<std::size_t>(-1));
   }
   if (present.IsToAsk()) {
     --stretch.toAsk;
-    --m_toAsk;
+    --ToAsk(what);
   }
   if (state.IsToAsk()) {
     stretch.next = stretch.toAsk == 0 ? place.position : std::min(stretch.next, place.position);
     ++stretch.toAsk;
-    ++m_toAsk;
-    m_lanes.StartAsking(lane);
+    ++ToAsk(what);
+    m_lanes.StartAsking(lane, what);
   }
   const bool wasThere = present.kind != RouteState::SETTLED;
   present = state;
@@ -234,6 +326,15 @@ void RouteBook::Set(const Place& place, const RouteRow& row, RouteLane& lane, Ro
   }
 }
 
+void RouteBook::Count(const RouteState& state, RouteLane& lane, std::size_t difference) {
+  if (state.kind == RouteState::AWAITING) {
+    lane.work.awaiting += difference;
+    m_awaiting += difference;
+  } else if (state.kind == RouteState::KEPT) {
+    m_kept += difference;
+  }
+}
+
 void RouteBook::Gone(std::size_t count) {
   m_left -= count;
   if (m_left == 0) {
@@ -242,27 +343,41 @@ void RouteBook::Gone(std::size_t count) {
   }
 }
 
-RouteBook::Place RouteBook::NextToAsk(RouteLane& lane) const {
-  const bool isLeaving = lane.work.leaving.toAsk != 0;
-  const RouteSet& set = isLeaving ? m_leaving : m_wanted;
-  std::size_t& next = isLeaving ? lane.work.leaving.next : lane.work.wanted.next;
+RouteBook::Place RouteBook::NextToAsk(RouteLane& lane, Asking what) const {
+  const bool isWanted = what == Asking::ADDITIONS;
+  const RouteSet& set = isWanted ? m_wanted : m_leaving;
+  std::size_t& next = lane.work.Of(what).next;
   while (!set.states[next].IsToAsk()) {
     ++next;
   }
-  return {isLeaving ? Place::LEAVING : Place::WANTED, next};
+  return {isWanted ? Place::WANTED : Place::LEAVING, next};
 }
 
-void RouteBook::ForgetVlan(unsigned short vlan) {
+bool RouteBook::MayHaveRoutes(unsigned short vlan) const {
+  const auto hasAny = [vlan](const RouteSet& set, RouteState::Kind none, RouteState::Kind gone) {
+    const auto begin = set.states.begin();
+    return std::any_of(
+        begin + static_cast<std::ptrdiff_t>(set.FirstOf(vlan)),
+        begin + static_cast<std::ptrdiff_t>(set.FirstOf(vlan + 1u)),
+        [&](const RouteState& state) { return state.kind != none && state.kind != gone; });
+  };
+  return hasAny(m_wanted, RouteState::NEVER_ASKED, RouteState::NEVER_ASKED) ||
+         hasAny(m_leaving, RouteState::SETTLED, RouteState::REFUSED);
+}
+
+void RouteBook::ForgetVlan(unsigned short vlan, bool hasGone) {
   ++m_edition;
   RouteLane& lane = m_lanes.Get(vlan);
-  m_toAsk -= lane.work.CountToAsk();
-  lane.work = {};
+  ToAsk(Asking::ADDITIONS) -= lane.work.wanted.toAsk;
+  ToAsk(Asking::REMOVALS) -= lane.work.leaving.toAsk;
   std::size_t gone = 0;
   const std::size_t endOfLeaving = m_leaving.FirstOf(vlan + 1u);
   for (std::size_t i = m_leaving.FirstOf(vlan); i < endOfLeaving; ++i) {
     gone += m_leaving.states[i].kind != RouteState::SETTLED ? 1 : 0;
+    Count(m_leaving.states[i], lane, static_cast<std::size_t>(-1));
     m_leaving.states[i] = SETTLED;
   }
+  lane.work = {};
   Gone(gone);
   const std::size_t first = m_wanted.FirstOf(vlan);
   const std::size_t end = m_wanted.FirstOf(vlan + 1u);
@@ -271,10 +386,10 @@ void RouteBook::ForgetVlan(unsigned short vlan) {
   for (auto stray = m_strays.begin(); stray != m_strays.end();) {
     stray = stray->first.target.vlan == vlan ? m_strays.erase(stray) : std::next(stray);
   }
-  lane.work.wanted = {first, end - first};
-  m_toAsk += end - first;
-  if (end != first) {
-    m_lanes.StartAsking(lane);
+  if (end != first && !hasGone) {
+    lane.work.wanted = {first, end - first};
+    ToAsk(Asking::ADDITIONS) += end - first;
+    m_lanes.StartAsking(lane, Asking::ADDITIONS);
   }
 }
 

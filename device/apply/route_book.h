@@ -2,9 +2,11 @@
 #ifndef DEVICE_APPLY_ROUTE_BOOK_H
 #define DEVICE_APPLY_ROUTE_BOOK_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <vector>
 
 #include "route_lanes.h"
 #include "route_set.h"
@@ -27,15 +29,30 @@ class RouteBook {
   };
   using Strays = std::map<RouteRow, RouteState, ByIdentity>;
 
+  /// What a plan makes of leaving routes of whose prefix others are wanted.
+  struct Holding {
+    bool isOn = true;       // they stay until one of the others takes their place
+    bool endsKept = false;  // those that are KEPT go, unless others are wanted than before
+    bool endsAll = false;   // all that are held go
+  };
+
   /// Another set of wanted routes. Afterwards it holds the old sets, to be freed anywhere.
   struct Plan {
     RouteSet wanted;   // as they were when the plan was begun, then the new ones
     RouteSet leaving;  // so too
+    Holding holding;
     RouteLanes::Works works;
+    std::size_t kept = 0;
+    bool holdsMore = false;       // than were held before
+    std::vector<RouteRow> ended;  // of those that were KEPT and go, the first MOST_NAMED
+    std::size_t endedCount = 0;
   };
+  static constexpr std::size_t MOST_NAMED = 20;
 
   /// Copies what Make needs.
-  Plan BeginPlan() const { return {m_wanted, m_leaving, {}}; }
+  Plan BeginPlan(const Holding& holding) const {
+    return {m_wanted, m_leaving, holding, {}, 0, false, {}, 0};
+  }
   /// Merges. Nothing of the book but the plan is touched, so any thread may do it.
   static void Make(Plan& plan, intent::SharedRoutes wanted) noexcept;
   /// Puts the new sets in the places of the old ones. Between BeginPlan and this no state may
@@ -47,8 +64,11 @@ class RouteBook {
   const Strays& GetStrays() const { return m_strays; }
   RouteLanes& GetLanes() { return m_lanes; }
   const RouteLanes& GetLanes() const { return m_lanes; }
-  /// The number of routes that are to be asked for.
-  std::size_t CountToAsk() const { return m_toAsk; }
+  /// The number of routes that are to be asked for: to be there, or to be there no more.
+  std::size_t CountToAsk(Asking what) const { return m_toAsk[static_cast<std::size_t>(what)]; }
+  /// The numbers of leaving routes that are held.
+  std::size_t CountAwaiting() const { return m_awaiting; }
+  std::size_t CountKept() const { return m_kept; }
   /// Changes when places do.
   unsigned int GetEdition() const { return m_edition; }
 
@@ -57,16 +77,22 @@ class RouteBook {
   RouteState StateOf(const Place& place, const RouteRow& row) const;
   /// A row that is NOWHERE becomes a stray; a stray that is SETTLED becomes nothing.
   void Set(const Place& place, const RouteRow& row, RouteLane& lane, RouteState state);
-  /// The next wanted or leaving route of the lane that is to be asked for. The lane has one.
-  Place NextToAsk(RouteLane& lane) const;
+  /// The next route of the lane that is to be asked for. The lane has one.
+  Place NextToAsk(RouteLane& lane, Asking what) const;
+  /// Whether the stack may have a route of the VLAN that has not been given up.
+  bool MayHaveRoutes(unsigned short vlan) const;
   /// The stack has lost the VLAN's routes, and the library has nothing of them: those that are
-  /// wanted have never been asked for.
-  void ForgetVlan(unsigned short vlan);
+  /// wanted have never been asked for. If the VLAN has gone, they are not to be asked for before
+  /// the next plan, which may want them no more.
+  void ForgetVlan(unsigned short vlan, bool hasGone);
   void Forget();
 
  private:
+  static void EndKept(Plan& plan);
   static void AddWorks(const RouteSet& set, bool isLeaving, RouteLanes::Works& works);
   RouteState& At(const Place& place, const RouteRow& row);
+  std::size_t& ToAsk(Asking what) { return m_toAsk[static_cast<std::size_t>(what)]; }
+  void Count(const RouteState& state, RouteLane& lane, std::size_t difference);
   void Gone(std::size_t count);
   void AdoptStrays();
 
@@ -75,7 +101,9 @@ class RouteBook {
   std::size_t m_left = 0;  // how many leaving routes have not gone
   Strays m_strays;
   RouteLanes m_lanes;
-  std::size_t m_toAsk = 0;
+  std::array<std::size_t, 2> m_toAsk{};  // by Asking
+  std::size_t m_awaiting = 0;
+  std::size_t m_kept = 0;
   unsigned int m_edition = 0;
 };
 

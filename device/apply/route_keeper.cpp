@@ -1,34 +1,26 @@
 #include "route_keeper.h"
 
 #include <algorithm>
-#include <optional>
+#include <map>
 #include <utility>
 
 #include "asked_route.h"
 #include "route_book.h"
+#include "route_feeder.h"
+#include "route_handover.h"
+#include "route_judge.h"
 #include "route_pass.h"
 #include "tarsel/timer.h"
-#include "vantacore/dc_rtm_mgr.h"
 
 namespace apply {
 
-using intent::ResolvedRoute;
 using News = RouteRequest::News;
 using Place = RouteBook::Place;
 
 namespace {
 
-// How many requests a VLAN makes before it is the next one's turn.
-constexpr std::size_t ROUTES_A_VLAN = 25;
 // How often it is looked for requests that will never be answered.
 constexpr unsigned int WATCH_MILLISECONDS = 1000;
-
-// The stack has no routes of an instance that it does not have; a request for one waits.
-bool IsInstanceReady(unsigned short vlan, bool ip6) {
-  using Tarsel::DcRtmMgr;
-  return DcRtmMgr::GetInstance()->IsRtmReady(DcRtmMgr::GetDclProtocolInstanceIdFromVlan(
-      vlan, ip6 ? DcRtmMgr::PROTO_IPV6 : DcRtmMgr::PROTO_IPV4));
-}
 
 }  // namespace
 
@@ -39,7 +31,8 @@ struct RouteKeeper::Plan {
 
 // What changes while a plan is made would be lost with it, so that waits until the plan is over.
 struct RouteKeeper::State {
-  State(uv_loop_s* loop, const StackPort& stackPort, Differences& itsDifferences);
+  State(uv_loop_s* loop, const StackPort& stackPort, Differences& itsDifferences,
+        RouteHandover::Options options);
 
   void Wake();
   void Turn();
@@ -50,17 +43,12 @@ struct RouteKeeper::State {
   void GiveUp(const Place& place, const RouteRow& row, RouteLane& lane, unsigned int status);
   void Heal();
   void Settle(const Place& place, const RouteRow& row, RouteLane& lane);
-  void Feed();
-  std::size_t AskSome(RouteLane& lane, std::size_t most, std::uint64_t now);
   void Ask(Place place, const RouteRow& row, RouteLane& lane, bool isRepeat, std::uint64_t now);
   void AskAgain(const RouteRow& row);
-  void ForgetVlan(unsigned short vlan);
+  void ForgetVlan(unsigned short vlan, bool hasGone);
   void Watch(unsigned int, void*);
 
   std::uint32_t MetricOf(const Place& place) const;
-  bool IsLost(const RouteState& state) const;
-  Standing Judge(const Place& place, const RouteRow& row, const StackRoute* found) const;
-  Standing Look(const RouteRow& row) const;
 
   const StackPort& port;
   Differences& differences;
@@ -68,27 +56,38 @@ struct RouteKeeper::State {
   Tarsel::OneShotTimer watch;
   RouteBook book;
   RouteRequests requests;
+  RouteFeeder feeder;
+  RouteJudge judge;
   RoutePass pass;
+  RouteHandover handover;
 
   bool isPlanning = false;
-  std::vector<RouteRow> again;            // to be asked for again after the plan
-  std::vector<unsigned short> lostVlans;  // to be forgotten after the plan
-  std::uint64_t planned = 0;              // when the last plan was carried out
+  std::vector<RouteRow> again;               // to be asked for again after the plan
+  std::map<unsigned short, bool> lostVlans;  // to be forgotten after the plan; true: have gone
+  std::uint64_t planned = 0;                 // when the last plan was carried out
   std::uint64_t progress = 0;
   std::uint64_t concluded = 0;
   std::size_t retried = 0;
   std::size_t repeats = 0;  // that are under way
 };
 
-RouteKeeper::State::State(uv_loop_s* loop, const StackPort& stackPort, Differences& itsDifferences)
+RouteKeeper::State::State(uv_loop_s* loop, const StackPort& stackPort, Differences& itsDifferences,
+                          RouteHandover::Options options)
     : port(stackPort),
       differences(itsDifferences),
       turn(loop),
       watch("RouteWatch"),
       requests(port, [this] { Wake(); }),
-      pass(book, port, [this](const Place& place, const RouteRow& row, const StackRoute* found) {
-        return Judge(place, row, found);
-      }) {
+      feeder(book, requests,
+             [this](const Place& place, const RouteRow& row, RouteLane& lane, std::uint64_t now) {
+               Ask(place, row, lane, false, now);
+             }),
+      judge(book, requests, port, planned),
+      pass(book, port,
+           [this](const Place& place, const RouteRow& row, const StackRoute* found) {
+             return judge.Judge(place, row, found);
+           }),
+      handover(loop, port, book, std::move(options), [this] { Wake(); }) {
   watch.SetCallback(new Tarsel::MemberCallback2<State, unsigned int, void*>(this, &State::Watch));
 }
 
@@ -99,7 +98,9 @@ void RouteKeeper::State::Wake() {
 void RouteKeeper::State::Turn() {
   if (!isPlanning) {
     TakeNews();
-    Feed();
+    if (feeder.Feed(port.Now())) {
+      Wake();
+    }
   }
 }
 
@@ -107,8 +108,8 @@ void RouteKeeper::State::Turn() {
 void RouteKeeper::State::EndPlan() {
   isPlanning = false;
   TakeNews();
-  for (const unsigned short vlan : std::exchange(lostVlans, {})) {
-    ForgetVlan(vlan);
+  for (const auto& [vlan, hasGone] : std::exchange(lostVlans, {})) {
+    ForgetVlan(vlan, hasGone);
   }
   for (const RouteRow& row : std::exchange(again, {})) {
     AskAgain(row);
@@ -154,13 +155,18 @@ void RouteKeeper::State::Conclude(RouteRequest& request, bool isDone) {
   lane.Ended(request.isRetried, request.isRepeat, isDone);
   requests.End(request);
   if (!isMet) {
-    book.Set(place, row, lane, RouteState::ToAsk(!isDone));
+    const RouteState state = RouteState::ToAsk(!isDone);
+    book.Set(place, row, lane,
+             request.isRemoval || place.where != Place::LEAVING
+                 ? state
+                 : handover.StateOfLate(row, state, !isDone || request.metric != MetricOf(place)));
   } else if (!isDone) {
     GiveUp(place, row, lane, request.status);
     return;
   } else {
     book.Set(place, row, lane, {RouteState::SETTLED, 0});
   }
+  handover.Answered(row.target);
   if (differences.Count() != 0 && differences.GetAll().count(row) != 0) {
     differences.Heard(row);
   }
@@ -170,8 +176,9 @@ void RouteKeeper::State::GiveUp(const Place& place, const RouteRow& row, RouteLa
                                 unsigned int status) {
   book.Set(place, row, lane,
            {RouteState::REFUSED, std::min<std::uint32_t>(status, RouteState::LARGEST_VALUE)});
-  const Standing standing = Look(row);
+  const Standing standing = judge.Look(row);
   if (standing.IsDifference()) {
+    handover.Answered(row.target);
     differences.Note(row, standing);
     return;
   }
@@ -193,40 +200,7 @@ void RouteKeeper::State::Heal() {
 void RouteKeeper::State::Settle(const Place& place, const RouteRow& row, RouteLane& lane) {
   RouteRequests::DropGivenUp(row);
   book.Set(place, row, lane, {RouteState::SETTLED, 0});
-}
-
-void RouteKeeper::State::Feed() {
-  const std::uint64_t now = port.Now();
-  RouteLanes& lanes = book.GetLanes();
-  std::size_t made = 0;
-  lanes.BeginRound();
-  while (made < ROUTES_A_TURN && requests.CountUnderWay() < WINDOW) {
-    RouteLane* const lane = lanes.Next();
-    if (lane == nullptr) {
-      return;
-    }
-    const std::size_t room = std::min(WINDOW - requests.CountUnderWay(), lane->GetRoom());
-    const std::size_t count =
-        AskSome(*lane, std::min({ROUTES_A_VLAN, ROUTES_A_TURN - made, room}), now);
-    made += count;
-    if (count != 0) {
-      lanes.BeginRound();
-    }
-  }
-  if (made == ROUTES_A_TURN) {
-    Wake();
-  }
-}
-
-std::size_t RouteKeeper::State::AskSome(RouteLane& lane, std::size_t most, std::uint64_t now) {
-  std::size_t count = 0;
-  for (; count < most && lane.work.CountToAsk() != 0; ++count) {
-    const Place place = book.NextToAsk(lane);
-    const RouteSet& set = place.where == Place::WANTED ? book.GetWanted() : book.GetLeaving();
-    const ResolvedRoute& route = set.At(place.position);
-    Ask(place, {route.target, route.ifIndex}, lane, false, now);
-  }
-  return count;
+  handover.Answered(row.target);
 }
 
 void RouteKeeper::State::Ask(Place place, const RouteRow& row, RouteLane& lane, bool isRepeat,
@@ -254,13 +228,14 @@ void RouteKeeper::State::AskAgain(const RouteRow& row) {
   Place place = book.Find(row);
   if (place.where != Place::NOWHERE) {
     const RouteState state = book.StateOf(place, row);
-    if (IsLost(state)) {
+    if (judge.IsLost(state)) {
       Conclude(requests.Get(state.value), false);
       place = book.Find(row);
     } else if (state.kind == RouteState::UNDER_WAY) {
       return;
     }
-    if (place.where != Place::NOWHERE && book.StateOf(place, row).IsToAsk()) {
+    if (place.where != Place::NOWHERE &&
+        (book.StateOf(place, row).IsToAsk() || book.StateOf(place, row).IsHeld())) {
       return;
     }
   }
@@ -270,7 +245,7 @@ void RouteKeeper::State::AskAgain(const RouteRow& row) {
 }
 
 // Items that were given up would stay for good: nobody asks for these routes any more.
-void RouteKeeper::State::ForgetVlan(unsigned short vlan) {
+void RouteKeeper::State::ForgetVlan(unsigned short vlan, bool hasGone) {
   for (RouteRequest* request : requests.GetAll()) {
     if (request->row.target.vlan == vlan) {
       retried -= request->isRetried ? 1 : 0;
@@ -292,7 +267,7 @@ void RouteKeeper::State::ForgetVlan(unsigned short vlan) {
       RouteRequests::DropGivenUp(row);
     }
   }
-  book.ForgetVlan(vlan);
+  book.ForgetVlan(vlan, hasGone);
 }
 
 void RouteKeeper::State::Watch(unsigned int, void*) {
@@ -309,56 +284,23 @@ void RouteKeeper::State::Watch(unsigned int, void*) {
   }
 }
 
+// Of a route that is wanted, or was when it was asked for.
 std::uint32_t RouteKeeper::State::MetricOf(const Place& place) const {
-  return book.GetWanted().At(place.position).metric;
+  const RouteSet& set = place.where == Place::WANTED ? book.GetWanted() : book.GetLeaving();
+  return set.At(place.position).metric;
 }
 
-bool RouteKeeper::State::IsLost(const RouteState& state) const {
-  return state.kind == RouteState::UNDER_WAY && requests.IsLost(requests.Get(state.value));
-}
-
-Standing RouteKeeper::State::Judge(const Place& place, const RouteRow& row,
-                                   const StackRoute* found) const {
-  const bool isKnown = place.where != Place::NOWHERE;
-  const RouteState state = isKnown ? book.StateOf(place, row) : RouteState{RouteState::SETTLED, 0};
-  if (state.IsToAsk()) {
-    return {Standing::Kind::UNDER_WAY, planned, 0};
-  }
-  if (state.kind == RouteState::UNDER_WAY && !IsLost(state)) {
-    return {Standing::Kind::UNDER_WAY, requests.Get(state.value).since, 0};
-  }
-  const unsigned int status = state.kind == RouteState::REFUSED ? state.value : 0;
-  const bool isWanted = place.where == Place::WANTED;
-  if (!port.KnowsTables()) {
-    const auto kind = isWanted ? Standing::Kind::MISSING : Standing::Kind::UNWANTED;
-    return state.kind == RouteState::REFUSED ? Standing{kind, 0, status} : Standing{};
-  }
-  if (found == nullptr) {
-    return isWanted ? Standing{Standing::Kind::MISSING, 0, status} : Standing{};
-  }
-  if (!isWanted) {  // one of an instance that is to go, or to be made anew, goes with it
-    return IsInstanceReady(row.target.vlan, row.target.ip6)
-               ? Standing{Standing::Kind::UNWANTED, 0, status}
-               : Standing{};
-  }
-  const bool isEqual = found->isUp && found->route.metric == MetricOf(place);
-  return isEqual ? Standing{} : Standing{Standing::Kind::OTHER, 0, status};
-}
-
-Standing RouteKeeper::State::Look(const RouteRow& row) const {
-  const Place place = book.Find(row);
-  const std::optional<StackRoute> found = port.FindRoute(row);
-  return Judge(place, row, found ? &*found : nullptr);
-}
-
-RouteKeeper::RouteKeeper(uv_loop_s* loop, const StackPort& port, Differences& differences)
-    : m_state(std::make_unique<State>(loop, port, differences)) {}
+RouteKeeper::RouteKeeper(uv_loop_s* loop, const StackPort& port, Differences& differences,
+                         RouteHandover::Options options)
+    : m_state(std::make_unique<State>(loop, port, differences, std::move(options))) {}
 
 RouteKeeper::~RouteKeeper() = default;
 
-std::shared_ptr<RouteKeeper::Plan> RouteKeeper::BeginPlan() {
+std::shared_ptr<RouteKeeper::Plan> RouteKeeper::BeginPlan(bool endsKept) {
   m_state->isPlanning = true;
-  return std::make_shared<Plan>(Plan{m_state->book.BeginPlan(), m_state->book.GetEdition()});
+  const RouteBook& book = m_state->book;
+  return std::make_shared<Plan>(
+      Plan{book.BeginPlan(m_state->handover.BeginPlan(endsKept)), book.GetEdition()});
 }
 
 void RouteKeeper::MakePlan(Plan& plan, intent::SharedRoutes wanted) noexcept {
@@ -369,12 +311,8 @@ void RouteKeeper::CarryOut(Plan& plan) {
   if (m_state->isPlanning && plan.edition == m_state->book.GetEdition()) {
     m_state->book.CarryOut(plan.book);
     m_state->planned = m_state->port.Now();
-    m_state->EndPlan();
-  }
-}
-
-void RouteKeeper::GiveUpPlan() {
-  if (m_state->isPlanning) {
+    m_state->feeder.Planned(m_state->planned);
+    m_state->handover.PlanEnded(plan.book);
     m_state->EndPlan();
   }
 }
@@ -383,11 +321,30 @@ const intent::SharedRoutes& RouteKeeper::GetWanted() const {
   return m_state->book.GetWanted().routes;
 }
 
-// A request that waits for one instance keeps those behind it waiting, whatever their family is.
+// A request that waits for one instance keeps those after it waiting, whatever their family is.
 bool RouteKeeper::HasLeavingRoutes(unsigned short vlan) const {
   const RouteLane* const lane = m_state->book.GetLanes().Find(vlan);
   return lane != nullptr && lane->work.removals != 0 && IsInstanceReady(vlan, false) &&
          IsInstanceReady(vlan, true);
+}
+
+bool RouteKeeper::MayHaveRoutes(unsigned short vlan) const {
+  return m_state->book.MayHaveRoutes(vlan) && IsInstanceReady(vlan, false) &&
+         IsInstanceReady(vlan, true);
+}
+
+void RouteKeeper::EndKept() { m_state->handover.EndKept(); }
+void RouteKeeper::LookAtKeptSoon() { m_state->handover.LookSoon(); }
+bool RouteKeeper::MayEndKept() const { return m_state->handover.IsEarly(); }
+std::size_t RouteKeeper::CountKept() const { return m_state->book.CountKept(); }
+
+std::vector<Row> RouteKeeper::FirstKept(std::size_t most) const {
+  const std::vector<RouteRow> rows = ReadKept(nullptr, most);
+  return {rows.begin(), rows.end()};
+}
+
+std::vector<RouteRow> RouteKeeper::ReadKept(const RouteRow* last, std::size_t most) const {
+  return m_state->handover.ReadKept(last, most);
 }
 
 void RouteKeeper::Forget() {
@@ -399,21 +356,24 @@ void RouteKeeper::Forget() {
     state.requests.End(*request);
   }
   state.book.Forget();
+  state.handover.Forget();
   state.retried = state.repeats = 0;
   ++state.progress;
 }
 
-void RouteKeeper::ForgetVlan(unsigned short vlan) {
+void RouteKeeper::ForgetVlan(unsigned short vlan, bool hasGone) {
   if (m_state->isPlanning) {
-    m_state->lostVlans.push_back(vlan);
+    m_state->lostVlans[vlan] = hasGone;
     return;
   }
-  m_state->ForgetVlan(vlan);
+  m_state->ForgetVlan(vlan, hasGone);
   m_state->Wake();
 }
 
 std::size_t RouteKeeper::CountOpen() const {
-  return m_state->book.CountToAsk() + m_state->requests.CountUnderWay() - m_state->repeats;
+  const RouteBook& book = m_state->book;
+  return book.CountToAsk(Asking::ADDITIONS) + book.CountToAsk(Asking::REMOVALS) +
+         book.CountAwaiting() + m_state->requests.CountUnderWay() - m_state->repeats;
 }
 
 std::size_t RouteKeeper::CountOpen(unsigned short vlan) const {
@@ -435,7 +395,9 @@ bool RouteKeeper::ContinuePass(std::size_t most, const Found& found) {
   return isMore;
 }
 
-Standing RouteKeeper::Look(const Row& row) const { return m_state->Look(std::get<RouteRow>(row)); }
+Standing RouteKeeper::Look(const Row& row) const {
+  return m_state->judge.Look(std::get<RouteRow>(row));
+}
 
 void RouteKeeper::AskAgain(const Row& row) {
   const RouteRow& route = std::get<RouteRow>(row);

@@ -13,6 +13,8 @@
 #include "device/loop/loop_handles.h"
 #include "differences.h"
 #include "keeper.h"
+#include "route_feeder.h"
+#include "route_handover.h"
 #include "stack_port.h"
 
 namespace apply {
@@ -24,44 +26,68 @@ namespace apply {
 /// as AddRoute and RemoveRoute make, whose answers reach this keeper. One request of a row is under
 /// way at a time: what changes meanwhile is asked for when the answer has come. At most WINDOW
 /// requests are under way, because an item takes some 700 bytes and a wanted route a tenth of that;
-/// so the library has little to hold however many routes there are. VLANs take turns. Once a VLAN
-/// has a request that is being retried, no more than Differences::REPEATS_A_VLAN of it are under
-/// way, so that the others do not wait for it.
+/// so the library has little to hold however many routes there are. VLANs take turns, and a part of
+/// the window is kept for those with few requests under way (RouteLane::KEPT_FOR_OTHERS). Once a
+/// VLAN has a request that is being retried, no more than Differences::REPEATS_A_VLAN of it are
+/// under way, so that the others do not wait for it.
+///
+/// Whatever is to be there is asked for first, in all VLANs, then what has to go and has nothing in
+/// its place. No removal waits for an answer, except for those of routes that are replaced
+/// (RouteHandover). A route whose metric alone changes is asked for once.
 ///
 /// A request that is given up (refused for good, or ten times for now) becomes a difference, which
 /// is asked for again by Differences.
 class RouteKeeper : public Keeper {
  public:
-  static constexpr std::size_t WINDOW = 4096;
+  static constexpr std::size_t WINDOW = RouteFeeder::WINDOW;
   /// How many requests are made in one turn of the loop: each takes about two microseconds, and ten
   /// when it is logged.
-  static constexpr std::size_t ROUTES_A_TURN = 250;
+  static constexpr std::size_t ROUTES_A_TURN = RouteFeeder::ROUTES_A_TURN;
 
-  RouteKeeper(uv_loop_s* loop, const StackPort& port, Differences& differences);
+  RouteKeeper(uv_loop_s* loop, const StackPort& port, Differences& differences,
+              RouteHandover::Options options = {});
   ~RouteKeeper() override;
 
   /// Makes what is wanted another set, in three steps: the first in the loop, the second anywhere,
   /// the third in the loop again. Between the first and the third nothing is asked for, and what is
-  /// heard or forgotten meanwhile counts from the third on. A plan that is not carried out is given
-  /// up with GiveUpPlan. One that has been carried out holds the old routes, to be freed anywhere.
+  /// heard or forgotten meanwhile counts from the third on. A plan ends with CarryOut or Forget.
+  /// One that has been carried out holds the old routes, to be freed anywhere.
   struct Plan;
-  std::shared_ptr<Plan> BeginPlan();
+  std::shared_ptr<Plan> BeginPlan(bool endsKept = false);
   static void MakePlan(Plan& plan, intent::SharedRoutes wanted) noexcept;
   void CarryOut(Plan& plan);
-  void GiveUpPlan();
 
   /// The routes that are wanted. Never null.
   const intent::SharedRoutes& GetWanted() const;
   /// Whether a removal of any route of the VLAN is still to be made or under way. One that has been
   /// given up does not count, nor one of a VLAN that lacks an instance: it may wait for ever.
   bool HasLeavingRoutes(unsigned short vlan) const;
+  /// Whether the stack may have a route of the VLAN, wanted or not. So too.
+  bool MayHaveRoutes(unsigned short vlan) const;
+
+  /// A configuration is applied that wants the same routes: those that are kept go now, with a line
+  /// in the log. The plan of another one does that by itself (`endsKept`).
+  void EndKept();
+  /// Something has been heard of interfaces or addresses. May be called from inside the stack's
+  /// run.
+  void LookAtKeptSoon();
+  /// Whether there are kept routes that are likely to have a successor in a moment.
+  bool MayEndKept() const;
+  /// How many leaving routes are in force because no other one of their prefix can take their
+  /// place, though none of these is under way. They are neither open nor differences.
+  std::size_t CountKept() const override;
+  std::vector<Row> FirstKept(std::size_t most) const override;
+  /// The next of them after `last`, or the first ones for a null pointer.
+  std::vector<RouteRow> ReadKept(const RouteRow* last, std::size_t most) const;
+
   /// Forgets what has been asked for, what the stack has and what is wanted: for a stack that has
   /// lost everything. What the library still has of it goes with the next passes of its scheduler,
   /// those requests that it takes for issued once the scheduler has been reset. A plan is given up.
   void Forget();
-  /// The stack has lost the routes of the VLAN, which has gone or whose instances have been made
-  /// anew. Those that are wanted are asked for again, like those that have never been asked for.
-  void ForgetVlan(unsigned short vlan);
+  /// The stack has lost the routes of the VLAN, whose instances have been made anew or, if
+  /// `hasGone`, have gone with it. Those that are wanted are asked for again, like those that have
+  /// never been asked for; those of a VLAN that has gone only if the next plan wants them.
+  void ForgetVlan(unsigned short vlan, bool hasGone = false);
 
   /// How many requests are still to be made or without an answer, those of known differences left
   /// out.

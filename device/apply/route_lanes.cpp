@@ -15,37 +15,41 @@ void RouteLanes::SetWorks(const Works& works) {
   for (const auto& [vlan, work] : works) {
     place = m_lanes.try_emplace(place, vlan);
     place->second.work = work;
-    if (work.CountToAsk() != 0) {
-      StartAsking(place->second);
+    for (const Asking what : {Asking::ADDITIONS, Asking::REMOVALS}) {
+      if (work.Of(what).toAsk != 0) {
+        StartAsking(place->second, what);
+      }
     }
     ++place;
   }
 }
 
-void RouteLanes::Clear() {
-  m_lanes.clear();
-  m_asking.clear();
-}
-
-void RouteLanes::StartAsking(RouteLane& lane) {
-  if (!lane.m_isAsking) {
-    lane.m_isAsking = true;
-    m_asking.push_back(&lane);
+void RouteLanes::StartAsking(RouteLane& lane, Asking what) {
+  bool& isAsking = lane.m_isAsking[static_cast<std::size_t>(what)];
+  if (!isAsking) {
+    isAsking = true;
+    QueueOf(what).lanes.push_back(&lane);
   }
 }
 
-RouteLane* RouteLanes::Next() {
-  while (m_left != 0 && !m_asking.empty()) {
-    m_next = m_next < m_asking.size() ? m_next : 0;
-    RouteLane* const lane = m_asking[m_next];
-    --m_left;
-    if (lane->work.CountToAsk() != 0) {
-      ++m_next;
+void RouteLanes::BeginRound(Asking what) {
+  Queue& queue = QueueOf(what);
+  queue.left = queue.lanes.size();
+}
+
+RouteLane* RouteLanes::Next(Asking what) {
+  Queue& queue = QueueOf(what);
+  while (queue.left != 0 && !queue.lanes.empty()) {
+    queue.next = queue.next < queue.lanes.size() ? queue.next : 0;
+    RouteLane* const lane = queue.lanes[queue.next];
+    --queue.left;
+    if (lane->work.Of(what).toAsk != 0) {
+      ++queue.next;
       return lane;
     }
-    lane->m_isAsking = false;
-    m_asking[m_next] = m_asking.back();
-    m_asking.pop_back();
+    lane->m_isAsking[static_cast<std::size_t>(what)] = false;
+    queue.lanes[queue.next] = queue.lanes.back();
+    queue.lanes.pop_back();
   }
   return nullptr;
 }

@@ -14,6 +14,14 @@ std::size_t RouteSet::Find(const RouteRow& row) const {
   return isThere ? static_cast<std::size_t>(found - routes->begin()) : NONE;
 }
 
+std::size_t RouteSet::FirstOf(const documents::RouteTarget& prefix) const {
+  const auto found = std::lower_bound(routes->begin(), routes->end(), prefix,
+                                      [](const ResolvedRoute& a, const documents::RouteTarget& b) {
+                                        return ComparePrefixes(a.target, b) < 0;
+                                      });
+  return static_cast<std::size_t>(found - routes->begin());
+}
+
 std::size_t RouteSet::FirstOf(unsigned int vlan) const {
   const auto found =
       std::lower_bound(routes->begin(), routes->end(), vlan,

@@ -17,41 +17,63 @@ namespace apply {
 struct RouteState {
   enum Kind : unsigned char {
     NEVER_ASKED,  // it is to be asked for, and neither the library nor the stack has any of it
-    TO_ASK,       // so too, and they may have something of it; `value` is 1 if a request for it has
-                  // been given up since it was accepted last
+    TO_ASK,       // so too, and they may have something of it
     UNDER_WAY,    // `value` is the number of its request
     SETTLED,      // the stack has accepted what is wanted of it
-    REFUSED       // given up; `value` is the last answer's status, 0 if none is known
+    REFUSED,      // given up; `value` is the last answer's status, 0 if none is known
+    // Of a leaving route of whose prefix others are wanted (RouteHandover). It stays in force.
+    AWAITING,  // the request for one of those has not been answered
+    KEPT       // they have been, and none of them can take its place yet
+  };
+  /// What `value` consists of in TO_ASK, AWAITING and KEPT.
+  enum Flag : std::uint32_t {
+    GIVEN_UP = 1,  // a request for it has been given up since it was accepted last
+    CHANGED = 2,   // of AWAITING and KEPT: the stack may have another metric of it, or nothing
+    DUE = 4        // of TO_ASK: it goes, whatever is wanted of its prefix
   };
   static constexpr std::uint32_t LARGEST_VALUE = (1u << 24) - 1;
 
   Kind kind;
   std::uint32_t value : 24;
 
-  static constexpr RouteState ToAsk(bool afterRefusal) { return {TO_ASK, afterRefusal ? 1u : 0u}; }
+  static constexpr RouteState ToAsk(bool afterRefusal) {
+    return {TO_ASK, afterRefusal ? GIVEN_UP : 0u};
+  }
   bool IsToAsk() const { return kind == NEVER_ASKED || kind == TO_ASK; }
+  /// Whether it stays in force until another one takes its place.
+  bool IsHeld() const { return kind == AWAITING || kind == KEPT; }
   /// Whether the library has an item that was given up.
-  bool HasGivenUp() const { return kind == REFUSED || (kind == TO_ASK && value != 0); }
+  bool HasGivenUp() const {
+    return kind == REFUSED || ((kind == TO_ASK || IsHeld()) && (value & GIVEN_UP) != 0);
+  }
+  /// Of one that is held and goes now.
+  RouteState LetGo() const { return {TO_ASK, (value & GIVEN_UP) | DUE}; }
 };
+
+/// Below, equal to or above 0, in the order of prefixes: VLAN, family, destination and length.
+inline int ComparePrefixes(const documents::RouteTarget& a, const documents::RouteTarget& b) {
+  if (a.vlan != b.vlan) {
+    return a.vlan < b.vlan ? -1 : 1;
+  }
+  if (a.ip6 != b.ip6) {
+    return a.ip6 < b.ip6 ? -1 : 1;
+  }
+  constexpr std::size_t SIZE = sizeof(a.destination);
+  if (const int order = std::memcmp(a.destination.data(), b.destination.data(), SIZE)) {
+    return order;
+  }
+  return a.length == b.length ? 0 : a.length < b.length ? -1 : 1;
+}
 
 /// Below, equal to or above 0, in the order of identities. Each is a ResolvedRoute or a RouteRow.
 template <class A, class B>
 int CompareRoutes(const A& a, const B& b) {
   const documents::RouteTarget& left = a.target;
   const documents::RouteTarget& right = b.target;
-  if (left.vlan != right.vlan) {
-    return left.vlan < right.vlan ? -1 : 1;
-  }
-  if (left.ip6 != right.ip6) {
-    return left.ip6 < right.ip6 ? -1 : 1;
-  }
-  constexpr std::size_t SIZE = sizeof(left.destination);
-  if (const int order = std::memcmp(left.destination.data(), right.destination.data(), SIZE)) {
+  if (const int order = ComparePrefixes(left, right)) {
     return order;
   }
-  if (left.length != right.length) {
-    return left.length < right.length ? -1 : 1;
-  }
+  constexpr std::size_t SIZE = sizeof(left.gateway);
   if (const int order = std::memcmp(left.gateway.data(), right.gateway.data(), SIZE)) {
     return order;
   }
@@ -68,6 +90,12 @@ struct RouteSet {
   const intent::ResolvedRoute& At(std::size_t position) const { return (*routes)[position]; }
   /// The route's position, or NONE.
   std::size_t Find(const RouteRow& row) const;
+  /// The position of the first route of this prefix or a later one; at the end their number.
+  std::size_t FirstOf(const documents::RouteTarget& prefix) const;
+  /// Whether the position is that of a route of this prefix.
+  bool HasAt(std::size_t position, const documents::RouteTarget& prefix) const {
+    return position < states.size() && ComparePrefixes(At(position).target, prefix) == 0;
+  }
   /// The position of the first route of this VLAN or a later one; at the end their number.
   std::size_t FirstOf(unsigned int vlan) const;
 };

@@ -26,32 +26,6 @@ bool IsZero(const Address& address) {
   return std::all_of(address.begin(), address.end(), [](unsigned char byte) { return byte == 0; });
 }
 
-const char* SourceText(std::uint32_t source) {
-  switch (source) {
-    case intent::CODE_CONNECTED:
-      return "connected";
-    case intent::CODE_STATIC:
-      return "static";
-    case intent::CODE_RIP:
-      return "RIP";
-    case intent::CODE_OSPF:
-      return "OSPF";
-    default:
-      return "BGP";
-  }
-}
-
-const char* DestinationText(const intent::Destination& destination) {
-  switch (destination.code) {
-    case intent::CODE_RIP:
-      return destination.ip6 ? "RIPng" : "RIPv2";
-    case intent::CODE_OSPF:
-      return destination.ip6 ? "OSPFv3" : "OSPFv2";
-    default:
-      return destination.ip6 ? "BGP for IPv6" : "BGP for IPv4";
-  }
-}
-
 std::string TextOf(const InstanceRow& row) {
   return std::string(FamilyOf(row.ip6)) + " routing table";
 }
@@ -82,8 +56,8 @@ std::string TextOf(const RouteRow& row) {
 }
 
 std::string TextOf(const RuleRow& row) {
-  return std::string("redistribution of ") + SourceText(row.source) + " routes to " +
-         DestinationText(row.destination);
+  return std::string("redistribution of ") + intent::NameOfSource(row.source) + " routes to " +
+         intent::NameOf(row.destination);
 }
 
 unsigned short VlanIn(const ProtocolRow& row) { return Tarsel::VlanOfInstance(row.instance); }

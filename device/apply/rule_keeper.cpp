@@ -5,65 +5,18 @@
 #include <utility>
 #include <vector>
 
+#include "rule_rows.h"
 #include "vantacore/cfg_sched.h"
-#include "vantacore/dc_router_base.h"
-#include "vantacore/dc_router_mgr.h"
-#include "vantacore/dc_rtm_mgr.h"
 
 namespace apply {
 
 using intent::Destination;
 using Tarsel::CfgItem;
-using Tarsel::DcRouterMgr;
-using Tarsel::DcRtmMgr;
 
 namespace {
 
 // How often it is looked for requests of which nothing will be heard.
 constexpr unsigned int LOST_MILLISECONDS = 1000;
-
-// 0 for a source that no rule has.
-intent::Sources BitOf(std::uint32_t source) {
-  const auto* const found =
-      std::find(std::begin(intent::SOURCE_CODES), std::end(intent::SOURCE_CODES), source);
-  return found == std::end(intent::SOURCE_CODES) ? 0 : 1u << (found - intent::SOURCE_CODES);
-}
-
-intent::Sources SourcesOf(const intent::Rules& rules, const Destination& destination) {
-  const auto found = rules.find(destination);
-  return found == rules.end() ? 0 : found->second;
-}
-
-// Calls back with each row of the destination whose source is among these.
-template <class Call>
-void ForEachRow(const Destination& destination, intent::Sources sources, Call call) {
-  for (unsigned int i = 0; i < std::size(intent::SOURCE_CODES); ++i) {
-    if (sources & 1u << i) {
-      call(RuleRow{destination, intent::SOURCE_CODES[i]});
-    }
-  }
-}
-
-const Tarsel::DcRouterBase* RouterOf(const Destination& destination) {
-  return DcRouterMgr::GetInstance()->GetDcRouterByVID(destination.vlan,
-                                                      intent::RouterTypeOf(destination));
-}
-
-bool CanTakeRules(const Destination& destination) {
-  const Tarsel::DcRouterBase* const router = RouterOf(destination);
-  return router && router->IsReady();
-}
-
-// Its protocol is enabled, and the stack has not taken it up.
-bool IsStillWaiting(const Destination& destination) {
-  const Tarsel::DcRouterBase* const router = RouterOf(destination);
-  return router && router->IsEnabled() && !router->IsReady();
-}
-
-bool HasInstance(const Destination& destination) {
-  return DcRtmMgr::GetInstance()->HasRtmRecord(DcRtmMgr::GetDclProtocolInstanceIdFromVlan(
-      destination.vlan, destination.ip6 ? DcRtmMgr::PROTO_IPV6 : DcRtmMgr::PROTO_IPV4));
-}
 
 Destination FirstOf(unsigned short vlan) { return {vlan, false, 0}; }
 
@@ -350,100 +303,6 @@ bool RuleKeeper::HasStack(const RuleRow& row) const {
 bool RuleKeeper::IsToBeLookedAt(const Destination& destination) const {
   return (m_isLooking && (!m_looked || *m_looked < destination)) ||
          m_waiting.count(destination) != 0;
-}
-
-// ---- comparison
-
-Standing RuleKeeper::Look(const Row& anyRow) const {
-  const RuleRow& row = std::get<RuleRow>(anyRow);
-  Standing standing;
-  const RuleRequest* const request = m_requests.Find(row);
-  if (request && IsUnderWay(*request)) {
-    standing.kind = Standing::Kind::UNDER_WAY;
-    standing.since = request->since;
-    return standing;
-  }
-  const bool isWanted = IsWanted(row);
-  const bool canChange = isWanted ? CanTakeRules(row.destination) : HasInstance(row.destination);
-  if (isWanted == HasStack(row) || !canChange) {
-    return standing;
-  }
-  if (IsToBeLookedAt(row.destination)) {
-    standing.kind = Standing::Kind::UNDER_WAY;
-    standing.since = m_wantedSince;
-    return standing;
-  }
-  standing.kind = isWanted ? Standing::Kind::MISSING : Standing::Kind::UNWANTED;
-  standing.status = request ? request->status : 0;
-  return standing;
-}
-
-void RuleKeeper::AskAgain(const Row& anyRow) {
-  const RuleRow& row = std::get<RuleRow>(anyRow);
-  SetAsked(row, true);
-  m_requests.Send(row, !IsWanted(row), true);
-  StartTimers();
-}
-
-void RuleKeeper::BeginPass() {
-  m_pass = Pass::WANTED;
-  m_passed.reset();
-  m_passedRow.reset();
-}
-
-bool RuleKeeper::ContinuePass(std::size_t most, const Found& found) {
-  switch (m_pass) {
-    case Pass::WANTED:
-      m_pass = PassOverWanted(most, found) ? Pass::WANTED : Pass::STACK;
-      return true;
-    case Pass::STACK:
-      m_pass = PassOverStack(most, found) ? Pass::STACK : Pass::REQUESTS;
-      return true;
-    case Pass::REQUESTS:
-      PassOverRequests(found);
-      break;
-  }
-  return false;
-}
-
-bool RuleKeeper::PassOverWanted(std::size_t most, const Found& found) {
-  auto rule = m_passed ? m_wanted->upper_bound(*m_passed) : m_wanted->begin();
-  for (std::size_t count = 0; count < most && rule != m_wanted->end(); ++rule) {
-    ForEachRow(rule->first, rule->second, [&](const RuleRow& row) {
-      Tell(row, found);
-      ++count;
-    });
-    m_passed = rule->first;
-  }
-  return rule != m_wanted->end();
-}
-
-bool RuleKeeper::PassOverStack(std::size_t most, const Found& found) {
-  const std::vector<RuleRow> rows = m_port.ReadRules(m_passedRow ? &*m_passedRow : nullptr, most);
-  for (const RuleRow& row : rows) {
-    if (!IsWanted(row)) {
-      Tell(row, found);
-    }
-    m_passedRow = row;
-  }
-  return !rows.empty();
-}
-
-// Those for rules that are neither wanted nor in the stack's table: they may come, or have just
-// gone.
-void RuleKeeper::PassOverRequests(const Found& found) {
-  for (const auto& request : m_requests.GetAll()) {
-    if (!IsWanted(request.first) && !(KnowsStack() && HasStack(request.first))) {
-      Tell(request.first, found);
-    }
-  }
-}
-
-void RuleKeeper::Tell(const RuleRow& row, const Found& found) const {
-  const Standing standing = Look(row);
-  if (standing.kind != Standing::Kind::EQUAL) {
-    found(row, standing);
-  }
 }
 
 }  // namespace apply

@@ -52,6 +52,8 @@ class RuleKeeper : public Keeper {
   /// Whether a withdrawal of any rule of the VLAN is still to be made or under way. One that has
   /// been given up does not count.
   bool HasLeavingRules(unsigned short vlan) const;
+  /// Whether a withdrawal of any rule into one of these protocols is still to be sent, and can be.
+  bool IsToWithdraw(const documents::ProtocolSets& from) const;
   /// Forgets what has been asked for, what the stack has and what is wanted: for a stack that has
   /// lost everything.
   void Forget();

@@ -48,6 +48,13 @@ struct StackInstance {
 struct StackRoute {
   intent::ResolvedRoute route;
   bool isUp = true;
+  /// Whether the stack could install it now: its next hop is reached. A route that replaces an
+  /// installed one is waited for until it could be (RouteHandover). A port that cannot tell says
+  /// yes: then the route takes over when it has been accepted.
+  bool isInstallable = true;
+  /// Whether it is the one of its prefix that forwards. One that is not may go at any time. A port
+  /// that cannot tell says no.
+  bool isInstalled = false;
 };
 
 /// Queries may be made at any time on the loop's thread, from inside the stack's run as well; they

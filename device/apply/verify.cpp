@@ -21,6 +21,12 @@ std::string Several(std::size_t count, const char* one, const char* many) {
   return std::to_string(count) + ' ' + (count == 1 ? one : many);
 }
 
+std::string DescribeKept(std::size_t count) {
+  return count == 0 ? ""
+                    : ", and " + Several(count, "old one is kept", "old ones are kept") +
+                          " until a new one can take its place";
+}
+
 std::string DescribeRepeats(const Differences::Difference& difference, std::uint64_t now) {
   std::string text;
   if (difference.repeats != 0) {
@@ -47,17 +53,26 @@ std::string DescribeFail(const Row& row, const Standing& standing,
 std::vector<std::string> DescribeVerdicts(const std::vector<Verdict>& verdicts,
                                           std::size_t mostFails) {
   std::vector<std::string> passed;
+  std::vector<std::string> kept;
   std::vector<std::string> failed;
   std::size_t rows = 0;
+  std::size_t allKept = 0;
   std::size_t fails = 0;
   const char* asWanted = AS_WANTED;
   for (const Verdict& verdict : verdicts) {
     asWanted = verdict.isCompared ? asWanted : AS_FAR_AS_KNOWN;
     rows += verdict.rows;
     fails += verdict.fails;
+    allKept += verdict.kept;
     if (verdict.fails == 0) {
       passed.push_back("PASS  " + verdict.kind + ": " + std::to_string(verdict.rows) +
-                       (verdict.isCompared ? AS_WANTED : AS_FAR_AS_KNOWN));
+                       (verdict.isCompared ? AS_WANTED : AS_FAR_AS_KNOWN) +
+                       DescribeKept(verdict.kept));
+    }
+    for (const std::string& line : verdict.keptLines) {
+      if (kept.size() < mostFails) {
+        kept.push_back("KEPT  " + line);
+      }
     }
     for (const std::string& line : verdict.lines) {
       if (failed.size() < mostFails) {
@@ -66,13 +81,15 @@ std::vector<std::string> DescribeVerdicts(const std::vector<Verdict>& verdicts,
     }
   }
   std::vector<std::string> lines = std::move(passed);
+  lines.insert(lines.end(), kept.begin(), kept.end());
   lines.insert(lines.end(), failed.begin(), failed.end());
   if (fails > failed.size()) {
     lines.push_back("... and " + std::to_string(fails - failed.size()) + " more");
   }
-  lines.push_back(fails == 0 ? "PASS: " + Several(rows, "row", "rows") + asWanted
-                             : "FAIL: " + Several(fails, "row is", "rows are") +
-                                   " not as wanted, of " + std::to_string(rows));
+  lines.push_back((fails == 0 ? "PASS: " + Several(rows, "row", "rows") + asWanted
+                              : "FAIL: " + Several(fails, "row is", "rows are") +
+                                    " not as wanted, of " + std::to_string(rows)) +
+                  DescribeKept(allKept));
   return lines;
 }
 

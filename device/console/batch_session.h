@@ -20,6 +20,7 @@ class BatchSession : public Session {
  protected:
   void Write(std::string_view text) override;
   void Flush() override;
+  Operator GetOperator() const override { return {"pipe", true}; }
   void Ready() override;
   int GetExitStatus() const override;
 

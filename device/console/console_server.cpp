@@ -18,6 +18,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "device/program/peer.h"
+
 namespace console {
 
 namespace {
@@ -25,6 +27,7 @@ namespace {
 constexpr int BACKLOG = 64;
 constexpr unsigned START_LIMIT_MILLISECONDS = 5000;
 constexpr unsigned PAUSE_MILLISECONDS = 100;
+constexpr uid_t ROOT = 0;
 
 [[noreturn]] void Fail(const std::string& path, int problem) {
   throw std::runtime_error(path + ": " + std::strerror(problem));
@@ -58,12 +61,6 @@ int Bind(int fd, const sockaddr_un& address) {
       bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
   umask(mask);
   return problem;
-}
-
-bool IsRoot(int fd) {
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == 0;
 }
 
 std::string FolderOf(const std::string& path) {
@@ -175,7 +172,7 @@ void ConsoleServer::Welcome(int fd) {
 bool ConsoleServer::HasPlaceFor(int fd) const {
   const auto count = static_cast<std::size_t>(std::count_if(
       m_clients.begin(), m_clients.end(), [](const Client& client) { return !client.isGone; }));
-  return count < m_limits.sessions || (count == m_limits.sessions && IsRoot(fd));
+  return count < m_limits.sessions || (count == m_limits.sessions && program::FindPeer(fd) == ROOT);
 }
 
 bool ConsoleServer::EndSilentSession() {

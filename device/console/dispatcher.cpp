@@ -64,10 +64,18 @@ const Dispatcher::Entry Dispatcher::ENTRIES[] = {
     {"show [help|?]", &Dispatcher::ListShown, nullptr, false},
     {"show <command>", &Dispatcher::ListShown, "The same as the command alone", false},
     {"vrf <vid>", &Dispatcher::ChooseVlan, "Choose the VLAN that commands are about", false},
-    {"reload", &Dispatcher::Reload, "Read the configuration folder again", false},
-    {"check [strict]", &Dispatcher::Check, "Find what is wrong in the folder; change nothing",
+    {"check [strict]", &Dispatcher::RunFolder, "Find what is wrong in the folder; change nothing",
      false},
-    {"verify [stack]", &Dispatcher::Verify, "Compare what is wanted with what the stack has",
+    {"diff [<revision>]", &Dispatcher::RunFolder,
+     "What a reload would change, or the way to a revision", false},
+    {"reload [force] [confirm <seconds>]", &Dispatcher::RunFolder,
+     "Apply the folder; with confirm, on trial", false},
+    {"confirm <revision>", &Dispatcher::RunFolder, "Keep what a reload on trial has applied",
+     false},
+    {"undo [<n>]", &Dispatcher::RunFolder, "Bring back what was in force n changes ago (1)", false},
+    {"history", &Dispatcher::RunFolder, "List the revisions: what has been in force", false},
+    {"revision <n>", &Dispatcher::RunFolder, "Show one of them", false},
+    {"verify [stack]", &Dispatcher::RunFolder, "Compare what is wanted with what the stack has",
      false},
     {"lab [help|?]", &Dispatcher::ListLab, nullptr, false},
     {"lab [<word> ...]", &Dispatcher::RunLab, "Make things happen to the device; alone, lists how",
@@ -145,21 +153,6 @@ std::string Joined(const Words& words) {
   return text;
 }
 
-// For a command that ends when what was asked for has been judged. `praise` is printed if it has
-// passed.
-apply::Asker AskerOf(const std::shared_ptr<RunningCommand>& command,
-                     const std::string& praise = {}) {
-  return {[command](const std::string& line) { command->Tell(line); },
-          [command, praise](bool hasPassed) {
-            if (!hasPassed) {
-              command->Fail();
-            } else if (!praise.empty()) {
-              command->Tell(praise);
-            }
-            command->End();
-          }};
-}
-
 // Runs `handler` with a console of its own and with words that it may change.
 template <class Handler>
 void WithConsole(const std::shared_ptr<RunningCommand>& command, Words words, Handler handler) {
@@ -230,8 +223,9 @@ void Dispatcher::Run(Call& call) const {
   }
 }
 
-// The word at `misfit` is the first that is not understood.
-void Dispatcher::Misunderstand(Call& call, std::size_t misfit) {
+// The word at `misfit` is the first that is not understood. Instead of it comes what is `expected`,
+// or one of the words that are possible there.
+void Dispatcher::Misunderstand(Call& call, std::size_t misfit, const std::string& expected) {
   const std::string word = Quote(call.words[misfit]);
   call.words.resize(misfit);
   const Words before = call.before + call.words;
@@ -239,7 +233,13 @@ void Dispatcher::Misunderstand(Call& call, std::size_t misfit) {
   call.Write(before.empty()
                  ? word + " is unknown."
                  : Quote(Joined(before)) + " is understood, " + word + " after it is not.");
-  call.Write(possible.empty() ? " Nothing may follow.\n" : " Possible: " + Joined(possible) + "\n");
+  if (!expected.empty()) {
+    call.Write(" Expected: " + expected + "\n");
+  } else if (possible.empty()) {
+    call.Write(" Nothing may follow.\n");
+  } else {
+    call.Write(" Possible: " + Joined(possible) + "\n");
+  }
   call.command->Misunderstand();
 }
 
@@ -312,34 +312,14 @@ bool Dispatcher::TakeVlan(Call& call, const std::string& word, unsigned short& v
 
 void Dispatcher::ChooseVlan(Call& call) const { TakeVlan(call, call.words[1], call.reply.vlan); }
 
-// A session that sees the log has the findings there.
-void Dispatcher::Reload(Call& call) const {
-  apply::Asker asker = AskerOf(call.command);
-  if (call.command->SeesLog()) {
-    asker.report = nullptr;
+void Dispatcher::RunFolder(Call& call) const {
+  const FolderReply reply = m_folder.Execute(call.words, call.command);
+  call.goesOn = reply.goesOn;
+  call.reply.hasChanged = reply.hasChanged;
+  call.reply.isReload = reply.isReload;
+  if (reply.misfit != Match::NONE) {
+    Misunderstand(call, reply.misfit, reply.expected);
   }
-  call.goesOn = true;
-  call.reply.hasChanged = true;
-  call.reply.isReload = true;
-  m_folder.reload(std::move(asker));
-}
-
-void Dispatcher::Check(Call& call) const {
-  const bool isStrict = call.words.size() > 1;
-  call.goesOn = true;
-  m_folder.check(AskerOf(call.command, isStrict ? "The folder has no errors and no warnings\n"
-                                                : "The folder has no errors\n"),
-                 isStrict);
-}
-
-void Dispatcher::Verify(Call& call) const {
-  if (!m_folder.verify) {
-    call.Write("This device cannot compare what is wanted with what its stack has\n");
-    call.command->Refuse();
-    return;
-  }
-  call.goesOn = true;
-  m_folder.verify(AskerOf(call.command));
 }
 
 void Dispatcher::ListTree(Call& call) const {

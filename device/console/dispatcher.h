@@ -2,12 +2,11 @@
 #ifndef DEVICE_CONSOLE_DISPATCHER_H
 #define DEVICE_CONSOLE_DISPATCHER_H
 
-#include <functional>
+#include <cstddef>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "device/apply/asker.h"
+#include "folder_words.h"
 #include "lab.h"
 #include "running_command.h"
 
@@ -20,15 +19,6 @@ struct Reply {
   bool isReload = false;    // the session tells what the stack does not have of it
   bool isQuit = false;
   unsigned int hold = 0;  // as LabReply's: to be given back with Dispatcher::EndHold
-};
-
-/// What the host does for commands about the configuration folder and what has become of it. Each
-/// ends with the asker's `end`.
-struct FolderCommands {
-  std::function<void(apply::Asker asker)> reload;
-  std::function<void(apply::Asker asker, bool isStrict)> check;
-  /// Compares what is wanted with what the stack has. May be empty: `verify` is refused then.
-  std::function<void(apply::Asker asker)> verify = {};
 };
 
 /// The operator's commands. One list of forms (form.h) says which words the host takes; help,
@@ -61,7 +51,7 @@ class Dispatcher {
 
   static const Table& TableOf(bool isShow);
   static Words Following(Words before);
-  static void Misunderstand(Call& call, std::size_t misfit);
+  static void Misunderstand(Call& call, std::size_t misfit, const std::string& expected = {});
   static void WriteUsage(const Call& call, const char* pattern);
   static bool TakeVlan(Call& call, const std::string& word, unsigned short& vlan);
 
@@ -69,9 +59,7 @@ class Dispatcher {
   void Help(Call& call) const;
   void Quit(Call& call) const;
   void ChooseVlan(Call& call) const;
-  void Reload(Call& call) const;
-  void Check(Call& call) const;
-  void Verify(Call& call) const;
+  void RunFolder(Call& call) const;
   void ListTree(Call& call) const;
   void RunTree(Call& call) const;
   void ListTables(Call& call) const;
@@ -81,7 +69,7 @@ class Dispatcher {
   void ListLab(Call& call) const;
   void RunLab(Call& call) const;
 
-  const FolderCommands m_folder;
+  const FolderWords m_folder;
   Lab& m_lab;
 };
 

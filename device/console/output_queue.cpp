@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "device/wire/wire.h"
@@ -72,14 +73,15 @@ void OutputQueue::Drop() {
 
 bool OutputQueue::Send(int socket) {
   m_isStopped = false;
-  while (!IsEmpty()) {
+  for (std::size_t left = MOST_A_SEND; left > 0 && !IsEmpty();) {
     const std::string& block = m_blocks.front();
-    const ssize_t count =
-        send(socket, block.data() + m_sent, block.size() - m_sent, MSG_DONTWAIT | MSG_NOSIGNAL);
+    const ssize_t count = send(socket, block.data() + m_sent, std::min(left, block.size() - m_sent),
+                               MSG_DONTWAIT | MSG_NOSIGNAL);
     if (count < 0) {
       m_isStopped = errno != EINTR;
       return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
     }
+    left -= static_cast<std::size_t>(count);
     m_sent += static_cast<std::size_t>(count);
     m_waiting -= static_cast<std::size_t>(count);
     if (m_sent == block.size()) {

@@ -16,6 +16,7 @@ namespace console {
 class OutputQueue {
  public:
   static constexpr std::size_t LIMIT = 8 * 1024 * 1024;
+  static constexpr std::size_t MOST_A_SEND = 64 * 1024;
 
   /// Takes output of a command. Returns false if it has been cut, now or before.
   bool Add(std::string_view text);
@@ -29,9 +30,11 @@ class OutputQueue {
   /// is no longer cut then.
   void Drop();
 
-  /// Writes what the socket takes without waiting. Returns false if there is no reader any more.
+  /// Writes what the socket takes without waiting, MOST_A_SEND bytes at most: a socket takes as much
+  /// as its reader does meanwhile, and in one turn of the loop all sessions may find theirs ready.
+  /// Returns false if there is no reader any more.
   bool Send(int socket);
-  /// Whether the socket took less than all when Send was called last: there is no use in another
+  /// Whether the socket took less than it was offered when Send was called last: there is no use in another
   /// call until it is writable.
   bool IsStopped() const { return m_isStopped; }
   bool IsEmpty() const { return m_waiting == 0; }

@@ -12,8 +12,8 @@ constexpr std::string_view USAGE = "Usage: ";
 
 }  // namespace
 
-RunningCommand::RunningCommand(unsigned short vlan, bool seesLog, Take take, Over over)
-    : m_vlan(vlan), m_seesLog(seesLog), m_take(std::move(take)), m_over(std::move(over)) {}
+RunningCommand::RunningCommand(unsigned short vlan, Operator by, Take take, Over over)
+    : m_vlan(vlan), m_operator(std::move(by)), m_take(std::move(take)), m_over(std::move(over)) {}
 
 void RunningCommand::Write(std::string_view text) {
   if (m_begin.size() < USAGE.size()) {

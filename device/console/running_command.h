@@ -17,6 +17,13 @@ enum class Result {
   USAGE,    // a word was not understood
 };
 
+/// Who has given it.
+struct Operator {
+  std::string name;  // as apply::Asker's
+  /// The operator sees the daemon's log, so nothing of it has to be written here as well.
+  bool seesLog = false;
+};
+
 /// Shared by the session that waits for the command, the dispatcher, the console that the library
 /// prints to, and a reload that may have something to say later. It may outlive its session: a walk
 /// that has begun runs to its end. Each operation names its one caller. Not for several threads.
@@ -29,14 +36,13 @@ class RunningCommand {
   /// Called once, when the command is over, from inside the call that ended it.
   using Over = std::function<void()>;
 
-  /// For a session whose VLAN is `vlan`. `seesLog` says that the operator sees the daemon's log, so
-  /// that nothing of it has to be written here as well.
-  RunningCommand(unsigned short vlan, bool seesLog, Take take, Over over);
+  /// For a session whose VLAN is `vlan`.
+  RunningCommand(unsigned short vlan, Operator by, Take take, Over over);
   RunningCommand(const RunningCommand&) = delete;
   RunningCommand& operator=(const RunningCommand&) = delete;
 
   unsigned short GetVlan() const { return m_vlan; }
-  bool SeesLog() const { return m_seesLog; }
+  const Operator& GetOperator() const { return m_operator; }
 
   /// Writes output of the command; it is lost if the session has detached. By the dispatcher, and
   /// after it by the console.
@@ -77,7 +83,7 @@ class RunningCommand {
   void Hand(std::string_view text) const;
 
   const unsigned short m_vlan;
-  const bool m_seesLog;
+  const Operator m_operator;
   Take m_take;          // empty after Detach
   Over m_over;          // so too
   std::string m_begin;  // of the output, as much as tells a usage text

@@ -57,7 +57,7 @@ void Session::Execute(const std::string& line) {
   m_hasSettled = true;
   m_reply = {};
   m_command = std::make_shared<RunningCommand>(
-      m_vlan, SeesLog(), [this](std::string_view text) { Write(text); },
+      m_vlan, GetOperator(), [this](std::string_view text) { Write(text); },
       [this] { m_wake.Post([this] { Over(); }); });
   m_walks.emplace(m_context.walks);
   try {

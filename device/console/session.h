@@ -57,8 +57,8 @@ class Session {
   virtual void Ready() = 0;
   /// A command that changes something has come further. Called a few times a second at most.
   virtual void ShowProgress(const loop::Progress&) {}
-  /// Whether the operator sees what the daemon logs.
-  virtual bool SeesLog() const { return true; }
+  /// Who gives the commands.
+  virtual Operator GetOperator() const = 0;
   /// The process's exit status when the operator leaves. 0 unless a session overrides it: an
   /// operator who types commands has seen what went wrong.
   virtual int GetExitStatus() const { return program::EXIT_DONE; }

@@ -16,6 +16,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "device/program/peer.h"
+
 namespace console {
 
 namespace {
@@ -36,6 +38,15 @@ std::string DescribeMissingVersion() {
   return std::string("The client does not say which version") + PROTOCOL + " it speaks" + KNOWN;
 }
 
+// The name of whoever is at the other end, for the log and the revisions.
+std::string NameOf(int fd) {
+  const auto user = program::FindPeer(fd);
+  if (!user) {
+    return "somebody at the socket";
+  }
+  return program::FindUserName(*user).value_or("uid " + std::to_string(*user)) + " at the socket";
+}
+
 }  // namespace
 
 SocketSession::SocketSession(const SessionContext& context, unsigned short vlan, int fd,
@@ -48,6 +59,7 @@ SocketSession::SocketSession(const SessionContext& context, unsigned short vlan,
            }},
           vlan),
       m_socket(fd),
+      m_name(NameOf(fd)),
       m_poll(context.loop, fd),
       m_patience(context.loop),
       m_greetingMilliseconds(greetingMilliseconds),

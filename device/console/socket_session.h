@@ -33,7 +33,7 @@ class SocketSession : public Session {
  protected:
   void Write(std::string_view text) override;
   void Flush() override {}
-  bool SeesLog() const override { return false; }
+  Operator GetOperator() const override { return {m_name, false}; }
   void Ready() override;
   void ShowProgress(const loop::Progress& progress) override;
 
@@ -54,6 +54,7 @@ class SocketSession : public Session {
   void HangUp();
 
   program::OwnedDescriptor m_socket;
+  const std::string m_name;  // of the operator
   loop::Poll m_poll;
   loop::Timer m_patience;  // for the greeting
   const std::uint64_t m_greetingMilliseconds;

@@ -27,6 +27,7 @@ class TerminalSession : public Session {
  protected:
   void Write(std::string_view text) override;
   void Flush() override;
+  Operator GetOperator() const override { return {"terminal", true}; }
   void Ready() override;
   void ShowProgress(const loop::Progress& progress) override;
 

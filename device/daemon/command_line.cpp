@@ -13,11 +13,22 @@ namespace {
 constexpr const char* HELP =
     "Usage: vantacored --config DIR [OPTION...]\n"
     "       vantacored --check DIR [--strict]\n"
+    "       vantacored --config DIR --diff OTHER\n"
     "\n"
     "  --config DIR    the configuration folder: device.json, vlans.json, remote/*.json\n"
     "  --log LEVEL     log up to this level, 0 to 10, on standard error (default 1)\n"
     "  --daemon        no console: standard input is ignored; SIGHUP reads the folder again\n"
     "  --socket PATH   a socket at which vantacorectl finds the console\n"
+    "  --state DIR     where revisions are kept; without it $STATE_DIRECTORY or the user's folder "
+    "for\n"
+    "                  state, with --daemon only\n"
+    "  --fresh         start with the folder, whatever revision was in force\n"
+    "  --guard PERCENT the share of a VLAN's prefixes that a reload may take away (default 50; 100 "
+    "for\n"
+    "                  all)\n"
+    "  --keep-old SECONDS\n"
+    "                  how long a route stays at most whose successor cannot take its place yet,\n"
+    "                  0 to 86400 (default 60)\n"
     "  --tick-us N     a fixed length of the timer tick in microseconds, 10 to 1000000; without "
     "it\n"
     "                  the tick follows the work\n"
@@ -26,6 +37,8 @@ constexpr const char* HELP =
     "  --check DIR     only tell what is wrong in the folder; the exit status is 0, or 1 with "
     "errors\n"
     "  --strict        with --check: 1 with warnings, too\n"
+    "  --diff OTHER    only tell what a reload of the folder OTHER would change; the exit\n"
+    "                  status is 0, 1 when something differs, or 2 with errors in a folder\n"
     "  --help          this text\n"
     "  --version       the version\n"
     "\n"
@@ -35,7 +48,21 @@ constexpr const char* HELP =
     "command\n"
     "was not understood.\n";
 
-enum : int { CONFIG = 1, LOG, DAEMON, SOCKET, PARTIAL, CHECK, STRICT, TICK };
+enum : int {
+  CONFIG = 1,
+  LOG,
+  DAEMON,
+  SOCKET,
+  PARTIAL,
+  CHECK,
+  STRICT,
+  TICK,
+  STATE,
+  FRESH,
+  GUARD,
+  DIFF,
+  KEEP_OLD
+};
 
 std::string Take(int number, const char* value, CommandLine& line) {
   switch (number) {
@@ -51,6 +78,27 @@ std::string Take(int number, const char* value, CommandLine& line) {
     case PARTIAL:
       line.isPartial = true;
       return {};
+    case DIFF:
+      line.diffDirectory = value;
+      return line.diffDirectory.empty() ? "--diff takes a folder" : "";
+    case STATE:
+      line.stateDirectory = value;
+      return line.stateDirectory.empty() ? "--state takes a folder" : "";
+    case FRESH:
+      line.isFresh = true;
+      return {};
+    case KEEP_OLD:
+      if (const auto seconds = ReadDecimal(value, 0, 86400)) {
+        line.keepOldSeconds = static_cast<unsigned int>(*seconds);
+        return {};
+      }
+      return "--keep-old takes a number from 0 to 86400, not " + Quote(value);
+    case GUARD:
+      if (const auto percent = ReadDecimal(value, 0, 100)) {
+        line.guardPercent = *percent;
+        return {};
+      }
+      return "--guard takes a number from 0 to 100, not " + Quote(value);
     case LOG:
       if (const auto level = ReadDecimal(value, 0, 10)) {
         line.logLevel = static_cast<int>(*level);
@@ -73,16 +121,23 @@ std::string Take(int number, const char* value, CommandLine& line) {
   }
 }
 
-// What is wrong with the options together, or the empty text. `isCheckAlone` says that none of
-// them is for a device that runs.
-std::string JudgeTogether(const CommandLine& line, bool isCheckAlone) {
+constexpr unsigned int Bit(int option) { return 1u << option; }
+
+// What is wrong with the options together, or the empty text. `given` has a bit for each option.
+std::string JudgeTogether(const CommandLine& line, unsigned int given) {
+  if ((given & Bit(DIFF)) != 0 && (given & ~(Bit(DIFF) | Bit(CONFIG))) != 0) {
+    return "--diff goes with --config only";
+  }
   if (line.checkDirectory.empty() && line.isStrict) {
     return "--strict goes with --check only";
+  }
+  if (line.isPartial && !line.stateDirectory.empty()) {
+    return "--state does not go with --partial: parts of a folder are no revision";
   }
   if (line.checkDirectory.empty()) {
     return line.configDirectory.empty() ? "--config DIR is missing" : "";
   }
-  return isCheckAlone ? "" : "--check goes with --strict only";
+  return (given & ~(Bit(CHECK) | Bit(STRICT))) == 0 ? "" : "--check goes with --strict only";
 }
 
 }  // namespace
@@ -96,12 +151,17 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
                                  {"socket", required_argument, nullptr, SOCKET},
                                  {"partial", no_argument, nullptr, PARTIAL},
                                  {"check", required_argument, nullptr, CHECK},
+                                 {"diff", required_argument, nullptr, DIFF},
                                  {"strict", no_argument, nullptr, STRICT},
+                                 {"state", required_argument, nullptr, STATE},
+                                 {"fresh", no_argument, nullptr, FRESH},
+                                 {"guard", required_argument, nullptr, GUARD},
+                                 {"keep-old", required_argument, nullptr, KEEP_OLD},
                                  {"tick-us", required_argument, nullptr, TICK}},
                                 false};
-  bool isCheckAlone = true;
+  unsigned int given = 0;
   const auto take = [&](int number, const char* value) {
-    isCheckAlone = isCheckAlone && (number == CHECK || number == STRICT);
+    given |= Bit(number);
     return Take(number, value, line);
   };
   if (auto ending = program::ReadOptions(usage, argc, argv, take)) {
@@ -110,7 +170,7 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
   if (optind < argc) {
     return program::UsageError(usage, "not an option: " + Quote(argv[optind]));
   }
-  const std::string problem = JudgeTogether(line, isCheckAlone);
+  const std::string problem = JudgeTogether(line, given);
   if (!problem.empty()) {
     return program::UsageError(usage, problem);
   }

@@ -12,10 +12,15 @@ namespace vantacored {
 struct CommandLine {
   std::string configDirectory;  // empty if a folder is only to be checked
   std::string checkDirectory;   // the folder that is only to be checked; empty: none
+  std::string diffDirectory;    // the folder that is compared with configDirectory; empty: none
   bool isStrict = false;        // a warning fails the check, too
   std::string socketPath;       // empty: none
   int logLevel = 1;
   bool isDaemon = false;
+  std::string stateDirectory;  // where revisions are kept; empty: with isDaemon the user's folder
+  bool isFresh = false;        // the start takes the folder, whatever was in force
+  unsigned int guardPercent = 50;
+  unsigned int keepOldSeconds = 60;              // how long a route waits for its successor
   bool isPartial = false;                        // what cannot be used of the folder is left out
   std::optional<unsigned int> tickMicroseconds;  // nothing: it follows the work
 };

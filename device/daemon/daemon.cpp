@@ -26,6 +26,7 @@
 #include "device/loop/disposal.h"
 #include "device/stack/facts.h"
 #include "hang_up.h"
+#include "state_place.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_router_mgr.h"
 
@@ -61,16 +62,12 @@ Daemon::Daemon(const CommandLine& line)
                     m_memory.Expect();
                     m_afterReload.Post([this] { TellLongestTurn(); });
                   },
-                  [this] { m_descriptors.Clear(); }}),
+                  [this] { m_descriptors.Clear(); }, [this] { return m_pace.RequestsASecond(); }},
+                 OpenHistory(line), {line.guardPercent, line.isFresh, line.keepOldSeconds}),
       m_settled(m_loop.Get(), Activity()),
       m_pace([this] { return GetTraffic(); }, NowMilliseconds, line.tickMicroseconds),
       m_lab(m_stack.GetControl(), m_interfaces, [this](auto tick) { m_pace.Fix(tick); }),
-      m_dispatcher({[this](apply::Asker asker) { m_reloader.Reload(std::move(asker)); },
-                    [this](apply::Asker asker, bool isStrict) {
-                      m_reloader.Check(std::move(asker), isStrict);
-                    },
-                    [this](const apply::Asker& asker) { Verify(asker); }},
-                   m_lab),
+      m_dispatcher(MakeFolderCommands(), m_lab),
       m_reload(m_loop.Get()),
       m_afterReload(m_loop.Get()),
       m_memory(m_loop.Get(), Activity(),
@@ -145,7 +142,9 @@ void Daemon::WatchSignals() {
   });
   watch(SIGTERM, [this] { Stop(program::EXIT_DONE); });
   if (m_line.isDaemon) {  // however many have come in one turn ask for one reload
-    watch(SIGHUP, [this] { m_reload.Post([this] { m_reloader.Reload(); }); });
+    watch(SIGHUP, [this] {
+      m_reload.Post([this] { m_reloader.Reload({{}, {}, "SIGHUP"}, {false, 0, true}); });
+    });
   } else if (isatty(STDIN_FILENO)) {  // whose terminal goes
     watch(SIGHUP, [this] { Stop(program::EXIT_DONE); });
   }
@@ -176,6 +175,26 @@ std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket() {
       [this](std::size_t most) { return FindDifferences(most); }};
   return std::make_unique<console::ConsoleServer>(
       m_loop.Get(), m_line.socketPath, std::move(context), console::ConsoleServer::Limits{});
+}
+
+console::FolderCommands Daemon::MakeFolderCommands() {
+  using apply::Asker;
+  return {[this](Asker asker, const apply::ReloadRequest& request) {
+            m_reloader.Reload(std::move(asker), request);
+          },
+          [this](Asker asker, bool isStrict) { m_reloader.Check(std::move(asker), isStrict); },
+          [this](const Asker& asker) { Verify(asker); },
+          [this](Asker asker, std::optional<unsigned int> revision) {
+            m_reloader.Diff(std::move(asker), revision);
+          },
+          [this](Asker asker, unsigned int revision) {
+            m_reloader.Confirm(std::move(asker), revision);
+          },
+          [this](Asker asker, unsigned int back) { m_reloader.Undo(std::move(asker), back); },
+          [this](Asker asker) { m_reloader.ListRevisions(std::move(asker)); },
+          [this](Asker asker, unsigned int revision) {
+            m_reloader.ShowRevision(std::move(asker), revision);
+          }};
 }
 
 loop::Activity Daemon::Activity() {

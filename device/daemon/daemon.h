@@ -47,6 +47,7 @@ class Daemon {
   void WatchSignals();
   void StartSession();
   std::unique_ptr<console::ConsoleServer> OpenSocket();
+  console::FolderCommands MakeFolderCommands();
   loop::Activity Activity();
   Traffic GetTraffic() const;
   std::vector<std::string> FindDifferences(std::size_t most) const;

@@ -9,6 +9,7 @@
 #include "daemon.h"
 #include "device/program/printable.h"
 #include "device/program/standard_streams.h"
+#include "diff_folders.h"
 #include "hang_up.h"
 
 namespace {
@@ -28,6 +29,9 @@ int main(int argc, char** argv) {
     vantacored::CommandLine line;
     if (const auto ending = vantacored::ParseCommandLine(argc, argv, line)) {
       return program::PrintEnding("vantacored", *ending);
+    }
+    if (!line.diffDirectory.empty()) {
+      return vantacored::DiffFolders(line.configDirectory, line.diffDirectory);
     }
     const bool isCheck = !line.checkDirectory.empty();
     if (!vantacored::CanOpenFolder(isCheck ? line.checkDirectory : line.configDirectory)) {

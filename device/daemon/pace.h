@@ -58,6 +58,8 @@ class Pace {
   /// Fixes the tick until it is given back with nothing: to what the operator wanted for good, or
   /// to the work.
   void Fix(std::optional<unsigned int> microseconds);
+  /// About how many requests for routes and rules reach the stack in a second while many wait.
+  std::uint64_t RequestsASecond() const;
   /// Sets the tick that fits the work now.
   void Look();
 

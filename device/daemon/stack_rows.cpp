@@ -124,7 +124,9 @@ apply::StackRoute ToRoute(const StaticRoute& route) {
             ToAddress(route.nextHop)},
            route.ifIndex,
            route.metric},
-          route.isUp};
+          route.isUp,
+          route.isUsable,
+          route.isInstalled};
 }
 
 apply::RuleRow ToRule(const RedistributionRow& row) {

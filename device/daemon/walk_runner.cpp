@@ -16,8 +16,10 @@ namespace {
 // With one run of the stack, which takes four milliseconds at most, and what sessions send, a turn
 // stays well below ten.
 constexpr std::uint64_t BUSY_TURN_MILLISECONDS = 2;
-// How often a stack that stands still is looked at while a walk waits for it.
-constexpr std::uint64_t REST_MILLISECONDS = 20;
+// How long a stack that stands still is left alone while a walk waits for it: each time twice as
+// long. When it goes on, the library's scheduler runs it as well.
+constexpr std::uint64_t FIRST_REST_MILLISECONDS = 20;
+constexpr std::uint64_t LONGEST_REST_MILLISECONDS = 500;
 
 }  // namespace
 
@@ -53,15 +55,21 @@ bool WalkRunner::HasRows() const {
                      [](const routing_stack::RunningWalk& walk) { return !walk.isHeld; });
 }
 
-// A task or a timer that waits is not hurt by being started again.
 void WalkRunner::Attend() {
+  m_restMilliseconds = FIRST_REST_MILLISECONDS;
+  Look();
+}
+
+// A task or a timer that waits is not hurt by being started again.
+void WalkRunner::Look() {
   if (!HasRows()) {
     return;
   }
   if (m_stack.GetFacts().HasWork()) {
     m_turn.Post([this] { Turn(); });
   } else {
-    m_rest.Start(REST_MILLISECONDS, [this] { Attend(); });
+    m_rest.Start(m_restMilliseconds, [this] { Look(); });
+    m_restMilliseconds = std::min(2 * m_restMilliseconds, LONGEST_REST_MILLISECONDS);
   }
 }
 

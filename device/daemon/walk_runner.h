@@ -2,6 +2,7 @@
 #ifndef DEVICE_DAEMON_WALK_RUNNER_H
 #define DEVICE_DAEMON_WALK_RUNNER_H
 
+#include <cstdint>
 #include <functional>
 
 #include "device/console/walks.h"
@@ -17,7 +18,7 @@ namespace vantacored {
 /// most, so a table would take more than twice the time that it needs. While a walk has rows for a
 /// reader who takes them, the stack runs in each turn of the loop as well; descriptors and timers
 /// are served in between. A turn that has taken its time already is left alone. Without such a walk
-/// nothing is done.
+/// nothing is done, and hardly anything while the stack stands still.
 class WalkRunner : public console::Walks {
  public:
   /// `stack` is borrowed. `run` is the scheduler's single run of the stack.
@@ -32,6 +33,7 @@ class WalkRunner : public console::Walks {
 
  private:
   bool HasRows() const;
+  void Look();
   void Turn();
 
   uv_loop_s* m_loop;
@@ -39,6 +41,7 @@ class WalkRunner : public console::Walks {
   const std::function<void()> m_run;
   loop::Task m_turn;
   loop::Timer m_rest;
+  std::uint64_t m_restMilliseconds = 0;  // of the next rest
 };
 
 }  // namespace vantacored

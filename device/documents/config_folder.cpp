@@ -20,8 +20,8 @@ using Tarsel::DclConfigObject;
 
 namespace {
 
-constexpr const char* DEVICE = "device.json";
-constexpr const char* VLANS = "vlans.json";
+constexpr const char* DEVICE = DEVICE_NAME;
+constexpr const char* VLANS = VLANS_NAME;
 constexpr const char* REMOTE = "remote";
 constexpr int MOST_ATTEMPTS = 5;
 constexpr std::size_t MAX_REMOTES = MAX_FOLDER_FILES - 2;  // beside device.json and vlans.json
@@ -65,13 +65,15 @@ bool ComesFirst(const Place& a, const Place& b) {
 class Attempt {
  public:
   /// Files that have not changed are taken from `known`. It may be null, as may `inForce`.
-  Attempt(const std::string& directory, const VlanShapes& shapes, bool isPartial,
-          const Folder* inForce, const Folder* known)
+  Attempt(const std::string& directory, const VlanShapes& shapes, bool isPartial, bool keepsTexts,
+          const Folder* inForce, const Folder* known, const std::set<std::string>& expected)
       : m_directory(directory),
         m_shapes(shapes),
         m_isPartial(isPartial),
+        m_keepsTexts(keepsTexts),
         m_inForce(inForce),
-        m_known(known) {}
+        m_known(known),
+        m_expected(expected) {}
 
   void Run() {
     m_listing = ListRemotes(m_directory);
@@ -141,7 +143,7 @@ class Attempt {
       m_bytes += look->size;
       return Take(name, known, *before);
     }
-    const FileText file = ReadFileText(m_directory + name);
+    FileText file = ReadFileText(m_directory + name);
     if (file.isMissing) {
       TellMissing(name, mustBeThere, file.problem);
       return nullptr;
@@ -157,10 +159,12 @@ class Attempt {
       return nullptr;
     }
     if (before != nullptr && before->HasTextOf(file.stamp)) {
+      KeepText(name, file.text);
       return Take(name, known, file.stamp);
     }
     auto fresh = std::make_shared<File>();
     if (parse(file.text, *fresh)) {
+      KeepText(name, file.text);
       return Take<File>(name, fresh, file.stamp);
     }
     m_reading.findings.Add(fresh->findings);
@@ -174,6 +178,16 @@ class Attempt {
     m_reading.folder.stamps[name] = stamp;
     m_reading.findings.Add(file->findings);
     return file;
+  }
+
+  void KeepText(const std::string& name, std::string& text) {
+    if (m_keepsTexts) {
+      m_reading.texts[name] = std::make_shared<const std::string>(std::move(text));
+    }
+  }
+
+  bool MustBeThere(const std::string& name, bool isInForce) const {
+    return isInForce || m_expected.count(name) != 0;
   }
 
   void TellMissing(const std::string& name, bool isInForce, const std::string& problem) {
@@ -192,10 +206,11 @@ class Attempt {
   void ReadDevice() {
     const auto inForce = FindDevice(m_inForce);
     auto& file = m_reading.folder.deviceFile;
-    file = ReadOrTake<DeviceFile>(DEVICE, FindDevice(m_known), inForce != nullptr,
-                                  [](const std::string& text, DeviceFile& fresh) {
-                                    return ReadDeviceDocument(text, DEVICE, fresh);
-                                  });
+    file =
+        ReadOrTake<DeviceFile>(DEVICE, FindDevice(m_known), MustBeThere(DEVICE, inForce != nullptr),
+                               [](const std::string& text, DeviceFile& fresh) {
+                                 return ReadDeviceDocument(text, DEVICE, fresh);
+                               });
     if (file == nullptr && m_isPartial) {
       file = inForce;
     }
@@ -203,7 +218,8 @@ class Attempt {
 
   void ReadConfig(const std::string& name, DclConfigObject::OptionType type) {
     const auto inForce = FindFile(m_inForce, name);
-    const bool mustBeThere = inForce != nullptr && type == DclConfigObject::VLAN_OPTIONS;
+    const bool mustBeThere =
+        type == DclConfigObject::VLAN_OPTIONS && MustBeThere(name, inForce != nullptr);
     auto file = ReadOrTake<ConfigFile>(name, FindFile(m_known, name), mustBeThere,
                                        [&](const std::string& text, ConfigFile& fresh) {
                                          fresh.name = name;
@@ -233,8 +249,10 @@ class Attempt {
   const std::string& m_directory;
   const VlanShapes& m_shapes;
   const bool m_isPartial;
+  const bool m_keepsTexts;
   const Folder* const m_inForce;
   const Folder* const m_known;
+  const std::set<std::string>& m_expected;
   RemoteListing m_listing;
   std::map<std::string, std::optional<FileStamp>> m_seen;  // how each file was found
   Reading m_reading;
@@ -250,25 +268,30 @@ const Device& Folder::GetDevice() const {
 
 ConfigFolder::ConfigFolder(std::string directory, const Options& options)
     : m_directory(std::move(directory) + "/"),
-      m_shapes(options.protocols),
-      m_isPartial(options.isPartial) {}
+      m_declared(options.protocols),
+      m_shapes(m_declared),
+      m_isPartial(options.isPartial),
+      m_keepsTexts(options.keepsTexts) {}
 
-Reading ConfigFolder::Read(const Folder* inForce) const {
+Reading ConfigFolder::Read(const Folder* inForce, const Folder* like,
+                           const std::set<std::string>& expected) const {
   Reading reading;
-  const Folder* known = inForce;
+  const Folder* known = like;
   for (int i = 0; i < MOST_ATTEMPTS; ++i) {
-    Attempt attempt(m_directory, m_shapes, m_isPartial, inForce, known);
+    Attempt attempt(m_directory, m_shapes, m_isPartial, m_keepsTexts, inForce, known, expected);
     attempt.Run();
+    // A file that has not changed since the attempt before has not been read again.
+    attempt.GetReading().texts.merge(reading.texts);
     reading = std::move(attempt.GetReading());
+    reading.folder.declared = m_declared;
     if (attempt.IsStable()) {
-      Conclude(inForce, reading);
+      Conclude(like, reading);
       return reading;
     }
     known = &reading.folder;
   }
   // What has been read may be halves of two folders; even a partial reading must not apply them.
-  reading.folder = inForce == nullptr ? Folder() : *inForce;
-  reading.isUnchanged = inForce != nullptr;
+  reading = {like == nullptr ? Folder() : *like, {}, like != nullptr, {}};
   reading.findings.Add({Severity::ERROR,
                         {".", {}, {}},
                         "changes while it is read, expected a folder that stays as it is, found a "
@@ -278,11 +301,11 @@ Reading ConfigFolder::Read(const Folder* inForce) const {
 }
 
 // What the documents tell together costs a walk over all routes, unless nothing has changed.
-void ConfigFolder::Conclude(const Folder* inForce, Reading& reading) {
+void ConfigFolder::Conclude(const Folder* like, Reading& reading) {
   Folder& folder = reading.folder;
-  reading.isUnchanged = inForce != nullptr && folder.deviceFile == inForce->deviceFile &&
-                        folder.files == inForce->files;
-  folder.together = reading.isUnchanged ? inForce->together : CheckTogether(folder);
+  reading.isUnchanged =
+      like != nullptr && folder.deviceFile == like->deviceFile && folder.files == like->files;
+  folder.together = reading.isUnchanged ? like->together : CheckTogether(folder);
   reading.findings.Add(folder.together);
   reading.findings.Sort(ComesFirst);
 }

@@ -47,21 +47,21 @@ const std::vector<Finding>& Findings::Get(Severity severity) const {
   return (severity == Severity::ERROR ? m_errors : m_warnings).findings;
 }
 
-std::vector<std::string> Findings::Lines() const {
+std::vector<std::string> Findings::Lines(const std::string& folder) const {
   std::vector<std::string> lines;
   std::size_t untold[] = {m_errors.count, m_warnings.count};
   const Kept* const all[] = {&m_errors, &m_warnings};
   for (std::size_t i = 0; i < 2; ++i) {
     for (const Finding& finding : all[i]->findings) {
       if (lines.size() < KEPT) {
-        lines.push_back(finding.Line());
+        lines.push_back((folder.empty() ? "" : folder + "/") + finding.Line());
         --untold[i];
       }
     }
   }
   if (untold[0] + untold[1] != 0) {
-    lines.push_back("and " + std::to_string(untold[0]) + " more errors, " +
-                    std::to_string(untold[1]) + " more warnings");
+    lines.push_back((folder.empty() ? "" : folder + ": ") + "and " + std::to_string(untold[0]) +
+                    " more errors, " + std::to_string(untold[1]) + " more warnings");
   }
   return lines;
 }

@@ -45,8 +45,9 @@ class Findings {
   bool HasErrors() const { return m_errors.count != 0; }
 
   /// The lines for an operator: at most a hundred, the errors before the warnings, and a last one
-  /// that tells how many more there are.
-  std::vector<std::string> Lines() const;
+  /// that tells how many more there are. Where findings of several folders are shown, `folder` says
+  /// whose they are: it stands before the names of files.
+  std::vector<std::string> Lines(const std::string& folder = {}) const;
   /// The findings of one severity that are kept.
   const std::vector<Finding>& Get(Severity severity) const;
 

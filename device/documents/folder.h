@@ -11,6 +11,7 @@
 #include "device.h"
 #include "file_text.h"
 #include "findings.h"
+#include "members.h"
 #include "route.h"
 #include "tarsel/options.h"
 #include "vantacore/dcl_config_object.h"
@@ -32,9 +33,14 @@ struct ConfigFile {
   Tarsel::Options document;
   VlanIds vlans;
   std::map<unsigned short, Place> entries;  // where each VLAN's entry is
+  /// Of each entry's text. Unless one of the files has errors, entries with the same digest say the
+  /// same. Others may, too: a digest goes on to where the next entry begins.
+  std::map<unsigned short, Digest> digests;
   Routes routes;
   Profiles profiles;
-  ProtocolSets protocols;  // that the document enables
+  /// Of the VLAN document the protocols that it enables. Of a remote document those that it has
+  /// members for: it can enable none, and has rows for one that it does not enable as well.
+  ProtocolSets protocols;
   InterfaceRows interfaceRows;
   Findings findings;
 };
@@ -54,9 +60,17 @@ struct Folder {
   std::set<std::string> unreadable;
   /// What no single file could tell.
   Findings together;
+  /// By which the files were read. The declarations are borrowed.
+  Protocols declared{nullptr, 0};
 
   const Device& GetDevice() const;
 };
+
+/// A digest of all files that the folder's stamps name: of their names, sizes and texts. Folders
+/// with the same digest hold the same documents, wherever they are and whenever they were written. A
+/// file that could not be used has no stamp and is not in it, so it does not tell folders with errors
+/// apart.
+Digest DigestOf(const Folder& folder);
 
 }  // namespace documents
 

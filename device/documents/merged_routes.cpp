@@ -19,13 +19,29 @@ bool MergedRoutes::Source::ComesLater(const Source& a, const Source& b) {
 MergedRoutes::MergedRoutes(const ConfigFiles& documents) {
   for (const auto& document : documents) {
     const std::vector<Route>& routes = document->routes.Get();
-    if (!routes.empty()) {
-      m_sources.push_back(
-          {document.get(), routes.data(), routes.data() + routes.size(), m_sources.size()});
-      m_count += routes.size();
-    }
+    Add(*document, routes.data(), routes.data() + routes.size());
   }
   std::make_heap(m_sources.begin(), m_sources.end(), Source::ComesLater);
+}
+
+MergedRoutes::MergedRoutes(const ConfigFiles& documents, unsigned short vlan) {
+  for (const auto& document : documents) {
+    const std::vector<Route>& routes = document->routes.Get();
+    const auto begin = std::partition_point(
+        routes.begin(), routes.end(), [vlan](const Route& r) { return r.target.vlan < vlan; });
+    const auto end = std::partition_point(begin, routes.end(),
+                                          [vlan](const Route& r) { return r.target.vlan == vlan; });
+    Add(*document, routes.data() + (begin - routes.begin()),
+        routes.data() + (end - routes.begin()));
+  }
+  std::make_heap(m_sources.begin(), m_sources.end(), Source::ComesLater);
+}
+
+void MergedRoutes::Add(const ConfigFile& document, const Route* begin, const Route* end) {
+  if (begin != end) {
+    m_sources.push_back({&document, begin, end, m_sources.size()});
+    m_count += static_cast<std::size_t>(end - begin);
+  }
 }
 
 const Route* MergedRoutes::Next() {

@@ -16,6 +16,8 @@ namespace documents {
 class MergedRoutes {
  public:
   explicit MergedRoutes(const ConfigFiles& documents);
+  /// Only the routes of this VLAN.
+  MergedRoutes(const ConfigFiles& documents, unsigned short vlan);
 
   /// Returns the next route, which is that document's; null at the end.
   const Route* Next();
@@ -43,6 +45,7 @@ class MergedRoutes {
     static bool ComesLater(const Source& a, const Source& b);
   };
 
+  void Add(const ConfigFile& document, const Route* begin, const Route* end);
   void Advance();
 
   std::vector<Source> m_sources;  // a heap

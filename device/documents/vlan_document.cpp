@@ -6,39 +6,17 @@
 #include <utility>
 #include <vector>
 
+#include "digest.h"
 #include "entry_tree.h"
+#include "router_members.h"
 #include "routes_builder.h"
 #include "rows_check.h"
 #include "shape_reader.h"
 #include "text_positions.h"
-#include "vantacore/dc_router_mgr.h"
 
 namespace documents {
 
-using Tarsel::DcRouterMgr;
-
 namespace {
-
-// The members that configure the routers which routes can be handed to.
-struct RouterMember {
-  const char* name;
-  DcRouterMgr::ProtocolType router;
-};
-
-constexpr RouterMember ROUTER_MEMBERS[] = {
-    {"BGP", DcRouterMgr::PROTOCOL_BGP},       {"OSPF", DcRouterMgr::PROTOCOL_OSPFV2},
-    {"OSPFV3", DcRouterMgr::PROTOCOL_OSPFV3}, {"RIPV2", DcRouterMgr::PROTOCOL_RIPV2},
-    {"RIPNG", DcRouterMgr::PROTOCOL_RIPNG},
-};
-
-unsigned int ProtocolBit(const char* name) {
-  for (const RouterMember& member : ROUTER_MEMBERS) {
-    if (std::strcmp(member.name, name) == 0) {
-      return 1u << member.router;
-    }
-  }
-  return 0;
-}
 
 bool Is(const Member& member, const char* name) { return std::strcmp(member.name, name) == 0; }
 
@@ -155,6 +133,7 @@ class Builder : public ShapeVisitor {
   bool Finish(std::string_view text) {
     m_file.routes = m_routes.Finish(text);
     m_file.document = Tarsel::Options(m_tree.TakeRoot());
+    TakeDigests(text);
     FindPositions(text);
     m_file.interfaceRows = m_rows.Finish(text);
     return m_hasList;
@@ -215,14 +194,18 @@ class Builder : public ShapeVisitor {
     return true;
   }
 
-  // A protocol that nobody has declared may have the member that switches it off all the same.
+  // A protocol that nobody has declared may have the member that switches it off all the same. To
+  // the library an empty member is none.
   void TakeUndeclared() {
     const Json::Value& entry = m_tree.GetCurrent();
     for (const Member* const member : m_undeclared) {
-      const bool runs = ReadEnabling(Tarsel::OptionsNode(entry[member->name])) == Enabling::YES;
-      m_protocols |= runs ? ProtocolBit(member->name) : 0;
+      const Json::Value& value = entry[member->name];
+      const bool runs = ReadEnabling(Tarsel::OptionsNode(value)) == Enabling::YES;
+      m_protocols |= !value.empty() && (runs || IsRemote()) ? ProtocolBit(member->name) : 0;
     }
   }
+
+  bool IsRemote() const { return m_file.type != Tarsel::DclConfigObject::VLAN_OPTIONS; }
 
   bool IsDoubled() {
     const auto first = m_file.entries.find(*m_vid);
@@ -260,8 +243,8 @@ class Builder : public ShapeVisitor {
   }
 
   bool EndProtocol(const Member& member, const Outcome& outcome) {
-    const bool runs = outcome.isFaultless && m_isEnabled;
-    m_protocols |= runs ? ProtocolBit(member.name) : 0;
+    const bool counts = outcome.isFaultless && (m_isEnabled || IsRemote());
+    m_protocols |= counts ? ProtocolBit(member.name) : 0;
     return outcome.isFaultless;
   }
 
@@ -281,6 +264,20 @@ class Builder : public ShapeVisitor {
   // Of the object that is being read. Its offset has the place of the line until positions are known.
   Place PlaceAt(std::size_t offset) const {
     return {m_file.name, {static_cast<std::uint32_t>(offset), 0}, m_reader->Path()};
+  }
+
+  // While the entries' places still have offsets.
+  void TakeDigests(std::string_view text) {
+    std::vector<std::pair<std::size_t, unsigned short>> entries;
+    for (const auto& [vlan, place] : m_file.entries) {
+      entries.emplace_back(place.position.line, vlan);
+    }
+    std::sort(entries.begin(), entries.end());
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+      const std::size_t end = i + 1 < entries.size() ? entries[i + 1].first : text.size();
+      m_file.digests[entries[i].second] =
+          DigestOf(text.substr(entries[i].first, end - entries[i].first));
+    }
   }
 
   void FindPositions(std::string_view text) {

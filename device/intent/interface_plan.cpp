@@ -1,5 +1,6 @@
 #include "interface_plan.h"
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <utility>
@@ -65,19 +66,30 @@ class Steps {
     }
   }
 
+  // What comes is there before anything goes, because routes may depend on either. An address whose
+  // length alone changes goes first: the length is not part of its identity.
   void Ip6(const Ip6Addresses& from, const Ip6Addresses& to) {
     const Ip6Set before(from.begin(), from.end());
     const Ip6Set after(to.begin(), to.end());
-    for (const Tarsel::Ip6Prefix& prefix : from) {
-      if (after.count(prefix) == 0) {
-        Add(DeleteIp6{prefix});
+    const auto comes = [&](const Tarsel::Ip6Addr& address) {
+      return std::any_of(to.begin(), to.end(), [&](const Tarsel::Ip6Prefix& prefix) {
+        return prefix.GetAddress() == address;
+      });
+    };
+    const auto remove = [&](bool isReplaced) {
+      for (const Tarsel::Ip6Prefix& prefix : from) {
+        if (after.count(prefix) == 0 && comes(prefix.GetAddress()) == isReplaced) {
+          Add(DeleteIp6{prefix});
+        }
       }
-    }
+    };
+    remove(true);
     for (const Tarsel::Ip6Prefix& prefix : to) {
       if (before.count(prefix) == 0) {
         Add(AddIp6{prefix});
       }
     }
+    remove(false);
   }
 
   void Add(InterfaceAction action) { m_plan.push_back({m_key, std::move(action)}); }

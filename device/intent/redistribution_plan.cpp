@@ -49,6 +49,32 @@ Sources SourcesIn(const Rules& rules, const Destination& destination) {
 
 }  // namespace
 
+const char* NameOfSource(std::uint32_t code) {
+  switch (code) {
+    case CODE_CONNECTED:
+      return "connected";
+    case CODE_STATIC:
+      return "static";
+    case CODE_RIP:
+      return "RIP";
+    case CODE_OSPF:
+      return "OSPF";
+    default:
+      return "BGP";
+  }
+}
+
+const char* NameOf(const Destination& destination) {
+  switch (destination.code) {
+    case CODE_RIP:
+      return destination.ip6 ? "RIPng" : "RIPv2";
+    case CODE_OSPF:
+      return destination.ip6 ? "OSPFv3" : "OSPFv2";
+    default:
+      return destination.ip6 ? "BGP for IPv6" : "BGP for IPv4";
+  }
+}
+
 Rules FindStayingRules(const Rules& present, const Rules& wanted) {
   Rules staying;
   for (const auto& [destination, sources] : present) {

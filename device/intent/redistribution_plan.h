@@ -44,6 +44,10 @@ using Rules = std::map<Destination, Sources>;
 /// Returns the type of the router that belongs to a destination.
 Tarsel::DcRouterMgr::ProtocolType RouterTypeOf(const Destination& destination);
 
+/// What an operator calls a source and a destination: "static", "RIPv2", "BGP for IPv6".
+const char* NameOfSource(std::uint32_t code);
+const char* NameOf(const Destination& destination);
+
 /// Returns the rules that are in both: what is left of `present` after everything else has been
 /// withdrawn.
 Rules FindStayingRules(const Rules& present, const Rules& wanted);

@@ -7,8 +7,6 @@
 
 namespace intent {
 
-using documents::VlanIds;
-
 namespace {
 
 /// Looks up what routes refer to. Routes of one VLAN and of one interface often follow each other.
@@ -64,8 +62,6 @@ void Order(std::size_t first, ResolvedRoutes& routes) {
       routes.end());
 }
 
-bool ByVlan(const ResolvedRoute& route, unsigned short vlan) { return route.target.vlan < vlan; }
-
 }  // namespace
 
 bool operator==(const RouteContext& a, const RouteContext& b) {
@@ -93,23 +89,6 @@ ResolvedRoutes ResolveRoutes(const documents::ConfigFiles& documents, const Rout
   Order(first, resolved);
   resolved.shrink_to_fit();
   return resolved;
-}
-
-ResolvedRoutes WithoutVlans(const ResolvedRoutes& routes, const VlanIds& vlans) {
-  ResolvedRoutes rest;
-  for (const ResolvedRoute& route : routes) {
-    if (vlans.count(route.target.vlan) == 0) {
-      rest.push_back(route);
-    }
-  }
-  return rest;
-}
-
-bool HaveRoutes(const ResolvedRoutes& routes, const VlanIds& vlans) {
-  return std::any_of(vlans.begin(), vlans.end(), [&](unsigned short vlan) {
-    const auto first = std::lower_bound(routes.begin(), routes.end(), vlan, ByVlan);
-    return first != routes.end() && first->target.vlan == vlan;
-  });
 }
 
 }  // namespace intent

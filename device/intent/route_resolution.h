@@ -50,12 +50,6 @@ struct RouteContext {
 /// lack.
 ResolvedRoutes ResolveRoutes(const documents::ConfigFiles& documents, const RouteContext& context);
 
-/// Returns the routes that are left when these VLANs have none.
-ResolvedRoutes WithoutVlans(const ResolvedRoutes& routes, const documents::VlanIds& vlans);
-
-/// Whether any of the VLANs has a route.
-bool HaveRoutes(const ResolvedRoutes& routes, const documents::VlanIds& vlans);
-
 }  // namespace intent
 
 #endif

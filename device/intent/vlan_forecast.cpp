@@ -1,5 +1,8 @@
 #include "vlan_forecast.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace intent {
 
 using documents::ConfigFiles;
@@ -7,37 +10,30 @@ using documents::ProtocolSets;
 using documents::VlanIds;
 using Tarsel::DclConfigObject;
 
-VlanIds FindLeavingVlans(const PresentVlans& present, const ConfigFiles& wanted) {
-  VlanIds leaving;
-  for (const auto& vlan : present) {
-    leaving.insert(vlan.first);
-  }
-  for (const auto& file : wanted) {
-    for (const unsigned short vlan : file->vlans) {
-      const auto known = present.find(vlan);
-      if (known != present.end() && (file->type == DclConfigObject::VLAN_OPTIONS ||
-                                     known->second.documents.count(file->name) != 0)) {
-        leaving.erase(vlan);
-      }
-    }
-  }
-  return leaving;
+namespace {
+
+const documents::ConfigFile& VlanDocumentOf(const ConfigFiles& files) {
+  static const documents::ConfigFile NONE;
+  const auto found = std::find_if(files.begin(), files.end(), [](const auto& file) {
+    return file->type == DclConfigObject::VLAN_OPTIONS;
+  });
+  return found == files.end() ? NONE : **found;
 }
 
-ProtocolSets FindEnabledProtocols(const PresentVlans& present, const AppliedDocuments& applied,
-                                  const ConfigFiles& wanted) {
-  ProtocolSets enabled;
-  for (const auto& file : wanted) {
-    for (const auto& [vlan, protocols] : file->protocols) {
-      if (file->type == DclConfigObject::VLAN_OPTIONS) {
-        enabled[vlan] |= protocols;
-      } else if (applied.count(file->name) != 0) {
-        const auto known = present.find(vlan);
-        enabled[vlan] |= known == present.end() ? 0 : protocols & known->second.protocols;
-      }
-    }
-  }
-  return enabled;
+}  // namespace
+
+const VlanIds& FindVlans(const ConfigFiles& files) { return VlanDocumentOf(files).vlans; }
+
+const ProtocolSets& FindEnabledProtocols(const ConfigFiles& files) {
+  return VlanDocumentOf(files).protocols;
+}
+
+VlanIds FindLeavingVlans(const VlanIds& present, const ConfigFiles& wanted) {
+  const VlanIds& staying = FindVlans(wanted);
+  VlanIds leaving;
+  std::set_difference(present.begin(), present.end(), staying.begin(), staying.end(),
+                      std::inserter(leaving, leaving.end()));
+  return leaving;
 }
 
 }  // namespace intent

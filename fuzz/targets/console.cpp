@@ -87,7 +87,8 @@ class Session {
 
   void Execute(const std::string& line) {
     auto command = std::make_shared<RunningCommand>(
-        m_vlan, true, [](std::string_view text) { Device::Get().Note(std::string(text)); },
+        m_vlan, console::Operator{"fuzz", true},
+        [](std::string_view text) { Device::Get().Note(std::string(text)); },
         [] { Device::Get().Note("over"); });
     const console::Words words = console::Dispatcher::Split(line);
     if (words.empty()) {
@@ -134,9 +135,10 @@ class Session {
   console::Lab m_lab{Device::Get().Control(), m_state, [](auto tick) {
                        Tarsel::TimerLoop::SetTickMicroseconds(tick.value_or(TICK_MICROSECONDS));
                      }};
-  console::Dispatcher m_dispatcher{{[](const apply::Asker& asker) { Noted("reload", asker); },
-                                    [](const apply::Asker& asker, bool) { Noted("check", asker); }},
-                                   m_lab};
+  console::Dispatcher m_dispatcher{
+      {[](const apply::Asker& asker, const apply::ReloadRequest&) { Noted("reload", asker); },
+       [](const apply::Asker& asker, bool) { Noted("check", asker); }},
+      m_lab};
   unsigned short m_vlan = 10;
   std::vector<std::shared_ptr<RunningCommand>> m_commands;
 };

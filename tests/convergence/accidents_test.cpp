@@ -71,8 +71,8 @@ FolderModel Before() {
     model.interfaces[{id, id + 1U}] = {true, false, 1500, 1, 1};
     convergence::FolderVlan& vlan = model.vlans[id];
     vlan.hasProfile = true;
-    vlan.protocols[OSPF] = {{id + 1U, 5}};
-    vlan.protocols[RIPV2] = {{id + 1U, 5}};
+    vlan.protocols[OSPF].rows = {{id + 1U, 5}};
+    vlan.protocols[RIPV2].rows = {{id + 1U, 5}};
     for (unsigned int network = 0; network < 5; ++network) {
       vlan.routes[{network % 2 != 0, network, 0, network == 3}] = 5;
     }
@@ -93,12 +93,12 @@ void ChangeTheRest(FolderModel& model) {
   model.vlans.erase(20);
   model.interfaces.erase({20, 21});
   model.vlans[30].hasProfile = true;
-  model.vlans[30].protocols[RIPV2] = {{31, 2}};
+  model.vlans[30].protocols[RIPV2].rows = {{31, 2}};
   model.vlans[30].routes[{false, 0, 0, true}] = 2;
   model.interfaces[{30, 31}] = {true, true, 1400, 1, 1};
   convergence::FolderVlan& vlan = model.vlans[10];
   vlan.closedSources = {"connected"};
-  vlan.protocols[RIPV2] = {{11, 7}, {12, 1}};
+  vlan.protocols[RIPV2].rows = {{11, 7}, {12, 1}};
   vlan.routes.erase({false, 0, 0, false});
   vlan.routes[{false, 50, 0, false}] = 1;
   vlan.routes[{true, 1, 0, false}] = 9;

@@ -10,6 +10,7 @@
 
 #include "device/documents/members.h"
 #include "device/stack/upkeep.h"
+#include "tests/support/reported_lines.h"
 
 namespace convergence {
 
@@ -50,9 +51,12 @@ FolderHost::FolderHost(const std::string& directory, std::uint64_t turnMilliseco
       m_protocolRows(m_port),
       m_reloader(m_loop.Get(), {directory, {documents::DeclaredProtocols(), false}}, m_interfaces,
                  m_port, m_protocolRows,
-                 {[this](const std::string& line) { m_logged.push_back(line + "\n"); },
+                 {[this](const std::string& line) {
+                    if (!test_support::IsHeadline(line)) m_logged.push_back(line + "\n");
+                  },
                   [](const auto&, const auto& work) { work(); }, [](const auto& work) { work(); },
-                  [] {}, [] {}}) {
+                  [] {}, [] {}},
+                 {}, {apply::Guard::OFF}) {
   Tarsel::TimerLoop::SetTickMicroseconds(TICK_MICROSECONDS);
   RecordCalls();
   setenv("UV_THREADPOOL_SIZE", "1", 1);
@@ -93,11 +97,14 @@ FolderHost::Answer FolderHost::Reload() {
   m_reloader.Reload(AskerInto(answer));
   AwaitEnd();
   if (answer.lines != m_logged) Die("the log tells something else than who has asked is told");
+  AwaitSuccessors();
   return answer;
 }
 
 apply::Asker FolderHost::AskerInto(Answer& answer) {
-  return {[&answer](const std::string& line) { answer.lines.push_back(line); },
+  return {[&answer](const std::string& line) {
+            if (!test_support::IsHeadline(line)) answer.lines.push_back(line);
+          },
           [&answer](bool hasPassed) { answer.hasPassed = hasPassed; }};
 }
 
@@ -177,7 +184,8 @@ void FolderHost::ForgetTheLog() {
 }
 
 bool FolderHost::IsDone() const {
-  return m_reloader.IsSettled() && m_reloader.GetKnowledge().GetDifferences().Count() == 0;
+  return m_reloader.IsSettled() && m_reloader.GetKnowledge().GetDifferences().Count() == 0 &&
+         m_reloader.GetKnowledge().GetRoutes().CountKept() == 0;
 }
 
 std::string FolderHost::WhatIsNotDone() const {
@@ -191,6 +199,17 @@ std::string FolderHost::WhatIsNotDone() const {
          << " times" << (difference.isAsked ? ", asked" : "") << "\n";
   }
   return text.str();
+}
+
+// A fresh start has no routes that are kept for their successors, so they are waited for.
+void FolderHost::AwaitSuccessors() {
+  const apply::RouteKeeper& routes = m_reloader.GetKnowledge().GetRoutes();
+  const std::uint64_t turn = std::exchange(m_turnMilliseconds, LONG_TURN_MILLISECONDS);
+  if (!TurnUntil([&] { return routes.CountKept() == 0 && m_reloader.IsSettled(); },
+                 MOST_MILLISECONDS)) {
+    Die("old routes are kept for longer than they may");
+  }
+  m_turnMilliseconds = turn;
 }
 
 void FolderHost::AwaitEnd() {

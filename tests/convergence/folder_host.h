@@ -37,7 +37,8 @@ class FolderHost : public test_support::Device {
   /// The first of all. If the folder is refused, nothing else may follow.
   Answer Start();
   Answer Check();
-  /// Comes back when it has been applied or refused and everything has been answered.
+  /// Comes back when it has been applied or refused and everything has been answered, and no old
+  /// route is kept any more for a successor that cannot take its place.
   Answer Reload();
   /// Comes back at once. Whether the folder is taken shows later. Call AwaitPool before files are
   /// changed, so that no reading that is under way finds the new ones.
@@ -71,6 +72,9 @@ class FolderHost : public test_support::Device {
   apply::Interfaces& GetInterfaces() { return m_interfaces; }
   const apply::Reloader& GetReloader() const { return m_reloader; }
 
+  /// What has been logged at a level since the log was forgotten; the folder's lines are not in it.
+  const test_support::TraceCapture& GetTraces() const { return m_traces; }
+
   /// The stack's tables except for the router ids, which the stack chooses once, the library's
   /// VLANs, and assertions that have failed.
   std::string Tables();
@@ -81,6 +85,7 @@ class FolderHost : public test_support::Device {
   apply::Asker AskerInto(Answer& answer);
   void TurnWhile(const std::function<bool()>& isGoingOn);
   void AwaitEnd();
+  void AwaitSuccessors();
   bool IsDone() const;
 
   std::uint64_t m_turnMilliseconds;

@@ -48,9 +48,9 @@ std::string RoutesText(unsigned short vlan, const std::map<FolderRoute, unsigned
 }
 
 std::string ProtocolText(unsigned short vlan, const FolderProtocol& protocol,
-                         const std::map<unsigned int, unsigned int>& rows) {
+                         const FolderMember& member) {
   std::vector<std::string> parts;
-  for (const auto& [id, value] : rows) {
+  for (const auto& [id, value] : member.rows) {
     const std::string number = std::to_string(value);
     const std::string name =
         std::string(protocol.prefix) + "_" + std::to_string(vlan) + "_" + std::to_string(id);
@@ -60,8 +60,17 @@ std::string ProtocolText(unsigned short vlan, const FolderProtocol& protocol,
                          : R"("cost": )" + number) +
                     "}");
   }
-  return std::string(", ") + Quoted(protocol.member) + R"(: {"enabled": true, )" +
-         Quoted(protocol.list) + ": {" + Joined(parts) + "}}";
+  return std::string(", ") + Quoted(protocol.member) + R"(: {"enabled": )" +
+         (member.isEnabled ? "true, " : "false, ") + Quoted(protocol.list) + ": {" + Joined(parts) +
+         "}}";
+}
+
+std::string ProtocolsText(unsigned short vlan, const FolderMembers& protocols) {
+  std::string text;
+  for (const auto& [protocol, member] : protocols) {
+    text += ProtocolText(vlan, FOLDER_PROTOCOLS[protocol], member);
+  }
+  return text;
 }
 
 std::string ProfileText(const FolderVlan& vlan) {
@@ -76,11 +85,18 @@ std::string ProfileText(const FolderVlan& vlan) {
 std::string VlanText(unsigned short id, const FolderVlan& vlan) {
   std::string text = Quoted("v" + std::to_string(id)) + R"(: {"vid": )" + std::to_string(id);
   text += R"(, "RTM": {"ADMIN_DISTANCE": {"ripv2": )" + std::to_string(100 + vlan.distances) + "}}";
-  for (const auto& [protocol, rows] : vlan.protocols) {
-    text += ProtocolText(id, FOLDER_PROTOCOLS[protocol], rows);
-  }
+  text += ProtocolsText(id, vlan.protocols);
   if (vlan.hasProfile) text += ProfileText(vlan);
   return text + RoutesText(id, vlan.routes) + "}";
+}
+
+std::string RemoteText(const FolderRemote& remote) {
+  std::vector<std::string> entries;
+  for (const auto& [id, entry] : remote) {
+    entries.push_back(Quoted("v" + std::to_string(id)) + R"(: {"vid": )" + std::to_string(id) +
+                      ProtocolsText(id, entry.protocols) + RoutesText(id, entry.routes) + "}");
+  }
+  return "{\"VLAN_CONFIGURATIONS\": {\n  " + Joined(entries) + "}}\n";
 }
 
 std::string InterfaceText(unsigned short vlan, unsigned int index, const std::string& name,
@@ -119,17 +135,12 @@ FolderFiles FolderModel::Files() const {
     rows.push_back(InterfaceText(key.first, key.second, InterfaceName(key.second), interface));
   }
   std::vector<std::string> entries;
-  std::vector<std::string> remote;
-  for (const auto& [id, vlan] : vlans) {
-    entries.push_back(VlanText(id, vlan));
-    if (!vlan.remoteRoutes.empty()) {
-      remote.push_back(Quoted("v" + std::to_string(id)) + R"(: {"vid": )" + std::to_string(id) +
-                       RoutesText(id, vlan.remoteRoutes) + "}");
-    }
-  }
-  return {{"device.json", "{\"default_vlan\": 10, \"interfaces\": [\n  " + Joined(rows) + "]}\n"},
-          {"vlans.json", "{\"VLAN_CONFIGURATIONS\": {\n  " + Joined(entries) + "}}\n"},
-          {"remote/one.json", "{\"VLAN_CONFIGURATIONS\": {\n  " + Joined(remote) + "}}\n"}};
+  for (const auto& [id, vlan] : vlans) entries.push_back(VlanText(id, vlan));
+  FolderFiles files = {
+      {"device.json", "{\"default_vlan\": 10, \"interfaces\": [\n  " + Joined(rows) + "]}\n"},
+      {"vlans.json", "{\"VLAN_CONFIGURATIONS\": {\n  " + Joined(entries) + "}}\n"}};
+  for (const auto& [name, remote] : remotes) files[name] = RemoteText(remote);
+  return files;
 }
 
 }  // namespace convergence

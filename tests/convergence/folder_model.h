@@ -39,17 +39,35 @@ struct FolderRoute {
   }
 };
 
+/// The values of a protocol's rows by their ids.
+using FolderRows = std::map<unsigned int, unsigned int>;
+
+/// What a document says of a protocol.
+struct FolderMember {
+  bool isEnabled = true;
+  FolderRows rows;
+};
+
+/// By the protocol's place in FOLDER_PROTOCOLS.
+using FolderMembers = std::map<std::size_t, FolderMember>;
+
 struct FolderVlan {
   unsigned int distances = 0;
   /// Without a profile nothing is handed to protocols.
   bool hasProfile = false;
   std::set<std::string> closedSources;  // of the profile
-  /// Each protocol that is enabled, by its place in FOLDER_PROTOCOLS: the values of its rows by
-  /// their ids.
-  std::map<std::size_t, std::map<unsigned int, unsigned int>> protocols;
-  std::map<FolderRoute, unsigned int> routes;        // with their metrics
-  std::map<FolderRoute, unsigned int> remoteRoutes;  // of the remote document
+  FolderMembers protocols;
+  std::map<FolderRoute, unsigned int> routes;  // with their metrics
 };
+
+/// An entry of a remote document.
+struct FolderRemoteEntry {
+  FolderMembers protocols;
+  std::map<FolderRoute, unsigned int> routes;
+};
+
+/// A remote document: its entries by VLAN, whether there is such a VLAN or not.
+using FolderRemote = std::map<unsigned short, FolderRemoteEntry>;
 
 struct FolderInterface {
   bool up = true;
@@ -63,6 +81,7 @@ struct FolderInterface {
 /// a VLAN has the index vid + 1, the second vid + 2.
 struct FolderModel {
   std::map<unsigned short, FolderVlan> vlans;
+  std::map<std::string, FolderRemote> remotes;  // by the name of their file
   std::map<std::pair<unsigned short, unsigned int>, FolderInterface> interfaces;
   /// Shows which folder's interfaces are in force: the index of an interface of VLAN 10.
   unsigned int mark = 0;

@@ -1,5 +1,6 @@
 #include "tests/convergence/folder_sequence.h"
 
+#include <filesystem>
 #include <iterator>
 
 #include "tarsel/address.h"
@@ -14,22 +15,16 @@ using test_support::ScratchFolder;
 
 constexpr unsigned int MOST_STEPS = 25;
 constexpr unsigned int MANY_ROUTES = 40;  // more than wait for a repeat at a time
+constexpr unsigned int FIRST_REMOTE_NETWORK = 10;
 constexpr unsigned int FIRST_OF_MANY = 100;
 constexpr unsigned int FIRST_MARK = 1000;
-constexpr unsigned int OSPF_TABLE = 3;  // whose rows have two more numbers in their keys
+constexpr const char* REMOTES[] = {"remote/one.json", "remote/two.json"};
 constexpr unsigned int EVERY_REQUEST = 1000000;
 
 const char* NameOf(RowType type) {
   static const char* const NAMES[] = {"instance", "interface", "address",
                                       "route",    "rule",      "protocol row"};
   return NAMES[static_cast<std::size_t>(type)];
-}
-
-std::string RowLine(unsigned short vlan, std::size_t protocol, unsigned int id) {
-  const FolderProtocol& known = FOLDER_PROTOCOLS[protocol];
-  return "protocol " + std::to_string(vlan + (known.ip6 ? 0x8000U : 0U)) + " " +
-         std::to_string(known.table) + " \"" + std::to_string(id) +
-         (known.table == OSPF_TABLE ? ".0.0\" " : "\" ");
 }
 
 documents::Ip4Network NetworkOf(const std::string& address) {
@@ -48,13 +43,15 @@ Tarsel::Ip6Prefix PrefixOf(const std::string& text) {
 }  // namespace
 
 void WriteFiles(const FolderFiles& files, const ScratchFolder& folder) {
+  for (const char* const name : REMOTES) {
+    if (files.count(name) == 0 && std::filesystem::exists(folder.PathOf(name))) folder.Remove(name);
+  }
   for (const auto& [name, text] : files) folder.Write(name, text);
 }
 
 FolderSequence::FolderSequence(unsigned int seed) : m_engine(seed) {
   m_model.mark = FIRST_MARK;
   DrawFirst();
-  NoteRows();
   m_first = m_last = m_model.Files();
   for (unsigned int i = 5 + Below(MOST_STEPS - 5); i > 0; --i) {
     DrawStep();
@@ -72,20 +69,6 @@ std::string FolderSequence::Text() const {
   return text;
 }
 
-std::set<std::string> FolderSequence::LeftBehind() const {
-  std::set<std::string> all;
-  for (const auto& [id, vlan] : m_model.vlans) {
-    const auto found = m_disabledRows.find(id);
-    if (found == m_disabledRows.end()) continue;
-    std::set<std::string> left = found->second;
-    for (const auto& [protocol, rows] : vlan.protocols) {
-      for (const auto& row : rows) left.erase(RowLine(id, protocol, row.first));
-    }
-    all.merge(left);
-  }
-  return all;
-}
-
 void FolderSequence::Add(const std::string& kind, const std::string& text,
                          std::function<void(FolderHost&, const ScratchFolder&)> apply) {
   m_steps.push_back({kind, text, std::move(apply), {}});
@@ -96,6 +79,7 @@ void FolderSequence::DrawFirst() {
   for (const unsigned short id : {20, 30}) {
     if (Percent(60)) m_model.vlans[id] = DrawNewVlan(id);
   }
+  for (unsigned int i = Below(4); i > 0; --i) RemoteChanges();
   for (const unsigned short id : {10, 20, 30}) {
     m_model.interfaces[{id, id + 1U}] = {true, Percent(20), 1500, 1, Percent(50) ? 1U : 0U};
   }
@@ -103,8 +87,10 @@ void FolderSequence::DrawFirst() {
 
 void FolderSequence::DrawStep() {
   const unsigned int kind = Below(100);
-  if (kind < 28) {
+  if (kind < 30) {
     DrawReload();
+  } else if (kind < 32) {
+    DrawTypo();
   } else if (kind < 48) {
     DrawInterfaceEvent();
   } else if (kind < 53) {
@@ -135,10 +121,21 @@ void FolderSequence::DrawWait() {
 
 // --- the folder ---
 
-std::map<unsigned int, unsigned int> FolderSequence::DrawRows(unsigned short id) {
-  std::map<unsigned int, unsigned int> rows;
+FolderRows FolderSequence::DrawRows(unsigned short id) {
+  FolderRows rows;
   for (unsigned int i = Below(3); i > 0; --i) rows[id + 1 + Below(3)] = 1 + Below(9);
   return rows;
+}
+
+FolderMember FolderSequence::DrawMember(unsigned short id) { return {Percent(80), DrawRows(id)}; }
+
+FolderRemoteEntry FolderSequence::DrawRemoteEntry(unsigned short id) {
+  FolderRemoteEntry entry;
+  for (std::size_t i = 0; i < std::size(FOLDER_PROTOCOLS); ++i) {
+    if (Percent(40)) entry.protocols[i] = DrawMember(id);
+  }
+  if (Percent(40)) RouteChanges(entry.routes, FIRST_REMOTE_NETWORK);
+  return entry;
 }
 
 FolderVlan FolderSequence::DrawNewVlan(unsigned short id) {
@@ -146,9 +143,9 @@ FolderVlan FolderSequence::DrawNewVlan(unsigned short id) {
   vlan.distances = Below(3);
   vlan.hasProfile = Percent(60);
   for (std::size_t i = 0; i < std::size(FOLDER_PROTOCOLS); ++i) {
-    if (Percent(40)) vlan.protocols[i] = DrawRows(id);
+    if (Percent(40)) vlan.protocols[i] = DrawMember(id);
   }
-  for (unsigned int i = Below(4); i > 0; --i) RouteChanges(vlan);
+  for (unsigned int i = Below(4); i > 0; --i) RouteChanges(vlan.routes, 0);
   if (Percent(15)) ManyRoutesComeOrGo(vlan);
   return vlan;
 }
@@ -157,7 +154,6 @@ void FolderSequence::DrawReload() {
   ++m_model.mark;
   std::string text = "reload:";
   for (unsigned int i = 1 + Below(4); i > 0; --i) text += " " + DrawChange() + ";";
-  NoteRows();
   m_last = m_model.Files();
   Add("reload", text, [files = m_last](FolderHost& host, const ScratchFolder& folder) {
     host.AwaitPool();
@@ -166,17 +162,44 @@ void FolderSequence::DrawReload() {
   });
 }
 
+// The mistake is mended before anything else changes: a reload that waits reads what there is then.
+void FolderSequence::DrawTypo() {
+  FolderFiles broken = m_last;
+  std::string& text = std::next(broken.begin(), Below(broken.size()))->second;
+  text += "}";
+  Add("typo", "reload with a typo", [broken](FolderHost& host, const ScratchFolder& folder) {
+    host.AwaitPool();
+    WriteFiles(broken, folder);
+    host.AskForReload();
+  });
+  DrawWait();
+  ++m_model.mark;  // what has happened to interfaces is undone
+  m_last = m_model.Files();
+  Add("mending", "reload as before",
+      [files = m_last](FolderHost& host, const ScratchFolder& folder) {
+        host.AwaitPool();
+        WriteFiles(files, folder);
+        host.AskForReload();
+      });
+}
+
+std::string FolderSequence::Change(const std::string& kind) {
+  m_changes.push_back(kind);
+  return kind;
+}
+
 std::string FolderSequence::DrawChange() {
   const unsigned short id = DrawVlan();
   const unsigned int kind = Below(100);
   const std::string name = "VLAN " + std::to_string(id) + " ";
-  if (kind < 20) return name + VlanComesOrGoes(id);
-  if (kind < 40) return name + InterfaceOfFolderChanges(id);
+  if (kind < 20) return RemoteChanges();
+  if (kind < 35) return name + VlanComesOrGoes(id);
+  if (kind < 48) return name + InterfaceOfFolderChanges(id);
   const auto found = m_model.vlans.find(id);
   if (found == m_model.vlans.end()) return name + VlanComesOrGoes(id);
-  if (kind < 65) return name + RouteChanges(found->second);
-  if (kind < 70) return name + ManyRoutesComeOrGo(found->second);
-  if (kind < 85) return name + ProtocolChanges(id, found->second);
+  if (kind < 62) return name + RouteChanges(found->second.routes, 0);
+  if (kind < 67) return name + ManyRoutesComeOrGo(found->second);
+  if (kind < 87) return name + ProtocolChanges(id, found->second.protocols);
   if (kind < 95) return name + RuleChanges(found->second);
   found->second.distances = Below(3);
   return name + "has other distances";
@@ -184,13 +207,15 @@ std::string FolderSequence::DrawChange() {
 
 std::string FolderSequence::VlanComesOrGoes(unsigned short id) {
   if (m_model.vlans.count(id) == 0) {
-    m_model.vlans[id] = DrawNewVlan(id);
-    return "comes";
+    const auto gone = m_gone.find(id);
+    const bool isAsBefore = gone != m_gone.end() && Percent(50);
+    m_model.vlans[id] = isAsBefore ? gone->second : DrawNewVlan(id);
+    return Change(isAsBefore ? "a VLAN comes back" : "a VLAN comes");
   }
   if (id == 10) return "stays";
-  for (const auto& protocol : m_model.vlans[id].protocols) NoteDisabled(id, protocol.first);
+  m_gone[id] = m_model.vlans[id];
   m_model.vlans.erase(id);
-  return "goes";
+  return Change("a VLAN goes");
 }
 
 std::string FolderSequence::InterfaceOfFolderChanges(unsigned short id) {
@@ -205,11 +230,9 @@ std::string FolderSequence::InterfaceOfFolderChanges(unsigned short id) {
   return "gets or changes " + name;
 }
 
-std::string FolderSequence::RouteChanges(FolderVlan& vlan) {
-  const bool isRemote = Percent(25);
-  std::map<FolderRoute, unsigned int>& routes = isRemote ? vlan.remoteRoutes : vlan.routes;
-  FolderRoute route = {Percent(35), Below(3), Below(2), Percent(50)};
-  if (isRemote) route.network += 10;
+std::string FolderSequence::RouteChanges(std::map<FolderRoute, unsigned int>& routes,
+                                         unsigned int firstNetwork) {
+  const FolderRoute route = {Percent(35), firstNetwork + Below(3), Below(2), Percent(50)};
   const auto found = routes.find(route);
   if (found != routes.end() && Percent(60)) {
     routes.erase(found);
@@ -232,38 +255,61 @@ std::string FolderSequence::ManyRoutesComeOrGo(FolderVlan& vlan) {
   return hasThem ? "loses many routes" : "gets many routes";
 }
 
-std::string FolderSequence::ProtocolChanges(unsigned short id, FolderVlan& vlan) {
-  const std::size_t protocol = Below(std::size(FOLDER_PROTOCOLS));
-  const std::string name = FOLDER_PROTOCOLS[protocol].member;
-  const auto found = vlan.protocols.find(protocol);
-  if (found == vlan.protocols.end()) {
-    vlan.protocols[protocol] = DrawRows(id);
-    return "enables " + name;
+std::string FolderSequence::ProtocolChanges(unsigned short id, FolderMembers& protocols) {
+  const bool isOneOfThem = !protocols.empty() && Percent(70);
+  const std::size_t protocol =
+      isOneOfThem
+          ? std::next(protocols.begin(), Below(static_cast<unsigned int>(protocols.size())))->first
+          : Below(std::size(FOLDER_PROTOCOLS));
+  const std::string name = std::string(" ") + FOLDER_PROTOCOLS[protocol].member;
+  const auto found = protocols.find(protocol);
+  if (found == protocols.end()) {
+    protocols[protocol] = DrawMember(id);
+    return Change("a protocol is named") + name;
   }
-  if (Percent(50)) {
-    found->second = DrawRows(id);
-    return "has other rows of " + name;
+  switch (Below(4)) {
+    case 0:
+      protocols.erase(found);
+      return Change("a protocol is named no more") + name;
+    case 1:
+      found->second.isEnabled = !found->second.isEnabled;
+      return Change(found->second.isEnabled ? "a protocol is enabled" : "a protocol is disabled") +
+             name;
+    default:
+      found->second.rows = DrawRows(id);
+      return Change("a protocol has other rows") + name;
   }
-  NoteDisabled(id, protocol);
-  vlan.protocols.erase(found);
-  return "disables " + name;
 }
 
-// A VLAN that goes and comes back before the folder is read again has only lost its protocols. And
-// what a row was withdrawn by may not have been read, or not been answered, when the protocol goes.
-void FolderSequence::NoteDisabled(unsigned short id, std::size_t protocol) {
-  for (const unsigned int row : m_rows[{id, protocol}]) {
-    m_disabledRows[id].insert(RowLine(id, protocol, row));
+std::string FolderSequence::RemoteChanges() {
+  const std::string name = REMOTES[Below(std::size(REMOTES))];
+  const unsigned short id = static_cast<unsigned short>(10 * (1 + Below(4)));
+  const auto found = m_model.remotes.find(name);
+  if (found == m_model.remotes.end()) {
+    FolderRemote& remote = m_model.remotes[name];
+    for (unsigned int i = Below(3); i > 0; --i) RemoteEntryChanges(DrawVlan(), remote);
+    return name + ": " + Change("a remote document comes");
   }
+  if (Percent(20)) {
+    m_model.remotes.erase(found);
+    return name + ": " + Change("a remote document goes");
+  }
+  return name + ": VLAN " + std::to_string(id) + " " + RemoteEntryChanges(id, found->second);
 }
 
-// The rows that the folder has now.
-void FolderSequence::NoteRows() {
-  for (const auto& [id, vlan] : m_model.vlans) {
-    for (const auto& [protocol, rows] : vlan.protocols) {
-      for (const auto& row : rows) m_rows[{id, protocol}].insert(row.first);
-    }
+std::string FolderSequence::RemoteEntryChanges(unsigned short id, FolderRemote& remote) {
+  const auto entry = remote.find(id);
+  if (entry == remote.end()) {
+    remote[id] = DrawRemoteEntry(id);
+    return Change(m_model.vlans.count(id) != 0 ? "an entry comes" : "an entry without VLAN comes");
   }
+  const unsigned int kind = Below(10);
+  if (kind < 3) {
+    remote.erase(entry);
+    return Change("an entry goes");
+  }
+  return kind < 5 ? RouteChanges(entry->second.routes, FIRST_REMOTE_NETWORK)
+                  : "remotely: " + ProtocolChanges(id, entry->second.protocols);
 }
 
 std::string FolderSequence::RuleChanges(FolderVlan& vlan) {

@@ -5,9 +5,9 @@
 #define TESTS_CONVERGENCE_FOLDER_SEQUENCE_H
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <random>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +27,7 @@ struct FolderStep {
   std::optional<std::pair<unsigned short, unsigned int>> interface;
 };
 
+/// Remote documents that are not among them are removed.
 void WriteFiles(const FolderFiles& files, const test_support::ScratchFolder& folder);
 
 class FolderSequence {
@@ -39,9 +40,8 @@ class FolderSequence {
   /// The last folder's.
   unsigned int Mark() const { return m_model.mark; }
   const std::vector<FolderStep>& Steps() const { return m_steps; }
-  /// How the lines begin of the protocol rows that may stay behind: their protocol had had them
-  /// when it was disabled, and they are not wanted any more.
-  std::set<std::string> LeftBehind() const;
+  /// The kinds of changes of the folder.
+  const std::vector<std::string>& Changes() const { return m_changes; }
   std::string Text() const;
 
  private:
@@ -62,14 +62,18 @@ class FolderSequence {
   std::string DrawChange();
   std::string VlanComesOrGoes(unsigned short id);
   std::string InterfaceOfFolderChanges(unsigned short id);
-  std::string RouteChanges(FolderVlan& vlan);
+  std::string RouteChanges(std::map<FolderRoute, unsigned int>& routes, unsigned int firstNetwork);
   std::string ManyRoutesComeOrGo(FolderVlan& vlan);
-  std::string ProtocolChanges(unsigned short id, FolderVlan& vlan);
+  std::string ProtocolChanges(unsigned short id, FolderMembers& protocols);
   std::string RuleChanges(FolderVlan& vlan);
-  void NoteDisabled(unsigned short id, std::size_t protocol);
-  void NoteRows();
+  std::string RemoteChanges();
+  std::string RemoteEntryChanges(unsigned short id, FolderRemote& remote);
+  void DrawTypo();
   FolderVlan DrawNewVlan(unsigned short id);
-  std::map<unsigned int, unsigned int> DrawRows(unsigned short id);
+  FolderRemoteEntry DrawRemoteEntry(unsigned short id);
+  FolderMember DrawMember(unsigned short id);
+  FolderRows DrawRows(unsigned short id);
+  std::string Change(const std::string& kind);
 
   // What happens to interfaces and to the stack.
   void DrawInterfaceEvent();
@@ -82,10 +86,9 @@ class FolderSequence {
   FolderModel m_model;
   FolderFiles m_first;
   FolderFiles m_last;
-  /// The ids of all rows that a folder has had, by VLAN and protocol.
-  std::map<std::pair<unsigned short, std::size_t>, std::set<unsigned int>> m_rows;
-  /// How the lines begin of those that a protocol had had when it was disabled, by VLAN.
-  std::map<unsigned short, std::set<std::string>> m_disabledRows;
+  /// VLANs as they were before they went.
+  std::map<unsigned short, FolderVlan> m_gone;
+  std::vector<std::string> m_changes;
   std::vector<FolderStep> m_steps;
 };
 

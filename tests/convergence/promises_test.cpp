@@ -11,8 +11,11 @@
 #include "stack/sms.h"
 #include "tests/convergence/folder_host.h"
 #include "tests/convergence/folder_model.h"
+#include "tests/convergence/folder_sequence.h"
+#include "tests/support/forked_text.h"
 #include "tests/support/recording_console.h"
 #include "tests/support/scratch_folder.h"
+#include "vantacore/dc_router_base.h"
 
 namespace {
 
@@ -27,6 +30,7 @@ using testing::Not;
 constexpr unsigned int EVERY_REQUEST = 1000000;
 constexpr Answer BUSY = {Answer::kStatus, 5, 0};
 constexpr std::size_t RIPV2 = 1;
+constexpr std::size_t BGP = 3;
 constexpr std::pair<unsigned short, unsigned int> ETH11 = {10, 11};
 /// What the device needs for a reload of a few rows, from the reading to the last answer.
 constexpr std::uint64_t SHORT_MILLISECONDS = 1000;
@@ -184,8 +188,7 @@ void Promises::VlanGoesBeside(std::uint64_t flapMilliseconds) {
   m_model.vlans[30].routes[{false, 0, 0, false}] = 1;
   m_model.interfaces[{30, 31}] = {true, false, 1500, 1, 0};
   m_host->TakeCalls();
-  // The routes of VLAN 20 are the next that are requested, since removals come first.
-  m_host->Control().Script(RowType::kRoute, {Answer::kLate, 0, LATE_MILLISECONDS}, 3);
+  m_host->Control().ScriptVlan(RowType::kRoute, 20, {Answer::kLate, 0, LATE_MILLISECONDS}, 3);
   AskForReload();
 
   EndlessWalk walks[2];
@@ -194,6 +197,7 @@ void Promises::VlanGoesBeside(std::uint64_t flapMilliseconds) {
   bool isUp = true;
   std::size_t removals = 0;
   std::uint64_t lastRemoval = 0;
+  std::uint64_t lastWait = 0;  // for an answer to one of these
   bool wasInForce = false;
   const bool isGone = m_host->TurnUntil(
       [&] {
@@ -210,13 +214,16 @@ void Promises::VlanGoesBeside(std::uint64_t flapMilliseconds) {
             lastRemoval = now;
           }
         }
+        if (m_host->GetReloader().GetKnowledge().GetRoutes().HasLeavingRoutes(20)) lastWait = now;
         wasInForce = wasInForce || (HasVlan(20) && HasRoute(30));
         return !HasVlan(20);
       },
       60000);
   ASSERT_TRUE(isGone);
   EXPECT_EQ(removals, 3u);
-  EXPECT_LE(m_host->loop.Now() / 1000, lastRemoval + LATE_MILLISECONDS + 1000);
+  // A stack that reckons with 50,000 routes for each flap answers later than it was told to.
+  EXPECT_GE(lastWait + 100, lastRemoval + LATE_MILLISECONDS);
+  EXPECT_LE(m_host->loop.Now() / 1000, lastWait + 1000);
   EXPECT_TRUE(wasInForce);
   for (const EndlessWalk& walk : walks) EXPECT_GT(walk.rows, 0u);
 }
@@ -226,18 +233,212 @@ TEST_F(Promises, VlanGoesWhileAnInterfaceFlapsEvery300Milliseconds) {
   VlanGoesBeside(300);
 }
 
-TEST_F(Promises, VlanGoesWhileSixThousandRoutesLoad) {
+TEST_F(Promises, VlanGoesAfterSixThousandRoutesHaveCome) {
   Start();
   SetRoutes(10, 1000, 6000, true);
   VlanGoesBeside(1000000);
-  EXPECT_LT(CountRoutes(10), 6000u) << "they were to load still";
+  EXPECT_GE(CountRoutes(10), 6000u) << "what comes is asked for before what goes";
 }
 
-TEST_F(Promises, VlanGoesWhileAnInterfaceFlapsEvery50MillisecondsAndFiftyThousandRoutesLoad) {
+TEST_F(Promises, VlanGoesWhileAnInterfaceFlapsEvery50MillisecondsAndFiftyThousandRoutesCome) {
   Start();
   SetRoutes(10, 1000, 50000, true);
   VlanGoesBeside(50);
-  EXPECT_LT(CountRoutes(10), 50000u) << "they were to load still";
+  EXPECT_GE(CountRoutes(10), 50000u) << "what comes is asked for before what goes";
+}
+
+// --- the end state is a function of the folder ---
+
+/// What a start with this folder ends with. A process that has had a device cannot have another.
+std::string TablesOfAStart(const FolderModel& model) {
+  return test_support::TextOfChild([&] {
+    const test_support::ScratchFolder folder;
+    convergence::WriteFiles(model.Files(), folder);
+    FolderHost host(folder.Path(), 1);
+    return host.Start().hasPassed && host.AwaitDone() ? host.Tables() : "not done";
+  });
+}
+
+/// VLANs 10 and 20 run RIPV2, and VLAN 10 runs BGP.
+class FunctionOfTheFolder : public Promises {
+ protected:
+  FunctionOfTheFolder() {
+    m_model.vlans[10].protocols[RIPV2].rows = {{11, 2}, {12, 3}};
+    m_model.vlans[10].protocols[BGP].rows = {{1, 65001}};
+  }
+  static convergence::FolderRemoteEntry& Remote(FolderModel& model, unsigned short vlan) {
+    return model.remotes["remote/one.json"][vlan];
+  }
+  void AskForReloadOf(const FolderModel& model) {
+    m_model = model;
+    m_host->AwaitPool();
+    convergence::WriteFiles(m_model.Files(), m_folder);
+    m_host->AskForReload();
+  }
+  void Reload(const FolderModel& model) {
+    AskForReloadOf(model);
+    EXPECT_TRUE(m_host->AwaitDone()) << m_host->WhatIsNotDone();
+  }
+  /// Starts with the first folder and applies the others. After each the device is as after a start
+  /// with it.
+  void Play(const std::vector<FolderModel>& models) {
+    std::vector<std::string> fresh;
+    for (const FolderModel& model : models) fresh.push_back(TablesOfAStart(model));
+    m_model = models.front();
+    Start();
+    for (std::size_t i = 1; i < models.size(); ++i) {
+      Reload(models[i]);
+      EXPECT_EQ(m_host->Tables(), fresh[i]) << "folder " << i;
+    }
+  }
+  bool Has(const std::string& text) { return m_host->Tables().find(text) != std::string::npos; }
+  bool HasRipRow(unsigned int id) {
+    return Has("protocol " + std::to_string(id / 10 * 10) + " 6 \"" + std::to_string(id) + "\"");
+  }
+  bool RunsRip(unsigned short vlan) {
+    return m_host->Manager()
+        .GetDcRouterByVID(vlan, Tarsel::DcRouterMgr::PROTOCOL_RIPV2)
+        ->IsEnabled();
+  }
+  void AskForReloadWithout(unsigned short vlan) {
+    FolderModel without = m_model;
+    without.vlans[vlan].protocols[RIPV2].isEnabled = false;
+    AskForReloadOf(without);
+  }
+};
+
+TEST_F(FunctionOfTheFolder, RowsOfAProtocolThatIsDisabledGo) {
+  FolderModel disabled = m_model;
+  disabled.vlans[10].protocols[RIPV2].isEnabled = false;
+  Play({m_model, disabled, m_model, disabled});
+  EXPECT_FALSE(HasRipRow(11));
+}
+
+TEST_F(FunctionOfTheFolder, RowsOfAMemberThatIsWithdrawnGo) {
+  FolderModel without = m_model;
+  without.vlans[10].protocols.erase(RIPV2);
+  Play({m_model, without});
+  EXPECT_FALSE(HasRipRow(11));
+  EXPECT_TRUE(Has("protocol 10 1 \"1\"")) << "others do not";
+}
+
+TEST_F(FunctionOfTheFolder, RowsOfARemoteDocumentThatIsWithdrawnGo) {
+  FolderModel with = m_model;
+  Remote(with, 10).protocols[RIPV2].rows = {{11, 9}, {13, 4}};
+  Play({with, m_model});
+  EXPECT_FALSE(HasRipRow(13));
+  EXPECT_TRUE(Has("protocol 10 6 \"11\" \"cost=2\"")) << "the VLAN document has that one, too";
+}
+
+TEST_F(FunctionOfTheFolder, RowsOfARemoteEntryThatIsWithdrawnGo) {
+  FolderModel without = m_model;
+  Remote(without, 20).protocols[RIPV2].rows = {{21, 4}};
+  FolderModel with = without;
+  Remote(with, 10).protocols[RIPV2].rows = {{13, 4}};
+  Play({with, without});
+  EXPECT_FALSE(HasRipRow(13));
+  EXPECT_TRUE(HasRipRow(21));
+}
+
+TEST_F(FunctionOfTheFolder, RemovalThatIsRefusedIsSeenThrough) {
+  FolderModel disabled = m_model;
+  disabled.vlans[10].protocols[RIPV2].isEnabled = false;
+  const std::string fresh = TablesOfAStart(disabled);
+  Start();
+  m_host->Control().Script(RowType::kProtocol, {Answer::kStatus, 3, 0}, 2);
+  Reload(disabled);
+  EXPECT_EQ(m_host->Tables(), fresh);
+}
+
+TEST_F(FunctionOfTheFolder, VlanThatOnlyARemoteDocumentNamesGoesAndComesBack) {
+  Remote(m_model, 20).protocols[RIPV2].rows = {{21, 4}};
+  FolderModel without = m_model;
+  without.vlans.erase(20);
+  Play({m_model, without, m_model});
+  EXPECT_TRUE(HasRipRow(21));
+}
+
+TEST_F(FunctionOfTheFolder, RemoteEntryComesWithItsVlan) {
+  Remote(m_model, 30).protocols[RIPV2].rows = {{31, 4}};
+  FolderModel with = m_model;
+  with.vlans[30].protocols[RIPV2] = {};
+  Play({m_model, with});
+  EXPECT_TRUE(HasRipRow(31));
+}
+
+TEST_F(FunctionOfTheFolder, RemoteMemberComesWithItsProtocol) {
+  Remote(m_model, 20).protocols[RIPV2].rows = {{21, 4}};
+  FolderModel without = m_model;
+  without.vlans[20].protocols.clear();
+  Play({without, m_model});
+  EXPECT_TRUE(HasRipRow(21));
+}
+
+TEST_F(FunctionOfTheFolder, ProtocolThatOnlyARemoteDocumentNamesStops) {
+  Remote(m_model, 10).protocols[RIPV2].rows = {{13, 4}};
+  FolderModel without = m_model;
+  without.vlans[10].protocols.erase(RIPV2);
+  Play({m_model, without});
+  EXPECT_FALSE(RunsRip(10));
+  EXPECT_FALSE(HasRipRow(13));
+}
+
+// A VLAN has another number for a moment.
+TEST_F(FunctionOfTheFolder, TypoAndItsMendingLeaveNothing) {
+  Remote(m_model, 20).protocols[RIPV2].rows = {{21, 4}};
+  FolderModel typo = m_model;
+  typo.vlans.erase(20);
+  typo.vlans[30] = m_model.vlans[20];
+  Play({m_model, typo, m_model});
+}
+
+TEST_F(FunctionOfTheFolder, HoldsAfterARestartOfTheStack) {
+  Remote(m_model, 20).protocols[RIPV2].rows = {{21, 4}};
+  Remote(m_model, 30).protocols[RIPV2].rows = {{31, 4}};
+  FolderModel disabled = m_model;
+  disabled.vlans[20].protocols[RIPV2].isEnabled = false;
+  FolderModel later = m_model;
+  later.vlans[10].protocols.erase(RIPV2);
+  const std::string fresh = TablesOfAStart(disabled);
+  const std::string freshLater = TablesOfAStart(later);
+  m_model = disabled;
+  Start();
+  m_host->RestartTheStack();
+  EXPECT_TRUE(m_host->AwaitDone()) << m_host->WhatIsNotDone();
+  EXPECT_EQ(m_host->Tables(), fresh);
+  m_host->RestartTheStack();
+  Reload(later);
+  EXPECT_EQ(m_host->Tables(), freshLater);
+  EXPECT_TRUE(HasRipRow(21));
+}
+
+TEST_F(FunctionOfTheFolder, RulesGoBeforeTheirProtocolStops) {
+  Start();
+  AskForReloadWithout(10);
+  unsigned int withdrawals = 0;
+  ASSERT_TRUE(m_host->TurnUntil(
+      [&] {
+        for (const std::string& call : m_host->TakeCalls()) {
+          withdrawals += call.find("sms_act_cipr_redist(") == 0 ? 1 : 0;
+        }
+        return !RunsRip(10);
+      },
+      5000));
+  EXPECT_EQ(withdrawals, 4u) << "of the rules into RIPV2, one for each source";
+}
+
+// A stack that takes nothing does not hold a reload up.
+TEST_F(FunctionOfTheFolder, ProtocolStopsThoughTheStackIsBusy) {
+  Start();
+  for (const RowType type : {RowType::kRedistribution, RowType::kProtocol}) {
+    m_host->Control().Script(type, BUSY, EVERY_REQUEST);
+  }
+  AskForReloadWithout(10);
+  EXPECT_TRUE(m_host->TurnUntil([&] { return !RunsRip(10); }, 3000));
+  m_host->Control().ClearScripts();
+  EXPECT_TRUE(m_host->AwaitDone()) << m_host->WhatIsNotDone();
+  EXPECT_FALSE(HasRipRow(11));
+  EXPECT_FALSE(Has("redistribution 10 131072 524288"));
 }
 
 // --- a restart of the stack ---

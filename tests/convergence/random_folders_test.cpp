@@ -1,4 +1,5 @@
-// What a check passes a reload takes, and what it refuses leaves no trace.
+// What a check passes a reload takes, and what it refuses leaves no trace. Whatever came before, the
+// device ends as a start with the last folder that was taken.
 //
 // A device gets one random folder after the other: documents of the examples and of the scenarios,
 // as they are or changed in a few places, and files that are missing. A group's seed is the run's
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -162,8 +164,23 @@ std::string Try(FolderHost& host, const ScratchFolder& folder) {
   return "passes";
 }
 
-// One line for each folder, in a process of its own.
-std::string TryGroup(const Pool& pool, unsigned int seed) {
+const char* const FILES[] = {"device.json", "vlans.json", "remote/a.json", "remote/b.json"};
+
+void CopyFiles(const ScratchFolder& from, const ScratchFolder& to) {
+  for (const char* const name : FILES) {
+    if (std::filesystem::exists(from.PathOf(name))) {
+      to.Write(name, ReadText(from.PathOf(name)));
+    } else if (std::filesystem::exists(to.PathOf(name))) {
+      to.Remove(name);
+    }
+  }
+}
+
+constexpr const char* STATE = "--- state\n";
+
+// One line for each folder, in a process of its own, then what the device ends with. `taken` has the
+// last folder that was taken.
+std::string TryGroup(const Pool& pool, unsigned int seed, const ScratchFolder& taken) {
   return test_support::TextOfChild([&] {
     Draw draw(seed);
     ScratchFolder folder;
@@ -176,9 +193,20 @@ std::string TryGroup(const Pool& pool, unsigned int seed) {
       if (draw.Percent(70)) WriteOrRemove(draw, folder, "vlans.json", pool.vlans, 95);
       if (draw.Percent(50)) WriteOrRemove(draw, folder, "remote/a.json", pool.remote, 60);
       if (draw.Percent(50)) WriteOrRemove(draw, folder, "remote/b.json", pool.remote, 60);
-      text += Try(host, folder) + "\n";
+      const std::string verdict = Try(host, folder);
+      if (verdict == "passes") CopyFiles(folder, taken);
+      text += verdict + "\n";
     }
-    return text;
+    if (!host.AwaitDone()) return "not done: " + host.WhatIsNotDone();
+    return text + STATE + host.State();
+  });
+}
+
+std::string StateOfAStart(const ScratchFolder& folder) {
+  return test_support::TextOfChild([&]() -> std::string {
+    FolderHost host(folder.Path(), 1);
+    if (!host.Start().hasPassed) return "the folder is refused\n";
+    return host.AwaitDone() ? host.State() : "not done: " + host.WhatIsNotDone();
   });
 }
 
@@ -192,7 +220,9 @@ TEST(RandomFolders, AreTakenOrRefusedAsTheCheckSays) {
   const unsigned int groups = test_models::Scaled(GROUPS);
   for (unsigned int i = 0; i < groups; ++i) {
     const unsigned int seed = random.GetSeed() + i;
-    const std::string text = TryGroup(pool, seed);
+    const ScratchFolder taken;
+    const std::string all = TryGroup(pool, seed, taken);
+    const std::string text = all.substr(0, all.find(STATE));
     std::istringstream lines(text);
     unsigned int verdicts = 0;
     for (std::string line; std::getline(lines, line);) {
@@ -200,9 +230,14 @@ TEST(RandomFolders, AreTakenOrRefusedAsTheCheckSays) {
       verdicts += line == "passes" || line == "fails" ? 1 : 0;
     }
     ASSERT_EQ(verdicts, FOLDERS) << "VANTACORE_SEED=" << seed << "\n" << text;
+    if (!std::filesystem::exists(taken.PathOf("vlans.json"))) continue;
+    ASSERT_EQ(all.substr(all.find(STATE) + std::strlen(STATE)), StateOfAStart(taken))
+        << "VANTACORE_SEED=" << seed;
+    count("ends as a start");
   }
   count.ExpectAtLeast(40, "passes");
   count.ExpectAtLeast(100, "fails");
+  count.ExpectAtLeast(10, "ends as a start");
 }
 
 }  // namespace

@@ -2,13 +2,15 @@
 
 #include <malloc.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-std::size_t g_bytes = 0;
-std::size_t g_blocks = 0;
+// The thread pool allocates at the same time.
+std::atomic<std::size_t> g_bytes{0};
+std::atomic<std::size_t> g_blocks{0};
 
 std::size_t SizeOf(void* memory) { return malloc_usable_size(memory) + sizeof(std::size_t); }
 

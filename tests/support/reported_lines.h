@@ -15,6 +15,14 @@ struct ReportedLines {
   program::Report report = [this](const std::string& line) { lines.push_back(line); };
 };
 
+/// Whether the line is the one with which a start, a reload or a way back tells what it changes.
+inline bool IsHeadline(const std::string& line) {
+  for (const char* begin : {"Start:", "Reload:", "Reload by ", "Undo ", "Way back ", "Revision "}) {
+    if (line.rfind(begin, 0) == 0) return true;
+  }
+  return false;
+}
+
 }  // namespace test_support
 
 #endif

@@ -149,7 +149,8 @@ TEST_F(ClientOfADaemon, IsToldWhatTheStackDoesNotHave) {
   folder.Write("vlans.json", WithRoute(VLAN_20));
   const Result reload = Run({"reload"});
   EXPECT_EQ(reload.status, 5);
-  EXPECT_THAT(reload.output, StartsWith("VLAN 10: route 10.9.0.0/16 via 10.1.2.1 "));
+  EXPECT_THAT(reload.output, StartsWith("Revision 2, reload by "));
+  EXPECT_THAT(reload.output, HasSubstr("\nVLAN 10: route 10.9.0.0/16 via 10.1.2.1 "));
   EXPECT_THAT(reload.output, EndsWith("\n1 row is not as wanted\n"));
   EXPECT_EQ(Run({"verify"}).status, 1);
   // It is asked for again.

@@ -60,7 +60,7 @@ class Trust : public Client {
                wire::EncodeOutput("heard\n") + wire::EncodeReply(wire::Code::DONE, 10));
     const int status = client.Wait();
     m_heard = slow.Read(1000);
-    return {status, client.Output(), client.Errors()};
+    return {status, client.Output(), client.Errors(), client.Log()};
   }
 
   void ExpectTalk(uid_t listener, const std::string& user, const Arguments& more = {}) {

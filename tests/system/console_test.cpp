@@ -95,9 +95,8 @@ TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(
       result.output,
-      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload check verify "
-      "lab help "
-      "? quit exit\n"
+      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf check diff reload "
+      "confirm undo history revision verify lab help ? quit exit\n"
       "\"ip\" is understood, \"bar\" after it is not. Possible: bgp igmp ospf protocol "
       "rip\n");
   EXPECT_EQ(result.errors, "");

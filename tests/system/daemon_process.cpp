@@ -13,10 +13,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 #include "signs.h"
 #include "tests/support/argument_vector.h"
+#include "tests/support/reported_lines.h"
 
 namespace system_test {
 
@@ -82,6 +84,7 @@ class OtherEnd {
 DaemonProcess::DaemonProcess(const Arguments& arguments, Streams streams,
                              const std::string& command) {
   std::signal(SIGPIPE, SIG_IGN);
+  setenv("XDG_STATE_HOME", m_state.Path().c_str(), 1);
   if (streams == TERMINAL) {
     int master = -1;
     m_pid = forkpty(&master, nullptr, nullptr, nullptr);
@@ -128,6 +131,15 @@ DaemonProcess::~DaemonProcess() {
       close(stream->fd);
     }
   }
+}
+
+std::string DaemonProcess::Errors() const {
+  std::istringstream lines(m_errors.text);
+  std::string errors;
+  for (std::string line; std::getline(lines, line);) {
+    errors += test_support::IsHeadline(line) ? "" : line + (lines.eof() ? "" : "\n");
+  }
+  return errors;
 }
 
 void DaemonProcess::Send(const std::string& text) {
@@ -273,7 +285,7 @@ Result RunDaemon(const Arguments& arguments, const std::string& input, const std
   daemon.Send(input);
   daemon.CloseInput();
   const int status = daemon.Wait();
-  return {status, daemon.Output(), daemon.Errors()};
+  return {status, daemon.Output(), daemon.Errors(), daemon.Log()};
 }
 
 std::string WithStreams(const std::string& redirections, const std::string& command) {

@@ -8,13 +8,16 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/scratch_folder.h"
+
 namespace system_test {
 
 using Arguments = std::vector<std::string>;
 
 /// Runs the daemon, or its client, with its standard streams in the test's hands. Whatever is
 /// waited for fails the test after half a minute. A process that still runs when this ends is
-/// killed.
+/// killed. It keeps its revisions in a folder of its own, which goes with this, unless an argument
+/// says otherwise.
 class DaemonProcess {
  public:
   enum Streams {
@@ -55,7 +58,9 @@ class DaemonProcess {
 
   /// Everything so far.
   const std::string& Output() const { return m_output.text; }
-  const std::string& Errors() const { return m_errors.text; }
+  const std::string& Log() const { return m_errors.text; }
+  /// The same without the lines with which a start and each change tell what they change.
+  std::string Errors() const;
 
  private:
   struct Stream {
@@ -69,6 +74,7 @@ class DaemonProcess {
   bool Pump();
   void Take(Stream& stream);
 
+  const test_support::ScratchFolder m_state;
   pid_t m_pid = -1;
   int m_input = -1;
   int m_terminal = -1;  // stays open when the output has ended
@@ -79,7 +85,8 @@ class DaemonProcess {
 struct Result {
   int status;
   std::string output;
-  std::string errors;
+  std::string errors;  // without the lines with which a start and each change tell what they change
+  std::string log;     // with them
 };
 
 /// Runs the daemon, or its client, to its end with this standard input.

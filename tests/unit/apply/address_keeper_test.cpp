@@ -105,10 +105,10 @@ TEST_F(AddressKeeper, DeletesWhatIsLeftWhenAnotherAddressWasDeleted) {
 
 TEST_F(AddressKeeper, DeletesTheOldOneOfAChange) {
   WantAndSettle(BOTH);
-  Refuse(ADDRESS, 3);
+  Refuse(ADDRESS, 4);
   WantAndSettle(R"("ipv4": "10.2.0.1/16", "ipv6": ["2001:db8::2/64"])");
-  EXPECT_THAT(Pass(keeper), ElementsAre("missing 10/3 10.2.0.1", "unwanted 10/3 10.1.0.1",
-                                        "unwanted 10/3 2001:db8::1"));
+  EXPECT_THAT(Pass(keeper), ElementsAre("missing 10/3 10.2.0.1", "missing 10/3 2001:db8::2",
+                                        "unwanted 10/3 10.1.0.1", "unwanted 10/3 2001:db8::1"));
   AskForAll(keeper);
   EXPECT_THAT(Pass(keeper), IsEmpty());
   EXPECT_THAT(Rows("address"), ElementsAre("10/3 10.2.0.1/16", "32778/3 2001:db8::2/64"));
@@ -126,6 +126,25 @@ TEST_F(AddressKeeper, DeletesWhatARemovedInterfaceHasLeft) {
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 10, 1, 3, 10.1.0.1, 16)",
                                        "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::1, 64)"));
   EXPECT_THAT(Rows("address"), IsEmpty());
+}
+
+// More than are read at a time, before and after those of another interface.
+TEST_F(AddressKeeper, LooksAtAllAddressesOfAnInterfaceAndAtNoOthers) {
+  for (unsigned char number = 1; number <= 40; ++number) {
+    for (const unsigned index : {3, 4}) {
+      sms_act_ipaddr(1, 10, 1, index, Ip4Addr(10, 7, 0, number).GetBytes(), 16);
+    }
+  }
+  ASSERT_TRUE(Settle());
+  for (const unsigned index : {3, 4, 5}) {
+    std::size_t count = 0;
+    keeper.LookAtInterface({10, index}, [&](const apply::Row& row, const Standing& standing) {
+      EXPECT_EQ(std::get<apply::AddressRow>(row).ifIndex, index);
+      EXPECT_EQ(standing.kind, Standing::Kind::UNWANTED);
+      ++count;
+    });
+    EXPECT_EQ(count, index == 5 ? 0u : 40u);
+  }
 }
 
 TEST_F(AddressKeeper, WaitsForAnAnswerThatIsLate) {

@@ -196,6 +196,26 @@ TEST_F(Comparer, WakesUpOnceForAFewRows) {
   EXPECT_EQ(differences.Count(), 1u);
 }
 
+// A pass that waited for the next step would take twice as long.
+TEST_F(Comparer, EndsTheSlowPassInTimeThoughTheStackHasMoreRows) {
+  Fill(routes, 6000);
+  routes.strays = 5900;
+  routes.rows[RouteNumber(30, 1)] = {Kind::MISSING, 0, 0};
+  Fill(interfaces, 10);
+  comparer.StartSlowPass();
+  turns.time.AdvanceMilliseconds(apply::Comparer::SLOW_PASS_MILLISECONDS);
+  for (std::size_t before = 0; differences.Count() == 0; before = Sum(routes.slices)) {
+    ASSERT_NE(uv_loop_alive(turns.loop.Get()), 0) << "nothing is left to do";
+    EXPECT_LE(Sum(routes.slices) - before, apply::Comparer::ROWS_A_TURN) << "in a turn";
+    turns.Turn();
+  }
+  EXPECT_EQ(routes.passes, 1u);
+  turns.Run(1000);
+  EXPECT_EQ(routes.passes, 1u) << "the next one begins with the next step";
+  turns.Run(apply::Comparer::SLOW_PASS_MILLISECONDS);
+  EXPECT_EQ(routes.passes, 2u);
+}
+
 TEST_F(Comparer, BeginsTheSlowPassAnewAfterAComparison) {
   Fill(routes, 1000);
   comparer.StartSlowPass();
@@ -208,6 +228,18 @@ TEST_F(Comparer, BeginsTheSlowPassAnewAfterAComparison) {
   EXPECT_EQ(routes.passes, 2u);
   turns.Run(20000);
   EXPECT_EQ(routes.passes, 3u);
+}
+
+TEST_F(Comparer, BeginsTheSlowPassAnewWhenItIsAskedForAgain) {
+  Fill(interfaces, 1000);
+  comparer.StartSlowPass();
+  turns.Run(200000);
+  EXPECT_EQ(interfaces.passes, 1u);
+  comparer.StartSlowPass();
+  turns.Run(140000);
+  EXPECT_EQ(interfaces.passes, 1u) << "a step takes 150 s";
+  turns.Run(20000);
+  EXPECT_EQ(interfaces.passes, 2u);
 }
 
 TEST_F(Comparer, VerifiesWithoutMending) {

@@ -114,8 +114,8 @@ TEST_F(InterfacesTest, ChangesAddresses) {
   Apply(Eth0(R"("ipv4": "10.1.0.2/16", "ipv6": ["2001:db8::2/64", "2001:db8::3/64"])"));
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 10, 1, 3, 10.1.0.1, 16)",
                                        "sms_act_ipaddr(1, 10, 1, 3, 10.1.0.2, 16)",
-                                       "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::1, 64)",
-                                       "sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::3, 64)"));
+                                       "sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::3, 64)",
+                                       "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::1, 64)"));
   Apply(Eth0());
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 10, 1, 3, 10.1.0.2, 16)",
                                        "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::2, 64)",

@@ -34,12 +34,17 @@ constexpr std::uint64_t LONG_MILLISECONDS = 1300000;
 class NoStackPort : public apply_test::ReloaderFixture {
  protected:
   NoStackPort() {
-    m_reloader.emplace(m_turns.Get(),
-                       apply::Reloader::Source{m_files.Path(), {documents::DeclaredProtocols()}},
-                       m_interfaces, m_noPort, m_noRows,
-                       apply::ReloadHooks{reported.report, vantacored::HearWhile,
-                                          [](const std::function<void()>& work) { work(); }, [] {},
-                                          [this] { ++m_restarts; }});
+    m_reloader.emplace(
+        m_turns.Get(), apply::Reloader::Source{m_files.Path(), {documents::DeclaredProtocols()}},
+        m_interfaces, m_noPort, m_noRows,
+        apply::ReloadHooks{[this](const std::string& line) {
+                             if (!test_support::IsHeadline(line)) {
+                               reported.lines.push_back(line);
+                             }
+                           },
+                           vantacored::HearWhile, [](const std::function<void()>& work) { work(); },
+                           [] {}, [this] { ++m_restarts; }},
+        apply::History::Place{}, apply::ReloaderOptions{apply::Guard::OFF, false, 60});
   }
 
   ~NoStackPort() override { m_reloader.reset(); }
@@ -317,7 +322,10 @@ class NoStackPortAtRandom : public NoStackPort {
   [[nodiscard]] bool ComesToRest() {
     Control().ClearScripts();
     Control().Release();
-    return TurnUntil([this] { return m_reloader->IsSettled() && CountDifferences() == 0; });
+    return TurnUntil([this] {
+      return m_reloader->IsSettled() && CountDifferences() == 0 &&
+             m_reloader->GetKnowledge().GetRoutes().CountKept() == 0;
+    });
   }
   /// The stack's rules in the form of those that are wanted.
   intent::Rules RulesOfStack() const {

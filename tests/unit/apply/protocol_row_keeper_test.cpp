@@ -136,13 +136,26 @@ TEST_F(ProtocolRowKeeper, OneThatIsAnsweredTwiceIsThere) {
   EXPECT_THAT(Pass(keeper), IsEmpty());
 }
 
-TEST_F(ProtocolRowKeeper, LeavesAloneWhatWasLeftBehindOnPurpose) {
+TEST_F(ProtocolRowKeeper, TakesAwayWhatARouterHasLeftBehind) {
   LoadAndSettle(Peer(1));
   LoadVlans(R"("a": {"vid": 10, "BGP": {"enabled": false}})");
   ASSERT_TRUE(Settle());
   EXPECT_THAT(Rows("protocol"), SizeIs(1));
-  EXPECT_THAT(Pass(keeper), IsEmpty());
   EXPECT_EQ(keeper.CountWanted(), 0u);
+  EXPECT_THAT(Pass(keeper), ElementsAre("unwanted 10 1 1"));
+  AskForAll(keeper);
+  ASSERT_TRUE(Settle());
+  EXPECT_THAT(Rows("protocol"), IsEmpty());
+}
+
+TEST_F(ProtocolRowKeeper, LetsRowsGoWithTheirVlan) {
+  LoadAndSettle(Peer(1));
+  LoadVlans(R"("a": {"vid": 10, "BGP": {"enabled": false}})");
+  ASSERT_TRUE(Settle());
+  keeper.SetLeavingVlans({10});
+  EXPECT_THAT(Pass(keeper), IsEmpty());
+  keeper.SetLeavingVlans({});
+  EXPECT_THAT(Pass(keeper), SizeIs(1));
 }
 
 TEST_F(ProtocolRowKeeper, KeepsToTheSizeOfASlice) {

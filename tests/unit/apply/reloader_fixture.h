@@ -18,6 +18,7 @@
 #include "device/daemon/stack_port.h"
 #include "device/loop/loop.h"
 #include "device/stack/stack_control.h"
+#include "tarsel/trace.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/reported_lines.h"
 #include "tests/support/scratch_folder.h"
@@ -27,11 +28,14 @@ namespace apply_test {
 /// What somebody who asks for a reload or a check hears.
 struct Heard {
   std::vector<std::string> lines;
+  std::vector<std::string> headlines;
   std::vector<bool> ends;
 
-  apply::Asker Asker() {
-    return {[this](const std::string& line) { lines.push_back(line); },
-            [this](bool hasPassed) { ends.push_back(hasPassed); }};
+  apply::Asker Asker(const std::string& name = {}) {
+    return {[this](const std::string& line) {
+              (test_support::IsHeadline(line) ? headlines : lines).push_back(line);
+            },
+            [this](bool hasPassed) { ends.push_back(hasPassed); }, name};
   }
 };
 
@@ -39,28 +43,63 @@ struct Heard {
 /// go on.
 class ReloaderFixture : public test_support::DeviceFixture {
  protected:
-  explicit ReloaderFixture(bool isPartial = false) {
+  struct Settings {
+    bool isPartial = false;
+    std::string stateDirectory = {};  // empty: no revisions
+    unsigned int guardPercent = apply::Guard::OFF;
+    unsigned int keepOldSeconds = 60;
+  };
+
+  explicit ReloaderFixture(bool isPartial = false) : ReloaderFixture(Settings{isPartial}) {}
+  explicit ReloaderFixture(const Settings& settings) {
     Tarsel::TimerLoop::SetTickMicroseconds(100);
     m_files.Write("device.json", R"({"default_vlan": 10, "interfaces": [
       {"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16"}]})");
-    m_reloader.emplace(
-        m_turns.Get(),
-        apply::Reloader::Source{m_files.Path(), {documents::DeclaredProtocols(), isPartial}},
-        m_interfaces, m_port, m_protocolRows,
-        apply::ReloadHooks{reported.report, vantacored::HearWhile,
-                           [this](const std::function<void()>& work) {
-                             ++m_libraryWorks;
-                             work();
-                           },
-                           [this] {
-                             ++m_overs;
-                             if (const auto call = std::exchange(m_whenOver, nullptr)) {
-                               call();
-                             }
-                           },
-                           [this] { ++m_restarts; }});
+    MakeReloader(settings);
   }
   ~ReloaderFixture() override { m_reloader.reset(); }
+
+  /// One that has not started.
+  void MakeReloader(const Settings& settings) {
+    m_reloader.emplace(
+        m_turns.Get(),
+        apply::Reloader::Source{m_files.Path(),
+                                {documents::DeclaredProtocols(), settings.isPartial}},
+        m_interfaces, m_port, m_protocolRows,
+        apply::ReloadHooks{
+            [this](const std::string& line) {
+              (test_support::IsHeadline(line) ? m_headlines : reported.lines).push_back(line);
+            },
+            vantacored::HearWhile,
+            [this](const std::function<void()>& work) {
+              ++m_libraryWorks;
+              if (!m_libraryLine.empty()) {
+                Tarsel::TRACE("%s", std::exchange(m_libraryLine, {}).c_str());
+              }
+              work();
+            },
+            [this] {
+              ++m_overs;
+              if (const auto call = std::exchange(m_whenOver, nullptr)) {
+                call();
+              }
+            },
+            [this] { ++m_restarts; }},
+        PlaceOf(settings),
+        apply::ReloaderOptions{settings.guardPercent, false, settings.keepOldSeconds});
+  }
+
+  apply::History::Place PlaceOf(const Settings& settings) {
+    apply::History::Place place;
+    place.reason = "this test keeps none";
+    if (!settings.stateDirectory.empty()) {
+      place.store =
+          revisions::RevisionStore::Open(settings.stateDirectory, m_files.Path(), {}, place.reason);
+      EXPECT_NE(place.store, nullptr) << place.reason;
+    }
+    place.clock = [] { return std::int64_t{1000000000}; };
+    return place;
+  }
 
   /// Initialises the library when the folder has been judged, if it is taken.
   void BeginToStart() {
@@ -87,8 +126,8 @@ class ReloaderFixture : public test_support::DeviceFixture {
     m_files.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {)" + entries + "}}");
   }
   /// From beginning to end.
-  void Reload(apply::Asker asker = {}) {
-    m_reloader->Reload(std::move(asker));
+  void Reload(apply::Asker asker = {}, const apply::ReloadRequest& request = {}) {
+    m_reloader->Reload(std::move(asker), request);
     TurnUntilDone();
   }
   /// The host notices by itself.
@@ -153,7 +192,8 @@ class ReloaderFixture : public test_support::DeviceFixture {
     "network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1"}}})";
   loop::Loop m_turns;
   test_support::ScratchFolder m_files;
-  test_support::ReportedLines reported;  // what the log gets
+  test_support::ReportedLines reported;  // what the log gets, except for headlines
+  std::vector<std::string> m_headlines;
   apply::Interfaces m_interfaces;
   vantacored::SoftwareStackPort m_port{stack, [this] { return loop.Now() / 1000; }};
   vantacored::ProtocolRows m_protocolRows{m_port};
@@ -164,6 +204,7 @@ class ReloaderFixture : public test_support::DeviceFixture {
   unsigned int m_restarts = 0;
   std::function<void()> m_whenOver;  // called at the end of the next reload
   unsigned int m_libraryWorks = 0;
+  std::string m_libraryLine;  // which the library's next work says
 };
 
 }  // namespace apply_test

@@ -95,7 +95,8 @@ TEST_F(Reloader, RemovesRoutesBeforeTheirVlanGoes) {
 // Everything that does not depend on the VLAN that goes.
 TEST_F(Reloader, DoesNotLetTheRestWaitForAVlanThatGoes) {
   StartWith(WITH_ROUTE);
-  Control().Script(routing_stack::RowType::kRoute, {routing_stack::Answer::kNever, 0, 0}, 1);
+  Control().ScriptVlan(routing_stack::RowType::kRoute, 10, {routing_stack::Answer::kNever, 0, 0},
+                       1);
   m_files.Write("device.json", R"({"default_vlan": 10, "interfaces": [
       {"name": "eth1", "vlan": 20, "index": 4, "ipv4": "10.2.0.1/16"}]})");
   WriteVlans(R"("b": {"vid": 20, "RIPV2": {"enabled": true}, "STATIC_ROUTES": {"r": {
@@ -188,7 +189,7 @@ TEST_F(Reloader, LetsAVlanGoThatComesBackMeanwhile) {
 }
 
 // It would keep the VLAN, which a start with this folder does not have.
-TEST_F(Reloader, LoadsARemoteDocumentThatBeginsToNameALeavingVlanWhenThatHasGone) {
+TEST_F(Reloader, LetsAVlanGoThatARemoteDocumentBeginsToName) {
   StartWith(WITH_ROUTE + R"(, "b": {"vid": 20})");
   Control().Hold();
   WriteVlans(R"("b": {"vid": 20})");
@@ -224,6 +225,42 @@ TEST_F(Reloader, FollowsAnotherWhoseVlanStillWaits) {
   Control().Release();
   ASSERT_TRUE(SettleAll());
   EXPECT_THAT(Vlans(), ElementsAre(30));
+}
+
+// A VLAN that was kept goes in turns of the loop, like a reload.
+
+class LettingGo : public Reloader {
+ protected:
+  // Until VLAN 10, whose route had to go first, has gone. The stages after that are still to come.
+  void BeginToLetGo() {
+    StartWith(WITH_ROUTE + R"(, "b": {"vid": 20})");
+    Control().Hold();
+    WriteVlans(R"("b": {"vid": 20})");
+    Reload();
+    ASSERT_THAT(Vlans(), ElementsAre(10, 20));
+    Control().Release();
+    ASSERT_TRUE(TurnUntil([this] { return Vlans().size() == 1; }));
+    ASSERT_TRUE(m_reloader->IsBusy());
+  }
+};
+
+TEST_F(LettingGo, IsNotSettledBeforeItIsOver) {
+  BeginToLetGo();
+  while (m_reloader->IsBusy()) {
+    ASSERT_FALSE(m_reloader->IsSettled());
+    Turn();
+  }
+  ASSERT_TRUE(SettleAll());
+  EXPECT_EQ(m_overs, 1u) << "it is not a reload";
+}
+
+TEST_F(LettingGo, IsFollowedByAReload) {
+  BeginToLetGo();
+  WriteVlans(R"("b": {"vid": 20}, "c": {"vid": 30})");
+  Reload();
+  EXPECT_EQ(m_overs, 2u);
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(Vlans(), ElementsAre(20, 30));
 }
 
 TEST_F(Reloader, TellsOfEachReloadOnceItIsOver) {
@@ -277,14 +314,17 @@ TEST_F(Reloader, UndoesWhatHappenedToInterfaces) {
 
 // The library would compare every row of every document. What else might have changed in it is only
 // changed by others, whom nothing but a test allows to.
-TEST_F(Reloader, HandsDocumentsToTheLibraryWhenAnyHasChanged) {
+TEST_F(Reloader, HandsOnlyDocumentsToTheLibraryThatHaveChanged) {
   StartWith(WITH_ROUTE);
   Manager().DeleteOptions("vlans.json", Tarsel::DclConfigObject::VLAN_OPTIONS);
   Reload();
   EXPECT_THAT(Vlans(), IsEmpty()) << "the folder says the same";
   m_files.Write("remote/new.json", R"({"VLAN_CONFIGURATIONS": {}})");
   Reload();
-  EXPECT_THAT(Vlans(), ElementsAre(10)) << "all documents, in their order";
+  EXPECT_THAT(Vlans(), IsEmpty()) << "the VLAN document says the same";
+  WriteVlans(WITH_ROUTE + R"(, "b": {"vid": 20})");
+  Reload();
+  EXPECT_THAT(Vlans(), ElementsAre(10, 20));
 }
 
 TEST_F(Reloader, AddsARouteWhenItsInterfaceComes) {
@@ -360,8 +400,7 @@ TEST_F(Partial, AppliesWhatCanBeUsed) {
   EXPECT_THAT(heard.ends, ElementsAre(false));
 }
 
-// A remote document that is known begins to name a protocol in the very reload in which the VLAN
-// document disables it: the protocol is taken for one that stays, but does not run.
+// Which protocols run is the VLAN document's to say.
 class RemoteProtocol : public Reloader {
  protected:
   void SetUp() override {
@@ -386,6 +425,48 @@ TEST_F(RemoteProtocol, LosesItsRulesWhenItIsNamedInTheReloadThatDisablesIt) {
   ASSERT_TRUE(SettleAll());
   EXPECT_FALSE(RunsRip());
   EXPECT_EQ(RulesIntoRip(), 0u);
+}
+
+TEST_F(RemoteProtocol, StopsThoughARemoteDocumentNamesIt) {
+  const std::string disabled =
+      R"("a": {"vid": 10, "RIPV2": {"enabled": false}, "REDISTRIBUTION": {"rip": false}})";
+  WriteRemote(R"(, "RIPV2": {"enabled": true, "IF_LIST": {"r": {"Name": "RIP_10_3"}}})");
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  ASSERT_THAT(Dump(), HasSubstr("protocol 10 6 \"3\""));
+  WriteVlans(disabled);
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_FALSE(RunsRip());
+  EXPECT_EQ(RulesIntoRip(), 0u);
+  EXPECT_THAT(Dump(), Not(HasSubstr("protocol 10 6")));
+}
+
+TEST_F(RemoteProtocol, GetsItsRowsWhenTheVlanDocumentStartsIt) {
+  WriteVlans(R"("a": {"vid": 10})");
+  WriteRemote(R"(, "RIPV2": {"IF_LIST": {"r": {"Name": "RIP_10_3"}}})");
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  ASSERT_FALSE(RunsRip());
+  ASSERT_THAT(Dump(), Not(HasSubstr("protocol 10 6")));
+  WriteVlans(R"("a": {"vid": 10, "RIPV2": {"enabled": true}})");
+  Reload();
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(Dump(), HasSubstr("protocol 10 6 \"3\""));
+}
+
+// The stack hands nothing to a protocol that has stopped.
+TEST_F(RemoteProtocol, StopsWhenItsRulesHaveBeenWithdrawn) {
+  WriteVlans(R"("a": {"vid": 10, "REDISTRIBUTION": {"rip": false}})");
+  m_reloader->Reload();
+  std::size_t withdrawals = 0;
+  ASSERT_TRUE(TurnUntil([&] {
+    for (const std::string& call : TakeCalls()) {
+      withdrawals += call.find("sms_act_cipr_redist(") == 0 ? 1 : 0;
+    }
+    return !RunsRip();
+  }));
+  EXPECT_EQ(withdrawals, 4u);
 }
 
 TEST_F(RemoteProtocol, LosesItsRulesWhenOnlyTheVlanDocumentChanges) {

@@ -34,6 +34,20 @@ class RouteAnswers : public apply_test::RouteKeeperFixture {
   }
 };
 
+// Not even the status that the request before has left.
+TEST_F(RouteAnswers, HaveNoStatusWhenTheyNeverCome) {
+  Refuse(3);
+  Want({Route(10, 1)});
+  ASSERT_TRUE(RunUntil([&] { return differences.Count() == 1; }, 100));
+  ASSERT_EQ(Status(Route(10, 1)), 3u);
+  Answer({routing_stack::Answer::kNever, 0, 0});
+  Want({Route(10, 1), Route(10, 2)});
+  Run(100);
+  Control().EndLostRequests();
+  ASSERT_TRUE(RunUntil([&] { return differences.Find(RowOf(Route(10, 2))) != nullptr; }, 1100));
+  EXPECT_EQ(Status(Route(10, 2)), 0u);
+}
+
 // The period of the scheduler is ten milliseconds here.
 TEST_F(RouteAnswers, AreTriedTenTimesInASecond) {
   const intent::ResolvedRoute route = Route(10, 1);

@@ -9,6 +9,7 @@
 
 namespace {
 
+using apply::Asking;
 using apply::RouteRow;
 using apply::RouteState;
 using Place = apply::RouteBook::Place;
@@ -25,7 +26,7 @@ class RouteBook : public testing::Test {
   static RouteRow Row(unsigned char number) { return {Route(number).target, 0}; }
 
   void Want(intent::ResolvedRoutes routes) {
-    apply::RouteBook::Plan plan = book.BeginPlan();
+    apply::RouteBook::Plan plan = book.BeginPlan(holding);
     apply::RouteBook::Make(plan, std::make_shared<const intent::ResolvedRoutes>(std::move(routes)));
     book.CarryOut(plan);
   }
@@ -37,7 +38,12 @@ class RouteBook : public testing::Test {
   }
   Place::Where WhereIs(unsigned char number) const { return book.Find(Row(number)).where; }
 
+  std::size_t CountToAsk() const {
+    return book.CountToAsk(Asking::ADDITIONS) + book.CountToAsk(Asking::REMOVALS);
+  }
+
   apply::RouteBook book;
+  apply::RouteBook::Holding holding;
 };
 
 TEST_F(RouteBook, KeepsLeavingRoutesUntilTheLastHasGone) {
@@ -47,7 +53,7 @@ TEST_F(RouteBook, KeepsLeavingRoutesUntilTheLastHasGone) {
   }
   Want({Route(2)});
   EXPECT_EQ(book.GetLeaving().routes->size(), 2u);
-  EXPECT_EQ(book.CountToAsk(), 2u);
+  EXPECT_EQ(CountToAsk(), 2u);
   Set(1, RouteState::SETTLED);
   EXPECT_EQ(WhereIs(1), Place::LEAVING);
   Set(1, RouteState::UNDER_WAY, 7);  // it is there again
@@ -109,27 +115,171 @@ TEST_F(RouteBook, KnowsWhatAPlanMakesOfEachState) {
   EXPECT_EQ(KindOf(1), RouteState::NEVER_ASKED);
   Want({});
   EXPECT_EQ(WhereIs(1), Place::NOWHERE);
-  EXPECT_EQ(book.CountToAsk(), 0u);
+  EXPECT_EQ(CountToAsk(), 0u);
+}
+
+TEST_F(RouteBook, KeepsAStrayUntilItHasGone) {
+  const auto removals = [&] { return book.GetLanes().Get(10).work.removals; };
+  Set(9, RouteState::UNDER_WAY, 1);
+  EXPECT_EQ(WhereIs(9), Place::STRAY);
+  EXPECT_EQ(removals(), 1u);
+  Set(9, RouteState::REFUSED, 4);
+  EXPECT_EQ(WhereIs(9), Place::STRAY);
+  EXPECT_EQ(removals(), 0u);
+  Set(9, RouteState::UNDER_WAY, 2);
+  Set(8, RouteState::UNDER_WAY, 3);
+  Set(9, RouteState::SETTLED);
+  EXPECT_EQ(WhereIs(9), Place::NOWHERE);
+  EXPECT_EQ(book.GetStrays().size(), 1u);
+  EXPECT_EQ(WhereIs(8), Place::STRAY);
+  EXPECT_EQ(removals(), 1u);
 }
 
 TEST_F(RouteBook, NamesTheNextRouteToAskForInOrder) {
   Want({Route(1), Route(2), Route(3)});
   apply::RouteLane& lane = book.GetLanes().Get(10);
-  EXPECT_EQ(book.NextToAsk(lane).position, 0u);
+  const auto next = [&] { return book.NextToAsk(lane, Asking::ADDITIONS); };
+  EXPECT_EQ(next().position, 0u);
   Set(1, RouteState::UNDER_WAY);
   Set(2, RouteState::UNDER_WAY);
-  EXPECT_EQ(book.NextToAsk(lane).position, 2u);
+  EXPECT_EQ(next().position, 2u);
   Set(2, RouteState::TO_ASK);
-  EXPECT_EQ(book.NextToAsk(lane).position, 1u);
+  EXPECT_EQ(next().position, 1u);
   Set(2, RouteState::SETTLED);
-  EXPECT_EQ(book.NextToAsk(lane).position, 2u);
+  EXPECT_EQ(next().position, 2u);
   Set(3, RouteState::SETTLED);
   EXPECT_EQ(lane.work.CountToAsk(), 0u);
   Set(1, RouteState::TO_ASK);
-  EXPECT_EQ(book.NextToAsk(lane).position, 0u);
+  EXPECT_EQ(next().position, 0u);
   Want({Route(1)});
-  EXPECT_EQ(book.NextToAsk(lane).where, Place::LEAVING) << "removals come first";
-  EXPECT_EQ(book.CountToAsk(), 3u);
+  EXPECT_EQ(next().position, 0u);
+  EXPECT_EQ(book.NextToAsk(lane, Asking::REMOVALS).where, Place::LEAVING);
+  EXPECT_EQ(book.CountToAsk(Asking::ADDITIONS), 1u);
+  EXPECT_EQ(book.CountToAsk(Asking::REMOVALS), 2u);
+}
+
+// Routes of one prefix by several gateways.
+class HeldRoutes : public RouteBook {
+ protected:
+  static intent::ResolvedRoute Via(unsigned char gateway, unsigned char number = 1,
+                                   std::uint32_t metric = 5) {
+    intent::ResolvedRoute route = Route(number, metric);
+    route.target.gateway[0] = gateway;
+    return route;
+  }
+  static RouteRow RowVia(unsigned char gateway) { return {Via(gateway).target, 0}; }
+  void SetVia(unsigned char gateway, RouteState state) {
+    book.Set(book.Find(RowVia(gateway)), RowVia(gateway), book.GetLanes().Get(10), state);
+  }
+  RouteState StateVia(unsigned char gateway) const {
+    return book.StateOf(book.Find(RowVia(gateway)), RowVia(gateway));
+  }
+  // The route by the first gateway has this state, and one by the second is wanted.
+  void Replace(RouteState state) {
+    book.Forget();
+    Want({Via(1)});
+    SetVia(1, state);
+    Want({Via(2)});
+  }
+};
+
+TEST_F(HeldRoutes, AreThoseOfWhosePrefixOthersAreWanted) {
+  Replace({RouteState::SETTLED, 0});
+  EXPECT_EQ(StateVia(1).kind, RouteState::AWAITING);
+  EXPECT_EQ(StateVia(1).value, 0u);
+  EXPECT_EQ(book.CountAwaiting(), 1u);
+  EXPECT_EQ(book.CountToAsk(Asking::REMOVALS), 0u);
+  EXPECT_EQ(book.GetLanes().Find(10)->CountOpen(), 2u) << "the new one and the old one's removal";
+  EXPECT_TRUE(book.MayHaveRoutes(10));
+
+  Replace({RouteState::REFUSED, 3});
+  EXPECT_EQ(StateVia(1).value, RouteState::GIVEN_UP | RouteState::CHANGED);
+  EXPECT_TRUE(StateVia(1).HasGivenUp());
+  Replace(RouteState::ToAsk(false));
+  EXPECT_EQ(StateVia(1).value, std::uint32_t{RouteState::CHANGED});
+  Replace({RouteState::UNDER_WAY, 7});
+  EXPECT_EQ(StateVia(1).kind, RouteState::UNDER_WAY);
+
+  // The neighbours on both sides count, other lengths do not.
+  book.Forget();
+  intent::ResolvedRoute longer = Via(9);
+  longer.target.length = 8;
+  Want({Via(1), Via(3), longer, Via(2, 2)});
+  EXPECT_TRUE(book.GetLeaving().states.empty());
+  for (const unsigned char gateway : {1, 3}) {
+    SetVia(gateway, {RouteState::SETTLED, 0});
+  }
+  Want({Via(2), longer});
+  EXPECT_EQ(book.CountAwaiting(), 2u);
+  Want({longer});
+  EXPECT_EQ(book.CountAwaiting(), 0u);
+  EXPECT_EQ(StateVia(1).kind, RouteState::TO_ASK);
+  EXPECT_EQ(book.CountToAsk(Asking::REMOVALS), 2u);
+}
+
+TEST_F(HeldRoutes, MayBeWantedAgain) {
+  Replace({RouteState::SETTLED, 0});
+  Want({Via(1)});
+  EXPECT_EQ(StateVia(1).kind, RouteState::SETTLED);
+  EXPECT_EQ(book.CountAwaiting(), 0u);
+  Replace({RouteState::SETTLED, 0});
+  Want({Via(1, 1, 6)});
+  EXPECT_EQ(StateVia(1).kind, RouteState::TO_ASK) << "with another metric";
+  Replace(RouteState::ToAsk(false));
+  Want({Via(1)});
+  EXPECT_EQ(StateVia(1).kind, RouteState::TO_ASK) << "nobody knows what the stack has of it";
+}
+
+TEST_F(HeldRoutes, GoWhenAPlanSaysSo) {
+  Replace({RouteState::SETTLED, 0});
+  SetVia(2, {RouteState::SETTLED, 0});
+  SetVia(1, {RouteState::KEPT, 0});
+  EXPECT_EQ(book.CountKept(), 1u);
+  EXPECT_EQ(book.CountAwaiting(), 0u);
+  Want({Via(2)});
+  EXPECT_EQ(book.CountKept(), 1u) << "it is no other configuration";
+  holding.endsKept = true;
+  Want({Via(2), Via(3)});
+  EXPECT_EQ(StateVia(1).kind, RouteState::AWAITING) << "of another one";
+  SetVia(3, {RouteState::SETTLED, 0});
+  Want({Via(2), Via(3)});
+  EXPECT_EQ(StateVia(1).kind, RouteState::AWAITING) << "it is not kept";
+  SetVia(1, {RouteState::KEPT, RouteState::GIVEN_UP});
+  apply::RouteBook::Plan plan = book.BeginPlan(holding);
+  apply::RouteBook::Make(
+      plan, std::make_shared<const intent::ResolvedRoutes>(intent::ResolvedRoutes{Via(2), Via(3)}));
+  book.CarryOut(plan);
+  EXPECT_EQ(plan.endedCount, 1u);
+  ASSERT_EQ(plan.ended.size(), 1u);
+  EXPECT_EQ(apply::CompareRoutes(plan.ended[0], RowVia(1)), 0);
+  EXPECT_EQ(StateVia(1).kind, RouteState::TO_ASK);
+  EXPECT_EQ(StateVia(1).value, RouteState::GIVEN_UP | RouteState::DUE);
+  EXPECT_EQ(book.CountKept(), 0u);
+  EXPECT_EQ(book.CountToAsk(Asking::REMOVALS), 1u);
+  Want({Via(2), Via(4)});
+  EXPECT_EQ(StateVia(1).kind, RouteState::TO_ASK) << "it is due";
+
+  holding = {true, false, true};
+  Replace({RouteState::SETTLED, 0});
+  EXPECT_EQ(StateVia(1).kind, RouteState::AWAITING) << "it was not held before";
+  Want({Via(2)});
+  EXPECT_EQ(StateVia(1).value, std::uint32_t{RouteState::DUE});
+  holding = {false, false, false};
+  Replace({RouteState::SETTLED, 0});
+  EXPECT_EQ(StateVia(1).kind, RouteState::TO_ASK);
+}
+
+TEST_F(HeldRoutes, AreForgottenWithTheirVlan) {
+  for (const bool hasGone : {false, true}) {
+    Replace({RouteState::SETTLED, 0});
+    book.ForgetVlan(10, hasGone);
+    EXPECT_EQ(book.CountAwaiting(), 0u);
+    EXPECT_EQ(book.CountToAsk(Asking::ADDITIONS), hasGone ? 0u : 1u);
+    EXPECT_EQ(StateVia(2).kind, RouteState::NEVER_ASKED);
+    EXPECT_FALSE(book.MayHaveRoutes(10));
+    Want({Via(2)});
+    EXPECT_EQ(book.CountToAsk(Asking::ADDITIONS), 1u);
+  }
 }
 
 }  // namespace

@@ -27,37 +27,44 @@ class RouteModel : public apply_test::RouteKeeperFixture {
 
   unsigned int Draw(unsigned int range) { return m_random.Below(range); }
 
+  static intent::ResolvedRoute Via(unsigned char gateway, intent::ResolvedRoute route) {
+    route.target.gateway[route.target.ip6 ? 15 : 3] = gateway;
+    return route;
+  }
+
   intent::ResolvedRoutes DrawRoutes() {
     intent::ResolvedRoutes routes;
     const unsigned int share = Draw(5);
     for (const unsigned short vlan : m_vlans) {
       for (unsigned int i = 0; i < 2 * NETWORKS; ++i) {
-        if (Draw(4) < share) {
-          routes.push_back(Route(vlan, i / 2, i % 2 != 0, 5 + Draw(2)));
+        for (unsigned char gateway = 1; gateway <= 3; ++gateway) {
+          if (Draw(8) < share) {
+            routes.push_back(Via(gateway, Route(vlan, i / 2, i % 2 != 0, 5 + Draw(2))));
+          }
         }
       }
     }
     return routes;
   }
 
-  void EndPlan(bool isCarriedOut) {
+  void EndPlan() {
     if (m_plan) {
-      isCarriedOut ? keeper->CarryOut(*m_plan) : keeper->GiveUpPlan();
+      keeper->CarryOut(*m_plan);
       m_plan = nullptr;
     }
   }
 
   void ChangeRoutes() {
-    EndPlan(Draw(4) != 0);
+    EndPlan();
     m_plan = keeper->BeginPlan();
     apply::RouteKeeper::MakePlan(*m_plan, Share(DrawRoutes()));
     if (Draw(2) != 0) {
-      EndPlan(true);
+      EndPlan();
     }
   }
 
   void ChangeVlans() {
-    EndPlan(true);
+    EndPlan();
     const unsigned short vlan = ALL_VLANS[Draw(3)];
     if (m_vlans.erase(vlan) != 0) {
       LoadVlans({m_vlans.begin(), m_vlans.end()});
@@ -69,7 +76,13 @@ class RouteModel : public apply_test::RouteKeeperFixture {
     }
   }
   intent::ResolvedRoutes WithoutVlan(unsigned short vlan) const {
-    return intent::WithoutVlans(*keeper->GetWanted(), {vlan});
+    intent::ResolvedRoutes rest;
+    for (const intent::ResolvedRoute& route : *keeper->GetWanted()) {
+      if (route.target.vlan != vlan) {
+        rest.push_back(route);
+      }
+    }
+    return rest;
   }
 
   void DrawAnswers() {
@@ -119,7 +132,7 @@ class RouteModel : public apply_test::RouteKeeperFixture {
         ChangeRoutes();
         break;
       case 3:
-        EndPlan(true);
+        EndPlan();
         break;
       case 4:
       case 5:
@@ -149,7 +162,7 @@ class RouteModel : public apply_test::RouteKeeperFixture {
   void ComeToRest() {
     Control().Release();
     Control().ClearScripts();
-    EndPlan(true);
+    EndPlan();
     Run(4000);
     port.EndLostRequests();
     Run(2000);

@@ -170,6 +170,25 @@ TEST_F(RoutePass, FindsAllRoutesOfAnInstanceThatIsGone) {
   EXPECT_EQ(Differences(), (std::vector<Found>{{Route(20, 1), Kind::MISSING}}));
 }
 
+// A route that is wanted and there is one step, or a pass would take twice as many turns.
+TEST_F(RoutePass, ComparesAsManyRoutesInAStretchAsItMay) {
+  intent::ResolvedRoutes routes = Routes(10, 20);
+  for (const auto& route : Routes(20, 20)) {
+    routes.push_back(route);
+  }
+  Want(routes);
+  ASSERT_TRUE(RunUntilSettled());
+  for (const std::size_t most : {40, 20, 10, 8}) {
+    keeper->BeginPass();
+    for (std::size_t compared = most; compared <= routes.size(); compared += most) {
+      ASSERT_TRUE(keeper->ContinuePass(most, [](const auto&, const auto&) { FAIL(); }));
+    }
+    // The ends of both families, and what has to go.
+    EXPECT_FALSE(keeper->ContinuePass(most, [](const auto&, const auto&) { FAIL(); }))
+        << "in stretches of " << most;
+  }
+}
+
 // Random sets, in random slices, with another set wanted in between.
 TEST_F(RoutePass, FindsWhatASearchFinds) {
   test_models::Random random;

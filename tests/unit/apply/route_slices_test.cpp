@@ -29,7 +29,7 @@ class RouteSlices : public apply_test::ReloaderFixture {
   }
 };
 
-TEST_F(RouteSlices, AreRemovalsBeforeAdditionsInTheOrderOfRoutes) {
+TEST_F(RouteSlices, AreAdditionsBeforeRemovalsInTheOrderOfRoutes) {
   StartWith(Entry(0, SLICE));
   WriteVlans(Entry(SLICE, SLICE));
   Reload();
@@ -41,7 +41,7 @@ TEST_F(RouteSlices, AreRemovalsBeforeAdditionsInTheOrderOfRoutes) {
     }
   }
   EXPECT_THAT(kinds, SizeIs(2 * SLICE));
-  EXPECT_TRUE(std::is_sorted(kinds.rbegin(), kinds.rend())) << "6 removes, 1 adds";
+  EXPECT_TRUE(std::is_sorted(kinds.begin(), kinds.end())) << "6 removes, 1 adds";
 }
 
 // The folder changes to and fro. Each time the stack restarts one turn later, until the reload is

@@ -48,6 +48,37 @@ TEST_F(RouteVlans, FillTheWindowAndNoMore) {
   EXPECT_EQ(InStack().size(), routes.size());
 }
 
+// What the stack never answers stays under way. However much of it there is in a few VLANs, the
+// others get their turn.
+TEST_F(RouteVlans, AreAskedForBesideAWindowOfRequestsThatAreNeverAnswered) {
+  constexpr unsigned short FIRST = 100;
+  constexpr unsigned short LAST = 107;
+  std::vector<unsigned short> vlans = {10};
+  intent::ResolvedRoutes routes;
+  for (unsigned short vlan = FIRST; vlan <= LAST; ++vlan) {
+    vlans.push_back(vlan);
+    for (const auto& route : Routes(vlan, 1200)) {
+      routes.push_back(route);
+    }
+  }
+  LoadVlans(vlans);
+  ASSERT_TRUE(Settle());
+  Want(routes);
+  ASSERT_TRUE(RunUntilSettled()) << "so much may be under way of each VLAN now";
+  for (unsigned short vlan = FIRST; vlan <= LAST; ++vlan) {
+    Control().ScriptVlan(routing_stack::RowType::kRoute, vlan, {Answer::kNever, 0, 0}, 10000);
+  }
+  Want({});
+  Run(5000);
+  const std::size_t lost = keeper->CountUnderWay();
+  ASSERT_GE(lost, apply::RouteKeeper::WINDOW / 2);
+  Want(Routes(10, 2000));
+  ASSERT_TRUE(RunUntil([&] { return keeper->CountOpen(10) == 0; }, 5000));
+  EXPECT_EQ(InStack().size(), routes.size() + 2000) << "nothing has been removed";
+  EXPECT_EQ(keeper->CountUnderWay(), lost) << "and no more is asked for of the others";
+  EXPECT_LE(lost, apply::RouteKeeper::WINDOW);
+}
+
 // One VLAN of a stack that answers everything does not wait for more than it can use.
 TEST_F(RouteVlans, AskForMoreTheMoreIsAccepted) {
   Control().Hold();
@@ -89,6 +120,42 @@ TEST_F(RouteVlans, MayNotBeReady) {
   LoadVlans({10, 20, 50});
   ASSERT_TRUE(RunUntilSettled(500));
   EXPECT_THAT(InStack(), ElementsAre(Route(10, 1), Route(50, 1)));
+}
+
+// Each VLAN has a repeat that is being retried.
+class RouteVlansWithRepeats : public RouteVlans {
+ protected:
+  void SetUp() override {
+    Refuse(3, 2);
+    Want({Route(10, 1), Route(20, 1)});
+    ASSERT_TRUE(RunUntil([&] { return differences.Count() == 2; }, 200));
+    Refuse(5, 1000);
+    ASSERT_TRUE(RunUntil([&] { return keeper->CountRetried() == 2; }, 2000));
+    ASSERT_EQ(keeper->CountUnderWay(), 2u);
+    ASSERT_EQ(keeper->CountOpen(), 0u) << "a known difference";
+  }
+};
+
+// Those of the others still count.
+TEST_F(RouteVlansWithRepeats, GoWithTheirOwn) {
+  keeper->ForgetVlan(20);
+  EXPECT_EQ(keeper->CountUnderWay(), 1u);
+  EXPECT_EQ(keeper->CountRetried(), 1u);
+  EXPECT_EQ(keeper->CountOpen(), 1u) << "the other is to be asked for again";
+  EXPECT_EQ(keeper->CountOpen(10), 0u);
+  EXPECT_EQ(keeper->CountOpen(20), 1u);
+}
+
+TEST_F(RouteVlansWithRepeats, GoWithAllWhenTheStackIsRestarted) {
+  keeper->Forget();
+  differences.Forget();
+  EXPECT_EQ(keeper->CountUnderWay(), 0u);
+  EXPECT_EQ(keeper->CountRetried(), 0u);
+  EXPECT_EQ(keeper->CountOpen(), 0u);
+  Control().ClearScripts();
+  Want({Route(10, 1), Route(20, 1)});
+  EXPECT_EQ(keeper->CountOpen(), 2u);
+  ASSERT_TRUE(RunUntilSettled());
 }
 
 // Items that wait, items that the stack has, and items that were given up.

@@ -70,6 +70,28 @@ TEST(Verify, TellsEachKindAndTheTotals) {
               ElementsAre("FAIL  the stack is not ready", "FAIL: 1 row is not as wanted, of 0"));
 }
 
+TEST(Verify, NamesOldRoutesThatAreKept) {
+  apply::Verdict routes{"routes", 3, 0, {}};
+  routes.kept = 1;
+  routes.keptLines = {"a"};
+  EXPECT_TRUE(apply::HavePassed({routes}));
+  EXPECT_THAT(DescribeVerdicts({{"instances", 4, 0, {}}, routes}, 100),
+              ElementsAre("PASS  instances: 4 as wanted",
+                          "PASS  routes: 3 as wanted, and 1 old one is kept until a new one can "
+                          "take its place",
+                          "KEPT  a",
+                          "PASS: 7 rows as wanted, and 1 old one is kept until a new one can take "
+                          "its place"));
+  routes.kept = 3;
+  routes.keptLines = {"a", "b"};
+  routes.fails = 1;
+  routes.lines = {"c"};
+  EXPECT_THAT(DescribeVerdicts({routes}, 1),
+              ElementsAre("KEPT  a", "FAIL  c",
+                          "FAIL: 1 row is not as wanted, of 3, and 3 old ones are kept until a new "
+                          "one can take its place"));
+}
+
 // A kind that has kept fewer lines than it has fails.
 TEST(Verify, CountsWhatHasNoLine) {
   EXPECT_THAT(DescribeVerdicts({{"routes", 1000, 700, {"a", "b"}}}, 100),

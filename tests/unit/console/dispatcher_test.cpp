@@ -37,7 +37,8 @@ class Dispatcher : public test_support::DeviceFixture {
     output.clear();
     overs = 0;
     command = std::make_shared<RunningCommand>(
-        vlan, seesLog, [this](std::string_view text) { output += text; }, [this] { ++overs; });
+        vlan, console::Operator{"terminal", seesLog},
+        [this](std::string_view text) { output += text; }, [this] { ++overs; });
     const Reply reply = dispatcher.Execute(line, command);
     vlan = reply.vlan;
     return reply;
@@ -63,7 +64,7 @@ class Dispatcher : public test_support::DeviceFixture {
   bool seesLog = true;
   apply::Interfaces state;
   console::Lab lab{Control(), state, [](auto) {}};
-  console::Dispatcher dispatcher{{[this](apply::Asker toldAsker) {
+  console::Dispatcher dispatcher{{[this](apply::Asker toldAsker, const apply::ReloadRequest&) {
                                     ++reloads;
                                     asker = std::move(toldAsker);
                                   },
@@ -103,8 +104,10 @@ TEST_F(Dispatcher, ListsItsWords) {
   Execute("help");
   for (const char* usage :
        {"  ip [<word> ...] ", "  ip6 [<word> ...] ", "  rtm route|rib ", "  interface [vrf <vid>] ",
-        "  interface6 [vrf <vid>] ", "  show <command> ", "  vrf <vid> ", "  reload ",
-        "  check [strict] ", "  verify [stack] ", "  help ", "  quit "}) {
+        "  interface6 [vrf <vid>] ", "  show <command> ", "  vrf <vid> ", "  check [strict] ",
+        "  diff [<revision>] ", "  reload [force] [confirm <seconds>] ", "  confirm <revision> ",
+        "  undo [<n>] ", "  history ", "  revision <n> ", "  verify [stack] ", "  help ",
+        "  quit "}) {
     EXPECT_THAT(output, HasSubstr(usage));
   }
   ExpectOver();
@@ -131,8 +134,8 @@ TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   EXPECT_EQ(ResultOf("foo bar"), Result::USAGE);
   EXPECT_EQ(
       output,
-      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf reload check verify "
-      "lab help ? quit exit\n");
+      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf check diff reload "
+      "confirm undo history revision verify lab help ? quit exit\n");
   ExpectOver();
   EXPECT_EQ(ResultOf("ip foo"), Result::USAGE);
   EXPECT_EQ(output,
@@ -159,7 +162,13 @@ TEST_F(Dispatcher, RefusesWordsThatAreTooMany) {
     const char* word;
     const char* more;
   } lines[] = {
-      {"reload", "now", ""},
+      {"reload confirm 60", "now", ""},
+      {"reload force confirm 60", "force", ""},
+      {"diff 3", "4", ""},
+      {"confirm 3", "4", ""},
+      {"undo 3", "4", ""},
+      {"history", "3", ""},
+      {"revision 3", "4", ""},
       {"check strict", "now", ""},
       {"quit", "now", ""},
       {"exit", "?", ""},
@@ -219,12 +228,27 @@ TEST_F(Dispatcher, ListsWhatMayFollowAWordThatStandsAlone) {
 TEST_F(Dispatcher, RepeatsNoWordAsATerminalWouldObeyIt) {
   const std::string word = "\x1b[2J\xc2\x9b\xff\u202e";
   const std::string shown = "\\x1b[2J\\xc2\\x9b\\xff\\xe2\\x80\\xae";
-  for (const char* before :
-       {"", "ip ", "show ", "show ip6 ", "rtm ", "reload ", "vrf 10 ", "interface ", "lab ",
-        "lab interface eth0 ", "lab stack refuse ", "lab stack refuse route ",
-        "ip protocol database vrf ", "ip protocol database dest ",
-        "ip protocol mcast-database vrf ", "ip6 protocol database vrf ",
-        "ip6 protocol database dest ", "rtm rib vrf ", "rtm route ipv6 dest "}) {
+  for (const char* before : {"",
+                             "ip ",
+                             "show ",
+                             "show ip6 ",
+                             "rtm ",
+                             "reload ",
+                             "reload confirm ",
+                             "undo ",
+                             "vrf 10 ",
+                             "interface ",
+                             "lab ",
+                             "lab interface eth0 ",
+                             "lab stack refuse ",
+                             "lab stack refuse route ",
+                             "ip protocol database vrf ",
+                             "ip protocol database dest ",
+                             "ip protocol mcast-database vrf ",
+                             "ip6 protocol database vrf ",
+                             "ip6 protocol database dest ",
+                             "rtm rib vrf ",
+                             "rtm route ipv6 dest "}) {
     const bool isLabCount = before == std::string("lab stack refuse route ");
     Execute(before + word + (isLabCount ? " times" : ""));
     ASSERT_TRUE(Settle());
@@ -327,10 +351,12 @@ TEST_F(Dispatcher, Verifies) {
 }
 
 TEST_F(Dispatcher, VerifiesNothingWhereNothingCanBeCompared) {
-  const console::Dispatcher other{{[](const apply::Asker&) {}, [](const apply::Asker&, bool) {}},
-                                  lab};
+  const console::Dispatcher other{
+      {[](const apply::Asker&, const apply::ReloadRequest&) {}, [](const apply::Asker&, bool) {}},
+      lab};
   command = std::make_shared<RunningCommand>(
-      vlan, true, [this](std::string_view text) { output += text; }, [this] { ++overs; });
+      vlan, console::Operator{"terminal", true}, [this](std::string_view text) { output += text; },
+      [this] { ++overs; });
   EXPECT_FALSE(other.Execute("verify", command).hasChanged);
   EXPECT_EQ(output, "This device cannot compare what is wanted with what its stack has\n");
   EXPECT_EQ(command->GetResult(), Result::REFUSED);
@@ -517,7 +543,7 @@ TEST_F(Dispatcher, KeepsLabCommandsApart) {
 }
 
 TEST_F(Dispatcher, CompletesWords) {
-  EXPECT_THAT(console::Dispatcher::Complete({}, "r"), ElementsAre("rtm", "reload"));
+  EXPECT_THAT(console::Dispatcher::Complete({}, "r"), ElementsAre("rtm", "reload", "revision"));
   EXPECT_THAT(console::Dispatcher::Complete({"show"}, ""),
               ElementsAre("ip", "ip6", "rtm", "interface", "interface6"));
   EXPECT_THAT(console::Dispatcher::Complete({"interface6"}, "v"), ElementsAre("vrf"));
@@ -531,8 +557,8 @@ TEST_F(Dispatcher, CompletesWords) {
               ElementsAre("ipv6", "vrf", "dest", "proto", "detail"));
   EXPECT_THAT(console::Dispatcher::Complete({"show", "rtm", "route", "ipv6"}, "d"),
               ElementsAre("dest", "detail"));
-  for (const char* whole :
-       {"reload", "check strict", "quit", "?", "interface vrf 10", "vrf 10", "rtm rib vrf"}) {
+  for (const char* whole : {"reload confirm 60", "check strict", "history", "diff 1", "quit", "?",
+                            "interface vrf 10", "vrf 10", "rtm rib vrf"}) {
     EXPECT_THAT(console::Dispatcher::Complete(std::string(whole) + " "), IsEmpty()) << whole;
   }
   EXPECT_THAT(console::Dispatcher::Complete({"nothing", "known"}, ""), IsEmpty());

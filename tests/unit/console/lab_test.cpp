@@ -120,8 +120,8 @@ TEST_F(Lab, LeavesAReloadWithWhatIsToBeRestored) {
   EXPECT_THAT(Restore(), ElementsAre("sms_act_ipaddr(1, 10, 1, 3, 10.1.0.1, 16)"));
   Execute("address add eth0 2001:db8::2/64");
   Execute("address delete eth0 2001:db8::1/64");
-  EXPECT_THAT(Restore(), ElementsAre("sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::2, 64)",
-                                     "sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::1, 64)"));
+  EXPECT_THAT(Restore(), ElementsAre("sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::1, 64)",
+                                     "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::2, 64)"));
   Execute("join eth0");
   traces.Take();
   EXPECT_THAT(Restore(), IsEmpty());
@@ -163,8 +163,8 @@ TEST_F(Lab, AddsAndDeletesIp6Addresses) {
   EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(1, 32778, 2, 3, 2001:db8:2::1, 48)",
                                        "sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::1, 60)",
                                        "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8::1, 64)"));
-  EXPECT_THAT(Restore(), ElementsAre("sms_act_ipaddr(6, 32778, 2, 3, 2001:db8:2::1, 48)",
-                                     "sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::1, 64)"));
+  EXPECT_THAT(Restore(), ElementsAre("sms_act_ipaddr(1, 32778, 2, 3, 2001:db8::1, 64)",
+                                     "sms_act_ipaddr(6, 32778, 2, 3, 2001:db8:2::1, 48)"));
 }
 
 TEST_F(Lab, LetsRemotesJoinForGood) {

@@ -32,6 +32,11 @@ class OutputQueue : public testing::Test {
     bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     return bytes;
   }
+  void SendUntilItStops() {
+    do {
+      ASSERT_TRUE(queue.Send(ends[0]));
+    } while (!queue.IsStopped() && !queue.IsEmpty());
+  }
   // Everything, as a reader that catches up gets it.
   std::string ReceiveAll() {
     std::string all;
@@ -62,9 +67,27 @@ TEST_F(OutputQueue, WaitsForASlowReader) {
     ASSERT_TRUE(queue.Add(line));
     all += wire::EncodeOutput(line);
   }
-  EXPECT_TRUE(queue.Send(ends[0]));
+  SendUntilItStops();
   EXPECT_FALSE(queue.IsEmpty());
   EXPECT_TRUE(ReceiveAll() == all);
+}
+
+// Sixty readers who have made room at the same time would otherwise keep a session waiting.
+TEST_F(OutputQueue, SendsSoMuchAtOnceThatOthersHaveTheirTurn) {
+  const int room = 1024 * 1024;
+  ASSERT_EQ(setsockopt(ends[0], SOL_SOCKET, SO_SNDBUF, &room, sizeof room), 0);
+  for (int i = 0; i < 130; ++i) {
+    queue.Add(line);
+  }
+  for (const std::size_t sent : {64u, 64u, 2u}) {
+    EXPECT_TRUE(queue.Send(ends[0]));
+    EXPECT_FALSE(queue.IsStopped()) << "the socket takes more";
+    EXPECT_EQ(Receive().size(), sent * 1024);
+  }
+  EXPECT_TRUE(queue.IsEmpty());
+  queue.Add(std::string(200 * 1024, 'y'));
+  EXPECT_TRUE(queue.Send(ends[0]));
+  EXPECT_EQ(Receive().size(), 64u * 1024) << "of one long text, too";
 }
 
 TEST_F(OutputQueue, KnowsWhetherTheSocketTakesMore) {
@@ -72,7 +95,7 @@ TEST_F(OutputQueue, KnowsWhetherTheSocketTakesMore) {
   for (int i = 0; i < 4 * 1024; ++i) {
     queue.Add(line);
   }
-  EXPECT_TRUE(queue.Send(ends[0]));
+  SendUntilItStops();
   EXPECT_TRUE(queue.IsStopped());
   ReceiveAll();
   EXPECT_FALSE(queue.IsStopped());
@@ -132,7 +155,7 @@ TEST_F(OutputQueue, DropsNothingOfALineThatHasBegun) {
   for (int i = 0; i < 4 * 1024; ++i) {
     queue.Add(line);
   }
-  EXPECT_TRUE(queue.Send(ends[0]));
+  SendUntilItStops();
   queue.Drop();
   EXPECT_LT(queue.CountWaiting(), 1024u);
   queue.AddReply("R 0 10\n");

@@ -17,7 +17,8 @@ class RunningCommand : public testing::Test {
   std::string output;
   int overs = 0;
   std::shared_ptr<console::RunningCommand> command = std::make_shared<console::RunningCommand>(
-      10, false, [this](std::string_view text) { output += text; }, [this] { ++overs; });
+      10, console::Operator{}, [this](std::string_view text) { output += text; },
+      [this] { ++overs; });
 };
 
 TEST_F(RunningCommand, EndsOnce) {
@@ -69,7 +70,7 @@ TEST_F(RunningCommand, LetsItsSessionDetachFromInside) {
   int taken = 0;
   const auto count = std::make_shared<int>(0);
   console::RunningCommand own(
-      10, true,
+      10, console::Operator{},
       [&taken, &running, count](std::string_view) {
         running->Detach();
         taken += 1 + *count;  // what the function holds is there until it returns
@@ -127,7 +128,7 @@ TEST_F(RunningCommand, IsUsageWhenItsOutputBeginsLikeThat) {
 TEST_F(RunningCommand, IsNotUsageWhenThatComesLaterOrOtherwise) {
   for (const char* text : {"Usage:\n ip protocol", "usage: ips", "Usage", " Usage: ips",
                            "Invalid VLAN ID ten\nUsage: rtm rib", ""}) {
-    console::RunningCommand own(10, true, {}, {});
+    console::RunningCommand own(10, console::Operator{}, {}, {});
     own.Write(text);
     EXPECT_EQ(own.GetResult(), Result::DONE) << text;
   }

@@ -37,6 +37,7 @@ class PlainSession : public console::Session {
  protected:
   void Write(std::string_view text) override { output += text; }
   void Flush() override {}
+  console::Operator GetOperator() const override { return {"somebody", false}; }
   void Ready() override { ++readies; }
   void ShowProgress(const loop::Progress& shown) override {
     progress.push_back(std::to_string(shown.done) + " of " + std::to_string(shown.total));
@@ -98,7 +99,7 @@ class Session : public test_support::DeviceFixture {
   uv_loop_t m_loop;
   apply::Interfaces m_state;
   console::Lab m_lab{Control(), m_state, [](auto) {}};
-  console::Dispatcher m_dispatcher{{[this](apply::Asker toldAsker) {
+  console::Dispatcher m_dispatcher{{[this](apply::Asker toldAsker, const apply::ReloadRequest&) {
                                       asker = std::move(toldAsker);
                                       reload();
                                     },

@@ -53,6 +53,14 @@ TEST_F(ParseCommandLine, TakesEveryOption) {
   EXPECT_EQ(line.tickMicroseconds, 100u);
 }
 
+TEST_F(ParseCommandLine, TakesTheSmallestAndTheLargestNumbers) {
+  EXPECT_FALSE(Parse({"--config=there", "--log", "0", "--tick-us", "10"}));
+  EXPECT_EQ(line.logLevel, 0);
+  EXPECT_EQ(line.tickMicroseconds, 10u);
+  EXPECT_FALSE(Parse({"--config=there", "--tick-us", "1000000"}));
+  EXPECT_EQ(line.tickMicroseconds, 1000000u);
+}
+
 TEST_F(ParseCommandLine, TakesACheckAlone) {
   EXPECT_FALSE(Parse({"--check", "there"}));
   EXPECT_EQ(line.checkDirectory, "there");
@@ -66,6 +74,15 @@ TEST_F(ParseCommandLine, TakesAStrictCheck) {
   EXPECT_TRUE(line.isStrict);
 }
 
+TEST_F(ParseCommandLine, TakesAComparison) {
+  EXPECT_FALSE(Parse({"--diff", "other", "--config", "there"}));
+  EXPECT_EQ(line.configDirectory, "there");
+  EXPECT_EQ(line.diffDirectory, "other");
+  line = {};
+  EXPECT_FALSE(Parse({"--config", "there"}));
+  EXPECT_EQ(line.diffDirectory, "");
+}
+
 TEST_F(ParseCommandLine, ExplainsItself) {
   const auto ending = Parse({"--help"});
   ASSERT_TRUE(ending);
@@ -73,7 +90,7 @@ TEST_F(ParseCommandLine, ExplainsItself) {
   EXPECT_THAT(ending->text, StartsWith("Usage: vantacored --config DIR [OPTION...]\n"));
   for (const char* option :
        {"--config DIR", "--log LEVEL", "--daemon", "--socket PATH", "--tick-us N", "--partial",
-        "--check DIR", "--strict", "--help", "--version"}) {
+        "--check DIR", "--strict", "--diff OTHER", "--help", "--version"}) {
     EXPECT_THAT(ending->text, HasSubstr(option));
   }
 }
@@ -106,10 +123,23 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
     ExpectError({option, "--check", "a"}, "--check goes with --strict only");
     ExpectError({"--check", "a", "--strict", option}, "--check goes with --strict only");
   }
+  ExpectError({"--diff"}, "a value is missing after \"--diff\"");
+  ExpectError({"--config", "a", "--diff", ""}, "--diff takes a folder");
+  line = {};
+  ExpectError({"--diff", "b"}, "--config DIR is missing");
+  for (const char* option : {"--check=a", "--strict", "--log=1", "--daemon", "--socket=s",
+                             "--tick-us=10", "--partial"}) {
+    line = {};
+    ExpectError({option, "--config", "a", "--diff", "b"}, "--diff goes with --config only");
+    ExpectError({"--config", "a", "--diff", "b", option}, "--diff goes with --config only");
+  }
   ExpectError({"--log", "11"}, "--log takes a level from 0 to 10, not \"11\"");
   ExpectError({"--log", ""}, "--log takes a level from 0 to 10, not \"\"");
   ExpectError({"--log", "1x"}, "--log takes a level from 0 to 10, not \"1x\"");
+  ExpectError({"--keep-old", "86401"}, "--keep-old takes a number from 0 to 86400, not \"86401\"");
   ExpectError({"--tick-us", "9"}, "--tick-us takes a number from 10 to 1000000, not \"9\"");
+  ExpectError({"--tick-us", "1000001"},
+              "--tick-us takes a number from 10 to 1000000, not \"1000001\"");
   ExpectError({"--tick-us", "99999999999999999999"},
               "--tick-us takes a number from 10 to 1000000, not \"99999999999999999999\"");
 }

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <string>
 
 #include "tests/support/scratch_folder.h"
@@ -79,6 +80,23 @@ TEST_F(LogRelay, HasFinishedWhenAllIsWritten) {
   relay.Finish(static_cast<int>(MOST.count()));
   EXPECT_LT(std::chrono::steady_clock::now() - begin, MOST);
   EXPECT_EQ(ReadUntil("\n"), "one\n");
+}
+
+// They are the event loop's. Its thread takes them when it comes to that.
+TEST_F(LogRelay, TakesNoSignals) {
+  const vantacored::LogRelay relay(Writer());
+  Send(relay, "one\n");
+  ASSERT_EQ(ReadUntil("\n"), "one\n");
+  for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGUSR1}) {
+    std::signal(number, SIG_DFL);  // of any thread, it would end the process
+    sigset_t one;
+    sigemptyset(&one);
+    sigaddset(&one, number);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &one, nullptr), 0);
+    ASSERT_EQ(kill(getpid(), number), 0);
+    const timespec most{10, 0};
+    EXPECT_EQ(sigtimedwait(&one, nullptr, &most), number);
+  }
 }
 
 // The thread would go on with the processor's time of a whole daemon.

@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "tarsel/trace.h"
 #include "tests/support/scratch_folder.h"
@@ -197,6 +198,35 @@ INSTANTIATE_TEST_SUITE_P(All, LogWriterOf,
                          testing::Values(Kind::PIPE, Kind::SOCKET, Kind::TERMINAL,
                                          Kind::PIPE_OF_ANOTHER));
 
+// The longest assertion, whose last byte is no end of a line.
+TEST(LogWriterOfAPipe, CutsAnAssertionThatIsTooLong) {
+  Log log(Kind::PIPE);
+  const std::string expression(600, 'x');
+  Tarsel::OnAssert(expression.c_str(), "file.cpp", 7);
+  EXPECT_EQ(log.Read(), ("Assertion failed: " + expression).substr(0, 511));
+}
+
+TEST(LogWriterOfAPipe, LeavesTheLogToStandardErrorWhenItEnds) {
+  Log log(Kind::PIPE);
+  log.writer.reset();
+  testing::internal::CaptureStderr();
+  Tarsel::TRACE("later\n");
+  Tarsel::OnAssert("a == b", "file.cpp", 7);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "later\nAssertion failed: a == b (file.cpp:7)\n");
+  EXPECT_EQ(log.Read(), "");
+}
+
+// What the thread has been given is written when the writer ends, not some time after.
+TEST(LogWriterOfAnother, HasWrittenAllWhenItEnds) {
+  for (int number = 0; number < 20; ++number) {
+    Log log(Kind::PIPE_OF_ANOTHER);
+    Write(number, number + 1);
+    log.writer.reset();
+    ASSERT_EQ(log.Read(), Line(number));
+  }
+}
+
 // Its lines stand where the others that append to it have left off.
 TEST(LogWriterOfAFile, AppendsLikeEverybodyElse) {
   const test_support::ScratchFolder folder;
@@ -210,24 +240,45 @@ TEST(LogWriterOfAFile, AppendsLikeEverybodyElse) {
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(found), {}), "ours\ntheirs\nours\n");
 }
 
-TEST(LogWriterOfAFile, TellsWhatADiskThatWasFullHasCost) {
-  const test_support::ScratchFolder folder;
-  const int file = open(folder.PathOf("log").c_str(), O_WRONLY | O_CREAT, 0600);
-  Log log(Kind::PIPE);
-  log.WriteTo(file);
-  std::signal(SIGXFSZ, SIG_IGN);
-  rlimit before{};
-  getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit small{14, before.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &small);
-  Tarsel::TRACE("whole\n");
-  Tarsel::TRACE("one that is cut\n");
-  Tarsel::TRACE("lost\n");
-  setrlimit(RLIMIT_FSIZE, &before);
+// A log in a file, on a disk that is full for a while.
+class LogWriterOnAFullDisk : public testing::Test {
+ protected:
+  LogWriterOnAFullDisk() {
+    m_log.WriteTo(open(m_folder.PathOf("log").c_str(), O_WRONLY | O_CREAT, 0600));
+    std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &m_before);
+  }
+  // While the file may have so many bytes.
+  void WriteWith(rlim_t bytes, const std::vector<const char*>& lines) const {
+    const rlimit small{bytes, m_before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    for (const char* const line : lines) {
+      Tarsel::TRACE("%s\n", line);
+    }
+    setrlimit(RLIMIT_FSIZE, &m_before);
+  }
+  std::string Written() const {
+    std::ifstream found(m_folder.PathOf("log"));
+    return {std::istreambuf_iterator<char>(found), {}};
+  }
+
+  const test_support::ScratchFolder m_folder;
+  Log m_log{Kind::PIPE};
+  rlimit m_before{};
+};
+
+TEST_F(LogWriterOnAFullDisk, TellsWhatItHasCost) {
+  WriteWith(14, {"whole", "one that is cut", "lost"});
   Tarsel::TRACE("whole again\n");
-  std::ifstream found(folder.PathOf("log"));
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(found), {}),
+  EXPECT_EQ(Written(),
             "whole\none that\n2 lines of the log were lost: File too large\nwhole again\n");
+}
+
+TEST_F(LogWriterOnAFullDisk, TellsAtTheEndAtTheLatest) {
+  WriteWith(6, {"whole", "lost"});
+  EXPECT_EQ(Written(), "whole\n");
+  m_log.writer.reset();
+  EXPECT_EQ(Written(), "whole\n1 lines of the log were lost: File too large\n");
 }
 
 TEST(LogWriterOfAFifo, TellsTheNextReaderWhatTheOneBeforeHasLost) {

@@ -253,6 +253,17 @@ TEST_F(StackPortTest, ARefusalIsKnownUntilTheRowSucceedsOrGoes) {
   EXPECT_EQ(0u, port.GetRefusal(InterfaceRow{10, 5}));
 }
 
+TEST_F(StackPortTest, ARefusalStandsWhenTheNextRequestIsNeverAnswered) {
+  Script(RowType::kInterface, {Answer::kStatus, 3});
+  SendInterface(10);
+  ASSERT_TRUE(Settle());
+  Script(RowType::kInterface, {Answer::kNever});
+  SendInterface(10);
+  ASSERT_TRUE(Settle());
+  EXPECT_TRUE(port.EndLostRequests());
+  EXPECT_EQ(3u, port.GetRefusal(InterfaceRow{10, 3}));
+}
+
 TEST_F(StackPortTest, RefusalsOfRoutesAndRulesAreNotKept) {
   Script(RowType::kRoute, {Answer::kStatus, 3});
   Script(RowType::kRedistribution, {Answer::kStatus, 3});

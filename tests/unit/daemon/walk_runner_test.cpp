@@ -181,6 +181,15 @@ TEST_F(WalkRunner, EndsWalksHeldOrNot) {
   EXPECT_EQ(reader.ends.size(), 2u);
 }
 
+TEST_F(WalkRunner, EndsAWalkThatItRestedFor) {
+  const unsigned walk = Begin();
+  runner->Hold(walk);
+  TurnToTheEnd();
+  runner->End(walk);
+  TurnToTheEnd();
+  EXPECT_THAT(reader.ends, ElementsAre(AGENT_ERROR));
+}
+
 TEST_F(WalkRunner, TellsWhichWalkBeganWhich) {
   reader.onRow = [this](unsigned number) {
     if (runner->Last() == number) {
@@ -209,6 +218,28 @@ TEST_F(WalkRunner, WaitsForAStackThatStandsStill) {
   TurnFor(100);
   EXPECT_EQ(reader.rows[walk], VLANS);
   EXPECT_THAT(reader.ends, ElementsAre(END_OF_TABLE));
+}
+
+// So does a walk that cannot end before the stack goes on, though nobody reads it any more.
+TEST_F(WalkRunner, HardlyWakesUpWhileTheStackStandsStill) {
+  Control().Hold();
+  const unsigned walk = Begin();
+  runner->End(walk);
+  const std::uint64_t end = uv_hrtime() + 1000000000;
+  unsigned wakeUps = 0;
+  for (; uv_hrtime() < end; ++wakeUps) {
+    uv_run(turns.Get(), UV_RUN_ONCE);  // sleeps until a timer expires
+  }
+  EXPECT_GE(wakeUps, 2u);
+  EXPECT_LE(wakeUps, 10u);
+  Control().Release();
+  TurnFor(600);
+  EXPECT_THAT(reader.ends, ElementsAre(AGENT_ERROR));
+  Control().Hold();
+  const unsigned other = Begin();
+  Control().Release();
+  TurnFor(100);
+  EXPECT_EQ(reader.rows[other], VLANS) << "the next one does not wait longer for the last one";
 }
 
 }  // namespace

@@ -293,6 +293,21 @@ TEST(MergedRoutes, GoThroughAllDocumentsInOrder) {
     }
     ASSERT_EQ(merged.Next(), nullptr);
     ASSERT_EQ(merged.Next(), nullptr);
+    for (const unsigned short vlan : {8, 9, 10, 11}) {
+      documents::MergedRoutes some(files, vlan);
+      std::size_t all = 0;
+      for (const Told& told : expected) {
+        if (told.target.vlan == vlan) {
+          const documents::Route* const route = some.Next();
+          ASSERT_NE(route, nullptr);
+          ASSERT_TRUE(route->target == told.target);
+          ASSERT_EQ(&some.GetDocument(), files[told.document].get());
+          ++all;
+        }
+      }
+      ASSERT_EQ(some.Next(), nullptr);
+      ASSERT_EQ(some.CountAll(), all);
+    }
   }
   count.ExpectAtLeast(1000, "first");
   count.ExpectAtLeast(200, "again");

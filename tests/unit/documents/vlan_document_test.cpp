@@ -167,10 +167,21 @@ TEST(ReadVlanDocument, TellsWhichProtocolsRun) {
     "d": {"vid": 13})"));
   EXPECT_THAT(
       read.file.protocols,
-      ElementsAre(Pair(10, 1u << DcRouterMgr::PROTOCOL_BGP | 1u << DcRouterMgr::PROTOCOL_RIPV2),
+      ElementsAre(Pair(10, 1u << DcRouterMgr::PROTOCOL_BGP | 1u << DcRouterMgr::PROTOCOL_RIPV2 |
+                               1u << DcRouterMgr::PROTOCOL_IGMP),
                   Pair(11, 1u << DcRouterMgr::PROTOCOL_OSPFV3 | 1u << DcRouterMgr::PROTOCOL_RIPNG |
                                1u << DcRouterMgr::PROTOCOL_OSPFV2),
                   Pair(12, 0u), Pair(13, 0u)));
+}
+
+TEST(ReadVlanDocument, TellsWhichProtocolsARemoteDocumentHasMembersFor) {
+  using Tarsel::DcRouterMgr;
+  const auto read = ReadRemote(WithEntries(R"(
+    "a": {"vid": 10, "BGP": {"enabled": true}, "OSPF": {"enabled": false}, "MLD": {"enabled": 1}},
+    "b": {"vid": 11})"));
+  EXPECT_THAT(read.file.protocols, ElementsAre(Pair(10, 1u << DcRouterMgr::PROTOCOL_BGP |
+                                                            1u << DcRouterMgr::PROTOCOL_OSPFV2),
+                                               Pair(11, 0u)));
 }
 
 TEST(ReadVlanDocument, ReadsRedistribution) {
@@ -326,7 +337,9 @@ TEST_F(UndeclaredProtocol, IsHandedOnAsItIs) {
       ElementsAre("vlans.json:1:50: warning: VLAN_CONFIGURATIONS.v.BGP: nobody has looked "
                   "deeper, expected a protocol whose members are declared, found one without",
                   testing::HasSubstr("VLAN_CONFIGURATIONS.v.MLD: nobody")));
-  EXPECT_THAT(read.file.protocols, ElementsAre(Pair(10, 1u << Tarsel::DcRouterMgr::PROTOCOL_BGP)));
+  EXPECT_THAT(read.file.protocols,
+              ElementsAre(Pair(10, 1u << Tarsel::DcRouterMgr::PROTOCOL_BGP |
+                                       1u << Tarsel::DcRouterMgr::PROTOCOL_MLD)));
 }
 
 TEST_F(UndeclaredProtocol, RunsUnlessItIsSwitchedOff) {
@@ -340,6 +353,7 @@ TEST_F(UndeclaredProtocol, RunsUnlessItIsSwitchedOff) {
 TEST_F(UndeclaredProtocol, NeedsNoMembers) {
   const ConfigRead read = ReadVlans(WithMembers("\n\"BGP\": {}"), shapes);
   EXPECT_THAT(read.Lines(), ElementsAre(testing::StartsWith("vlans.json:2:8: warning: ")));
+  EXPECT_THAT(read.file.protocols, ElementsAre(Pair(10, 0u))) << "to the library that is no member";
 }
 
 TEST_F(UndeclaredProtocol, IsLookedThroughForNullAndDoubledNames) {
@@ -354,6 +368,46 @@ TEST_F(UndeclaredProtocol, IsLookedThroughForNullAndDoubledNames) {
            std::string("vlans.json:1:76: VLAN_CONFIGURATIONS.v.BGP.b.c: a member that stands "
                        "twice, expected one, "
                        "found another \"c\"")}));
+}
+
+// ---- digests of entries
+
+documents::Digest DigestOf(const std::string& entries, unsigned short vlan) {
+  return ReadVlans(WithEntries(entries)).file.digests.at(vlan);
+}
+
+TEST(DigestsOfEntries, AreOfEveryEntryThatCounts) {
+  const ConfigRead read =
+      ReadVlans(WithEntries(R"("b": {"vid": 20}, "a": {"vid": 10}, "c": {"vid": 10}, "d": {})"));
+  EXPECT_THAT(read.file.digests, ElementsAre(Pair(10, testing::_), Pair(20, testing::_)));
+}
+
+TEST(DigestsOfEntries, TellEntriesApart) {
+  const std::string rest = R"(}, "b": {"vid": 11, "RTM": {"dead_rpm_timer": 1}})";
+  const std::string one = R"("a": {"vid": 10, "RTM": {"dead_rpm_timer": 1})" + rest;
+  const std::string two = R"("a": {"vid": 10, "RTM": {"dead_rpm_timer": 2})" + rest;
+  EXPECT_EQ(DigestOf(one, 10), DigestOf(one, 10));
+  EXPECT_NE(DigestOf(one, 10), DigestOf(two, 10));
+  EXPECT_EQ(DigestOf(one, 11), DigestOf(two, 11));
+  EXPECT_NE(DigestOf(one, 11), DigestOf(one + " ", 11));
+  EXPECT_NE(DigestOf(one, 10), DigestOf(one, 11));
+}
+
+TEST(DigestsOfEntries, DoNotDependOnWhatComesBefore) {
+  const std::string entry = R"("a": {"vid": 10})";
+  EXPECT_EQ(DigestOf(entry, 10), DigestOf(R"("0": {"vid": 1}, )" + entry, 10));
+  EXPECT_EQ(DigestOf(entry, 10), DigestOf(R"("0": {"vid": 99}, )" + entry, 10));
+}
+
+TEST(DigestsOfEntries, CoverRoutesAndRows) {
+  const auto with = [](const std::string& metric, const std::string& as) {
+    return R"("a": {"vid": 10, "BGP": {"PEERS": [{"Name": "BGP_10_1", "address": "1.2.3.4", "as": )" +
+           as + R"(}]}, "STATIC_ROUTES6": [{"network": "::", "prefix": 0, "gateway": "fe80::1",
+           "metric": )" +
+           metric + "}]}";
+  };
+  EXPECT_NE(DigestOf(with("1", "1"), 10), DigestOf(with("2", "1"), 10));
+  EXPECT_NE(DigestOf(with("1", "1"), 10), DigestOf(with("1", "2"), 10));
 }
 
 }  // namespace

@@ -104,6 +104,17 @@ TEST_F(InterfacePlan, MentionsEachMemberThatChanges) {
   EXPECT_THAT(Plan(eth0(R"(, "joined": true)"), eth0("")), ElementsAre("10.3: tell left"));
 }
 
+// Next hops may depend on either. The length is not part of an address's identity.
+TEST_F(InterfacePlan, AddsAddressesBeforeOthersGo) {
+  const auto eth0 = [](const std::string& addresses) {
+    return R"({"name": "eth0", "vlan": 10, "index": 3, "ipv6": [)" + addresses + "]}";
+  };
+  EXPECT_THAT(Plan(eth0(R"("2001:db8::1/64", "2001:db8::2/64", "2001:db8::3/64")"),
+                   eth0(R"("2001:db8::4/64", "2001:db8::3/48", "2001:db8::2/64")")),
+              ElementsAre("10.3: delete 2001:db8::3/64", "10.3: add 2001:db8::4/64",
+                          "10.3: add 2001:db8::3/48", "10.3: delete 2001:db8::1/64"));
+}
+
 TEST_F(InterfacePlan, LetsAllGoBeforeAnyComes) {
   const auto both = [](const std::string& third, const std::string& fourth) {
     return R"({"vlan": 10, "index": 3, "name": ")" + third +

@@ -163,4 +163,18 @@ TEST_F(EnabledProtocols, AreReadAsTheRoutersReadThem) {
   EXPECT_EQ(enabled, 3u);
 }
 
+TEST(RedistributionNames, AreThoseOfOperators) {
+  EXPECT_STREQ(intent::NameOfSource(intent::CODE_CONNECTED), "connected");
+  EXPECT_STREQ(intent::NameOfSource(intent::CODE_STATIC), "static");
+  EXPECT_STREQ(intent::NameOfSource(intent::CODE_RIP), "RIP");
+  EXPECT_STREQ(intent::NameOfSource(intent::CODE_OSPF), "OSPF");
+  EXPECT_STREQ(intent::NameOfSource(intent::CODE_BGP), "BGP");
+  EXPECT_STREQ(intent::NameOf({10, false, intent::CODE_RIP}), "RIPv2");
+  EXPECT_STREQ(intent::NameOf({10, true, intent::CODE_RIP}), "RIPng");
+  EXPECT_STREQ(intent::NameOf({10, false, intent::CODE_OSPF}), "OSPFv2");
+  EXPECT_STREQ(intent::NameOf({10, true, intent::CODE_OSPF}), "OSPFv3");
+  EXPECT_STREQ(intent::NameOf({10, false, intent::CODE_BGP}), "BGP for IPv4");
+  EXPECT_STREQ(intent::NameOf({10, true, intent::CODE_BGP}), "BGP for IPv6");
+}
+
 }  // namespace

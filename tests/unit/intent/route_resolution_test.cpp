@@ -173,16 +173,4 @@ TEST(RouteContext, IsTheSameWhenItSaysTheSame) {
   EXPECT_FALSE(Context() == other);
 }
 
-TEST(RoutesOfVlans, AreFoundAndTakenAway) {
-  const ResolvedRoutes routes = {
-      {Target(10, 1), 0, 1}, {Target(20, 1), 0, 1}, {Target(20, 2), 0, 1}, {Target(30, 1), 0, 1}};
-  EXPECT_FALSE(intent::HaveRoutes(routes, {}));
-  EXPECT_FALSE(intent::HaveRoutes(routes, {9, 15, 31}));
-  EXPECT_TRUE(intent::HaveRoutes(routes, {9, 30}));
-  EXPECT_TRUE(intent::HaveRoutes(routes, {10}));
-  EXPECT_FALSE(intent::HaveRoutes({}, {10}));
-  EXPECT_EQ(intent::WithoutVlans(routes, {20, 40}), ResolvedRoutes({routes[0], routes[3]}));
-  EXPECT_EQ(intent::WithoutVlans(routes, {}), routes);
-}
-
 }  // namespace

@@ -1,0 +1,47 @@
+#include "walk.h"
+
+#include "comparisons.h"
+#include "device/documents/document_shapes.h"
+#include "words.h"
+
+namespace plan {
+
+namespace {
+
+void CompareSettings(const documents::Device& now, const documents::Device& then, Teller& teller) {
+  if (now.defaultVlan != then.defaultVlan) {
+    teller.Tell(Thing::SETTING, How::CHANGED, [&] {
+      return "default VLAN " + std::to_string(then.defaultVlan) + ", was " +
+             std::to_string(now.defaultVlan);
+    });
+  }
+}
+
+// That of an empty configuration names none.
+const documents::Protocols& DeclaredBy(const intent::Intent& now, const intent::Intent& then) {
+  const documents::Protocols& declared = then.GetFolder().declared;
+  return declared.count != 0 ? declared : now.GetFolder().declared;
+}
+
+}  // namespace
+
+bool Walk(const intent::Intent& now, const intent::Intent& then, Visitor& visitor) {
+  Teller teller(visitor);
+  CompareSettings(now.GetDevice(), then.GetDevice(), teller);
+  const documents::VlanIds changed = FindChangedVlans(now, then);
+  const documents::VlanShapes shapes(DeclaredBy(now, then));
+  const Sides nowSides(now, changed);
+  const Sides thenSides(then, changed);
+  for (auto vlan = changed.begin(); vlan != changed.end() && !teller.IsOver(); ++vlan) {
+    const VlanPair pair{*vlan, nowSides.Get(*vlan), thenSides.Get(*vlan)};
+    visitor.BeginVlan(*vlan, pair.now.Exists() && !pair.then.Exists());
+    CompareVlan(pair, teller);
+    CompareInterfaces(pair, teller);
+    CompareProtocols(pair, shapes.VlansEntry(), teller);
+    CompareRoutes(pair, teller);
+    CompareRules(pair, teller);
+  }
+  return !teller.IsOver();
+}
+
+}  // namespace plan
