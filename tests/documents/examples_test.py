@@ -16,7 +16,7 @@ DAEMON = sys.argv[1]
 ROOT = pathlib.Path(sys.argv[2])
 DOCUMENT = ROOT / 'docs/documents.md'
 sys.path.append(str(ROOT / 'tests/tools'))
-from shown_output import comparable
+from shown_output import comparable, without_headlines
 
 
 def start(arguments, files, commands=''):
@@ -29,7 +29,7 @@ def start(arguments, files, commands=''):
         words = [folder if word == 'FOLDER' else word for word in arguments]
         result = subprocess.run([DAEMON] + words, input=commands.encode(), stdout=subprocess.PIPE,
                                 stderr=subprocess.PIPE, timeout=60)
-    return result.returncode, comparable(result.stdout.decode()), comparable(result.stderr.decode())
+    return result.returncode, comparable(result.stdout.decode()), comparable(without_headlines(result.stderr.decode()))
 
 
 def expect(piece, wanted, got):

@@ -8,8 +8,9 @@ replies must be that of the header REPLIES. --update writes what the daemon prin
 import re
 import subprocess
 import sys
+import tempfile
 
-from shown_output import comparable
+from shown_output import as_shown, comparable
 
 BLOCK = re.compile(r'^```console\n(.*?)^```$', re.M | re.S)
 REPLY = re.compile(r'^\| (\d+) \| ([a-z ]+) \|', re.M)
@@ -19,9 +20,10 @@ def run(daemon, example, commands):
     """What each command prints. Words that nobody understands mark where the next one begins."""
     marks = ['mark%d' % number for number in range(len(commands))]
     lines = [line for pair in zip(commands, marks) for line in pair]
-    result = subprocess.run([daemon, '--config', example, '--tick-us', '100'],
-                            input='\n'.join(lines + ['']).encode(),
-                            stdout=subprocess.PIPE, timeout=60)
+    with tempfile.TemporaryDirectory() as state:
+        result = subprocess.run([daemon, '--config', example, '--state', state, '--tick-us', '100'],
+                                input='\n'.join(lines + ['']).encode(),
+                                stdout=subprocess.PIPE, timeout=60)
     text = result.stdout.decode()
     outputs = []
     for mark in marks:
@@ -57,7 +59,7 @@ def main():
             if comparable(says) != comparable(prints):
                 errors.append('$ %s\nThe document says:\n%s\nThe daemon prints:\n%s'
                               % (command, says, prints))
-        bodies = ['\n'.join(line.rstrip() for line in output.strip('\n').split('\n'))
+        bodies = ['\n'.join(line.rstrip() for line in as_shown(output).strip('\n').split('\n'))
                   for output in outputs]
         return '```console\n%s```' % ''.join('$ %s\n%s' % (command, body and body + '\n')
                                              for command, body in zip(commands, bodies))

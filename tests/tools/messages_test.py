@@ -20,12 +20,18 @@ CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|UsageError|Explain)\(
 # What is wrong with an option is a result.
 RESULT = re.compile(r'\breturn [^;{]*;')
 COMPLAINING = ('device/apply', 'device/console', 'device/daemon', 'device/documents', 'device/intent',
-               'device/program')
+               'device/program', 'device/revisions')
 WITH_RESULTS = ('command_line.cpp', 'options.cpp')
-# Here every text of several words is a finding or a part of one, except in the declarations of members.
-FINDING = 'device/documents'
+# Here every text of several words is told to somebody, except in the declarations of members.
+TELLING = ('device/documents', 'device/revisions')
 DECLARATIONS = 'document_shapes.cpp'
+# So it is in these.
+TELLING_FILES = ('device/apply/confirmation.cpp', 'device/apply/diff_lines.cpp', 'device/apply/guard.cpp',
+                 'device/apply/history.cpp', 'device/apply/job.cpp', 'device/apply/reloader.cpp',
+                 'device/apply/start.cpp', 'device/console/folder_words.cpp',
+                 'device/daemon/state_place.cpp')
 COMMENT = re.compile(r'^\s*//.*$|\s//\s.*$|^#include.*$', re.M)
+TRACED = re.compile(r'\bTRACE\(.*?\);', re.S)
 ROW = re.compile(r'^\| (none|assertion|\d+) \| `([^`]*)` \| [^|]*\w[^|]* \| [^|]*\w[^|]* \|$', re.M)
 
 
@@ -79,8 +85,10 @@ def arguments(text, begin):
     return ''
 
 
-def folder_of(path, root):
-    return os.path.relpath(os.path.dirname(path), root)
+def is_telling(path, root):
+    name = os.path.relpath(path, root)
+    return name in TELLING_FILES or (os.path.dirname(name) in TELLING
+                                     and os.path.basename(name) != DECLARATIONS)
 
 
 def complaints(root):
@@ -94,9 +102,9 @@ def complaints(root):
             told += RESULT.findall(text)
         for part in told:
             pieces.update(ast.literal_eval(literal) for literal in LITERAL.findall(part))
-        if folder_of(path, root) == FINDING and os.path.basename(path) != DECLARATIONS:
+        if is_telling(path, root):
             texts = [ast.literal_eval('(' + match + ')')
-                     for match in re.findall(LITERALS, COMMENT.sub('', text))]
+                     for match in re.findall(LITERALS, TRACED.sub('', COMMENT.sub('', text)))]
             pieces.update(texts)
             literals += ''.join(one + '\n' for one in texts)
         literals += ''.join(ast.literal_eval(part) + '\n' for part in LITERAL.findall(text))
@@ -118,7 +126,8 @@ def main():
                         re.M | re.S)
     if not section or not code:
         sys.exit('There is nothing to compare.')
-    spans = [' '.join(span.split()) for span in re.findall(r'`([^`]*)`', section.group(1))]
+    spans = [' '.join((one or two).split())
+             for two, one in re.findall(r'``(.*?)``|`([^`]*)`', section.group(1), re.S)]
     pieces, literals = complaints(root)
     if not pieces or not spans:
         sys.exit('There are no complaints to compare.')

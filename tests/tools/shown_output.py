@@ -1,15 +1,40 @@
 """Output that a document shows, and what the daemon prints."""
 
+import os
+import pwd
 import re
 
 AGES = ((re.compile(r'\d+( +(?:static|connnected))$'), r'*\1'),
         (re.compile(r'^(Age +: +)\d+$'), r'\1*'))
 
 
+TIME = re.compile(r'\d{4}-\d\d-\d\d \d\d:\d\d:\d\dZ')
+SECONDS_LEFT = re.compile(r'\d+ s are left')
+PLACE = re.compile(r'^(  kept +)/\S+/([a-z-]+)-[0-9a-f]{32}/(\d+)$', re.M)
+HEADLINE = re.compile(r'^(?:Start|(?:Reload|Undo to|Way back to|Revision \d+)\b.*): .*\n', re.M)
+
+
+def without_headlines(log):
+    """The log without the lines with which a start and each change tell what they change."""
+    return HEADLINE.sub('', log)
+
+
+def as_shown(text):
+    """As it would be for alice, in the folder of a page, at the time of a page."""
+    try:
+        user = pwd.getpwuid(os.geteuid()).pw_name
+    except KeyError:
+        user = 'uid %d' % os.geteuid()
+    text = text.replace(user + ' at the socket', 'alice at the socket')
+    text = TIME.sub('2026-11-22 10:15:00Z', text)
+    text = SECONDS_LEFT.sub('594 s are left', text)
+    return PLACE.sub(r'\1/home/alice/state/\2-5f1d8a3c0b7e42961d3f7a90c4e8b265/\3', text)
+
+
 def comparable(text):
-    """Without trailing blanks, and without the ages, which depend on how long the run took."""
+    """Without trailing blanks, and without what depends on who runs it, where and how fast."""
     lines = []
-    for line in text.splitlines():
+    for line in as_shown(text).splitlines():
         line = line.rstrip()
         for pattern, replacement in AGES:
             line = pattern.sub(replacement, line)
