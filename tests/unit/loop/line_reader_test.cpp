@@ -123,7 +123,8 @@ TEST(LineReader, CutsALineThatIsTooLong) {
   EXPECT_EQ(ReadFile(std::string(20000, 'x') + tail), lines);
 }
 
-TEST(LineReader, WaitsForALineThatComesInPieces) {
+// The first piece is no line yet.
+void ExpectALineOf(const std::string& first, const std::string& second, const std::string& whole) {
   uv_loop_t loop;
   uv_loop_init(&loop);
   int ends[2];
@@ -132,12 +133,12 @@ TEST(LineReader, WaitsForALineThatComesInPieces) {
   {
     loop::LineReader reader(&loop, ends[0]);
     reader.Next([&](const std::optional<std::string>& line) { lines.push_back(*line); });
-    ASSERT_EQ(write(ends[1], "he", 2), 2);
+    ASSERT_EQ(write(ends[1], first.data(), first.size()), static_cast<ssize_t>(first.size()));
     uv_run(&loop, UV_RUN_ONCE);
     EXPECT_TRUE(lines.empty());
-    ASSERT_EQ(write(ends[1], "lp\n", 3), 3);
+    ASSERT_EQ(write(ends[1], second.data(), second.size()), static_cast<ssize_t>(second.size()));
     uv_run(&loop, UV_RUN_ONCE);
-    EXPECT_THAT(lines, ElementsAre("help"));
+    EXPECT_THAT(lines, ElementsAre(whole));
   }
   uv_run(&loop, UV_RUN_DEFAULT);
   uv_loop_close(&loop);
@@ -145,28 +146,12 @@ TEST(LineReader, WaitsForALineThatComesInPieces) {
   close(ends[1]);
 }
 
+TEST(LineReader, WaitsForALineThatComesInPieces) { ExpectALineOf("he", "lp\n", "help"); }
+
 // The longest line that is not cut.
 TEST(LineReader, WaitsForTheEndOfALineThatIsJustNotTooLong) {
   const std::string longest(4096, 'x');
-  uv_loop_t loop;
-  uv_loop_init(&loop);
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  std::vector<std::string> lines;
-  {
-    loop::LineReader reader(&loop, ends[0]);
-    reader.Next([&](const std::optional<std::string>& line) { lines.push_back(*line); });
-    ASSERT_EQ(write(ends[1], longest.data(), longest.size()), 4096);
-    uv_run(&loop, UV_RUN_ONCE);
-    EXPECT_TRUE(lines.empty());
-    ASSERT_EQ(write(ends[1], "\n", 1), 1);
-    uv_run(&loop, UV_RUN_ONCE);
-    EXPECT_THAT(lines, ElementsAre(longest));
-  }
-  uv_run(&loop, UV_RUN_DEFAULT);
-  uv_loop_close(&loop);
-  close(ends[0]);
-  close(ends[1]);
+  ExpectALineOf(longest, "\n", longest);
 }
 
 TEST(LineReader, LeavesTheDescriptorBlocking) {

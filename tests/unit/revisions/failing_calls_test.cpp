@@ -144,6 +144,16 @@ class FailingCalls : public Store {
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
   }
+  /// At its i-th call that writes.
+  void ExpectWholeAfterAnOpenThatIsKilled(unsigned int i, Fate fate) {
+    Restore();
+    ExpectKilled([&] {
+      WatchCalls({watched, i, fate, 0});
+      std::string problem;
+      RevisionStore::Open(state.Path(), config.Path(), LIMITS, problem);
+    });
+    ExpectWhole(true, true);
+  }
 
   void KillAt(unsigned int call, const Operation& operation) {
     for (const Fate fate : {Fate::KILLED_BEFORE, Fate::KILLED_HALFWAY, Fate::KILLED_AFTER}) {
@@ -344,13 +354,7 @@ TEST_F(FailingCalls, OfAStart) {
     for (unsigned int i = 1; i <= calls.size(); ++i) {
       SCOPED_TRACE("call " + std::to_string(i) + ": " + calls[i - 1]);
       for (const Fate fate : {Fate::KILLED_BEFORE, Fate::KILLED_AFTER}) {
-        Restore();
-        ExpectKilled([&] {
-          WatchCalls({watched, i, fate, 0});
-          std::string problem;
-          RevisionStore::Open(state.Path(), config.Path(), LIMITS, problem);
-        });
-        ExpectWhole(true, true);
+        ExpectWholeAfterAnOpenThatIsKilled(i, fate);
       }
       for (const int problem : PROBLEMS) {
         for (const Fate fate : {Fate::FAILS, Fate::ALL_FAIL}) {
@@ -382,13 +386,7 @@ TEST_F(FailingCalls, OfAFirstStart) {
   for (unsigned int i = 1; i <= calls.size(); ++i) {
     SCOPED_TRACE("call " + std::to_string(i) + ": " + calls[i - 1]);
     for (const Fate fate : {Fate::KILLED_BEFORE, Fate::KILLED_HALFWAY, Fate::KILLED_AFTER}) {
-      Restore();
-      ExpectKilled([&] {
-        WatchCalls({watched, i, fate, 0});
-        std::string problem;
-        RevisionStore::Open(state.Path(), config.Path(), LIMITS, problem);
-      });
-      ExpectWhole(true, true);
+      ExpectWholeAfterAnOpenThatIsKilled(i, fate);
     }
     for (const int problem : PROBLEMS) {
       Restore();
