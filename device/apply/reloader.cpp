@@ -83,12 +83,6 @@ void Reloader::BeginNext() {
   }
 }
 
-void Reloader::GoBack() {
-  if (m_history->GetTrial() != 0) {
-    Ask({Job::WAY_BACK, {}, {}, false, 0, m_history->GetTrial()}, {});
-  }
-}
-
 // What was asked for during a trial is about that trial.
 void Reloader::Begin() {
   if (m_job->trial != 0 && m_job->trial != m_history->GetTrial()) {

@@ -177,7 +177,6 @@ class Reloader : private StackListener {
 
   void Ask(Job job, Asker asker);
   void BeginNext();
-  void GoBack();
   void Begin();
   void Refuse(const std::string& reason, const SharedResult& result = nullptr);
   void Tell(const std::string& line);
