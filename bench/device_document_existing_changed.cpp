@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "device/apply/interfaces.h"
 #include "device/documents/device_document.h"
+#include "device/keepers/interfaces.h"
 
 namespace {
 
@@ -53,7 +53,7 @@ void DeviceAddressesCompared(benchmark::State& state) {
   for (unsigned int i = 0; i < state.range(0); ++i) {
     documents::ReadPrefix(AddressOf(i), interface.ip6.emplace_back());
   }
-  const auto device = std::make_shared<apply::Interfaces>();
+  const auto device = std::make_shared<keepers::Interfaces>();
   device->Apply(document, {});
   for (auto _ : state) {
     device->Apply(document, {});
@@ -68,7 +68,7 @@ void DeviceInterfacesFound(benchmark::State& state) {
   for (unsigned int index = 1; index <= state.range(0); ++index) {
     document.interfaces[{10, index}].name = nameOf(index);
   }
-  const auto device = std::make_shared<apply::Interfaces>();
+  const auto device = std::make_shared<keepers::Interfaces>();
   device->Apply(document, {});
   for (auto _ : state) {
     for (unsigned int index = 1; index <= state.range(0); ++index) {

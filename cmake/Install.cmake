@@ -54,7 +54,8 @@ endforeach()
 # What a maker's host may link of the daemon, as one archive: reading the configuration folder, applying
 # it, and comparing it with the stack. It refers to the library and to the base classes, whichever the
 # host is linked with. All headers of these rooms are installed, since they include each other.
-set(host_rooms program loop documents document_shapes intent plan revisions apply)
+set(host_rooms
+  program loop documents document_shapes intent plan revisions rows routes keepers apply views)
 list(TRANSFORM host_rooms REPLACE "(.+)" "$<TARGET_OBJECTS:\\1>" OUTPUT_VARIABLE host_objects)
 add_library(vantacore_host STATIC ${host_objects})
 set_target_properties(vantacore_host PROPERTIES EXPORT_NAME host LINKER_LANGUAGE CXX)
@@ -72,7 +73,7 @@ install(CODE "
   endif()" COMPONENT device)
 install(EXPORT vantacore-host NAMESPACE vantacore:: FILE vantacore-host.cmake
   DESTINATION ${VANTACORE_PACKAGE_DIR} COMPONENT device)
-foreach(folder program loop documents intent plan revisions apply)
+foreach(folder program loop documents intent plan revisions rows routes keepers apply views)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/device/${folder}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vantacore-device/device COMPONENT device
     FILES_MATCHING PATTERN *.h)

@@ -38,7 +38,7 @@ install(FILES ${pages}/embedding.md ${pages}/abi.md ${pages}/performance.md
   DESTINATION ${development_docs} COMPONENT development)
 foreach(component development device)
   install(FILES ${pages}/glossary.md ${pages}/operations.md ${pages}/changing-a-device.md
-    ${pages}/console.md ${pages}/documents.md
+    ${pages}/console.md ${pages}/documents.md ${pages}/json.md
     DESTINATION ${${component}_docs} COMPONENT ${component})
   install(DIRECTORY ${pages}/decisions ${pages}/schema
     DESTINATION ${${component}_docs} COMPONENT ${component})

@@ -2,6 +2,7 @@
 both read, and the texts of figures. BIRD runs in a folder of its own, in the foreground and without a
 protocol of the kernel: it changes nothing of this machine. When root calls, BIRD runs as nobody."""
 
+import contextlib
 import ctypes
 import json
 import os
@@ -9,14 +10,17 @@ import shutil
 import socket
 import subprocess
 import sys
+import tempfile
 import threading
 import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 VLAN = 10
+MANY_VLANS = 4094
 GATEWAY, CHANGED_GATEWAY = "10.0.0.2", "10.0.0.3"
 VIA_LOOPBACK = 'via "lo"'
 MOST_ROUTES = 1 << 22  # from 100.0.0.0/24 on, all different
+ROUTES_A_DOCUMENT = 200_000  # 23 MB
 WAITING_MEASURED = 1  # seconds
 NOBODY = 65534
 PATIENCE = 300  # seconds that any one step may take
@@ -24,6 +28,10 @@ PATIENCE = 300  # seconds that any one step may take
 
 class Failure(Exception):
     """Something could not be measured."""
+
+
+class Lacking(Exception):
+    """This daemon does not know a command that a row needs."""
 
 
 def say(text):
@@ -197,6 +205,29 @@ class Console:
         self.socket.close()
 
 
+@contextlib.contextmanager
+def running_daemon(options, folder):
+    """A daemon with a socket outside its folder, and the socket's path."""
+    with tempfile.TemporaryDirectory(prefix="vantacore-bench-") as place:
+        path = os.path.join(place, "socket")
+        with contextlib.closing(Daemon(options, folder, socket_path=path)) as daemon:
+            yield daemon, path
+
+
+def read_all(command):
+    """Returns the seconds that a client takes, and its output."""
+    begin = time.monotonic()
+    client = subprocess.run(command, stdout=subprocess.PIPE, timeout=PATIENCE, check=True)
+    return time.monotonic() - begin, client.stdout
+
+
+def measure_table(command, rows):
+    seconds, output = read_all(command)
+    if output.count(b"\n") < rows:
+        raise Failure(f"{command[0]} shows {output.count(bytes([10]))} lines instead of {rows}")
+    return seconds
+
+
 class Bird(Process):
     def __init__(self, folder):
         self.path = os.path.join(folder, "socket")
@@ -276,13 +307,15 @@ def write_device(folder, interfaces):
 
 
 def write_daemon_routes(folder, routes, changed=None):
-    entry = {"vid": VLAN, "STATIC_ROUTES": {
-        f"r{i:07}": {"interface": "eth0", "network": network(i), "netmask": "255.255.255.0",
-                     "gateway": CHANGED_GATEWAY if i == changed else GATEWAY}
-        for i in range(routes)}}
+    def entries(numbers):
+        entry = {"vid": VLAN, "STATIC_ROUTES": {
+            f"r{i:07}": {"interface": "eth0", "network": network(i), "netmask": "255.255.255.0",
+                         "gateway": CHANGED_GATEWAY if i == changed else GATEWAY}
+            for i in numbers}}
+        return {"office": entry}
+
     write_device(folder, [{"name": "eth0", "vlan": VLAN, "index": 3, "ipv4": "10.0.0.1/8"}])
-    write(os.path.join(folder, "vlans.json"),
-          json.dumps({"VLAN_CONFIGURATIONS": {"office": entry}}))
+    write_documents(folder, routes, entries)
 
 
 def write_bird_routes(folder, routes, changed=None):
@@ -291,6 +324,44 @@ def write_bird_routes(folder, routes, changed=None):
     write(os.path.join(folder, "bird.conf"),
           "router id 10.0.0.1;\nprotocol device {}\nprotocol static {\nipv4;\n"
           + "\n".join(lines) + "\n}\n")
+
+
+def routes_entry(vid, interface, numbers, gateway):
+    return {"vid": vid, "STATIC_ROUTES": {
+        f"r{i:07}": {"interface": interface, "network": network(i), "netmask": "255.255.255.0",
+                     "gateway": gateway} for i in numbers}}
+
+
+def write_vlans(folder, entries):
+    write(os.path.join(folder, "vlans.json"), json.dumps({"VLAN_CONFIGURATIONS": entries}))
+
+
+def write_documents(folder, routes, entries):
+    """`entries` gives the VLANs with routes of these numbers. A document must not be larger than 32 MiB, so the
+    routes that do not fit into the VLAN document are in remote documents."""
+    write_vlans(folder, entries(range(min(routes, ROUTES_A_DOCUMENT))))
+    for begin in range(ROUTES_A_DOCUMENT, routes, ROUTES_A_DOCUMENT):
+        os.makedirs(os.path.join(folder, "remote"), exist_ok=True)
+        numbers = range(begin, min(routes, begin + ROUTES_A_DOCUMENT))
+        write(os.path.join(folder, "remote", f"{begin:07}.json"),
+              json.dumps({"VLAN_CONFIGURATIONS": entries(numbers)}))
+
+
+def write_many_vlans(folder, routes):
+    vids = range(1, MANY_VLANS + 1)
+    subnet = {vid: f"10.{vid >> 8}.{vid & 255}." for vid in vids}
+
+    def numbers_of(vid, numbers):
+        return numbers[(vid - 1 - numbers.start) % MANY_VLANS::MANY_VLANS]
+
+    def entries(numbers):
+        return {f"v{vid}": routes_entry(vid, f"eth{vid}", numbers_of(vid, numbers), subnet[vid] + "2")
+                for vid in vids}
+
+    write(os.path.join(folder, "device.json"), json.dumps({"default_vlan": 1, "interfaces": [
+        {"name": f"eth{vid}", "vlan": vid, "index": vid, "ipv4": subnet[vid] + "1/24"}
+        for vid in vids]}))
+    write_documents(folder, routes, entries)
 
 
 # --- figures as text ----------------------------------------------------------------------------------

@@ -33,7 +33,7 @@ documents::VlanIds VlansOfLibrary() {
 
 }  // namespace
 
-Applier::Applier(uv_loop_s* loop, Interfaces& interfaces, Knowledge& knowledge,
+Applier::Applier(uv_loop_s* loop, keepers::Interfaces& interfaces, keepers::Knowledge& knowledge,
                  loop::Disposal& disposal, Hooks hooks)
     : m_interfaces(interfaces),
       m_knowledge(knowledge),
@@ -77,8 +77,8 @@ void Applier::Next(Stage stage) {
 }
 
 // What compares has no other problem than a lack of memory, which ends the process.
-void Applier::PlanInPool(std::shared_ptr<RouteKeeper::Plan> routes, std::function<void(Plan&)> work,
-                         Stage then) {
+void Applier::PlanInPool(std::shared_ptr<routes::RouteKeeper::Plan> routes,
+                         std::function<void(Plan&)> work, Stage then) {
   const auto plan = std::make_shared<Plan>();
   plan->routes = std::move(routes);
   m_comparing.Start([plan, work = std::move(work)]() noexcept { work(*plan); },
@@ -89,7 +89,7 @@ void Applier::PlanInPool(std::shared_ptr<RouteKeeper::Plan> routes, std::functio
 }
 
 void Applier::CarryOut(Plan& plan) {
-  RouteKeeper& routes = m_knowledge.GetRoutes();
+  routes::RouteKeeper& routes = m_knowledge.GetRoutes();
   if (plan.routes) {
     routes.CarryOut(*plan.routes);
     m_leftOvers.push_back(std::move(plan.routes));
@@ -224,16 +224,16 @@ void Applier::PlanRequests() {
   }
   PlanInPool(
       isResolved ? nullptr : m_knowledge.GetRoutes().BeginPlan(isNew),
-      [wanted = m_intent, context = std::move(context), running = FindRunningProtocols(),
-       leaving = m_leaving](Plan& plan) {
+      [wanted = m_intent, context = std::move(context),
+       running = FindRunningProtocols()](Plan& plan) {
         if (plan.routes) {
-          RouteKeeper::MakePlan(*plan.routes,
-                                std::make_shared<const intent::ResolvedRoutes>(
-                                    intent::ResolveRoutes(wanted->GetDocuments(), context)));
+          const auto unresolved = std::make_shared<intent::UnresolvedRoutes>();
+          auto resolved = std::make_shared<const intent::ResolvedRoutes>(
+              intent::ResolveRoutes(wanted->GetDocuments(), context, unresolved.get()));
+          routes::RouteKeeper::MakePlan(*plan.routes, std::move(resolved), unresolved);
         }
         plan.rules = std::make_shared<const intent::Rules>(
             intent::PlanRules(wanted->GetProfiles(), running));
-        plan.leaving = leaving;
       },
       &Applier::End);
 }

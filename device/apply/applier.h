@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "device/intent/intent.h"
+#include "device/keepers/interfaces.h"
+#include "device/keepers/knowledge.h"
 #include "device/loop/disposal.h"
 #include "device/loop/loop_handles.h"
 #include "device/loop/work.h"
 #include "document_feeder.h"
-#include "interfaces.h"
-#include "knowledge.h"
 #include "tarsel/timer.h"
 
 namespace apply {
@@ -47,8 +47,8 @@ class Applier {
   };
 
   /// Everything except the hooks is borrowed.
-  Applier(uv_loop_s* loop, Interfaces& interfaces, Knowledge& knowledge, loop::Disposal& disposal,
-          Hooks hooks);
+  Applier(uv_loop_s* loop, keepers::Interfaces& interfaces, keepers::Knowledge& knowledge,
+          loop::Disposal& disposal, Hooks hooks);
 
   /// Applies `wanted` and calls `done` from the loop. Not before the last `done`. `isSame` says
   /// that `wanted` says the same as what was applied last. Then routes are compared only if VLANs
@@ -71,6 +71,9 @@ class Applier {
 
   /// Whether anything is being applied or brought back.
   bool IsBusy() const { return m_isApplying || m_isRestoring || m_isLettingGo; }
+  /// Whether a configuration is being applied, and whether the one in force is being brought back.
+  bool IsApplying() const { return m_isApplying; }
+  bool IsRestoring() const { return m_isRestoring; }
   /// The VLANs that are kept until their routes and rules are gone.
   const documents::VlanIds& GetLeavingVlans() const { return m_documents.GetKept(); }
 
@@ -79,15 +82,15 @@ class Applier {
 
   // What the pool has worked out. Null for no change.
   struct Plan {
-    std::shared_ptr<RouteKeeper::Plan> routes;
-    RuleKeeper::SharedRules rules;
+    std::shared_ptr<routes::RouteKeeper::Plan> routes;
+    routes::RuleKeeper::SharedRules rules;
     documents::VlanIds leaving;
   };
 
   void Begin();
   void Next(Stage stage);
-  void PlanInPool(std::shared_ptr<RouteKeeper::Plan> routes, std::function<void(Plan& plan)> work,
-                  Stage then);
+  void PlanInPool(std::shared_ptr<routes::RouteKeeper::Plan> routes,
+                  std::function<void(Plan& plan)> work, Stage then);
 
   // The stages, in their order.
   void PlanRemovals();
@@ -108,8 +111,8 @@ class Applier {
   void LookAtRules(unsigned int, void*);
   void LetGo();
 
-  Interfaces& m_interfaces;
-  Knowledge& m_knowledge;
+  keepers::Interfaces& m_interfaces;
+  keepers::Knowledge& m_knowledge;
   loop::Disposal& m_disposal;
   const Hooks m_hooks;
   loop::Task m_turn;

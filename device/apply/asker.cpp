@@ -36,10 +36,13 @@ void Askers::Tell(const std::string& line) const {
   }
 }
 
-void Askers::End(bool hasPassed) {
+void Askers::End(const SharedOutcome& outcome) {
   for (Asker& asker : m_askers) {
+    if (const auto take = std::exchange(asker.take, nullptr)) {
+      Calmly([&] { take(outcome); });
+    }
     if (const auto end = std::exchange(asker.end, nullptr)) {
-      Calmly([&] { end(hasPassed); });
+      Calmly([&] { end(outcome->hasPassed); });
     }
   }
 }

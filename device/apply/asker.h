@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "device/program/report.h"
+#include "outcome.h"
 
 namespace apply {
 
@@ -22,6 +23,8 @@ struct Asker {
   std::function<void(bool hasPassed)> end;
   /// Who it is, for the log and the revisions, for example "alice at the socket" or "terminal".
   std::string name = {};
+  /// Gets what has come of it, once, before `end`. May be empty: most are told in lines only.
+  std::function<void(const SharedOutcome& outcome)> take = {};
 };
 
 class Askers {
@@ -30,8 +33,8 @@ class Askers {
   void Add(Askers others);
   /// Hands a line, with its end, to all that want to hear.
   void Tell(const std::string& line) const;
-  /// Calls `end` of those that have not been told yet.
-  void End(bool hasPassed);
+  /// Calls `take` and `end` of those that have not been told yet.
+  void End(const SharedOutcome& outcome);
   /// The reports of those that want to hear.
   std::vector<program::Report> GetReports() const;
   /// The names of all, "alice at the socket, SIGHUP", each once.

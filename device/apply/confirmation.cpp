@@ -5,7 +5,7 @@
 
 namespace apply {
 
-Confirmation::Confirmation(const StackPort& port, std::function<void()> runOut)
+Confirmation::Confirmation(const rows::StackPort& port, std::function<void()> runOut)
     : m_port(port), m_runOut(std::move(runOut)), m_timer("Confirmation") {
   m_timer.SetCallback(
       new Tarsel::MemberCallback2<Confirmation, unsigned int, void*>(this, &Confirmation::RunOut));
@@ -17,11 +17,14 @@ void Confirmation::Start(unsigned int seconds) {
   m_timer.Start(milliseconds);
 }
 
+std::uint64_t Confirmation::CountSecondsLeft() const {
+  return (m_until - std::min(m_port.Now(), m_until) + 999) / 1000;
+}
+
 std::string Confirmation::Describe(const revisions::Unconfirmed& open) const {
-  const std::uint64_t left = m_until - std::min(m_port.Now(), m_until);
   const std::string number = std::to_string(open.revision);
   return "revision " + number + " of " + open.asker + " waits for its confirmation, " +
-         std::to_string((left + 999) / 1000) + " s are left: `confirm " + number +
+         std::to_string(CountSecondsLeft()) + " s are left: `confirm " + number +
          "` or `undo` it first";
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "device/revisions/revision.h"
-#include "stack_port.h"
+#include "device/rows/stack_port.h"
 #include "tarsel/timer.h"
 
 namespace apply {
@@ -16,11 +16,13 @@ namespace apply {
 class Confirmation {
  public:
   /// `port` is borrowed. `runOut` is called from the loop when the time is over.
-  Confirmation(const StackPort& port, std::function<void()> runOut);
+  Confirmation(const rows::StackPort& port, std::function<void()> runOut);
 
   void Start(unsigned int seconds);
   void Stop() { m_timer.Stop(); }
 
+  /// How many seconds are left, rounded up, while it runs.
+  std::uint64_t CountSecondsLeft() const;
   /// For an operator, for example "revision 18 of alice at the socket waits for its confirmation,
   /// 42 s are left: `confirm 18` or `undo` it first".
   std::string Describe(const revisions::Unconfirmed& open) const;
@@ -28,7 +30,7 @@ class Confirmation {
  private:
   void RunOut(unsigned int, void*) { m_runOut(); }
 
-  const StackPort& m_port;
+  const rows::StackPort& m_port;
   const std::function<void()> m_runOut;
   Tarsel::OneShotTimer m_timer;
   std::uint64_t m_until = 0;  // by the port's clock

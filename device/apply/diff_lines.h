@@ -3,25 +3,29 @@
 #define DEVICE_APPLY_DIFF_LINES_H
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "device/intent/intent.h"
-#include "device/plan/plan.h"
-#include "guard.h"
+#include "outcome.h"
 
 namespace apply {
 
-/// The changes, at most MOST_DIFF_LINES of them, and the totals. For the thread pool.
+/// So many changes are told at most.
 constexpr std::size_t MOST_DIFF_LINES = 100000;
-std::vector<std::string> DescribeChanges(const intent::Intent& from, const intent::Intent& to,
-                                         const plan::Plan& plan);
 
-/// What there is to say besides: the time that the requests take, if it is known how many are made
-/// a second (else 0), what the guard says, and how many routes of the last change are still kept.
-std::vector<std::string> DescribeEffect(const plan::Plan& plan, std::uint64_t requestsASecond,
-                                        const Guard::Verdict& verdict, std::size_t kept);
+/// Fills in the changes. For the thread pool.
+void CollectChanges(const intent::Intent& from, const intent::Intent& to, Outcome& outcome);
+
+/// The lines that tell them, with the totals. For the thread pool.
+std::vector<std::string> DescribeChanges(const Outcome& outcome);
+
+/// What there is to say besides: the time that the requests take, if that is known, what the guard
+/// says, and how many routes of the last change are still kept.
+std::vector<std::string> DescribeEffect(const Outcome& outcome);
+
+/// "2 old routes are kept until a new one can take its place, or a reload".
+std::string DescribeKept(std::size_t count);
 
 }  // namespace apply
 

@@ -21,8 +21,8 @@ class DocumentFeeder {
   /// carried out.
   const documents::ConfigFiles& GetApplied() const { return m_applied; }
   /// Makes `wanted` the library's documents, with as many calls of Continue as it takes. The plan
-  /// is the way to them from GetApplied(), null for no steps; whoever else holds it decides where it
-  /// is freed. What was begun before is not gone on with: Withdraw has to come first then.
+  /// is the way to them from GetApplied(), null for no steps; whoever else holds it decides where
+  /// it is freed. An earlier plan that is not finished is dropped: call Withdraw first then.
   void Begin(std::shared_ptr<const intent::DocumentPlan> plan,
              const documents::ConfigFiles& wanted);
   /// Carries out the next step: one document, or some of the members that are emptied. Returns

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "device/program/counted.h"
+
 namespace apply {
 
 using documents::RouteTarget;
@@ -21,8 +23,8 @@ int Compare(const Prefix& a, const RouteTarget& b) {
 }
 
 // What comes before all routes of an instance.
-StackRoute Before(unsigned short vlan, bool ip6) {
-  StackRoute route;
+rows::StackRoute Before(unsigned short vlan, bool ip6) {
+  rows::StackRoute route;
   route.route.target.vlan = vlan;
   route.route.target.ip6 = ip6;
   return route;
@@ -33,7 +35,7 @@ std::string VlanText(unsigned short vlan) { return "VLAN " + std::to_string(vlan
 }  // namespace
 
 std::string DescribePrefixes(std::size_t count) {
-  return std::to_string(count) + (count == 1 ? " prefix" : " prefixes");
+  return program::Counted(count, "prefix", "prefixes");
 }
 
 void Guard::Judge(std::shared_ptr<const plan::Plan> plan,
@@ -76,8 +78,8 @@ bool Guard::CountSome(const VlanLoss& loss) {
     m_last = Before(loss.vlan, false);
     m_inPlan = m_installed = m_lost = 0;
   }
-  const std::vector<StackRoute> routes = m_port.ReadRoutes(&*m_last, ROUTES_A_TURN);
-  for (const StackRoute& route : routes) {
+  const std::vector<rows::StackRoute> routes = m_port.ReadRoutes(&*m_last, ROUTES_A_TURN);
+  for (const rows::StackRoute& route : routes) {
     const RouteTarget& target = route.route.target;
     if (target.vlan != loss.vlan || target.ip6 != m_last->route.target.ip6) {
       break;

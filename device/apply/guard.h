@@ -12,7 +12,7 @@
 
 #include "device/loop/loop_handles.h"
 #include "device/plan/plan.h"
-#include "stack_port.h"
+#include "device/rows/stack_port.h"
 
 namespace apply {
 
@@ -23,8 +23,8 @@ namespace apply {
 /// - removes a VLAN that has such a prefix,
 /// - removes all rows of a protocol that has more than one.
 ///
-/// A route that is replaced is not removed. With a port that does not know the stack's tables, every
-/// wanted route counts as installed.
+/// A route that is replaced is not removed. With a port that does not know the stack's tables,
+/// every wanted route counts as installed.
 class Guard {
  public:
   static constexpr std::size_t FEWEST = 10;
@@ -41,9 +41,9 @@ class Guard {
   };
 
   /// `port` is borrowed. `percent` is the share, 0 to OFF.
-  /// `isSettled` tells whether the stack has what it was asked for in a VLAN; until then every wanted
-  /// route counts as installed there, too.
-  Guard(uv_loop_s* loop, const StackPort& port, unsigned int percent,
+  /// `isSettled` tells whether the stack has what it was asked for in a VLAN; until then every
+  /// wanted route counts as installed there, too.
+  Guard(uv_loop_s* loop, const rows::StackPort& port, unsigned int percent,
         std::function<bool(unsigned short vlan)> isSettled)
       : m_port(port), m_percent(percent), m_isSettled(std::move(isSettled)), m_turn(loop) {}
 
@@ -58,7 +58,7 @@ class Guard {
   bool CountSome(const plan::VlanLoss& loss);
   void Weigh(const plan::VlanLoss& loss, std::size_t installed, std::size_t lost);
 
-  const StackPort& m_port;
+  const rows::StackPort& m_port;
   const unsigned int m_percent;
   const std::function<bool(unsigned short vlan)> m_isSettled;
   loop::Task m_turn;
@@ -67,7 +67,7 @@ class Guard {
   Verdict m_verdict;
   std::size_t m_at = 0;  // of the plan's losses
   // Of the VLAN that is being counted.
-  std::optional<StackRoute> m_last;
+  std::optional<rows::StackRoute> m_last;
   std::size_t m_inPlan = 0;  // of its lost prefixes: the first that may still come
   std::size_t m_installed = 0;
   std::size_t m_lost = 0;

@@ -14,22 +14,9 @@ using revisions::State;
 
 namespace {
 
-const char* WordOf(revisions::Cause cause) {
-  switch (cause) {
-    case revisions::Cause::START:
-      return "start";
-    case revisions::Cause::RELOAD:
-      return "reload";
-    case revisions::Cause::UNDO:
-      return "undo";
-    default:
-      return "way back";
-  }
-}
-
 // "undo to revision 3 by alice at the socket".
 std::string DescribeOrigin(const Revision& revision) {
-  std::string text = WordOf(revision.cause);
+  std::string text = revisions::WordOf(revision.cause);
   if (revision.of != 0) {
     text += " to revision " + std::to_string(revision.of);
   }
@@ -179,7 +166,7 @@ State History::Confirmed() const {
   return state;
 }
 
-std::vector<std::string> History::List() const {
+std::vector<std::string> History::List(bool isFolderOther) const {
   std::vector<std::string> lines;
   for (const Revision& revision : m_store->GetRevisions()) {
     const bool isInForce = revision.number == m_inForce;
@@ -196,7 +183,7 @@ std::vector<std::string> History::List() const {
                     " waits for its confirmation until " +
                     DescribeTime(m_state.unconfirmed->until));
   }
-  if (m_state.undone) {
+  if (m_state.undone && isFolderOther) {
     lines.push_back(FOLDER_DIFFERS);
   }
   return lines;

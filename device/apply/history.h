@@ -28,7 +28,8 @@ class History {
   struct Place {
     std::unique_ptr<revisions::RevisionStore> store;
     std::string reason;
-    /// Whether the operator expects to have revisions, so that a start has to say if there are none.
+    /// Whether the operator expects to have revisions, so that a start has to say if there are
+    /// none.
     bool isExpected = false;
     /// Seconds since the epoch. May be empty: then all times are 0.
     std::function<std::int64_t()> clock;
@@ -55,6 +56,8 @@ class History {
   /// The digest of the folder as it was when what it says was undone.
   const std::optional<documents::Digest>& GetUndone() const { return m_state.undone; }
 
+  /// All of them, the oldest first. Not without a store.
+  const std::vector<revisions::Revision>& GetAll() const { return m_store->GetRevisions(); }
   const revisions::Revision* Find(unsigned int number) const;
   /// The revision that stands `back` before the one in force; null if there is none.
   const revisions::Revision* FindBefore(unsigned int back) const;
@@ -92,15 +95,16 @@ class History {
   /// It is in force from now on; `isKept` says whether what had to be written has been.
   void Take(const Next& next, bool isKept);
 
-  /// The state after the open reload has been confirmed. Set writes it, in the pool; TakeState makes
-  /// it the state, if that has been done.
+  /// The state after the open reload has been confirmed. Set writes it, in the pool; TakeState
+  /// makes it the state, if that has been done.
   revisions::State Confirmed() const;
   std::string Set(const revisions::State& state) { return m_store->Set(state); }
   void TakeState(const revisions::State& state) { m_state = state; }
 
   /// Lines for an operator, without their ends: all revisions, one revision, and what comes into
-  /// force, with its revision if that is kept.
-  std::vector<std::string> List() const;
+  /// force, with its revision if that is kept. `isFolderOther` says whether the folder differs from
+  /// what is in force now, which it may not do any more after an undo.
+  std::vector<std::string> List(bool isFolderOther = true) const;
   std::vector<std::string> Show(const revisions::Revision& revision) const;
   static std::string Describe(const Next& next, bool isKept);
 

@@ -2,6 +2,7 @@
 #ifndef DEVICE_APPLY_JOB_H
 #define DEVICE_APPLY_JOB_H
 
+#include <memory>
 #include <string>
 
 #include "asker.h"
@@ -20,6 +21,8 @@ struct Job {
   bool isStrict = false;
   unsigned int number = 0;  // of a revision, or how far to go back; 0 for the folder
   unsigned int trial = 0;   // the open reload that is to go back; 0 for none
+  /// What has come of it so far.
+  std::shared_ptr<Outcome> outcome = std::make_shared<Outcome>();
 
   bool ChangesWhatIsInForce() const {
     return kind == START || kind == RELOAD || kind == UNDO || kind == WAY_BACK;

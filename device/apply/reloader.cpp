@@ -1,6 +1,5 @@
 #include "reloader.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "device/documents/digest.h"
@@ -13,18 +12,22 @@ using revisions::Revision;
 
 namespace {
 
-// Lines that are handed to an asker in one turn of the loop.
-constexpr std::size_t LINES_A_TURN = 1000;
 // Between two attempts at a way back.
 constexpr unsigned int PAUSE_SECONDS = 60;
+
+// What has errors is no way to go, unless the rest is wanted all the same.
+bool IsUsable(const documents::Reading& reading,
+              const documents::ConfigFolder::Options& howToRead) {
+  return !reading.findings.HasErrors() || howToRead.isPartial;
+}
 
 std::string RevisionText(unsigned int number) { return "Revision " + std::to_string(number); }
 
 }  // namespace
 
-Reloader::Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces, StackPort& stack,
-                   ProtocolRowsPort& protocolRows, ReloadHooks hooks, History::Place history,
-                   const ReloaderOptions& options)
+Reloader::Reloader(uv_loop_s* loop, const Source& source, keepers::Interfaces& interfaces,
+                   rows::StackPort& stack, rows::ProtocolRowsPort& protocolRows, ReloadHooks hooks,
+                   History::Place history, const ReloaderOptions& options)
     : m_history(std::make_shared<History>(std::move(history))),
       m_folder(std::make_shared<const documents::ConfigFolder>(
           source.directory,
@@ -33,12 +36,15 @@ Reloader::Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces
       m_howToRead(source.options),
       m_options(options),
       m_hooks(std::move(hooks)),
+      m_interfaces(interfaces),
       m_intent(std::make_shared<const intent::Intent>()),
       m_reading(loop),
       m_disposal(loop),
       m_stack(stack),
-      m_knowledge(loop, interfaces, stack, protocolRows, m_hooks.log,
-                  options.keepOldSeconds * 1000ull),
+      m_knowledge(
+          loop, interfaces, stack, protocolRows,
+          [this](const std::string& line) { Complain(documents::Severity::WARNING, line); },
+          options.keepOldSeconds * 1000ull),
       m_applier(
           loop, interfaces, m_knowledge, m_disposal,
           {[this](const std::function<void()>& work) { m_hooks.overheard(m_listeners, work); },
@@ -61,7 +67,8 @@ void Reloader::Start(std::function<void(bool)> judged, std::function<void()> app
   m_applied = std::move(applied);
   m_knowledge.StartSlowPass();
   if (m_history->IsMissed()) {
-    m_hooks.log("warning: no revisions are kept: " + m_history->GetReason());
+    Complain(documents::Severity::WARNING,
+             "warning: no revisions are kept: " + m_history->GetReason());
   }
   Ask({Job::START}, {});
 }
@@ -87,7 +94,7 @@ void Reloader::BeginNext() {
 void Reloader::Begin() {
   if (m_job->trial != 0 && m_job->trial != m_history->GetTrial()) {
     Announce(RevisionText(m_job->trial) + " is not on trial any more");
-    m_job->askers.End(true);
+    EndAskers(true);
     EndJob(false);
     return;
   }
@@ -115,14 +122,10 @@ void Reloader::Begin() {
       ConfirmInPool();
       return;
     case Job::HISTORY:
+      LookAtFolder();
+      return;
     case Job::REVISION:
-      for (const std::string& line : m_job->kind == Job::HISTORY
-                                         ? m_history->List()
-                                         : m_history->Show(*m_history->Find(m_job->number))) {
-        Tell(line);
-      }
-      m_job->askers.End(true);
-      EndJob(false);
+      TellRevisions();
       return;
     default:
       break;
@@ -130,24 +133,12 @@ void Reloader::Begin() {
   ReadFolder();
 }
 
-void Reloader::Refuse(const std::string& reason, const SharedResult& result) {
-  if (m_job->ChangesWhatIsInForce() || m_job->kind == Job::CONFIRM) {
-    m_hooks.log("Refused to " + m_job->askers.GetNames() + ": " + reason);
-  }
-  Tell("Refused: " + reason);
-  m_job->askers.End(false);
-  if (result) {
-    m_disposal.Free(std::make_shared<const Result>(std::move(*result)));
-  }
-  EndJob(false);
-}
-
-void Reloader::Tell(const std::string& line) { m_job->askers.Tell(line + "\n"); }
-
-// A session that sees the log has no report, so both are told.
-void Reloader::Announce(const std::string& line) {
-  m_hooks.log(line);
-  Tell(line);
+// What is in force, and what has happened to interfaces since: a reload restores what documents say
+// of them, so this is where its way begins.
+std::shared_ptr<const intent::Intent> Reloader::FindPresent() const {
+  return m_interfaces.HasEvents()
+             ? std::make_shared<const intent::Intent>(m_intent->WithInterfaces(m_interfaces.Get()))
+             : m_intent;
 }
 
 void Reloader::Read(std::function<void(Result&)> read) {
@@ -155,14 +146,22 @@ void Reloader::Read(std::function<void(Result&)> read) {
   const bool isDiff = m_job->kind == Job::DIFF;
   const bool isCheck = m_job->kind == Job::CHECK;
   m_reading.Start(
-      [result, read = std::move(read), inForce = m_intent, isDiff, isCheck] {
+      [result, read = std::move(read), inForce = m_intent, present = FindPresent(),
+       outcome = m_job->outcome, howToRead = m_howToRead, isDiff, isCheck] {
         read(*result);
         result->intent = std::make_shared<const intent::Intent>(result->reading.folder);
-        if (!result->reading.isUnchanged && !isCheck) {
-          result->plan = plan::MakePlan(*inForce, *result->intent);
+        const bool isUsable = IsUsable(result->reading, howToRead);
+        const bool hasEvents = present != inForce;
+        if ((!result->reading.isUnchanged || hasEvents) && !isCheck && isUsable) {
+          result->plan = plan::MakePlan(*present, *result->intent);
+          result->changesWhatIsInForce =
+              !(hasEvents ? plan::MakePlan(*inForce, *result->intent) : result->plan)
+                   .totals.IsEmpty();
         }
-        if (isDiff) {
-          result->lines = DescribeChanges(*inForce, *result->intent, result->plan);
+        outcome->totals = result->plan.totals;
+        if (isDiff && isUsable) {
+          CollectChanges(*present, *result->intent, *outcome);
+          result->lines = DescribeChanges(*outcome);
         }
         if (!result->reading.isUnchanged) {
           loop::GiveBackFreeMemory();  // what reading needed besides
@@ -201,11 +200,11 @@ void Reloader::Judge(const SharedResult& result) {
   const documents::Findings& findings = result->reading.findings;
   if (m_job->kind == Job::CHECK) {
     TellFindings(findings);
-    m_job->askers.End(!findings.HasErrors() && (!m_job->isStrict || findings.CountWarnings() == 0));
+    EndAskers(!findings.HasErrors() && (!m_job->isStrict || findings.CountWarnings() == 0));
     Forgo(result);
     return;
   }
-  const bool isUsable = !findings.HasErrors() || m_howToRead.isPartial;
+  const bool isUsable = IsUsable(result->reading, m_howToRead);
   if (m_job->kind != Job::DIFF || !isUsable) {
     TellFindings(result->choice.findings);
     TellFindings(findings);
@@ -218,7 +217,8 @@ void Reloader::Judge(const SharedResult& result) {
     if (m_job->trial != 0) {
       TryAgain();
     }
-    m_job->askers.End(false);
+    TellErrors(findings.CountErrors());
+    EndAskers(false);
     Forgo(result);
     return;
   }
@@ -237,16 +237,19 @@ void Reloader::Judge(const SharedResult& result) {
                 [this, result](const Guard::Verdict& verdict) { Guarded(result, verdict); });
 }
 
-void Reloader::TellFindings(const documents::Findings& findings) {
-  const auto tell = m_job->ChangesWhatIsInForce() ? &Reloader::Announce : &Reloader::Tell;
-  for (const std::string& line : findings.Lines()) {
-    (this->*tell)(line);
+// The errors have been told, and the outcome has them. A start and a way back have lines of their
+// own, and nobody asks for them.
+void Reloader::TellErrors(std::size_t count) {
+  if (m_job->kind == Job::RELOAD || m_job->kind == Job::UNDO) {
+    TellRefusal(std::to_string(count) +
+                (count == 1 ? " error; nothing was changed" : " errors; nothing was changed"));
   }
 }
 
 void Reloader::Guarded(const SharedResult& result, const Guard::Verdict& verdict) {
+  m_job->outcome->verdict = verdict;
   if (m_job->kind == Job::DIFF) {
-    TellDiff(result, verdict);
+    TellDiff(result);
     return;
   }
   if (verdict.reasons.empty()) {
@@ -254,31 +257,10 @@ void Reloader::Guarded(const SharedResult& result, const Guard::Verdict& verdict
     return;
   }
   for (const std::string& reason : verdict.reasons) {
-    Announce(reason);
+    Complain(documents::Severity::WARNING, reason);
+    Tell(reason);
   }
   Refuse("that is more than the guard lets pass; `reload force` applies it", result);
-}
-
-void Reloader::TellDiff(const SharedResult& result, const Guard::Verdict& verdict) {
-  const std::uint64_t pace = m_hooks.requestsASecond ? m_hooks.requestsASecond() : 0;
-  for (std::string& line :
-       DescribeEffect(result->plan, pace, verdict, m_knowledge.GetRoutes().CountKept())) {
-    result->lines.push_back(std::move(line));
-  }
-  TellLines(result, 0);
-}
-
-void Reloader::TellLines(const SharedResult& result, std::size_t first) {
-  const std::size_t end = std::min(result->lines.size(), first + LINES_A_TURN);
-  for (std::size_t i = first; i < end; ++i) {
-    Tell(result->lines[i]);
-  }
-  if (end < result->lines.size()) {
-    m_telling.Post([this, result, end] { TellLines(result, end); });
-    return;
-  }
-  m_job->askers.End(true);
-  Forgo(result);
 }
 
 // What changes nothing makes no revision.
@@ -289,7 +271,7 @@ History::Next Reloader::Prepare(const Result& result) const {
     return m_history->PrepareToGoOn(result.reading, choice.why == Choice::Why::SAME);
   }
   const History::Cause cause = CauseOf(*m_job, choice.revision, result.plan.totals, *m_history);
-  return isStart || m_history->GetUnconfirmed() || !result.plan.totals.IsEmpty() ||
+  return isStart || m_history->GetUnconfirmed() || result.changesWhatIsInForce ||
                  (m_history->IsKept() && m_history->GetInForce() == 0)
              ? m_history->Prepare(cause, result.reading)
              : m_history->PrepareNone(cause, result.reading);
@@ -316,19 +298,16 @@ void Reloader::Kept(const SharedResult& result, const History::Next& next,
     Refuse("the way back cannot be written: " + problem, result);
     return;
   }
-  if (!problem.empty()) {
-    Announce("warning: not kept as a revision: " + problem);
-  }
   m_history->Take(next, isKept);
-  Announce(History::Describe(next, isKept));
-  if (next.state.undone && next.revision.of != 0) {
-    Announce(FOLDER_DIFFERS);
-  }
+  const Revision* const revision = m_history->Find(m_history->GetInForce());
+  m_inForce = revision != nullptr ? std::optional(*revision) : std::nullopt;
+  TellRevision(next, isKept, problem);
   if (isOpen) {
     Arm();
   } else {
     m_confirmation.Stop();
   }
+  TellWhatIsNoMore(isOpen);
   Take(result);
 }
 
@@ -339,7 +318,8 @@ void Reloader::Take(const SharedResult& result) {
     std::exchange(m_judged, nullptr)(true);
   }
   m_listeners = m_job->askers.GetReports();
-  m_job->askers.End(!result->reading.findings.HasErrors());
+  EndAskers(!result->reading.findings.HasErrors());
+  m_knowledge.GetRoutes().SetRevision(m_history->GetInForce());
   m_applier.Apply(m_intent, result->reading.isUnchanged, [this] { EndJob(true); });
 }
 
@@ -353,6 +333,9 @@ void Reloader::Forgo(const SharedResult& result) {
 void Reloader::EndJob(bool isTaken) {
   m_listeners.clear();
   const Job::Kind kind = m_job->kind;
+  if (kind == Job::DIFF) {  // it may be long
+    m_disposal.Free(std::move(m_job->outcome));
+  }
   m_job.reset();
   if (kind == Job::START && !isTaken) {
     m_waiting.clear();
@@ -362,6 +345,7 @@ void Reloader::EndJob(bool isTaken) {
   if (kind == Job::START) {
     std::exchange(m_applied, nullptr)();
   } else if (kind == Job::RELOAD || kind == Job::UNDO || kind == Job::WAY_BACK) {
+    ++(isTaken ? m_reloads.applied : m_reloads.refused);
     m_hooks.over();
   }
   BeginNext();
@@ -384,7 +368,10 @@ void Reloader::Confirmed(const revisions::State& state, const std::string& probl
   m_confirmation.Stop();
   m_history->TakeState(state);
   Announce(RevisionText(m_job->number) + " is confirmed");
-  m_job->askers.End(true);
+  if (const std::size_t kept = m_knowledge.GetRoutes().CountKept()) {
+    Announce(DescribeKept(kept));
+  }
+  EndAskers(true);
   EndJob(false);
 }
 
@@ -399,14 +386,10 @@ void Reloader::TryAgain() {
 void Reloader::Arm() {
   const revisions::Unconfirmed& open = *m_history->GetUnconfirmed();
   const std::string seconds = std::to_string(m_job->request.confirmSeconds);
+  m_job->outcome->unconfirmed = open;
   m_confirmation.Start(m_job->request.confirmSeconds);
   Announce("`confirm " + std::to_string(open.revision) + "` within " + seconds +
            " s keeps it; otherwise revision " + std::to_string(open.back) + " comes back");
-}
-
-bool Reloader::IsSettled() const {
-  return !IsBusy() && !m_isToBringBack && m_applier.GetLeavingVlans().empty() &&
-         m_knowledge.IsSettled();
 }
 
 bool Reloader::KnowsWhatIsInstalled(unsigned short vlan) const {
@@ -414,7 +397,9 @@ bool Reloader::KnowsWhatIsInstalled(unsigned short vlan) const {
          m_knowledge.GetRoutes().CountOpen(vlan) == 0;
 }
 
-void Reloader::Answered(const Row& row, unsigned int status) { m_knowledge.Heard(row, status); }
+void Reloader::Answered(const rows::Row& row, unsigned int status) {
+  m_knowledge.Heard(row, status);
+}
 
 // Before something has been chosen there is nothing to bring back.
 void Reloader::Restarted() {

@@ -17,18 +17,18 @@
 #include "confirmation.h"
 #include "device/documents/config_folder.h"
 #include "device/intent/intent.h"
+#include "device/keepers/interfaces.h"
+#include "device/keepers/knowledge.h"
 #include "device/loop/disposal.h"
 #include "device/loop/loop_handles.h"
 #include "device/loop/work.h"
 #include "device/program/report.h"
+#include "device/rows/protocol_rows_port.h"
+#include "device/rows/stack_port.h"
 #include "guard.h"
 #include "history.h"
-#include "interfaces.h"
 #include "job.h"
-#include "knowledge.h"
-#include "protocol_rows_port.h"
 #include "reload_request.h"
-#include "stack_port.h"
 #include "start.h"
 
 namespace apply {
@@ -55,6 +55,10 @@ struct ReloadHooks {
   std::function<void()> restarted;
   /// How many requests a second the device makes at its present pace, for `diff`. May be empty.
   std::function<std::uint64_t()> requestsASecond = {};
+  /// Takes, instead of `log`, those lines that somebody should look at: findings, refusals, rows
+  /// that the stack does not have as wanted, and, as grave as that, that it has them again. May be
+  /// empty: `log` takes them too.
+  std::function<void(documents::Severity severity, const std::string& line)> complain = {};
 };
 
 struct ReloaderOptions {
@@ -90,7 +94,7 @@ struct Progress {
 /// Each is over, and the next one begins, when everything has been asked for; whether the stack has
 /// it, IsSettled and the differences of GetKnowledge tell. When the stack tells of a restart, at
 /// any time, everything that is in force is sent again.
-class Reloader : private StackListener {
+class Reloader : private rows::StackListener {
  public:
   /// What the folder is, and how it is read.
   struct Source {
@@ -100,9 +104,9 @@ class Reloader : private StackListener {
 
   /// The loop, `interfaces`, `stack` and `protocolRows` are borrowed. Nothing else may listen to
   /// the stack. Neither the library nor the timers' loop need be there yet.
-  Reloader(uv_loop_s* loop, const Source& source, Interfaces& interfaces, StackPort& stack,
-           ProtocolRowsPort& protocolRows, ReloadHooks hooks, History::Place history = {},
-           const ReloaderOptions& options = {});
+  Reloader(uv_loop_s* loop, const Source& source, keepers::Interfaces& interfaces,
+           rows::StackPort& stack, rows::ProtocolRowsPort& protocolRows, ReloadHooks hooks,
+           History::Place history = {}, const ReloaderOptions& options = {});
   /// A reading that is under way is forgotten (loop::Work); no asker is told.
   ~Reloader() override;
 
@@ -147,6 +151,14 @@ class Reloader : private StackListener {
   /// Whether anything is under way or waits to begin.
   bool IsBusy() const { return m_job.has_value() || m_applier.IsBusy(); }
 
+  /// Whether a configuration is being applied. Cheap, and may be asked from inside the stack's run,
+  /// as the next ones.
+  bool IsApplying() const { return m_applier.IsApplying(); }
+  /// Whether what is in force is about to be sent, or is being sent, to a stack that was restarted.
+  bool IsBringingBack() const { return m_isToBringBack || m_applier.IsRestoring(); }
+  /// Whether what has been asked for is under way.
+  bool HasJob() const { return m_job.has_value(); }
+
   /// What is in force or being applied; empty before the start.
   const intent::Intent& GetIntent() const { return *m_intent; }
 
@@ -155,12 +167,56 @@ class Reloader : private StackListener {
   /// difference does not, although it is asked for again now and then.
   bool IsSettled() const;
   Progress GetProgress() const { return {m_knowledge.GetProgress(), m_knowledge.CountOpen()}; }
-  const Knowledge& GetKnowledge() const { return m_knowledge; }
+  const keepers::Knowledge& GetKnowledge() const { return m_knowledge; }
+  /// While the reloader is busy, its revisions are the pool's and not to be looked at.
+  const History& GetHistory() const { return *m_history; }
+
+  // Questions about the device's state.
+
+  /// What keeps it from being settled.
+  struct Unsettled {
+    bool isApplying = false;       // something that was asked for is under way
+    bool isBringingBack = false;   // the stack has been restarted
+    std::size_t leavingVlans = 0;  // that wait for the answers to their removals
+    bool isHeld = false;           // the stack
+    bool isStackReady = true;
+    bool isAnswering = false;  // the stack has not finished some request
+    std::size_t open = 0;      // Knowledge::CountOpenRoutesAndRules
+    bool isComparing = false;  // what has changed, with what the stack has
+    bool isRetrying = false;   // an operator's wish to ask again has not had all answers
+  };
+  Unsettled FindUnsettled() const;
+
+  /// Tells, in any thread, whether the folder differs from what is in force now.
+  std::function<bool()> MakeFolderCheck() const;
+  /// The revision in force; nothing before the start, and if it is not kept.
+  const std::optional<revisions::Revision>& GetInForce() const { return m_inForce; }
+  /// Why no revisions are kept; empty if they are.
+  const std::string& WhyNoRevisions() const { return m_history->GetReason(); }
+  /// The reload that waits for its confirmation, and how many seconds are left.
+  const std::optional<revisions::Unconfirmed>& GetTrial() const {
+    return m_history->GetUnconfirmed();
+  }
+  std::uint64_t CountSecondsOfTrial() const { return m_confirmation.CountSecondsLeft(); }
+
+  /// How many reloads, undos and ways back have been applied, and how many were refused.
+  struct ReloadCounts {
+    std::uint64_t applied = 0;
+    std::uint64_t refused = 0;
+  };
+  const ReloadCounts& GetReloadCounts() const { return m_reloads; }
+
+  /// See rows::Differences.
+  rows::Differences::Retry RetryAll() { return m_knowledge.RetryAll(); }
+  rows::Differences::Retry RetryRoutes(const documents::RouteTarget& prefix) {
+    return m_knowledge.RetryRoutes(prefix);
+  }
+
   /// How many restarts of the stack have found requests whose end could not be reported
   /// (StackPort::EndLostRequests). What waits in the library for such a request is lost memory.
   unsigned int CountLosses() const { return m_losses; }
   /// Holds everything against the stack at once, mends nothing and waits for nothing (Comparer).
-  void Verify(std::size_t mostLines, std::function<void(std::vector<Verdict>)> done) {
+  void Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done) {
     m_knowledge.Verify(mostLines, std::move(done));
   }
 
@@ -169,9 +225,10 @@ class Reloader : private StackListener {
   struct Result {
     documents::Reading reading;
     std::shared_ptr<const intent::Intent> intent;
-    plan::Plan plan;
-    std::vector<std::string> lines;  // of a diff
-    Choice choice;                   // of a start
+    plan::Plan plan;                    // from what is present
+    bool changesWhatIsInForce = false;  // or else only what has happened since
+    std::vector<std::string> lines;     // of a diff
+    Choice choice;                      // of a start
   };
   using SharedResult = std::shared_ptr<Result>;
 
@@ -179,17 +236,26 @@ class Reloader : private StackListener {
   void BeginNext();
   void Begin();
   void Refuse(const std::string& reason, const SharedResult& result = nullptr);
+  void TellRefusal(const std::string& reason);
+  void TellErrors(std::size_t count);
   void Tell(const std::string& line);
   void Announce(const std::string& line);
+  void Complain(documents::Severity severity, const std::string& line) const;
 
   void Read(std::function<void(Result& result)> read);
+  std::shared_ptr<const intent::Intent> FindPresent() const;
   void ReadFolder();
   void ReadRevision(const revisions::Revision* revision);
   void Judge(const SharedResult& result);
   void TellFindings(const documents::Findings& findings);
   void Guarded(const SharedResult& result, const Guard::Verdict& verdict);
-  void TellDiff(const SharedResult& result, const Guard::Verdict& verdict);
+  void TellDiff(const SharedResult& result);
   void TellLines(const SharedResult& result, std::size_t first);
+  void TellRevision(const History::Next& next, bool isKept, const std::string& problem);
+  void TellWhatIsNoMore(bool isOpen);
+  void LookAtFolder();
+  void TellRevisions();
+  void EndAskers(bool hasPassed);
 
   History::Next Prepare(const Result& result) const;
   void Keep(const SharedResult& result);
@@ -204,7 +270,7 @@ class Reloader : private StackListener {
   void TryAgain();
   bool KnowsWhatIsInstalled(unsigned short vlan) const;
 
-  void Answered(const Row& row, unsigned int status) override;
+  void Answered(const rows::Row& row, unsigned int status) override;
   void Restarted() override;
   void BringBack();
 
@@ -214,7 +280,10 @@ class Reloader : private StackListener {
   const documents::ConfigFolder::Options m_howToRead;
   const ReloaderOptions m_options;
   const ReloadHooks m_hooks;
+  const keepers::Interfaces& m_interfaces;
   std::shared_ptr<const intent::Intent> m_intent;
+  std::optional<revisions::Revision> m_inForce;
+  ReloadCounts m_reloads;
   std::optional<Job> m_job;  // under way
   std::deque<Job> m_waiting;
   std::vector<program::Report> m_listeners;  // while a reload is applied
@@ -222,8 +291,8 @@ class Reloader : private StackListener {
   std::function<void()> m_applied;           // so too
   loop::Work m_reading;
   loop::Disposal m_disposal;
-  StackPort& m_stack;
-  Knowledge m_knowledge;
+  rows::StackPort& m_stack;
+  keepers::Knowledge m_knowledge;
   Applier m_applier;
   Guard m_guard;
   loop::Task m_telling;

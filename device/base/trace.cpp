@@ -2,6 +2,8 @@
 // destroyed, because the library's singletons may still write while the process ends.
 #include "tarsel/trace.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -9,12 +11,15 @@
 
 #include "device/base/trace_control.h"
 #include "format.h"
+#include "trace_sources.h"
 
 namespace Tarsel {
 
 namespace {
 
-int g_level = 1;
+std::array<int, TRACE_SOURCES> g_levels = {1, 1, 1, 1};
+int g_highest = 1;                    // of them: most messages are above it
+TraceSource g_source = TRACE_OTHERS;  // of what a sink is taking
 
 struct Sinks {
   TraceSink trace;
@@ -26,14 +31,27 @@ Sinks& GetSinks() {
   return sinks;
 }
 
-void Write(int level, const char* format, std::va_list arguments)
-    __attribute__((format(printf, 2, 0)));
+/// While it lives, a sink takes something of this source. A sink may write messages itself.
+class Taking {
+ public:
+  explicit Taking(TraceSource source) : m_before(std::exchange(g_source, source)) {}
+  Taking(const Taking&) = delete;
+  Taking& operator=(const Taking&) = delete;
+  ~Taking() { g_source = m_before; }
 
-void Write(int level, const char* format, std::va_list arguments) {
+ private:
+  const TraceSource m_before;
+};
+
+void Write(TraceSource source, int level, const char* format, std::va_list arguments)
+    __attribute__((format(printf, 3, 0)));
+
+void Write(TraceSource source, int level, const char* format, std::va_list arguments) {
   std::string message;
   AppendFormatted(message, format, arguments);
   const Sinks& sinks = GetSinks();
   if (sinks.trace) {
+    const Taking taking(source);
     sinks.trace(level, message);
   } else {
     std::fwrite(message.data(), 1, message.size(), stderr);
@@ -43,23 +61,28 @@ void Write(int level, const char* format, std::va_list arguments) {
 }  // namespace
 
 void TRACE(int level, const char* format, ...) {
-  if (level > g_level) {
+  if (level > g_highest) {
+    return;
+  }
+  const TraceSource source = SourceOf(format);
+  if (level > g_levels[source]) {
     return;
   }
   std::va_list arguments;
   va_start(arguments, format);
-  Write(level, format, arguments);
+  Write(source, level, format, arguments);
   va_end(arguments);
 }
 
 void TRACE(const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  Write(TRACE_NO_LEVEL, format, arguments);
+  Write(SourceOf(format), TRACE_NO_LEVEL, format, arguments);
   va_end(arguments);
 }
 
 void OnAssert(const char* expression, const char* source, int line) {
+  const Taking taking(SourceOf(expression));
   expression = expression != nullptr ? expression : "";
   source = source != nullptr ? source : "";
   const Sinks& sinks = GetSinks();
@@ -70,9 +93,19 @@ void OnAssert(const char* expression, const char* source, int line) {
   }
 }
 
-void SetTraceLevel(int level) { g_level = level; }
+TraceSource GetTraceSource() { return g_source; }
 
-int GetTraceLevel() { return g_level; }
+void SetTraceLevel(TraceSource source, int level) {
+  g_levels[source] = level;
+  g_highest = *std::max_element(g_levels.begin(), g_levels.end());
+}
+
+void SetTraceLevel(int level) {
+  g_levels.fill(level);
+  g_highest = level;
+}
+
+int GetTraceLevel(TraceSource source) { return g_levels[source]; }
 
 TraceSink SetTraceSink(TraceSink sink) { return std::exchange(GetSinks().trace, std::move(sink)); }
 

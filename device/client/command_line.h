@@ -16,6 +16,8 @@ struct CommandLine {
   std::string command;                   // from the words
   bool hasCommand = false;
   bool isWaiting = true;  // for the effects of commands
+  bool wantsPages = true;
+  bool isJson = false;
 };
 
 /// Fills `line`. Returns how the process is to end, if it is not to go on.

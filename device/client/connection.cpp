@@ -39,14 +39,15 @@ std::vector<std::string> SplitLines(const std::string& text) {
   return lines;
 }
 
-/// While it lives the first interrupt is noted, and comes only where it is let in.
+}  // namespace
+
+/// While it lives interrupts are noted, and come only where they are let in.
 class InterruptWatch {
  public:
   InterruptWatch() {
     g_isInterrupted = 0;
     struct sigaction noted {};
     noted.sa_handler = [](int) { g_isInterrupted = 1; };
-    noted.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &noted, &m_action);
     sigset_t interrupt;
     sigemptyset(&interrupt);
@@ -60,19 +61,34 @@ class InterruptWatch {
     sigprocmask(SIG_SETMASK, &m_mask, nullptr);
   }
 
-  /// Waits until there is something to read: as poll(), with the interrupt let in.
-  int Wait(int fd, int seconds) const {
-    pollfd polled{fd, POLLIN, 0};
+  /// Waits until there is something to read, or an error at `other`: as poll(), with the interrupt
+  /// let in. Sets `isOther` to whether it is the error.
+  int Wait(int fd, int other, int seconds, bool& isOther) const {
+    isOther = false;
+    if (!LetIn()) {
+      return -1;
+    }
+    pollfd polled[] = {{fd, POLLIN, 0}, {other, 0, 0}};
     const timespec limit{seconds, 0};
-    return ppoll(&polled, 1, &limit, &m_mask);
+    const int ready = ppoll(polled, 2, &limit, &m_mask);
+    isOther = ready > 0 && polled[1].revents != 0;
+    return ready;
   }
+
+  /// Lets an interrupt in that has come. False if there was one. A wait does not do that by itself
+  /// while there is always something to read.
+  bool LetIn() const {
+    const timespec now{0, 0};
+    return ppoll(nullptr, 0, &now, &m_mask) == 0;
+  }
+
+  /// The next interrupt ends the process.
+  static void EndAtNext() { std::signal(SIGINT, SIG_DFL); }
 
  private:
   struct sigaction m_action {};
   sigset_t m_mask{};
 };
-
-}  // namespace
 
 Connection::~Connection() {
   if (m_fd >= 0) {
@@ -108,7 +124,7 @@ wire::Code Connection::Open(const std::string& path, const std::string& daemonUs
   if (!Send(wire::EncodeGreeting())) {
     return m_end;
   }
-  const wire::Code code = AwaitAndPrint();
+  const wire::Code code = AwaitAndShow();
   // A daemon that hangs up before it has taken a command has not done it, whatever it says.
   return m_isOver && code == wire::Code::DONE ? wire::Code::REFUSED : code;
 }
@@ -122,14 +138,22 @@ wire::Code Connection::Execute(const std::string& command) {
     std::fprintf(stderr, "vantacorectl: a command has %zu bytes at most\n", wire::MAX_TEXT);
     return wire::Code::REFUSED;
   }
-  return Send(std::exchange(m_ahead, {}) + wire::EncodeCommand(command)) ? AwaitAndPrint() : m_end;
+  return Send(std::exchange(m_ahead, {}) + wire::EncodeCommand(command)) ? AwaitAndShow() : m_end;
+}
+
+void Connection::ShowHelp(const std::string& begun) {
+  if (!m_isOver && begun.size() <= wire::MAX_TEXT && Send(wire::EncodeHelp(begun))) {
+    AwaitAndShow();
+  }
 }
 
 std::vector<std::string> Connection::Complete(const std::string& begun) {
+  SafeText safe;
   std::string words;
   if (!m_isOver && begun.size() <= wire::MAX_TEXT && Send(wire::EncodeCompletion(begun))) {
-    Await([this, &words](std::string output) { words += m_output.Take(std::move(output)); });
-    words += m_output.TakeRest();
+    const InterruptWatch watch;
+    Await(watch, [&](std::string output) { words += safe.Take(std::move(output)); });
+    words += safe.TakeRest();
   }
   if (m_isOver) {  // these are not words, but what the daemon had to say
     Print(words.empty() ? "" : "\n" + words);
@@ -139,47 +163,78 @@ std::vector<std::string> Connection::Complete(const std::string& begun) {
   return SplitLines(words);
 }
 
-wire::Code Connection::AwaitAndPrint() {
+wire::Code Connection::AwaitAndShow() {
+  const InterruptWatch watch;
+  m_isStopped = false;
   const wire::Code code =
-      Await([this](std::string output) { Print(m_output.Take(std::move(output))); });
-  Print(m_output.TakeRest());
-  std::fflush(stdout);
+      Await(watch, [this](std::string output) { m_display.Take(std::move(output)); });
+  m_display.End();
+  // One that has come since the last wait was for this command, too.
+  watch.LetIn();
+  m_wasInterrupted = m_wasInterrupted || g_isInterrupted != 0;
   return code;
 }
 
-wire::Code Connection::Await(const std::function<void(std::string output)>& take) {
-  const InterruptWatch watch;
+wire::Code Connection::Await(const InterruptWatch& watch,
+                             const std::function<void(std::string output)>& take) {
   for (;;) {
     while (auto message = m_decoder.Next()) {
-      if (message->kind == wire::Message::REPLY) {
-        return TakeReply(*message);
-      }
-      if (message->kind == wire::Message::PROGRESS) {
-        m_progress.Show(message->done, message->total);
-      } else if (message->kind != wire::Message::GREETING) {
-        m_progress.Hide();
-        take(std::move(message->text));
-      } else if (const auto refusal = CheckVersion(message->version)) {
-        return *refusal;
+      switch (message->kind) {
+        case wire::Message::REPLY:
+          return TakeReply(*message);
+        case wire::Message::PROGRESS:
+          m_display.TakeProgress(message->done, message->total);
+          break;
+        case wire::Message::LIVE:
+          m_display.Release();
+          break;
+        case wire::Message::GREETING:
+          if (const auto refusal = CheckVersion(message->version)) {
+            return *refusal;
+          }
+          break;
+        default:
+          take(std::move(message->text));
       }
     }
     std::fflush(stdout);
     if (m_decoder.IsBroken()) {
       return Fail(wire::Code::UNREACHABLE, "whoever listens there is no daemon");
     }
-    const int ready = watch.Wait(m_fd, m_timeoutSeconds);
-    if (g_isInterrupted) {
-      g_isInterrupted = 0;
-      m_wasInterrupted = true;
-      if (!Send(wire::EncodeInterrupt())) {
-        return m_end;
-      }
-    } else if (ready == 0) {
-      return Fail(wire::Code::TIMED_OUT, NO_SIGN);
-    } else if (ready > 0 && !Receive()) {
-      return Fail(wire::Code::UNREACHABLE, "the daemon has gone");
+    if (const auto end = AwaitBytes(watch)) {
+      return *end;
     }
   }
+}
+
+// What has been held for a second is shown: the command is a slow one.
+std::optional<wire::Code> Connection::AwaitBytes(const InterruptWatch& watch) {
+  if (m_display.HasQuit() && !std::exchange(m_isStopped, true) && !Send(wire::EncodeInterrupt())) {
+    return m_end;
+  }
+  const bool isHolding = m_display.IsHolding();
+  bool isPager = false;
+  int ready = watch.Wait(m_fd, m_display.GetPager(), isHolding ? 1 : m_timeoutSeconds, isPager);
+  if (ready == 0 && isHolding) {
+    m_display.Release();
+    ready = watch.Wait(m_fd, -1, m_timeoutSeconds - 1, isPager);
+  }
+  if (g_isInterrupted) {
+    g_isInterrupted = 0;
+    m_wasInterrupted = true;
+    if (m_display.GetPager() < 0) {
+      InterruptWatch::EndAtNext();
+    }
+    return Send(wire::EncodeInterrupt()) ? std::nullopt : std::optional(m_end);
+  }
+  if (isPager) {
+    m_display.Quit();
+  } else if (ready == 0) {
+    return Fail(wire::Code::TIMED_OUT, NO_SIGN);
+  } else if (ready > 0 && !Receive()) {
+    return Fail(wire::Code::UNREACHABLE, "the daemon has gone");
+  }
+  return std::nullopt;
 }
 
 std::optional<wire::Code> Connection::CheckVersion(unsigned short version) {
@@ -197,7 +252,6 @@ wire::Code Connection::TakeReply(const wire::Message& reply) {
     return Fail(wire::Code::REFUSED, std::string("the daemon does not say which version") +
                                          PROTOCOL + " it speaks" + KNOWN);
   }
-  m_progress.Hide();
   m_vlan = reply.vlan;
   m_isOver = reply.isLast;
   m_end = reply.code;
@@ -229,8 +283,7 @@ bool Connection::Send(const std::string& bytes) {
 }
 
 wire::Code Connection::Fail(wire::Code code, const std::string& why) {
-  m_progress.Hide();
-  std::fflush(stdout);
+  m_display.End();
   std::fprintf(stderr, "vantacorectl: %s\n", program::PrintableLines(why).c_str());
   m_isOver = true;
   m_end = code;

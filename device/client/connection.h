@@ -8,10 +8,11 @@
 #include <vector>
 
 #include "device/wire/wire.h"
-#include "progress_line.h"
-#include "safe_text.h"
+#include "display.h"
 
 namespace client {
+
+class InterruptWatch;
 
 class Connection {
  public:
@@ -30,11 +31,15 @@ class Connection {
   void WaitForNoEffects();
   /// The next command is the only one of this session.
   void ExpectOneCommand();
-  /// Has a command carried out and prints its output on standard output, made safe by SafeText.
-  /// Returns the code of the reply. Meanwhile a terminal shows how far the command has come, if the
-  /// daemon tells it; the daemon's timeout counts from the last that it has told. An interrupt
-  /// meanwhile stops the output; a second one ends the process.
+  /// From now on output that is longer than the terminal goes to a pager (display.h).
+  void WantPages() { m_display.WantPages(); }
+  /// Has a command carried out and shows its output. Returns the code of the reply. Meanwhile a
+  /// terminal shows how far the command has come, if the daemon tells it; the daemon's timeout
+  /// counts from the last that it has told. An interrupt meanwhile stops the output, and so does
+  /// an operator who quits the pager; a second interrupt ends the process, unless there is a pager.
   wire::Code Execute(const std::string& command);
+  /// Shows what may stand at the end of `begun`, in the daemon's words.
+  void ShowHelp(const std::string& begun);
   /// Returns the words that may stand at the end of `begun`; none if the daemon does not answer.
   /// What the daemon says instead, before it hangs up, goes to standard output.
   std::vector<std::string> Complete(const std::string& begun);
@@ -50,8 +55,12 @@ class Connection {
 
  private:
   /// Waits for the reply and returns its code; passes the output that comes before it to `take`.
-  wire::Code Await(const std::function<void(std::string output)>& take);
-  wire::Code AwaitAndPrint();
+  wire::Code Await(const InterruptWatch& watch,
+                   const std::function<void(std::string output)>& take);
+  wire::Code AwaitAndShow();
+  /// Waits until there is something to read, and reads it. Returns nothing then, else how the
+  /// session ends.
+  std::optional<wire::Code> AwaitBytes(const InterruptWatch& watch);
   /// Returns nothing if the daemon's version is known, else how the session ends.
   std::optional<wire::Code> CheckVersion(unsigned short version);
   wire::Code TakeReply(const wire::Message& reply);
@@ -65,14 +74,14 @@ class Connection {
   int m_timeoutSeconds;
   int m_fd = -1;
   wire::Decoder m_decoder;
-  SafeText m_output;
-  ProgressLine m_progress;
+  Display m_display;
   std::string m_ahead;  // what is said with the next command
   bool m_isGreeted = false;
   unsigned short m_vlan = 0;
   bool m_isOver = false;
   wire::Code m_end = wire::Code::DONE;
   bool m_wasInterrupted = false;
+  bool m_isStopped = false;  // the daemon has been told that the operator has quit the pager
 };
 
 }  // namespace client

@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "command_line.h"
 #include "connection.h"
 #include "device/editor/line_editor.h"
+#include "device/program/comment.h"
 #include "device/program/printable.h"
 #include "device/program/standard_streams.h"
 
@@ -32,6 +34,9 @@ Code ExecuteLines(Connection& connection) {
     if (!std::getline(std::cin, line) || std::ferror(stdin)) {
       break;
     }
+    if (program::IsComment(line)) {
+      continue;
+    }
     const Code code = connection.Execute(line);
     first = first == Code::DONE ? code : first;
   }
@@ -42,20 +47,34 @@ Code ExecuteLines(Connection& connection) {
   return first;
 }
 
-// At a prompt the operator has seen each reply; what counts is how the session ended.
-Code Converse(Connection& connection) {
+// At a prompt the operator has seen each reply; what counts is how the session ended. Returns
+// nothing if an interrupt ended it.
+std::optional<Code> Converse(Connection& connection) {
   editor::LineEditor lines(
       [&connection](const std::string& begun) { return connection.Complete(begun); });
-  Code code = Code::DONE;
   while (!connection.IsOver()) {
-    const auto line = lines.Read("vantacore[" + std::to_string(connection.GetVlan()) + "]> ");
-    if (!line) {
-      return Code::DONE;
+    std::string line;
+    const editor::Step step =
+        lines.Read("vantacore[" + std::to_string(connection.GetVlan()) + "]> ", line);
+    if (step != editor::Step::END && connection.IsOver()) {  // while the line was edited
+      break;
     }
-    // The session may have ended while the line was edited, which has been said then.
-    code = connection.IsOver() ? connection.GetEnd() : connection.Execute(*line);
+    switch (step) {
+      case editor::Step::LINE:
+        connection.Execute(line);
+        break;
+      case editor::Step::HELP:
+        connection.ShowHelp(line);
+        break;
+      case editor::Step::INTERRUPTED:
+        return std::nullopt;
+      case editor::Step::END:
+        return Code::DONE;
+      default:
+        break;
+    }
   }
-  return code;
+  return connection.GetEnd();
 }
 
 Code Run(const client::CommandLine& line) {
@@ -65,12 +84,20 @@ Code Run(const client::CommandLine& line) {
     if (!line.isWaiting) {
       connection.WaitForNoEffects();
     }
+    if (line.wantsPages && (line.hasCommand || isatty(STDIN_FILENO))) {
+      connection.WantPages();
+    }
     if (line.hasCommand) {
       connection.ExpectOneCommand();
+      code = connection.Execute(line.command);
     } else if (isatty(STDIN_FILENO)) {
-      return Converse(connection);
+      if (const auto end = Converse(connection)) {
+        return *end;
+      }
+      EndAsInterrupted();
+    } else {
+      code = ExecuteLines(connection);
     }
-    code = line.hasCommand ? connection.Execute(line.command) : ExecuteLines(connection);
   }
   if (connection.WasInterrupted()) {
     EndAsInterrupted();

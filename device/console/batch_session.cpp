@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "device/program/comment.h"
 #include "device/program/standard_streams.h"
 #include "tarsel/trace.h"
 
@@ -36,7 +37,7 @@ void BatchSession::Flush() {
 void BatchSession::Ready() {
   m_lines.Next([this](const std::optional<std::string>& line) {
     if (line) {
-      Execute(*line);
+      Execute(program::IsComment(*line) ? "" : *line);
     } else if (m_lines.HasFailed()) {
       Complain("vantacored: standard input cannot be read");
       Leave(program::EXIT_FAILED);
@@ -46,14 +47,9 @@ void BatchSession::Ready() {
   });
 }
 
+// The log has told of what had not settled.
 int BatchSession::GetExitStatus() const {
-  if (HadUsage()) {
-    return program::EXIT_USAGE;
-  }
-  if (HadFaults()) {
-    return program::EXIT_FAILED;
-  }
-  return HadDifferences() ? program::EXIT_DIFFERS : program::EXIT_DONE;
+  return static_cast<int>(ResultOf(GetAllSigns() & ~static_cast<unsigned int>(UNSETTLED)));
 }
 
 }  // namespace console

@@ -7,11 +7,10 @@
 
 namespace console {
 
-/// Waits until things have settled, then carries out one line after another. The process ends with
-/// the input. Its status is program::EXIT_USAGE if a line was Result::USAGE, else
-/// program::EXIT_FAILED if one was Result::FAULTY, else program::EXIT_DIFFERS if one was
-/// Result::DIFFERS, else 0. It ends with program::EXIT_FAILED as soon as output cannot be written
-/// or input cannot be read.
+/// Waits until things have settled, then carries out one line after another, except comments
+/// (device/program/comment.h). The process ends with the input; its status is the number of the
+/// worst result of its lines (exit_rules.h). It ends with program::EXIT_FAILED as soon as output
+/// cannot be written or input cannot be read.
 class BatchSession : public Session {
  public:
   BatchSession(const SessionContext& context, unsigned short vlan);

@@ -2,15 +2,13 @@
 #ifndef DEVICE_CONSOLE_CONSOLE_SERVER_H
 #define DEVICE_CONSOLE_CONSOLE_SERVER_H
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <functional>
 #include <list>
 #include <memory>
 #include <string>
-#include <utility>
 
+#include "device/loop/listening_socket.h"
 #include "socket_session.h"
 
 namespace console {
@@ -21,6 +19,9 @@ namespace console {
 /// is refused otherwise.
 class ConsoleServer {
  public:
+  /// Of the protocol that it speaks with its clients.
+  static constexpr unsigned short PROTOCOL_VERSION = wire::VERSION;
+
   struct Context {
     const Dispatcher& dispatcher;  // borrowed
     /// Makes a session's own wait until things have settled.
@@ -28,14 +29,13 @@ class ConsoleServer {
     std::function<unsigned short()> defaultVlan;
     Walks& walks;  // borrowed
     /// As SessionContext's.
-    std::function<std::vector<std::string>(std::size_t most)> findDifferences = {};
+    std::function<views::Effect(std::size_t most)> findEffect = {};
   };
 
   struct Limits {
-    std::size_t sessions = 64;                 // without the one that is kept for root
-    std::uint64_t silentMilliseconds = 60000;  // from when a session may lose its place
-    std::uint64_t greetingMilliseconds =
-        5000;  // for which a client may say nothing at the beginning
+    std::size_t sessions = 64;                  // without the one that is kept for root
+    std::uint64_t silentMilliseconds = 60000;   // from when a session may lose its place
+    std::uint64_t greetingMilliseconds = 5000;  // for a client to say its first word
   };
 
   /// Listens at `path`; a socket that an ended daemon has left there is replaced. Only the daemon's
@@ -49,6 +49,7 @@ class ConsoleServer {
 
   /// Begins to serve clients when things have settled.
   void Start();
+  std::size_t CountSessions() const;
 
  private:
   struct Client {
@@ -57,9 +58,6 @@ class ConsoleServer {
     bool isGone = false;
   };
 
-  using Identity = std::pair<dev_t, ino_t>;  // of a file, whatever it is called
-
-  static Identity FindIdentity(const std::string& path);
   void Serve();
   void Accept();
   void Welcome(int fd);
@@ -69,11 +67,9 @@ class ConsoleServer {
   void Sweep();
 
   uv_loop_s* m_loop;
-  const std::string m_path;
   const Context m_context;
   const Limits m_limits;
-  program::OwnedDescriptor m_listener;
-  const Identity m_identity;
+  const loop::ListeningSocket m_listener;
   loop::Poll m_poll;
   loop::Task m_sweep;
   loop::Timer m_pause;

@@ -1,44 +1,20 @@
-// Ownership of consoles. A handler of the library may delete the console, leave it to a command
-// that goes on walking the stack's tables, or leave it to its caller, and it returns nothing. So
-// every command gets a console of its own: a deleted one has said so, one that a live command owns
-// is the command's, and any other is deleted here.
 #include "dispatcher.h"
 
 #include <algorithm>
-#include <iterator>
-#include <sstream>
 #include <utility>
 
 #include "device/program/printable.h"
-#include "host_console.h"
-#include "vantacore/dc_console_command.h"
-#include "vantacore/dc_interface_console_command.h"
-#include "vantacore/dc_router_mgr.h"
-#include "vantacore/dc_rtm_mgr.h"
-#include "vantacore/rtm_commands.h"
+#include "foreign_words.h"
+#include "library_words.h"
+#include "misunderstanding.h"
+#include "places.h"
 #include "vlan_id.h"
+#include "what_fits.h"
+#include "word_help.h"
 
 namespace console {
 
 using program::Quote;
-using Tarsel::DcConsole;
-using Tarsel::DcConsoleCommand;
-using Tarsel::DcRouterMgr;
-
-/// A line that is being carried out.
-struct Dispatcher::Call {
-  Words before;  // `show`, or nothing
-  Words words;   // the command after it; there is one
-  const std::shared_ptr<RunningCommand>& command;
-  const char* pattern = nullptr;  // the form of the command
-  Reply reply = {};
-  bool goesOn = false;  // and something else will end the command: a console, or an asker
-
-  void Write(const std::string& text) const { command->Write(text); }
-  Words After(std::size_t count) const {
-    return {words.begin() + static_cast<std::ptrdiff_t>(count), words.end()};
-  }
-};
 
 struct Dispatcher::Entry {
   const char* pattern;
@@ -48,47 +24,70 @@ struct Dispatcher::Entry {
 };
 
 // The one list of forms. Of several that fit, the first counts. Words in the place of "..." are for
-// others to understand. "show <command>" is for help: Run looks at the command itself.
+// others to understand. "show <command>" is for help: Read looks at the command itself.
 const Dispatcher::Entry Dispatcher::ENTRIES[] = {
-    {"ip [help|?]", &Dispatcher::ListTree, nullptr, true},
-    {"ip [<word> ...]", &Dispatcher::RunTree, "IPv4 commands; alone, lists them", true},
-    {"ip6 [help|?]", &Dispatcher::ListTree, nullptr, true},
-    {"ip6 [<word> ...]", &Dispatcher::RunTree, "IPv6 commands; alone, lists them", true},
+    {"route [vrf <vid>|all] [<address>|<prefix> [longer]] [proto <protocol>] [via <gateway>] "
+     "[dev <interface>] [installed|waiting|refused] [summary] [json]",
+     &Dispatcher::RunView, "IPv4 routes, and why one is not installed", true},
+    {"route6 [vrf <vid>|all] [<address>|<prefix> [longer]] [proto <protocol>] [via <gateway>] "
+     "[dev <interface>] [installed|waiting|refused] [summary] [json]",
+     &Dispatcher::RunView, "IPv6 routes", true},
+    {"explain {<address>|<prefix>} [vrf <vid>] [json]", &Dispatcher::RunView,
+     "One prefix: who wants it, what came of it", true},
+    {"summary [vrf <vid>|all] [json]", &Dispatcher::RunView, "Routes and rows in numbers", true},
+    {"requests [vrf <vid>|all] [json]", &Dispatcher::RunView, "What waits, and what was refused",
+     true},
+    {"status [json]", &Dispatcher::RunView, "How the daemon is", true},
+    {"version [json]", &Dispatcher::RunView, "Which version it is", true},
+    {"watch [route|request|interface|reload] [vrf <vid>|all] [json]", &Dispatcher::RunView,
+     "Changes as they come, until Ctrl-C", true},
+    {"metrics", &Dispatcher::RunView, "Counters for Prometheus", true},
+    {"interface [vrf <vid>]", &Dispatcher::RunLibrary, "Interfaces with their IPv4 addresses",
+     true},
+    {"interface6 [vrf <vid>]", &Dispatcher::RunLibrary, "Interfaces with their IPv6 addresses",
+     true},
+    {"ip [<word> ...]", &Dispatcher::RunLibrary, "IPv4 commands; alone, lists them", true},
+    {"ip6 [<word> ...]", &Dispatcher::RunLibrary, "IPv6 commands; alone, lists them", true},
     {"rtm [help|?]", &Dispatcher::ListTables, nullptr, true},
-    {"rtm route|rib [ipv6] [<option> ...]", &Dispatcher::ShowTable,
+    {"rtm route|rib [ipv6] [<option> ...]", &Dispatcher::RunLibrary,
      "Installed routes, or all candidates", true},
-    {"interface [vrf <vid>]", &Dispatcher::ShowInterfaces, "Interfaces with their IPv4 addresses",
-     true},
-    {"interface6 [vrf <vid>]", &Dispatcher::ShowInterfaces, "Interfaces with their IPv6 addresses",
-     true},
     {"show [help|?]", &Dispatcher::ListShown, nullptr, false},
     {"show <command>", &Dispatcher::ListShown, "The same as the command alone", false},
     {"vrf <vid>", &Dispatcher::ChooseVlan, "Choose the VLAN that commands are about", false},
-    {"check [strict]", &Dispatcher::RunFolder, "Find what is wrong in the folder; change nothing",
-     false},
-    {"diff [<revision>]", &Dispatcher::RunFolder,
-     "What a reload would change, or the way to a revision", false},
-    {"reload [force] [confirm <seconds>]", &Dispatcher::RunFolder,
+    {"check [strict] [json]", &Dispatcher::RunFolder, "What is wrong in the folder", false},
+    {"diff [<revision>] [json]", &Dispatcher::RunFolder, "What a reload or a revision would change",
+     true},
+    {"reload [force] [confirm <seconds>] [json]", &Dispatcher::RunFolder,
      "Apply the folder; with confirm, on trial", false},
-    {"confirm <revision>", &Dispatcher::RunFolder, "Keep what a reload on trial has applied",
+    {"confirm <revision> [json]", &Dispatcher::RunFolder, "Keep what a reload on trial has applied",
      false},
-    {"undo [<n>]", &Dispatcher::RunFolder, "Bring back what was in force n changes ago (1)", false},
-    {"history", &Dispatcher::RunFolder, "List the revisions: what has been in force", false},
-    {"revision <n>", &Dispatcher::RunFolder, "Show one of them", false},
-    {"verify [stack]", &Dispatcher::RunFolder, "Compare what is wanted with what the stack has",
+    {"undo [<changes-back>] [json]", &Dispatcher::RunFolder, "Go back: one change, or so many",
      false},
-    {"lab [help|?]", &Dispatcher::ListLab, nullptr, false},
-    {"lab [<word> ...]", &Dispatcher::RunLab, "Make things happen to the device; alone, lists how",
+    {"history [json]", &Dispatcher::RunFolder, "List the revisions: what has been in force", true},
+    {"revision <revision> [json]", &Dispatcher::RunFolder, "Show one of them", true},
+    {"verify [stack] [json]", &Dispatcher::RunFolder, "Compare the stack with what is wanted",
      false},
-    {"help", &Dispatcher::Help, "This list; ? does the same", false},
+    {"retry [<prefix>]", &Dispatcher::RunView, "Ask again now for what was refused", false},
+    {"log level <level> [<component>]", &Dispatcher::RunView, "How much is logged", false},
+    {"lab [<word> ...]", &Dispatcher::RunLab, "Make things happen; alone, lists how", false},
+    {"help", &Dispatcher::Help, "This list; ? after words tells more", false},
     {"?", &Dispatcher::Help, nullptr, false},
     {"quit", &Dispatcher::Quit, "Leave; exit does the same", false},
     {"exit", &Dispatcher::Quit, nullptr, false},
 };
 
 struct Dispatcher::Table {
-  Grammar grammar;
+  Grammar grammar{true};
   std::vector<const Entry*> entries;  // in the grammar's order
+};
+
+/// What a line means.
+struct Dispatcher::Line {
+  Words before;  // `show`, or nothing
+  Parse parse;   // of the command after it
+  const Table& table;
+
+  const Entry& GetEntry() const { return *table.entries[parse.form]; }
 };
 
 const Dispatcher::Table& Dispatcher::TableOf(bool isShow) {
@@ -109,30 +108,7 @@ const Dispatcher::Table& Dispatcher::TableOf(bool isShow) {
 
 namespace {
 
-// What the library's handlers understand after these words. They check it themselves; this is for
-// completion only.
-struct Followers {
-  const char* before;
-  Words words;
-};
-
-const Followers FOLLOWERS[] = {
-    {"ip protocol", {"database", "mcast-database", "summary", "pending-actions", "ips"}},
-    {"ip protocol database", {"vrf", "dest", "proto", "detail"}},
-    {"ip protocol pending-actions", {"summary"}},
-    {"ip protocol ips", {"on", "off", "status", "set", "reset"}},
-    {"ip6 protocol", {"database", "summary"}},
-    {"ip6 protocol database", {"vrf", "dest", "proto", "detail"}},
-    {"rtm route", {"vrf", "dest", "proto", "detail"}},
-    {"rtm route ipv6", {"vrf", "dest", "proto", "detail"}},
-    {"rtm rib", {"vrf", "dest", "proto", "detail"}},
-    {"rtm rib ipv6", {"vrf", "dest", "proto", "detail"}},
-};
-
-const DcRouterMgr::CmdHandlers& Registry(const std::string& tree) {
-  const DcRouterMgr* manager = DcRouterMgr::GetInstance();
-  return tree == "ip6" ? manager->GetIp6ConCmdHandlers() : manager->GetIp4ConCmdHandlers();
-}
+constexpr const char* BAR = "|";
 
 bool IsHelp(const std::string& word) { return word == "help" || word == "?"; }
 
@@ -141,260 +117,298 @@ Words operator+(Words words, const Words& more) {
   return words;
 }
 
-std::string Row(const std::string& left, const std::string& right) {
-  return "  " + left + std::string(left.size() < 36 ? 36 - left.size() : 1, ' ') + right + "\n";
-}
+Words Tail(const Words& words) { return {words.begin() + 1, words.end()}; }
 
-std::string Joined(const Words& words) {
-  std::string text;
-  for (const std::string& word : words) {
-    text += (text.empty() ? "" : " ") + word;
-  }
-  return text;
-}
-
-// Runs `handler` with a console of its own and with words that it may change.
-template <class Handler>
-void WithConsole(const std::shared_ptr<RunningCommand>& command, Words words, Handler handler) {
-  std::vector<char*> argv;
-  for (std::string& word : words) {
-    argv.push_back(&word[0]);
-  }
-  argv.push_back(nullptr);
-  DcConsole* console = new HostConsole(command);
-  handler(console, static_cast<int>(words.size()), argv.data());
-  if (!command->HasLostConsole() && !DcConsoleCommand::Owns(console)) {
-    delete console;
-  }
-}
-
-// A command that refuses its words is deleted, its console with it; one that accepts them lives
-// until its walk ends.
-void Walk(DcConsoleCommand* command, int argc, char** argv) {
-  if (!command->Parse(argc, argv)) {
-    delete command;
-  }
+// Whether the words after the first one are for others to understand.
+bool IsOthers(const Parse& parse) {
+  const std::string& first = parse.words[0];
+  return first == "ip" || first == "ip6" || first == "rtm" || first == "lab";
 }
 
 }  // namespace
 
-Dispatcher::Dispatcher(FolderCommands folder, Lab& lab) : m_folder(std::move(folder)), m_lab(lab) {}
-
-Words Dispatcher::Split(const std::string& line) {
-  std::istringstream stream(line);
-  return {std::istream_iterator<std::string>(stream), {}};
-}
+Dispatcher::Dispatcher(FolderCommands folder, Lab& lab, Answers answers)
+    : m_folder(std::move(folder)), m_views(std::move(answers)), m_lab(lab) {}
 
 Reply Dispatcher::Execute(const std::string& line,
                           const std::shared_ptr<RunningCommand>& command) const {
-  Call call{{}, Split(line), command};
-  call.reply.vlan = command->GetVlan();
+  Reply reply;
+  reply.vlan = command->GetVlan();
+  bool goesOn = false;
+  PipedLine piped = SplitPipe(line);
+  const Words words = Split(piped.command);
+  auto filter = piped.filter ? MakeFilter(*piped.filter) : nullptr;
   if (line.find('\0') != std::string::npos) {  // handlers take C texts
-    call.Write("There is a NUL in " + Quote(line) + "\n");
-    command->Misunderstand();
-  } else if (!call.words.empty()) {
-    Run(call);
+    console::Misunderstand(words, {}, "There is a NUL in " + Quote(line), *command);
+  } else if (piped.filter && (!filter || words.empty())) {
+    console::Misunderstand(words, {}, ExplainFilter(*piped.filter), *command);
+  } else if (!words.empty()) {
+    command->Filter(std::move(filter));
+    Run(words, command, reply, goesOn);
   }
-  if (!call.goesOn) {
+  if (!goesOn) {
     command->End();
   }
-  return call.reply;
+  return reply;
 }
 
-void Dispatcher::Run(Call& call) const {
-  const bool isShow = call.words[0] == "show" && call.words.size() > 1 && !IsHelp(call.words[1]);
+Dispatcher::Line Dispatcher::Read(const Words& words) {
+  Line line{{}, TableOf(false).grammar.Read(words), TableOf(false)};
+  const bool isShow = words.size() > 1 && !line.parse.words.empty() &&
+                      line.parse.words[0] == "show" && !IsHelp(words[1]);
   if (isShow) {
-    call.before = {"show"};
-    call.words.erase(call.words.begin());
+    return {{"show"}, TableOf(true).grammar.Read(Tail(words)), TableOf(true)};
   }
-  const Table& table = TableOf(isShow);
-  const Match match = table.grammar.Find(call.words);
-  if (match.misfit != Match::NONE) {
-    Misunderstand(call, match.misfit);
-  } else if (match.form == Match::NONE) {
-    for (const std::size_t begun : match.begun) {
-      WriteUsage(call, table.entries[begun]->pattern);
+  if (!line.parse.words.empty() && line.parse.words[0] == "lab" && words.size() > 1 &&
+      !IsHelp(words[1])) {
+    const Parse lab = Lab::Read(Tail(words));
+    line.parse.following = lab.following;
+    line.parse.misfit = lab.misfit == Parse::NONE ? Parse::NONE : lab.misfit + 1;
+    if (lab.misfit != Parse::NONE) {
+      line.parse.words.resize(lab.misfit + 1);
     }
-  } else if (call.words.size() > 2 && IsHelp(call.words[1])) {  // in the place of "..."
-    Misunderstand(call, 2);
-  } else {
-    call.pattern = table.entries[match.form]->pattern;
-    (this->*table.entries[match.form]->handler)(call);
+  }
+  return line;
+}
+
+void Dispatcher::Run(const Words& words, const std::shared_ptr<RunningCommand>& command,
+                     Reply& reply, bool& goesOn) const {
+  if (const std::string answer = FindForeignWords(words); !answer.empty()) {
+    console::Misunderstand(words, {}, answer, *command);
+    return;
+  }
+  Line line = Read(words);
+  const bool asksForHelp = words.size() > 1 && words.back() == "?" &&
+                           line.parse.misfit + line.before.size() + 1 == words.size();
+  if (asksForHelp && !Following(line).empty()) {
+    command->Write(HelpOf(line));
+    return;
+  }
+  if (line.parse.misfit != Parse::NONE) {
+    Misunderstand(line, words, *command);
+    return;
+  }
+  if (line.parse.form == Parse::NONE) {
+    TellUsage(line, words, *command);
+    return;
+  }
+  if (command->IsFiltered() && line.parse.Has("json")) {
+    console::Misunderstand(words, line.parse, "A JSON document is not filtered by lines", *command);
+    return;
+  }
+  Call call{line.parse, command};
+  call.reply.vlan = command->GetVlan();
+  (this->*line.GetEntry().handler)(call);
+  goesOn = call.goesOn;
+  reply = std::move(call.reply);
+  if (call.misfit != Parse::NONE) {
+    TellMisfit(call, line, words);
   }
 }
 
-// The word at `misfit` is the first that is not understood. Instead of it comes what is `expected`,
-// or one of the words that are possible there.
-void Dispatcher::Misunderstand(Call& call, std::size_t misfit, const std::string& expected) {
-  const std::string word = Quote(call.words[misfit]);
-  call.words.resize(misfit);
-  const Words before = call.before + call.words;
-  const Words possible = Following(before);
-  call.Write(before.empty()
-                 ? word + " is unknown."
-                 : Quote(Joined(before)) + " is understood, " + word + " after it is not.");
-  if (!expected.empty()) {
-    call.Write(" Expected: " + expected + "\n");
-  } else if (possible.empty()) {
-    call.Write(" Nothing may follow.\n");
-  } else {
-    call.Write(" Possible: " + Joined(possible) + "\n");
+// The line fits its form, and its handler does not take one of the words.
+void Dispatcher::TellMisfit(const Call& call, Line line, const Words& words) {
+  line.parse.misfit = call.misfit;
+  line.parse.words.resize(call.misfit);
+  line.parse.following.clear();
+  for (const std::string& word : call.possible) {
+    line.parse.following.push_back({word, false});
   }
-  call.command->Misunderstand();
+  if (call.expected.empty()) {
+    Misunderstand(line, words, *call.command);
+    return;
+  }
+  console::Misunderstand(words, line.parse,
+                         Quote(Joined(line.before + line.parse.words)) + " is understood, " +
+                             Quote(words[line.before.size() + call.misfit]) +
+                             " after it is not. Expected: " + call.expected,
+                         *call.command);
 }
 
-void Dispatcher::WriteUsage(const Call& call, const char* pattern) {
-  call.Write(std::string("Usage: ") + pattern + "\n");
+// The word at the misfit is the first that is not understood.
+void Dispatcher::Misunderstand(const Line& line, const Words& words, RunningCommand& command) {
+  const Parse& parse = line.parse;
+  const std::size_t misfit = line.before.size() + parse.misfit;
+  if (const std::string answer = FindForeignWords(words, misfit); !answer.empty()) {
+    console::Misunderstand(words, parse, answer, command);
+    return;
+  }
+  const std::string& word = words[misfit];
+  const Words before = line.before + parse.words;
+  const std::string head = before.empty() ? "" : Quote(Joined(before)) + " is understood, ";
+  if (parse.ambiguous.size() > 1) {
+    console::Misunderstand(words, parse,
+                           head + Quote(word) + (before.empty() ? "" : " after it") +
+                               " is ambiguous: " + Joined(parse.ambiguous),
+                           command);
+    return;
+  }
+  const std::vector<Atom> following = Following(line);
+  console::Misunderstand(words, parse,
+                         head + Quote(word) +
+                             (before.empty() ? " is unknown." : " after it is not.") +
+                             WhatFits(word, following),
+                         command);
 }
 
-Words Dispatcher::Following(Words before) {
-  const bool isShow = !before.empty() && before[0] == "show";
-  if (isShow) {
-    before.erase(before.begin());
+void Dispatcher::TellUsage(const Line& line, const Words& words, RunningCommand& command) {
+  std::string usage;
+  for (const std::size_t begun : line.parse.begun) {
+    usage +=
+        (usage.empty() ? "Usage: " : "\nUsage: ") + std::string(line.table.entries[begun]->pattern);
   }
-  Words words = TableOf(isShow).grammar.Following(before);
-  if (!before.empty()) {  // help may stand after a word that lists others, and is not one of these
-    words.erase(std::remove_if(words.begin(), words.end(), IsHelp), words.end());
-  }
-  if (before.size() == 1 && (before[0] == "ip" || before[0] == "ip6")) {
-    for (const auto& handler : Registry(before[0])) {
-      words.push_back(handler.first.c_str());
-    }
-  } else if (!before.empty() && before[0] == "lab" && !isShow) {
-    words = Lab::Following({before.begin() + 1, before.end()});
-  }
-  const std::string line = Joined(before);
-  const auto* found = std::find_if(std::begin(FOLLOWERS), std::end(FOLLOWERS),
-                                   [&](const Followers& entry) { return entry.before == line; });
-  return found == std::end(FOLLOWERS) ? words : words + found->words;
+  console::Misunderstand(words, line.parse, usage, command);
 }
 
-Words Dispatcher::Complete(const std::string& line) {
-  const std::size_t word = line.rfind(' ') + 1;  // 0 if there is none
-  return Complete(Split(line.substr(0, word)), line.substr(word));
-}
-
-Words Dispatcher::Complete(Words before, const std::string& begun) {
-  Words words = Following(std::move(before));
-  words.erase(std::remove_if(words.begin(), words.end(),
-                             [&](const std::string& word) {
-                               return word.compare(0, begun.size(), begun) != 0;
+// What may stand after the words of the line that are understood. Help may stand after a word that
+// lists others, and is not one of these.
+std::vector<Atom> Dispatcher::Following(const Line& line) {
+  std::vector<Atom> atoms = line.parse.following;
+  if (line.parse.words.empty()) {
+    return atoms;
+  }
+  if (line.parse.words == Words{"lab"}) {
+    atoms = Lab::Read({}).following;
+  } else if (line.parse.words == Words{"show"}) {
+    atoms = TableOf(true).grammar.Read({}).following;
+  } else if (IsOthers(line.parse) && line.parse.words[0] != "lab") {
+    const std::vector<Atom> others = FollowLibraryWords(line.parse.words);
+    atoms.insert(atoms.end(), others.begin(), others.end());
+  }
+  atoms.erase(std::remove_if(atoms.begin(), atoms.end(),
+                             [](const Atom& atom) {
+                               return IsHelp(atom.text) || atom.text == "word" ||
+                                      atom.text == "option";
                              }),
+              atoms.end());
+  return atoms;
+}
+
+Words Dispatcher::Complete(const std::string& text, unsigned short vlan) const {
+  const std::size_t at = text.rfind(' ') + 1;  // 0 if there is none
+  const std::string begun = text.substr(at);
+  const PipedLine piped = SplitPipe(begun == BAR ? text : text.substr(0, at));
+  Words words;
+  if (piped.filter) {
+    words = Split(*piped.filter).empty() ? FilterWords() : Words();
+    for (std::string& word : words) {
+      word = begun == BAR ? BAR + (" " + word) : word;
+    }
+  } else {
+    const Line line = Read(Split(piped.command));
+    if (line.parse.misfit != Parse::NONE) {
+      return {};
+    }
+    const std::string* vid = line.parse.Find("vid");
+    const unsigned short about = vid ? ReadVlan(*vid).value_or(vlan) : vlan;
+    const std::string first = line.parse.words.empty() ? "" : line.parse.words[0];
+    for (const Atom& atom : Following(line)) {
+      words = words + (!atom.isPlace ? Words{atom.text}
+                                     : ValuesOf(atom.text) +
+                                           m_views.Complete(atom.text, begun, about, first));
+    }
+  }
+  words.erase(std::remove_if(words.begin(), words.end(),
+                             [&](const std::string& word) { return !BeginsWith(word, begun); }),
               words.end());
   return words;
+}
+
+std::string Dispatcher::HelpAt(const std::string& text) {
+  const std::size_t at = text.rfind(' ') + 1;
+  const PipedLine piped = SplitPipe(text.substr(at) == BAR ? text : text.substr(0, at));
+  if (piped.filter) {
+    return HelpRow("include <text>", "Lines that contain the text") +
+           HelpRow("exclude <text>", "Lines that do not") + HelpRow("count", "How many lines");
+  }
+  const Line line = Read(Split(piped.command));
+  return line.parse.misfit == Parse::NONE ? HelpOf(line, text.substr(at)) : "";
+}
+
+std::string Dispatcher::HelpOf(const Line& line, const std::string& begun) {
+  std::string text;
+  const bool isFirst = line.parse.words.empty() || line.parse.words == Words{"show"};
+  for (const Atom& atom : Following(line)) {
+    if (atom.isPlace ? !isFirst : BeginsWith(atom.text, begun)) {
+      text +=
+          HelpRow(atom.isPlace ? "<" + atom.text + ">" : atom.text, DescriptionOf(atom, isFirst));
+    }
+  }
+  return text;
+}
+
+std::string Dispatcher::DescriptionOf(const Atom& atom, bool isFirst) {
+  for (const Entry& entry : ENTRIES) {
+    if (isFirst && entry.description && Split(entry.pattern)[0] == atom.text) {
+      return entry.description;
+    }
+  }
+  return DescribeOption(atom);
 }
 
 void Dispatcher::Help(Call& call) const {
   for (const Entry& entry : ENTRIES) {
     if (entry.description) {
-      call.Write(Row(entry.pattern, entry.description));
+      call.Write(HelpRow(entry.pattern, entry.description));
     }
   }
 }
 
 void Dispatcher::Quit(Call& call) const { call.reply.isQuit = true; }
 
-// Takes the word for the id of a VLAN that exists, or says why it is not.
-bool Dispatcher::TakeVlan(Call& call, const std::string& word, unsigned short& vlan) {
-  const auto id = ReadVlan(word);
-  if (!id) {
-    WriteUsage(call, call.pattern);
-    return false;
-  }
-  if (DcRouterMgr::GetInstance()->GetVlans().count(*id) == 0) {
-    call.Write("VLAN " + std::to_string(*id) + " is not present\n");
-    call.command->Refuse();
-    return false;
-  }
-  vlan = *id;
-  return true;
-}
+void Dispatcher::ChooseVlan(Call& call) const { TakeVlan(call, call.reply.vlan); }
 
-void Dispatcher::ChooseVlan(Call& call) const { TakeVlan(call, call.words[1], call.reply.vlan); }
+void Dispatcher::RunView(Call& call) const { m_views.Execute(call); }
 
-void Dispatcher::RunFolder(Call& call) const {
-  const FolderReply reply = m_folder.Execute(call.words, call.command);
-  call.goesOn = reply.goesOn;
-  call.reply.hasChanged = reply.hasChanged;
-  call.reply.isReload = reply.isReload;
-  if (reply.misfit != Match::NONE) {
-    Misunderstand(call, reply.misfit, reply.expected);
-  }
-}
+void Dispatcher::RunFolder(Call& call) const { m_folder.Execute(call); }
 
-void Dispatcher::ListTree(Call& call) const {
-  const std::string& tree = call.words[0];
-  for (const auto& [name, entry] : Registry(tree)) {
-    call.Write(Row(tree + " " + name.c_str(), entry.description.c_str()));
+void Dispatcher::RunLibrary(Call& call) const {
+  const Words& words = call.GetWords();
+  const bool isTree = words[0] == "ip" || words[0] == "ip6";
+  if (!isTree || (words.size() > 1 && !IsHelp(words[1]))) {
+    RunLibraryWords(call);
+  } else if (words.size() > 2) {
+    call.misfit = 2;
+  } else {
+    for (const TreeWord& word : ReadTree(words[0])) {
+      call.Write(HelpRow(words[0] + " " + word.name, word.description));
+    }
   }
-}
-
-void Dispatcher::RunTree(Call& call) const {
-  const DcRouterMgr::CmdHandlers& registry = Registry(call.words[0]);
-  const auto found = registry.find(call.words[1].c_str());
-  if (found == registry.end()) {
-    Misunderstand(call, 1);
-    return;
-  }
-  call.goesOn = true;
-  WithConsole(call.command, call.After(1), [&](DcConsole* console, int argc, char** argv) {
-    found->second.handler(nullptr, console, argc, argv);
-  });
 }
 
 void Dispatcher::ListTables(Call& call) const {
-  call.Write(Row("rtm route [ipv6] [<option> ...]", "Installed routes"));
-  call.Write(Row("rtm rib [ipv6] [<option> ...]", "All candidates; > marks the installed"));
-  call.Write(Row("options, in this order", "vrf <vid>, dest <address>, proto <name>, detail"));
-}
-
-void Dispatcher::ShowTable(Call& call) const {
-  const bool ip6 = call.words.size() > 2 && call.words[2] == "ipv6";
-  call.goesOn = true;
-  WithConsole(
-      call.command, call.After(ip6 ? 3 : 2), [&](DcConsole* console, int argc, char** argv) {
-        const int family = ip6 ? Tarsel::DcRtmMgr::PROTO_IPV6 : Tarsel::DcRtmMgr::PROTO_IPV4;
-        DcConsoleCommand* command = nullptr;
-        if (call.words[1] == "rib") {
-          command = new Tarsel::RtmRibCommand(console, family);
-        } else {
-          command = new Tarsel::RtmRouteCommand(console, family);
-        }
-        Walk(command, argc, argv);
-      });
-}
-
-// The library's command itself takes no words and would show any VLAN, also one that does not
-// exist.
-void Dispatcher::ShowInterfaces(Call& call) const {
-  const bool ip6 = call.words[0] == "interface6";
-  unsigned short vlan = call.command->GetVlan();
-  if (call.words.size() > 1 && !TakeVlan(call, call.words[2], vlan)) {
-    return;
-  }
-  call.goesOn = true;
-  WithConsole(call.command, {}, [&](DcConsole* console, int argc, char** argv) {
-    Walk(new Tarsel::DcInterfaceConsoleCommand(console, vlan, ip6), argc, argv);
-  });
+  call.Write(HelpRow("rtm route [ipv6] [<option> ...]", "Installed routes"));
+  call.Write(HelpRow("rtm rib [ipv6] [<option> ...]", "All candidates; > marks the installed"));
+  call.Write(HelpRow("options, in this order", "vrf <vid>, dest <address>, proto <name>, detail"));
 }
 
 void Dispatcher::ListShown(Call& call) const {
-  call.Write("After \"show\" comes a command: " + Joined(Following({"show"})) + "\n");
+  call.Write("After \"show\" comes a command: " +
+             Joined(WordsOf(TableOf(true).grammar.Read({}).following)) + "\n");
 }
 
-void Dispatcher::ListLab(Call& call) const { call.Write(Lab::Help()); }
-
 void Dispatcher::RunLab(Call& call) const {
-  const LabReply reply = m_lab.Execute(call.After(1), call.command->GetVlan());
+  const Words words = Tail(call.GetWords());
+  if (words.empty() || IsHelp(words[0])) {
+    if (words.size() > 1) {
+      call.misfit = 2;
+    } else {
+      call.Write(Lab::Help());
+    }
+    return;
+  }
+  const LabReply reply = m_lab.Execute(words, call.command->GetVlan());
   call.Write(reply.text);
-  if (!reply.text.empty()) {  // one that is carried out prints nothing
+  if (reply.isRefused) {
     call.command->Refuse();
+  }
+  if (reply.isMisunderstood) {
+    call.command->Misunderstand();
+  } else if (!reply.isRefused) {
+    call.LogIt();
   }
   call.reply.hasChanged = reply.hasChanged;
   call.reply.hold = reply.hold;
-  if (reply.unknownAt != Match::NONE) {
-    Misunderstand(call, 1 + reply.unknownAt);
-  }
 }
 
 }  // namespace console

@@ -1,34 +1,26 @@
-// From an operator's line to the handler that carries it out.
+// From an operator's line to the words that carry it out.
 #ifndef DEVICE_CONSOLE_DISPATCHER_H
 #define DEVICE_CONSOLE_DISPATCHER_H
 
-#include <cstddef>
 #include <memory>
 #include <string>
 
+#include "call.h"
 #include "folder_words.h"
 #include "lab.h"
-#include "running_command.h"
+#include "view_words.h"
 
 namespace console {
 
-/// The immediate result of a line; its output may still be coming (RunningCommand::IsOver).
-struct Reply {
-  unsigned short vlan = 0;  // the session's from now on
-  bool hasChanged = false;  // it may take a while until the effect is there
-  bool isReload = false;    // the session tells what the stack does not have of it
-  bool isQuit = false;
-  unsigned int hold = 0;  // as LabReply's: to be given back with Dispatcher::EndHold
-};
-
-/// The operator's commands. One list of forms (form.h) says which words the host takes; help,
+/// The operator's commands. One list of forms (grammar.h) says which words the host takes; help,
 /// completion, "Possible: ..." and usage texts follow from it. A word that fits no form is refused
 /// and named, also after a complete command. After `ip` and `ip6` come the words of the library's
-/// registries, whose handlers take the rest; after `lab` come those of the lab.
+/// registries, whose handlers take the rest; after `lab` come those of the lab. Any line may end
+/// with a filter of its output (output_filter.h).
 class Dispatcher {
  public:
   /// `lab` is borrowed.
-  Dispatcher(FolderCommands folder, Lab& lab);
+  Dispatcher(FolderCommands folder, Lab& lab, Answers answers = {});
 
   /// Carries out a line. All output goes to `command`, which ends when the line has been carried
   /// out; for an empty line it ends at once.
@@ -37,39 +29,42 @@ class Dispatcher {
   /// As Lab::EndHold.
   void EndHold(unsigned int hold, bool wasAlone) const { m_lab.EndHold(hold, wasAlone); }
 
-  /// Returns the known words that may follow `before` and begin with `begun`.
-  static Words Complete(Words before, const std::string& begun);
-  /// The same for a line: its last word, which may be empty, is what has been begun.
-  static Words Complete(const std::string& line);
-  static Words Split(const std::string& line);
+  /// Returns the words and values that may stand at the end of the line and begin with its last
+  /// word, which may be empty, for a session whose VLAN is `vlan`.
+  Words Complete(const std::string& line, unsigned short vlan) const;
+  /// Tells what may stand there: a line for each word that begins so and for each place, with what
+  /// it is for.
+  static std::string HelpAt(const std::string& line);
 
  private:
-  struct Call;
   struct Entry;
   struct Table;
+  struct Line;
   static const Entry ENTRIES[];
 
   static const Table& TableOf(bool isShow);
-  static Words Following(Words before);
-  static void Misunderstand(Call& call, std::size_t misfit, const std::string& expected = {});
-  static void WriteUsage(const Call& call, const char* pattern);
-  static bool TakeVlan(Call& call, const std::string& word, unsigned short& vlan);
+  static Line Read(const Words& words);
+  static std::vector<Atom> Following(const Line& line);
+  static void Misunderstand(const Line& line, const Words& words, RunningCommand& command);
+  static void TellMisfit(const Call& call, Line line, const Words& words);
+  static void TellUsage(const Line& line, const Words& words, RunningCommand& command);
+  static std::string HelpOf(const Line& line, const std::string& begun = {});
+  static std::string DescriptionOf(const Atom& atom, bool isFirst);
 
-  void Run(Call& call) const;
+  void Run(const Words& words, const std::shared_ptr<RunningCommand>& command, Reply& reply,
+           bool& goesOn) const;
   void Help(Call& call) const;
   void Quit(Call& call) const;
   void ChooseVlan(Call& call) const;
+  void RunView(Call& call) const;
   void RunFolder(Call& call) const;
-  void ListTree(Call& call) const;
-  void RunTree(Call& call) const;
+  void RunLibrary(Call& call) const;
   void ListTables(Call& call) const;
-  void ShowTable(Call& call) const;
-  void ShowInterfaces(Call& call) const;
   void ListShown(Call& call) const;
-  void ListLab(Call& call) const;
   void RunLab(Call& call) const;
 
   const FolderWords m_folder;
+  const ViewWords m_views;
   Lab& m_lab;
 };
 

@@ -5,20 +5,11 @@
 #include <iterator>
 #include <utility>
 
+#include "coming_view.h"
 #include "device/program/decimal.h"
+#include "device/rows/verify.h"
 
 namespace console {
-
-/// A line that is being carried out.
-struct FolderWords::Call {
-  const Words& words;
-  const std::shared_ptr<RunningCommand>& command;
-  FolderReply reply = {};
-
-  bool Has(const char* word) const {
-    return std::find(words.begin(), words.end(), word) != words.end();
-  }
-};
 
 struct FolderWords::Word {
   const char* word;  // with which the line begins
@@ -35,17 +26,18 @@ const FolderWords::Word FolderWords::WORDS[] = {
 namespace {
 
 constexpr const char* NO_VERIFY =
-    "This device cannot compare what is wanted with what its stack has\n";
-constexpr const char* NO_DIFF = "This device cannot tell what a reload would change\n";
-constexpr const char* NO_REVISIONS = "This device keeps no revisions\n";
+    "This device cannot compare what is wanted with what its stack has";
+constexpr const char* NO_DIFF = "This device cannot tell what a reload would change";
+constexpr const char* NO_REVISIONS = "This device keeps no revisions";
 
-constexpr const char* A_REVISION = "the number of a revision, from 1 on";
-constexpr const char* REVISIONS_BACK = "how many revisions to go back, from 1 on";
+// Lines about what is not as wanted; the others are counted.
+constexpr std::size_t MOST_FAILS = 1000;
+
+bool IsJson(const Call& call) { return call.GetFormat() == views::Format::JSON; }
 
 // For a command that ends when what was asked for has been judged. `praise` is printed if it has
 // passed.
-apply::Asker AskerOf(const std::shared_ptr<RunningCommand>& command,
-                     const std::string& praise = {}) {
+apply::Asker TextAsker(const std::shared_ptr<RunningCommand>& command, const std::string& praise) {
   return {[command](const std::string& line) { command->Tell(line); },
           [command, praise](bool hasPassed) {
             if (!hasPassed) {
@@ -58,132 +50,159 @@ apply::Asker AskerOf(const std::shared_ptr<RunningCommand>& command,
           command->GetOperator().name};
 }
 
+// For one whose outcome is a document, at the end of which the command ends.
+apply::Asker JsonAsker(Call& call, views::FolderWord word) {
+  const auto arrival = std::make_shared<ComingView::Arrival>();
+  call.reply.view = std::make_unique<ComingView>(arrival);
+  return {nullptr,
+          [command = call.command](bool hasPassed) {
+            if (!hasPassed) {
+              command->Fail();
+            }
+          },
+          call.command->GetOperator().name,
+          [arrival, word](const apply::SharedOutcome& outcome) {
+            arrival->Come(views::ShowOutcome(word, outcome));
+          }};
+}
+
+apply::Asker AskerOf(Call& call, views::FolderWord word, const std::string& praise = {}) {
+  return IsJson(call) ? JsonAsker(call, word) : TextAsker(call.command, praise);
+}
+
 // For one that changes the device, about which the log says the same.
-apply::Asker ChangerOf(const std::shared_ptr<RunningCommand>& command) {
-  apply::Asker asker = AskerOf(command);
-  if (command->GetOperator().seesLog) {
+apply::Asker TextChanger(const Call& call) {
+  apply::Asker asker = TextAsker(call.command, {});
+  if (call.command->GetOperator().seesLog) {
     asker.report = nullptr;
   }
   return asker;
 }
 
-// Whether the host has the command. It is refused otherwise, for the reason that `without` tells.
-template <class Function>
-bool CanDo(const Function& function, const std::shared_ptr<RunningCommand>& command,
-           const char* without) {
-  if (!function) {
-    command->Write(without);
-    command->Refuse();
-  }
-  return static_cast<bool>(function);
+// The document tells the effect, too, so it is made when that is there.
+apply::Asker JsonChanger(Call& call, views::FolderWord word) {
+  const auto taken = std::make_shared<apply::SharedOutcome>();
+  call.reply.document = [taken, word, name = call.GetWords()[0]](const views::Effect& effect) {
+    if (!*taken) {
+      return views::ShowRefusal(name, "It has not been judged");
+    }
+    const bool isApplied = (*taken)->hasPassed;
+    return views::ShowOutcome(word, *taken, isApplied ? std::optional(effect) : std::nullopt);
+  };
+  apply::Asker asker = TextAsker(call.command, {});
+  asker.report = nullptr;
+  asker.take = [taken](const apply::SharedOutcome& outcome) { *taken = outcome; };
+  return asker;
 }
 
-// The word at `at`, which is there, as a number; else it is what is not understood.
-std::optional<unsigned int> TakeNumber(const Words& words, std::size_t at, std::uint32_t most,
-                                       const std::string& expected, FolderReply& reply) {
-  const auto number = program::ReadDecimal(words[at], 1, most);
-  if (!number) {
-    reply.misfit = at;
-    reply.expected = expected;
+apply::Asker ChangerOf(Call& call, views::FolderWord word) {
+  return IsJson(call) ? JsonChanger(call, word) : TextChanger(call);
+}
+
+// Whether the host has the command. It is refused otherwise, for the reason that `without` tells.
+template <class Function>
+bool CanDo(const Function& function, Call& call, const char* without) {
+  if (!function) {
+    call.Refuse(without);
+    return false;
   }
-  return number;
+  call.goesOn = true;
+  return true;
+}
+
+// The value in a place, which has been judged; nothing if it is left out.
+std::optional<unsigned int> NumberOf(const Call& call, const char* place) {
+  const std::string* word = call.parse.Find(place);
+  return word ? program::ReadDecimal(*word, 1, UINT32_MAX) : std::nullopt;
 }
 
 }  // namespace
 
 FolderWords::FolderWords(FolderCommands commands) : m_commands(std::move(commands)) {}
 
-FolderReply FolderWords::Execute(const Words& words,
-                                 const std::shared_ptr<RunningCommand>& command) const {
-  Call call{words, command};
-  const Word* found = std::find_if(std::begin(WORDS), std::end(WORDS),
-                                   [&](const Word& word) { return word.word == words[0]; });
+void FolderWords::Execute(Call& call) const {
+  const Word* found = std::find_if(std::begin(WORDS), std::end(WORDS), [&](const Word& word) {
+    return word.word == call.GetWords()[0];
+  });
   if (found != std::end(WORDS)) {
     (this->*found->handler)(call);
   }
-  return call.reply;
 }
 
 void FolderWords::Reload(Call& call) const {
   apply::ReloadRequest request;
-  request.isForced = call.Has("force");
-  if (call.Has("confirm")) {
-    const auto seconds =
-        TakeNumber(call.words, call.words.size() - 1, apply::MAX_CONFIRM_SECONDS,
-                   "seconds, from 1 to " + std::to_string(apply::MAX_CONFIRM_SECONDS), call.reply);
-    if (!seconds) {
-      return;
-    }
-    request.confirmSeconds = *seconds;
-  }
-  call.reply.goesOn = true;
+  request.isForced = call.parse.Has("force");
+  request.confirmSeconds = NumberOf(call, "seconds").value_or(0);
+  call.goesOn = true;
   call.reply.hasChanged = true;
   call.reply.isReload = true;
-  m_commands.reload(ChangerOf(call.command), request);
+  m_commands.reload(ChangerOf(call, views::FolderWord::RELOAD), request);
 }
 
 void FolderWords::Check(Call& call) const {
-  const bool isStrict = call.words.size() > 1;
-  call.reply.goesOn = true;
-  m_commands.check(AskerOf(call.command, isStrict ? "The folder has no errors and no warnings\n"
-                                                  : "The folder has no errors\n"),
-                   isStrict);
+  const bool isStrict = call.parse.Has("strict");
+  const char* praise =
+      isStrict ? "The folder has no errors and no warnings\n" : "The folder has no errors\n";
+  call.goesOn = true;
+  m_commands.check(AskerOf(call, views::FolderWord::CHECK, praise), isStrict);
 }
 
 void FolderWords::Verify(Call& call) const {
-  if (CanDo(m_commands.verify, call.command, NO_VERIFY)) {
-    call.reply.goesOn = true;
-    m_commands.verify(AskerOf(call.command));
+  if (!CanDo(m_commands.verify, call, NO_VERIFY)) {
+    return;
   }
+  const auto arrival = std::make_shared<ComingView::Arrival>();
+  if (IsJson(call)) {
+    call.reply.view = std::make_unique<ComingView>(arrival);
+  }
+  m_commands.verify(MOST_FAILS, [command = call.command, arrival, isJson = IsJson(call)](
+                                    const std::vector<rows::Verdict>& verdicts) {
+    if (!rows::HavePassed(verdicts)) {
+      command->Fail();
+    }
+    if (isJson) {
+      arrival->Come(views::ShowVerdicts(verdicts));
+      return;
+    }
+    for (const std::string& line : rows::DescribeVerdicts(verdicts, MOST_FAILS)) {
+      command->Tell(line + "\n");
+    }
+    command->End();
+  });
 }
 
 void FolderWords::Diff(Call& call) const {
-  std::optional<unsigned int> revision;
-  if (call.words.size() > 1) {
-    revision = TakeNumber(call.words, 1, UINT32_MAX, A_REVISION, call.reply);
-    if (!revision) {
-      return;
-    }
-  }
-  if (CanDo(m_commands.diff, call.command, NO_DIFF)) {
-    call.reply.goesOn = true;
-    m_commands.diff(AskerOf(call.command), revision);
+  if (CanDo(m_commands.diff, call, NO_DIFF)) {
+    m_commands.diff(AskerOf(call, views::FolderWord::DIFF), NumberOf(call, "revision"));
   }
 }
 
 void FolderWords::Confirm(Call& call) const {
-  const auto revision = TakeNumber(call.words, 1, UINT32_MAX, A_REVISION, call.reply);
-  if (revision && CanDo(m_commands.confirm, call.command, NO_REVISIONS)) {
-    call.reply.goesOn = true;
-    m_commands.confirm(ChangerOf(call.command), *revision);
+  if (CanDo(m_commands.confirm, call, NO_REVISIONS)) {
+    m_commands.confirm(
+        IsJson(call) ? JsonAsker(call, views::FolderWord::CONFIRM) : TextChanger(call),
+        *NumberOf(call, "revision"));
   }
 }
 
 void FolderWords::Undo(Call& call) const {
-  std::optional<unsigned int> back = 1;
-  if (call.words.size() > 1) {
-    back = TakeNumber(call.words, 1, UINT32_MAX, REVISIONS_BACK, call.reply);
-  }
-  if (back && CanDo(m_commands.undo, call.command, NO_REVISIONS)) {
-    call.reply.goesOn = true;
+  if (CanDo(m_commands.undo, call, NO_REVISIONS)) {
     call.reply.hasChanged = true;
     call.reply.isReload = true;
-    m_commands.undo(ChangerOf(call.command), *back);
+    m_commands.undo(ChangerOf(call, views::FolderWord::UNDO),
+                    NumberOf(call, "changes-back").value_or(1));
   }
 }
 
 void FolderWords::History(Call& call) const {
-  if (CanDo(m_commands.history, call.command, NO_REVISIONS)) {
-    call.reply.goesOn = true;
-    m_commands.history(AskerOf(call.command));
+  if (CanDo(m_commands.history, call, NO_REVISIONS)) {
+    m_commands.history(AskerOf(call, views::FolderWord::HISTORY));
   }
 }
 
 void FolderWords::Show(Call& call) const {
-  const auto revision = TakeNumber(call.words, 1, UINT32_MAX, A_REVISION, call.reply);
-  if (revision && CanDo(m_commands.revision, call.command, NO_REVISIONS)) {
-    call.reply.goesOn = true;
-    m_commands.revision(AskerOf(call.command), *revision);
+  if (CanDo(m_commands.revision, call, NO_REVISIONS)) {
+    m_commands.revision(AskerOf(call, views::FolderWord::REVISION), *NumberOf(call, "revision"));
   }
 }
 

@@ -3,25 +3,28 @@
 #define DEVICE_CONSOLE_FOLDER_WORDS_H
 
 #include <functional>
-#include <memory>
 #include <optional>
-#include <string>
+#include <vector>
 
+#include "call.h"
 #include "device/apply/asker.h"
 #include "device/apply/reload_request.h"
-#include "form.h"
-#include "running_command.h"
+#include "device/rows/comparer.h"
+#include "device/views/folder_json.h"
 
 namespace console {
 
 /// What the host does for these words. Each ends with the asker's `end`, and one that is refused
 /// ends with `end(false)`. Of what changes the device (`reload`, `confirm`, `undo`) an operator who
-/// sees the log reads there what has become of it: the asker has no `report` then.
+/// sees the log reads there what has become of it: the asker has no `report` then. Neither has one
+/// that wants JSON, which takes the outcome.
 struct FolderCommands {
   std::function<void(apply::Asker asker, const apply::ReloadRequest& request)> reload;
   std::function<void(apply::Asker asker, bool isStrict)> check;
   /// Compares what is wanted with what the stack has. May be empty: `verify` is refused then.
-  std::function<void(apply::Asker asker)> verify = {};
+  std::function<void(std::size_t mostLines,
+                     std::function<void(const std::vector<rows::Verdict>& verdicts)> done)>
+      verify = {};
   // The following may be empty: their words are refused then.
   /// Tells the way from what is in force to the folder, or to a revision.
   std::function<void(apply::Asker asker, std::optional<unsigned int> revision)> diff = {};
@@ -35,25 +38,14 @@ struct FolderCommands {
   std::function<void(apply::Asker asker, unsigned int revision)> revision = {};
 };
 
-/// What came of a line.
-struct FolderReply {
-  bool goesOn = false;      // and its asker ends the command
-  bool hasChanged = false;  // as Reply's
-  bool isReload = false;    // as Reply's
-  /// The index of a word that is not the number that is expected there; Match::NONE if all are.
-  std::size_t misfit = Match::NONE;
-  std::string expected;  // instead of that word
-};
-
 class FolderWords {
  public:
   explicit FolderWords(FolderCommands commands);
 
   /// Carries out a line that fits one of the dispatcher's forms for these words.
-  FolderReply Execute(const Words& words, const std::shared_ptr<RunningCommand>& command) const;
+  void Execute(Call& call) const;
 
  private:
-  struct Call;
   struct Word;
   static const Word WORDS[];
 

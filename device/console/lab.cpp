@@ -8,6 +8,7 @@
 #include "device/program/printable.h"
 #include "device/stack/stack_control.h"
 #include "vlan_id.h"
+#include "word_help.h"
 
 namespace console {
 
@@ -17,11 +18,16 @@ using routing_stack::RowType;
 
 /// A command that is being carried out.
 struct Lab::Call {
-  const Words& words;
+  const Parse& parse;
   unsigned short vlan;
   LabReply reply;
 
-  void Refuse(const std::string& text) { reply.text = text + "\n"; }
+  const std::string& Word(std::size_t at) const { return parse.words[at]; }
+  const std::string& Value(const char* place) const { return *parse.Find(place); }
+  void Refuse(const std::string& text) {
+    reply.text = text + "\n";
+    reply.isRefused = true;
+  }
 };
 
 struct Lab::Command {
@@ -31,13 +37,13 @@ struct Lab::Command {
 };
 
 const Lab::Command Lab::COMMANDS[] = {
-    {"interface <name> up|down [vrf <vid>]", "An interface goes up or down", &Lab::Interface},
-    {"address add|change|delete <interface> <address>/<len> [vrf <vid>]",
+    {"interface <interface> up|down [vrf <vid>]", "An interface goes up or down", &Lab::Interface},
+    {"address add|change|delete <interface> <address/length> [vrf <vid>]",
      "An interface's address comes, changes or goes", &Lab::Address},
     {"join <interface> [vrf <vid>]", "A remote joins the network", &Lab::Join},
     {"leave <interface> [vrf <vid>]", "A remote leaves it", &Lab::Join},
     {"stack refuse|retry|never|twice|late "
-     "rtm|interface|address|route|redistribution|protocol <n> times [vrf <vid>]",
+     "rtm|interface|address|route|redistribution|protocol <count> times [vrf <vid>]",
      "How the stack answers its next requests", &Lab::Answers},
     {"stack hold|release", "The stack stands still, or goes on", &Lab::Hold},
     {"stack restart", "The stack loses everything and is told again", &Lab::Restart},
@@ -50,8 +56,6 @@ constexpr unsigned int STATUS_REFUSED = 3;
 constexpr unsigned int STATUS_RETRY = 5;
 constexpr std::uint64_t LATE_MILLISECONDS = 500;
 constexpr unsigned int FAST_TICK_MICROSECONDS = 10;
-constexpr std::uint32_t MOST_TIMES = 1000000;
-constexpr std::size_t WORDS_FOR_ALL_VLANS = 5;  // "stack refuse route 3 times"
 
 const std::map<std::string, RowType> ROW_TYPES = {
     {"rtm", RowType::kRtm},           {"interface", RowType::kInterface},
@@ -69,12 +73,12 @@ const std::map<std::string, Answer> ANSWERS = {
 
 }  // namespace
 
-Lab::Lab(routing_stack::Control& stack, apply::Interfaces& device, FixTick fixTick)
+Lab::Lab(routing_stack::Control& stack, keepers::Interfaces& device, FixTick fixTick)
     : m_stack(stack), m_hold(stack), m_device(device), m_fixTick(std::move(fixTick)) {}
 
 const Grammar& Lab::Forms() {
   static const Grammar FORMS = [] {
-    Grammar forms;
+    Grammar forms(false);
     for (const Command& command : COMMANDS) {
       forms.Add(command.pattern);
     }
@@ -84,15 +88,17 @@ const Grammar& Lab::Forms() {
 }
 
 LabReply Lab::Execute(const Words& words, unsigned short vlan) {
-  Call call{words, vlan, {}};
-  const Match match = Forms().Find(words);
-  call.reply.unknownAt = match.misfit;
-  if (match.form != Match::NONE) {
-    if (!Forms()[match.form].HasOptional(words) || TakeVlan(call)) {
-      (this->*COMMANDS[match.form].handler)(call);
+  const Parse parse = Read(words);
+  Call call{parse, vlan, {}};
+  if (parse.form != Parse::NONE) {
+    if (const std::string* vid = parse.Find("vid")) {
+      call.vlan = *ReadVlan(*vid);
     }
+    (this->*COMMANDS[parse.form].handler)(call);
+    return call.reply;
   }
-  for (const std::size_t begun : match.begun) {
+  call.reply.isMisunderstood = true;
+  for (const std::size_t begun : parse.begun) {
     call.reply.text += std::string("Usage: lab ") + COMMANDS[begun].pattern + "\n";
   }
   return call.reply;
@@ -102,25 +108,13 @@ void Lab::EndHold(unsigned int hold, bool wasAlone) {
   wasAlone ? m_hold.LeaveAlone(hold) : m_hold.End(hold);
 }
 
-Words Lab::Following(const Words& before) { return Forms().Following(before); }
-
 std::string Lab::Help() {
   std::string text;
   for (const Command& command : COMMANDS) {
-    text += std::string("  lab ") + command.pattern + "\n      " + command.description + "\n";
+    text += WrapPattern(std::string("lab ") + command.pattern) + "\n      " + command.description +
+            "\n";
   }
   return text;
-}
-
-// The last word, after "vrf".
-bool Lab::TakeVlan(Call& call) const {
-  const auto vlan = ReadVlan(call.words.back());
-  if (vlan) {
-    call.vlan = *vlan;
-  } else {
-    call.Refuse("Expected a VLAN id, found " + Quote(call.words.back()));
-  }
-  return vlan.has_value();
 }
 
 bool Lab::FindInterface(Call& call, const std::string& name, documents::InterfaceKey& key) const {
@@ -135,28 +129,24 @@ bool Lab::FindInterface(Call& call, const std::string& name, documents::Interfac
 
 void Lab::Interface(Call& call) {
   documents::InterfaceKey key;
-  if (FindInterface(call, call.words[1], key)) {
-    m_device.SetStatus(key, call.words[2] == "up");
+  if (FindInterface(call, call.Value("interface"), key)) {
+    m_device.SetStatus(key, call.Word(2) == "up");
     call.reply.hasChanged = true;
   }
 }
 
 void Lab::Address(Call& call) {
-  const std::string& verb = call.words[1];
-  const std::string& text = call.words[3];
+  const std::string& verb = call.Word(1);
+  const std::string& text = call.Value("address/length");
   documents::Ip4Network network;
   Tarsel::Ip6Prefix prefix;
-  const bool ip4 = documents::ReadPrefix(text, network);
-  if (!ip4 && !documents::ReadPrefix(text, prefix)) {
-    call.Refuse("Expected an address/length, found " + Quote(text));
-    return;
-  }
+  const bool ip4 = documents::ReadPrefix(text, network) || !documents::ReadPrefix(text, prefix);
   if (!ip4 && verb == "change") {
     call.Refuse("An interface has any number of IPv6 addresses: add one and delete the other");
     return;
   }
   documents::InterfaceKey key;
-  if (!FindInterface(call, call.words[2], key)) {
+  if (!FindInterface(call, call.Value("interface"), key)) {
     return;
   }
   if (verb == "change") {
@@ -171,22 +161,17 @@ void Lab::Address(Call& call) {
 
 void Lab::Join(Call& call) {
   documents::InterfaceKey key;
-  if (FindInterface(call, call.words[1], key)) {
-    m_device.SetJoined(key, call.words[0] == "join");
+  if (FindInterface(call, call.Value("interface"), key)) {
+    m_device.SetJoined(key, call.Word(0) == "join");
     call.reply.hasChanged = true;
   }
 }
 
 void Lab::Answers(Call& call) {
-  const auto times = program::ReadDecimal(call.words[3], 1, MOST_TIMES);
-  if (!times) {
-    call.Refuse("Expected a number from 1 to " + std::to_string(MOST_TIMES) + ", found " +
-                Quote(call.words[3]));
-    return;
-  }
-  const RowType type = ROW_TYPES.at(call.words[2]);
-  const Answer& answer = ANSWERS.at(call.words[1]);
-  if (call.words.size() > WORDS_FOR_ALL_VLANS) {
+  const auto times = program::ReadDecimal(call.Value("count"), 1, UINT32_MAX);
+  const RowType type = ROW_TYPES.at(call.Word(2));
+  const Answer& answer = ANSWERS.at(call.Word(1));
+  if (call.parse.Has("vid")) {
     m_stack.ScriptVlan(type, call.vlan, answer, *times);
   } else {
     m_stack.Script(type, answer, *times);
@@ -194,7 +179,7 @@ void Lab::Answers(Call& call) {
 }
 
 void Lab::Hold(Call& call) {
-  if (call.words[1] == "hold") {
+  if (call.Word(1) == "hold") {
     call.reply.hold = m_hold.Hold();
   } else {
     m_hold.Release();
@@ -208,7 +193,7 @@ void Lab::Restart(Call& call) {
 }
 
 void Lab::Tick(Call& call) {
-  m_fixTick(call.words[1] == "fast" ? std::optional(FAST_TICK_MICROSECONDS) : std::nullopt);
+  m_fixTick(call.Word(1) == "fast" ? std::optional(FAST_TICK_MICROSECONDS) : std::nullopt);
 }
 
 }  // namespace console

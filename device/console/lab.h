@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "device/apply/interfaces.h"
-#include "form.h"
+#include "device/keepers/interfaces.h"
+#include "grammar.h"
 #include "stack_hold.h"
 
 namespace routing_stack {
@@ -20,8 +20,9 @@ namespace console {
 /// The result of a lab command.
 struct LabReply {
   std::string text;
-  /// The index of the first word that is not understood; Match::NONE if all are.
-  std::size_t unknownAt = Match::NONE;
+  bool isRefused = false;  // the text says why
+  /// Words are not understood, or missing. The text tells the usage if they are missing.
+  bool isMisunderstood = false;
   bool hasChanged = false;  // it may take a while until the effect is there
   /// The number of a hold of the stack that the command has begun; 0 if it has begun none. Its
   /// session gives it back with Lab::EndHold.
@@ -37,7 +38,7 @@ class Lab {
   using FixTick = std::function<void(std::optional<unsigned int> microseconds)>;
 
   /// `stack` and `device` are borrowed.
-  Lab(routing_stack::Control& stack, apply::Interfaces& device, FixTick fixTick);
+  Lab(routing_stack::Control& stack, keepers::Interfaces& device, FixTick fixTick);
 
   /// Carries out the words after `lab` for a session whose VLAN is `vlan`.
   LabReply Execute(const Words& words, unsigned short vlan);
@@ -46,8 +47,8 @@ class Lab {
   /// that it was made for: the hold goes on for a while then.
   void EndHold(unsigned int hold, bool wasAlone);
 
-  /// Returns the known words that may follow `before`.
-  static Words Following(const Words& before);
+  /// What the words after `lab` mean, for what may follow them and for what does not fit.
+  static Parse Read(const Words& words) { return Forms().Read(words); }
   /// Returns one line for each command: the command and what it does.
   static std::string Help();
 
@@ -58,7 +59,6 @@ class Lab {
   static const Grammar& Forms();  // of COMMANDS, in the same order
 
   bool FindInterface(Call& call, const std::string& name, documents::InterfaceKey& key) const;
-  bool TakeVlan(Call& call) const;
 
   void Interface(Call& call);
   void Address(Call& call);
@@ -70,7 +70,7 @@ class Lab {
 
   routing_stack::Control& m_stack;
   StackHold m_hold;
-  apply::Interfaces& m_device;
+  keepers::Interfaces& m_device;
   const FixTick m_fixTick;
 };
 

@@ -30,12 +30,12 @@ class OutputQueue {
   /// is no longer cut then.
   void Drop();
 
-  /// Writes what the socket takes without waiting, MOST_A_SEND bytes at most: a socket takes as much
-  /// as its reader does meanwhile, and in one turn of the loop all sessions may find theirs ready.
-  /// Returns false if there is no reader any more.
+  /// Writes what the socket takes without waiting, MOST_A_SEND bytes at most: a socket takes as
+  /// much as its reader does meanwhile, and in one turn of the loop all sessions may find theirs
+  /// ready. Returns false if there is no reader any more.
   bool Send(int socket);
-  /// Whether the socket took less than it was offered when Send was called last: there is no use in another
-  /// call until it is writable.
+  /// Whether the socket took less than it was offered when Send was called last: there is no use in
+  /// another call until it is writable.
   bool IsStopped() const { return m_isStopped; }
   bool IsEmpty() const { return m_waiting == 0; }
   std::size_t CountWaiting() const { return m_waiting; }

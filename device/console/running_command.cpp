@@ -6,26 +6,31 @@
 
 namespace console {
 
-namespace {
-
-constexpr std::string_view USAGE = "Usage: ";
-
-}  // namespace
-
 RunningCommand::RunningCommand(unsigned short vlan, Operator by, Take take, Over over)
     : m_vlan(vlan), m_operator(std::move(by)), m_take(std::move(take)), m_over(std::move(over)) {}
 
 void RunningCommand::Write(std::string_view text) {
-  if (m_begin.size() < USAGE.size()) {
-    m_begin.append(text, 0, USAGE.size() - m_begin.size());
+  if (m_library) {
+    m_library->Add(text);
   }
   Hand(text);
 }
 
 // A copy is called: the session may detach meanwhile.
-void RunningCommand::Hand(std::string_view text) const {
-  if (const Take take = m_take) {
-    program::IsPlain(text) ? take(text) : take(program::PrintableLines(text));
+void RunningCommand::Hand(std::string_view text) {
+  const Take take = m_take;
+  if (!take) {
+    return;
+  }
+  const std::string safe = program::IsPlain(text) ? "" : program::PrintableLines(text);
+  const std::string_view shown = safe.empty() ? text : std::string_view(safe);
+  m_filter ? m_filter->Add(shown, take) : take(shown);
+}
+
+void RunningCommand::FinishOutput() {
+  const std::unique_ptr<OutputFilter> filter = std::move(m_filter);
+  if (const Take take = m_take; filter && take) {
+    filter->End(take);
   }
 }
 
@@ -48,17 +53,8 @@ void RunningCommand::Detach() {
   m_over = nullptr;
 }
 
-Result RunningCommand::GetResult() const {
-  if (m_isMisunderstood || m_begin == USAGE) {
-    return Result::USAGE;
-  }
-  if (m_isFaulty) {
-    return Result::FAULTY;
-  }
-  if (m_isRefused) {
-    return Result::REFUSED;
-  }
-  return m_differs ? Result::DIFFERS : Result::DONE;
+unsigned int RunningCommand::GetSigns() const {
+  return m_signs | (m_library ? m_library->Get() : 0);
 }
 
 }  // namespace console

@@ -3,19 +3,17 @@
 #define DEVICE_CONSOLE_RUNNING_COMMAND_H
 
 #include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "exit_rules.h"
+#include "library_signs.h"
+#include "output_filter.h"
 
 namespace console {
-
-/// How a command went, as far as the host can tell.
-enum class Result {
-  DONE,
-  DIFFERS,  // done, but the stack does not have all of it
-  REFUSED,  // understood, but it cannot be done
-  FAULTY,   // a reload, a check or a verification that has not passed
-  USAGE,    // a word was not understood
-};
 
 /// Who has given it.
 struct Operator {
@@ -47,15 +45,21 @@ class RunningCommand {
   /// Writes output of the command; it is lost if the session has detached. By the dispatcher, and
   /// after it by the console.
   void Write(std::string_view text);
+  /// All output of the command goes through the filter from now on. By the dispatcher.
+  void Filter(std::unique_ptr<OutputFilter> filter) { m_filter = std::move(filter); }
+  bool IsFiltered() const { return m_filter != nullptr; }
+  /// A handler of the library carries the command out: its output tells how it went. By the
+  /// dispatcher.
+  void ListenToLibrary() { m_library.emplace(); }
   /// A word of the line is not understood. By the dispatcher.
-  void Misunderstand() { m_isMisunderstood = true; }
+  void Misunderstand() { m_signs |= MISUNDERSTOOD; }
   /// The command was understood, but it cannot be done. By the dispatcher, or by the session when
-  /// the command has thrown.
-  void Refuse() { m_isRefused = true; }
+  /// the command or its view has thrown, or its view is refused.
+  void Refuse() { m_signs |= NOT_DONE; }
   /// What was looked at has not passed. By the reload, the check or the verification.
-  void Fail() { m_isFaulty = true; }
+  void Fail() { m_signs |= FAULTY; }
   /// The stack has something else than what is wanted. By the session, after a reload.
-  void Differ() { m_differs = true; }
+  void Differ() { m_signs |= DIFFERENT; }
   /// Writes one line of a reload or a check, also after the end: of what cannot be used, or of what
   /// the library says to it. By the reload or the check.
   void Tell(std::string_view line);
@@ -73,24 +77,24 @@ class RunningCommand {
   /// from inside a Take or an Over.
   void Detach();
 
-  /// Call it when the command is over. The library's handlers return nothing and print a usage text
-  /// if they do not understand a word. So the rule, also for the host's own commands, is: a command
-  /// that has misunderstood a word, or whose output begins with "Usage: ", is USAGE, even if it was
-  /// refused as well. What Tell writes does not count as output here.
-  Result GetResult() const;
+  /// No more output comes: what the filter keeps goes out. By the session.
+  void FinishOutput();
+
+  /// Call it when the command is over; exit_rules.h says what follows. What Tell writes does not
+  /// count as the library's output.
+  unsigned int GetSigns() const;
+  Result GetResult() const { return ResultOf(GetSigns()); }
 
  private:
-  void Hand(std::string_view text) const;
+  void Hand(std::string_view text);
 
   const unsigned short m_vlan;
   const Operator m_operator;
-  Take m_take;          // empty after Detach
-  Over m_over;          // so too
-  std::string m_begin;  // of the output, as much as tells a usage text
-  bool m_isMisunderstood = false;
-  bool m_isRefused = false;
-  bool m_isFaulty = false;
-  bool m_differs = false;
+  Take m_take;  // empty after Detach
+  Over m_over;  // so too
+  std::unique_ptr<OutputFilter> m_filter;
+  std::optional<LibrarySigns> m_library;
+  unsigned int m_signs = 0;
   bool m_isOver = false;
   bool m_hasLostConsole = false;
 };

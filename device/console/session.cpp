@@ -25,7 +25,12 @@ Session::~Session() {
   }
 }
 
+unsigned int Session::GetSigns() const {
+  return (m_command ? m_command->GetSigns() : 0) | (m_hasSettled ? 0u : unsigned{UNSETTLED});
+}
+
 void Session::Detach() {
+  m_view.reset();
   if (m_command) {
     m_command->Detach();
   }
@@ -43,9 +48,15 @@ void Session::HeedWaiting(std::size_t bytes) {
   if (bytes > HOLD_FROM) {  // each time: a walk that was held may have begun another one before
     m_isHolding = true;
     m_walks->Hold();
+    if (m_view) {
+      m_view->Hold();
+    }
   } else if (m_isHolding && bytes < HOLD_FROM / 2) {
     m_isHolding = false;
     m_walks->GoOn();
+    if (m_view) {
+      m_view->GoOn();
+    }
   }
 }
 
@@ -61,14 +72,7 @@ void Session::Execute(const std::string& line) {
       [this] { m_wake.Post([this] { Over(); }); });
   m_walks.emplace(m_context.walks);
   try {
-    m_reply = m_context.dispatcher.Execute(line, m_command);
-    m_vlan = m_reply.vlan;
-    m_hold = m_reply.hold != 0 ? m_reply.hold : m_hold;
-    m_walks->Begun();
-    if (m_reply.hasChanged) {
-      m_progress = m_context.settle.GetProgress();
-      m_look.Start(LOOK_MILLISECONDS, [this] { LookAtProgress(); });
-    }
+    Begin(line);
   } catch (const std::bad_alloc&) {
     throw;  // the library may have been left in the middle of a change
   } catch (const std::exception& problem) {
@@ -79,12 +83,34 @@ void Session::Execute(const std::string& line) {
   }
 }
 
+void Session::Begin(const std::string& line) {
+  m_reply = m_context.dispatcher.Execute(line, m_command);
+  m_vlan = m_reply.vlan;
+  m_hold = m_reply.hold != 0 ? m_reply.hold : m_hold;
+  m_walks->Begun();
+  if (m_reply.view) {
+    ShowView(std::move(m_reply.view), [this] { m_command->End(); });
+  }
+  if (m_reply.isLive) {
+    BecomeLive();
+  }
+  if (m_reply.hasChanged) {
+    m_progress = m_context.settle.GetProgress();
+    m_look.Start(LOOK_MILLISECONDS, [this] { LookAtProgress(); });
+  }
+}
+
+void Session::ShowView(views::AnyView view, std::function<void()> over) {
+  m_view = std::make_unique<ViewRun>(
+      m_context.loop, std::move(view), m_command, [this] { Flush(); }, std::move(over));
+}
+
 bool Session::Interrupt() {
   if (!m_isBusy) {
     return false;
   }
   m_isImpatient = true;
-  if (!m_command->IsOver()) {
+  if (!m_command->IsOver() || m_view) {
     Detach();
     m_wake.Post([this] { Over(); });
   } else {
@@ -95,24 +121,27 @@ bool Session::Interrupt() {
 
 void Session::Over() {
   Flush();
-  m_hadUsage |= GetResult() == Result::USAGE;
-  m_hadFaults |= GetResult() == Result::FAULTY;
   if (m_hasLeft) {
     return;
   }
   if (m_reply.isQuit) {
+    m_command->FinishOutput();
     Leave(GetExitStatus());
   } else if (m_reply.hasChanged && !m_isImpatient && m_waitsForEffects) {
     SettleThenReady();
   } else {
-    m_hasSettled = !m_reply.hasChanged || !m_waitsForEffects;
-    BecomeReady();
+    Conclude(!m_reply.hasChanged || !m_waitsForEffects);
   }
 }
 
 // A reload that has been given up goes on, and may have something to say.
 void Session::BecomeReady() {
   m_look.Stop();
+  if (m_command) {
+    m_command->FinishOutput();
+    Flush();
+    m_allSigns |= GetSigns();
+  }
   Detach();
   m_isBusy = false;
   Ready();
@@ -130,24 +159,31 @@ void Session::SettleThenReady() {
       Tarsel::TRACE("Requests are still under way after %u s; going on\n",
                     SETTLE_LIMIT_MILLISECONDS / 1000);
     }
-    m_hasSettled = settled;
-    if (settled && m_reply.isReload) {
-      TellDifferences();
-    }
-    BecomeReady();
+    Conclude(settled);
   });
 }
 
-void Session::TellDifferences() {
-  if (!m_context.findDifferences) {
-    return;
+// What is under way may still come true, so differences count when things have settled.
+void Session::Conclude(bool hasSettled) {
+  m_hasSettled = hasSettled;
+  const bool isReload = m_reply.isReload && !m_isImpatient;
+  const bool isSettled = hasSettled && m_waitsForEffects;
+  views::Effect effect;
+  if (isReload && isSettled && m_context.findEffect) {
+    effect = m_context.findEffect(MOST_DIFFERENCES);
   }
-  for (const std::string& line : m_context.findDifferences(MOST_DIFFERENCES)) {
-    m_command->Tell(line + "\n");
+  effect.hasSettled = isSettled;
+  if (effect.count != 0) {
     m_command->Differ();
   }
-  m_hadDifferences |= GetResult() == Result::DIFFERS;
-  Flush();
+  if (isReload && m_reply.document) {
+    ShowView(m_reply.document(effect), [this] { m_wake.Post([this] { BecomeReady(); }); });
+    return;
+  }
+  for (const std::string& line : views::DescribeEffect(effect)) {
+    m_command->Tell(line + "\n");
+  }
+  BecomeReady();
 }
 
 void Session::LookAtProgress() {

@@ -13,7 +13,9 @@
 #include "device/loop/loop_handles.h"
 #include "device/loop/settled_wait.h"
 #include "device/program/exit_status.h"
+#include "device/views/effect.h"
 #include "dispatcher.h"
+#include "view_run.h"
 
 namespace console {
 
@@ -23,10 +25,9 @@ struct SessionContext {
   const Dispatcher& dispatcher;
   loop::SettledWait& settle;
   Walks& walks;
-  /// Returns what the stack does not have of what is wanted, when things have settled: a line about
-  /// each of the first `most` differences, without its end, and one with their number; none if
-  /// there are no differences. May be empty: then nobody knows.
-  std::function<std::vector<std::string>(std::size_t most)> findDifferences;
+  /// Returns what has come of a reload when things have settled, with at most `most` differences in
+  /// words. May be empty: then nobody knows.
+  std::function<views::Effect(std::size_t most)> findEffect;
   /// Called when the session is over, with the exit status for the process.
   std::function<void(int status)> leave;
 };
@@ -45,6 +46,8 @@ class Session {
   /// The operator wants the running command to stop. Returns false if none is running, or if this
   /// kind of session has no such request.
   virtual bool StopCommand() { return false; }
+  /// Whether it is over because the operator has said so, and not because the input has ended.
+  bool HasQuit() const { return m_reply.isQuit; }
 
   static constexpr std::size_t HOLD_FROM = 1024 * 1024;
 
@@ -57,6 +60,8 @@ class Session {
   virtual void Ready() = 0;
   /// A command that changes something has come further. Called a few times a second at most.
   virtual void ShowProgress(const loop::Progress&) {}
+  /// The output of the command that has just begun comes as things happen.
+  virtual void BecomeLive() {}
   /// Who gives the commands.
   virtual Operator GetOperator() const = 0;
   /// The process's exit status when the operator leaves. 0 unless a session overrides it: an
@@ -76,29 +81,35 @@ class Session {
   /// Ends the session: no further line is taken.
   void Leave(int status);
   /// To be called whenever output comes or goes, with how many bytes wait for their reader. The
-  /// walks of the command are held when more than HOLD_FROM wait, until less than half of that
-  /// does.
+  /// walks and the view of the command are held when more than HOLD_FROM wait, until less than half
+  /// of that does.
   void HeedWaiting(std::size_t bytes);
   uv_loop_s* GetLoop() const { return m_context.loop; }
   unsigned short GetVlan() const { return m_vlan; }
   /// Stops the command in progress. If it is still printing, the rest of its output is discarded
-  /// and its walks end; if its effect is being awaited, the wait ends. Returns false if none is in
-  /// progress.
+  /// and its walks and its view end; if its effect is being awaited, the wait ends. Returns false
+  /// if none is in progress.
   bool Interrupt();
-  /// Nobody is left to read what the command in progress prints: its walks end.
+  /// Nobody is left to read what the command in progress prints: its walks and its view end.
   void Abandon() { Detach(); }
-  /// The result of the last line, by the rule of RunningCommand; DONE before the first.
-  Result GetResult() const { return m_command ? m_command->GetResult() : Result::DONE; }
-  bool HasSettled() const { return m_hasSettled; }
-  /// Whether a line of this session was USAGE, FAULTY or DIFFERS.
-  bool HadUsage() const { return m_hadUsage; }
-  bool HadFaults() const { return m_hadFaults; }
-  bool HadDifferences() const { return m_hadDifferences; }
+  /// The signs of the last line (exit_rules.h); none before the first.
+  unsigned int GetSigns() const;
+  Result GetResult() const { return ResultOf(GetSigns()); }
+  /// Whether what the last line shows is one document, to which nothing may be added.
+  bool ShowsDocument() const { return static_cast<bool>(m_reply.document); }
+  /// The signs of all lines that are over.
+  unsigned int GetAllSigns() const { return m_allSigns; }
+  /// As the dispatcher's.
+  Words Complete(const std::string& line) const {
+    return m_context.dispatcher.Complete(line, m_vlan);
+  }
 
  private:
+  void Begin(const std::string& line);
   void Over();
   void BecomeReady();
-  void TellDifferences();
+  void Conclude(bool hasSettled);
+  void ShowView(views::AnyView view, std::function<void()> over);
   void LookAtProgress();
   void Detach();
 
@@ -109,13 +120,12 @@ class Session {
   loop::Progress m_progress;
   std::shared_ptr<RunningCommand> m_command;
   std::optional<CommandWalks> m_walks;  // of m_command
+  std::unique_ptr<ViewRun> m_view;      // of m_command
   Reply m_reply;
   unsigned int m_hold = 0;  // of the stack, which this session has; 0 for none
-  bool m_hadUsage = false;
-  bool m_hadFaults = false;
-  bool m_hadDifferences = false;
+  unsigned int m_allSigns = 0;
   bool m_hasSettled = true;
-  bool m_isHolding = false;    // m_walks
+  bool m_isHolding = false;    // m_walks and m_view
   bool m_isBusy = false;       // a line is being carried out, or its effect is awaited
   bool m_isImpatient = false;  // the operator has interrupted the line
   bool m_hasLeft = false;

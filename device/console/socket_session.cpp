@@ -25,10 +25,13 @@ namespace {
 // Commands that a client sends ahead wait in the socket beyond this.
 constexpr std::size_t READ_AHEAD = 16 * 1024;
 constexpr std::size_t SEND_AT_ONCE_FROM = 64 * 1024;
+// A client waits a second for a sign at least.
+constexpr unsigned SIGN_MILLISECONDS = 400;
 
 // The versions of the protocol that brought these.
 constexpr unsigned short PROGRESS_SINCE = 2;
 constexpr unsigned short DIFFERS_SINCE = 2;
+constexpr unsigned short LIVE_SINCE = 3;
 
 constexpr const char* PROTOCOL = " of the console protocol";
 const std::string KNOWN = "; the daemon knows versions " + std::to_string(wire::EARLIEST_VERSION) +
@@ -51,17 +54,17 @@ std::string NameOf(int fd) {
 
 SocketSession::SocketSession(const SessionContext& context, unsigned short vlan, int fd,
                              std::uint64_t greetingMilliseconds, std::function<void()> gone)
-    : Session(
-          {context.loop, context.dispatcher, context.settle, context.walks, context.findDifferences,
-           [this](int) {
-             Finish(GetCode(), true);
-             GoOn();
-           }},
-          vlan),
+    : Session({context.loop, context.dispatcher, context.settle, context.walks, context.findEffect,
+               [this](int) {
+                 Finish(GetCode(), true);
+                 GoOn();
+               }},
+              vlan),
       m_socket(fd),
       m_name(NameOf(fd)),
       m_poll(context.loop, fd),
       m_patience(context.loop),
+      m_sign(context.loop),
       m_greetingMilliseconds(greetingMilliseconds),
       m_gone(std::move(gone)) {}
 
@@ -86,8 +89,8 @@ void SocketSession::End(const std::string& why) {
 }
 
 void SocketSession::Ready() {
-  const wire::Code code = m_queue.IsCut() ? wire::Code::REFUSED : GetCode();
-  if (code == wire::Code::TIMED_OUT) {
+  const wire::Code code = GetCode();
+  if (code == wire::Code::TIMED_OUT && !ShowsDocument()) {
     m_queue.Add("The command stands; its requests are still under way\n");
   }
   Finish(code, false);
@@ -104,18 +107,8 @@ void SocketSession::Write(std::string_view text) {
 }
 
 wire::Code SocketSession::GetCode() const {
-  switch (GetResult()) {
-    case Result::USAGE:
-      return wire::Code::USAGE;
-    case Result::REFUSED:
-    case Result::FAULTY:
-      return wire::Code::REFUSED;
-    case Result::DIFFERS:
-      return m_version < DIFFERS_SINCE ? wire::Code::DONE : wire::Code::DIFFERS;
-    case Result::DONE:
-      break;
-  }
-  return HasSettled() ? wire::Code::DONE : wire::Code::TIMED_OUT;
+  const Result result = ResultOf(GetSigns() | (m_queue.IsCut() ? unsigned{CUT} : 0u));
+  return result == Result::DIFFERS && m_version < DIFFERS_SINCE ? Result::DONE : result;
 }
 
 // A total that the wire cannot hold is out of proportion anyway. Somebody who does not read gets no
@@ -130,9 +123,24 @@ void SocketSession::ShowProgress(const loop::Progress& progress) {
   }
 }
 
+void SocketSession::BecomeLive() {
+  if (m_version >= LIVE_SINCE) {
+    m_queue.AddMessage(wire::EncodeLive());
+    Watch();
+  }
+  m_sign.Start(SIGN_MILLISECONDS, [this] { GiveSign(); });
+}
+
+// A client takes a long silence for the daemon's end, and here nothing may happen for hours.
+void SocketSession::GiveSign() {
+  ShowProgress({});
+  m_sign.Start(SIGN_MILLISECONDS, [this] { GiveSign(); });
+}
+
 void SocketSession::Finish(wire::Code code, bool isLast) {
   m_lastReply = wire::EncodeReply(code, GetVlan(), isLast);
   m_queue.AddReply(m_lastReply);
+  m_sign.Stop();
   m_isRunning = false;
   m_isLast = isLast;
 }
@@ -220,7 +228,11 @@ void SocketSession::Take(const wire::Message& message) {
   }
   switch (message.kind) {
     case wire::Message::COMPLETION:
-      Complete(message.text);
+      AnswerCompletion(message.text);
+      break;
+    case wire::Message::HELP:
+      m_queue.Add(Dispatcher::HelpAt(message.text));
+      Finish(wire::Code::DONE, false);
       break;
     case wire::Message::NO_WAIT:
       WaitForNoEffects();
@@ -237,8 +249,8 @@ void SocketSession::Take(const wire::Message& message) {
   }
 }
 
-void SocketSession::Complete(const std::string& begun) {
-  for (const std::string& match : Dispatcher::Complete(begun)) {
+void SocketSession::AnswerCompletion(const std::string& begun) {
+  for (const std::string& match : Complete(begun)) {
     m_queue.Add(match + "\n");
   }
   Finish(wire::Code::DONE, false);
@@ -268,6 +280,7 @@ void SocketSession::HangUp() {
   m_isGone = true;
   Abandon();
   m_patience.Stop();
+  m_sign.Stop();
   m_poll.Start(0, {});
   m_gone();
 }

@@ -36,6 +36,7 @@ class SocketSession : public Session {
   Operator GetOperator() const override { return {m_name, false}; }
   void Ready() override;
   void ShowProgress(const loop::Progress& progress) override;
+  void BecomeLive() override;
 
  private:
   bool IsIdle() const { return !m_isRunning && !m_isLast && m_queue.IsEmpty(); }
@@ -48,8 +49,9 @@ class SocketSession : public Session {
   void Take(const wire::Message& message);
   void Greet(const wire::Message& first);
   void Refuse(const std::string& why);
-  void Complete(const std::string& begun);
+  void AnswerCompletion(const std::string& begun);
   void StopPrinting();
+  void GiveSign();
   void Watch();
   void HangUp();
 
@@ -57,6 +59,7 @@ class SocketSession : public Session {
   const std::string m_name;  // of the operator
   loop::Poll m_poll;
   loop::Timer m_patience;  // for the greeting
+  loop::Timer m_sign;      // until the next sign of the daemon in a live command's silence
   const std::uint64_t m_greetingMilliseconds;
   std::function<void()> m_gone;
   wire::Decoder m_decoder;
@@ -64,8 +67,8 @@ class SocketSession : public Session {
   OutputQueue m_queue;
   std::string m_lastReply;
   int m_watched = 0;
-  std::uint64_t m_lastSign =
-      0;  // when something came, went out or was over; the loop's milliseconds
+  // When something came, went out or was over; by the loop's clock, in milliseconds.
+  std::uint64_t m_lastSign = 0;
   unsigned short m_version = wire::VERSION;  // that the client speaks
   bool m_isGreeted = false;
   bool m_isRunning = false;

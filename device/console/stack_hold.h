@@ -29,7 +29,7 @@ class StackHold {
   void Release();
   /// Ends the hold, unless it has ended or was taken over.
   void End(unsigned int hold);
-  /// Ends it so after ALONE_MILLISECONDS.
+  /// The hold ends in the same way after ALONE_MILLISECONDS.
   void LeaveAlone(unsigned int hold);
 
  private:

@@ -9,7 +9,9 @@
 #include <climits>
 #include <csignal>
 #include <cstdio>
+#include <utility>
 
+#include "device/program/printable.h"
 #include "device/program/progress_bar.h"
 
 namespace console {
@@ -31,7 +33,7 @@ int OpenScreen() {
 
 TerminalSession::TerminalSession(const SessionContext& context, unsigned short vlan)
     : Session(context, vlan),
-      m_editor([](const std::string& begun) { return Dispatcher::Complete(begun); }),
+      m_editor([this](const std::string& begun) { return Complete(begun); }),
       m_screen(OpenScreen()),
       m_next(context.loop),
       m_work(context.loop),
@@ -52,7 +54,15 @@ bool TerminalSession::StopCommand() {
     Prompt();
     return true;
   }
-  return Interrupt();
+  // One that was meant for a command that has just ended.
+  return Interrupt() || (m_isPrompting && !TakesLeave());
+}
+
+bool TerminalSession::MakeWay() {
+  if (m_editor.StepAside()) {
+    m_next.Post([this] { Edit(); });
+  }
+  return m_editor.IsShown();
 }
 
 void TerminalSession::Write(std::string_view text) {
@@ -144,8 +154,7 @@ void TerminalSession::HideWork() {
 void TerminalSession::Ready() {
   m_work.Stop();
   HideWork();
-  m_isPromptDue = true;
-  Drain();
+  PromptAfter("");
 }
 
 void TerminalSession::Prompt() {
@@ -161,22 +170,48 @@ void TerminalSession::Edit() {
     return;
   }
   std::string line;
-  switch (m_editor.Advance(m_prompt, line)) {
-    case editor::Step::WAIT:
-      Await();
-      break;
-    case editor::Step::LINE:
-      HidePrompt();
-      m_seconds = 0;
-      m_bar.clear();
-      m_work.Start(WORK_MILLISECONDS, [this] { ShowWork(); });
-      Execute(line);
-      break;
-    case editor::Step::END:
-      HidePrompt();
-      Leave(GetExitStatus());
-      break;
+  const editor::Step step = m_editor.Advance(m_prompt, line);
+  if (step == editor::Step::WAIT) {
+    Await();
+    return;
   }
+  HidePrompt();
+  if (step == editor::Step::INTERRUPTED) {
+    if (TakesLeave()) {
+      Leave(GetExitStatus());
+    }
+    return;
+  }
+  m_isLeaving = false;
+  if (step == editor::Step::LINE) {
+    m_seconds = 0;
+    m_bar.clear();
+    m_work.Start(WORK_MILLISECONDS, [this] { ShowWork(); });
+    Execute(line);
+  } else if (step == editor::Step::END) {
+    Leave(GetExitStatus());
+  } else {
+    PromptAfter(step == editor::Step::HELP ? program::PrintableLines(Dispatcher::HelpAt(line))
+                                           : "");
+  }
+}
+
+// Whoever did not mean the first one has a second chance. While the log speaks, Ctrl-C is no key but a
+// signal, which may find a line half typed.
+bool TerminalSession::TakesLeave() {
+  if (std::exchange(m_isLeaving, true)) {
+    return true;
+  }
+  HidePrompt();
+  m_editor.Forget();
+  PromptAfter("Ctrl-C again leaves\n");
+  return false;
+}
+
+void TerminalSession::PromptAfter(const std::string& text) {
+  Print(text);
+  m_isPromptDue = true;
+  Drain();
 }
 
 void TerminalSession::Await() {

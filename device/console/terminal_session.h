@@ -14,7 +14,7 @@ namespace console {
 /// At most one exists, because there is one terminal. A command that has been silent for a second
 /// shows how long it has been running, and how far it has come if that is known. Output that the
 /// terminal does not take, because it is stopped or nobody reads it, waits here; the prompt follows
-/// it.
+/// it. Ctrl-C drops a line that has been begun; twice on an empty line, it leaves.
 class TerminalSession : public Session {
  public:
   TerminalSession(const SessionContext& context, unsigned short vlan);
@@ -23,6 +23,10 @@ class TerminalSession : public Session {
 
   void Start() override;
   bool StopCommand() override;
+  /// To be called before something else is written to the terminal: takes the line off that is
+  /// being edited, and shows it again in the loop's next turn. Never waits. Returns whether the
+  /// terminal is set for editing all the same, so that each end of line takes a carriage return.
+  bool MakeWay();
 
  protected:
   void Write(std::string_view text) override;
@@ -37,6 +41,8 @@ class TerminalSession : public Session {
   void ShowWaiting();
   void DropWaiting();
   void Prompt();
+  void PromptAfter(const std::string& text);
+  bool TakesLeave();
   void Edit();
   void Await();
   void Resize();
@@ -46,8 +52,8 @@ class TerminalSession : public Session {
 
   editor::LineEditor m_editor;
   std::string m_prompt;
-  const program::OwnedDescriptor
-      m_screen;             // what standard output shows, opened anew to write without waiting
+  // What standard output shows, opened anew to write without waiting.
+  const program::OwnedDescriptor m_screen;
   std::string m_waiting;    // output on its way there, one command's at most
   std::size_t m_shown = 0;  // how many bytes of m_waiting the terminal has taken
   std::unique_ptr<loop::Poll> m_drain;
@@ -59,6 +65,7 @@ class TerminalSession : public Session {
   std::string m_bar;           // how far the command has come, if that is known
   bool m_isPromptDue = false;  // after what is waiting
   bool m_isPrompting = false;
+  bool m_isLeaving = false;  // Ctrl-C has been pressed once on an empty line
   bool m_isShowingWork = false;
   bool m_isAtLineStart = true;
 };

@@ -13,8 +13,8 @@ class Walks {
  public:
   struct Walk {
     unsigned int number;  // counts up from 1
-    unsigned int
-        first;  // the walk from inside which this one was begun, at first hand or later; or itself
+    /// The outermost walk from inside which this one was begun; its own number if there is none.
+    unsigned int first;
     bool isHeld;
   };
 

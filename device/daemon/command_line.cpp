@@ -17,15 +17,24 @@ constexpr const char* HELP =
     "\n"
     "  --config DIR    the configuration folder: device.json, vlans.json, remote/*.json\n"
     "  --log LEVEL     log up to this level, 0 to 10, on standard error (default 1)\n"
+    "  --log-format plain|full|journal\n"
+    "                  lines of the log as they are, with time, level and component, or with a "
+    "priority\n"
+    "                  in front; the default is plain, journal where $JOURNAL_STREAM is standard "
+    "error\n"
     "  --daemon        no console: standard input is ignored; SIGHUP reads the folder again\n"
     "  --socket PATH   a socket at which vantacorectl finds the console\n"
+    "  --metrics PATH  a socket at which a scraper reads counters: HTTP, GET /metrics\n"
     "  --state DIR     where revisions are kept; without it $STATE_DIRECTORY or the user's folder "
     "for\n"
     "                  state, with --daemon only\n"
     "  --fresh         start with the folder, whatever revision was in force\n"
-    "  --guard PERCENT the share of a VLAN's prefixes that a reload may take away (default 50; 100 "
-    "for\n"
-    "                  all)\n"
+    "  --guard PERCENT refuse a reload that takes away more than this share, and at least ten, of "
+    "a\n"
+    "                  VLAN's prefixes with an installed static route (default 50), a VLAN that "
+    "has\n"
+    "                  one, or every protocol row of a router that has more than one; 100 refuses\n"
+    "                  none\n"
     "  --keep-old SECONDS\n"
     "                  how long a route stays at most whose successor cannot take its place yet,\n"
     "                  0 to 86400 (default 60)\n"
@@ -44,9 +53,9 @@ constexpr const char* HELP =
     "\n"
     "On a terminal there is a prompt. Otherwise commands are read from standard input, one a "
     "line;\n"
-    "at its end the exit status is 0, 1 when a reload or a check found errors, or 2 when a "
-    "command\n"
-    "was not understood.\n";
+    "at its end the exit status is 0, 1 when a command was refused, 2 when one was not "
+    "understood,\n"
+    "or 5 when the stack does not have all of what a reload has applied.\n";
 
 enum : int {
   CONFIG = 1,
@@ -61,8 +70,20 @@ enum : int {
   FRESH,
   GUARD,
   DIFF,
-  KEEP_OLD
+  KEEP_OLD,
+  LOG_FORMAT,
+  METRICS
 };
+
+std::optional<LogFormat::Kind> FindKind(const std::string& word) {
+  if (word == "plain") {
+    return LogFormat::Kind::PLAIN;
+  }
+  if (word == "full") {
+    return LogFormat::Kind::FULL;
+  }
+  return word == "journal" ? std::optional(LogFormat::Kind::JOURNAL) : std::nullopt;
+}
 
 std::string Take(int number, const char* value, CommandLine& line) {
   switch (number) {
@@ -105,9 +126,15 @@ std::string Take(int number, const char* value, CommandLine& line) {
         return {};
       }
       return "--log takes a level from 0 to 10, not " + Quote(value);
+    case LOG_FORMAT:
+      line.logFormat = FindKind(value);
+      return line.logFormat ? "" : "--log-format takes plain, full or journal, not " + Quote(value);
     case DAEMON:
       line.isDaemon = true;
       return {};
+    case METRICS:
+      line.metricsPath = value;
+      return line.metricsPath.empty() ? "--metrics takes a path" : "";
     case SOCKET:
       line.socketPath = value;
       // What a script makes of a variable that is not set.
@@ -147,8 +174,10 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
                                 HELP,
                                 {{"config", required_argument, nullptr, CONFIG},
                                  {"log", required_argument, nullptr, LOG},
+                                 {"log-format", required_argument, nullptr, LOG_FORMAT},
                                  {"daemon", no_argument, nullptr, DAEMON},
                                  {"socket", required_argument, nullptr, SOCKET},
+                                 {"metrics", required_argument, nullptr, METRICS},
                                  {"partial", no_argument, nullptr, PARTIAL},
                                  {"check", required_argument, nullptr, CHECK},
                                  {"diff", required_argument, nullptr, DIFF},

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "device/program/options.h"
+#include "log_format.h"
 
 namespace vantacored {
 
@@ -15,7 +16,9 @@ struct CommandLine {
   std::string diffDirectory;    // the folder that is compared with configDirectory; empty: none
   bool isStrict = false;        // a warning fails the check, too
   std::string socketPath;       // empty: none
+  std::string metricsPath;      // the socket for scrapers; empty: none
   int logLevel = 1;
+  std::optional<LogFormat::Kind> logFormat;  // nothing: FindLogKind
   bool isDaemon = false;
   std::string stateDirectory;  // where revisions are kept; empty: with isDaemon the user's folder
   bool isFresh = false;        // the start takes the folder, whatever was in force

@@ -11,42 +11,68 @@
 // time. Sessions begin when everything has been requested.
 #include "daemon.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 #include <uv.h>
 
+#include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <ctime>
 #include <utility>
 
 #include "asker_log.h"
-#include "device/apply/verify.h"
 #include "device/base/trace_control.h"
 #include "device/console/batch_session.h"
 #include "device/console/terminal_session.h"
 #include "device/documents/members.h"
 #include "device/loop/disposal.h"
+#include "device/program/counted.h"
+#include "device/rows/verify.h"
 #include "device/stack/facts.h"
+#include "device/views/moments.h"
 #include "hang_up.h"
+#include "log_components.h"
 #include "state_place.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_router_mgr.h"
 
 namespace vantacored {
 
+using program::Counted;
+
 namespace {
 
 // Shown by default, like the library's own lines about configuration that cannot be used.
-void Log(const std::string& line) { Tarsel::TRACE("%s\n", line.c_str()); }
+void Log(const std::string& line) { LogAs(Severity::NOTICE, line); }
 
-// Lines about what is not as wanted; the others are counted.
-constexpr std::size_t MOST_FAILS = 1000;
+void Complain(documents::Severity severity, const std::string& line) {
+  LogAs(severity == documents::Severity::ERROR ? Severity::ERROR : Severity::WARNING, line);
+}
+
+std::int64_t WallMilliseconds() {
+  using std::chrono::milliseconds;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<milliseconds>(now).count();
+}
 
 std::uint64_t NowMilliseconds() { return uv_hrtime() / 1000000; }
+
+bool AreSameTerminal(int one, int other) {
+  struct stat first {};
+  struct stat second {};
+  return isatty(one) && isatty(other) && fstat(one, &first) == 0 && fstat(other, &second) == 0 &&
+         first.st_rdev == second.st_rdev;
+}
 
 }  // namespace
 
 Daemon::Daemon(const CommandLine& line)
     : m_line(line),
-      m_log(m_loop.Get(), STDERR_FILENO),
+      m_startedAt(NowMilliseconds()),
+      m_log(m_loop.Get(), STDERR_FILENO,
+            LogFormat(line.logFormat.value_or(
+                FindLogKind(STDERR_FILENO, std::getenv("JOURNAL_STREAM"))))),
       m_timers(m_loop.Get()),
       m_stack(NowMilliseconds),
       m_descriptors(m_loop.Get()),
@@ -54,20 +80,24 @@ Daemon::Daemon(const CommandLine& line)
               [] { Tarsel::DcRouterMgr::GetInstance()->GetScheduler().SchedNBase(); }),
       m_stackPort(m_stack, NowMilliseconds),
       m_protocolRows(m_stackPort),
+      m_feed(m_loop.Get(), WallMilliseconds),
       m_reloader(m_loop.Get(),
                  {line.configDirectory, {documents::DeclaredProtocols(), line.isPartial}},
-                 m_interfaces, m_stackPort, m_protocolRows,
-                 {Log, HearWhile, [this](const std::function<void()>& work) { m_loop.Apart(work); },
-                  [this] {
-                    m_memory.Expect();
-                    m_afterReload.Post([this] { TellLongestTurn(); });
-                  },
-                  [this] { m_descriptors.Clear(); }, [this] { return m_pace.RequestsASecond(); }},
-                 OpenHistory(line), {line.guardPercent, line.isFresh, line.keepOldSeconds}),
+                 m_interfaces, m_stackPort, m_protocolRows, MakeReloadHooks(), OpenHistory(line),
+                 {line.guardPercent, line.isFresh, line.keepOldSeconds}),
+      m_tables(m_stack.GetFacts()),
+      m_host{m_loop, std::time(nullptr), console::ConsoleServer::PROTOCOL_VERSION,
+             [this] { return CountSessions(); }, [this] { return m_log.CountLost(); }},
+      m_questions({m_reloader, m_interfaces, m_stackPort, m_tables, m_host, m_feed}),
+      m_watchTap(m_feed, m_stackPort, m_interfaces, m_reloader),
       m_settled(m_loop.Get(), Activity()),
       m_pace([this] { return GetTraffic(); }, NowMilliseconds, line.tickMicroseconds),
       m_lab(m_stack.GetControl(), m_interfaces, [this](auto tick) { m_pace.Fix(tick); }),
-      m_dispatcher(MakeFolderCommands(), m_lab),
+      m_dispatcher(MakeFolderCommands(), m_lab,
+                   {&m_questions,
+                    [](unsigned int level, const std::string& component) {
+                      return SetLogLevel(level, component);
+                    }}),
       m_reload(m_loop.Get()),
       m_afterReload(m_loop.Get()),
       m_memory(m_loop.Get(), Activity(),
@@ -76,10 +106,35 @@ Daemon::Daemon(const CommandLine& line)
 
 Daemon::~Daemon() = default;
 
+// The parts that the hooks use are there when the first of them is called.
+apply::ReloadHooks Daemon::MakeReloadHooks() {
+  apply::ReloadHooks hooks;
+  hooks.log = [this](const std::string& line) {
+    Log(line);
+    m_watchTap.HearLine(line);
+  };
+  hooks.overheard = HearWhile;
+  hooks.library = [this](const std::function<void()>& work) { m_loop.Apart(work); };
+  hooks.over = [this] {
+    m_memory.Expect();
+    m_afterReload.Post([this] { TellLongestTurn(); });
+  };
+  hooks.restarted = [this] { m_descriptors.Clear(); };
+  hooks.requestsASecond = [this] { return m_pace.RequestsASecond(); };
+  hooks.complain = [this](documents::Severity severity, const std::string& line) {
+    Complain(severity, line);
+    m_watchTap.HearLine(line);
+  };
+  return hooks;
+}
+
 int Daemon::Run() {
   WatchSignals();
   if (!m_line.socketPath.empty()) {
     m_server = OpenSocket();
+  }
+  if (!m_line.metricsPath.empty()) {
+    m_metrics = OpenMetrics();
   }
   PrepareLibrary();
   m_reloader.Start(
@@ -87,13 +142,17 @@ int Daemon::Run() {
         if (isTaken) {
           InitializeLibrary();
         } else {
-          Stop(program::EXIT_FAILED);
+          Stop(program::EXIT_FAILED, "nothing that could be applied");
         }
       },
       [this] { Serve(); });
   uv_run(m_loop.Get(), UV_RUN_DEFAULT);
+  m_log.ShareTerminal(nullptr);
   m_session.reset();
   m_server.reset();
+  Tarsel::TRACE("Stopped after %s: %s\n",
+                views::DescribeSpan((NowMilliseconds() - m_startedAt) / 1000).c_str(), m_cause);
+  m_metrics.reset();
   if (m_problem) {
     std::rethrow_exception(m_problem);
   }
@@ -103,7 +162,10 @@ int Daemon::Run() {
 void Daemon::PrepareLibrary() {
   Tarsel::SetTraceLevel(m_line.logLevel);
   Tarsel::TimerLoop::SetCurrent(&m_timers);
-  m_loop.AtTurnEnd([this] { m_pace.Look(); });
+  m_loop.AtTurnEnd([this] {
+    m_pace.Look();
+    m_watchTap.Look();
+  });
   m_stack.MakeCurrent();
 }
 
@@ -116,17 +178,34 @@ void Daemon::InitializeLibrary() {
 // A device that nobody can reach does not go on.
 void Daemon::Serve() {
   m_memory.Expect();
+  TellStart();
   try {
     if (m_server) {
       m_server->Start();
+    }
+    if (m_metrics) {
+      m_metrics->Start();
     }
     if (!m_line.isDaemon) {
       StartSession();
     }
   } catch (const std::exception&) {
     m_problem = std::current_exception();
-    Stop(program::EXIT_FAILED);
+    Stop(program::EXIT_FAILED, "nobody could reach the device");
   }
+}
+
+// Which configuration it is, and what became of it, the lines before have told.
+void Daemon::TellStart() const {
+  const auto& revision = m_reloader.GetInForce();
+  const std::string totals =
+      Counted(Tarsel::DcRouterMgr::GetInstance()->GetVlans().size(), "VLAN", "VLANs") + ", " +
+      Counted(m_interfaces.Get().size(), "interface", "interfaces") + ", " +
+      Counted(m_reloader.GetKnowledge().GetRoutes().CountWanted(), "route", "routes");
+  Tarsel::TRACE("Started: vantacored %s with %s, %s: %s\n", program::GetVersion(),
+                m_line.configDirectory.c_str(),
+                revision ? ("revision " + std::to_string(revision->number)).c_str() : "no revision",
+                totals.c_str());
 }
 
 // Before anything that takes its time: a signal that comes meanwhile waits for the loop.
@@ -137,34 +216,46 @@ void Daemon::WatchSignals() {
   };
   watch(SIGINT, [this] {
     if (!m_session || !m_session->StopCommand()) {
-      Stop(program::EXIT_DONE);
+      Stop(program::EXIT_DONE, "SIGINT");
     }
   });
-  watch(SIGTERM, [this] { Stop(program::EXIT_DONE); });
+  watch(SIGTERM, [this] { Stop(program::EXIT_DONE, "SIGTERM"); });
   if (m_line.isDaemon) {  // however many have come in one turn ask for one reload
     watch(SIGHUP, [this] {
       m_reload.Post([this] { m_reloader.Reload({{}, {}, "SIGHUP"}, {false, 0, true}); });
     });
   } else if (isatty(STDIN_FILENO)) {  // whose terminal goes
-    watch(SIGHUP, [this] { Stop(program::EXIT_DONE); });
+    watch(SIGHUP, [this] { Stop(program::EXIT_DONE, "SIGHUP"); });
   }
   AdmitHangUp();
 }
 
 void Daemon::StartSession() {
-  const console::SessionContext context{m_loop.Get(),
-                                        m_dispatcher,
-                                        m_settled,
-                                        m_walks,
-                                        [this](std::size_t most) { return FindDifferences(most); },
-                                        [this](int status) { Stop(status); }};
+  const console::SessionContext context{
+      m_loop.Get(),
+      m_dispatcher,
+      m_settled,
+      m_walks,
+      [this](std::size_t most) { return FindEffect(most); },
+      [this](int status) {
+        Stop(status, m_session->HasQuit() ? "quit" : "the end of its console");
+      }};
   const unsigned short vlan = m_reloader.GetIntent().GetDevice().defaultVlan;
   if (isatty(STDIN_FILENO)) {
-    m_session = std::make_unique<console::TerminalSession>(context, vlan);
+    m_session = MakeTerminalSession(context, vlan);
   } else {
     m_session = std::make_unique<console::BatchSession>(context, vlan);
   }
   m_session->Start();
+}
+
+std::unique_ptr<console::Session> Daemon::MakeTerminalSession(
+    const console::SessionContext& context, unsigned short vlan) {
+  auto session = std::make_unique<console::TerminalSession>(context, vlan);
+  if (AreSameTerminal(STDIN_FILENO, STDERR_FILENO)) {
+    m_log.ShareTerminal([terminal = session.get()] { return terminal->MakeWay(); });
+  }
+  return session;
 }
 
 std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket() {
@@ -172,29 +263,47 @@ std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket() {
       m_dispatcher,
       [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), Activity()); },
       [this] { return m_reloader.GetIntent().GetDevice().defaultVlan; }, m_walks,
-      [this](std::size_t most) { return FindDifferences(most); }};
+      [this](std::size_t most) { return FindEffect(most); }};
   return std::make_unique<console::ConsoleServer>(
       m_loop.Get(), m_line.socketPath, std::move(context), console::ConsoleServer::Limits{});
 }
 
+std::unique_ptr<MetricsServer> Daemon::OpenMetrics() {
+  return std::make_unique<MetricsServer>(
+      m_loop.Get(), m_line.metricsPath,
+      [this] {
+        std::string text;
+        const views::AnyView view = m_questions.Metrics();
+        while (view->Next(text) == views::View::Rest::MORE) {
+        }
+        return text;
+      },
+      MetricsServer::Limits{});
+}
+
+std::size_t Daemon::CountSessions() const {
+  return (m_session ? 1 : 0) + (m_server ? m_server->CountSessions() : 0);
+}
+
 console::FolderCommands Daemon::MakeFolderCommands() {
   using apply::Asker;
-  return {[this](Asker asker, const apply::ReloadRequest& request) {
-            m_reloader.Reload(std::move(asker), request);
-          },
-          [this](Asker asker, bool isStrict) { m_reloader.Check(std::move(asker), isStrict); },
-          [this](const Asker& asker) { Verify(asker); },
-          [this](Asker asker, std::optional<unsigned int> revision) {
-            m_reloader.Diff(std::move(asker), revision);
-          },
-          [this](Asker asker, unsigned int revision) {
-            m_reloader.Confirm(std::move(asker), revision);
-          },
-          [this](Asker asker, unsigned int back) { m_reloader.Undo(std::move(asker), back); },
-          [this](Asker asker) { m_reloader.ListRevisions(std::move(asker)); },
-          [this](Asker asker, unsigned int revision) {
-            m_reloader.ShowRevision(std::move(asker), revision);
-          }};
+  return {
+      [this](Asker asker, const apply::ReloadRequest& request) {
+        m_reloader.Reload(std::move(asker), request);
+      },
+      [this](Asker asker, bool isStrict) { m_reloader.Check(std::move(asker), isStrict); },
+      [this](std::size_t mostLines, auto done) { m_reloader.Verify(mostLines, std::move(done)); },
+      [this](Asker asker, std::optional<unsigned int> revision) {
+        m_reloader.Diff(std::move(asker), revision);
+      },
+      [this](Asker asker, unsigned int revision) {
+        m_reloader.Confirm(std::move(asker), revision);
+      },
+      [this](Asker asker, unsigned int back) { m_reloader.Undo(std::move(asker), back); },
+      [this](Asker asker) { m_reloader.ListRevisions(std::move(asker)); },
+      [this](Asker asker, unsigned int revision) {
+        m_reloader.ShowRevision(std::move(asker), revision);
+      }};
 }
 
 loop::Activity Daemon::Activity() {
@@ -205,22 +314,16 @@ loop::Activity Daemon::Activity() {
           }};
 }
 
-std::vector<std::string> Daemon::FindDifferences(std::size_t most) const {
-  return apply::DescribeDifferences(m_reloader.GetKnowledge().GetDifferences(), most);
-}
-
-void Daemon::Verify(const apply::Asker& asker) {
-  m_reloader.Verify(MOST_FAILS, [asker](const std::vector<apply::Verdict>& verdicts) {
-    for (const std::string& line : apply::DescribeVerdicts(verdicts, MOST_FAILS)) {
-      asker.report(line + "\n");
-    }
-    asker.end(apply::HavePassed(verdicts));
-  });
+views::Effect Daemon::FindEffect(std::size_t mostDifferences) const {
+  const keepers::Knowledge& knowledge = m_reloader.GetKnowledge();
+  const rows::Differences& differences = knowledge.GetDifferences();
+  return {true, rows::DescribeDifferences(differences, mostDifferences), differences.Count(),
+          knowledge.GetRoutes().CountKept(), knowledge.GetRoutes().CountSecondsOfKept()};
 }
 
 Traffic Daemon::GetTraffic() const {
-  const apply::RouteKeeper& routes = m_reloader.GetKnowledge().GetRoutes();
-  const apply::RuleKeeper& rules = m_reloader.GetKnowledge().GetRules();
+  const routes::RouteKeeper& routes = m_reloader.GetKnowledge().GetRoutes();
+  const routes::RuleKeeper& rules = m_reloader.GetKnowledge().GetRules();
   return {routes.CountUnderWay() + rules.CountUnderWay(),
           routes.CountRetried() + rules.CountRetried(),
           routes.CountConcluded() + rules.CountConcluded(),
@@ -235,8 +338,9 @@ void Daemon::TellLongestTurn() {
                 static_cast<unsigned long long>(m_loop.TakeLongestApart()));
 }
 
-void Daemon::Stop(int status) {
+void Daemon::Stop(int status, const char* cause) {
   m_status = status;
+  m_cause = cause;
   uv_stop(m_loop.Get());
 }
 

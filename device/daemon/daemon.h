@@ -7,24 +7,29 @@
 #include <vector>
 
 #include "command_line.h"
-#include "device/apply/interfaces.h"
 #include "device/apply/reloader.h"
 #include "device/base/timer_loop.h"
 #include "device/console/console_server.h"
 #include "device/console/dispatcher.h"
 #include "device/console/lab.h"
 #include "device/console/session.h"
+#include "device/keepers/interfaces.h"
 #include "device/loop/loop.h"
 #include "device/loop/memory_return.h"
 #include "device/loop/settled_wait.h"
 #include "device/loop/work.h"
 #include "device/stack/routing_stack.h"
+#include "device/views/device_questions.h"
+#include "device/views/feed.h"
 #include "log_writer.h"
+#include "metrics_server.h"
 #include "pace.h"
 #include "protocol_rows.h"
 #include "stack_descriptors.h"
 #include "stack_port.h"
+#include "stack_tables.h"
 #include "walk_runner.h"
+#include "watch_tap.h"
 
 namespace vantacored {
 
@@ -41,43 +46,56 @@ class Daemon {
   int Run();
 
  private:
+  apply::ReloadHooks MakeReloadHooks();
   void PrepareLibrary();
   void InitializeLibrary();
   void Serve();
   void WatchSignals();
   void StartSession();
+  std::unique_ptr<console::Session> MakeTerminalSession(const console::SessionContext& context,
+                                                        unsigned short vlan);
   std::unique_ptr<console::ConsoleServer> OpenSocket();
+  std::unique_ptr<MetricsServer> OpenMetrics();
+  std::size_t CountSessions() const;
   console::FolderCommands MakeFolderCommands();
   loop::Activity Activity();
   Traffic GetTraffic() const;
-  std::vector<std::string> FindDifferences(std::size_t most) const;
-  void Verify(const apply::Asker& asker);
+  views::Effect FindEffect(std::size_t mostDifferences) const;
   void TellLongestTurn();
-  void Stop(int status);
+  void TellStart() const;
+  void Stop(int status, const char* cause);
 
   const CommandLine m_line;
+  const std::uint64_t m_startedAt;  // in milliseconds
   loop::Loop m_loop;
   LogWriter m_log;  // outlives whatever logs
   Tarsel::UvLoop m_timers;
   routing_stack::RoutingStack m_stack;
-  apply::Interfaces m_interfaces;
+  keepers::Interfaces m_interfaces;
   StackDescriptors m_descriptors;
   WalkRunner m_walks;
   SoftwareStackPort m_stackPort;
   ProtocolRows m_protocolRows;
+  views::Feed m_feed;
   apply::Reloader m_reloader;
+  const StackTables m_tables;
+  const views::Host m_host;
+  views::DeviceQuestions m_questions;
+  WatchTap m_watchTap;
   loop::SettledWait m_settled;  // the session's
   Pace m_pace;
   console::Lab m_lab;
   console::Dispatcher m_dispatcher;
   std::unique_ptr<console::Session> m_session;
   std::unique_ptr<console::ConsoleServer> m_server;
+  std::unique_ptr<MetricsServer> m_metrics;
   std::vector<std::unique_ptr<loop::Signal>> m_signals;
   loop::Task m_reload;
   loop::Task m_afterReload;
   loop::MemoryReturn m_memory;
   loop::Work m_givingBack;
   int m_status = program::EXIT_DONE;
+  const char* m_cause = "";      // why it stops
   std::exception_ptr m_problem;  // that ended the start
 };
 

@@ -49,10 +49,10 @@ int WatchRoom(int fd) {
 
 }  // namespace
 
-LogOutlet::LogOutlet(int fd)
+LogOutlet::LogOutlet(int fd, const LogFormat& format)
     : m_isSocket(Is(fd, S_IFSOCK)),
       m_own(OpenAnew(fd)),
-      m_relay(NeedsRelay(fd, m_own.Get()) ? std::make_unique<LogRelay>(fd) : nullptr),
+      m_relay(NeedsRelay(fd, m_own.Get()) ? std::make_unique<LogRelay>(fd, format) : nullptr),
       m_fd(m_relay            ? m_relay->Get()
            : m_own.Get() >= 0 ? m_own.Get()
                               : fd),

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "device/program/owned_descriptor.h"
+#include "log_format.h"
 #include "log_relay.h"
 
 namespace vantacored {
@@ -24,9 +25,9 @@ namespace vantacored {
 ///                   is left to a thread
 class LogOutlet {
  public:
-  /// The descriptor is the caller's and must stay open. Throws std::system_error when a thread is
-  /// needed and cannot be had.
-  explicit LogOutlet(int fd);
+  /// The descriptor is the caller's and must stay open. `format` is as LogRelay's. Throws
+  /// std::system_error when a thread is needed and cannot be had.
+  LogOutlet(int fd, const LogFormat& format);
 
   /// Returns how many bytes have been taken; negative, with errno set, if none were. EAGAIN means:
   /// try again when GetRoom() is readable.

@@ -40,10 +40,13 @@ std::string_view Write(int fd, std::string_view text) {
 }
 
 // What was lost before is told first, so that lines keep their order.
-void Pass(int fd, std::string_view text, LostLines& lost) {
-  if (!lost.IsEmpty() && !Write(fd, lost.Format(false)).empty()) {
-    lost.Add(text, errno);
-    return;
+void Pass(int fd, std::string_view text, const LogFormat& format, LostLines& lost) {
+  if (!lost.IsEmpty()) {
+    const auto prefix = format.MakePrefix(Severity::WARNING, Component::HOST);
+    if (!Write(fd, lost.Format(false, prefix.data())).empty()) {
+      lost.Add(text, errno);
+      return;
+    }
   }
   lost.Clear();
   const std::string_view rest = Write(fd, text);
@@ -52,13 +55,13 @@ void Pass(int fd, std::string_view text, LostLines& lost) {
   }
 }
 
-void Relay(int from, int to) {
+void Relay(int from, int to, LogFormat format) {
   std::array<char, PIECE> bytes;
   LostLines lost;
   for (;;) {
     const ssize_t count = read(from, bytes.data(), bytes.size());
     if (count > 0) {
-      Pass(to, {bytes.data(), static_cast<std::size_t>(count)}, lost);
+      Pass(to, {bytes.data(), static_cast<std::size_t>(count)}, format, lost);
     } else if (count == 0 || errno != EINTR) {
       break;
     }
@@ -67,14 +70,14 @@ void Relay(int from, int to) {
 }
 
 // Signals are the event loop's, so the thread begins with all of them blocked.
-void StartThread(int from, int to) {
+void StartThread(int from, int to, const LogFormat& format) {
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
   pthread_sigmask(SIG_SETMASK, &all, &before);
   std::error_code problem;
   try {
-    std::thread(Relay, from, to).detach();
+    std::thread(Relay, from, to, format).detach();
   } catch (const std::system_error& none) {
     problem = none.code();
   }
@@ -86,13 +89,13 @@ void StartThread(int from, int to) {
 
 }  // namespace
 
-LogRelay::LogRelay(int fd) {
+LogRelay::LogRelay(int fd, const LogFormat& format) {
   std::array<int, 2> ends;
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
     throw std::system_error(errno, std::system_category(), "a socket for the log");
   }
   try {
-    StartThread(ends[1], fd);
+    StartThread(ends[1], fd, format);
   } catch (const std::system_error&) {
     close(ends[0]);
     close(ends[1]);

@@ -2,6 +2,8 @@
 #ifndef DEVICE_DAEMON_LOG_RELAY_H
 #define DEVICE_DAEMON_LOG_RELAY_H
 
+#include "log_format.h"
+
 namespace vantacored {
 
 /// Takes bytes at a socket and writes them to the descriptor in a thread of its own, which waits
@@ -10,8 +12,8 @@ namespace vantacored {
 class LogRelay {
  public:
   /// Writes to `fd`, which is the caller's and must stay open. Throws std::system_error if the
-  /// system gives no socket or no thread.
-  explicit LogRelay(int fd);
+  /// system gives no socket or no thread. `format` is that of the line about lost lines.
+  LogRelay(int fd, const LogFormat& format);
   LogRelay(const LogRelay&) = delete;
   LogRelay& operator=(const LogRelay&) = delete;
   ~LogRelay();

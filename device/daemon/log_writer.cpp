@@ -1,5 +1,5 @@
-// Messages come out of the library's depth, which knows no exceptions, so none leaves from here: what
-// there is no memory for is lost as well.
+// Messages come out of the library's depth, which knows no exceptions, so none leaves from here:
+// what there is no memory for is lost as well.
 #include "log_writer.h"
 
 #include <uv.h>
@@ -23,13 +23,13 @@ using Text = std::array<char, 512>;
 
 }  // namespace
 
-LogWriter::LogWriter(uv_loop_s* loop, int fd) : m_outlet(fd), m_room(loop, m_outlet.GetRoom()) {
-  Tarsel::SetTraceSink([this](int, const std::string& message) { AddPrintable(message); });
+LogWriter::LogWriter(uv_loop_s* loop, int fd, const LogFormat& format)
+    : m_format(format), m_outlet(fd, format), m_room(loop, m_outlet.GetRoom()) {
+  NameLogComponents();
+  Tarsel::SetTraceSink(
+      [this](int level, const std::string& message) { AddMessage(level, message); });
   Tarsel::SetAssertSink([this](const char* expression, const char* source, int line) {
-    Text text;
-    const int size = std::snprintf(text.data(), text.size(), "Assertion failed: %s (%s:%d)\n",
-                                   expression, source, line);
-    Add({text.data(), std::min(static_cast<std::size_t>(size), text.size() - 1)});
+    AddAssertion(expression, source, line);
   });
 }
 
@@ -40,13 +40,36 @@ LogWriter::~LogWriter() {
 }
 
 // A message may quote a document.
-void LogWriter::AddPrintable(const std::string& message) {
+void LogWriter::AddMessage(int level, const std::string& message) {
+  const Component component = GetLogComponent();
   try {
-    const std::string printable = program::PrintableLines(message);
-    Add(printable);
+    Add(WithLineEnds(
+        m_format.Apply(SeverityOf(level, component), component, program::PrintableLines(message))));
   } catch (const std::bad_alloc&) {
     m_lost.Add(message, ENOMEM);
   }
+}
+
+std::string LogWriter::WithLineEnds(const std::string& text) const {
+  if (!MakeWay()) {
+    return text;
+  }
+  std::string lines;
+  for (const char c : text) {
+    lines += c == '\n' ? "\r\n" : std::string(1, c);
+  }
+  return lines;
+}
+
+void LogWriter::AddAssertion(const char* expression, const char* source, int line) {
+  const auto prefix = m_format.MakePrefix(Severity::ERROR, GetLogComponent());
+  Text text;
+  const int size = std::snprintf(text.data(), text.size(), "%sAssertion failed: %s (%s:%d)\n",
+                                 prefix.data(), expression, source, line);
+  const std::size_t kept = std::min(static_cast<std::size_t>(size), text.size() - 1);
+  text[kept - 1] = '\n';
+  MakeWay();
+  Add({text.data(), kept});
 }
 
 void LogWriter::Add(std::string_view text) {
@@ -86,7 +109,8 @@ void LogWriter::WriteWaiting() {
 }
 
 void LogWriter::TellLost() {
-  const std::string_view line = m_lost.Format(m_isMidLine);
+  const auto prefix = m_format.MakePrefix(Severity::WARNING, Component::HOST);
+  const std::string_view line = m_lost.Format(m_isMidLine, prefix.data());
   const std::string_view rest = Write(line);
   if (rest.size() < line.size()) {
     m_lost.Clear();
@@ -97,20 +121,29 @@ void LogWriter::TellLost() {
 // Whatever waits for room waits in the loop.
 void LogWriter::Watch() {
   const bool isStopped = !IsClear() && m_problem == EAGAIN;
-  m_room.Start(isStopped ? UV_READABLE : 0, [this](int) { WriteWaiting(); });
+  m_room.Start(isStopped ? UV_READABLE : 0, [this](int) {
+    MakeWay();
+    WriteWaiting();
+  });
 }
 
 void LogWriter::Flush() {
   using Clock = std::chrono::steady_clock;
-  const auto end = Clock::now() + std::chrono::milliseconds(FLUSH_MILLISECONDS);
-  const auto left = [end] {
+  const auto last = Clock::now() + std::chrono::milliseconds(LONGEST_FLUSH_MILLISECONDS);
+  auto end = Clock::now() + std::chrono::milliseconds(FLUSH_MILLISECONDS);
+  const auto left = [&end, last] {
     return static_cast<int>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count());
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::min(end, last) - Clock::now())
+            .count());
   };
   WriteWaiting();
   while (!IsClear() && m_problem == EAGAIN && left() > 0) {
     m_outlet.AwaitRoom(left());
+    const std::size_t before = m_waiting.size() - m_written;
     WriteWaiting();
+    if (m_waiting.size() - m_written != before) {
+      end = Clock::now() + std::chrono::milliseconds(FLUSH_MILLISECONDS);
+    }
   }
   m_outlet.Finish(std::max(left(), 0));
 }

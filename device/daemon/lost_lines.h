@@ -15,13 +15,16 @@ class LostLines {
   void Add(std::string_view text, int problem);
   bool IsEmpty() const { return m_count == 0; }
   void Clear() { m_count = 0; }
+  /// So far, those included that somebody has been told of.
+  std::uint64_t CountAll() const { return m_all; }
 
-  /// Returns the line that tells of them, valid until the next call. `isMidLine`: the line before it has
-  /// no end yet.
-  std::string_view Format(bool isMidLine);
+  /// Returns the line that tells of them, valid until the next call. `isMidLine`: the line before
+  /// it has no end yet. `prefix` stands before the text.
+  std::string_view Format(bool isMidLine, const char* prefix);
 
  private:
   std::uint64_t m_count = 0;
+  std::uint64_t m_all = 0;
   int m_problem = 0;
   std::array<char, 512> m_text{};
 };

@@ -1,14 +1,14 @@
 #include "protocol_rows.h"
 
-#include "device/apply/standings.h"
 #include "device/routers/row_upkeep.h"
+#include "device/rows/standings.h"
 
 namespace vantacored {
 
-using apply::ProtocolRow;
-using apply::Standing;
 using routers::RowName;
 using routers::RowStanding;
+using rows::ProtocolRow;
+using rows::Standing;
 
 namespace {
 
@@ -34,6 +34,10 @@ Standing::Kind KindOf(RowStanding::Contents contents) {
 
 std::size_t ProtocolRows::Count() const { return routers::CountWantedRows(); }
 
+bool ProtocolRows::IsWanted(const ProtocolRow& row) const {
+  return routers::IsRowWanted(NameOf(row));
+}
+
 std::optional<ProtocolRow> ProtocolRows::Next(const ProtocolRow* last) const {
   const std::optional<RowName> name = last != nullptr ? std::optional(NameOf(*last)) : std::nullopt;
   const std::optional<RowName> next = routers::NextRow(name ? &*name : nullptr);
@@ -47,7 +51,7 @@ Standing ProtocolRows::Look(const ProtocolRow& row) const {
     standing.kind = Standing::Kind::UNDER_WAY;
     return standing;
   }
-  Standing standing = apply::StandingOf(m_port, row, KindOf(now.contents));
+  Standing standing = rows::StandingOf(m_port, row, KindOf(now.contents));
   if (standing.IsDifference() && now.status != 0) {
     standing.status = now.status;
   }

@@ -1,27 +1,28 @@
-// The protocol routers' rows, as apply wants to see them.
+// The protocol routers' rows, as their keeper wants to see them.
 #ifndef DEVICE_DAEMON_PROTOCOL_ROWS_H
 #define DEVICE_DAEMON_PROTOCOL_ROWS_H
 
-#include "device/apply/protocol_rows_port.h"
-#include "device/apply/stack_port.h"
+#include "device/rows/protocol_rows_port.h"
+#include "device/rows/stack_port.h"
 
 namespace vantacored {
 
 /// A row whose request the stack has finished without an answer is not under way any more.
-class ProtocolRows : public apply::ProtocolRowsPort {
+class ProtocolRows : public rows::ProtocolRowsPort {
  public:
   /// Borrowed.
-  explicit ProtocolRows(const apply::StackPort& port) : m_port(port) {}
+  explicit ProtocolRows(const rows::StackPort& port) : m_port(port) {}
 
   std::size_t Count() const override;
-  std::optional<apply::ProtocolRow> Next(const apply::ProtocolRow* last) const override;
-  apply::Standing Look(const apply::ProtocolRow& row) const override;
-  void AskAgain(const apply::ProtocolRow& row) override;
+  bool IsWanted(const rows::ProtocolRow& row) const override;
+  std::optional<rows::ProtocolRow> Next(const rows::ProtocolRow* last) const override;
+  rows::Standing Look(const rows::ProtocolRow& row) const override;
+  void AskAgain(const rows::ProtocolRow& row) override;
   std::size_t CountUnderWay(
-      const std::function<bool(const apply::ProtocolRow& row)>& counts) const override;
+      const std::function<bool(const rows::ProtocolRow& row)>& counts) const override;
 
  private:
-  const apply::StackPort& m_port;
+  const rows::StackPort& m_port;
 };
 
 }  // namespace vantacored

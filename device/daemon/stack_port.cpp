@@ -40,10 +40,17 @@ SoftwareStackPort::SoftwareStackPort(routing_stack::RoutingStack& stack,
 
 SoftwareStackPort::~SoftwareStackPort() { m_stack.SetListener(nullptr); }
 
+// The stack asks its listener when it gets it what is to be told.
+void SoftwareStackPort::SetTap(routing_stack::Listener* tap) {
+  m_tap = tap;
+  m_stack.SetListener(this);
+}
+
 bool SoftwareStackPort::IsReady() const { return m_facts.IsReady(); }
+bool SoftwareStackPort::IsHeld() const { return m_facts.IsHeld(); }
 bool SoftwareStackPort::HasUnfinished() const { return m_facts.HasUnfinished(); }
 
-bool SoftwareStackPort::IsUnfinished(const apply::Row& row) const {
+bool SoftwareStackPort::IsUnfinished(const rows::Row& row) const {
   if (!m_facts.HasUnfinished()) {
     return false;
   }
@@ -52,7 +59,7 @@ bool SoftwareStackPort::IsUnfinished(const apply::Row& row) const {
                      [this](const RowName& name) { return m_facts.IsUnfinished(name); });
 }
 
-std::uint64_t SoftwareStackPort::UnfinishedSince(const apply::Row& row) const {
+std::uint64_t SoftwareStackPort::UnfinishedSince(const rows::Row& row) const {
   std::optional<std::uint64_t> first;
   for (const RowName& name : NamesOf(row)) {
     const std::optional<std::uint64_t> since = m_facts.UnfinishedSince(name);
@@ -63,7 +70,7 @@ std::uint64_t SoftwareStackPort::UnfinishedSince(const apply::Row& row) const {
   return first.value_or(0);
 }
 
-unsigned int SoftwareStackPort::GetRefusal(const apply::Row& row) const {
+unsigned int SoftwareStackPort::GetRefusal(const rows::Row& row) const {
   if (m_refusals.empty()) {
     return 0;
   }
@@ -76,10 +83,10 @@ unsigned int SoftwareStackPort::GetRefusal(const apply::Row& row) const {
   return 0;
 }
 
-std::vector<apply::StackInstance> SoftwareStackPort::ReadInstances(const apply::StackInstance* last,
-                                                                   std::size_t most) const {
+std::vector<rows::StackInstance> SoftwareStackPort::ReadInstances(const rows::StackInstance* last,
+                                                                  std::size_t most) const {
   const InstanceEntry key = last == nullptr ? InstanceEntry{} : KeyOf(last->row);
-  std::vector<apply::StackInstance> instances;
+  std::vector<rows::StackInstance> instances;
   for (const InstanceEntry& entry :
        m_facts.InstancesAfter(last == nullptr ? nullptr : &key, most)) {
     instances.push_back(ToInstance(entry));
@@ -87,8 +94,8 @@ std::vector<apply::StackInstance> SoftwareStackPort::ReadInstances(const apply::
   return instances;
 }
 
-std::optional<apply::StackInstance> SoftwareStackPort::FindInstance(
-    const apply::InstanceRow& row) const {
+std::optional<rows::StackInstance> SoftwareStackPort::FindInstance(
+    const rows::InstanceRow& row) const {
   const std::optional<InstanceEntry> entry = m_facts.FindInstance(KeyOf(row).instance);
   return entry ? std::optional(ToInstance(*entry)) : std::nullopt;
 }
@@ -108,31 +115,31 @@ std::vector<amb_stubs_i3_ea> SoftwareStackPort::ReadAddresses(const amb_stubs_i3
   return m_facts.AddressesAfter(last, most);
 }
 
-std::optional<amb_stubs_i3_ea> SoftwareStackPort::FindAddress(const apply::AddressRow& row) const {
+std::optional<amb_stubs_i3_ea> SoftwareStackPort::FindAddress(const rows::AddressRow& row) const {
   return m_facts.FindAddress(KeyOf(row));
 }
 
-std::vector<apply::StackRoute> SoftwareStackPort::ReadRoutes(const apply::StackRoute* last,
-                                                             std::size_t most) const {
+std::vector<rows::StackRoute> SoftwareStackPort::ReadRoutes(const rows::StackRoute* last,
+                                                            std::size_t most) const {
   const StaticRoute key =
       last == nullptr ? StaticRoute{} : KeyOf(last->route.target, last->route.ifIndex);
   const std::vector<StaticRoute> slice =
       m_facts.StaticRoutesAfter(last == nullptr ? nullptr : &key, most);
-  std::vector<apply::StackRoute> routes;
+  std::vector<rows::StackRoute> routes;
   routes.reserve(slice.size());
   std::transform(slice.begin(), slice.end(), std::back_inserter(routes), ToRoute);
   return routes;
 }
 
-std::optional<apply::StackRoute> SoftwareStackPort::FindRoute(const apply::RouteRow& row) const {
+std::optional<rows::StackRoute> SoftwareStackPort::FindRoute(const rows::RouteRow& row) const {
   const std::optional<StaticRoute> route = m_facts.FindStaticRoute(KeyOf(row.target, row.ifIndex));
   return route ? std::optional(ToRoute(*route)) : std::nullopt;
 }
 
 // An empty slice would be the end, so one in which all are down is passed over.
-std::vector<apply::RuleRow> SoftwareStackPort::ReadRules(const apply::RuleRow* last,
-                                                         std::size_t most) const {
-  std::vector<apply::RuleRow> rules;
+std::vector<rows::RuleRow> SoftwareStackPort::ReadRules(const rows::RuleRow* last,
+                                                        std::size_t most) const {
+  std::vector<rows::RuleRow> rules;
   std::vector<RedistributionRow> slice =
       last == nullptr ? m_facts.RedistributionsAfter(nullptr, most) : std::vector{KeyOf(*last)};
   if (last != nullptr) {
@@ -150,7 +157,7 @@ std::vector<apply::RuleRow> SoftwareStackPort::ReadRules(const apply::RuleRow* l
   return rules;
 }
 
-bool SoftwareStackPort::HasRule(const apply::RuleRow& row) const {
+bool SoftwareStackPort::HasRule(const rows::RuleRow& row) const {
   const std::optional<RedistributionRow> rule = m_facts.FindRedistribution(KeyOf(row));
   return rule && rule->isUp;
 }
@@ -171,11 +178,17 @@ bool SoftwareStackPort::EndLostRequests() {
 // The answers for routes and rules reach the host's own items; there may be very many of them. A
 // row that is to go and is not there is as it should be.
 void SoftwareStackPort::Answered(const RowName& row, int rowStatus, unsigned int status) {
+  if (m_tap != nullptr) {
+    m_tap->Answered(row, rowStatus, status);
+  }
+  const bool isGone = rowStatus == ROW_STATUS_DESTROY && status == STATUS_ABSENT;
+  const bool isDone = status == STATUS_DONE || isGone;
+  m_answers.done += isDone ? 1 : 0;
+  m_answers.refused += !isDone && status != 0 ? 1 : 0;
   if (status != 0 && IsRouteOrRule(row)) {
     return;
   }
-  const bool isGone = rowStatus == ROW_STATUS_DESTROY && status == STATUS_ABSENT;
-  if (status == STATUS_DONE || isGone) {
+  if (isDone) {
     m_refusals.erase(row);
   } else if (status != 0) {
     m_refusals[row] = status;
@@ -186,10 +199,18 @@ void SoftwareStackPort::Answered(const RowName& row, int rowStatus, unsigned int
 }
 
 void SoftwareStackPort::Restarted() {
+  if (m_tap != nullptr) {
+    m_tap->Restarted();
+  }
   m_refusals.clear();
   if (m_listener != nullptr) {
     m_listener->Restarted();
   }
+}
+
+void SoftwareStackPort::ForwardingChanged(routing_stack::ForwardingChange change,
+                                          const amb_cipr_rtm_route& route, RowType cause) {
+  m_tap->ForwardingChanged(change, route, cause);
 }
 
 }  // namespace vantacored

@@ -1,4 +1,4 @@
-// The software routing stack as apply sees it.
+// The software routing stack as the keepers see it.
 #ifndef DEVICE_DAEMON_STACK_PORT_H
 #define DEVICE_DAEMON_STACK_PORT_H
 
@@ -6,7 +6,7 @@
 #include <functional>
 #include <map>
 
-#include "device/apply/stack_port.h"
+#include "device/rows/stack_port.h"
 #include "device/stack/facts.h"
 #include "device/stack/routing_stack.h"
 
@@ -14,7 +14,7 @@ namespace vantacored {
 
 /// Forwards to the stack's facts and to its upkeep. It is the stack's listener as long as it lives,
 /// and keeps by row which requests were refused last.
-class SoftwareStackPort final : public apply::StackPort, private routing_stack::Listener {
+class SoftwareStackPort final : public rows::StackPort, private routing_stack::Listener {
  public:
   /// The stack is borrowed. `now` is the clock that the stack was made with.
   SoftwareStackPort(routing_stack::RoutingStack& stack, std::function<std::uint64_t()> now);
@@ -23,30 +23,34 @@ class SoftwareStackPort final : public apply::StackPort, private routing_stack::
   ~SoftwareStackPort() override;
 
   std::uint64_t Now() const override { return m_now(); }
-  void SetListener(apply::StackListener* listener) override { m_listener = listener; }
+  void SetListener(rows::StackListener* listener) override { m_listener = listener; }
+  /// Lets another one hear what the stack tells, before the listener does; null ends it. It is
+  /// borrowed, and asked for WantsForwarding now. Not from inside the stack's run.
+  void SetTap(routing_stack::Listener* tap);
 
   bool IsReady() const override;
+  bool IsHeld() const override;
+  rows::AnswerCounts CountAnswers() const override { return m_answers; }
   bool HasUnfinished() const override;
-  bool IsUnfinished(const apply::Row& row) const override;
-  std::uint64_t UnfinishedSince(const apply::Row& row) const override;
-  unsigned int GetRefusal(const apply::Row& row) const override;
+  bool IsUnfinished(const rows::Row& row) const override;
+  std::uint64_t UnfinishedSince(const rows::Row& row) const override;
+  unsigned int GetRefusal(const rows::Row& row) const override;
 
-  std::vector<apply::StackInstance> ReadInstances(const apply::StackInstance* last,
-                                                  std::size_t most) const override;
-  std::optional<apply::StackInstance> FindInstance(const apply::InstanceRow& row) const override;
+  std::vector<rows::StackInstance> ReadInstances(const rows::StackInstance* last,
+                                                 std::size_t most) const override;
+  std::optional<rows::StackInstance> FindInstance(const rows::InstanceRow& row) const override;
   std::vector<amb_stubs_i3_ei> ReadInterfaces(const amb_stubs_i3_ei* last,
                                               std::size_t most) const override;
   std::optional<amb_stubs_i3_ei> FindInterface(unsigned int instance,
                                                std::uint32_t ifIndex) const override;
   std::vector<amb_stubs_i3_ea> ReadAddresses(const amb_stubs_i3_ea* last,
                                              std::size_t most) const override;
-  std::optional<amb_stubs_i3_ea> FindAddress(const apply::AddressRow& row) const override;
-  std::vector<apply::StackRoute> ReadRoutes(const apply::StackRoute* last,
-                                            std::size_t most) const override;
-  std::optional<apply::StackRoute> FindRoute(const apply::RouteRow& row) const override;
-  std::vector<apply::RuleRow> ReadRules(const apply::RuleRow* last,
-                                        std::size_t most) const override;
-  bool HasRule(const apply::RuleRow& row) const override;
+  std::optional<amb_stubs_i3_ea> FindAddress(const rows::AddressRow& row) const override;
+  std::vector<rows::StackRoute> ReadRoutes(const rows::StackRoute* last,
+                                           std::size_t most) const override;
+  std::optional<rows::StackRoute> FindRoute(const rows::RouteRow& row) const override;
+  std::vector<rows::RuleRow> ReadRules(const rows::RuleRow* last, std::size_t most) const override;
+  bool HasRule(const rows::RuleRow& row) const override;
 
   /// Runs the stack that is current, which has to be this one.
   bool EndLostRequests() override;
@@ -54,12 +58,17 @@ class SoftwareStackPort final : public apply::StackPort, private routing_stack::
  private:
   void Answered(const routing_stack::RowName& row, int rowStatus, unsigned int status) override;
   void Restarted() override;
+  bool WantsForwarding() const override { return m_tap != nullptr && m_tap->WantsForwarding(); }
+  void ForwardingChanged(routing_stack::ForwardingChange change, const amb_cipr_rtm_route& route,
+                         routing_stack::RowType cause) override;
 
   routing_stack::RoutingStack& m_stack;
   const routing_stack::Facts& m_facts;
   const std::function<std::uint64_t()> m_now;
-  apply::StackListener* m_listener = nullptr;
+  rows::StackListener* m_listener = nullptr;
+  routing_stack::Listener* m_tap = nullptr;
   std::map<routing_stack::RowName, unsigned int> m_refusals;
+  rows::AnswerCounts m_answers;
 };
 
 }  // namespace vantacored

@@ -29,8 +29,8 @@ std::string HomeFolder() {
   return problem != 0 || found == nullptr ? "" : found->pw_dir;
 }
 
-// Folders that are not absolute count as none, as the rules for such variables say. A supervisor may
-// name several: the first is this program's.
+// Folders that are not absolute count as none, as the rules for such variables say. A supervisor
+// may name several: the first is this program's.
 std::string StateFolder() {
   const std::string ofSupervisor = Environment("STATE_DIRECTORY");
   const std::string first = ofSupervisor.substr(0, ofSupervisor.find(':'));

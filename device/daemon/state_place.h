@@ -7,9 +7,9 @@
 
 namespace vantacored {
 
-/// Opens the store of the configuration folder's revisions: in the folder that `--state` names, else
-/// with `--daemon` in $STATE_DIRECTORY, else in the user's folder for state. If there is none, the
-/// result says why.
+/// Opens the store of the configuration folder's revisions: in the folder that `--state` names,
+/// else with `--daemon` in $STATE_DIRECTORY, else in the user's folder for state. If there is none,
+/// the result says why.
 apply::History::Place OpenHistory(const CommandLine& line);
 
 }  // namespace vantacored

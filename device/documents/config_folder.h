@@ -11,6 +11,7 @@
 #include "findings.h"
 #include "folder.h"
 #include "members.h"
+#include "seen_files.h"
 
 namespace documents {
 
@@ -33,7 +34,7 @@ constexpr const char* VLANS_NAME = "vlans.json";
 constexpr std::size_t MAX_FOLDER_FILES = 4096;
 constexpr std::size_t MAX_FOLDER_BYTES = 512u << 20;
 
-/// Reads and checks the folder. It keeps nothing of what it has read. It may be used in any thread,
+/// Reads and checks the folder. It keeps no text of what it has read. It may be used in any thread,
 /// by one at a time, and calls neither the library nor the log.
 class ConfigFolder {
  public:
@@ -65,6 +66,11 @@ class ConfigFolder {
   /// What both say is shared with it, and whether the reading is unchanged is told by it.
   Reading ReadInstead(const Folder& inForce) const { return Read(nullptr, &inForce, {}); }
 
+  /// Whether the folder says something else than `inForce`, or cannot be read. Looks at the files
+  /// first and reads the texts of those only that look changed, once while they look the same;
+  /// checks nothing. May be called while other threads read or ask.
+  bool DiffersFrom(const Folder& inForce) const;
+
  private:
   Reading Read(const Folder* inForce, const Folder* like,
                const std::set<std::string>& expected) const;
@@ -75,6 +81,7 @@ class ConfigFolder {
   const VlanShapes m_shapes;
   const bool m_isPartial;
   const bool m_keepsTexts;
+  mutable SeenFiles m_seen;
 };
 
 }  // namespace documents

@@ -75,7 +75,7 @@ Explanation Explain(std::string_view text, rapidjson::ParseErrorCode error, std:
                                          : *known;
 }
 
-// What stands there, as far as it is one word.
+// What stands there, as far as it is one word; a text has the quotes of all words, not its own.
 std::string Found(std::string_view text, std::size_t offset) {
   if (offset >= text.size()) {
     return "the end";
@@ -86,7 +86,8 @@ std::string Found(std::string_view text, std::size_t offset) {
   }
   const std::size_t end = std::min(
       {rest.find_first_of(std::string(",:[]{}\" \t\r\n") + '\0', 1), rest.size(), LONGEST_SHOWN});
-  return program::Quote(std::string(rest.substr(0, end)));
+  const std::size_t begin = rest[0] == '"' ? 1 : 0;
+  return program::Quote(std::string(rest.substr(begin, end - begin)));
 }
 
 }  // namespace

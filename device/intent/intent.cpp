@@ -10,6 +10,15 @@ Intent::Intent(documents::Folder folder) : m_folder(std::move(folder)) {
   }
 }
 
+Intent Intent::WithInterfaces(documents::Interfaces interfaces) const {
+  const auto file = std::make_shared<documents::DeviceFile>();
+  file->device = GetDevice();
+  file->device.interfaces = std::move(interfaces);
+  Intent other = *this;
+  other.m_folder.deviceFile = file;
+  return other;
+}
+
 const documents::Profiles& Intent::GetProfiles() const {
   static const documents::Profiles NONE;
   for (const auto& file : m_folder.files) {

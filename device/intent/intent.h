@@ -30,6 +30,10 @@ class Intent {
   const documents::VlanIds& GetNamedVlans() const { return m_namedVlans; }
   const documents::Folder& GetFolder() const { return m_folder; }
 
+  /// Returns the same with these interfaces, as events have made them. Origins stay those of the
+  /// document.
+  Intent WithInterfaces(documents::Interfaces interfaces) const;
+
  private:
   documents::Folder m_folder;
   documents::VlanIds m_namedVlans;

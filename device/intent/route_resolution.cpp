@@ -68,22 +68,27 @@ bool operator==(const RouteContext& a, const RouteContext& b) {
   return a.vlans == b.vlans && (a.interfaces == b.interfaces || *a.interfaces == *b.interfaces);
 }
 
-ResolvedRoutes ResolveRoutes(const documents::ConfigFiles& documents, const RouteContext& context) {
+ResolvedRoutes ResolveRoutes(const documents::ConfigFiles& documents, const RouteContext& context,
+                             UnresolvedRoutes* unresolved) {
   documents::MergedRoutes wanted(documents);
   Lookup lookup(context);
   ResolvedRoutes resolved;
   resolved.reserve(wanted.CountAll());
   std::size_t first = 0;  // of the target that came last
   while (const documents::Route* route = wanted.Next()) {
-    if (!wanted.IsFirst() || !lookup.HasVlan(route->target.vlan)) {
+    if (!wanted.IsFirst()) {
       continue;
     }
-    if (const auto index = lookup.IndexOf(wanted.GetInterface())) {
+    const bool hasVlan = lookup.HasVlan(route->target.vlan);
+    const auto index = hasVlan ? lookup.IndexOf(wanted.GetInterface()) : std::nullopt;
+    if (index) {
       if (!resolved.empty() && !(resolved.back().target == route->target)) {
         Order(first, resolved);
         first = resolved.size();
       }
       resolved.push_back({route->target, *index, route->metric});
+    } else if (unresolved != nullptr) {
+      unresolved->push_back({route->target, route->metric, wanted.GetInterface(), !hasVlan});
     }
   }
   Order(first, resolved);

@@ -33,6 +33,18 @@ struct ResolvedRoute {
 using ResolvedRoutes = std::vector<ResolvedRoute>;
 using SharedRoutes = std::shared_ptr<const ResolvedRoutes>;
 
+/// A route that waits: what it needs does not exist.
+struct UnresolvedRoute {
+  documents::RouteTarget target;
+  std::uint32_t metric = 0;
+  std::string interface;   // its name; empty for none
+  bool lacksVlan = false;  // otherwise it is the interface that is not there
+};
+
+/// In the order of their targets and of their interfaces' names.
+using UnresolvedRoutes = std::vector<UnresolvedRoute>;
+using SharedUnresolved = std::shared_ptr<const UnresolvedRoutes>;
+
 /// The indexes of interfaces by VLAN and name.
 using InterfaceIndexes = std::map<std::pair<unsigned short, std::string>, std::uint32_t>;
 
@@ -47,8 +59,9 @@ struct RouteContext {
 
 /// Returns the routes of documents that can be requested: those of VLANs that exist and without an
 /// interface or with one that exists. The others wait: they come with a context that has what they
-/// lack.
-ResolvedRoutes ResolveRoutes(const documents::ConfigFiles& documents, const RouteContext& context);
+/// lack. They are appended to `unresolved`, unless that is null.
+ResolvedRoutes ResolveRoutes(const documents::ConfigFiles& documents, const RouteContext& context,
+                             UnresolvedRoutes* unresolved = nullptr);
 
 }  // namespace intent
 

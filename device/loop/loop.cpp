@@ -55,7 +55,12 @@ void Loop::TurnEnds() {
   Guard(m_atTurnEnd);
   const std::uint64_t now = ProcessorMicroseconds();
   m_longestTurn = std::max(m_longestTurn, now - m_turnBegin);
+  m_statistics.Add(now - m_turnBegin, uv_now(m_loop.get()));
   m_turnBegin = now;
+}
+
+std::uint64_t Loop::FindLongestTurnOfLastMinute() const {
+  return m_statistics.FindLongestOfLastMinute(uv_now(m_loop.get()));
 }
 
 std::uint64_t Loop::TakeLongestTurn() {

@@ -7,6 +7,8 @@
 #include <memory>
 #include <utility>
 
+#include "turn_statistics.h"
+
 struct uv_loop_s;
 struct uv_prepare_s;
 
@@ -32,6 +34,10 @@ class Loop {
   /// Returns the longest turn since the last call, in microseconds. The present turn counts as far
   /// as it has gone, and again when it has ended.
   std::uint64_t TakeLongestTurn();
+  /// The longest turns that have ended, in microseconds: since the loop was made, and of the last
+  /// minute. Any number of readers may ask.
+  std::uint64_t GetLongestTurn() const { return m_statistics.GetLongest(); }
+  std::uint64_t FindLongestTurnOfLastMinute() const;
 
   /// Carries out `work`, whose time does not count as part of a turn but is told apart: it cannot
   /// be divided. May be called from callbacks of the loop only.
@@ -49,6 +55,7 @@ class Loop {
   std::uint64_t m_turnBegin = 0;  // microseconds of processor time
   std::uint64_t m_longestTurn = 0;
   std::uint64_t m_longestApart = 0;
+  TurnStatistics m_statistics;
 };
 
 }  // namespace loop

@@ -10,9 +10,6 @@
 
 namespace plan {
 
-enum class Thing { VLAN, INTERFACE, ADDRESS, PROTOCOL, ROW, ROUTE, RULE, SETTING };
-enum class How { ADDED, REMOVED, CHANGED };
-
 /// Writes a change without its sign. There can be a million, so only who wants the text has it
 /// written.
 using Words = std::function<std::string()>;

@@ -10,16 +10,12 @@ char SignOf(How how) { return how == How::ADDED ? '+' : how == How::REMOVED ? '-
 class Lister : public Visitor {
  public:
   /// `report` is borrowed.
-  explicit Lister(const std::function<bool(const std::string&)>& report) : m_report(report) {}
+  explicit Lister(const std::function<bool(Change)>& report) : m_report(report) {}
 
-  void BeginVlan(unsigned short vlan, bool) override { m_title = "VLAN " + std::to_string(vlan); }
+  void BeginVlan(unsigned short vlan, bool) override { m_vlan = vlan; }
   bool Take(Thing thing, How how, const Words& words) override {
     AddTo(m_totals, thing, how);
-    if (!m_title.empty() && !m_report(m_title)) {
-      return false;
-    }
-    m_title.clear();
-    return m_report(std::string("  ") + SignOf(how) + ' ' + words());
+    return m_report({m_vlan, thing, how, words()});
   }
   void AddRequests(std::size_t count) override { m_totals.requests += count; }
   void TakePrefix(const Prefix&, bool) override {}
@@ -28,20 +24,43 @@ class Lister : public Visitor {
   const Totals& GetTotals() const { return m_totals; }
 
  private:
-  const std::function<bool(const std::string&)>& m_report;
-  std::string m_title = "device";  // that is still to be reported
+  const std::function<bool(Change)>& m_report;
+  std::optional<unsigned short> m_vlan;
   Totals m_totals;
 };
 
 }  // namespace
 
-Totals ListChanges(const intent::Intent& from, const intent::Intent& to,
-                   const std::function<bool(const std::string& line)>& report) {
-  Lister lister(report);
-  if (Walk(from, to, lister)) {
-    report(DescribeTotals(lister.GetTotals()));
+bool ChangeLines::Add(const Change& change, const Report& report) {
+  if (!m_hasBegun || m_group != change.vlan) {
+    m_hasBegun = true;
+    m_group = change.vlan;
+    if (!report(change.vlan ? "VLAN " + std::to_string(*change.vlan) : "device")) {
+      return false;
+    }
   }
+  return report(std::string("  ") + SignOf(change.how) + ' ' + change.words);
+}
+
+Totals TellChanges(const intent::Intent& from, const intent::Intent& to,
+                   const std::function<bool(Change)>& report) {
+  Lister lister(report);
+  Walk(from, to, lister);
   return lister.GetTotals();
+}
+
+Totals ListChanges(const intent::Intent& from, const intent::Intent& to,
+                   const ChangeLines::Report& report) {
+  ChangeLines lines;
+  bool isOver = false;
+  const Totals totals = TellChanges(from, to, [&](const Change& change) {
+    isOver = !lines.Add(change, report);
+    return !isOver;
+  });
+  if (!isOver) {
+    report(DescribeTotals(totals));
+  }
+  return totals;
 }
 
 }  // namespace plan

@@ -5,12 +5,16 @@
 #include <array>
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "device/intent/intent.h"
 
 namespace plan {
+
+enum class Thing { VLAN, INTERFACE, ADDRESS, PROTOCOL, ROW, ROUTE, RULE, SETTING };
+enum class How { ADDED, REMOVED, CHANGED };
 
 struct Count {
   std::size_t added = 0;
@@ -73,6 +77,34 @@ struct Plan {
 /// has them, rows as the last one. A VLAN exists if and only if the VLAN document names it, and a
 /// protocol runs if and only if the VLAN document enables it: nothing else counts.
 Plan MakePlan(const intent::Intent& from, const intent::Intent& to);
+
+/// One change as it is listed.
+struct Change {
+  std::optional<unsigned short> vlan;  // nothing: it belongs to no VLAN
+  Thing thing = Thing::VLAN;
+  How how = How::ADDED;
+  std::string words;  // what comes, goes or changes
+};
+
+/// Calls `report` with each change, by VLAN; what belongs to none comes first. Ends early when
+/// `report` returns false. Returns the totals of what has been told.
+Totals TellChanges(const intent::Intent& from, const intent::Intent& to,
+                   const std::function<bool(Change change)>& report);
+
+/// Calls `report` with each line about changes, without its end: the title of their VLAN before the
+/// first of it ("device" for what belongs to none), then the change with its sign. For changes that
+/// are told one after the other.
+class ChangeLines {
+ public:
+  using Report = std::function<bool(const std::string& line)>;
+
+  /// Returns what the last call of `report` has.
+  bool Add(const Change& change, const Report& report);
+
+ private:
+  bool m_hasBegun = false;
+  std::optional<unsigned short> m_group;
+};
 
 /// Calls `report` with each change, a line without its end: "VLAN 10", then its changes, each
 /// with two blanks, `+`, `-` or `~`, and what it is; at the end the totals. What belongs to no VLAN

@@ -1,8 +1,11 @@
 #include <utility>
 
 #include "count.h"
+#include "device/program/counted.h"
 
 namespace plan {
+
+using program::Counted;
 
 namespace {
 
@@ -22,10 +25,6 @@ constexpr Noun NOUNS[] = {
     {&Totals::rules, "rule", "rules"},
     {&Totals::settings, "setting", "settings"},
 };
-
-std::string Counted(std::size_t count, const char* one, const char* many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
-}
 
 // The noun stands with the first count only: "3 routes removed, 1 changed".
 void Add(const Count& count, const Noun& noun, std::string& text) {

@@ -27,6 +27,9 @@ std::string DescribeRefused(const char* word) {
 
 }  // namespace
 
+const char* GetVersion() { return PROGRAM_VERSION; }
+int GetAbiVersion() { return VANTACORE_ABI_VERSION; }
+
 std::optional<Ending> ReadOptions(const Usage& usage, int argc, char** argv,
                                   const TakeOption& take) {
   std::vector<option> options = usage.options;

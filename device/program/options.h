@@ -11,6 +11,9 @@
 
 namespace program {
 
+/// The version of the programs: "1.0.0".
+const char* GetVersion();
+
 /// What to do instead of running: print a text and end.
 struct Ending {
   std::string text;
@@ -24,6 +27,11 @@ struct Usage {
   std::vector<option> options;  // as getopt_long takes them; --help and --version are added
   bool endsAtWord;  // true: the options end at the first word; false: words may stand among them
 };
+
+/// The product's version, which --version tells: "1.2.3".
+const char* GetVersion();
+/// That of the library's binary interface: the number at the end of its file name.
+int GetAbiVersion();
 
 /// Takes an option by its number and value. Returns what is wrong with it, or the empty text.
 using TakeOption = std::function<std::string(int number, const char* value)>;

@@ -15,6 +15,9 @@ namespace revisions {
 /// What made a revision.
 enum class Cause { START, RELOAD, UNDO, WAY_BACK };
 
+/// "start", "reload", "undo", "way back".
+const char* WordOf(Cause cause);
+
 struct Revision {
   unsigned int number = 0;  // from 1 on, each one more than the last
   std::int64_t time = 0;    // seconds since the epoch

@@ -59,15 +59,6 @@ std::string ForPeople(const std::string& text) { return program::Printable(text,
 
 std::string Cut(const std::string& text) { return program::Printable(text, MAX_TEXT_BYTES); }
 
-const char* WordOf(Cause cause) {
-  for (const CauseWord& one : CAUSES) {
-    if (one.cause == cause) {
-      return one.word;
-    }
-  }
-  return "";
-}
-
 Json::Value ToJson(const Unconfirmed& unconfirmed) {
   Json::Value value;
   value["revision"] = unconfirmed.revision;
@@ -137,6 +128,15 @@ void ReadDocuments(MemberReader& reader, std::string& problem, Documents& docume
 }
 
 }  // namespace
+
+const char* WordOf(Cause cause) {
+  for (const CauseWord& one : CAUSES) {
+    if (one.cause == cause) {
+      return one.word;
+    }
+  }
+  return "";
+}
 
 std::string WriteState(const WrittenState& written) {
   const State& state = written.state;

@@ -8,6 +8,8 @@ namespace routers {
 
 std::size_t CountWantedRows() { return RowRegistry::Get().CountWanted(); }
 
+bool IsRowWanted(const RowName& name) { return RowRegistry::Get().FindCounting(name) != nullptr; }
+
 std::optional<RowName> NextRow(const RowName* last) {
   if (last == nullptr) {
     RowRegistry::Get().ForgetGone();

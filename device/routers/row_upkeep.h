@@ -48,6 +48,9 @@ struct RowStanding {
 /// How many rows documents want.
 TARSEL_API std::size_t CountWantedRows();
 
+/// Whether a document wants the row.
+TARSEL_API bool IsRowWanted(const RowName& name);
+
 /// The first row after `last`, which need not be there any more, or the very first for a null
 /// pointer; nothing at the end.
 TARSEL_API std::optional<RowName> NextRow(const RowName* last);

@@ -36,6 +36,13 @@ std::string Address::ToText(Family family) const {
   return text;
 }
 
+std::uint32_t CommonLength(const Address& a, const Address& b) {
+  if (a.high != b.high) {
+    return static_cast<std::uint32_t>(__builtin_clzll(a.high ^ b.high));
+  }
+  return a.low == b.low ? 128 : 64 + static_cast<std::uint32_t>(__builtin_clzll(a.low ^ b.low));
+}
+
 Address MaskOf(std::uint32_t length) {
   const auto ones = [](std::uint32_t count) -> std::uint64_t {
     return count == 0 ? 0 : ~std::uint64_t{0} << (64 - count);

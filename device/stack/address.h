@@ -43,6 +43,9 @@ struct Address {
   }
 };
 
+/// How many leading bits two addresses share: 128 if they are equal, of either family.
+std::uint32_t CommonLength(const Address& a, const Address& b);
+
 /// The address of `length` leading ones, `length` up to 128.
 Address MaskOf(std::uint32_t length);
 

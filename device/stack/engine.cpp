@@ -272,6 +272,7 @@ void Engine::Serve(DescriptorEvent& event) {
 template <typename AnyRequest>
 void Engine::Judge(AnyRequest& request) {
   const Oid oid = request.GetOid();
+  m_tables.SetCause(AnyRequest::kType);
   Answer answer;
   if (request.judged || !m_scripts.Concerns(AnyRequest::kType) ||
       !m_scripts.Take(AnyRequest::kType, oid, &answer)) {

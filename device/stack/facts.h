@@ -25,6 +25,7 @@
 #ifndef DEVICE_STACK_FACTS_H
 #define DEVICE_STACK_FACTS_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -87,6 +88,41 @@ struct StaticRoute {
   bool isInstalled = false;  // it is in the forwarding table
 };
 
+/// The protocols that routes come from, in the order of their codes in the rows: 2, 3, 8, 13, 14.
+enum class RouteProtocol : unsigned char { kConnected, kStatic, kRip, kOspf, kBgp };
+constexpr std::size_t kRouteProtocols = static_cast<std::size_t>(RouteProtocol::kBgp) + 1;
+
+/// A candidate for the routes of its prefix, with everything that decides whether it is installed.
+struct RouteCandidate {
+  std::uint32_t instance = 0;
+  unsigned char destination[16] = {};
+  std::uint32_t prefixLength = 0;
+  RouteProtocol protocol = RouteProtocol::kStatic;
+  unsigned char nextHop[16] = {};      // 0 for none
+  std::uint32_t requestedIfIndex = 0;  // as requested, 0 for none
+  std::uint32_t ifIndex = 0;           // over which it is reached; 0 while that is not determined
+  std::uint32_t distance = 0;          // of two that could be installed, the lower one is,
+  std::uint32_t metric = 0;            // then the one with the lower metric
+  std::uint32_t age = 0;               // since it was first put into the table
+  std::uint32_t installedAge = 0;      // since it was installed last; 0 for one that is not
+  bool isUp = true;                    // by its admin status
+  bool isReached = false;              // its next hop resolves over an interface that is up
+  bool isInstalled = false;            // it is in the forwarding table
+};
+
+/// A prefix of an instance, in its family. Bits after the length do not count, and a length that
+/// the family does not have is its greatest one.
+struct RoutePrefix {
+  unsigned char destination[16] = {};
+  std::uint32_t length = 0;
+};
+
+/// Numbers of candidates, by RouteProtocol.
+struct RouteCounts {
+  std::array<std::size_t, kRouteProtocols> candidates{};  // usable or not
+  std::array<std::size_t, kRouteProtocols> installed{};   // of these, in the forwarding table
+};
+
 /// A redistribution rule. Protocols are the stack's codes: the route-protocol code shifted left by
 /// 16 bits.
 struct RedistributionRow {
@@ -137,8 +173,12 @@ class SMS_API Listener {
   /// The forwarding table changes. `route` is the row as Facts::Routes() shows it; of one that has
   /// gone only its instance, destination and prefix length count. Applied in their order to the
   /// Routes() of the moment at which the listener was set, the changes give the Routes() of a stack
-  /// that is idle, except for the ages.
-  virtual void ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route);
+  /// that is idle, except for the ages. `cause` is the kind of row whose request brought the
+  /// change, at once or as a consequence that was worked off later: kRoute, kInterface, kAddress,
+  /// or kRtm for an instance and its distances. It is kProtocol if a protocol's candidate came,
+  /// changed or went, for which there is no request.
+  virtual void ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
+                                 RowType cause);
 };
 
 class SMS_API Facts {
@@ -190,6 +230,32 @@ class SMS_API Facts {
   std::optional<amb_stubs_i3_ea> FindAddress(const amb_stubs_i3_ea& key) const;
   std::optional<StaticRoute> FindStaticRoute(const StaticRoute& key) const;
   std::optional<RedistributionRow> FindRedistribution(const RedistributionRow& key) const;
+
+  // The candidates of an instance; an instance that does not exist has none.
+
+  /// A slice as above, by prefix (address, then length), protocol, next hop and interface.
+  std::vector<RouteCandidate> CandidatesAfter(std::uint32_t instance, const RouteCandidate* last,
+                                              std::size_t most) const;
+  /// The first slice of those at and after a prefix; CandidatesAfter goes on.
+  std::vector<RouteCandidate> CandidatesFrom(std::uint32_t instance, const RoutePrefix& prefix,
+                                             std::size_t most) const;
+  /// All candidates of a prefix: the installed one, then those that would follow it if it went, in
+  /// their order, then those that cannot be installed, by distance, metric and key.
+  std::vector<RouteCandidate> CandidatesOf(std::uint32_t instance, const RoutePrefix& prefix) const;
+  /// The installed one; nothing while there is none, or another one is about to take its place. The
+  /// cost is that of a search, however many candidates the prefix has.
+  std::optional<RouteCandidate> InstalledOf(std::uint32_t instance,
+                                            const RoutePrefix& prefix) const;
+  /// The longest prefix that holds the address (in network order, of the instance's family) and has
+  /// a candidate, or, with `isInstalled`, a route in the forwarding table. The cost is that of at
+  /// most one search for each length of a prefix, whatever candidates there are.
+  std::optional<RoutePrefix> LongestMatch(std::uint32_t instance,
+                                          const unsigned char (&address)[16],
+                                          bool isInstalled) const;
+  /// How many candidates an instance has, and all together. The numbers are kept: asking costs
+  /// nothing.
+  RouteCounts CountRoutes(std::uint32_t instance) const;
+  RouteCounts CountRoutes() const;
 
   // Life.
 

@@ -7,6 +7,6 @@ namespace routing_stack {
 void Listener::Answered(const RowName&, int, unsigned int) {}
 void Listener::Restarted() {}
 bool Listener::WantsForwarding() const { return false; }
-void Listener::ForwardingChanged(ForwardingChange, const amb_cipr_rtm_route&) {}
+void Listener::ForwardingChanged(ForwardingChange, const amb_cipr_rtm_route&, RowType) {}
 
 }  // namespace routing_stack

@@ -1,5 +1,8 @@
 #include "rib.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "walks.h"
 
 namespace routing_stack {
@@ -23,7 +26,42 @@ bool ComesBefore(const A& a, const B& b) {
   return NextHopOf(a) != NextHopOf(b) ? NextHopOf(a) < NextHopOf(b) : a.ifIndex < b.ifIndex;
 }
 
+/// Before every candidate of the prefix.
+CandidateKey BeginOf(const Prefix& prefix) {
+  CandidateKey begin;
+  begin.prefix = prefix;
+  return begin;
+}
+
+/// After every candidate of the prefix.
+CandidateKey EndOf(const Prefix& prefix) {
+  CandidateKey end;
+  end.prefix = prefix;
+  end.proto = UINT8_MAX;
+  return end;
+}
+
 }  // namespace
+
+RouteProtocol ToRouteProtocol(std::uint32_t proto) {
+  switch (proto) {
+    case kConnected:
+      return RouteProtocol::kConnected;
+    case kStatic:
+      return RouteProtocol::kStatic;
+    case kRip:
+      return RouteProtocol::kRip;
+    case kOspf:
+      return RouteProtocol::kOspf;
+    default:
+      return RouteProtocol::kBgp;
+  }
+}
+
+Protocol CodeOf(RouteProtocol protocol) {
+  constexpr Protocol kCodes[kRouteProtocols] = {kConnected, kStatic, kRip, kOspf, kBgp};
+  return kCodes[static_cast<std::size_t>(protocol)];
+}
 
 RibEntry::RibEntry(const CandidateKey& key, NextHop* nextHop, std::uint64_t now)
     : destination(key.prefix.address),
@@ -97,6 +135,7 @@ void Rib::AddConnected(const Prefix& prefix, std::uint32_t ifIndex) {
     key.ifIndex = ifIndex;
     const std::uint64_t now = m_clock();
     const auto added = m_entries.emplace(key, nullptr, now).first;
+    m_counts.Came(RouteProtocol::kConnected);
     Place(At(added), {}, now);
   }
 }
@@ -121,6 +160,7 @@ bool Rib::Put(const CandidateKey& key, const CandidateValues& values) {
   NextHop* const via = m_hops.Acquire(key.nextHop, key.ifIndex);
   RibEntry& added = At(m_entries.emplace_hint(place, key, via, now));
   via->fresh.PushBack(added);
+  m_counts.Came(ToRouteProtocol(key.proto));
   Place(added, values, now);
   return true;
 }
@@ -137,6 +177,7 @@ bool Rib::Remove(const CandidateKey& key) {
   if (after != before) {
     Install(before, after, m_clock());
   }
+  m_counts.Went(ToRouteProtocol(key.proto));
   Free(place);
   return true;
 }
@@ -201,10 +242,12 @@ void Rib::Install(RibEntry* before, RibEntry* after, std::uint64_t now) {
   }
   if (before != nullptr) {
     before->installed = false;
+    m_counts.Uninstalled(ToRouteProtocol(before->proto));
   }
   if (after != nullptr) {
     after->installed = true;
     after->installedAt = now;
+    m_counts.Installed(ToRouteProtocol(after->proto));
   }
   if (!IsHeard()) {
     return;
@@ -220,9 +263,7 @@ void Rib::Install(RibEntry* before, RibEntry* after, std::uint64_t now) {
 // its next hop would be installed in between.
 const RibEntry* Rib::Refresh(const Prefix& prefix) {
   RibEntry* const before = Best(prefix);
-  CandidateKey first;
-  first.prefix = prefix;
-  for (auto place = m_entries.lower_bound(first);
+  for (auto place = m_entries.lower_bound(BeginOf(prefix));
        place != m_entries.end() && place->GetPrefix() == prefix; ++place) {
     RibEntry& entry = At(place);
     Rank(entry, IsEligible(entry, entry.GetValues()), entry.GetValues());
@@ -239,7 +280,8 @@ const RibEntry* Rib::Refresh(const Prefix& prefix) {
 }
 
 // A next hop that has got another interface leaves its candidates where they are; who follows the
-// forwarding table is told them once more.
+// forwarding table is told them once more. What is installed over a next hop that has not changed is
+// what it was: another candidate of its prefix has got or lost its next hop.
 void Rib::Work() {
   if (m_ranking) {
     RefreshNext();
@@ -250,16 +292,15 @@ void Rib::Work() {
     return;
   }
   const RibEntry* const same = Refresh(static_cast<RibEntry*>(candidate)->GetPrefix());
-  if (same != nullptr && IsHeard()) {
+  const bool mayHaveMoved = same != nullptr && same->via != nullptr && !same->via->IsAlone();
+  if (mayHaveMoved && IsHeard()) {
     Tell(ForwardingChange::kReplaced, *same);
   }
 }
 
 void Rib::RefreshNext() {
-  CandidateKey end;  // after every candidate of the last prefix
-  end.prefix = m_refreshedUpTo;
-  end.proto = UINT8_MAX;
-  const auto next = m_rankingBegun ? m_entries.lower_bound(end) : m_entries.begin();
+  const auto next =
+      m_rankingBegun ? m_entries.lower_bound(EndOf(m_refreshedUpTo)) : m_entries.begin();
   if (next == m_entries.end()) {
     m_ranking = false;
     return;
@@ -291,7 +332,7 @@ void Rib::Mute() {
 
 void Rib::Tell(ForwardingChange change, const RibEntry& entry) const {
   const amb_cipr_rtm_route row = ToRouteRow(m_forwarding.instance, entry, m_clock());
-  (*m_forwarding.listener)->ForwardingChanged(change, row);
+  (*m_forwarding.listener)->ForwardingChanged(change, row, *m_forwarding.cause);
 }
 
 const RibEntry* Rib::Find(const CandidateKey& key) const {
@@ -307,6 +348,50 @@ const RibEntry* Rib::After(const CandidateKey* key) const {
 const RibEntry* Rib::After(const RibEntry& entry) const {
   const auto next = m_entries.upper_bound(entry);
   return next == m_entries.end() ? nullptr : &*next;
+}
+
+const RibEntry* Rib::Installed(const Prefix& prefix) const {
+  const auto first = m_ranked.find(prefix);
+  return first != m_ranked.end() && (*first)->installed ? *first : nullptr;
+}
+
+std::vector<const RibEntry*> Rib::Preferred(const Prefix& prefix) const {
+  const auto [first, last] = m_ranked.equal_range(prefix);
+  std::vector<const RibEntry*> candidates(first, last);
+  const auto eligible = static_cast<std::ptrdiff_t>(candidates.size());
+  const auto end = m_entries.lower_bound(EndOf(prefix));
+  for (auto place = m_entries.lower_bound(BeginOf(prefix)); place != end; ++place) {
+    if (!place->ranked) {
+      candidates.push_back(&*place);
+    }
+  }
+  std::sort(candidates.begin() + eligible, candidates.end(), ByPreference());
+  return candidates;
+}
+
+const RibEntry* Rib::LastUpTo(const Prefix& prefix, bool isEligible) const {
+  if (isEligible) {
+    const auto next = m_ranked.upper_bound(prefix);
+    return next == m_ranked.begin() ? nullptr : *std::prev(next);
+  }
+  const auto next = m_entries.lower_bound(EndOf(prefix));
+  return next == m_entries.begin() ? nullptr : &*std::prev(next);
+}
+
+// In the order of prefixes, those that hold an address come one in the other up to the address's
+// own. The last one up to there is either the longest that holds the address, or shares its first
+// bits only; then none of those before it that hold the address is longer than what is shared. A
+// prefix with an eligible candidate has an installed one.
+std::optional<Prefix> Rib::LongestMatch(const Address& address, bool isInstalled) const {
+  Prefix bound = Prefix::Of(address, MaximalLength(Family::kIp6));
+  while (const RibEntry* const last = LastUpTo(bound, isInstalled)) {
+    const std::uint32_t shared = CommonLength(last->destination, address);
+    if (shared >= last->length) {
+      return last->GetPrefix();
+    }
+    bound = Prefix::Of(address, shared);
+  }
+  return std::nullopt;
 }
 
 }  // namespace routing_stack

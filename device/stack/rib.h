@@ -8,7 +8,8 @@
 // so the cost of a change is the logarithm of the table's size, however many candidates a prefix
 // has.
 //
-// A listener that wants them is told the changes of the forwarding table (facts.h).
+// A listener that wants them is told the changes of the forwarding table (facts.h). The numbers of
+// candidates are kept with each change.
 //
 // The consequences of a changed interface, connected prefix or distance are processed in bounded
 // steps. While HasWork() is true, the choice for some prefixes may be an older one.
@@ -16,9 +17,12 @@
 #define DEVICE_STACK_RIB_H
 
 #include <cstdint>
+#include <optional>
 #include <set>
+#include <vector>
 
 #include "facts.h"
+#include "kept_counts.h"
 #include "next_hops.h"
 #include "routing_stack.h"
 
@@ -26,6 +30,9 @@ namespace routing_stack {
 
 /// Route-protocol codes, as the rows show them.
 enum Protocol : std::uint32_t { kConnected = 2, kStatic = 3, kRip = 8, kOspf = 13, kBgp = 14 };
+
+RouteProtocol ToRouteProtocol(std::uint32_t proto);
+Protocol CodeOf(RouteProtocol protocol);
 
 struct CandidateKey {
   Prefix prefix;
@@ -81,17 +88,19 @@ struct RibEntry : Link {  // linked to its next hop
   std::uint64_t installedAt = 0;  // meaningful while installed
 };
 
-/// The instance whose forwarding table changes, and who hears of it: a variable that is null while
-/// nobody does.
+/// The instance whose forwarding table changes, who hears of it (a variable that is null while
+/// nobody does), and the kind of row whose request brings the change.
 struct Forwarding {
   std::uint32_t instance;
   Listener* const* listener;
+  const RowType* cause;
 };
 
 class Rib {
  public:
-  Rib(Family family, const Clock& clock, const Forwarding& forwarding)
-      : m_clock(clock), m_forwarding(forwarding), m_hops(family) {}
+  /// `all` counts the candidates of all RIBs.
+  Rib(Family family, const Clock& clock, const Forwarding& forwarding, RouteCounts& all)
+      : m_clock(clock), m_forwarding(forwarding), m_counts(all), m_hops(family) {}
 
   void SetDistances(const Distances& distances);
   void SetInterface(std::uint32_t ifIndex, bool up) { m_hops.SetInterface(ifIndex, up); }
@@ -110,8 +119,10 @@ class Rib {
   /// One bounded step towards the right choice for every prefix.
   void Work();
 
-  /// Frees a bounded number of candidates of a RIB that is not in use any more. Returns false if
-  /// none is left.
+  /// The RIB is not in use any more: its candidates do not count. From now on it only shrinks.
+  void Retire() { m_counts.Clear(); }
+  /// Frees a bounded number of candidates of a RIB that has been retired. Returns false if none is
+  /// left.
   bool Shrink();
   /// Nobody hears of further changes of this forwarding table.
   void Mute();
@@ -144,7 +155,26 @@ class Rib {
     return next == m_ranked.end() ? nullptr : *next;
   }
 
+  /// The same with the candidates at and after a prefix.
+  template <typename Visit>
+  void VisitFrom(const Prefix& prefix, Visit visit) const {
+    CandidateKey first;
+    first.prefix = prefix;
+    for (auto next = m_entries.lower_bound(first); next != m_entries.end() && visit(*next);) {
+      ++next;
+    }
+  }
+  /// The candidate of a prefix that is in the forwarding table, if it is the preferred one. The cost
+  /// is that of a search.
+  const RibEntry* Installed(const Prefix& prefix) const;
+  /// The candidates of a prefix in the order of preference; those that are not eligible come last.
+  std::vector<const RibEntry*> Preferred(const Prefix& prefix) const;
+  /// The longest prefix that holds the address and has a candidate; with `isInstalled`, one that is
+  /// in the forwarding table.
+  std::optional<Prefix> LongestMatch(const Address& address, bool isInstalled) const;
+
   const Distances& GetDistances() const { return m_distances; }
+  const RouteCounts& GetCounts() const { return m_counts.Get(); }
 
  private:
   struct ByPreference {
@@ -162,6 +192,9 @@ class Rib {
   using Entries = std::set<RibEntry, ByKey>;
 
   static RibEntry& At(Entries::iterator place);
+  /// A candidate of the last prefix that is not after `prefix`, or null; with `isEligible`, of the
+  /// prefixes that have an eligible one.
+  const RibEntry* LastUpTo(const Prefix& prefix, bool isEligible) const;
   /// Takes a candidate out that is not ranked, and its next hop if that was its last.
   void Free(Entries::iterator place);
   RibEntry* Best(const Prefix& prefix) const;
@@ -180,6 +213,7 @@ class Rib {
 
   const Clock& m_clock;
   Forwarding m_forwarding;
+  KeptCounts m_counts;
   NextHops m_hops;
   Distances m_distances;
   Entries m_entries;

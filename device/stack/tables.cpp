@@ -17,6 +17,24 @@ bool ConnectedPrefix(const AddressKey& key, const AddressRow& row, Family family
   return true;
 }
 
+/// While it lives, a protocol's candidate is the cause of what changes. It may come while the work
+/// of a request goes on.
+class OwnCause {
+ public:
+  OwnCause(RowType& cause, const CandidateKey& key) : m_cause(cause), m_before(cause) {
+    if (key.proto != kStatic) {
+      cause = RowType::kProtocol;
+    }
+  }
+  OwnCause(const OwnCause&) = delete;
+  OwnCause& operator=(const OwnCause&) = delete;
+  ~OwnCause() { m_cause = m_before; }
+
+ private:
+  RowType& m_cause;
+  const RowType m_before;
+};
+
 }  // namespace
 
 const Instance* Tables::FindInstance(std::uint32_t instance) const {
@@ -42,7 +60,7 @@ unsigned int Tables::RoomFor(RowType type, std::size_t rows) const {
 
 void Tables::AddInstance(std::uint32_t instance, Family family, std::uint32_t routerId) {
   m_instances.try_emplace(instance, ++m_lastSerial, family, routerId, m_clock,
-                          Forwarding{instance, m_forwarding});
+                          Forwarding{instance, m_forwarding, &m_cause}, m_routeCounts);
   m_interfaceScans.push_back({instance, false, {}});
 }
 
@@ -58,7 +76,7 @@ bool Tables::RemoveInstance(std::uint32_t instance) {
     return false;
   }
   m_staticRoutes -= found->second.staticRoutes;
-  m_removed.push_back(m_instances.extract(found));
+  Retire(found);
   m_redistributions.erase(m_redistributions.lower_bound({instance, 0, 0}),
                           m_redistributions.upper_bound({instance, UINT32_MAX, UINT32_MAX}));
   auto row = m_protocolRows.lower_bound({instance, 0, {}});
@@ -66,6 +84,11 @@ bool Tables::RemoveInstance(std::uint32_t instance) {
     row = m_protocolRows.erase(row);
   }
   return true;
+}
+
+void Tables::Retire(InstanceTable::iterator instance) {
+  instance->second.rib.Retire();
+  m_removed.push_back(m_instances.extract(instance));
 }
 
 void Tables::RibChanged(std::uint32_t id, const Instance& instance) {
@@ -159,6 +182,7 @@ void Tables::Detach(const AddressKey& key, AddressRow& row) {
 void Tables::StoreCandidate(std::uint32_t instance, const CandidateKey& key,
                             const CandidateValues& values) {
   Instance& found = *Find(instance);
+  const OwnCause cause(m_cause, key);
   if (found.rib.Put(key, values) && key.proto == kStatic) {
     ++found.staticRoutes;
     ++m_staticRoutes;
@@ -167,6 +191,7 @@ void Tables::StoreCandidate(std::uint32_t instance, const CandidateKey& key,
 
 bool Tables::RemoveCandidate(std::uint32_t instance, const CandidateKey& key) {
   Instance* const found = Find(instance);
+  const OwnCause cause(m_cause, key);
   if (found == nullptr || !found->rib.Remove(key)) {
     return false;
   }
@@ -250,7 +275,7 @@ void Tables::ScanAddress() {
 
 void Tables::Clear() {
   while (!m_instances.empty()) {
-    m_removed.push_back(m_instances.extract(m_instances.begin()));
+    Retire(m_instances.begin());
   }
   MuteRemoved();
   m_interfaces.clear();

@@ -49,11 +49,11 @@ inline bool IsAdminStatus(int status) { return status == 1 || status == 2; }
 
 struct Instance {
   Instance(std::uint32_t serialNumber, Family instanceFamily, std::uint32_t itsRouterId,
-           const Clock& clock, const Forwarding& forwarding)
+           const Clock& clock, const Forwarding& forwarding, RouteCounts& all)
       : serial(serialNumber),
         family(instanceFamily),
         routerId(itsRouterId),
-        rib(instanceFamily, clock, forwarding) {}
+        rib(instanceFamily, clock, forwarding, all) {}
 
   const std::uint32_t serial;  // distinguishes the lives of one instance
   const Family family;
@@ -141,6 +141,8 @@ class Tables {
   const AddressTable& Addresses() const { return m_addresses; }
   const RedistributionTable& Redistributions() const { return m_redistributions; }
   const ProtocolRowTable& ProtocolRows() const { return m_protocolRows; }
+  /// The candidates of all instances.
+  const RouteCounts& GetRouteCounts() const { return m_routeCounts; }
   /// The static routes of all instances, installed or not.
   std::size_t CountStaticRoutes() const { return m_staticRoutes; }
   /// Null when the instance does not exist.
@@ -149,6 +151,10 @@ class Tables {
   void SetLimit(RowType type, const Limit& limit);
   /// Returns kDone, or the limit's status if one more row than `rows` is too many.
   unsigned int RoomFor(RowType type, std::size_t rows) const;
+
+  /// The kind of row whose request is carried out next: the cause of its changes and of the work
+  /// that they leave.
+  void SetCause(RowType cause) { m_cause = cause; }
 
   // Storing adds or overwrites a row. Removing returns whether the row was there.
 
@@ -164,6 +170,7 @@ class Tables {
   void StoreAddress(const AddressKey& key, std::uint32_t prefixLength);
   bool RemoveAddress(const AddressKey& key);
   /// A static route or a protocol's candidate. The instance must exist and have the key's family.
+  /// A protocol's candidate has no request: its cause is its own.
   void StoreCandidate(std::uint32_t instance, const CandidateKey& key,
                       const CandidateValues& values);
   bool RemoveCandidate(std::uint32_t instance, const CandidateKey& key);
@@ -193,6 +200,7 @@ class Tables {
     AddressKey last;
   };
 
+  void Retire(InstanceTable::iterator instance);
   void ScanInterface();
   void ScanAddress();
   void InterfaceChanged(const InterfaceKey& key, bool isUp);
@@ -204,6 +212,8 @@ class Tables {
 
   const Clock& m_clock;
   Listener* const* const m_forwarding;
+  RowType m_cause = RowType::kRtm;
+  RouteCounts m_routeCounts;
   InstanceTable m_instances;
   InterfaceTable m_interfaces;
   AddressTable m_addresses;

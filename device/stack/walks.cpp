@@ -10,10 +10,6 @@ enum RouteType : std::uint32_t { kLocal = 3, kRemote = 4 };
 
 constexpr std::uint64_t kMsPerSecond = 1000;
 
-std::uint32_t AgeOf(std::uint64_t since, std::uint64_t now) {
-  return now < since ? 0 : static_cast<std::uint32_t>((now - since) / kMsPerSecond);
-}
-
 // What the rows of the RIB and of the route table have in common; the field names are the same.
 template <typename Row>
 void FillRoute(std::uint32_t instance, const RibEntry& entry, Row* row) {
@@ -28,6 +24,10 @@ void FillRoute(std::uint32_t instance, const RibEntry& entry, Row* row) {
 }
 
 }  // namespace
+
+std::uint32_t AgeOf(std::uint64_t since, std::uint64_t now) {
+  return now < since ? 0 : static_cast<std::uint32_t>((now - since) / kMsPerSecond);
+}
 
 amb_stubs_i3_ei ToRow(const InterfaceKey& key, const InterfaceRow& row) {
   amb_stubs_i3_ei out;

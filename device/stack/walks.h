@@ -69,6 +69,9 @@ class Walks {
   unsigned int m_last = 0;
 };
 
+/// In whole seconds.
+std::uint32_t AgeOf(std::uint64_t since, std::uint64_t now);
+
 // Rows as the walks report them.
 amb_stubs_i3_ei ToRow(const InterfaceKey& key, const InterfaceRow& row);
 amb_stubs_i3_ea ToRow(const AddressKey& key, const AddressRow& row);

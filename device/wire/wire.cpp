@@ -75,6 +75,9 @@ bool ReadLetter(char letter, Message& message) {
     case 'I':
       message.kind = Message::INTERRUPT;
       return true;
+    case 'L':
+      message.kind = Message::LIVE;
+      return true;
     case 'N':
       message.kind = Message::NO_WAIT;
       return true;
@@ -101,6 +104,9 @@ bool Read(std::string_view line, Message& message) {
       return true;
     case 'G':
       return ReadProgress(message.text, message);
+    case 'H':
+      message.kind = Message::HELP;
+      return true;
     case 'O':
       message.text += '\n';
       message.kind = Message::OUTPUT;
@@ -131,6 +137,8 @@ std::string EncodeCommand(std::string words) { return LineOfWords('C', std::move
 
 std::string EncodeCompletion(std::string begun) { return LineOfWords('W', std::move(begun)); }
 
+std::string EncodeHelp(std::string begun) { return LineOfWords('H', std::move(begun)); }
+
 std::string EncodeInterrupt() { return "I\n"; }
 
 std::string EncodeNoWait() { return "N\n"; }
@@ -140,6 +148,8 @@ std::string EncodeSingle() { return "S\n"; }
 std::string EncodeProgress(std::uint32_t done, std::uint32_t total) {
   return Line('G', std::to_string(done) + ' ' + std::to_string(total));
 }
+
+std::string EncodeLive() { return "L\n"; }
 
 std::string EncodeOutput(std::string_view text) {
   std::string lines;

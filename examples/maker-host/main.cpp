@@ -4,7 +4,7 @@
 //
 // It reads and checks a configuration folder and applies it. When everything has been answered that
 // tells its answer, it says what the stack does not have. SIGHUP reads the folder again, SIGTERM
-// ends it. Of its stack it knows nothing (apply::NoStackPort), so only routes and rules tell their
+// ends it. Of its stack it knows nothing (rows::NoStackPort), so only routes and rules tell their
 // answers.
 #include <uv.h>
 
@@ -13,15 +13,15 @@
 #include <cstdio>
 #include <string>
 
-#include "device/apply/interfaces.h"
-#include "device/apply/no_protocol_rows.h"
-#include "device/apply/no_stack_port.h"
 #include "device/apply/reloader.h"
-#include "device/apply/verify.h"
 #include "device/base/timer_loop.h"
 #include "device/documents/members.h"
+#include "device/keepers/interfaces.h"
 #include "device/loop/loop.h"
 #include "device/loop/loop_handles.h"
+#include "device/rows/no_protocol_rows.h"
+#include "device/rows/no_stack_port.h"
+#include "device/rows/verify.h"
 #include "device/stack/routing_stack.h"
 #include "device/stack/stack_control.h"
 #include "vantacore/dc_router_mgr.h"
@@ -96,17 +96,21 @@ class Host {
       m_timer.Start(LOOK_MILLISECONDS, [this] { SayWhenSettled(); });
       return;
     }
-    const apply::Differences& differences = m_reloader.GetKnowledge().GetDifferences();
-    for (const std::string& line : apply::DescribeDifferences(differences, MOST_LINES)) {
+    const rows::Differences& differences = m_reloader.GetKnowledge().GetDifferences();
+    for (const std::string& line : rows::DescribeDifferences(differences, MOST_LINES)) {
       Say(line);
     }
-    Say(differences.Count() == 0 ? "settled" : "settled, with differences");
+    const bool isAsWanted = differences.Count() == 0;
+    if (!isAsWanted) {
+      Say(rows::DescribeCount(differences.Count()));
+    }
+    Say(isAsWanted ? "settled" : "settled, with differences");
   }
 
   uv_loop_s* const m_loop;
-  apply::Interfaces m_interfaces;
-  apply::NoStackPort m_port;
-  apply::NoProtocolRows m_protocolRows;
+  keepers::Interfaces m_interfaces;
+  rows::NoStackPort m_port;
+  rows::NoProtocolRows m_protocolRows;
   apply::Reloader m_reloader;
   loop::Timer m_timer;
   loop::Signal m_hangUp;

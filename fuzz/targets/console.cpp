@@ -90,14 +90,15 @@ class Session {
         m_vlan, console::Operator{"fuzz", true},
         [](std::string_view text) { Device::Get().Note(std::string(text)); },
         [] { Device::Get().Note("over"); });
-    const console::Words words = console::Dispatcher::Split(line);
+    const console::Words words = console::Split(line);
     if (words.empty()) {
       Device::Get().loop.AdvanceMilliseconds(10);
     } else if (words[0] == "ips" || words[0] == "peers") {
       ExecuteDirectly(words, command);
       Check(command->IsOver(), "a direct command that is not over: " + line);
     } else {
-      console::Dispatcher::Complete({words.begin(), words.end() - 1}, words.back());
+      m_dispatcher.Complete(line, m_vlan);
+      console::Dispatcher::HelpAt(line);
       m_vlan = m_dispatcher.Execute(line, command).vlan;
       m_commands.push_back(std::move(command));
     }
@@ -131,7 +132,7 @@ class Session {
     asker.end(true);
   }
 
-  apply::Interfaces m_state;
+  keepers::Interfaces m_state;
   console::Lab m_lab{Device::Get().Control(), m_state, [](auto tick) {
                        Tarsel::TimerLoop::SetTickMicroseconds(tick.value_or(TICK_MICROSECONDS));
                      }};

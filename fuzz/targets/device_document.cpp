@@ -7,7 +7,7 @@
 // The registry's name index keeps the names it has seen; the name lookups do not take part here.
 #include "device/documents/device_document.h"
 
-#include "device/apply/interfaces.h"
+#include "device/keepers/interfaces.h"
 #include "fuzz/support/bytes.h"
 #include "fuzz/support/check.h"
 #include "fuzz/support/device.h"
@@ -40,7 +40,7 @@ void CheckDocument(const documents::Device& document) {
 
 void Run(const std::vector<std::string>& texts) {
   Device& device = Device::Get();
-  apply::Interfaces* const state = new apply::Interfaces;
+  keepers::Interfaces* const state = new keepers::Interfaces;
   std::set<unsigned short> vlans;
   for (const std::string& text : texts) {
     const documents::Device document = ReadText(text);

@@ -91,11 +91,22 @@ FolderHost::Answer FolderHost::Check() {
   return answer;
 }
 
+// The last line says that a reload is refused; in the log it names who has asked.
+bool FolderHost::TakeRefusal(std::vector<std::string>& lines) {
+  const bool isThere = !lines.empty() && lines.back().rfind("Refused", 0) == 0;
+  if (isThere) lines.pop_back();
+  return isThere;
+}
+
 FolderHost::Answer FolderHost::Reload() {
   Answer answer;
   m_logged.clear();
   m_reloader.Reload(AskerInto(answer));
   AwaitEnd();
+  const bool isRefused = !answer.hasPassed;
+  if (TakeRefusal(answer.lines) != isRefused || TakeRefusal(m_logged) != isRefused) {
+    Die("a reload that is refused does not say so, or one that is not does");
+  }
   if (answer.lines != m_logged) Die("the log tells something else than who has asked is told");
   AwaitSuccessors();
   return answer;
@@ -189,13 +200,13 @@ bool FolderHost::IsDone() const {
 }
 
 std::string FolderHost::WhatIsNotDone() const {
-  const apply::Knowledge& known = m_reloader.GetKnowledge();
+  const keepers::Knowledge& known = m_reloader.GetKnowledge();
   std::ostringstream text;
   text << (m_reloader.IsBusy() ? "busy, " : "") << (m_reloader.IsSettled() ? "" : "not settled, ")
        << known.CountOpen() << " open, " << (m_port.IsReady() ? "" : "not ready, ")
        << (m_port.HasUnfinished() ? "unfinished requests" : "") << "\n";
   for (const auto& [row, difference] : known.GetDifferences().GetAll()) {
-    text << apply::Describe(row, difference.standing) << ", repeated " << difference.repeats
+    text << rows::Describe(row, difference.standing) << ", repeated " << difference.repeats
          << " times" << (difference.isAsked ? ", asked" : "") << "\n";
   }
   return text.str();
@@ -203,7 +214,7 @@ std::string FolderHost::WhatIsNotDone() const {
 
 // A fresh start has no routes that are kept for their successors, so they are waited for.
 void FolderHost::AwaitSuccessors() {
-  const apply::RouteKeeper& routes = m_reloader.GetKnowledge().GetRoutes();
+  const routes::RouteKeeper& routes = m_reloader.GetKnowledge().GetRoutes();
   const std::uint64_t turn = std::exchange(m_turnMilliseconds, LONG_TURN_MILLISECONDS);
   if (!TurnUntil([&] { return routes.CountKept() == 0 && m_reloader.IsSettled(); },
                  MOST_MILLISECONDS)) {

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "device/apply/interfaces.h"
 #include "device/apply/reloader.h"
 #include "device/daemon/protocol_rows.h"
 #include "device/daemon/stack_port.h"
+#include "device/keepers/interfaces.h"
 #include "device/loop/loop.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/trace_capture.h"
@@ -69,7 +69,7 @@ class FolderHost : public test_support::Device {
   /// Forgets the calls and the log, so that what the process holds is the device's.
   void ForgetTheLog();
 
-  apply::Interfaces& GetInterfaces() { return m_interfaces; }
+  keepers::Interfaces& GetInterfaces() { return m_interfaces; }
   const apply::Reloader& GetReloader() const { return m_reloader; }
 
   /// What has been logged at a level since the log was forgotten; the folder's lines are not in it.
@@ -83,6 +83,7 @@ class FolderHost : public test_support::Device {
 
  private:
   apply::Asker AskerInto(Answer& answer);
+  static bool TakeRefusal(std::vector<std::string>& lines);
   void TurnWhile(const std::function<bool()>& isGoingOn);
   void AwaitEnd();
   void AwaitSuccessors();
@@ -94,7 +95,7 @@ class FolderHost : public test_support::Device {
   test_support::TraceCapture m_traces;
   ::loop::Loop m_loop;
   std::vector<std::string> m_logged;
-  apply::Interfaces m_interfaces;
+  keepers::Interfaces m_interfaces;
   vantacored::SoftwareStackPort m_port;
   vantacored::ProtocolRows m_protocolRows;
   apply::Reloader m_reloader;

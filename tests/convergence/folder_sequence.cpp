@@ -348,10 +348,10 @@ void FolderSequence::DrawInterfaceEvent() {
       Add("address comes or changes", name + (isOn ? " gets" : " changes to") + which,
           [=](FolderHost& host, const auto&) {
             const auto call =
-                isOn ? static_cast<void (apply::Interfaces::*)(const documents::InterfaceKey&,
-                                                               const documents::Ip4Network&)>(
-                           &apply::Interfaces::AddAddress)
-                     : &apply::Interfaces::ChangeAddress;
+                isOn ? static_cast<void (keepers::Interfaces::*)(const documents::InterfaceKey&,
+                                                                 const documents::Ip4Network&)>(
+                           &keepers::Interfaces::AddAddress)
+                     : &keepers::Interfaces::ChangeAddress;
             (host.GetInterfaces().*call)(key, network);
           });
       break;

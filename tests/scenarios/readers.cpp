@@ -3,9 +3,9 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "device/apply/interfaces.h"
 #include "device/documents/device_document.h"
 #include "device/documents/vlan_document.h"
+#include "device/keepers/interfaces.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/json_text.h"
 #include "vantacore/cfg_items.h"
@@ -125,7 +125,7 @@ void Tell(const documents::Findings& findings, std::ostream& out) {
 
 void ReadDevice(test_support::Device&, const std::string& name, const std::string& text,
                 std::ostream& out) {
-  static apply::Interfaces state;
+  static keepers::Interfaces state;
   documents::DeviceFile file;
   const bool isDocument = documents::ReadDeviceDocument(text, name, file);
   Tell(file.findings, out);

@@ -7,6 +7,7 @@
 namespace stack_test {
 
 using routing_stack::ForwardingChange;
+using routing_stack::RowType;
 
 ForwardingMirror::ForwardingMirror(const routing_stack::Facts& facts) {
   for (const amb_cipr_rtm_route& route : facts.Routes()) {
@@ -20,8 +21,10 @@ ForwardingMirror::Key ForwardingMirror::KeyOf(const amb_cipr_rtm_route& route) {
   return {route.instance, destination, route.prefix_length};
 }
 
-void ForwardingMirror::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route) {
+void ForwardingMirror::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
+                                         RowType cause) {
   ++counts[static_cast<std::size_t>(change)];
+  causes.insert(cause);
   const Key key = KeyOf(route);
   EXPECT_EQ(m_rows.count(key), change == ForwardingChange::kCame ? 0u : 1u);
   if (change == ForwardingChange::kGone) {

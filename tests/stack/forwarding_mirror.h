@@ -4,6 +4,7 @@
 
 #include <array>
 #include <map>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -19,13 +20,15 @@ class ForwardingMirror : public routing_stack::Listener {
 
   void Restarted() override { m_rows.clear(); }
   bool WantsForwarding() const override { return true; }
-  void ForwardingChanged(routing_stack::ForwardingChange change,
-                         const amb_cipr_rtm_route& route) override;
+  void ForwardingChanged(routing_stack::ForwardingChange change, const amb_cipr_rtm_route& route,
+                         routing_stack::RowType cause) override;
 
   /// In the order of Facts::Routes(), with the age 0.
   std::vector<amb_cipr_rtm_route> Rows() const;
   /// How many changes of each kind it has heard of, in the order of their enumerators.
   std::array<unsigned long, 3> counts{};
+  /// What the changes came from, until somebody empties it.
+  std::set<routing_stack::RowType> causes;
 
  private:
   using Key = std::tuple<std::uint32_t, std::array<unsigned char, 16>, std::uint32_t>;

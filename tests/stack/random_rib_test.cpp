@@ -15,6 +15,7 @@ namespace stack_test {
 namespace {
 
 using routing_stack::Candidate;
+using routing_stack::RowType;
 
 // Small pools, so that rows meet: nested and equal prefixes, next hops inside and outside of them.
 const char* const kPrefixes4[] = {"10.1.0.0/16", "10.1.2.0/24", "10.1.2.0/25",
@@ -51,6 +52,7 @@ struct Occurrences {
   unsigned long rows = 0;  // of the RIB, summed over all operations
   unsigned long installed = 0;
   std::array<unsigned long, 3> forwardingChanges{};
+  std::array<unsigned long, routing_stack::kRowTypes> causes{};  // of operations that changed it
 };
 
 class RandomRibTest : public StackTest {
@@ -85,10 +87,12 @@ class RandomRibTest : public StackTest {
   std::mt19937 m_random;
   RibModel m_model;
   std::optional<ForwardingMirror> m_mirror;
+  RowType m_cause = RowType::kRtm;  // of the last operation
   Occurrences m_count;
 };
 
 void RandomRibTest::ChangeInterface() {
+  m_cause = RowType::kInterface;
   const unsigned int instance = Any(kInstances);
   const unsigned int ifIndex = AnyIndex();
   const bool up = Chance(60);
@@ -115,6 +119,7 @@ void RandomRibTest::ChangeInterface() {
 }
 
 void RandomRibTest::ChangeAddress() {
+  m_cause = RowType::kAddress;
   const unsigned int instance = Any(kInstances);
   const unsigned int ifIndex = AnyIndex();
   const bool ip6 = Chance(3) ? !IsIp6(instance) : IsIp6(instance);
@@ -133,6 +138,7 @@ void RandomRibTest::ChangeAddress() {
 }
 
 void RandomRibTest::ChangeStatic() {
+  m_cause = RowType::kRoute;
   const unsigned int instance = Any(kInstances);
   std::string prefix = IsIp6(instance) ? Any(kPrefixes6) : Any(kPrefixes4);
   if (Chance(3)) {
@@ -158,6 +164,7 @@ void RandomRibTest::ChangeStatic() {
 }
 
 void RandomRibTest::ChangeProtocol() {
+  m_cause = RowType::kProtocol;
   RunAll();  // candidates are put in at once, in front of requests that wait
   const unsigned int instance = Any(kInstances);
   const std::string prefix = IsIp6(instance) ? Any(kPrefixes6) : Any(kPrefixes4);
@@ -174,6 +181,7 @@ void RandomRibTest::ChangeProtocol() {
 }
 
 void RandomRibTest::ChangeInstance() {
+  m_cause = RowType::kRtm;
   const unsigned int instance = Any(kInstances);
   const bool isKnown = m_model.instances.count(instance) != 0;
   if (isKnown && Chance(20)) {
@@ -219,6 +227,7 @@ void RandomRibTest::Operate() {
     std::copy(key.nextHop.begin(), key.nextHop.end(), candidate.nextHop);
     candidate.ifIndex = key.ifIndex;
     candidate.proto = key.proto;
+    m_cause = key.proto == 3 ? RowType::kRoute : RowType::kProtocol;
     if (key.proto == 3) {
       sms_update_route(1, 6, 2, candidate.addressType, candidate.destination, key.length,
                        candidate.nextHop, kStaticPath, key.ifIndex,
@@ -292,6 +301,14 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
     host.Take();
     m_model.Update(now);
     ASSERT_NO_FATAL_FAILURE(Compare(true));
+    if (m_mirror && !m_mirror->causes.empty()) {
+      ASSERT_THAT(m_mirror->causes, ElementsAre(m_cause));
+      m_mirror->causes.clear();
+      ++m_count.causes[static_cast<std::size_t>(m_cause)];
+    }
+    if (Chance(1)) {
+      ChangeMirror();
+    }
     m_count.rows += control.Rib().size();
     m_count.installed += control.Routes().size();
   }
@@ -306,6 +323,10 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
   // About 45 on average; a short run spends much of its time filling the tables.
   EXPECT_GE(m_count.rows, 8 * operations);
   EXPECT_GE(m_count.installed, 2 * operations);
+  for (const RowType cause : {RowType::kRtm, RowType::kInterface, RowType::kAddress,
+                              RowType::kRoute, RowType::kProtocol}) {
+    EXPECT_GE(m_count.causes[static_cast<std::size_t>(cause)], least / 40);
+  }
 }
 
 // Changes pile up while earlier ones are still being worked off in slices of a few units.

@@ -102,16 +102,17 @@ TEST_F(Check, ChangesNothingInADevice) {
   EXPECT_EQ(system_test::Tables(daemon), before);
   EXPECT_THAT(system_test::Tables(daemon, "reload\n"), HasSubstr("10.48.0.0/13"));
   daemon.CloseInput();
-  EXPECT_EQ(daemon.Wait(), 0);
+  EXPECT_EQ(daemon.Wait(), 1) << "tables of VLANs that are not there";
   EXPECT_EQ(daemon.Errors(), std::string(ExampleNetwork::WARNINGS) + ExampleNetwork::WARNINGS);
 }
 
-// Like a reload, and unlike other commands that are refused.
+// Like everything that is refused.
 TEST_F(Check, MakesTheStatusOfABatch) {
   const auto batch = [&](const std::string& lines) {
     return RunDaemon({"--config", network.folder.Path(), "--tick-us", "100"}, lines).status;
   };
-  EXPECT_EQ(batch("check\nvrf 99\n"), 0);
+  EXPECT_EQ(batch("check\nvrf 10\n"), 0);
+  EXPECT_EQ(batch("check\nvrf 99\n"), 1);
   EXPECT_EQ(batch("check strict\nhelp\n"), 1);
   EXPECT_EQ(batch("check strict\nquit\n"), 1);
   EXPECT_EQ(batch("check strict\nfoo\n"), 2);

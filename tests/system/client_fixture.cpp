@@ -1,9 +1,12 @@
 #include "client_fixture.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <sstream>
 
 #include "signs.h"
 
@@ -39,6 +42,18 @@ void Client::StartDaemon(const std::string& tick) {
 void Client::AwaitDaemon() const {
   AwaitSocket();
   RunWhenHeard({"help"});
+}
+
+std::string Client::Command() {
+  const std::string command = VANTACORECTL_COMMAND;
+  std::istringstream folders(command.find('/') == std::string::npos ? std::getenv("PATH") : "");
+  for (std::string folder; std::getline(folders, folder, ':');) {
+    const std::string program = folder + '/' + command;
+    if (access(program.c_str(), X_OK) == 0) {
+      return program;
+    }
+  }
+  return command;
 }
 
 Arguments Client::With(const Arguments& more) const {

@@ -31,6 +31,8 @@ class Client : public testing::Test {
   bool HasSocket() const;
   void AwaitSocket() const;
 
+  /// The client's command with the path of its program, for those who run it with another PATH.
+  static std::string Command();
   /// The client's arguments.
   Arguments With(const Arguments& more) const;
   /// Runs the client to its end.

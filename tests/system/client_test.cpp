@@ -82,9 +82,11 @@ TEST_F(Client, HearsWhatAReloadCannotUse) {
   StartDaemon();
   folder.Write("vlans.json", "{\n  broken");
   const Result broken = Run({"reload"});
-  EXPECT_EQ(broken.output,
-            "vlans.json:2:3: not JSON: no name of a member, expected one in double quotes, found "
-            "\"broken\"\n");
+  const std::string finding =
+      "vlans.json:2:3: not JSON: no name of a member, expected one in double quotes, found "
+      "\"broken\"\n";
+  const std::string refusal = ": 1 error; nothing was changed\n";
+  EXPECT_EQ(broken.output, finding + "Refused" + refusal);
   EXPECT_EQ(broken.status, 1);
   EXPECT_EQ(Run({"ip", "protocol", "summary"}).output, SUMMARY);
 
@@ -104,7 +106,9 @@ TEST_F(Client, HearsWhatAReloadCannotUse) {
   EXPECT_EQ(mended.status, 0);
   daemon->Kill(SIGTERM);
   EXPECT_EQ(daemon->Wait(), 0);
-  EXPECT_THAT(daemon->Log(), EndsWith(broken.output + odd.output + mended.output));
+  EXPECT_THAT(daemon->Log(), HasSubstr(finding + "Refused to "));
+  EXPECT_THAT(daemon->Log(), EndsWith(" at the socket" + refusal + odd.output + mended.output +
+                                      "Stopped after 00:00:00: SIGTERM\n"));
 }
 
 // What a check finds is for who asked alone.
@@ -188,6 +192,17 @@ TEST_F(Client, IsToldWhatIsWrongWithItsOwnWords) {
   const Result help = Run({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_THAT(help.output, StartsWith("Usage: vantacorectl --socket PATH"));
+}
+
+TEST_F(Client, TakesLinesOfAScriptForComments) {
+  StartDaemon();
+  const Result result =
+      Run({}, "# a script\n!\n  ! quit\n\t#quit | count\nip protocol summary\n# the end");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, SUMMARY);
+  EXPECT_EQ(Run({}, "vrf 10 # no comment\n").status, 2) << "only a whole line is one";
+  EXPECT_EQ(Run({"#"}).status, 2) << "a command is no script";
+  ExpectHealthyDaemon();
 }
 
 TEST_F(Client, SaysWhenNobodyListens) {

@@ -82,7 +82,7 @@ class Trust : public Client {
   }
 
  private:
-  std::string m_client = VANTACORECTL_COMMAND;
+  std::string m_client = Command();
   std::string m_heard;
 };
 

@@ -1,4 +1,7 @@
 // Daemons that take nothing from a client: how long it waits, and what it says then.
+#include <gmock/gmock.h>
+#include <unistd.h>
+
 #include <csignal>
 
 #include "client_fixture.h"
@@ -55,6 +58,34 @@ TEST_F(Client, ShowsWhatTheDaemonSaidBeforeItHungUp) {
   EXPECT_EQ(client->Errors(), "");
 }
 
+// The wait that an interrupt has ended is not taken for the cause.
+TEST_F(Client, SaysThatTheDaemonHasGoneAfterAnInterrupt) {
+  SlowDaemon slow(path);
+  const auto client = Open(DaemonProcess::PIPES, {"--timeout", "60", "rtm", "rib"});
+  slow.Accept();
+  slow.Send(wire::EncodeReply(wire::Code::DONE, 10) + wire::EncodeOutput("a route\n"));
+  const std::string command = wire::EncodeSingle() + wire::EncodeCommand("rtm rib");
+  EXPECT_EQ(slow.Read(command.size()), command);
+  client->ReadUntil("a route\n");  // it waits for more now
+  client->Kill(SIGINT);
+  EXPECT_EQ(slow.Read(wire::EncodeInterrupt().size()), wire::EncodeInterrupt());
+  slow.HangUp();
+  EXPECT_EQ(client->ReadErrorsUntil("\n"), "vantacorectl: the daemon has gone\n");
+  EXPECT_EQ(client->Wait(), -SIGINT);
+}
+
+TEST_F(Client, SaysThatAWatchedDaemonHasGoneAfterAnInterrupt) {
+  SlowDaemon slow(path);
+  const auto client = Open(DaemonProcess::PIPES, {"--timeout", "1", "watch"});
+  slow.Accept();
+  slow.Send(wire::EncodeReply(wire::Code::DONE, 10) + wire::EncodeLive() +
+            wire::EncodeOutput("a change\n"));
+  client->ReadUntil("a change\n");
+  client->Kill(SIGINT);
+  EXPECT_EQ(client->ReadErrorsUntil("\n"), "vantacorectl: the daemon gives no sign\n");
+  EXPECT_EQ(client->Wait(), -SIGINT);
+}
+
 TEST_F(Client, ShowsWhatTheDaemonSaidInsteadOfWords) {
   SlowDaemon slow(path);
   const auto client = Open(DaemonProcess::TERMINAL);
@@ -68,6 +99,41 @@ TEST_F(Client, ShowsWhatTheDaemonSaidInsteadOfWords) {
   client->ReadUntil("\nip farewell");
   client->Send("\n");
   EXPECT_EQ(client->Wait(), 1);
+}
+
+// Longer than the client waits for a sign of the daemon.
+void StaySilent() { usleep(2500000); }
+
+TEST_F(Client, GoesOnWatchingThroughSilence) {
+  StartDaemon();
+  const auto client = Open(DaemonProcess::PIPES, {"--timeout", "1", "watch", "interface"});
+  StaySilent();
+  EXPECT_EQ(Run({"lab", "interface", "eth0", "down"}).status, 0);
+  client->ReadUntil("eth0");
+  StaySilent();
+  EXPECT_EQ(Run({"lab", "interface", "eth0", "up"}).status, 0);
+  client->ReadUntil("eth0");
+  client->Kill(SIGINT);
+  EXPECT_EQ(client->Wait(), -SIGINT);
+  EXPECT_EQ(client->Errors(), "");
+  ExpectHealthyDaemon();
+}
+
+TEST_F(Client, GoesOnWatchingThroughSilenceAtItsPrompt) {
+  StartDaemon();
+  const auto client = Open(DaemonProcess::TERMINAL, {"--timeout", "1"});
+  client->ReadUntil("vantacore[10]> ");
+  client->Send("watch interface\n");
+  client->ReadUntil("watch interface");
+  StaySilent();
+  EXPECT_EQ(Run({"lab", "interface", "eth0", "down"}).status, 0);
+  client->ReadUntil("eth0");
+  client->Send("\x03");
+  client->ReadUntil("vantacore[10]> ");
+  client->Send("quit\n");
+  EXPECT_EQ(client->Wait(), 0);
+  EXPECT_THAT(client->Output(), testing::Not(testing::HasSubstr("no sign")));
+  ExpectHealthyDaemon();
 }
 
 }  // namespace

@@ -52,6 +52,14 @@ class Console : public testing::Test {
   test_support::ScratchFolder folder;
 };
 
+TEST_F(Console, TakesLinesOfAScriptForComments) {
+  const Result result =
+      Run("# a script\n!\n  ! quit\n\t#quit | count\nip protocol summary\n# the end");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, StartsWith("   VID  BGP4+"));
+  EXPECT_EQ(Run("vrf 10 # no comment\n").status, 2) << "only a whole line is one";
+}
+
 TEST_F(Console, EndsWithItsInput) {
   const Result result = Run("");
   EXPECT_EQ(result.status, 0);
@@ -95,23 +103,25 @@ TEST_F(Console, TellsOfUnknownWordsInItsExitStatus) {
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(
       result.output,
-      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf check diff reload "
-      "confirm undo history revision verify lab help ? quit exit\n"
+      "\"foo\" is unknown. Possible: route route6 explain summary requests status version watch "
+      "metrics interface interface6 ip ip6 rtm show vrf check diff reload confirm undo history "
+      "revision verify retry log lab help ? quit exit\n"
       "\"ip\" is understood, \"bar\" after it is not. Possible: bgp igmp ospf protocol "
       "rip\n");
   EXPECT_EQ(result.errors, "");
 }
 
 TEST_F(Console, TellsOfUsageTextsInItsExitStatus) {
-  for (const char* line : {"vrf", "vrf x", "interface vrf", "lab stack", "ip protocol foo",
+  for (const char* line : {"vrf", "route via", "interface vrf", "lab stack", "ip protocol foo",
                            "ip protocol ips", "ip bgp vrf", "rtm rib proto isis"}) {
     const Result result = Run(std::string(line) + "\nvrf 20\n");
     EXPECT_THAT(result.output, StartsWith("Usage: ")) << line;
     EXPECT_EQ(result.status, 2) << line;
   }
-  const Result result = Run("vrf 30\nip protocol database vrf ten\n");
+  const Result result = Run("ip protocol database vrf ten\n");
   EXPECT_THAT(result.output, HasSubstr("\nUsage: "));
-  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(Run("ip protocol database vrf 30\nvrf 20\n").status, 1);
 }
 
 TEST_F(Console, ShowsTheInterfacesOfAVlan) {
@@ -137,7 +147,7 @@ TEST_F(Console, FollowsLabCommands) {
   EXPECT_THAT(result.output, HasSubstr("10.1.0.0/16"));
   EXPECT_THAT(result.output, EndsWith("End of table\nVLAN 10 has no interface \"eth7\"\n"));
   EXPECT_EQ(result.errors, "");
-  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.status, 1);
   EXPECT_EQ(Run("lab foo\n").status, 2);
 }
 
@@ -496,6 +506,78 @@ TEST_F(Terminal, TakesItsProgressAwayBeforeTheLogSpeaks) {
   EXPECT_EQ(daemon.Wait(), 0);
 }
 
+class TerminalBesideASocket : public Console {
+ protected:
+  // What is shown until this text comes, as rows of a wide terminal.
+  std::string See(const std::string& text) { return Shown(daemon.ReadUntil(text)); }
+  void Change(const char* how) {
+    EXPECT_EQ(Ask(path, {"lab", "interface", "eth0", how}).status, 0);
+  }
+
+  static constexpr const char* PROMPT = "vantacore[10]> ";
+  const std::string path = folder.PathOf("console");
+  DaemonProcess daemon{With({"--socket", path}), DaemonProcess::TERMINAL};
+};
+
+TEST_F(TerminalBesideASocket, ShowsTheLogAboveTheLineThatIsBeingEdited) {
+  See(PROMPT);
+  daemon.Send("ip pro");
+  See("pro");
+  Change("down");
+  EXPECT_THAT(Shown(std::string(PROMPT) + "ip pro" + daemon.ReadUntil("ip pro")),
+              testing::MatchesRegex("[^\n>]* lab interface eth0 down\nvantacore.10.> ip pro"));
+  daemon.Send("tocol summary\n");
+  EXPECT_THAT(See(PROMPT), HasSubstr("   VID  BGP4+"));
+  Change("up");
+  EXPECT_THAT(Shown(PROMPT + daemon.ReadUntil(PROMPT)),
+              testing::MatchesRegex("[^\n>]* lab interface eth0 up\nvantacore.10.> "));
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
+// The cursor stays where it is, and what is typed while the log speaks is taken.
+TEST_F(TerminalBesideASocket, GoesOnWithTheLineWhereTheCursorIs) {
+  See(PROMPT);
+  daemon.Send("rotocol summary\x01");
+  See("summary");
+  Change("down");
+  See("eth0 down");
+  See("summary");
+  daemon.Send("ip p\n");
+  EXPECT_THAT(See(PROMPT), HasSubstr("   VID  BGP4+"));
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
+// Ctrl-C is a signal while the log has the terminal.
+TEST_F(TerminalBesideASocket, ASignalDropsTheLineThatIsBeingEdited) {
+  See(PROMPT);
+  daemon.Send("ip pro");
+  See("pro");
+  daemon.Kill(SIGINT);
+  See("Ctrl-C again leaves");
+  See(PROMPT);
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
+// The device goes on while the operator has stopped the terminal with Ctrl-S at the prompt.
+TEST_F(TerminalBesideASocket, WaitsForATerminalThatIsStoppedWithItsLog) {
+  See(PROMPT);
+  daemon.Send("ip pro\x13");
+  usleep(100000);
+  for (int i = 0; i < 3; ++i) {
+    Change("down");
+    Change("up");
+  }
+  daemon.Send("\x11");
+  See("lab interface eth0 up");
+  daemon.Send("\x03");
+  See(PROMPT);
+  daemon.Send("quit\n");
+  EXPECT_EQ(daemon.Wait(), 0);
+}
+
 // A terminal takes no output when the operator has stopped it with Ctrl-S.
 TEST_F(Terminal, DoesNotStopTheDaemonWhenItTakesNoOutput) {
   std::string routes;
@@ -538,8 +620,11 @@ TEST_F(Terminal, LeavesInOrderWhenItHangsUp) {
   EXPECT_NE(access(path.c_str(), F_OK), 0) << "the socket has stayed";
 }
 
-TEST_F(Terminal, LeavesOnInterrupt) {
-  daemon.Send("ip pro\x03");  // control-C in the middle of a line
+// A signal that no key has sent, or a key that was meant for a command that has just ended.
+TEST_F(Terminal, TakesAnInterruptFromElsewhereAsTheKeyOnAnEmptyLine) {
+  daemon.Kill(SIGINT);
+  EXPECT_THAT(daemon.ReadUntil(PROMPT), HasSubstr("Ctrl-C again leaves"));
+  daemon.Kill(SIGINT);
   EXPECT_EQ(daemon.Wait(), 0);
 }
 

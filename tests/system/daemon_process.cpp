@@ -79,6 +79,11 @@ class OtherEnd {
   int m_fd;
 };
 
+bool TellsWhatHappens(const std::string& line) {
+  return test_support::IsHeadline(line) || line.rfind("Started: vantacored ", 0) == 0 ||
+         line.rfind("Stopped after ", 0) == 0 || line.find(": lab ") != std::string::npos;
+}
+
 }  // namespace
 
 DaemonProcess::DaemonProcess(const Arguments& arguments, Streams streams,
@@ -137,7 +142,7 @@ std::string DaemonProcess::Errors() const {
   std::istringstream lines(m_errors.text);
   std::string errors;
   for (std::string line; std::getline(lines, line);) {
-    errors += test_support::IsHeadline(line) ? "" : line + (lines.eof() ? "" : "\n");
+    errors += TellsWhatHappens(line) ? "" : line + (lines.eof() ? "" : "\n");
   }
   return errors;
 }
@@ -200,6 +205,11 @@ void DaemonProcess::AwaitFullTerminal() {
 void DaemonProcess::AwaitCommandUnderWay() {
   Await("a command under way",
         [this] { return (Terminal().c_lflag & ICANON) != 0 && IsAsleep(m_pid); });
+}
+
+void DaemonProcess::Resize(unsigned short rows, unsigned short columns) const {
+  const winsize size{rows, columns, 0, 0};
+  Check(ioctl(m_terminal, TIOCSWINSZ, &size) == 0, "TIOCSWINSZ");
 }
 
 termios DaemonProcess::Terminal() const {

@@ -52,6 +52,8 @@ class DaemonProcess {
   /// Waits for the end of the process: its exit status, or minus the signal that ended it.
   int Wait();
 
+  /// Gives the terminal a size; it has none before.
+  void Resize(unsigned short rows, unsigned short columns) const;
   /// How the terminal is set now; it stays when the process has ended.
   termios Terminal() const;
   pid_t Id() const { return m_pid; }
@@ -59,7 +61,7 @@ class DaemonProcess {
   /// Everything so far.
   const std::string& Output() const { return m_output.text; }
   const std::string& Log() const { return m_errors.text; }
-  /// The same without the lines with which a start and each change tell what they change.
+  /// The same without the lines that tell of starts, stops, changes and commands of the lab.
   std::string Errors() const;
 
  private:

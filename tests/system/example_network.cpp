@@ -33,7 +33,7 @@ const char* const ExampleNetwork::WARNINGS =
 
 ExampleNetwork::ExampleNetwork() { Restore(); }
 
-void ExampleNetwork::Restore() const {
+void ExampleNetwork::WriteTo(const test_support::ScratchFolder& folder) {
   for (const std::string file : FILES) {
     folder.Write(file, Text("examples/first-network/" + file));
   }

@@ -14,7 +14,8 @@ class ExampleNetwork {
   ExampleNetwork();
 
   /// Writes all files as the example has them.
-  void Restore() const;
+  static void WriteTo(const test_support::ScratchFolder& folder);
+  void Restore() const { WriteTo(folder); }
   /// Puts `after` in the place of `before`, which stands in the file once.
   void Replace(const std::string& file, const std::string& before, const std::string& after) const;
 

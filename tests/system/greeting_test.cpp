@@ -21,7 +21,7 @@ class Greeting : public Client {
     EXPECT_EQ(client->Wait(), 1);
     EXPECT_EQ(client->Output(), "");
     EXPECT_EQ(client->Errors(), "vantacorectl: " + words + "\n");
-    EXPECT_EQ(daemonOfAnotherTime.Read(1000), "V 2\n") << "a command was sent all the same";
+    EXPECT_EQ(daemonOfAnotherTime.Read(1000), "V 3\n") << "a command was sent all the same";
   }
 
   void ExpectRefused(const std::string& beginning, const std::string& words) const {
@@ -37,16 +37,16 @@ class Greeting : public Client {
 };
 
 TEST_F(Greeting, OfADaemonIsOneThatTheClientKnows) {
-  ExpectRefusal("V 3\nR 0 10\n",
-                "the daemon speaks version 3 of the console protocol; this client knows version 2");
+  ExpectRefusal("V 4\nR 0 10\n",
+                "the daemon speaks version 4 of the console protocol; this client knows version 3");
   ExpectRefusal("V 0\nO welcome\nR 0 10\n",
-                "the daemon speaks version 0 of the console protocol; this client knows version 2");
+                "the daemon speaks version 0 of the console protocol; this client knows version 3");
 }
 
 TEST_F(Greeting, OfADaemonIsMissedByTheClient) {
   ExpectRefusal("R 0 10\n",
                 "the daemon does not say which version of the console protocol it speaks; this "
-                "client knows version 2");
+                "client knows version 3");
 }
 
 TEST_F(Greeting, OfADaemonThatRefusesAnywayIsNotMissed) {
@@ -71,7 +71,7 @@ TEST_F(Greeting, OfAClientIsOneThatTheDaemonKnows) {
   StartDaemon();
   ExpectRefused(
       "V 7\nC help\nI\n",
-      "The client speaks version 7 of the console protocol; the daemon knows versions 1 to 2");
+      "The client speaks version 7 of the console protocol; the daemon knows versions 1 to 3");
   ExpectHealthyDaemon();
 }
 
@@ -80,7 +80,7 @@ TEST_F(Greeting, OfAClientIsMissedByTheDaemon) {
   for (const char* first : {"C help\n", "I\n", "W he\n", "R 0 10\n"}) {
     ExpectRefused(first,
                   "The client does not say which version of the console protocol it speaks; the "
-                  "daemon knows versions 1 to 2");
+                  "daemon knows versions 1 to 3");
   }
   ExpectRefused("HELO\n", "That is no message of a console client");
   ExpectHealthyDaemon();

@@ -72,6 +72,7 @@ class HangUp : public system_test::Client {
   }
   void ExpectReloadAndStop() {
     daemon->ReadErrorsUntil(RELOADED);
+    daemon->ReadErrorsUntil("Beside its turns, one document took the library ");
     daemon->Kill(SIGTERM);
     EXPECT_EQ(daemon->Wait(), 0);
   }

@@ -83,7 +83,7 @@ class Log : public system_test::Client {
   }
   // Reads what the start has said, and has the daemon read its folder so many times again.
   void Reload(int times) {
-    ReadLogUntil(" requests\n");
+    ReadLogUntil(" routes\n");
     std::string lines;
     for (int i = 0; i < times; ++i) {
       lines += "reload\n";

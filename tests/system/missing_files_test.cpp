@@ -92,14 +92,14 @@ TEST_F(MissingFiles, AreWithdrawnIfTheyAreRemote) {
   network.Restore();
   EXPECT_THAT(ReloadAndShow(), HasSubstr(REMOTE_ROUTE));
   const std::string warnings = ExampleNetwork::WARNINGS;
-  ExpectEnd(0, warnings + warnings + warnings + warnings);
+  ExpectEnd(1, warnings + warnings + warnings + warnings);  // tables of VLANs that were not there
 }
 
 TEST_F(MissingFiles, AreWarnedOfAtStart) {
   network.folder.Remove("vlans.json");
   Start();
   EXPECT_THAT(Show(), HasSubstr("VLAN 10 is not present\n"));
-  ExpectEnd(0, NO_VLANS + NO_VLAN_30);
+  ExpectEnd(1, NO_VLANS + NO_VLAN_30);
 
   network.Restore();
   network.folder.Remove("device.json");
@@ -108,7 +108,7 @@ TEST_F(MissingFiles, AreWarnedOfAtStart) {
   daemon->ReadUntil("VLAN 1 is not present\n");
   EXPECT_THAT(Show(), HasSubstr("    10    Yes     No    Yes    Yes\n"));
   daemon->CloseInput();
-  EXPECT_EQ(daemon->Wait(), 0);
+  EXPECT_EQ(daemon->Wait(), 1);
   EXPECT_EQ(daemon->Errors().substr(0, NO_DEVICE.size()), NO_DEVICE);
 }
 
@@ -124,7 +124,7 @@ TEST_F(MissingFiles, MakeAnEmptyDeviceIfAllAre) {
   daemon->ReadUntil(NO_DEVICE + NO_VLANS + "The folder has no errors\n");
   network.Restore();
   EXPECT_EQ(ReloadAndShow().substr(0, whole.size()), whole);
-  ExpectEnd(0, NO_DEVICE + NO_VLANS + ExampleNetwork::WARNINGS);
+  ExpectEnd(1, NO_DEVICE + NO_VLANS + ExampleNetwork::WARNINGS);
 }
 
 }  // namespace

@@ -190,6 +190,7 @@ TEST_F(Reload, AddsAndRemovesVlans) {
               Not(HasSubstr("    10 ")));
   daemon->Send("rtm rib vrf 10\n");
   daemon->ReadUntil("VLAN 10 is not present\n");
+  expectedStatus = 1;
 }
 
 TEST_F(Reload, LeavesNothingOfAVlanThatGoes) {
@@ -227,6 +228,7 @@ TEST_F(Reload, RemovesAVlanAlthoughARemoteDocumentHasIt) {
   Write("vlans.json", {Entry(20, {})});
   daemon->Send("reload force\nrtm rib vrf 10\n");
   daemon->ReadUntil("VLAN 10 is not present\n");
+  expectedStatus = 1;
   expectedErrors =
       "remote/a.json:1:33: warning: VLAN_CONFIGURATIONS.v10: an entry for a VLAN that the VLAN "
       "document does not name, expected one of its VLANs, found 10\n";
@@ -263,7 +265,8 @@ TEST_F(Reload, KeepsWhatABrokenDocumentSaidBefore) {
   expectedErrors =
       "device.json:1:1: wrong kind of value, expected an object, found an array\n"
       "vlans.json:1:2: not JSON: no name of a member, expected one in double quotes, found the "
-      "end\n";
+      "end\n"
+      "Refused to pipe: 2 errors; nothing was changed\n";
   expectedStatus = 1;
 }
 
@@ -282,7 +285,8 @@ TEST_F(Reload, IsAllOrNothing) {
   EXPECT_THAT(table, HasSubstr("10.52.0.0/16"));
   expectedErrors =
       "remote/a.json:1:237: VLAN_CONFIGURATIONS.v20.vid: wrong kind of value, expected a whole "
-      "number from 0 to 32767, found \"20\"\n";
+      "number from 0 to 32767, found \"20\"\n"
+      "Refused to pipe: 1 error; nothing was changed\n";
   expectedStatus = 1;
 }
 

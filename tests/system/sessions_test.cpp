@@ -58,7 +58,7 @@ TEST_F(Client, IsToldWhichWordsMayStandAtTheEndOfALine) {
     EXPECT_TRUE(reply && reply->code == wire::Code::DONE && !reply->isLast);
     return words;
   };
-  EXPECT_EQ(complete("i"), "ip\nip6\ninterface\ninterface6\n");
+  EXPECT_EQ(complete("i"), "interface\ninterface6\nip\nip6\n");
   EXPECT_EQ(complete("ip "), "bgp\nigmp\nospf\nprotocol\nrip\n");
   EXPECT_EQ(complete("show  ip6 pro"), "protocol\n");
   EXPECT_EQ(complete("nothing "), "");

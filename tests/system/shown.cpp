@@ -28,6 +28,7 @@ class Screen {
       m_lines.emplace_back();
     }
   }
+  void Up() { m_row -= m_row > 0 ? 1 : 0; }
   void Return() { m_column = 0; }
   void Back() { m_column -= m_column > 0 ? 1 : 0; }
   std::string Text() const {
@@ -52,6 +53,9 @@ std::string Shown(const std::string& bytes) {
     const std::string sequence = bytes.substr(at, 3);
     if (sequence == "\033[K" || sequence == "\033[J") {
       screen.Erase(sequence[2] == 'J');
+      at += 2;
+    } else if (sequence == "\033[A") {
+      screen.Up();
       at += 2;
     } else if (bytes[at] == '\n') {
       screen.Down();

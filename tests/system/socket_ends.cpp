@@ -39,6 +39,7 @@ SlowDaemon::SlowDaemon(const std::string& path, uid_t user)
   EXPECT_EQ(seteuid(user), 0);
   EXPECT_EQ(listen(m_listener, 1), 0);  // what the client is told is who calls this
   EXPECT_EQ(seteuid(own), 0);
+  LimitReceiving(m_listener);  // a client that cannot be started never comes
 }
 
 SlowDaemon::~SlowDaemon() {
@@ -57,6 +58,7 @@ void SlowDaemon::Accept() {
 
 void SlowDaemon::AcceptUngreeted() {
   m_client = accept(m_listener, nullptr, nullptr);
+  ASSERT_GE(m_client, 0) << "no client came";
   LimitReceiving(m_client);
 }
 

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 
 #include "example_network.h"
@@ -37,6 +38,12 @@ class ATypo : public testing::TestWithParam<Typo> {
  protected:
   void Type() const { network.Replace(GetParam().file, GetParam().before, GetParam().after); }
   std::string Findings() const { return GetParam().errors + GetParam().warnings; }
+  // What a reload that is refused ends with.
+  static std::string Outcome() {
+    const std::string& errors = GetParam().errors;  // a line each
+    const auto count = std::count(errors.begin(), errors.end(), '\n');
+    return std::to_string(count) + (count == 1 ? " error" : " errors") + "; nothing was changed\n";
+  }
   system_test::Arguments With(const system_test::Arguments& more = {}) const {
     system_test::Arguments arguments = {"--config", network.folder.Path(), "--tick-us", "100"};
     arguments.insert(arguments.end(), more.begin(), more.end());
@@ -63,7 +70,8 @@ TEST_P(ATypo, ChangesNothingByReload) {
   EXPECT_EQ(Tables(daemon, "reload\n"), before);
   daemon.CloseInput();
   EXPECT_EQ(daemon.Wait(), 1);
-  EXPECT_EQ(daemon.Errors(), ExampleNetwork::WARNINGS + Findings() + ExampleNetwork::WARNINGS);
+  EXPECT_EQ(daemon.Errors(), ExampleNetwork::WARNINGS + Findings() +
+                                 "Refused to pipe: " + Outcome() + ExampleNetwork::WARNINGS);
 }
 
 TEST_P(ATypo, EndsTheStart) {
@@ -127,19 +135,21 @@ TEST_P(ATypoAtASocket, ChangesNothingByHangUp) {
   EXPECT_THAT(before, HasSubstr("10.40.0.0/13"));
   Type();
   daemon.Kill(SIGHUP);
-  daemon.ReadErrorsUntil(Findings());
+  daemon.ReadErrorsUntil(Findings() + "Refused to SIGHUP: " + Outcome());
   EXPECT_EQ(Tables(), before);
 
   const Result reload = Run({"reload"});
   EXPECT_EQ(reload.status, 1);
-  EXPECT_EQ(reload.output, Findings());
+  EXPECT_EQ(reload.output, Findings() + "Refused: " + Outcome());
   const Result check = Run({"check"});
   EXPECT_EQ(check.status, 1);
   EXPECT_EQ(check.output, Findings());
   EXPECT_EQ(Tables(), before);
   daemon.Kill(SIGTERM);
   EXPECT_EQ(daemon.Wait(), 0);
-  EXPECT_EQ(daemon.Errors(), ExampleNetwork::WARNINGS + Findings() + Findings());
+  EXPECT_THAT(daemon.Errors(),
+              testing::MatchesRegex(".*\nRefused to SIGHUP: [^\n]*\n.*\nRefused to [^\n]* at the "
+                                    "socket: [^\n]*\n"));
 }
 
 // The warnings of the example, whose routes a typo may have moved down.

@@ -2,7 +2,8 @@
 
 The tables of the document give, of each message that the library, the software routers and the daemon
 write, the level and the text as the code has it. The list of findings and complaints gives texts with
-<...> for what varies; every piece of text that the daemon builds one from stands there, and no other.
+<...> for what varies; every piece of text that the daemon builds one from stands there, and no other. What the client says
+stands in the part about it.
 """
 
 import ast
@@ -20,7 +21,7 @@ CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|UsageError|Explain)\(
 # What is wrong with an option is a result.
 RESULT = re.compile(r'\breturn [^;{]*;')
 COMPLAINING = ('device/apply', 'device/console', 'device/daemon', 'device/documents', 'device/intent',
-               'device/program', 'device/revisions')
+               'device/keepers', 'device/program', 'device/revisions', 'device/routes', 'device/rows')
 WITH_RESULTS = ('command_line.cpp', 'options.cpp')
 # Here every text of several words is told to somebody, except in the declarations of members.
 TELLING = ('device/documents', 'device/revisions')
@@ -44,14 +45,14 @@ def read(path):
         return file.read()
 
 
-FOLDERS = ('src/*', 'device/routers', 'device/loop', 'device/documents', 'device/intent', 'device/apply',
-           'device/console', 'device/daemon')
+FOLDERS = ('src/*', 'device/routers', 'device/loop', 'device/documents', 'device/intent', 'device/rows',
+           'device/routes', 'device/keepers', 'device/apply', 'device/console', 'device/daemon')
 
 
 def messages(root):
     found, answers, outcomes = set(), set(), set()
     calls = 0
-    paths = [path for folder in FOLDERS for path in glob.glob(os.path.join(root, folder, '*.cpp'))]
+    paths = [path for folder in FOLDERS for path in glob.glob(os.path.join(root, folder, '*.[ch]*'))]
     for path in sorted(paths):
         text = read(path)
         calls += len(re.findall(r'\b(?:TRACE|OnAssert)\(', text))
@@ -112,6 +113,18 @@ def complaints(root):
             and ' ' in piece.strip()}, literals
 
 
+def texts_of_the_client(root):
+    """What the client says, without its help."""
+    pieces = set()
+    for path in glob.glob(os.path.join(root, 'device', 'client', '*.cpp')):
+        text = COMMENT.sub('', read(path)).replace("'\"'", "' '")
+        text = re.sub(r'"Usage: .*?";\n', '', text, flags=re.S)
+        for literal in LITERAL.findall(text):
+            said = ast.literal_eval(literal).replace('vantacorectl: ', '').strip()
+            pieces.update(part.strip() for part in re.split(r'%\w+', said))
+    return {piece for piece in pieces if ' ' in piece and len(re.findall('[a-z]', piece)) > 2}
+
+
 def main():
     root = sys.argv[1]
     document = read(os.path.join(root, 'docs', 'operations.md'))
@@ -136,6 +149,12 @@ def main():
                if not any(piece.replace('\n', '') in span for span in spans)]
     errors += ['complaint not in the code: ' + part for span in parts for part in span
                if len(re.findall('[a-z]', part)) > 2 and part.strip() not in literals]
+    client = document[document.index('### The client\n'):]
+    said = texts_of_the_client(root)
+    if not said:
+        sys.exit('The client says nothing.')
+    errors += ['text of the client not in docs/operations.md: %r' % piece for piece in sorted(said)
+               if piece not in client]
     print('\n'.join(errors + ['%d messages, %d pieces of complaints, %d errors'
                               % (len(code), len(pieces), len(errors))]))
     sys.exit(1 if errors else 0)

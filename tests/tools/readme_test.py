@@ -1,23 +1,86 @@
-"""Checks that the daemon prints what the README says: readme_test.py DAEMON README EXAMPLE."""
+"""Checks that what the README shows is what is printed: readme_test.py BIN README EXAMPLE [--update].
 
+The lines of a shell before "prints" are typed in a folder with `./run`, `examples` and `build/dev/bin`, one shell for
+each block; what they print on standard output must be what stands there. A line that ends with `&` is waited for:
+a daemon until it answers, `watch` until it hears. Files in /tmp are in the folder's own. BIN has the programs.
+--update writes what is printed into the README.
+"""
+
+import os
+import pathlib
 import re
+import shutil
 import subprocess
 import sys
+import tempfile
 
-from shown_output import comparable
+from shown_output import as_shown, comparable
 
-DAEMON, README, EXAMPLE = sys.argv[1:4]
+BLOCK = re.compile(r'((?:^    [^\n]*\n)+)\nprints\n\n```\n(.*?)^```$', re.M | re.S)
+# As ./run, without a build.
+RUN = '''#!/usr/bin/env bash
+[ "${1:-}" != -- ] || shift
+exec %s --config examples/first-network "$@"
+'''
+WAIT = {'--daemon': 'for i in {1..300}; do '
+                    'build/dev/bin/vantacorectl --socket /tmp/socket version >/dev/null && break; sleep 0.1; done',
+        ' watch ': 'sleep 0.5'}
 
-with open(README, encoding='utf-8') as file:
-    readme = file.read()
-tour = re.findall(r"^    printf '([^\n]*)' \| \./run\n\nprints\n\n```\n(.*?)```$", readme, re.M | re.S)
-if not tour or len(tour) != readme.count("    printf '"):
-    sys.exit('The README shows no commands with their output, or shows some in another form.')
-for commands, wanted in tour:
-    result = subprocess.run([DAEMON, '--config', EXAMPLE],
-                            input=commands.replace('\\n', '\n').encode(),
-                            stdout=subprocess.PIPE, timeout=60)
-    printed = result.stdout.decode()
-    if result.returncode != 0 or comparable(printed) != comparable(wanted):
-        sys.exit('The README says:\n%s\nThe daemon (exit status %d) prints:\n%s'
-                 % (wanted, result.returncode, printed))
+
+def make_place(folder, programs, example):
+    """A folder as the project's, as far as the README uses it."""
+    run = pathlib.Path(folder, 'run')
+    run.write_text(RUN % os.path.join(programs, 'vantacored'))
+    run.chmod(0o755)
+    os.makedirs(os.path.join(folder, 'build', 'dev'))
+    os.symlink(programs, os.path.join(folder, 'build', 'dev', 'bin'))
+    os.mkdir(os.path.join(folder, 'examples'))
+    shutil.copytree(example, os.path.join(folder, 'examples', 'first-network'))
+    os.mkdir(os.path.join(folder, 'tmp'))
+
+
+def script_of(lines, temporary):
+    """The lines, with what a person does between them: wait until a program is ready, and end it."""
+    script = []
+    for line in lines:
+        script.append(line)
+        if line.endswith('&'):
+            script += [wait for word, wait in WAIT.items() if word in line]
+    if any(line.endswith('&') for line in lines):
+        script += ['sleep 0.5', 'kill $(jobs -p)', 'wait']
+    return '\n'.join(script).replace('/tmp/', temporary + '/')
+
+
+def run(lines, programs, example):
+    with tempfile.TemporaryDirectory() as folder:
+        make_place(folder, programs, example)
+        temporary = os.path.join(folder, 'tmp')
+        environment = dict(os.environ, HOME=folder, LC_ALL='C')
+        for name in ('STATE_DIRECTORY', 'XDG_STATE_HOME'):
+            environment.pop(name, None)
+        result = subprocess.run(['bash', '--norc', '-c', script_of(lines, temporary)], cwd=folder,
+                                env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                stderr=subprocess.DEVNULL, timeout=60, check=False)
+    return as_shown(result.stdout.decode())
+
+
+def main():
+    programs, example = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[3])
+    update = sys.argv[4:] == ['--update']
+    readme = pathlib.Path(sys.argv[2])
+    text = readme.read_text(encoding='utf-8')
+    if not BLOCK.search(text) or len(BLOCK.findall(text)) != text.count('\nprints\n'):
+        sys.exit('The README shows no commands with their output, or shows some in another form.')
+
+    def look(match):
+        printed = run([line[4:] for line in match.group(1).splitlines()], programs, example)
+        if not update and comparable(printed) != comparable(match.group(2)):
+            sys.exit('The README says:\n%s\nIt prints:\n%s' % (match.group(2), printed))
+        return '%s\nprints\n\n```\n%s```' % (match.group(1), printed)
+
+    updated = BLOCK.sub(look, text)
+    if update:
+        readme.write_text(updated, encoding='utf-8')
+
+
+main()

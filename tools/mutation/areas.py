@@ -2,12 +2,13 @@
 
 `files` are the files of an engine. A room has None: all its .cpp files, and those of its headers that no
 other target reads. `suites` are asked in this order, the quick ones first; behind a suite may stand a
-filter of googletest. `bar` is the share in percent that has to be noticed; None asks for nothing.
+filter of googletest. `bar` is the share in percent that has to be noticed; None asks for nothing. Of an area
+that `is_explained`, all others are listed with their reason.
 """
 
 import collections
 
-Area = collections.namedtuple('Area', 'name folder files suites bar')
+Area = collections.namedtuple('Area', 'name folder files suites bar is_explained')
 Suite = collections.namedtuple('Suite', 'name filter')
 
 PARSERS = ('values/decimal', 'values/address_format', 'values/config_parser', 'rtm/static_routes',
@@ -17,17 +18,24 @@ SCHEDULER = ('cfg_sched.cpp', 'cfg_bucket.cpp', 'cfg_bucket.h', 'cfg_item.cpp', 
 PIPELINE_SUITES = ('unit_pipeline', 'unit_pipeline_memory', 'models', 'unit_pipeline_rows', 'library_model')
 # The processes. Each room asks those that stand or fall with it.
 RELOADS = 'system_tests Reload.*:Redistribution.*:FirstNetwork.*:BadDocuments.*'
-SESSIONS = 'system_tests Client.*:Terminal.*:Console.*:Daemon.*'
+SESSIONS = 'system_tests Client.*:Terminal.*:Console.*:Daemon.*:Greeting.*:Pager.*:*/Prompt.*'
+# What a session shows of the device, and what it does with the folder.
+ANSWERS = 'system_tests Check.*:Diff.*:Transactions.*:MetricsSocket.*:Client.*Json*:FirstNetwork.*'
+# What a session asks of the device, and what it is told beforehand and afterwards.
+ORDERS = ('system_tests Transactions.*:TwoOperators.*:Diff.*:Check.*:Starts.*:'
+          'ClientOfA*:MissingFiles.*:LogFormats.TellWho*')
+# Changes as they come, from the stack to a reader.
+CHANGES = 'unit_daemon Watch*'
 # Words of the command line, standard streams, exit statuses.
 STARTS = 'system_tests Console.*:Daemon.*:Client.*Say*:Client.IsToldWhatIsWrong*:Client.*Streams'
 
 
 def engine(name, files, *suites):
-    return Area(name, 'src', tuple(f'src/{file}' for file in files), parse(suites), 90.0)
+    return Area(name, 'src', tuple(f'src/{file}' for file in files), parse(suites), 90.0, True)
 
 
 def room(name, *suites, bar=None):
-    return Area(name, 'device/' + name, None, parse(suites), bar)
+    return Area(name, 'device/' + name, None, parse(suites), bar, False)
 
 
 def parse(suites):
@@ -44,19 +52,28 @@ ENGINES = [
 ]
 ROOMS = [
     room('program', 'unit_program', 'unit_daemon', 'unit_documents', STARTS),
-    room('loop', 'unit_loop', 'unit_apply', SESSIONS),
-    room('documents', 'unit_documents', 'issues', 'unit_intent', 'unit_apply', 'scenarios', RELOADS),
-    room('intent', 'unit_intent', 'unit_apply', 'scenarios', RELOADS),
+    room('loop', 'unit_loop', 'unit_rows', 'unit_route_keeper', 'unit_apply', SESSIONS),
+    room('documents', 'unit_documents', 'issues', 'unit_intent', 'unit_keepers', 'unit_apply', 'scenarios',
+         RELOADS),
+    room('intent', 'unit_intent', 'unit_keepers', 'unit_rule_keeper', 'unit_apply', 'scenarios', RELOADS),
     room('plan', 'unit_plan', 'system_tests Diff.*', bar=90.0),
     room('revisions', 'unit_revisions -FailingCalls.*', 'unit_revisions FailingCalls.*', bar=90.0),
-    room('apply', 'unit_route_keeper', 'unit_apply', 'promises', 'accidents', 'unit_console', 'scenarios',
+    room('rows', 'unit_rows', 'unit_route_keeper', 'unit_rule_keeper', 'unit_keepers', 'unit_apply', 'promises',
+         'accidents', 'faults', RELOADS),
+    room('routes', 'unit_route_keeper', 'unit_rule_keeper', 'unit_apply', 'promises', 'accidents', 'scenarios',
          'faults', RELOADS),
-    room('console', 'unit_console', SESSIONS),
-    room('daemon', 'unit_daemon', 'unit_daemon_memory', 'unit_apply', 'promises', 'restart_memory', SESSIONS,
-         'system_tests Reload.*:Check.*:Log.*:HangUp.*:Pace.*:ClientOfADaemon.*'),
+    room('keepers', 'unit_keepers', 'unit_apply', 'promises', 'accidents', 'unit_console', 'scenarios',
+         'faults', RELOADS),
+    room('apply', 'unit_apply', 'promises', 'accidents', 'unit_console', 'scenarios', 'faults',
+         'system_tests Transactions.*:Diff.*:Starts.*:MissingFiles.*', RELOADS),
+    room('views', 'unit_views', 'unit_device_views', 'unit_state_views', CHANGES, ANSWERS, bar=85.0),
+    room('console', 'unit_console', SESSIONS, ORDERS, bar=85.0),
+    room('daemon', 'unit_daemon', 'unit_daemon_memory', 'unit_keepers', 'unit_apply', 'promises', 'restart_memory',
+         SESSIONS, 'system_tests Reload.*:Check.*:Log.*:LogFormats.*:HangUp.*:Pace.*:'
+         'ClientOfADaemon.*:MetricsSocket.*'),
     room('wire', 'unit_wire', 'system_tests Client.*'),
-    room('editor', 'system_tests Terminal.*:Client.*Prompt*'),
-    room('client', 'system_tests Client.*'),
+    room('editor', 'unit_editor', 'system_tests Terminal.*:Client.*Prompt*:*/Prompt.*'),
+    room('client', 'system_tests Client.*:ClientOfA*:Trust.*:Greeting.*:Pager.*:*/Prompt.*'),
     room('base', 'unit_base', 'unit_device_fixture', 'component_test', SESSIONS),
     room('stack', 'stack_tests', 'component_test', 'stackfaults_test', 'scenarios'),
     room('routers', 'unit_routers', 'unit_manager_rip', 'component_test', 'scenarios'),

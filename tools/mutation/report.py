@@ -21,7 +21,7 @@ def report(chosen, results, everything, listed):
             counts[verdict.split(' by ')[0]] += 1
             counts['explained'] += verdict == 'not noticed' and is_listed
             if verdict == 'not noticed' and not is_listed:
-                (faults if area.bar else survivors).append('not noticed: ' + name)
+                (faults if area.is_explained else survivors).append('not noticed: ' + name)
             elif verdict != 'not noticed' and is_listed:
                 faults.append(f'listed, but {verdict}: {name}')
         share = print_figures(area, counts)

@@ -34,6 +34,11 @@ def closing(code, start):
     return -1
 
 
+def value_of(number):
+    """Of a literal of C++, in which a leading 0 makes an octal one."""
+    return int(number, 8 if re.fullmatch('0[0-7]+', number) else 0)
+
+
 def arguments_of(code, start, end):
     places, depth, begin = [], 0, start
     for i in range(start, end):
@@ -53,7 +58,7 @@ def changes(text):
     for match in re.finditer(r'(?<= )(==|!=|&&|\|\||<=|>=|<|>|\+=|-=|\+|-)(?=[ \n])', code):
         yield match.start(), match.end(), EXCHANGES[match.group()]
     for match in re.finditer(r'(?<![\w.\x01])(0x[0-9A-Fa-f]+|\d+)(?=[uU]?\b)', code):
-        yield match.start(), match.end(), str(int(match.group(), 0) + 1)
+        yield match.start(), match.end(), str(value_of(match.group()) + 1)
     for match in STATEMENT.finditer(code):
         yield match.start(1), match.end(1), ''
     for match in re.finditer(r'(?<=\w)(?<!std::min|std::max)\(', code):

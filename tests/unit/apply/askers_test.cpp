@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -79,7 +80,8 @@ TEST_F(Askers, ShareAReload) {
   m_reloader->Reload(second.Asker());
   WriteVlans(R"("b": 5)");
   TurnUntilDone();
-  EXPECT_EQ(first.lines.size(), 1u);
+  ASSERT_EQ(first.lines.size(), 2u);
+  EXPECT_EQ(first.lines[1], "Refused: 1 error; nothing was changed\n");
   EXPECT_EQ(first.lines, second.lines);
   EXPECT_THAT(first.ends, ElementsAre(false));
   EXPECT_THAT(second.ends, ElementsAre(false));
@@ -103,6 +105,41 @@ TEST_F(Askers, MayThrow) {
   EXPECT_EQ(ends, 1);
   Reload(second.Asker());
   EXPECT_THAT(second.ends, ElementsAre(true));
+}
+
+// What an asker throws is its own affair; a lack of memory is the process's.
+TEST(LackOfMemory, OfAnAskerIsPassedOn) {
+  Heard heard;
+  apply::Askers askers;
+  askers.Add(apply::Asker{[](const std::string&) { throw std::bad_alloc(); }, {}});
+  askers.Add(heard.Asker());
+  EXPECT_THROW(askers.Tell("line"), std::bad_alloc);
+  const auto outcome = std::make_shared<apply::Outcome>();
+  outcome->hasPassed = true;
+  askers.End(outcome);
+  EXPECT_THAT(heard.ends, ElementsAre(true));
+  apply::Askers others;
+  others.Add(apply::Asker{{}, [](bool) { throw std::bad_alloc(); }});
+  EXPECT_THROW(others.End(outcome), std::bad_alloc);
+}
+
+TEST_F(Askers, GetTheOutcomeBeforeTheEnd) {
+  apply::SharedOutcome outcome;
+  bool hasEnded = false;
+  apply::Asker asker{{}, [&](bool) { hasEnded = true; }};
+  asker.take = [&](const apply::SharedOutcome& taken) {
+    EXPECT_FALSE(hasEnded);
+    outcome = taken;
+  };
+  m_files.Write("vlans.json", R"({"VLAN_CONFIGURATIONS": {"office": {"vid": "ten"}}})");
+  m_reloader->Reload(asker);
+  TurnUntilDone();
+  EXPECT_TRUE(hasEnded);
+  ASSERT_TRUE(outcome);
+  EXPECT_FALSE(outcome->hasPassed);
+  EXPECT_EQ(outcome->findings.CountErrors(), 1u);
+  EXPECT_EQ(outcome->refusal, "");
+  EXPECT_FALSE(outcome->revision);
 }
 
 TEST_F(Askers, MayAskAgainFromTheEnd) {

@@ -1,5 +1,5 @@
 // A device whose host knows nothing of its stack, except for the answers that its own items hear.
-#include "device/apply/no_stack_port.h"
+#include "device/rows/no_stack_port.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "device/apply/no_protocol_rows.h"
-#include "device/apply/verify.h"
+#include "device/rows/no_protocol_rows.h"
+#include "device/rows/verify.h"
 #include "tests/models/random_run.h"
 #include "tests/unit/apply/reloader_fixture.h"
-#include "tests/unit/apply/rule_keeper_fixture.h"
+#include "tests/unit/routes/rule_keeper_fixture.h"
 
 namespace {
 
@@ -72,8 +72,8 @@ class NoStackPort : public apply_test::ReloaderFixture {
   }
   std::vector<std::string> Verify() {
     std::vector<std::string> lines;
-    m_reloader->Verify(100, [&](const std::vector<apply::Verdict>& verdicts) {
-      lines = apply::DescribeVerdicts(verdicts, 100);
+    m_reloader->Verify(100, [&](const std::vector<rows::Verdict>& verdicts) {
+      lines = rows::DescribeVerdicts(verdicts, 100);
     });
     EXPECT_TRUE(TurnUntil([&] { return !lines.empty(); }));
     return lines;
@@ -87,8 +87,8 @@ class NoStackPort : public apply_test::ReloaderFixture {
   const std::string RULE = R"(, "REDISTRIBUTION": {"bgp": false, "connected": false,
     "ospf": false, "rip": false})";
   const std::string OTHER_VLAN = R"("b": {"vid": 20})";
-  apply::NoStackPort m_noPort{[this] { return loop.Now() / 1000; }};
-  apply::NoProtocolRows m_noRows;
+  rows::NoStackPort m_noPort{[this] { return loop.Now() / 1000; }};
+  rows::NoProtocolRows m_noRows;
 };
 
 TEST_F(NoStackPort, SettlesWhenEverythingIsAnsweredThatTellsItsAnswer) {
@@ -330,7 +330,7 @@ class NoStackPortAtRandom : public NoStackPort {
   /// The stack's rules in the form of those that are wanted.
   intent::Rules RulesOfStack() const {
     intent::Rules rules;
-    for (const apply::RuleRow& row : m_port.ReadRules(nullptr, 1000)) {
+    for (const rows::RuleRow& row : m_port.ReadRules(nullptr, 1000)) {
       for (unsigned int i = 0; i < std::size(intent::SOURCE_CODES); ++i) {
         rules[row.destination] |= intent::SOURCE_CODES[i] == row.source ? 1u << i : 0;
       }
@@ -339,7 +339,7 @@ class NoStackPortAtRandom : public NoStackPort {
   }
   intent::ResolvedRoutes RoutesOfStack() const {
     intent::ResolvedRoutes routes;
-    for (const apply::StackRoute& route : m_port.ReadRoutes(nullptr, 1000)) {
+    for (const rows::StackRoute& route : m_port.ReadRoutes(nullptr, 1000)) {
       routes.push_back(route.route);
     }
     return routes;
@@ -374,27 +374,27 @@ TEST_F(NoStackPortAtRandom, HasWhatIsWantedInTheEnd) {
 
 // ---- rules of protocols that come and go
 
-class NoStackPortForRules : public apply_test::RuleKeeperFixture {
+class NoStackPortForRules : public routes_test::RuleKeeperFixture {
  protected:
   void WantOf(const intent::Rules& wanted) {
     m_blind.SetWanted(std::make_shared<const intent::Rules>(wanted));
     Run(500);
   }
 
-  apply::NoStackPort m_noPort{[this] { return loop.Now() / 1000; }};
-  apply::Differences m_differences{turns.Get(), m_noPort,
-                                   [this](const std::string& line) { lines.push_back(line); },
-                                   [this](const apply::Row&) -> apply::Keeper& { return m_blind; }};
-  apply::RuleKeeper m_blind{turns.Get(), m_noPort, m_differences};
+  rows::NoStackPort m_noPort{[this] { return loop.Now() / 1000; }};
+  rows::Differences m_differences{turns.Get(), m_noPort,
+                                  [this](const std::string& line) { lines.push_back(line); },
+                                  [this](const rows::Row&) -> rows::Keeper& { return m_blind; }};
+  routes::RuleKeeper m_blind{turns.Get(), m_noPort, m_differences};
 };
 
 TEST_F(NoStackPortForRules, AsksAgainWhenAProtocolHasBecomeReadyOnceMore) {
   StartWithVlan();
-  WantOf({{apply_test::RIP4, apply_test::STATIC}});
+  WantOf({{routes_test::RIP4, routes_test::STATIC}});
   ASSERT_THAT(StackRules(), ElementsAre("30000 to 80000 in 10"));
   // The instances go with their rules, and come back.
   Tarsel::DcRtmMgr::GetInstance()->DeleteRtmConfig(10);
-  WantOf({{apply_test::RIP4, apply_test::STATIC}});
+  WantOf({{routes_test::RIP4, routes_test::STATIC}});
   EXPECT_TRUE(m_blind.IsWaiting());
   ASSERT_THAT(StackRules(), IsEmpty());
   LoadVlan();
@@ -406,9 +406,9 @@ TEST_F(NoStackPortForRules, AsksAgainWhenAProtocolHasBecomeReadyOnceMore) {
 
 TEST_F(NoStackPortForRules, WithdrawsWhatADisabledProtocolMayHaveBeenLeftWith) {
   StartWithVlan();
-  WantOf({{apply_test::RIP4, apply_test::STATIC}});
+  WantOf({{routes_test::RIP4, routes_test::STATIC}});
   LoadVlan(R"("BGP": {"enabled": true})");
-  WantOf({{apply_test::RIP4, apply_test::STATIC}});
+  WantOf({{routes_test::RIP4, routes_test::STATIC}});
   WantOf({});
   EXPECT_THAT(StackRules(), IsEmpty());
   EXPECT_THAT(m_blind.GetAsked(), IsEmpty());

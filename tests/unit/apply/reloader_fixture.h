@@ -68,6 +68,9 @@ class ReloaderFixture : public test_support::DeviceFixture {
         m_interfaces, m_port, m_protocolRows,
         apply::ReloadHooks{
             [this](const std::string& line) {
+              if (m_hearLine) {
+                m_hearLine(line);
+              }
               (test_support::IsHeadline(line) ? m_headlines : reported.lines).push_back(line);
             },
             vantacored::HearWhile,
@@ -186,7 +189,7 @@ class ReloaderFixture : public test_support::DeviceFixture {
   const intent::ResolvedRoutes& RequestedRoutes() const {
     return *m_reloader->GetKnowledge().GetRoutes().GetWanted();
   }
-  const apply::RuleKeeper& Rules() const { return m_reloader->GetKnowledge().GetRules(); }
+  const routes::RuleKeeper& Rules() const { return m_reloader->GetKnowledge().GetRules(); }
 
   const std::string WITH_ROUTE = R"("a": {"vid": 10, "STATIC_ROUTES": {"r": {"interface": "eth0",
     "network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1"}}})";
@@ -194,11 +197,12 @@ class ReloaderFixture : public test_support::DeviceFixture {
   test_support::ScratchFolder m_files;
   test_support::ReportedLines reported;  // what the log gets, except for headlines
   std::vector<std::string> m_headlines;
-  apply::Interfaces m_interfaces;
+  keepers::Interfaces m_interfaces;
   vantacored::SoftwareStackPort m_port{stack, [this] { return loop.Now() / 1000; }};
   vantacored::ProtocolRows m_protocolRows{m_port};
   std::optional<apply::Reloader> m_reloader;
-  std::optional<bool> m_isTaken;  // by the start
+  std::function<void(const std::string&)> m_hearLine;  // what the log gets, headlines included
+  std::optional<bool> m_isTaken;                       // by the start
   unsigned int m_starts = 0;
   unsigned int m_overs = 0;
   unsigned int m_restarts = 0;

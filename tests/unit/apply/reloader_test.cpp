@@ -362,13 +362,17 @@ class Refused : public Reloader {
 TEST_F(Refused, ChangesNothing) {
   WriteVlans(R"("b": {"vid": 20, "STATIC_ROUTE": {}}, "c": {})");
   ExpectThatNothingChanges();
-  EXPECT_THAT(heard.lines, SizeIs(2)) << "all findings";
+  ASSERT_THAT(heard.lines, SizeIs(3)) << "all findings, and what came of it";
+  EXPECT_EQ(heard.lines[2], "Refused: 2 errors; nothing was changed\n");
+  EXPECT_THAT(reported.lines[2],
+              testing::MatchesRegex("Refused to .*: 2 errors; nothing was changed"));
 }
 
 TEST_F(Refused, ChangesNothingForAFileThatIsMissing) {
   m_files.Remove("vlans.json");
   ExpectThatNothingChanges();
-  EXPECT_THAT(reported.lines, ElementsAre(HasSubstr("vlans.json: ")));
+  EXPECT_THAT(reported.lines,
+              ElementsAre(HasSubstr("vlans.json: "), HasSubstr(": 1 error; nothing was changed")));
 }
 
 TEST_F(Refused, IsAppliedWhenItHasBeenCorrected) {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "device/apply/verify.h"
+#include "device/rows/verify.h"
 #include "device/stack/facts.h"
 #include "tests/models/random_run.h"
 #include "tests/unit/apply/reloader_fixture.h"
@@ -33,7 +33,8 @@ const char* const FARTHER = "10.3.0.2";  // so too
 class Losses : public routing_stack::Listener {
  public:
   bool WantsForwarding() const override { return true; }
-  void ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route) override {
+  void ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
+                         routing_stack::RowType) override {
     if (change == ForwardingChange::kGone) {
       ++count;
       networks.insert(route.destination[2]);
@@ -74,11 +75,11 @@ class RouteHandover : public apply_test::ReloaderFixture {
     const std::uint64_t end = loop.Now() + milliseconds * 1000;
     ASSERT_TRUE(TurnUntil([&] { return loop.Now() >= end; }));
   }
-  const apply::RouteKeeper& Routes() const { return m_reloader->GetKnowledge().GetRoutes(); }
+  const routes::RouteKeeper& Routes() const { return m_reloader->GetKnowledge().GetRoutes(); }
   /// The gateways of the stack's routes of the first network, and a star at that which forwards.
   std::vector<std::string> Gateways() const {
     std::vector<std::string> gateways;
-    for (const apply::StackRoute& route : m_port.ReadRoutes(nullptr, 100)) {
+    for (const rows::StackRoute& route : m_port.ReadRoutes(nullptr, 100)) {
       const auto& gateway = route.route.target.gateway;
       gateways.push_back(std::to_string(gateway[0]) + "." + std::to_string(gateway[1]) + "." +
                          std::to_string(gateway[2]) + "." + std::to_string(gateway[3]) +
@@ -88,9 +89,9 @@ class RouteHandover : public apply_test::ReloaderFixture {
   }
   std::vector<std::string> Verify() {
     std::vector<std::string> lines;
-    m_reloader->Verify(100, [&](const std::vector<apply::Verdict>& verdicts) {
-      EXPECT_TRUE(apply::HavePassed(verdicts));
-      lines = apply::DescribeVerdicts(verdicts, 100);
+    m_reloader->Verify(100, [&](const std::vector<rows::Verdict>& verdicts) {
+      EXPECT_TRUE(rows::HavePassed(verdicts));
+      lines = rows::DescribeVerdicts(verdicts, 100);
     });
     EXPECT_TRUE(TurnUntil([&] { return !lines.empty(); }));
     return lines;
@@ -177,10 +178,12 @@ TEST_F(RouteHandover, EndsAtTheNextReload) {
   StartWith(Entry({OLD}, 25));
   Change(Entry({FAR}, 25));
   ASSERT_EQ(Routes().CountKept(), 25u);
-  Reload();
+  apply_test::Heard heard;
+  Reload(heard.Asker());
   ASSERT_TRUE(SettleAll());
   EXPECT_EQ(Routes().CountKept(), 0u);
   EXPECT_THAT(Gateways(), testing::Each(FAR));
+  EXPECT_THAT(heard.lines, Contains("25 old routes are kept no longer, unless wanted again\n"));
   ASSERT_THAT(Lines(), SizeIs(21));
   EXPECT_EQ(Lines().front(),
             "VLAN 10: route 20.0.0.0/24 via 10.1.2.1 goes without a successor: a configuration is "
@@ -280,6 +283,21 @@ TEST_F(RouteHandover, GoesOnWithAnotherSuccessor) {
   Change(Entry({NEW}));
   EXPECT_THAT(Gateways(), ElementsAre("10.1.2.2*"));
   EXPECT_EQ(m_losses.count, 0u);
+  EXPECT_THAT(Lines(), IsEmpty());
+}
+
+// There is nothing to keep, and nothing to be asked for.
+TEST_F(RouteHandover, EndsWhenTheOldRouteHasGoneByItself) {
+  StartWith(Entry({OLD}, 2));
+  Change(Entry({FAR}, 2));
+  ASSERT_EQ(Routes().CountKept(), 2u);
+  const unsigned char destination[16] = {20};
+  const unsigned char gateway[16] = {10, 1, 2, 1};
+  sms_update_route(1, 6, 1, 1, destination, 24, gateway, 0, 0, 10, 0);
+  LetTimePass(12000);
+  EXPECT_THAT(Gateways(), ElementsAre(FAR, "10.1.2.1*", FAR));
+  EXPECT_EQ(Routes().CountKept(), 1u);
+  EXPECT_FALSE(m_reloader->GetKnowledge().GetRoutes().HasLeavingRoutes(10));
   EXPECT_THAT(Lines(), IsEmpty());
 }
 

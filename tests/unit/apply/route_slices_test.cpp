@@ -13,7 +13,7 @@ namespace {
 
 using testing::SizeIs;
 
-constexpr std::size_t SLICE = apply::RouteKeeper::ROUTES_A_TURN;
+constexpr std::size_t SLICE = routes::RouteKeeper::ROUTES_A_TURN;
 
 class RouteSlices : public apply_test::ReloaderFixture {
  protected:

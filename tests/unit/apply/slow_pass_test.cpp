@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "device/apply/comparer.h"
+#include "device/rows/comparer.h"
 #include "stack/sms.h"
 #include "tests/unit/apply/reloader_fixture.h"
 
@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr std::uint64_t SLOW_PASS = apply::Comparer::SLOW_PASS_MILLISECONDS;
+constexpr std::uint64_t SLOW_PASS = rows::Comparer::SLOW_PASS_MILLISECONDS;
 
 class SlowPass : public apply_test::ReloaderFixture {
  protected:

@@ -65,6 +65,42 @@ TEST_F(Transactions, EachChangeIsARevisionAndAnEmptyOneIsNone) {
                                      HasSubstr("*     2  2001-09-09 01:46:40Z  reload by an op")));
 }
 
+TEST_F(Transactions, WhatMakesNoRevisionNeedsNoConfirmation) {
+  StartWithRoutes(1);
+  const Heard same = ReloadWith(WithRoutes(1), {false, 60});
+  EXPECT_THAT(same.ends, ElementsAre(true));
+  EXPECT_THAT(same.lines, ElementsAre("No revision was made, so there is nothing to confirm\n"));
+  EXPECT_FALSE(m_reloader->GetTrial());
+  EXPECT_THAT(ReloadWith(WithRoutes(1)).lines, IsEmpty()) << "nobody wants to confirm it";
+}
+
+TEST_F(Transactions, ADiffToABrokenFolderHasNoWay) {
+  StartWithRoutes(2);
+  WriteVlans(R"("a": {"vid": "ten"})");
+  apply::SharedOutcome outcome;
+  Heard heard;
+  apply::Asker asker = heard.Asker();
+  asker.take = [&outcome](const apply::SharedOutcome& taken) { outcome = taken; };
+  m_reloader->Diff(asker, std::nullopt);
+  TurnUntilDone();
+  ASSERT_TRUE(outcome);
+  EXPECT_FALSE(outcome->hasPassed);
+  EXPECT_TRUE(outcome->findings.HasErrors());
+  EXPECT_THAT(outcome->changes, IsEmpty()) << "all would go, if there were no errors";
+  EXPECT_TRUE(outcome->totals.IsEmpty());
+}
+
+// An old route that a reload has left may go later without a successor, so a yes without a word of it
+// would be given too easily.
+TEST_F(Transactions, AConfirmationTellsOfOldRoutesThatAreKept) {
+  StartWithRoutes(1);
+  const std::string far = R"("a": {"vid": 10, "STATIC_ROUTES": {"r0": {"interface": "eth0",
+      "network": "10.9.0.0", "netmask": "255.255.255.0", "gateway": "10.77.2.1"}}})";
+  EXPECT_THAT(ReloadWith(far, {false, 30}).ends, ElementsAre(true));
+  EXPECT_THAT(Confirm(2).lines,
+              ElementsAre("1 old route is kept until a new one can take its place, or a reload\n"));
+}
+
 TEST_F(Transactions, UndoSaidTwiceIsBackWhereItBegan) {
   StartWithRoutes(1);
   ReloadWith(WithRoutes(3));
@@ -87,6 +123,10 @@ TEST_F(Transactions, AnUndoneFolderIsNotAppliedByASignalButByAnOperatorAndAfterA
   StartWithRoutes(1);
   ReloadWith(WithRoutes(3));
   Undo();
+  EXPECT_THAT(History().back(), HasSubstr("The folder differs from what is in force"));
+  WriteVlans(WithRoutes(1));
+  EXPECT_THAT(History().back(), HasSubstr("undo to revision 1")) << "it says what is in force";
+  WriteVlans(WithRoutes(3));
   EXPECT_THAT(History().back(), HasSubstr("The folder differs from what is in force"));
   apply::ReloadRequest signal;
   signal.isBySignal = true;
@@ -236,6 +276,131 @@ TEST_F(Transactions, ADiffChangesNothingAndTellsWhatTheGuardSays) {
   EXPECT_THAT(heard.lines, testing::Contains("18 prefixes will be without an installed route\n"));
   EXPECT_EQ(CountRoutes(), 20u);
   EXPECT_THAT(History(), testing::SizeIs(1));
+}
+
+// It is in force all the same, and there is no way back to it. The next reload makes it a revision,
+// though it changes nothing.
+TEST_F(Transactions, WhatCannotBeKeptIsKeptByTheNextReload) {
+  StartWithRoutes(1);
+  Heard shown;
+  m_reloader->ShowRevision(shown.Asker(), 1);
+  TurnUntilDone();
+  const std::string kept = shown.lines.back();  // "  kept    PATH"
+  const auto folder = std::filesystem::path(kept.substr(kept.find('/'))).parent_path();
+  const auto away = folder.parent_path() / "away";
+  std::filesystem::rename(folder, away);
+  const Heard unkept = ReloadWith(WithRoutes(2));
+  EXPECT_THAT(unkept.ends, ElementsAre(true));
+  EXPECT_THAT(unkept.lines, ElementsAre(HasSubstr("warning: not kept as a revision: ")));
+  EXPECT_THAT(unkept.headlines, ElementsAre(HasSubstr("Reload by an operator: 1 route added")));
+  EXPECT_EQ(CountRoutes(), 2u);
+  EXPECT_THAT(History().back(), HasSubstr("could not be kept as a revision"));
+  const Heard refused = ReloadWith(WithRoutes(3), {false, 60});
+  EXPECT_THAT(refused.ends, ElementsAre(false));
+  EXPECT_THAT(refused.lines, ElementsAre("Refused: what is in force could not be kept, so there is "
+                                         "no way back\n"));
+  EXPECT_EQ(CountRoutes(), 2u);
+
+  std::filesystem::remove_all(folder);
+  std::filesystem::rename(away, folder);
+  const Heard same = ReloadWith(WithRoutes(2));
+  EXPECT_THAT(same.ends, ElementsAre(true));
+  EXPECT_THAT(same.lines, IsEmpty());
+  EXPECT_THAT(same.headlines, ElementsAre("Revision 2, reload by an operator: no change\n"));
+  EXPECT_THAT(History(), ElementsAre(HasSubstr("     1  "), HasSubstr("*     2  ")));
+  EXPECT_THAT(Confirm(2).ends, ElementsAre(false)) << "nothing waits for that";
+  EXPECT_THAT(Undo().ends, ElementsAre(true));
+  EXPECT_EQ(CountRoutes(), 1u);
+}
+
+// The next daemon makes no revision of what is in force already.
+TEST_F(Transactions, AStartGoesOnWithTheRevisionThatWasInForce) {
+  StartWithRoutes(1);
+  ReloadWith(WithRoutes(3));
+  for (const bool isUndone : {false, true}) {
+    SCOPED_TRACE(isUndone);
+    if (isUndone) {
+      WriteVlans(WithRoutes(3));
+      Undo();
+    } else {
+      WriteVlans("no JSON");
+    }
+    m_headlines.clear();
+    reported.lines.clear();
+    m_reloader.reset();
+    MakeReloader(Settings{false, STATE.Path(), 50});
+    m_starts = 0;
+    m_reloader->Start([](bool isTaken) { EXPECT_TRUE(isTaken); }, [this] { ++m_starts; });
+    ASSERT_TRUE(TurnUntil([this] { return m_starts == 1; }));
+    ASSERT_TRUE(SettleAll());
+    EXPECT_EQ(CountRoutes(), isUndone ? 1u : 3u);
+    const std::string revision = isUndone ? "Revision 3" : "Revision 2";
+    EXPECT_THAT(m_headlines, ElementsAre(HasSubstr(revision + " is in force, not the folder"),
+                                         revision + ", start: it was in force before"));
+    EXPECT_THAT(History().at(isUndone ? 2 : 1), HasSubstr(isUndone ? "*     3  " : "*     2  "));
+  }
+}
+
+// A reload restores what documents say of interfaces. That is told, and makes no revision.
+TEST_F(Transactions, WhatHasHappenedSinceIsOnTheWay) {
+  StartWithRoutes(1);
+  const auto diff = [this] {
+    Heard heard;
+    m_reloader->Diff(heard.Asker(), std::nullopt);
+    TurnUntilDone();
+    return heard.lines;
+  };
+  m_interfaces.SetStatus({10, 3}, true);
+  EXPECT_THAT(diff(), ElementsAre("no change\n")) << "it was up";
+  m_interfaces.SetStatus({10, 3}, false);
+  ASSERT_TRUE(SettleAll());
+  EXPECT_THAT(diff(),
+              ElementsAre("VLAN 10\n", HasSubstr("  ~ interface 3 eth0: status up, was down"),
+                          "1 interface changed; 2 requests\n"));
+  const Heard same = ReloadWith(WithRoutes(1));
+  EXPECT_THAT(same.headlines,
+              ElementsAre("Reload by an operator: 1 interface changed; 2 requests\n"));
+  EXPECT_TRUE(m_interfaces.IsInterfaceUp(10, 3));
+  EXPECT_THAT(diff(), ElementsAre("no change\n"));
+  EXPECT_EQ(History().size(), 1u);
+
+  m_interfaces.SetStatus({10, 3}, false);
+  const Heard more = ReloadWith(WithRoutes(2));
+  EXPECT_THAT(more.headlines, ElementsAre(HasSubstr("Revision 2, reload by an operator: 1 "
+                                                    "interface changed, 1 route added; 3 ")));
+  EXPECT_THAT(History(), ElementsAre(HasSubstr("     1  "), HasSubstr("*     2  ")));
+}
+
+// Each way is told from what is in force, and none is gone.
+TEST_F(Transactions, ADiffToARevisionTellsTheWayToThat) {
+  StartWithRoutes(1);
+  ReloadWith(WithRoutes(3));
+  ReloadWith(WithRoutes(4));
+  WriteVlans(WithRoutes(7));
+  const auto way = [this](std::optional<unsigned int> revision) {
+    Heard heard;
+    m_reloader->Diff(heard.Asker(), revision);
+    TurnUntilDone();
+    EXPECT_THAT(heard.ends, ElementsAre(true));
+    EXPECT_EQ(heard.lines.at(0), revision == 3u ? "no change\n" : "VLAN 10\n");
+    std::string changes;
+    for (const std::string& line : heard.lines) {
+      if (line.find("route 10.9.") != std::string::npos) {
+        changes += line[line.find_first_not_of(' ')];
+      }
+    }
+    return changes;
+  };
+  EXPECT_EQ(way(1), "---");
+  EXPECT_EQ(way(2), "-");
+  EXPECT_EQ(way(3), "");
+  EXPECT_EQ(way(std::nullopt), "+++");
+  Heard unknown;
+  m_reloader->Diff(unknown.Asker(), 9);
+  TurnUntilDone();
+  EXPECT_THAT(unknown.ends, ElementsAre(false));
+  EXPECT_EQ(CountRoutes(), 4u);
+  EXPECT_THAT(History(), testing::SizeIs(3));
 }
 
 class WithoutRevisions : public ReloaderFixture {};

@@ -124,7 +124,7 @@ class Server : public test_support::DeviceFixture {
               loop::Activity{[this] { return isUnderWay; }, [this] { return progress; }});
         },
         [] { return static_cast<unsigned short>(10); }, walks,
-        [this](std::size_t) { return differences; }};
+        [this](std::size_t) { return effect; }};
     server.emplace(turns.Get(), path, context, limits);
     chmod(path.c_str(), 0666);
     server->Start();
@@ -188,7 +188,7 @@ class Server : public test_support::DeviceFixture {
   test_support::ScratchFolder place;
   const std::string path = place.PathOf("console");
   loop::Loop turns;
-  apply::Interfaces state;
+  keepers::Interfaces state;
   console::Lab lab{Control(), state, [](auto) {}};
   console::Dispatcher dispatcher{{[this](apply::Asker toldAsker, const apply::ReloadRequest&) {
                                     asker = std::move(toldAsker);
@@ -203,7 +203,7 @@ class Server : public test_support::DeviceFixture {
   std::function<void()> reload;
   bool isUnderWay = false;
   loop::Progress progress;
-  std::vector<std::string> differences;
+  views::Effect effect;
   std::optional<ConsoleServer> server;
 };
 
@@ -219,7 +219,7 @@ TEST_F(Server, GreetsAClientThatInterruptsItAtOnce) {
 TEST_F(Server, TellsHowFarACommandHasComeAndWhatItLacks) {
   Serve();
   const auto peer = Open();
-  EXPECT_EQ(peer->version, 2);
+  EXPECT_EQ(peer->version, wire::VERSION);
   isUnderWay = true;
   peer->Send("C reload\n");
   TurnFor(20);
@@ -236,12 +236,12 @@ TEST_F(Server, TellsHowFarACommandHasComeAndWhatItLacks) {
     EXPECT_FALSE(peer->TakeReply());
   }
   EXPECT_EQ(peer->progress, "4294967295 of 4294967295");
-  differences = {"one", "1 row"};
+  effect = {true, {"one"}, 1, 0, 0};
   isUnderWay = false;
   Await(*peer);
   ExpectReady(*peer);
   EXPECT_EQ(peer->reply->code, Code::DIFFERS);
-  EXPECT_EQ(peer->text, "one\n1 row\n");
+  EXPECT_EQ(peer->text, "one\n1 row is not as wanted\n");
 }
 
 TEST_F(Server, ServesAClientOfVersion1AsThatKnows) {
@@ -257,12 +257,33 @@ TEST_F(Server, ServesAClientOfVersion1AsThatKnows) {
   TurnFor(600);
   EXPECT_FALSE(peer->TakeReply());
   EXPECT_EQ(peer->progress, "");
-  differences = {"one", "1 row"};
+  effect = {true, {"one"}, 1, 0, 0};
   isUnderWay = false;
   Await(*peer);
   ExpectReady(*peer);
   EXPECT_EQ(peer->reply->code, Code::DONE) << "it knows no other code for what was applied";
-  EXPECT_EQ(peer->text, "one\n1 row\n");
+  EXPECT_EQ(peer->text, "one\n1 row is not as wanted\n");
+}
+
+TEST_F(Server, ServesAClientOfVersion2AsThatKnows) {
+  Serve();
+  const auto peer = Open(NOBODY, 2);
+  EXPECT_EQ(peer->version, 2);
+  isUnderWay = true;
+  peer->Send("C reload\n");
+  TurnFor(20);
+  asker.end(true);
+  progress = {5, 9};
+  for (int i = 0; i < 20 && peer->progress.empty(); ++i) {
+    TurnFor(50);
+    EXPECT_FALSE(peer->TakeReply());
+  }
+  EXPECT_EQ(peer->progress, "5 of 9");
+  effect = {true, {"one"}, 1, 0, 0};
+  isUnderWay = false;
+  Await(*peer);
+  ExpectReady(*peer);
+  EXPECT_EQ(peer->reply->code, Code::DIFFERS);
 }
 
 TEST_F(Server, WaitsForNoEffectIfItsClientDoesNot) {
@@ -365,6 +386,41 @@ TEST_F(Server, LeavesInTheSocketWhatIsSentFarAhead) {
   EXPECT_GT(sent, 16u * 1024);
 }
 
+// Neither its command, nor an interrupt, which would take the words away, nor what follows.
+TEST_F(Server, TakesNothingFromAClientThatItDoesNotKnow) {
+  Serve();
+  int reloads = 0;
+  reload = [&reloads] { ++reloads; };
+  const std::string known = "; the daemon knows versions 1 to 3\n";
+  const std::string missing =
+      "The client does not say which version of the console protocol it speaks" + known;
+  const std::string other = "The client speaks version 4 of the console protocol" + known;
+  const std::string command = "C reload\n";
+  const std::string interrupt = wire::EncodeInterrupt();
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {command, missing},
+      {interrupt, missing},
+      {command + interrupt, missing},
+      {interrupt + wire::EncodeGreeting() + command, missing},
+      {wire::EncodeGreeting(4), other},
+      {wire::EncodeGreeting(4) + interrupt, other},
+      {wire::EncodeGreeting(4) + command, other},
+      {wire::EncodeGreeting(4) + wire::EncodeGreeting(), other}};
+  for (const auto& [sent, words] : cases) {
+    SCOPED_TRACE(sent);
+    Peer peer(path, NOBODY);
+    peer.Send(sent);
+    Await(peer);
+    ExpectRefused(peer, words);
+    Await(peer);
+    EXPECT_FALSE(peer.reply);
+    EXPECT_TRUE(peer.hasEnded);
+  }
+  EXPECT_EQ(reloads, 0);
+  const auto greets = Open();
+  ExpectReady(*greets);
+}
+
 TEST_F(Server, WaitsForAGreetingForAWhileOnly) {
   ConsoleServer::Limits limits;
   limits.greetingMilliseconds = 20;
@@ -375,7 +431,7 @@ TEST_F(Server, WaitsForAGreetingForAWhileOnly) {
   ExpectRefused(
       silent,
       "The client does not say which version of the console protocol it speaks; the daemon "
-      "knows versions 1 to 2\n");
+      "knows versions 1 to 3\n");
   Await(silent);
   EXPECT_TRUE(silent.hasEnded);
   greets->Send("C help\n");
@@ -440,6 +496,17 @@ TEST_F(Server, GivesThePlaceOfTheLongestSilentToAnother) {
   }
 }
 
+// Some of them have been there for less than a millisecond.
+TEST_F(Server, GivesThePlaceOfOneThatNeedNotHaveBeenSilent) {
+  Serve(Limits(1, 0));
+  auto last = Open();
+  for (int i = 0; i < 100; ++i) {
+    auto next = Open();
+    ExpectReady(*next);
+    last = std::move(next);
+  }
+}
+
 TEST_F(Server, CountsSilenceFromTheLastSign) {
   Serve(Limits(1, 100));
   const auto first = Open();
@@ -454,6 +521,16 @@ TEST_F(Server, CountsSilenceFromTheLastSign) {
   }
   TurnFor(110);
   ExpectReady(*Open());
+}
+
+TEST_F(Server, TakesNoPlaceFromOneThatHasJustCome) {
+  Serve(Limits(1, 60000));
+  const Peer first(path, NOBODY);
+  for (int i = 0; i < 1000 && server->CountSessions() == 0; ++i) {
+    TurnFor(1);
+  }
+  ASSERT_EQ(server->CountSessions(), 1u);
+  ExpectRefused(*Open(), "There are 1 sessions already\n");
 }
 
 TEST_F(Server, TakesNoPlaceFromARunningCommand) {

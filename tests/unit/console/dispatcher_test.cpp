@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "device/program/printable.h"
+#include "device/rows/verify.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/read_documents.h"
 #include "vantacore/dc_console_command.h"
@@ -39,7 +40,7 @@ class Dispatcher : public test_support::DeviceFixture {
     command = std::make_shared<RunningCommand>(
         vlan, console::Operator{"terminal", seesLog},
         [this](std::string_view text) { output += text; }, [this] { ++overs; });
-    const Reply reply = dispatcher.Execute(line, command);
+    Reply reply = dispatcher.Execute(line, command);
     vlan = reply.vlan;
     return reply;
   }
@@ -59,10 +60,12 @@ class Dispatcher : public test_support::DeviceFixture {
   int reloads = 0;
   int checks = 0;
   int verifications = 0;
+  std::size_t mostLines = 0;  // of the last one
+  std::function<void(const std::vector<rows::Verdict>& verdicts)> verified;
   bool isStrict = false;  // the last check
   apply::Asker asker;     // of the last of these
   bool seesLog = true;
-  apply::Interfaces state;
+  keepers::Interfaces state;
   console::Lab lab{Control(), state, [](auto) {}};
   console::Dispatcher dispatcher{{[this](apply::Asker toldAsker, const apply::ReloadRequest&) {
                                     ++reloads;
@@ -73,9 +76,10 @@ class Dispatcher : public test_support::DeviceFixture {
                                     isStrict = isToldStrict;
                                     asker = std::move(toldAsker);
                                   },
-                                  [this](apply::Asker toldAsker) {
+                                  [this](std::size_t most, auto done) {
                                     ++verifications;
-                                    asker = std::move(toldAsker);
+                                    mostLines = most;
+                                    verified = std::move(done);
                                   }},
                                  lab};
   unsigned short vlan = 10;
@@ -102,18 +106,61 @@ TEST_F(Dispatcher, TakesNoLineUpToANul) {
 
 TEST_F(Dispatcher, ListsItsWords) {
   Execute("help");
-  for (const char* usage :
-       {"  ip [<word> ...] ", "  ip6 [<word> ...] ", "  rtm route|rib ", "  interface [vrf <vid>] ",
-        "  interface6 [vrf <vid>] ", "  show <command> ", "  vrf <vid> ", "  check [strict] ",
-        "  diff [<revision>] ", "  reload [force] [confirm <seconds>] ", "  confirm <revision> ",
-        "  undo [<n>] ", "  history ", "  revision <n> ", "  verify [stack] ", "  help ",
-        "  quit "}) {
+  for (const char* usage : {"  route [vrf <vid>|all] ",
+                            "  route6 ",
+                            "  explain {<address>|<prefix>} ",
+                            "  summary ",
+                            "  requests ",
+                            "  status [json] ",
+                            "  version [json] ",
+                            "  watch ",
+                            "  metrics ",
+                            "  retry [<prefix>] ",
+                            "  log level <level> ",
+                            "  ip [<word> ...] ",
+                            "  ip6 [<word> ...] ",
+                            "  rtm route|rib ",
+                            "  interface [vrf <vid>] ",
+                            "  interface6 [vrf <vid>] ",
+                            "  show <command> ",
+                            "  vrf <vid> ",
+                            "  check [strict] [json] ",
+                            "  diff [<revision>] ",
+                            "  reload [force] [confirm <seconds>] ",
+                            "  confirm <revision> [json] ",
+                            "  undo [<changes-back>] [json] ",
+                            "  history [json] ",
+                            "  revision <revision> [json] ",
+                            "  verify [stack] [json] ",
+                            "  help ",
+                            "  quit "}) {
     EXPECT_THAT(output, HasSubstr(usage));
   }
   ExpectOver();
   const std::string help = output;
   Execute("?");
   EXPECT_EQ(output, help);
+}
+
+TEST_F(Dispatcher, TellsWhatMayFollowAWord) {
+  EXPECT_EQ(ResultOf("status ?"), Result::DONE);
+  EXPECT_EQ(output, "  json" + std::string(32, ' ') + "As one JSON document\n");
+  ExpectOver();
+}
+
+// What is too long for its column has the description below it, or goes on below itself.
+TEST_F(Dispatcher, ListsItsWordsInColumns) {
+  Execute("help");
+  const std::string column(38, ' ');
+  EXPECT_THAT(output, StartsWith("  route [vrf <vid>|all] [<address>|<prefix> [longer]] [proto "
+                                 "<protocol>]\n"
+                                 "      [via <gateway>] [dev <interface>] "
+                                 "[installed|waiting|refused] [summary]\n"
+                                 "      [json]\n" +
+                                 column + "IPv4 routes, and why one is not installed\n"));
+  EXPECT_THAT(output, HasSubstr("\n  rtm route|rib [ipv6] [<option> ...] Installed routes"));
+  EXPECT_THAT(output, HasSubstr("\n  explain {<address>|<prefix>} [vrf <vid>] [json]\n" + column +
+                                "One prefix: who wants it, what came of it\n"));
 }
 
 TEST_F(Dispatcher, ListsTheRegistries) {
@@ -130,12 +177,22 @@ TEST_F(Dispatcher, ListsTheRegistries) {
   EXPECT_THAT(output, HasSubstr("OPSFv3 Routing Configuration"));
 }
 
+TEST_F(Dispatcher, ListsTheTables) {
+  EXPECT_EQ(ResultOf("rtm"), Result::DONE);
+  EXPECT_EQ(output,
+            "  rtm route [ipv6] [<option> ...]     Installed routes\n"
+            "  rtm rib [ipv6] [<option> ...]       All candidates; > marks the installed\n"
+            "  options, in this order              vrf <vid>, dest <address>, proto <name>, "
+            "detail\n");
+}
+
 TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   EXPECT_EQ(ResultOf("foo bar"), Result::USAGE);
   EXPECT_EQ(
       output,
-      "\"foo\" is unknown. Possible: ip ip6 rtm interface interface6 show vrf check diff reload "
-      "confirm undo history revision verify lab help ? quit exit\n");
+      "\"foo\" is unknown. Possible: route route6 explain summary requests status version watch "
+      "metrics interface interface6 ip ip6 rtm show vrf check diff reload confirm undo history "
+      "revision verify retry log lab help ? quit exit\n");
   ExpectOver();
   EXPECT_EQ(ResultOf("ip foo"), Result::USAGE);
   EXPECT_EQ(output,
@@ -150,8 +207,9 @@ TEST_F(Dispatcher, SaysWhatIsUnknownAndWhatIsPossible) {
   EXPECT_EQ(output, "\"rtm\" is understood, \"foo\" after it is not. Possible: route rib\n");
   EXPECT_EQ(ResultOf("show quit"), Result::USAGE);
   EXPECT_EQ(output,
-            "\"show\" is understood, \"quit\" after it is not. Possible: ip ip6 rtm "
-            "interface interface6\n");
+            "\"show\" is understood, \"quit\" after it is not. Possible: route route6 explain "
+            "summary requests status version watch metrics interface interface6 ip ip6 rtm diff "
+            "history revision\n");
   ExpectOver();
 }
 
@@ -162,20 +220,20 @@ TEST_F(Dispatcher, RefusesWordsThatAreTooMany) {
     const char* word;
     const char* more;
   } lines[] = {
-      {"reload confirm 60", "now", ""},
-      {"reload force confirm 60", "force", ""},
-      {"diff 3", "4", ""},
-      {"confirm 3", "4", ""},
-      {"undo 3", "4", ""},
-      {"history", "3", ""},
-      {"revision 3", "4", ""},
-      {"check strict", "now", ""},
+      {"reload confirm 60 json force", "now", ""},
+      {"reload json force confirm 60", "force", ""},
+      {"diff 3 json", "4", ""},
+      {"confirm 3 json", "4", ""},
+      {"undo 3 json", "4", ""},
+      {"history json", "3", ""},
+      {"revision 3 json", "4", ""},
+      {"check json strict", "now", ""},
       {"quit", "now", ""},
       {"exit", "?", ""},
       {"help", "reload", ""},
       {"?", "?", ""},
       {"vrf 20", "30", " 40"},
-      {"vrf x", "y", ""},
+      {"vrf 10", "y", ""},
       {"interface vrf 20", "x", ""},
       {"show interface6 vrf 20", "vrf", " 10"},
       {"ip help", "protocol", " summary"},
@@ -187,8 +245,16 @@ TEST_F(Dispatcher, RefusesWordsThatAreTooMany) {
   };
   for (const auto& line : lines) {
     const Reply reply = Execute(std::string(line.before) + " " + line.word + line.more);
-    EXPECT_EQ(output, "\"" + std::string(line.before) + "\" is understood, \"" + line.word +
-                          "\" after it is not. Nothing may follow.\n");
+    const std::string before = line.before;
+    if (before.find("json") == std::string::npos) {
+      EXPECT_EQ(output, "\"" + before + "\" is understood, \"" + line.word +
+                            "\" after it is not. Nothing may follow.\n");
+    } else {
+      EXPECT_EQ(output, "{\"view\":\"" + before.substr(0, before.find(' ')) +
+                            "\",\"passed\":false,\"refused\":\"\\\"" + before +
+                            "\\\" is understood, \\\"" + line.word +
+                            "\\\" after it is not. Nothing may follow.\"}\n");
+    }
     EXPECT_EQ(command->GetResult(), Result::USAGE) << output;
     EXPECT_FALSE(reply.isQuit || reply.hasChanged) << output;
     ExpectOver();
@@ -198,15 +264,58 @@ TEST_F(Dispatcher, RefusesWordsThatAreTooMany) {
   EXPECT_EQ(checks, 0);
 }
 
+// Whoever asks for JSON reads one document, also about a line that is not understood.
+TEST_F(Dispatcher, AnswersAMisunderstandingInJson) {
+  const struct {
+    const char* line;
+    const char* view;
+    const char* why;  // how it begins
+  } lines[] = {
+      {"nonsense json", "nonsense", "\\\"nonsense\\\" is unknown."},
+      {"route vrf json", "route", "\\\"route vrf\\\" is understood, \\\"json\\\" after it is not."},
+      {"show rout 10.9.9.300 json", "route", "\\\"show route\\\" is understood"},
+      {"route6 vrf all all json", "route", "\\\"route6 vrf all\\\" is understood"},
+      {"re json", "re", "\\\"re\\\" is ambiguous: "},
+      {"explain json", "explain", "Usage: explain {<address>|<prefix>} [vrf <vid>] [json]"},
+      {"show nothing json", "nothing", "\\\"show\\\" is understood"},
+      {"show ip route json", "ip", "Here it is "},
+      {"rtm rib json", "rtm", "\\\"rtm rib\\\" is understood"},
+      {"summary json | count", "summary", "A JSON document is not filtered by lines"},
+      {"summary json | c | c", "summary",
+       "One filter is possible, and \\\"c\\\" would be a second"},
+      {"summary json | grep x", "summary", "Usage: <command> | include <text>\\n"},
+  };
+  for (const auto& line : lines) {
+    Execute(line.line);
+    EXPECT_THAT(output, StartsWith(std::string("{\"view\":\"") + line.view +
+                                   "\",\"passed\":false,\"refused\":\"" + line.why));
+    EXPECT_THAT(output, EndsWith("\"}\n"));
+    EXPECT_EQ(output.find('\n'), output.size() - 1) << output;
+    EXPECT_EQ(command->GetResult(), Result::USAGE) << line.line;
+    ExpectOver();
+  }
+}
+
+TEST_F(Dispatcher, RefusesASecondFilter) {
+  EXPECT_EQ(ResultOf("version | include a | exclude b"), Result::USAGE);
+  EXPECT_EQ(output, "One filter is possible, and \"exclude b\" would be a second\n");
+  EXPECT_EQ(ResultOf("version | include a |count"), Result::USAGE);
+  EXPECT_EQ(output, "One filter is possible, and \"count\" would be a second\n");
+  EXPECT_EQ(ResultOf("help |count"), Result::DONE);
+  EXPECT_EQ(output, "") << "the number comes at the end";
+}
+
 TEST_F(Dispatcher, NamesTheFirstWordThatDoesNotFit) {
   Execute("interface eth0 vrf 10");
   EXPECT_EQ(output, "\"interface\" is understood, \"eth0\" after it is not. Possible: vrf\n");
-  Execute("show vrf 10");
-  EXPECT_THAT(output, StartsWith("\"show\" is understood, \"vrf\" after it is not. Possible: ip "));
+  Execute("show help 10");
+  EXPECT_THAT(output, StartsWith("\"show help\" is understood, \"10\" after it is not. "));
   Execute("show show ip");
   EXPECT_THAT(output, StartsWith("\"show\" is understood, \"show\" after it is not. "));
   Execute("rtm routes vrf");
-  EXPECT_EQ(output, "\"rtm\" is understood, \"routes\" after it is not. Possible: route rib\n");
+  EXPECT_EQ(output,
+            "\"rtm\" is understood, \"routes\" after it is not. Did you mean \"route\"? "
+            "Possible: route rib\n");
 }
 
 TEST_F(Dispatcher, ListsWhatMayFollowAWordThatStandsAlone) {
@@ -220,7 +329,9 @@ TEST_F(Dispatcher, ListsWhatMayFollowAWordThatStandsAlone) {
     }
   }
   Execute("show");
-  EXPECT_EQ(output, "After \"show\" comes a command: ip ip6 rtm interface interface6\n");
+  EXPECT_EQ(output,
+            "After \"show\" comes a command: route route6 explain summary requests status version "
+            "watch metrics interface interface6 ip ip6 rtm diff history revision\n");
 }
 
 // Whoever answers, the host, a handler of the library or the lab: an escape sequence, a control
@@ -267,10 +378,23 @@ TEST_F(Dispatcher, RepeatsNoWordAsATerminalWouldObeyIt) {
   }
 }
 
-TEST_F(Dispatcher, MatchesItsWordsWhole) {
-  EXPECT_EQ(ResultOf("hel"), Result::USAGE);
-  EXPECT_EQ(ResultOf("IP"), Result::USAGE);
-  EXPECT_EQ(ResultOf("ip prot"), Result::USAGE);
+// What the library's trees and what changes something are called is written out.
+TEST_F(Dispatcher, TakesAbbreviationsWhereTheyDoNoHarm) {
+  for (const char* line :
+       {"hel", "sh ip protocol summary", "rt rib", "int", "vr 20", "ch", "verif"}) {
+    EXPECT_NE(ResultOf(line), Result::USAGE) << line << ": " << output;
+  }
+  ASSERT_TRUE(Settle());
+  for (const char* line : {"IP", "ip prot", "relo", "reload f", "undo 1 x", "l", "ex", "qui"}) {
+    EXPECT_EQ(ResultOf(line), Result::USAGE) << line;
+  }
+  EXPECT_EQ(ResultOf("re"), Result::USAGE);
+  EXPECT_EQ(output, "\"re\" is ambiguous: requests revision\n");
+  EXPECT_EQ(ResultOf("show r"), Result::USAGE);
+  EXPECT_EQ(output,
+            "\"show\" is understood, \"r\" after it is ambiguous: route route6 requests rtm "
+            "revision\n");
+  EXPECT_EQ(reloads, 0);
 }
 
 TEST_F(Dispatcher, Quits) {
@@ -296,7 +420,7 @@ TEST_F(Dispatcher, TellsThatAReloadHasFailed) {
   asker = {};
   ExpectOver();
   EXPECT_EQ(output, "");
-  EXPECT_EQ(command->GetResult(), Result::FAULTY);
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
 }
 
 TEST_F(Dispatcher, TellsWhatAReloadFindsWhereTheLogIsNotSeen) {
@@ -325,7 +449,7 @@ TEST_F(Dispatcher, Checks) {
     asker = {};
     ExpectOver();
     EXPECT_EQ(output, "vlans.json: broken\n");
-    EXPECT_EQ(command->GetResult(), Result::FAULTY);
+    EXPECT_EQ(command->GetResult(), Result::REFUSED);
   }
   EXPECT_EQ(checks, 2);
   EXPECT_EQ(reloads, 0);
@@ -333,21 +457,46 @@ TEST_F(Dispatcher, Checks) {
 
 TEST_F(Dispatcher, Verifies) {
   for (const char* line : {"verify", "verify stack"}) {
-    for (const bool hasPassed : {true, false}) {
+    for (const std::size_t fails : {0, 1}) {
       EXPECT_FALSE(Execute(line).hasChanged);
       EXPECT_EQ(overs, 0);
-      asker.report(hasPassed ? "PASS all\n" : "FAIL all\n");
-      asker.end(hasPassed);
-      asker = {};
+      rows::Verdict verdict;
+      verdict.kind = "routes";
+      verdict.rows = 3;
+      verdict.fails = fails;
+      const std::vector<rows::Verdict> verdicts = {verdict};
+      std::exchange(verified, nullptr)(verdicts);
       ExpectOver();
-      EXPECT_EQ(output, hasPassed ? "PASS all\n" : "FAIL all\n");
-      EXPECT_EQ(command->GetResult(), hasPassed ? Result::DONE : Result::FAULTY);
+      std::string text;
+      for (const std::string& one : rows::DescribeVerdicts(verdicts, mostLines)) {
+        text += one + "\n";
+      }
+      EXPECT_EQ(output, text);
+      EXPECT_THAT(output, HasSubstr(fails == 0 ? "PASS" : "FAIL"));
+      EXPECT_EQ(command->GetResult(), fails == 0 ? Result::DONE : Result::REFUSED);
     }
   }
+  EXPECT_EQ(mostLines, 1000u);
   EXPECT_EQ(verifications, 4);
   EXPECT_EQ(ResultOf("verify folder"), Result::USAGE);
-  EXPECT_EQ(output, "\"verify\" is understood, \"folder\" after it is not. Possible: stack\n");
+  EXPECT_EQ(output, "\"verify\" is understood, \"folder\" after it is not. Possible: stack json\n");
   EXPECT_EQ(verifications, 4);
+}
+
+TEST_F(Dispatcher, VerifiesForADocument) {
+  const Reply reply = Execute("verify json");
+  ASSERT_TRUE(reply.view);
+  std::string text;
+  EXPECT_EQ(reply.view->Next(text), views::View::Rest::LATER);
+  rows::Verdict verdict;
+  verdict.kind = "routes";
+  verdict.fails = 1;
+  std::exchange(verified, nullptr)({verdict});
+  EXPECT_EQ(output, "") << "the document tells all of it";
+  EXPECT_EQ(overs, 0) << "the end of the document is the command's";
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
+  EXPECT_EQ(reply.view->Next(text), views::View::Rest::NONE);
+  EXPECT_THAT(text, StartsWith("{\"view\":\"verify\""));
 }
 
 TEST_F(Dispatcher, VerifiesNothingWhereNothingCanBeCompared) {
@@ -382,9 +531,12 @@ TEST_F(Dispatcher, ChangesTheSessionsVlan) {
   ExpectOver();
   Execute("vrf 30");
   EXPECT_EQ(output, "VLAN 30 is not present\n");
-  for (const char* line : {"vrf", "vrf x", "vrf 65546"}) {
-    EXPECT_EQ(ResultOf(line), Result::USAGE) << line;
-    EXPECT_EQ(output, "Usage: vrf <vid>\n") << line;
+  EXPECT_EQ(ResultOf("vrf"), Result::USAGE);
+  EXPECT_EQ(output, "Usage: vrf <vid>\n");
+  for (const char* word : {"x", "65546", "-1"}) {
+    EXPECT_EQ(ResultOf(std::string("vrf ") + word), Result::USAGE) << word;
+    EXPECT_EQ(output, "\"vrf\" is understood, \"" + std::string(word) +
+                          "\" after it is not. Expected: the number of a VLAN\n");
   }
   EXPECT_EQ(vlan, 20);
 }
@@ -496,11 +648,12 @@ TEST_F(Dispatcher, ShowsTheInterfacesOfAVlan) {
 }
 
 TEST_F(Dispatcher, RefusesOtherVlansAfterInterface) {
-  for (const char* words : {"vrf", "vrf x", "vrf 65546"}) {
-    EXPECT_EQ(ResultOf(std::string("interface6 ") + words), Result::USAGE);
-    EXPECT_EQ(output, "Usage: interface6 [vrf <vid>]\n") << words;
-    ExpectOver();
-  }
+  EXPECT_EQ(ResultOf("interface6 vrf"), Result::USAGE);
+  EXPECT_EQ(output, "Usage: interface6 [vrf <vid>]\n");
+  ExpectOver();
+  EXPECT_EQ(ResultOf("interface6 vrf 65546"), Result::USAGE);
+  EXPECT_THAT(output, EndsWith("\"65546\" after it is not. Expected: the number of a VLAN\n"));
+  ExpectOver();
   Execute("interface vrf 30");
   EXPECT_EQ(output, "VLAN 30 is not present\n");
   ExpectOver();
@@ -537,44 +690,49 @@ TEST_F(Dispatcher, KeepsLabCommandsApart) {
   EXPECT_EQ(output,
             "\"lab stack hold\" is understood, \"on\" after it is not. Nothing may follow.\n");
   EXPECT_EQ(ResultOf("show lab tick fast"), Result::USAGE);
-  EXPECT_THAT(console::Dispatcher::Complete({"lab", "stack"}, "re"),
+  EXPECT_THAT(dispatcher.Complete("lab stack re", 10),
               ElementsAre("refuse", "retry", "release", "restart"));
-  EXPECT_THAT(console::Dispatcher::Complete({"show", "lab"}, ""), IsEmpty());
+  EXPECT_THAT(dispatcher.Complete("show lab ", 10), IsEmpty());
 }
 
 TEST_F(Dispatcher, CompletesWords) {
-  EXPECT_THAT(console::Dispatcher::Complete({}, "r"), ElementsAre("rtm", "reload", "revision"));
-  EXPECT_THAT(console::Dispatcher::Complete({"show"}, ""),
-              ElementsAre("ip", "ip6", "rtm", "interface", "interface6"));
-  EXPECT_THAT(console::Dispatcher::Complete({"interface6"}, "v"), ElementsAre("vrf"));
-  EXPECT_THAT(console::Dispatcher::Complete({}, "ch"), ElementsAre("check"));
-  EXPECT_THAT(console::Dispatcher::Complete({"check"}, ""), ElementsAre("strict"));
-  EXPECT_THAT(console::Dispatcher::Complete({"ip"}, "p"), ElementsAre("protocol"));
-  EXPECT_THAT(console::Dispatcher::Complete({"show", "ip", "protocol"}, "s"),
-              ElementsAre("summary"));
-  EXPECT_THAT(console::Dispatcher::Complete({"rtm"}, ""), ElementsAre("route", "rib"));
-  EXPECT_THAT(console::Dispatcher::Complete({"rtm", "rib"}, ""),
+  EXPECT_THAT(dispatcher.Complete("r", 10),
+              ElementsAre("route", "route6", "requests", "rtm", "reload", "revision", "retry"));
+  EXPECT_THAT(dispatcher.Complete("show i", 10),
+              ElementsAre("interface", "interface6", "ip", "ip6"));
+  EXPECT_THAT(dispatcher.Complete("interface6 v", 10), ElementsAre("vrf"));
+  EXPECT_THAT(dispatcher.Complete("ch", 10), ElementsAre("check"));
+  EXPECT_THAT(dispatcher.Complete("check ", 10), ElementsAre("strict", "json"));
+  EXPECT_THAT(dispatcher.Complete("ip p", 10), ElementsAre("protocol"));
+  EXPECT_THAT(dispatcher.Complete("show ip protocol s", 10), ElementsAre("summary"));
+  EXPECT_THAT(dispatcher.Complete("rtm ", 10), ElementsAre("route", "rib"));
+  EXPECT_THAT(dispatcher.Complete("rtm rib ", 10),
               ElementsAre("ipv6", "vrf", "dest", "proto", "detail"));
-  EXPECT_THAT(console::Dispatcher::Complete({"show", "rtm", "route", "ipv6"}, "d"),
-              ElementsAre("dest", "detail"));
-  for (const char* whole : {"reload confirm 60", "check strict", "history", "diff 1", "quit", "?",
-                            "interface vrf 10", "vrf 10", "rtm rib vrf"}) {
-    EXPECT_THAT(console::Dispatcher::Complete(std::string(whole) + " "), IsEmpty()) << whole;
+  EXPECT_THAT(dispatcher.Complete("show rtm route ipv6 d", 10), ElementsAre("dest", "detail"));
+  for (const char* whole :
+       {"reload confirm 60 json force", "check strict json", "history json", "diff 1 json", "quit",
+        "?", "interface vrf 10", "vrf 10", "rtm rib vrf"}) {
+    EXPECT_THAT(dispatcher.Complete(std::string(whole) + " ", 10), IsEmpty()) << whole;
   }
-  EXPECT_THAT(console::Dispatcher::Complete({"nothing", "known"}, ""), IsEmpty());
+  EXPECT_THAT(dispatcher.Complete("nothing known ", 10), IsEmpty());
 }
 
 TEST_F(Dispatcher, TellsWhatItRefusesFromWhatNobodyUnderstands) {
-  for (const char* line : {"vrf 30", "interface vrf 30", "lab interface eth7 down"}) {
+  for (const char* line :
+       {"vrf 30", "interface vrf 30", "lab interface eth7 down", "ip protocol database vrf 77",
+        "ip6 protocol database vrf 77", "ip protocol mcast-database vrf 77", "ip bgp vrf 77",
+        "rtm rib vrf 77", "show rtm route ipv6 vrf 77"}) {
     EXPECT_EQ(ResultOf(line), Result::REFUSED) << line;
   }
   for (const char* line :
        {"vrf", "vrf x", "foo", "ip foo", "interface vrf", "lab stack", "lab foo", "ip protocol ips",
-        "ip bgp vrf", "ip protocol database proto isis", "ip6 protocol"}) {
+        "ip bgp vrf", "ip protocol database proto isis", "ip6 protocol",
+        "ip protocol database vrf ten", "ip6 protocol database dest x",
+        "ip protocol mcast-database group 10.1.1.1", "ip protocol mcast-database x"}) {
     EXPECT_EQ(ResultOf(line), Result::USAGE) << line;
   }
   for (const char* line : {"", "vrf 20", "help", "lab", "lab tick normal", "ip protocol summary",
-                           "ip protocol database vrf 77", "ip protocol database vrf ten"}) {
+                           "ip protocol pending-actions"}) {
     EXPECT_EQ(ResultOf(line), Result::DONE) << line;
   }
 }

@@ -41,7 +41,6 @@ class FolderWords : public test_support::DeviceFixture {
     commands.check = [note](apply::Asker by, bool isStrict) {
       note(isStrict ? "check strict" : "check", std::move(by));
     };
-    commands.verify = [note](apply::Asker by) { note("verify", std::move(by)); };
     commands.diff = [note](apply::Asker by, std::optional<unsigned int> revision) {
       note("diff " + (revision ? std::to_string(*revision) : "folder"), std::move(by));
     };
@@ -72,7 +71,7 @@ class FolderWords : public test_support::DeviceFixture {
   std::vector<std::string> calls;  // of the host's functions, by the last line
   apply::Asker asker;              // of the last of these
   console::Operator giver{"alice at the socket", false};
-  apply::Interfaces state;
+  keepers::Interfaces state;
   console::Lab lab{Control(), state, [](auto) {}};
   console::Dispatcher dispatcher{Commands(), lab};
   console::Dispatcher bare{
@@ -94,10 +93,9 @@ TEST_F(FolderWords, CallTheHost) {
       {"reload confirm 1", "reload 1", true},
       {"reload confirm 86400", "reload 86400", true},
       {"reload force confirm 0060", "reload force 60", true},
+      {"reload confirm 60 force", "reload force 60", true},
       {"check", "check", false},
       {"check strict", "check strict", false},
-      {"verify", "verify", false},
-      {"verify stack", "verify", false},
       {"diff", "diff folder", false},
       {"diff 1", "diff 1", false},
       {"diff 4294967295", "diff 4294967295", false},
@@ -126,7 +124,7 @@ TEST_F(FolderWords, CallTheHost) {
 
 TEST_F(FolderWords, TellWhatTheHostTells) {
   for (const char* line :
-       {"reload force", "check", "verify", "diff", "confirm 2", "undo", "history", "revision 2"}) {
+       {"reload force", "check", "diff", "confirm 2", "undo", "history", "revision 2"}) {
     for (const bool hasPassed : {true, false}) {
       Execute(line);
       ASSERT_TRUE(asker.report) << line;
@@ -135,7 +133,7 @@ TEST_F(FolderWords, TellWhatTheHostTells) {
       EXPECT_FALSE(command->IsOver()) << line;
       asker.end(hasPassed);
       EXPECT_THAT(output, testing::StartsWith("the first\nthe second\n")) << line;
-      EXPECT_EQ(command->GetResult(), hasPassed ? Result::DONE : Result::FAULTY) << line;
+      EXPECT_EQ(command->GetResult(), hasPassed ? Result::DONE : Result::REFUSED) << line;
     }
   }
 }
@@ -148,9 +146,9 @@ TEST_F(FolderWords, SayNothingTwiceToOneWhoSeesTheLog) {
     EXPECT_FALSE(asker.report) << line;
     EXPECT_EQ(asker.name, "terminal");
     asker.end(false);
-    EXPECT_EQ(command->GetResult(), Result::FAULTY) << line;
+    EXPECT_EQ(command->GetResult(), Result::REFUSED) << line;
   }
-  for (const char* line : {"check", "verify", "diff", "history", "revision 2"}) {
+  for (const char* line : {"check", "diff", "history", "revision 2"}) {
     Execute(line);
     EXPECT_TRUE(asker.report) << line;
     EXPECT_EQ(asker.name, "terminal");
@@ -163,21 +161,28 @@ TEST_F(FolderWords, TakeNumbersOnly) {
     const char* before;
     const char* expected;
     std::vector<const char*> words;
+    const char* possible = "Expected: ";
   } lines[] = {
       {"reload confirm",
        "seconds, from 1 to 86400",
        {"0", "86401", "-1", "+1", "1s", "x", "4294967297", "1.5", "force"}},
       {"reload force confirm", "seconds, from 1 to 86400", {"0", "confirm"}},
-      {"diff", "the number of a revision, from 1 on", {"0", "-1", "folder", "4294967296"}},
+      {"diff",
+       "the number of a revision, from 1 on",
+       {"0", "-1", "folder", "4294967296"},
+       "Possible: json, or "},
       {"confirm", "the number of a revision, from 1 on", {"0", "x", "1x"}},
-      {"undo", "how many revisions to go back, from 1 on", {"0", "-1", "all", "4294967296"}},
+      {"undo",
+       "how many changes back, from 1 on",
+       {"0", "-1", "all", "4294967296"},
+       "Possible: json, or "},
       {"revision", "the number of a revision, from 1 on", {"0", "last"}},
   };
   for (const auto& one : lines) {
     for (const char* word : one.words) {
       const Reply reply = Execute(std::string(one.before) + " " + word);
       EXPECT_EQ(output, "\"" + std::string(one.before) + "\" is understood, \"" + word +
-                            "\" after it is not. Expected: " + one.expected + "\n");
+                            "\" after it is not. " + one.possible + one.expected + "\n");
       EXPECT_EQ(command->GetResult(), Result::USAGE) << output;
       EXPECT_THAT(calls, IsEmpty()) << output;
       EXPECT_FALSE(reply.hasChanged || reply.isReload) << output;
@@ -191,10 +196,10 @@ TEST_F(FolderWords, TellTheirUseWhereANumberIsMissing) {
     const char* line;
     const char* usage;
   } lines[] = {
-      {"reload confirm", "Usage: reload [force] [confirm <seconds>]\n"},
-      {"reload force confirm", "Usage: reload [force] [confirm <seconds>]\n"},
-      {"confirm", "Usage: confirm <revision>\n"},
-      {"revision", "Usage: revision <n>\n"},
+      {"reload confirm", "Usage: reload [force] [confirm <seconds>] [json]\n"},
+      {"reload force confirm", "Usage: reload [force] [confirm <seconds>] [json]\n"},
+      {"confirm", "Usage: confirm <revision> [json]\n"},
+      {"revision", "Usage: revision <revision> [json]\n"},
   };
   for (const auto& one : lines) {
     Execute(one.line);
@@ -203,9 +208,10 @@ TEST_F(FolderWords, TellTheirUseWhereANumberIsMissing) {
     EXPECT_THAT(calls, IsEmpty());
   }
   Execute("reload now");
-  EXPECT_EQ(output, "\"reload\" is understood, \"now\" after it is not. Possible: force confirm\n");
-  Execute("reload confirm 5 force");
-  EXPECT_THAT(output, HasSubstr("\"force\" after it is not. Nothing may follow."));
+  EXPECT_EQ(output,
+            "\"reload\" is understood, \"now\" after it is not. Possible: force confirm json\n");
+  Execute("reload confirm 5 force 5");
+  EXPECT_THAT(output, HasSubstr("\"5\" after it is not. Possible: json"));
   EXPECT_THAT(calls, IsEmpty());
 }
 
@@ -233,18 +239,22 @@ TEST_F(FolderWords, AreRefusedWhereTheHostHasNothingForThem) {
 }
 
 TEST_F(FolderWords, AreCompleted) {
-  using console::Dispatcher;
-  EXPECT_THAT(Dispatcher::Complete("re"), ElementsAre("reload", "revision"));
-  EXPECT_THAT(Dispatcher::Complete("reload "), ElementsAre("force", "confirm"));
-  EXPECT_THAT(Dispatcher::Complete("reload force "), ElementsAre("confirm"));
-  EXPECT_THAT(Dispatcher::Complete("d"), ElementsAre("diff"));
-  EXPECT_THAT(Dispatcher::Complete("co"), ElementsAre("confirm"));
-  EXPECT_THAT(Dispatcher::Complete("un"), ElementsAre("undo"));
-  EXPECT_THAT(Dispatcher::Complete("hi"), ElementsAre("history"));
-  for (const char* line : {"reload confirm ", "reload confirm 5 ", "reload force confirm 5 ",
-                           "diff ", "diff 3 ", "confirm ", "confirm 3 ", "undo ", "undo 3 ",
-                           "history ", "revision ", "revision 3 ", "show re"}) {
-    EXPECT_THAT(Dispatcher::Complete(line), IsEmpty()) << line;
+  const auto complete = [this](const std::string& line) { return dispatcher.Complete(line, 10); };
+  EXPECT_THAT(complete("rel"), ElementsAre("reload"));
+  EXPECT_THAT(complete("reload "), ElementsAre("force", "confirm", "json"));
+  EXPECT_THAT(complete("reload confirm 5 "), ElementsAre("force", "json"));
+  EXPECT_THAT(complete("d"), ElementsAre("diff"));
+  EXPECT_THAT(complete("co"), ElementsAre("confirm"));
+  EXPECT_THAT(complete("un"), ElementsAre("undo"));
+  EXPECT_THAT(complete("hi"), ElementsAre("history"));
+  for (const char* line : {"diff ", "confirm 3 ", "undo ", "undo 3 ", "revision 3 "}) {
+    EXPECT_THAT(complete(line), ElementsAre("json")) << line;
+  }
+  EXPECT_THAT(complete("show rev"), ElementsAre("revision"));
+  for (const char* line : {"reload confirm ", "reload force confirm 5 json ", "diff 3 json ",
+                           "confirm ", "confirm 3 json ", "undo json ", "undo 3 json ",
+                           "history json ", "revision ", "revision 3 json ", "show re "}) {
+    EXPECT_THAT(complete(line), IsEmpty()) << line;
   }
 }
 

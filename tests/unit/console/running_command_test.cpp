@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "device/console/host_console.h"
+#include "tests/support/trace_capture.h"
 
 namespace {
 
@@ -54,6 +56,19 @@ TEST_F(RunningCommand, EndsBeforeItsConsoleWhenThatIsToldSo) {
   EXPECT_EQ(overs, 1);
 }
 
+// The library knows nothing of exceptions.
+TEST_F(RunningCommand, SaysInTheLogThatItsOutputIsLost) {
+  const test_support::TraceCapture traces;
+  const auto lost = std::make_shared<console::RunningCommand>(
+      10, console::Operator{},
+      [](std::string_view) { throw std::runtime_error("there is no room"); }, [] {});
+  const auto console = std::make_unique<HostConsole>(lost);
+  console->Print("%s", "row 1");
+  console->PrintError("row 2");
+  EXPECT_EQ(traces.CountOf("0:Console output is lost: there is no room\n"), 2u);
+  EXPECT_EQ(traces.Lines().size(), 2u);
+}
+
 TEST_F(RunningCommand, RunsOnUnheardWhenItsSessionHasDetached) {
   command->Write("row 1");
   command->Detach();
@@ -88,9 +103,9 @@ TEST_F(RunningCommand, IsFaultyOnlyWhenItsFolderIs) {
   command->Tell("vlans.json: warning: odd\n");
   EXPECT_EQ(command->GetResult(), Result::DONE);
   command->Fail();
-  EXPECT_EQ(command->GetResult(), Result::FAULTY);
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
   command->Refuse();
-  EXPECT_EQ(command->GetResult(), Result::FAULTY);
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
   command->Misunderstand();
   EXPECT_EQ(command->GetResult(), Result::USAGE);
 }
@@ -106,11 +121,12 @@ TEST_F(RunningCommand, IsFaultyAlsoWhenNobodyReads) {
   command->Detach();
   command->Tell("vlans.json: broken\n");
   command->Fail();
-  EXPECT_EQ(command->GetResult(), Result::FAULTY);
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
   EXPECT_EQ(output, "");
 }
 
-TEST_F(RunningCommand, IsUsageWhenItsOutputBeginsLikeThat) {
+TEST_F(RunningCommand, IsUsageWhenTheLibrarySaysSo) {
+  command->ListenToLibrary();
   auto* console = new HostConsole(command);
   for (const char* piece : {"", "Us", "age:", " ips [on|off]", "\nmore\n"}) {
     EXPECT_EQ(command->GetResult(), Result::DONE);
@@ -125,16 +141,40 @@ TEST_F(RunningCommand, IsUsageWhenItsOutputBeginsLikeThat) {
   delete console;
 }
 
-TEST_F(RunningCommand, IsNotUsageWhenThatComesLaterOrOtherwise) {
-  for (const char* text : {"Usage:\n ip protocol", "usage: ips", "Usage", " Usage: ips",
-                           "Invalid VLAN ID ten\nUsage: rtm rib", ""}) {
-    console::RunningCommand own(10, console::Operator{}, {}, {});
-    own.Write(text);
-    EXPECT_EQ(own.GetResult(), Result::DONE) << text;
+TEST_F(RunningCommand, TakesItsResultFromTheLibrarysFirstLines) {
+  const struct {
+    const char* text;
+    Result result;
+  } texts[] = {
+      {"Usage: \n ip protocol", Result::USAGE},
+      {"Invalid VLAN ID ten\nUsage: rtm rib\n", Result::USAGE},
+      {"Fail to parse mcast-database sub command.\n", Result::USAGE},
+      {"VLAN 99 is not present\n", Result::REFUSED},
+      {"VLAN 99 is not present\nFail to parse mcast-database sub command.\n", Result::REFUSED},
+      {"VLAN 99: disabled\n", Result::DONE},
+      {"Invalid VLAN ID ten\nrow\nUsage: rtm rib\n", Result::DONE},
+      {"Invalid\nUsage: rtm rib\n", Result::DONE},
+      {"Usage:\n ip protocol", Result::DONE},
+      {"usage: ips", Result::DONE},
+      {" Usage: ips", Result::DONE},
+      {"row 1\nUsage: ips\n", Result::DONE},
+      {"row 1\nVLAN 99 is not present\n", Result::DONE},
+      {"", Result::DONE},
+  };
+  for (const auto& one : texts) {
+    for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, std::string::npos}) {
+      console::RunningCommand own(10, console::Operator{}, {}, {});
+      own.ListenToLibrary();
+      const std::string text = one.text;
+      for (std::size_t at = 0; at < text.size();) {
+        own.Write(text.substr(at, piece));
+        at = piece == std::string::npos ? text.size() : at + piece;
+      }
+      EXPECT_EQ(own.GetResult(), one.result) << text;
+    }
   }
-  command->Write("row 1\n");
   command->Write("Usage: ips\n");
-  EXPECT_EQ(command->GetResult(), Result::DONE);
+  EXPECT_EQ(command->GetResult(), Result::DONE) << "the host says itself how it went";
 }
 
 TEST_F(RunningCommand, IsUsageWhenItMisunderstoodAWord) {
@@ -158,10 +198,11 @@ TEST_F(RunningCommand, ShowsNothingThatATerminalWouldObey) {
 
 // A document may be named like this.
 TEST_F(RunningCommand, IsNotUsageByAFindingThatLooksLikeIt) {
+  command->ListenToLibrary();
   command->Tell("Usage: .json: broken\n");
   EXPECT_EQ(command->GetResult(), Result::DONE);
   command->Fail();
-  EXPECT_EQ(command->GetResult(), Result::FAULTY);
+  EXPECT_EQ(command->GetResult(), Result::REFUSED);
 }
 
 }  // namespace

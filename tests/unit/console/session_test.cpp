@@ -11,6 +11,7 @@
 #include <stdexcept>
 
 #include "tests/support/device_fixture.h"
+#include "tests/support/questions_double.h"
 #include "tests/support/walks_double.h"
 
 namespace {
@@ -23,20 +24,22 @@ class PlainSession : public console::Session {
   explicit PlainSession(const console::SessionContext& context) : Session(context, 10) {}
   void Start() override {}
   using Session::Execute;
+  using Session::GetAllSigns;
   using Session::GetResult;
-  using Session::HadDifferences;
-  using Session::HasSettled;
   using Session::HeedWaiting;
   using Session::Interrupt;
   using Session::WaitForNoEffects;
 
   std::string output;
   int readies = 0;
+  int lives = 0;  // commands whose output comes as things happen
+  int flushes = 0;
   std::vector<std::string> progress;  // that was shown
 
  protected:
   void Write(std::string_view text) override { output += text; }
-  void Flush() override {}
+  void Flush() override { ++flushes; }
+  void BecomeLive() override { ++lives; }
   console::Operator GetOperator() const override { return {"somebody", false}; }
   void Ready() override { ++readies; }
   void ShowProgress(const loop::Progress& shown) override {
@@ -52,13 +55,12 @@ class Session : public test_support::DeviceFixture {
     uv_loop_init(&m_loop);
     m_settle.emplace(&m_loop,
                      loop::Activity{[this] { return isUnderWay; }, [this] { return progress; }});
-    session.emplace(
-        console::SessionContext{&m_loop,
-                                m_dispatcher,
-                                *m_settle,
-                                walks,
-                                [this](std::size_t most) { return findDifferences(most); },
-                                {}});
+    session.emplace(console::SessionContext{&m_loop,
+                                            m_dispatcher,
+                                            *m_settle,
+                                            walks,
+                                            [this](std::size_t most) { return findEffect(most); },
+                                            {}});
   }
   void TearDown() override {
     session.reset();
@@ -89,22 +91,24 @@ class Session : public test_support::DeviceFixture {
   apply::Asker asker;  // of the last reload
   bool isUnderWay = false;
   loop::Progress progress;
-  std::function<std::vector<std::string>(std::size_t most)> findDifferences = [](std::size_t) {
-    return std::vector<std::string>();
+  std::function<views::Effect(std::size_t most)> findEffect = [](std::size_t) {
+    return views::Effect();
   };
   test_support::WalksDouble walks;
+  test_support::QuestionsDouble questions;
   std::optional<PlainSession> session;
 
  private:
   uv_loop_t m_loop;
-  apply::Interfaces m_state;
+  keepers::Interfaces m_state;
   console::Lab m_lab{Control(), m_state, [](auto) {}};
   console::Dispatcher m_dispatcher{{[this](apply::Asker toldAsker, const apply::ReloadRequest&) {
                                       asker = std::move(toldAsker);
                                       reload();
                                     },
                                     [](const apply::Asker&, bool) {}},
-                                   m_lab};
+                                   m_lab,
+                                   {&questions, {}}};
   std::optional<loop::SettledWait> m_settle;
 };
 
@@ -218,28 +222,35 @@ TEST_F(Session, BeginsEachCommandUnheld) {
 
 TEST_F(Session, TellsWhatTheStackDoesNotHaveOfAReload) {
   std::size_t asked = 0;
-  findDifferences = [&asked](std::size_t most) {
+  findEffect = [&asked](std::size_t most) {
     asked = most;
-    return std::vector<std::string>{"one", "two", "120 rows"};
+    return views::Effect{true, {"one", "two"}, 120, 0, 0};
   };
   FinishReload();
   EXPECT_EQ(asked, 100u);
-  EXPECT_EQ(session->output, "one\ntwo\n120 rows\n");
+  EXPECT_EQ(session->output, "one\ntwo\n120 rows are not as wanted\n");
   EXPECT_EQ(session->GetResult(), console::Result::DIFFERS);
-  EXPECT_TRUE(session->HadDifferences());
-  EXPECT_TRUE(session->HasSettled());
+  EXPECT_EQ(session->GetAllSigns(), console::DIFFERENT);
 }
 
 TEST_F(Session, TellsNoDifferencesWhereThereAreNone) {
   FinishReload();
   EXPECT_EQ(session->output, "");
   EXPECT_EQ(session->GetResult(), console::Result::DONE);
-  EXPECT_FALSE(session->HadDifferences());
+  EXPECT_EQ(session->GetAllSigns() & console::DIFFERENT, 0u);
+}
+
+TEST_F(Session, TellsOfOldRoutesThatAreKept) {
+  findEffect = [](std::size_t) { return views::Effect{true, {}, 0, 1, 34}; };
+  FinishReload();
+  EXPECT_EQ(session->output,
+            "Kept: 1 old route until another one can replace it, for 34 s at most\n");
+  EXPECT_EQ(session->GetResult(), console::Result::DONE);
 }
 
 // What is under way may still come true.
 TEST_F(Session, TellsNoDifferencesOfWhatHasNotSettled) {
-  findDifferences = [](std::size_t) { return std::vector<std::string>{"one", "1 row"}; };
+  findEffect = [](std::size_t) { return views::Effect{true, {"one"}, 1, 0, 0}; };
   isUnderWay = true;
   reload = [] {};
   session->Execute("reload");
@@ -249,8 +260,8 @@ TEST_F(Session, TellsNoDifferencesOfWhatHasNotSettled) {
   session->Interrupt();
   TurnUntil([this] { return session->readies > 0; });
   EXPECT_EQ(session->output, "");
-  EXPECT_FALSE(session->HasSettled());
-  EXPECT_FALSE(session->HadDifferences());
+  EXPECT_EQ(session->GetResult(), console::Result::TIMED_OUT);
+  EXPECT_EQ(session->GetAllSigns() & console::DIFFERENT, 0u);
 }
 
 TEST_F(Session, ShowsTheProgressOfWhatChangesSomething) {
@@ -275,7 +286,7 @@ TEST_F(Session, ShowsTheProgressOfWhatChangesSomething) {
 }
 
 TEST_F(Session, WaitsForNoEffectWhenItNeedNot) {
-  findDifferences = [](std::size_t) { return std::vector<std::string>{"one", "1 row"}; };
+  findEffect = [](std::size_t) { return views::Effect{true, {"one"}, 1, 0, 0}; };
   isUnderWay = true;
   reload = [] {};
   session->WaitForNoEffects();
@@ -287,9 +298,143 @@ TEST_F(Session, WaitsForNoEffectWhenItNeedNot) {
   Turn();
   Turn();
   EXPECT_EQ(session->readies, 1);
-  EXPECT_TRUE(session->HasSettled());
   EXPECT_EQ(session->GetResult(), console::Result::DONE);
   EXPECT_EQ(session->output, "");
+}
+
+TEST_F(Session, WritesAViewInPieces) {
+  questions.script->pieces = {"one\n", "two\n", "three\n"};
+  session->Execute("route");
+  EXPECT_EQ(session->output, "") << "the first turn is a later one of the loop";
+  TurnUntil([this] { return session->readies > 0; });
+  EXPECT_EQ(session->output, "one\ntwo\nthree\n");
+  EXPECT_EQ(session->GetResult(), console::Result::DONE);
+  EXPECT_EQ(questions.script->views, 0);
+  EXPECT_EQ(session->lives, 0);
+}
+
+TEST_F(Session, RefusesWithAViewThatIsRefused) {
+  questions.script->pieces = {"VLAN 77 is not present\n"};
+  questions.script->isRefused = true;
+  session->Execute("route vrf 77");
+  TurnUntil([this] { return session->readies > 0; });
+  EXPECT_EQ(session->output, "VLAN 77 is not present\n");
+  EXPECT_EQ(session->GetResult(), console::Result::REFUSED);
+  EXPECT_EQ(session->GetAllSigns(), console::NOT_DONE);
+}
+
+TEST_F(Session, HoldsAViewWhileMoreThanAMegabyteWaits) {
+  questions.script->pieces = {"one\n", "two\n"};
+  session->Execute("route");
+  session->HeedWaiting(MEGABYTE + 1);
+  Turn();
+  Turn();
+  EXPECT_EQ(session->output, "");
+  session->HeedWaiting(MEGABYTE / 2);
+  Turn();
+  EXPECT_EQ(session->readies, 0);
+  session->HeedWaiting(MEGABYTE / 2 - 1);
+  TurnUntil([this] { return session->readies > 0; });
+  EXPECT_EQ(session->output, "one\ntwo\n");
+}
+
+TEST_F(Session, ShowsAStreamAsItComesUntilItIsInterrupted) {
+  questions.script->pieces = {"one\n"};
+  questions.script->isEnded = false;
+  session->Execute("watch");
+  EXPECT_EQ(session->lives, 1);
+  Turn();
+  EXPECT_EQ(session->output, "one\n");
+  const int flushes = session->flushes;
+  EXPECT_GT(flushes, 0) << "what has come is shown";
+  Turn();
+  EXPECT_EQ(session->flushes, flushes);
+  questions.script->pieces = {"two\n"};
+  Turn();
+  EXPECT_EQ(session->output, "one\n") << "nobody has been woken";
+  questions.script->last->Wake();
+  EXPECT_EQ(session->output, "one\n");
+  Turn();
+  EXPECT_EQ(session->output, "one\ntwo\n");
+  EXPECT_EQ(session->readies, 0);
+  EXPECT_TRUE(session->Interrupt());
+  EXPECT_EQ(questions.script->views, 0);
+  Turn();
+  EXPECT_EQ(session->readies, 1);
+  EXPECT_EQ(session->GetResult(), console::Result::DONE);
+}
+
+TEST_F(Session, HoldsAStreamThatHasMoreUntilItsReaderHasRoom) {
+  questions.script->pieces = {"one\n"};
+  questions.script->isEnded = false;
+  session->Execute("watch");
+  Turn();
+  session->HeedWaiting(console::Session::HOLD_FROM + 1);
+  questions.script->pieces = {"two\n"};
+  questions.script->last->Wake();
+  Turn();
+  EXPECT_EQ(session->output, "one\n") << "nobody reads";
+  session->HeedWaiting(0);
+  Turn();
+  EXPECT_EQ(session->output, "one\ntwo\n");
+  session->HeedWaiting(console::Session::HOLD_FROM + 1);
+  session->HeedWaiting(0);
+  questions.script->pieces = {"three\n"};
+  Turn();
+  EXPECT_EQ(session->output, "one\ntwo\n") << "nobody has been woken";
+}
+
+TEST_F(Session, EndsAViewWithItself) {
+  questions.script->isEnded = false;
+  session->Execute("watch");
+  Turn();
+  EXPECT_EQ(questions.script->views, 1);
+  session.reset();
+  EXPECT_EQ(questions.script->views, 0);
+}
+
+TEST_F(Session, FiltersAViewAndItsLateLines) {
+  questions.script->pieces = {"10.1.0.0/16 a\n10.2", ".0.0/16 b\n", "10.3.0.0/16 a"};
+  session->Execute("route | include a");
+  TurnUntil([this] { return session->readies > 0; });
+  EXPECT_EQ(session->output, "10.1.0.0/16 a\n10.3.0.0/16 a");
+  session->output.clear();
+  findEffect = [](std::size_t) { return views::Effect{true, {"one"}, 1, 0, 0}; };
+  reload = [] {};
+  session->Execute("reload | count");
+  asker.end(true);
+  TurnUntil([this] { return session->readies > 1; });
+  EXPECT_EQ(session->output, "2 lines\n");
+  EXPECT_EQ(session->GetResult(), console::Result::DIFFERS);
+}
+
+// Its effect is part of the document.
+TEST_F(Session, WritesTheDocumentOfAReloadWhenItHasSettled) {
+  findEffect = [](std::size_t) { return views::Effect{true, {"route x"}, 17, 2, 34}; };
+  reload = [] {};
+  session->Execute("reload json");
+  EXPECT_FALSE(asker.report);
+  auto outcome = std::make_shared<apply::Outcome>();
+  outcome->hasPassed = true;
+  asker.take(outcome);
+  asker.end(true);
+  TurnUntil([this] { return session->readies > 0; });
+  EXPECT_THAT(session->output, testing::StartsWith("{\"view\":\"reload\""));
+  EXPECT_THAT(session->output, testing::HasSubstr("\"differences\":[\"route x\"]"));
+  EXPECT_THAT(session->output, testing::HasSubstr("\"count\":17"));
+  EXPECT_THAT(session->output, testing::HasSubstr("\"kept\":2,\"kept_seconds\":34"));
+  EXPECT_THAT(session->output, testing::EndsWith("}\n"));
+  EXPECT_EQ(session->GetResult(), console::Result::DIFFERS);
+}
+
+TEST_F(Session, WritesTheDocumentOfAReloadThatHasNotPassedWithoutAnEffect) {
+  reload = [] {};
+  session->Execute("reload json");
+  asker.take(std::make_shared<apply::Outcome>());
+  asker.end(false);
+  TurnUntil([this] { return session->readies > 0; });
+  EXPECT_THAT(session->output, testing::HasSubstr("\"effect\":null"));
+  EXPECT_EQ(session->GetResult(), console::Result::REFUSED);
 }
 
 }  // namespace

@@ -40,13 +40,15 @@ TEST_F(ParseCommandLine, HasDefaults) {
   EXPECT_EQ(line.checkDirectory, "");
   EXPECT_EQ(line.tickMicroseconds, std::nullopt);
   EXPECT_EQ(line.socketPath, "");
+  EXPECT_EQ(line.metricsPath, "");
 }
 
 TEST_F(ParseCommandLine, TakesEveryOption) {
   EXPECT_FALSE(Parse({"--config=there", "--log", "10", "--daemon", "--tick-us=100", "--socket", "s",
-                      "--partial"}));
+                      "--metrics", "m", "--partial"}));
   EXPECT_TRUE(line.isPartial);
   EXPECT_EQ(line.socketPath, "s");
+  EXPECT_EQ(line.metricsPath, "m");
   EXPECT_EQ(line.configDirectory, "there");
   EXPECT_EQ(line.logLevel, 10);
   EXPECT_TRUE(line.isDaemon);
@@ -59,6 +61,17 @@ TEST_F(ParseCommandLine, TakesTheSmallestAndTheLargestNumbers) {
   EXPECT_EQ(line.tickMicroseconds, 10u);
   EXPECT_FALSE(Parse({"--config=there", "--tick-us", "1000000"}));
   EXPECT_EQ(line.tickMicroseconds, 1000000u);
+}
+
+TEST_F(ParseCommandLine, TakesTheLogsFormats) {
+  using Kind = vantacored::LogFormat::Kind;
+  EXPECT_FALSE(Parse({"--config=there"}));
+  EXPECT_EQ(line.logFormat, std::nullopt);
+  for (const auto& [word, kind] :
+       {std::pair{"plain", Kind::PLAIN}, {"full", Kind::FULL}, {"journal", Kind::JOURNAL}}) {
+    EXPECT_FALSE(Parse({"--config=there", "--log-format", word}));
+    EXPECT_EQ(line.logFormat, kind);
+  }
 }
 
 TEST_F(ParseCommandLine, TakesACheckAlone) {
@@ -89,8 +102,8 @@ TEST_F(ParseCommandLine, ExplainsItself) {
   EXPECT_FALSE(ending->isError);
   EXPECT_THAT(ending->text, StartsWith("Usage: vantacored --config DIR [OPTION...]\n"));
   for (const char* option :
-       {"--config DIR", "--log LEVEL", "--daemon", "--socket PATH", "--tick-us N", "--partial",
-        "--check DIR", "--strict", "--diff OTHER", "--help", "--version"}) {
+       {"--config DIR", "--log LEVEL", "--daemon", "--socket PATH", "--metrics PATH", "--tick-us N",
+        "--partial", "--check DIR", "--strict", "--diff OTHER", "--help", "--version"}) {
     EXPECT_THAT(ending->text, HasSubstr(option));
   }
 }
@@ -112,6 +125,7 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({"--daemon=yes"}, "no value belongs to \"--daemon=yes\"");
   ExpectError({"--config", "a", "--socket", ""}, "--socket takes a path");
   ExpectError({"--config", "a", "--socket="}, "--socket takes a path");
+  ExpectError({"--config", "a", "--metrics="}, "--metrics takes a path");
   ExpectError({"--config", "a", "b"}, "not an option: \"b\"");
   ExpectError({"--check"}, "a value is missing after \"--check\"");
   ExpectError({"--check", ""}, "--check takes a folder");
@@ -133,6 +147,8 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
     ExpectError({option, "--config", "a", "--diff", "b"}, "--diff goes with --config only");
     ExpectError({"--config", "a", "--diff", "b", option}, "--diff goes with --config only");
   }
+  ExpectError({"--log-format", "json"}, "--log-format takes plain, full or journal, not \"json\"");
+  ExpectError({"--log-format", ""}, "--log-format takes plain, full or journal, not \"\"");
   ExpectError({"--log", "11"}, "--log takes a level from 0 to 10, not \"11\"");
   ExpectError({"--log", ""}, "--log takes a level from 0 to 10, not \"\"");
   ExpectError({"--log", "1x"}, "--log takes a level from 0 to 10, not \"1x\"");

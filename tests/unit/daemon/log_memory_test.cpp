@@ -44,7 +44,7 @@ class LogMemory : public testing::Test {
     ASSERT_EQ(pipe(m_ends), 0);
     ASSERT_EQ(fcntl(m_ends[0], F_SETPIPE_SZ, PIPE_SIZE), static_cast<int>(PIPE_SIZE));
     fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
-    m_writer.emplace(&m_loop, m_ends[1]);
+    m_writer.emplace(&m_loop, m_ends[1], vantacored::LogFormat());
   }
   void TearDown() override {
     m_writer.reset();

@@ -11,8 +11,12 @@
 #include <unistd.h>
 #include <uv.h>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -26,6 +30,7 @@
 namespace {
 
 using testing::EndsWith;
+using vantacored::LogFormat;
 using vantacored::LogWriter;
 
 enum class Kind { PIPE, SOCKET, TERMINAL, PIPE_OF_ANOTHER };
@@ -33,7 +38,7 @@ enum class Kind { PIPE, SOCKET, TERMINAL, PIPE_OF_ANOTHER };
 // A log and its reader, which reads when the test does.
 class Log {
  public:
-  explicit Log(Kind kind) {
+  explicit Log(Kind kind, const LogFormat& format = LogFormat()) : m_format(format) {
     std::signal(SIGPIPE, SIG_IGN);
     uv_loop_init(&m_loop);
     if (kind == Kind::SOCKET) {
@@ -48,7 +53,7 @@ class Log {
       EXPECT_TRUE(geteuid() != 0 || seteuid(65534) == 0);
     }
     fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
-    writer = std::make_unique<LogWriter>(&m_loop, m_ends[1]);
+    writer = std::make_unique<LogWriter>(&m_loop, m_ends[1], format);
     // Whoever looks for leaks at the end must be allowed to look into the process.
     EXPECT_EQ(seteuid(getuid()), 0);
   }
@@ -70,6 +75,12 @@ class Log {
       text.erase(at, 1);
     }
     return text;
+  }
+  // Not more than fits a page.
+  std::string ReadALittle() {
+    char bytes[4096];
+    const ssize_t count = read(m_ends[0], bytes, sizeof bytes);
+    return std::string(bytes, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
   }
   // Whether there is something to read within a while.
   bool AwaitText() const {
@@ -93,12 +104,13 @@ class Log {
   // Elsewhere than to the reader.
   void WriteTo(int fd) {
     writer.reset();
-    writer = std::make_unique<LogWriter>(&m_loop, fd);
+    writer = std::make_unique<LogWriter>(&m_loop, fd, m_format);
   }
 
   std::unique_ptr<LogWriter> writer;
 
  private:
+  const LogFormat m_format;
   uv_loop_t m_loop;
   int m_ends[2] = {-1, -1};
 };
@@ -194,16 +206,88 @@ TEST_P(LogWriterOf, WritesTheRestAtTheEnd) {
   EXPECT_EQ(text, Lines(0, COUNT));
 }
 
+// A pipe holds 64 KiB: the writer goes on each time that the reader comes.
+TEST(LogWriterOfAPipe, WaitsAtTheEndForAReaderThatIsSlow) {
+  constexpr int COUNT = 3000;
+  constexpr std::chrono::milliseconds PAUSE(6);
+  Log log(Kind::PIPE);
+  Write(0, COUNT);
+  std::string text;
+  std::thread reader([&] {
+    while (text.size() < static_cast<std::size_t>(COUNT * LINE_SIZE) && log.AwaitText()) {
+      text += log.ReadALittle();
+      std::this_thread::sleep_for(PAUSE);
+    }
+  });
+  log.writer.reset();
+  reader.join();
+  EXPECT_TRUE(text == Lines(0, COUNT)) << text.size() << " bytes have come";
+}
+
+TEST(LogWriterOfAPipe, GivesUpAtTheEndAReaderThatIsFarTooSlow) {
+  Log log(Kind::PIPE);
+  Write(0, static_cast<int>(LogWriter::LIMIT / 2 / LINE_SIZE));
+  std::atomic<bool> isOver = false;
+  std::thread reader([&] {
+    while (!isOver) {
+      log.ReadALittle();
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+  });
+  const auto begin = std::chrono::steady_clock::now();
+  log.writer.reset();
+  const auto took = std::chrono::steady_clock::now() - begin;
+  isOver = true;
+  reader.join();
+  EXPECT_GE(took, std::chrono::milliseconds(LogWriter::LONGEST_FLUSH_MILLISECONDS - 10));
+  EXPECT_LT(took, std::chrono::milliseconds(LogWriter::LONGEST_FLUSH_MILLISECONDS + 3000));
+}
+
 INSTANTIATE_TEST_SUITE_P(All, LogWriterOf,
                          testing::Values(Kind::PIPE, Kind::SOCKET, Kind::TERMINAL,
                                          Kind::PIPE_OF_ANOTHER));
 
-// The longest assertion, whose last byte is no end of a line.
+// What follows begins a line of its own.
 TEST(LogWriterOfAPipe, CutsAnAssertionThatIsTooLong) {
   Log log(Kind::PIPE);
   const std::string expression(600, 'x');
   Tarsel::OnAssert(expression.c_str(), "file.cpp", 7);
-  EXPECT_EQ(log.Read(), ("Assertion failed: " + expression).substr(0, 511));
+  EXPECT_EQ(log.Read(), ("Assertion failed: " + expression).substr(0, 510) + "\n");
+}
+
+// The clock stands still.
+const LogFormat FULL(LogFormat::Kind::FULL, [] { return std::timespec{1795342500, 5000000}; });
+
+TEST(LogWriterOfAPipe, WritesEachLineWithItsPrefix) {
+  setenv("TZ", "UTC0", 1);
+  Log log(Kind::PIPE, FULL);
+  Tarsel::TRACE("one\ntwo\n");
+  Tarsel::TRACE(0, "without an end");
+  vantacored::LogAs(vantacored::Severity::WARNING, "look");
+  vantacored::LogAs(vantacored::Severity::ERROR, "at it");
+  Tarsel::TRACE("again\n");
+  Tarsel::OnAssert("a == b", "file.cpp", 7);
+  const std::string time = "2026-11-22T10:15:00.005+00:00 ";
+  EXPECT_EQ(log.Read(), time + "notice host: one\n" + time + "notice host: two\n" + time +
+                            "error host: without an end\n" + time + "warning host: look\n" + time +
+                            "error host: at it\n" + time + "notice host: again\n" + time +
+                            "error host: Assertion failed: a == b (file.cpp:7)\n");
+}
+
+TEST(LogWriterOfAPipe, TellsWhatWasLostWithAPrefix) {
+  constexpr int COUNT = static_cast<int>(LogWriter::LIMIT * 2 / LINE_SIZE);
+  setenv("TZ", "UTC0", 1);
+  Log log(Kind::PIPE, FULL);
+  Write(0, COUNT);
+  log.Turn();
+  const std::string lost = " lines of the log were lost: their reader had stopped\n";
+  const std::string text = log.ReadUntil(lost);
+  ASSERT_THAT(text, EndsWith(lost));
+  const std::string line = text.substr(text.rfind('\n', text.size() - 2) + 1);
+  EXPECT_THAT(line, testing::MatchesRegex(
+                        "2026-11-22T10:15:00.005.00:00 warning host: [0-9]+ lines of .*\n"));
+  const auto written = std::count(text.begin(), text.end(), '\n') - 1;
+  EXPECT_THAT(line, testing::HasSubstr(": " + std::to_string(COUNT - written) + " lines"));
 }
 
 TEST(LogWriterOfAPipe, LeavesTheLogToStandardErrorWhenItEnds) {
@@ -272,6 +356,9 @@ TEST_F(LogWriterOnAFullDisk, TellsWhatItHasCost) {
   Tarsel::TRACE("whole again\n");
   EXPECT_EQ(Written(),
             "whole\none that\n2 lines of the log were lost: File too large\nwhole again\n");
+  EXPECT_EQ(m_log.writer->CountLost(), 2u);  // told or not
+  WriteWith(14, {"lost, too"});
+  EXPECT_EQ(m_log.writer->CountLost(), 3u);
 }
 
 TEST_F(LogWriterOnAFullDisk, TellsAtTheEndAtTheLatest) {

@@ -15,15 +15,15 @@
 
 namespace {
 
-using apply::AddressRow;
-using apply::InstanceRow;
-using apply::InterfaceRow;
-using apply::ProtocolRow;
-using apply::RouteRow;
-using apply::Row;
-using apply::RuleRow;
 using routing_stack::Answer;
 using routing_stack::RowType;
+using rows::AddressRow;
+using rows::InstanceRow;
+using rows::InterfaceRow;
+using rows::ProtocolRow;
+using rows::RouteRow;
+using rows::Row;
+using rows::RuleRow;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Lines = std::vector<std::string>;
@@ -36,10 +36,10 @@ constexpr std::uint32_t OSPF = intent::CODE_OSPF;
 std::string TextOf(const Row& row) {
   const char* const kinds[] = {"instance ",     "interface ", "address ",
                                "protocol row ", "route ",     "rule "};
-  return kinds[row.index()] + std::to_string(apply::VlanOf(row));
+  return kinds[row.index()] + std::to_string(rows::VlanOf(row));
 }
 
-class Listener : public apply::StackListener {
+class Listener : public rows::StackListener {
  public:
   void Answered(const Row& row, unsigned int status) override {
     heard.push_back(TextOf(row) + ": " + std::to_string(status));
@@ -106,13 +106,13 @@ TEST_F(StackPortTest, InstancesHaveTheDistancesOfTheDocument) {
          "vlans.json");
   ASSERT_TRUE(Settle());
   std::vector<std::string> read;
-  std::optional<apply::StackInstance> last;
+  std::optional<rows::StackInstance> last;
   for (;;) {
     const auto slice = port.ReadInstances(last ? &*last : nullptr, 3);
     if (slice.empty()) {
       break;
     }
-    for (const apply::StackInstance& instance : slice) {
+    for (const rows::StackInstance& instance : slice) {
       read.push_back(std::to_string(instance.row.vlan) + (instance.row.ip6 ? "/6" : "/4"));
       const auto found = port.FindInstance(instance.row);
       ASSERT_TRUE(found);
@@ -159,7 +159,7 @@ TEST_F(StackPortTest, RoutesAreReadInSlicesAndFound) {
     SendRoute(10 | IP6_BIT, third);
   }
   ASSERT_TRUE(Settle());
-  std::vector<apply::StackRoute> read;
+  std::vector<rows::StackRoute> read;
   for (auto slice = port.ReadRoutes(nullptr, 7); !slice.empty();
        slice = port.ReadRoutes(&read.back(), 7)) {
     EXPECT_LE(slice.size(), 7u);

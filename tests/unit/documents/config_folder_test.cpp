@@ -365,6 +365,43 @@ TEST_F(ConfigFolder, ReadsAFileThatIsNotSettled) {
 
 // ---- a folder that changes while it is read
 
+// A look at a file asks for the time of day once, and reading it once more.
+TEST_F(ConfigFolder, ReadsAFileOnceToTellWhetherItDiffers) {
+  ReadFirst();
+  ASSERT_FALSE(folder.stamps.at("vlans.json").isSettled);
+  int asked = 0;
+  Clock::onAsked = [&] { ++asked; };
+  const auto asksFor = [&](bool differs, int count) {
+    asked = 0;
+    EXPECT_EQ(reader.DiffersFrom(folder), differs);
+    EXPECT_EQ(asked, count);
+  };
+  asksFor(false, 4);
+  asksFor(false, 4);  // they were read too soon after their last change
+  Clock::ahead = 10 * SECOND;
+  asksFor(false, 4);
+  asksFor(false, 2);
+  files.Write("vlans.json", Vlan(11));  // as long as before
+  Clock::ahead = 20 * SECOND;
+  asksFor(true, 3);
+  asksFor(true, 2);
+  files.Write("vlans.json", Vlan(10));
+  asksFor(false, 3);
+  Clock::onAsked = nullptr;
+}
+
+TEST_F(ConfigFolder, DoesNotRememberAFileThatCannotBeRead) {
+  ReadFirst();
+  Clock::ahead = 10 * SECOND;
+  std::filesystem::rename(files.PathOf("vlans.json"), files.PathOf("text"));
+  std::filesystem::create_directory(files.PathOf("vlans.json"));
+  EXPECT_TRUE(reader.DiffersFrom(folder));
+  EXPECT_TRUE(reader.DiffersFrom(folder));
+  std::filesystem::remove(files.PathOf("vlans.json"));
+  std::filesystem::rename(files.PathOf("text"), files.PathOf("vlans.json"));
+  EXPECT_FALSE(reader.DiffersFrom(folder));
+}
+
 TEST_F(ConfigFolder, IsReadAgainIfAFileChangesMeanwhile) {
   int asked = 0;
   Clock::onAsked = [&] {

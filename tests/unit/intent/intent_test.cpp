@@ -49,6 +49,25 @@ TEST_F(Intent, NamesTheVlansOfAllDocuments) {
   EXPECT_THAT(intent::Intent(folder).GetNamedVlans(), ElementsAre(10, 11));
 }
 
+TEST_F(Intent, CanHaveOtherInterfaces) {
+  Add("vlans.json", 10, "\"x-note\": 1");
+  const auto file = std::make_shared<documents::DeviceFile>();
+  ASSERT_TRUE(documents::ReadDeviceDocument(
+      R"({"default_vlan": 10, "interfaces": [{"name": "eth0", "vlan": 10, "index": 3}]})",
+      "device.json", *file));
+  folder.deviceFile = file;
+  const intent::Intent intent(folder);
+  documents::Interfaces interfaces = intent.GetDevice().interfaces;
+  interfaces.at({10, 3}).up = false;
+  const intent::Intent other = intent.WithInterfaces(interfaces);
+  EXPECT_FALSE(other.GetDevice().interfaces.at({10, 3}).up);
+  EXPECT_TRUE(intent.GetDevice().interfaces.at({10, 3}).up);
+  EXPECT_EQ(other.GetDevice().defaultVlan, 10);
+  EXPECT_EQ(other.GetDevice().origins.size(), 1u);
+  EXPECT_EQ(other.GetDocuments(), folder.files);
+  EXPECT_THAT(other.GetNamedVlans(), ElementsAre(10));
+}
+
 TEST_F(Intent, KnowsWhereInterfacesAndAddressesStand) {
   const auto file = std::make_shared<documents::DeviceFile>();
   ASSERT_TRUE(documents::ReadDeviceDocument(

@@ -82,6 +82,22 @@ TEST(ResolveRoutes, LeavesOutRoutesOfOtherVlans) {
               IsEmpty());
 }
 
+TEST(ResolveRoutes, TellsWhichRoutesWait) {
+  const documents::ConfigFiles files = {
+      File("vlans.json", {Entry(10, {Member("r", 1, "eth9", 7), Member("s", 2, "eth0")}),
+                          Entry(11, {Member("t", 3, "eth0")})}),
+      File("remote/a.json", {Entry(10, {Member("u", 1, "eth9", 8)})})};
+  intent::UnresolvedRoutes unresolved;
+  intent::ResolveRoutes(files, Context(), &unresolved);
+  ASSERT_EQ(unresolved.size(), 2u);
+  EXPECT_EQ(unresolved[0].target, Route(1, 0).target);
+  EXPECT_EQ(unresolved[0].metric, 7u);
+  EXPECT_EQ(unresolved[0].interface, "eth9");
+  EXPECT_FALSE(unresolved[0].lacksVlan);
+  EXPECT_EQ(unresolved[1].target.vlan, 11);
+  EXPECT_TRUE(unresolved[1].lacksVlan);
+}
+
 TEST(ResolveRoutes, OrdersRoutesByIndex) {
   EXPECT_THAT(
       Resolve({File("vlans.json", {Entry(10, {Member("a", 1, "eth0"), Member("b", 1, "eth1"),

@@ -53,16 +53,22 @@ constexpr documents::Object BGP = documents::ObjectWith("BGP", BGP_MEMBERS);
 constexpr Member PROTOCOL_MEMBERS[] = {documents::ObjectOf("BGP", BGP)};
 constexpr documents::Protocols DECLARED = documents::ProtocolsOf(PROTOCOL_MEMBERS);
 
-intent::Intent Read(const documents::Protocols& declared, const std::string& members) {
+// VLAN 10 with these members.
+intent::Intent ReadVlan(const documents::Protocols& declared, const std::string& members) {
   const auto file = std::make_shared<documents::ConfigFile>();
   file->name = "vlans.json";
-  EXPECT_TRUE(documents::ReadVlanDocument(WithMembers(R"("BGP": {"enabled": true)" + members + "}"),
-                                          documents::VlanShapes(declared), *file));
+  EXPECT_TRUE(
+      documents::ReadVlanDocument(WithMembers(members), documents::VlanShapes(declared), *file));
   EXPECT_FALSE(file->findings.HasErrors()) << file->findings.Lines()[0];
   documents::Folder folder;
   folder.declared = declared;
   folder.files.push_back(file);
   return intent::Intent(folder);
+}
+
+// BGP runs, with these members, too.
+intent::Intent Read(const documents::Protocols& declared, const std::string& members) {
+  return ReadVlan(declared, R"("BGP": {"enabled": true)" + members + "}");
 }
 
 // What the only changed line says of BGP, between the name and the place.
@@ -170,6 +176,20 @@ TEST_F(UndeclaredMember, IsToldAsRoutersCanReadIt) {
 
 TEST_F(UndeclaredMember, IsNotLookedAtWhereRoutersCannotRead) {
   EXPECT_EQ(Change(R"(, "a": [1, 2])", R"(, "a": [3, 4])"), "");
+}
+
+// That a protocol runs is told by its line, not by the member that says so.
+TEST(UndeclaredProtocol, RunsOrNotInAnyWords) {
+  const auto vlan = [](const std::string& members) { return ReadVlan({nullptr, 0}, members); };
+  const auto without = vlan(R"("x-note": 1)");
+  const auto running = vlan(R"("BGP": {"enabled": true, "a": 1})");
+  EXPECT_THAT(ListAll(without, running),
+              ElementsAre("VLAN 10", "  + BGP: a 1 (vlans.json: VLAN_CONFIGURATIONS.v.BGP)",
+                          "1 protocol added; 0 requests"));
+  EXPECT_THAT(ListAll(running, vlan(R"("BGP": {"enabled": false, "a": 1})")),
+              ElementsAre("VLAN 10", "  - BGP", "1 protocol removed; 0 requests"));
+  EXPECT_THAT(ListAll(running, vlan(R"("BGP": {"a": 1})")), ElementsAre("no change"));
+  EXPECT_THAT(ListAll(vlan(R"("BGP": {"a": 1})"), running), ElementsAre("no change"));
 }
 
 }  // namespace

@@ -156,6 +156,11 @@ TEST_F(Routers, KeepOspfAreas) {
             "  area 0.0.0.1: active, 1 interfaces\n");
   ospf->DeactivateArea(1);
   EXPECT_FALSE(ospf->IsAreaActive(1));
+  ospf->RemoveAreaInterface(1, 3);
+  ospf->ActivateArea(0x0AC8FF1F);
+  log->all.clear();
+  ospf->DisplayAreas(&console);
+  EXPECT_THAT(log->all, testing::EndsWith("\n  area 10.200.255.31: active, 0 interfaces\n"));
 }
 
 }  // namespace

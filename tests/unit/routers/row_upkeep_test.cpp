@@ -93,12 +93,14 @@ TEST_F(RowUpkeep, ListsARowThatSeveralDocumentsHaveOnce) {
   LoadRemote(Peer(65002));
   EXPECT_THAT(AllRows(), SizeIs(1));
   EXPECT_EQ(routers::CountWantedRows(), 1u);
+  EXPECT_TRUE(routers::IsRowWanted(THE_PEER));
 }
 
 TEST_F(RowUpkeep, ARowThatIsBeingRemovedIsListedAndNotWanted) {
   Apply(Peer());
   Load(NO_PEERS);
   EXPECT_THAT(AllRows(), SizeIs(1));
+  EXPECT_FALSE(routers::IsRowWanted(THE_PEER));
   EXPECT_EQ(routers::CountWantedRows(), 0u);
   ASSERT_TRUE(Settle());
   EXPECT_THAT(AllRows(), IsEmpty());

@@ -21,8 +21,12 @@ std::string Line(const Message& message) {
       return wire::EncodeCommand(message.text);
     case Message::COMPLETION:
       return wire::EncodeCompletion(message.text);
+    case Message::HELP:
+      return wire::EncodeHelp(message.text);
     case Message::INTERRUPT:
       return wire::EncodeInterrupt();
+    case Message::LIVE:
+      return wire::EncodeLive();
     case Message::NO_WAIT:
       return wire::EncodeNoWait();
     case Message::SINGLE:
@@ -49,7 +53,7 @@ class DecoderAtRandom : public testing::Test {
   }
 
   std::string SomeLine() {
-    switch (m_random.Below(9)) {
+    switch (m_random.Below(11)) {
       case 0:
         return wire::EncodeGreeting(static_cast<unsigned short>(m_random.Below(65536)));
       case 1:
@@ -58,6 +62,10 @@ class DecoderAtRandom : public testing::Test {
         return wire::EncodeCompletion(SomeText());
       case 3:
         return wire::EncodeInterrupt();
+      case 9:
+        return wire::EncodeHelp(SomeText());
+      case 10:
+        return wire::EncodeLive();
       case 4:
         return wire::EncodeOutput(SomeText());
       case 5:

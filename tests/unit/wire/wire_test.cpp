@@ -29,10 +29,12 @@ std::string Shown(const std::string& bytes) {
 }
 
 TEST(Wire, IsLinesThatAPersonCanRead) {
-  EXPECT_EQ(wire::EncodeGreeting(), "V 2\n");
+  EXPECT_EQ(wire::EncodeGreeting(), "V 3\n");
   EXPECT_EQ(wire::EncodeCommand("vrf 20"), "C vrf 20\n");
   EXPECT_EQ(wire::EncodeCompletion("ip pro"), "W ip pro\n");
+  EXPECT_EQ(wire::EncodeHelp("ip pro"), "H ip pro\n");
   EXPECT_EQ(wire::EncodeInterrupt(), "I\n");
+  EXPECT_EQ(wire::EncodeLive(), "L\n");
   EXPECT_EQ(wire::EncodeNoWait(), "N\n");
   EXPECT_EQ(wire::EncodeSingle(), "S\n");
   EXPECT_EQ(wire::EncodeProgress(7, 4294967295), "G 7 4294967295\n");
@@ -61,6 +63,11 @@ TEST(Wire, ReadsWhatItWrites) {
   ASSERT_TRUE(interrupt);
   EXPECT_EQ(interrupt->kind, Message::INTERRUPT);
   EXPECT_EQ(Decode(wire::EncodeNoWait())->kind, Message::NO_WAIT);
+  const auto help = Decode(wire::EncodeHelp("ip b"));
+  ASSERT_TRUE(help);
+  EXPECT_EQ(help->kind, Message::HELP);
+  EXPECT_EQ(help->text, "ip b");
+  EXPECT_EQ(Decode(wire::EncodeLive())->kind, Message::LIVE);
   EXPECT_EQ(Decode(wire::EncodeSingle())->kind, Message::SINGLE);
   const auto progress = Decode(wire::EncodeProgress(4294967295, 12));
   ASSERT_TRUE(progress);
@@ -114,7 +121,8 @@ TEST(Wire, TakesNothingBehindWhatIsNoMessage) {
                            "R",         "R 0",
                            "R 0 ",      "R  1",
                            "R 6 1",     "N ",
-                           "SS",        "G 1",
+                           "SS",        "H",
+                           "L ",        "G 1",
                            "G 1 ",      "G 1 4294967296",
                            "G -1 1",    "R -1 1",
                            "R 0 65536", "R 0 1 ",
