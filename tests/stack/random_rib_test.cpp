@@ -312,20 +312,22 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
     m_count.rows += control.Rib().size();
     m_count.installed += control.Routes().size();
   }
+  using test_models::ExpectAtLeast;
   const unsigned long least = test_models::Scaled(400);
-  EXPECT_GE(m_count.flaps, least);
-  EXPECT_GE(m_count.addressChanges, least);
-  EXPECT_GE(m_count.instanceChanges, least / 4);
-  EXPECT_GE(m_count.distanceChanges, least / 4);
-  EXPECT_GE(m_count.overwrites, least / 4);
-  EXPECT_GE(m_count.refusals, least / 4);
-  EXPECT_GE(m_count.removals, least);
-  // About 45 on average; a short run spends much of its time filling the tables.
-  EXPECT_GE(m_count.rows, 8 * operations);
-  EXPECT_GE(m_count.installed, 2 * operations);
+  ExpectAtLeast(m_count.flaps, least, "flaps");
+  ExpectAtLeast(m_count.addressChanges, least, "changes of addresses");
+  ExpectAtLeast(m_count.instanceChanges, least / 4, "changes of instances");
+  ExpectAtLeast(m_count.distanceChanges, least / 4, "changes of distances");
+  ExpectAtLeast(m_count.overwrites, least / 4, "overwritten routes");
+  ExpectAtLeast(m_count.refusals, least / 4, "refusals");
+  ExpectAtLeast(m_count.removals, least, "removals");
+  // About 45 and some on average.
+  ExpectAtLeast(m_count.rows, 8 * operations, "rows, summed up");
+  ExpectAtLeast(m_count.installed, 2 * operations, "installed routes, summed up");
   for (const RowType cause : {RowType::kRtm, RowType::kInterface, RowType::kAddress,
                               RowType::kRoute, RowType::kProtocol}) {
-    EXPECT_GE(m_count.causes[static_cast<std::size_t>(cause)], least / 40);
+    const auto number = static_cast<std::size_t>(cause);
+    ExpectAtLeast(m_count.causes[number], least / 40, "cause " + std::to_string(number));
   }
 }
 
@@ -349,9 +351,9 @@ TEST_F(RandomRibTest, ChangesInTheMiddleOfTheWorkEndInTheSameTables) {
     }
     host.Take();
   }
-  EXPECT_GE(comparisons, operations / 10);
+  test_models::ExpectAtLeast(comparisons, operations / 10, "comparisons");
   for (const unsigned long changes : m_count.forwardingChanges) {
-    EXPECT_GE(changes, operations / 200);
+    test_models::ExpectAtLeast(changes, operations / 200, "changes of the forwarding table");
   }
 }
 
