@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "device/program/counted.h"
+
 namespace apply {
 
 void CollectChanges(const intent::Intent& from, const intent::Intent& to, Outcome& outcome) {
@@ -33,6 +35,12 @@ std::vector<std::string> DescribeChanges(const Outcome& outcome) {
 std::string DescribeKept(std::size_t count) {
   return std::to_string(count) + (count == 1 ? " old route is" : " old routes are") +
          " kept until a new one can take its place, or a reload";
+}
+
+std::string DescribeWarnings(std::size_t count, unsigned int revision) {
+  const std::string word = revision == 0 ? "check" : "diff " + std::to_string(revision) + " json";
+  return program::Counted(count, "warning", "warnings") + "; `" + word + "` shows " +
+         (count == 1 ? "it" : "them");
 }
 
 std::vector<std::string> DescribeEffect(const Outcome& outcome) {

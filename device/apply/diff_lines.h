@@ -20,6 +20,9 @@ void CollectChanges(const intent::Intent& from, const intent::Intent& to, Outcom
 /// The lines that tell them, with the totals. For the thread pool.
 std::vector<std::string> DescribeChanges(const Outcome& outcome);
 
+/// "2 warnings; `check` shows them", of what `revision` has, or of the folder if that is 0.
+std::string DescribeWarnings(std::size_t count, unsigned int revision);
+
 /// What there is to say besides: the time that the requests take, if that is known, what the guard
 /// says, and how many routes of the last change are still kept.
 std::vector<std::string> DescribeEffect(const Outcome& outcome);

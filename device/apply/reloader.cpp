@@ -205,7 +205,9 @@ void Reloader::Judge(const SharedResult& result) {
     return;
   }
   const bool isUsable = IsUsable(result->reading, m_howToRead);
-  if (m_job->kind != Job::DIFF || !isUsable) {
+  if (m_job->kind == Job::DIFF && isUsable) {
+    m_job->outcome->findings.Add(findings);  // of a way the warnings are counted only
+  } else {
     TellFindings(result->choice.findings);
     TellFindings(findings);
   }

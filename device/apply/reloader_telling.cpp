@@ -75,6 +75,9 @@ void Reloader::TellDiff(const SharedResult& result) {
     outcome.seconds = outcome.totals.requests / pace;
   }
   outcome.kept = m_knowledge.GetRoutes().CountKept();
+  if (const std::size_t warnings = outcome.findings.CountWarnings(); warnings != 0) {
+    result->lines.push_back(DescribeWarnings(warnings, m_job->number));
+  }
   for (std::string& line : DescribeEffect(outcome)) {
     result->lines.push_back(std::move(line));
   }

@@ -1,4 +1,5 @@
 // Revisions as an operator meets them: what is undone, confirmed, goes back by itself, and refused.
+#include <algorithm>
 #include <filesystem>
 
 #include "tests/unit/apply/reloader_fixture.h"
@@ -88,6 +89,44 @@ TEST_F(Transactions, ADiffToABrokenFolderHasNoWay) {
   EXPECT_TRUE(outcome->findings.HasErrors());
   EXPECT_THAT(outcome->changes, IsEmpty()) << "all would go, if there were no errors";
   EXPECT_TRUE(outcome->totals.IsEmpty());
+}
+
+// They are those of `check`, which lists them.
+TEST_F(Transactions, ADiffTellsHowManyWarningsThereAre) {
+  StartWithRoutes(1);
+  const auto far = [](const std::string& gateways) {
+    return R"("a": {"vid": 10, "STATIC_ROUTES": {)" + gateways + "}}";
+  };
+  const auto route = [](const std::string& name) {
+    return "\"" + name + R"(": {"interface": "eth0", "network": "10.)" + name +
+           R"(.0.0", "netmask": "255.255.0.0", "gateway": "10.77.2.1"})";
+  };
+  const auto diff = [this](std::optional<unsigned int> revision) {
+    apply::SharedOutcome outcome;
+    Heard heard;
+    apply::Asker asker = heard.Asker();
+    asker.take = [&outcome](const apply::SharedOutcome& taken) { outcome = taken; };
+    m_reloader->Diff(asker, revision);
+    TurnUntilDone();
+    EXPECT_THAT(heard.ends, ElementsAre(true));
+    const std::size_t warnings = outcome ? outcome->findings.CountWarnings() : 99;
+    const auto line = std::find_if(heard.lines.begin(), heard.lines.end(), [](const auto& one) {
+      return one.find("warning") != std::string::npos;
+    });
+    return std::pair(line == heard.lines.end() ? "" : *line, warnings);
+  };
+  EXPECT_EQ(diff(std::nullopt), std::pair(std::string(), std::size_t{0}));
+  WriteVlans(far(route("21")));
+  EXPECT_EQ(diff(std::nullopt),
+            std::pair(std::string("1 warning; `check` shows it\n"), std::size_t{1}));
+  ReloadWith(far(route("21") + ", " + route("22")));
+  EXPECT_EQ(diff(std::nullopt),
+            std::pair(std::string("2 warnings; `check` shows them\n"), std::size_t{2}))
+      << "also of a folder that has not changed";
+  ReloadWith(WithRoutes(2));
+  EXPECT_EQ(diff(2),
+            std::pair(std::string("2 warnings; `diff 2 json` shows them\n"), std::size_t{2}));
+  EXPECT_EQ(diff(1).second, 0u);
 }
 
 // An old route that a reload has left may go later without a successor, so a yes without a word of it
