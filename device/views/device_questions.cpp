@@ -75,7 +75,7 @@ AnyView DeviceQuestions::Watch(const WatchQuery& query, Format format) {
 
 Retried DeviceQuestions::Retry(const std::optional<Prefix>& prefix) {
   m_sources.feed.GetCauses().Retried(m_sources.stack.Now());
-  return RetryNow(m_sources.reloader, prefix);
+  return RetryNow(m_sources, prefix);
 }
 
 std::vector<std::string> DeviceQuestions::CompleteVlan(const std::string& begun, std::size_t most) {

@@ -4,13 +4,13 @@
 
 #include <optional>
 
-#include "device/apply/reloader.h"
 #include "questions.h"
+#include "sources.h"
 
 namespace views {
 
 /// Of a prefix the routes in all VLANs.
-Retried RetryNow(apply::Reloader& reloader, const std::optional<Prefix>& prefix);
+Retried RetryNow(const Sources& sources, const std::optional<Prefix>& prefix);
 
 }  // namespace views
 
