@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "shown.h"
+#include "signs.h"
 #include "transactions_fixture.h"
 
 namespace {
@@ -187,6 +188,29 @@ TEST_F(Transactions, GoBackByThemselvesUnlessConfirmed) {
   EXPECT_EQ(Ask({"confirm", "4"}).status, 0);
   EXPECT_EQ(Ask({"confirm", "4"}).status, 1);
   EXPECT_EQ(CountRoutes(), 3);
+}
+
+// Whoever waits at the daemon's own prompt, and whoever watches.
+TEST_F(Transactions, TellThatTheyHaveGoneBack) {
+  const char* const prompt = "vantacore[10]> ";
+  DaemonProcess process(With({"--socket", path}), DaemonProcess::TERMINAL);
+  process.ReadUntil(prompt);
+  DaemonProcess watcher({"--socket", path, "watch", "reload"}, DaemonProcess::PIPES,
+                        VANTACORECTL_COMMAND);
+  system_test::Await("somebody who watches", [this] {
+    return Ask({"status"}).output.find("sessions        3\n") != std::string::npos;
+  });
+  WriteRoutes(3);
+  process.SendAndAwaitReading("reload confirm 1\r");
+  process.ReadUntil("otherwise revision 1 comes back");
+  process.ReadUntil(prompt);
+  process.ReadUntil("Revision 2 was not confirmed in time");  // nothing has been typed
+  process.ReadUntil("Revision 3, way back to revision 1: ");
+  process.ReadUntil(prompt);
+  watcher.ReadUntil(" Revision 2 was not confirmed in time (");
+  watcher.ReadUntil(" Revision 3, way back to revision 1: ");
+  process.Send("quit\r");
+  EXPECT_EQ(process.Wait(), 0);
 }
 
 TEST_F(Transactions, KeepOthersOutWhileOneIsOpen) {
