@@ -30,7 +30,8 @@ void EndAsInterrupted() {
 Code ExecuteLines(Connection& connection) {
   Code first = Code::DONE;
   std::string line;
-  while (!connection.IsOver() && !connection.WasInterrupted()) {
+  for (unsigned long long number = 1; !connection.IsOver() && !connection.WasInterrupted();
+       ++number) {
     if (!std::getline(std::cin, line) || std::ferror(stdin)) {
       break;
     }
@@ -39,6 +40,9 @@ Code ExecuteLines(Connection& connection) {
     }
     const Code code = connection.Execute(line);
     first = first == Code::DONE ? code : first;
+    if (code != Code::DONE && !connection.WasInterrupted()) {
+      std::fprintf(stderr, "vantacorectl: line %llu: %s\n", number, wire::NameOf(code));
+    }
   }
   if (std::ferror(stdin)) {
     std::fputs("vantacorectl: standard input cannot be read\n", stderr);

@@ -35,8 +35,10 @@ void BatchSession::Flush() {
 }
 
 void BatchSession::Ready() {
+  TellLine();
   m_lines.Next([this](const std::optional<std::string>& line) {
     if (line) {
+      ++m_line;
       Execute(program::IsComment(*line) ? "" : *line);
     } else if (m_lines.HasFailed()) {
       Complain("vantacored: standard input cannot be read");
@@ -45,6 +47,13 @@ void BatchSession::Ready() {
       Leave(GetExitStatus());
     }
   });
+}
+
+// Its output says why, and may be that of any line.
+void BatchSession::TellLine() const {
+  if (const Result result = GetResult(); m_line != 0 && result != Result::DONE) {
+    Tarsel::TRACE("vantacored: line %llu: %s\n", m_line, wire::NameOf(result));
+  }
 }
 
 // The log has told of what had not settled.

@@ -9,7 +9,7 @@ namespace console {
 
 /// Waits until things have settled, then carries out one line after another, except comments
 /// (device/program/comment.h). The process ends with the input; its status is the number of the
-/// worst result of its lines (exit_rules.h). It ends with program::EXIT_FAILED as soon as output
+/// worst result of its lines (exit_rules.h). The log names each line that was not done. It ends with program::EXIT_FAILED as soon as output
 /// cannot be written or input cannot be read.
 class BatchSession : public Session {
  public:
@@ -24,7 +24,10 @@ class BatchSession : public Session {
   int GetExitStatus() const override;
 
  private:
+  void TellLine() const;
+
   loop::LineReader m_lines;
+  unsigned long long m_line = 0;  // the number of the last one; 0 before the first
 };
 
 }  // namespace console

@@ -24,6 +24,8 @@ constexpr CodeName CODES[] = {{Code::DONE, "done"},           {Code::REFUSED, "r
                               {Code::USAGE, "usage"},         {Code::UNREACHABLE, "unreachable"},
                               {Code::TIMED_OUT, "timed out"}, {Code::DIFFERS, "differs"}};
 
+constexpr const char* NameOf(Code code) { return CODES[static_cast<int>(code)].name; }
+
 }  // namespace wire
 
 #endif

@@ -50,6 +50,17 @@ TEST_F(Client, EndsWithTheReplysCode) {
   ExpectHealthyDaemon();
 }
 
+TEST_F(Client, NamesTheLinesThatWereNotDone) {
+  StartDaemon();
+  const Result result = Run({}, "! a script\nip protocol summary\nfoo\n\nvrf 30\nvrf 20\n");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.log, "vantacorectl: line 3: usage\nvantacorectl: line 5: refused\n");
+  EXPECT_THAT(result.output, StartsWith(SUMMARY + std::string("\"foo\" is unknown. ")));
+  EXPECT_THAT(result.output, EndsWith("\nVLAN 30 is not present\n"));
+  EXPECT_EQ(Run({"vrf", "30"}).log, "") << "a command alone has no line";
+  ExpectHealthyDaemon();
+}
+
 TEST_F(Client, AgreesWithAPipeOnWhatIsNotUnderstood) {
   StartDaemon();
   for (const Arguments& words :

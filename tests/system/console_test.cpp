@@ -60,6 +60,16 @@ TEST_F(Console, TakesLinesOfAScriptForComments) {
   EXPECT_EQ(Run("vrf 10 # no comment\n").status, 2) << "only a whole line is one";
 }
 
+TEST_F(Console, NamesTheLinesThatWereNotDone) {
+  const Result result =
+      Run("# a script\nfoo\nip protocol summary\n\nvrf 99\nip protocol\nvrf 10\n");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.log, HasSubstr("\nvantacored: line 2: usage\nvantacored: line 5: refused\n"
+                                    "vantacored: line 6: usage\nStopped after "));
+  EXPECT_THAT(result.output, StartsWith("\"foo\" is unknown. Possible: "));
+  EXPECT_THAT(result.output, HasSubstr("\nVLAN 99 is not present\nUsage:"));
+}
+
 TEST_F(Console, EndsWithItsInput) {
   const Result result = Run("");
   EXPECT_EQ(result.status, 0);

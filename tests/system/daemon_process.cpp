@@ -81,7 +81,8 @@ class OtherEnd {
 
 bool TellsWhatHappens(const std::string& line) {
   return test_support::IsHeadline(line) || line.rfind("Started: vantacored ", 0) == 0 ||
-         line.rfind("Stopped after ", 0) == 0 || line.find(": lab ") != std::string::npos;
+         line.rfind("Stopped after ", 0) == 0 || line.find(": lab ") != std::string::npos ||
+         line.rfind("vantacored: line ", 0) == 0 || line.rfind("vantacorectl: line ", 0) == 0;
 }
 
 }  // namespace

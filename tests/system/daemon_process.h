@@ -61,7 +61,8 @@ class DaemonProcess {
   /// Everything so far.
   const std::string& Output() const { return m_output.text; }
   const std::string& Log() const { return m_errors.text; }
-  /// The same without the lines that tell of starts, stops, changes and commands of the lab.
+  /// The same without the lines that tell of starts, stops, changes, commands of the lab, and lines
+  /// that were not done.
   std::string Errors() const;
 
  private:
@@ -87,7 +88,7 @@ class DaemonProcess {
 struct Result {
   int status;
   std::string output;
-  std::string errors;  // without the lines with which a start and each change tell what they change
+  std::string errors;  // as DaemonProcess's
   std::string log;     // with them
 };
 
