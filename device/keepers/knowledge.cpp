@@ -14,6 +14,13 @@ constexpr unsigned int LATE_LOOK_MILLISECONDS = 100;
 constexpr std::uint64_t PATIENCE_MILLISECONDS = 1000;
 constexpr std::size_t INTERFACES_A_TURN = 250;
 
+rows::InterfaceNames NamesOf(const Interfaces& interfaces) {
+  return [&interfaces](unsigned short vlan, std::uint32_t ifIndex) {
+    const auto found = interfaces.Get().find({vlan, ifIndex});
+    return found == interfaces.Get().end() ? std::string() : found->second.name;
+  };
+}
+
 }  // namespace
 
 Knowledge::Knowledge(uv_loop_s* loop, Interfaces& interfaces, const rows::StackPort& port,
@@ -22,13 +29,15 @@ Knowledge::Knowledge(uv_loop_s* loop, Interfaces& interfaces, const rows::StackP
                      std::uint64_t keepOldMilliseconds)
     : m_port(port),
       m_protocolRows(protocolRows),
-      m_differences(loop, port, report,
-                    [this](const rows::Row& row) -> rows::Keeper& { return KeeperOf(row); }),
+      m_differences(
+          loop, port, report,
+          [this](const rows::Row& row) -> rows::Keeper& { return KeeperOf(row); },
+          NamesOf(interfaces)),
       m_instances(port),
       m_interfaces(port, interfaces),
       m_addresses(port, interfaces),
       m_protocolRowKeeper(protocolRows),
-      m_routes(loop, port, m_differences, {keepOldMilliseconds, report}),
+      m_routes(loop, port, m_differences, {keepOldMilliseconds, report, NamesOf(interfaces)}),
       m_rules(loop, port, m_differences),
       m_comparer(
           loop, port,

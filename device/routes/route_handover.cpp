@@ -126,7 +126,7 @@ void RouteHandover::Report(const std::vector<rows::RouteRow>& first, std::size_t
     return;
   }
   for (const rows::RouteRow& row : first) {
-    m_options.report(rows::Describe(row) + " goes without a successor: " + why);
+    m_options.report(rows::Describe(row, m_options.names) + " goes without a successor: " + why);
   }
   if (count > first.size()) {
     m_options.report("... and " + std::to_string(count - first.size()) + " more routes: " + why);

@@ -33,6 +33,8 @@ class RouteHandover {
     std::uint64_t milliseconds = 60000;
     /// Takes a line without its end, for the log. May be empty.
     std::function<void(const std::string& line)> report = {};
+    /// For the words of routes. May be empty.
+    rows::InterfaceNames names = {};
   };
 
   /// `wake` is called when a route is to be removed. The port and the book are borrowed.

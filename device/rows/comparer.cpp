@@ -152,7 +152,7 @@ void Comparer::EndVerification() {
   for (std::size_t i = 0; i < m_keepers.size(); ++i) {
     ended.verdicts[i].kept = m_keepers[i]->CountKept();
     for (const Row& row : m_keepers[i]->FirstKept(ended.mostLines)) {
-      ended.verdicts[i].keptLines.push_back(Describe(row));
+      ended.verdicts[i].keptLines.push_back(Describe(row, m_differences.GetNames()));
     }
   }
   Begin(Job::NONE);
@@ -178,7 +178,8 @@ void Comparer::Judge(const Row& row, const Standing& standing) {
   ++m_findings;
   ++verdict.fails;
   if (verdict.lines.size() < m_verifications.front().mostLines) {
-    verdict.lines.push_back(DescribeFail(row, standing, m_differences.Find(row), m_port.Now()));
+    verdict.lines.push_back(DescribeFail(row, standing, m_differences.Find(row), m_port.Now(),
+                                         m_differences.GetNames()));
   }
 }
 

@@ -43,10 +43,11 @@ bool Differences::IsEarlier::operator()(All::iterator a, All::iterator b) const 
 
 Differences::Differences(uv_loop_s* loop, const StackPort& port,
                          std::function<void(const std::string&)> report,
-                         std::function<Keeper&(const Row&)> keeperOf)
+                         std::function<Keeper&(const Row&)> keeperOf, InterfaceNames names)
     : m_port(port),
       m_report(std::move(report)),
       m_keeperOf(std::move(keeperOf)),
+      m_names(std::move(names)),
       m_turn(loop),
       m_timer("Differences") {
   m_timer.SetCallback(
@@ -256,7 +257,7 @@ void Differences::Begin(const Row& row, const Standing& standing) {
   difference.since = m_port.Now();
   difference.next = difference.since + PauseAfter(0);
   m_due.insert(m_all.emplace(row, difference).first);
-  m_report(Describe(row, standing));
+  m_report(Describe(row, standing, m_names));
 }
 
 void Differences::SetStanding(Difference& difference, const Row& row, const Standing& standing) {
@@ -314,9 +315,9 @@ void Differences::Delay(All::iterator row) {
 }
 
 void Differences::End(All::iterator row) {
-  m_report(Describe(row->first) + (row->second.standing.kind == Standing::Kind::UNWANTED
-                                       ? " is gone from the stack now"
-                                       : " is as wanted now"));
+  m_report(Describe(row->first, m_names) + (row->second.standing.kind == Standing::Kind::UNWANTED
+                                                ? " is gone from the stack now"
+                                                : " is as wanted now"));
   if (m_due.erase(row) == 0) {
     m_vlans[VlanOf(row->first)].waiting.erase(row);
   }
@@ -369,7 +370,7 @@ void Differences::WhenDue(unsigned int, void*) {
   m_turn.Post([this] { Turn(); });
 }
 
-std::string Describe(const Row& row, const Standing& standing) {
+std::string Describe(const Row& row, const Standing& standing, const InterfaceNames& names) {
   const char* text = "";
   switch (standing.kind) {
     case Standing::Kind::EQUAL:
@@ -388,7 +389,7 @@ std::string Describe(const Row& row, const Standing& standing) {
       text = " is still in the stack";
       break;
   }
-  return Describe(row) + text +
+  return Describe(row, names) + text +
          (standing.IsDifference() && standing.status != 0 ? ": " + DescribeStatus(standing.status)
                                                           : "");
 }

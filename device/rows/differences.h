@@ -60,11 +60,11 @@ class Differences {
     std::size_t underWay = 0;  // whose last repeat has not been answered
   };
 
-  /// `report` takes a line without its end, for the log. `keeperOf` finds the keeper of a row. The
-  /// port is borrowed.
+  /// `report` takes a line without its end, for the log. `keeperOf` finds the keeper of a row.
+  /// `names` is for the words of rows, and may be empty. The port is borrowed.
   Differences(uv_loop_s* loop, const StackPort& port,
               std::function<void(const std::string&)> report,
-              std::function<Keeper&(const Row&)> keeperOf);
+              std::function<Keeper&(const Row&)> keeperOf, InterfaceNames names = {});
   Differences(const Differences&) = delete;
   Differences& operator=(const Differences&) = delete;
 
@@ -109,6 +109,7 @@ class Differences {
 
   // By the time of the next look. At one time in the order in which rows depend on each other.
   struct IsEarlier {
+  const InterfaceNames& GetNames() const { return m_names; }
     bool operator()(All::iterator a, All::iterator b) const;
   };
   using Queue = std::set<All::iterator, IsEarlier>;
@@ -156,6 +157,7 @@ class Differences {
   std::set<Row> m_heard;
   bool m_isLookingAtAll = false;
   std::optional<Row> m_looked;   // the last one that was
+  const InterfaceNames m_names;
   bool m_isRetrying = false;     // all
   std::optional<Row> m_retried;  // so too
   KindCounts m_counts;
@@ -169,7 +171,7 @@ class Differences {
 
 /// The difference in words: "VLAN 10: route 10.9.0.0/16 via 10.1.2.1 is missing in the stack: wrong
 /// value (status 3)".
-std::string Describe(const Row& row, const Standing& standing);
+std::string Describe(const Row& row, const Standing& standing, const InterfaceNames& names = {});
 
 }  // namespace rows
 

@@ -12,6 +12,7 @@ namespace {
 
 // More of a key would make a line hard to read.
 constexpr std::size_t MOST_OF_A_KEY = 64;
+constexpr std::size_t MOST_OF_A_NAME = 32;
 
 const char* FamilyOf(bool ip6) { return ip6 ? "IPv6" : "IPv4"; }
 
@@ -133,8 +134,15 @@ unsigned short VlanOf(const Row& row) {
   return std::visit([](const auto& kind) { return VlanIn(kind); }, row);
 }
 
-std::string Describe(const Row& row) {
-  return "VLAN " + std::to_string(VlanOf(row)) + ": " + DescribeWithoutVlan(row);
+std::string Describe(const Row& row, const InterfaceNames& names) {
+  const std::uint32_t ifIndex = InterfaceOf(row);
+  const std::string name = names && ifIndex != 0 ? names(VlanOf(row), ifIndex) : "";
+  std::string interface;
+  if (!name.empty()) {
+    interface = std::holds_alternative<RouteRow>(row) ? "interface " : "";
+    interface += std::to_string(ifIndex) + ' ' + program::Printable(name, MOST_OF_A_NAME);
+  }
+  return "VLAN " + std::to_string(VlanOf(row)) + ": " + DescribeWithoutVlan(row, interface);
 }
 
 std::string DescribeWithoutVlan(const Row& row, const std::string& interface) {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <tuple>
 #include <variant>
@@ -70,8 +71,13 @@ using Row = std::variant<InstanceRow, InterfaceRow, AddressRow, ProtocolRow, Rou
 /// The VLAN that the row belongs to.
 unsigned short VlanOf(const Row& row);
 
-/// The row in the words of an operator, with its VLAN: "VLAN 10: route 10.9.0.0/16 via 10.1.2.1".
-std::string Describe(const Row& row);
+/// Tells the present name of an interface; an empty one if there is none.
+using InterfaceNames = std::function<std::string(unsigned short vlan, std::uint32_t ifIndex)>;
+
+/// The row in the words of an operator, with its VLAN: "VLAN 10: route 10.9.0.0/16 via 10.1.2.1". An
+/// interface has its number and, if `names` is not empty and tells it, its name: "on interface 3
+/// eth0".
+std::string Describe(const Row& row, const InterfaceNames& names = {});
 /// "route 10.9.0.0/16 via 10.1.2.1 on eth0". Without the interface's name its number is told: "on
 /// interface 3".
 std::string DescribeWithoutVlan(const Row& row, const std::string& interface = "");

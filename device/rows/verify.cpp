@@ -38,8 +38,9 @@ std::string DescribeRepeats(const Differences::Difference& difference, std::uint
 }  // namespace
 
 std::string DescribeFail(const Row& row, const Standing& standing,
-                         const Differences::Difference* difference, std::uint64_t now) {
-  std::string text = Describe(row, standing);
+                         const Differences::Difference* difference, std::uint64_t now,
+                         const InterfaceNames& names) {
+  std::string text = Describe(row, standing, names);
   if (standing.kind == Standing::Kind::UNDER_WAY && standing.since != 0) {
     text += " since " + Seconds(now - std::min(now, standing.since));
   }
@@ -100,7 +101,7 @@ std::vector<std::string> DescribeDifferences(const Differences& differences, std
     if (lines.size() == most) {
       break;
     }
-    lines.push_back(Describe(row, difference.standing));
+    lines.push_back(Describe(row, difference.standing, differences.GetNames()));
   }
   return lines;
 }

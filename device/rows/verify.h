@@ -16,7 +16,8 @@ namespace rows {
 /// missing in the stack: wrong value (status 3), asked 3 times, again in 4 s". `difference` is null
 /// if it is not known as one; `now` is by the port's clock.
 std::string DescribeFail(const Row& row, const Standing& standing,
-                         const Differences::Difference* difference, std::uint64_t now);
+                         const Differences::Difference* difference, std::uint64_t now,
+                         const InterfaceNames& names = {});
 
 /// The lines of a verification, without their ends: a line for each kind that has passed, at most
 /// `mostFails` lines each for old rows that are kept and for what has failed, and the totals at the

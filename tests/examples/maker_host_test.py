@@ -32,7 +32,7 @@ class MakerHost(InstalledExample):
                 host.send_signal(signal.SIGTERM)
                 log = host.communicate(timeout=60)[1].decode()
         self.assertEqual(host.returncode, 0, log)
-        row = 'VLAN 10: route 10.9.0.0/16 via 10.1.2.1 on interface 3 '
+        row = 'VLAN 10: route 10.9.0.0/16 via 10.1.2.1 on interface 3 eth0 '
         self.assertRegex(log, row + 'is missing in the stack(?s:.*)' + row + 'is as wanted now\n')
         self.assertIn('vlans.json:4:14: ', log)
 

@@ -52,7 +52,8 @@ class Knowledge : public apply_test::ReloaderFixture {
     ASSERT_TRUE(TurnUntil([&] { return loop.Now() >= end; }));
   }
   static std::string IsMissing(unsigned int network) {
-    return "route 20.0." + std::to_string(network) + ".0/24 via 10.1.2.1 on interface 3 is missing";
+    return "route 20.0." + std::to_string(network) +
+           ".0/24 via 10.1.2.1 on interface 3 eth0 is missing";
   }
 };
 

@@ -408,6 +408,15 @@ TEST(Rows, AreDescribed) {
   EXPECT_EQ(Describe(route), "VLAN 10: route 10.1.0.0/24 via 10.1.2.1 on interface 3");
   route.target.gateway = {};
   EXPECT_EQ(Describe(route), "VLAN 10: route 10.1.0.0/24 on interface 3");
+  const rows::InterfaceNames names = [](unsigned short vlan, std::uint32_t ifIndex) {
+    return vlan == 7 || vlan == 10 ? "eth\n" + std::to_string(ifIndex) : "";
+  };
+  EXPECT_EQ(Describe(route, names), "VLAN 10: route 10.1.0.0/24 on interface 3 eth\\x0a3");
+  EXPECT_EQ(Describe(rows::InterfaceRow{7, 4}, names), "VLAN 7: interface 4 eth\\x0a4");
+  EXPECT_EQ(Describe(rows::InterfaceRow{8, 4}, names), "VLAN 8: interface 4");
+  EXPECT_EQ(Describe(rows::AddressRow{7, 3, false, {10, 1, 0, 1}}, names),
+            "VLAN 7: address 10.1.0.1 of interface 3 eth\\x0a3");
+  EXPECT_EQ(Describe(rows::InstanceRow{10, true}, names), "VLAN 10: IPv6 routing table");
   route.target.ip6 = true;
   route.target.destination = {0x20, 1, 0xd, 0xb8};
   route.target.gateway = {0xfe, 0x80};
