@@ -22,6 +22,7 @@ struct Reply {
   bool isReload = false;    // the session tells what the stack does not have of it
   bool isQuit = false;
   unsigned int hold = 0;  // as LabReply's: to be given back with Dispatcher::EndHold
+  bool isHeldUp = false;  // the command goes on when the stack does, which somebody holds
   views::AnyView view;    // for the session to write, which ends the command; null for none
   bool isLive = false;    // the view's output comes as things happen
   /// What is shown instead of the effect's lines when things have settled, or will not; may be empty.

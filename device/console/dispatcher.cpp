@@ -367,6 +367,7 @@ void Dispatcher::RunLibrary(Call& call) const {
   const bool isTree = words[0] == "ip" || words[0] == "ip6";
   if (!isTree || (words.size() > 1 && !IsHelp(words[1]))) {
     RunLibraryWords(call);
+    call.reply.isHeldUp = call.goesOn && !call.command->IsOver() && m_lab.IsHolding();
   } else if (words.size() > 2) {
     call.misfit = 2;
   } else {

@@ -43,6 +43,8 @@ class Lab {
   /// Carries out the words after `lab` for a session whose VLAN is `vlan`.
   LabReply Execute(const Words& words, unsigned short vlan);
 
+  /// Whether the stack is held by one of these commands.
+  bool IsHolding() const { return m_hold.IsHeld(); }
   /// The session that has the hold has ended. `wasAlone` says that the command was the only one
   /// that it was made for: the hold goes on for a while then.
   void EndHold(unsigned int hold, bool wasAlone);

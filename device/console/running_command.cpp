@@ -36,6 +36,12 @@ void RunningCommand::FinishOutput() {
 
 void RunningCommand::Tell(std::string_view line) { Hand(line); }
 
+void RunningCommand::Remark(std::string_view line) {
+  if (const Take take = m_take) {
+    take(line);
+  }
+}
+
 void RunningCommand::End() {
   const Over over = std::exchange(m_over, nullptr);
   if (!std::exchange(m_isOver, true) && over) {

@@ -64,6 +64,10 @@ class RunningCommand {
   /// the library says to it. By the reload or the check.
   void Tell(std::string_view line);
 
+  /// Writes one line of the host about the command, past the filter, which is for the output. By the
+  /// session.
+  void Remark(std::string_view line);
+
   /// The command is over. By the dispatcher when nothing goes on after it, else by the console, the
   /// reload or the check. Only the first call counts.
   void End();

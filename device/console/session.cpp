@@ -12,6 +12,8 @@ namespace {
 constexpr unsigned SETTLE_LIMIT_MILLISECONDS = 5000;
 constexpr unsigned LOOK_MILLISECONDS = 250;
 constexpr std::size_t MOST_DIFFERENCES = 100;
+constexpr std::string_view HELD_UP =
+    "The stack is held: the answer comes when it is released (`lab stack release`)\n";
 
 }  // namespace
 
@@ -93,6 +95,10 @@ void Session::Begin(const std::string& line) {
   }
   if (m_reply.isLive) {
     BecomeLive();
+  }
+  if (m_reply.isHeldUp) {
+    m_command->Remark(HELD_UP);
+    Flush();  // it may be all for a long time
   }
   if (m_reply.hasChanged) {
     m_progress = m_context.settle.GetProgress();

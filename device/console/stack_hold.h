@@ -25,6 +25,7 @@ class StackHold {
   /// Stops the stack. Returns the number of the hold, from 1 on, to be ended by it; a hold that is
   /// there already is taken over.
   unsigned int Hold();
+  bool IsHeld() const { return m_hold != 0; }
   /// The stack goes on, whoever holds it.
   void Release();
   /// Ends the hold, unless it has ended or was taken over.

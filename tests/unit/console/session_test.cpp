@@ -130,6 +130,29 @@ TEST_F(Session, PassesALackOfMemoryOn) {
   EXPECT_EQ(session->output, "");
 }
 
+// It may be all that is shown for a long time.
+TEST_F(Session, TellsThatATableWaitsForAStackThatIsHeld) {
+  const std::string held =
+      "The stack is held: the answer comes when it is released (`lab stack release`)\n";
+  Reload(R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10}}})", "vlans.json");
+  ASSERT_TRUE(Settle());
+  session->Execute("lab stack hold");
+  session->Execute("ip protocol summary");
+  EXPECT_EQ(session->output.find("held"), std::string::npos) << "that is no table of the stack";
+  session->output.clear();
+  const int before = session->flushes;
+  session->Execute("rtm rib | include connected");
+  EXPECT_EQ(session->output, held);
+  EXPECT_GT(session->flushes, before);
+  session->Execute("rtm rib vrf 77");
+  EXPECT_EQ(session->output, held + "VLAN 77 is not present\n");
+  session->Execute("lab stack release");
+  session->output.clear();
+  session->Execute("rtm rib");
+  EXPECT_TRUE(Settle());
+  EXPECT_EQ(session->output, "End of table\n");
+}
+
 TEST_F(Session, AsksForTimeForItsWalks) {
   reload = [] {};
   walks.Begin();
