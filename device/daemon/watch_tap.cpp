@@ -150,8 +150,9 @@ void WatchTap::LookAtCauses() {
 
 // While a job is under way its lines are about documents: what it has found, what it has become.
 void WatchTap::PublishLine(const std::string& line) {
-  const Cause cause =
-      m_reloader.HasJob() ? Cause::DOCUMENT : m_feed.GetCauses().OfRequest(m_port.Now());
+  const Cause cause = m_reloader.HasJob()
+                          ? Cause::DOCUMENT
+                          : m_feed.GetCauses().OfRequest(GetDifferences().IsReportingHastened());
   m_feed.Publish(0, cause, views::ReloadEvent{line});
 }
 
@@ -166,13 +167,13 @@ void WatchTap::Happens(const keepers::InterfaceChange& change) {
   }
 }
 
-Cause WatchTap::CauseOf(RowType type, unsigned short vlan) const {
+Cause WatchTap::CauseOf(RowType type, unsigned short vlan, bool isHastened) const {
   switch (type) {
     case RowType::kInterface:
     case RowType::kAddress:
       return m_feed.GetCauses().OfInterface(vlan);
     default:
-      return m_feed.GetCauses().OfRequest(m_port.Now());
+      return m_feed.GetCauses().OfRequest(isHastened);
   }
 }
 
@@ -183,7 +184,8 @@ void WatchTap::Answered(const RowName& row, int rowStatus, unsigned int status) 
   views::RequestEvent event{RowOf(row), IsIp6(row.instance), rowStatus == ROW_STATUS_DESTROY,
                             status};
   const unsigned short vlan = rows::VlanOf(event.row);
-  m_feed.Publish(vlan, CauseOf(row.type, vlan), std::move(event));
+  const bool isHastened = GetDifferences().IsHastened(event.row);
+  m_feed.Publish(vlan, CauseOf(row.type, vlan, isHastened), std::move(event));
 }
 
 void WatchTap::Restarted() {
@@ -205,7 +207,9 @@ void WatchTap::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_rou
     event.metric = route.metric1;
   }
   const unsigned short vlan = event.target.vlan;
-  m_feed.Publish(vlan, cause == RowType::kProtocol ? Cause::STACK : CauseOf(cause, vlan), event);
+  const bool isHastened = GetDifferences().IsHastened(event.target);
+  m_feed.Publish(
+      vlan, cause == RowType::kProtocol ? Cause::STACK : CauseOf(cause, vlan, isHastened), event);
 }
 
 }  // namespace vantacored

@@ -113,8 +113,9 @@ bool Differences::EndPause(All::iterator row) {
   if (row->second.isAsked) {
     return false;
   }
-  SetRetried(row->second, true);
-  if (row->second.next > m_port.Now()) {
+  const bool isEarly = row->second.next > m_port.Now();
+  SetRetried(row->second, true, isEarly || row->second.isHastened);
+  if (isEarly) {
     m_due.erase(row);
     row->second.next = m_port.Now();
     m_due.insert(row);
@@ -291,10 +292,27 @@ void Differences::SetAsked(Difference& difference, bool isAsked) {
   difference.isAsked = isAsked;
 }
 
-void Differences::SetRetried(Difference& difference, bool isRetried) {
+void Differences::SetRetried(Difference& difference, bool isRetried, bool isHastened) {
   m_retriedRows += isRetried ? 1 : 0;
   m_retriedRows -= difference.isRetried ? 1 : 0;
   difference.isRetried = isRetried;
+  difference.isHastened = isHastened;
+}
+
+bool Differences::IsHastened(const Row& row) const {
+  const Difference* const known = Find(row);
+  return known != nullptr && known->isHastened;
+}
+
+bool Differences::IsHastened(documents::RouteTarget prefix) const {
+  prefix.gateway = {};
+  for (auto row = m_all.lower_bound(RouteRow{prefix, 0});
+       row != m_all.end() && IsOfPrefix(row->first, prefix); ++row) {
+    if (row->second.isHastened) {
+      return true;
+    }
+  }
+  return false;
 }
 
 // The row differs still.
@@ -315,9 +333,11 @@ void Differences::Delay(All::iterator row) {
 }
 
 void Differences::End(All::iterator row) {
+  m_isReportingHastened = row->second.isHastened;
   m_report(Describe(row->first, m_names) + (row->second.standing.kind == Standing::Kind::UNWANTED
                                                 ? " is gone from the stack now"
                                                 : " is as wanted now"));
+  m_isReportingHastened = false;
   if (m_due.erase(row) == 0) {
     m_vlans[VlanOf(row->first)].waiting.erase(row);
   }

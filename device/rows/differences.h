@@ -42,7 +42,8 @@ class Differences {
     std::uint64_t next = 0;    // when it is looked at again; in the past if it waits for its turn
     unsigned int repeats = 0;  // how often it has been asked for again
     bool isAsked = false;      // and a repeat has not been answered
-    bool isRetried = false;    // an operator's wish ended its pause, and has had no answer yet
+    bool isRetried = false;    // an operator has wished it, and there has been no answer yet
+    bool isHastened = false;   // of one that is retried: its pause would not have been over
   };
 
   /// Of one kind of rows: how many differ, and of how many of these the stack has refused a
@@ -87,6 +88,13 @@ class Differences {
   Retry RetryRoutes(documents::RouteTarget prefix);
   /// Whether rows that an operator wished to have asked for again have had no answer since.
   bool IsRetrying() const { return m_isRetrying || m_retriedRows != 0; }
+  /// Whether an operator's wish is why the row is asked for now: its repeat was not due by itself,
+  /// and there has been no answer since. May be called from inside the stack's run.
+  bool IsHastened(const Row& row) const;
+  /// The same for any route of the prefix in its VLAN. The gateway does not count.
+  bool IsHastened(documents::RouteTarget prefix) const;
+  /// While a line is reported: whether it is about the end of such a row.
+  bool IsReportingHastened() const { return m_isReportingHastened; }
   /// The stack has been restarted, so that everything is asked for anew: all of them end, without a
   /// line.
   void Forget();
@@ -101,6 +109,7 @@ class Differences {
   const std::map<Row, Difference>& GetAll() const { return m_all; }
   /// Null if the row does not differ.
   const Difference* Find(const Row& row) const;
+  const InterfaceNames& GetNames() const { return m_names; }
   /// Whether rows that were heard of, or all, have not been looked at yet.
   bool HasHeard() const { return !m_heard.empty() || m_isLookingAtAll; }
 
@@ -109,7 +118,6 @@ class Differences {
 
   // By the time of the next look. At one time in the order in which rows depend on each other.
   struct IsEarlier {
-  const InterfaceNames& GetNames() const { return m_names; }
     bool operator()(All::iterator a, All::iterator b) const;
   };
   using Queue = std::set<All::iterator, IsEarlier>;
@@ -134,7 +142,7 @@ class Differences {
   void SetStanding(Difference& difference, const Row& row, const Standing& standing);
   void CountRow(const Row& row, int change);
   void SetAsked(Difference& difference, bool isAsked);
-  void SetRetried(Difference& difference, bool isRetried);
+  void SetRetried(Difference& difference, bool isRetried, bool isHastened = false);
   void LookAtDue(All::iterator row);
   void Begin(const Row& row, const Standing& standing);
   void Answer(All::iterator row, const Standing& standing);
@@ -149,6 +157,7 @@ class Differences {
   const StackPort& m_port;
   const std::function<void(const std::string&)> m_report;
   const std::function<Keeper&(const Row&)> m_keeperOf;
+  const InterfaceNames m_names;
   loop::Task m_turn;
   Tarsel::OneShotTimer m_timer;
   All m_all;
@@ -157,13 +166,13 @@ class Differences {
   std::set<Row> m_heard;
   bool m_isLookingAtAll = false;
   std::optional<Row> m_looked;   // the last one that was
-  const InterfaceNames m_names;
   bool m_isRetrying = false;     // all
   std::optional<Row> m_retried;  // so too
   KindCounts m_counts;
   std::map<unsigned short, KindCounts> m_vlanCounts;  // of VLANs in which rows differ
   std::size_t m_asked = 0;        // that are waited for, in all VLANs and of all kinds
   std::size_t m_retriedRows = 0;  // that are so marked
+  bool m_isReportingHastened = false;
   std::uint64_t m_repeats = 0;
   std::deque<Remains> m_forgotten;
   std::uint64_t m_expiry = 0;  // when the timer expires, while it runs

@@ -4,7 +4,6 @@ namespace views {
 
 void Causes::Restarted() {
   m_sending = Cause::STACK;
-  m_retriedAt.reset();
   m_moved.clear();
 }
 
@@ -21,15 +20,8 @@ void Causes::Settled() {
   m_moved.clear();
 }
 
-Cause Causes::OfRequest(std::uint64_t now) {
-  if (m_sending) {
-    return *m_sending;
-  }
-  if (m_retriedAt && now - *m_retriedAt < RETRY_PAUSE_MILLISECONDS) {
-    m_retriedAt = now;
-    return Cause::CONSOLE;
-  }
-  return Cause::STACK;
+Cause Causes::OfRequest(bool isHastened) const {
+  return m_sending.value_or(isHastened ? Cause::CONSOLE : Cause::STACK);
 }
 
 Cause Causes::OfInterface(unsigned short vlan) const {

@@ -74,7 +74,6 @@ AnyView DeviceQuestions::Watch(const WatchQuery& query, Format format) {
 }
 
 Retried DeviceQuestions::Retry(const std::optional<Prefix>& prefix) {
-  m_sources.feed.GetCauses().Retried(m_sources.stack.Now());
   return RetryNow(m_sources, prefix);
 }
 

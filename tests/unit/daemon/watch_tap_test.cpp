@@ -168,16 +168,37 @@ TEST_F(WatchTap, TellsOfARefusalAndOfItsEnd) {
                                    "(stack)"));
 }
 
-TEST_F(WatchTap, NamesTheConsoleAfterARetry) {
+TEST_F(WatchTap, NamesTheConsoleForWhatItHasHastened) {
   Control().Script(RowType::kRoute, {Answer::kStatus, 3, 0}, 1);
   ReloadWith(TWO_ROUTES);
-  Watch({Kind::ROUTE, {}});
-  ASSERT_TRUE(TurnUntil([this] {
-    m_feed.GetCauses().Retried(m_port.Now());
-    return m_reloader->GetKnowledge().GetDifferences().Count() == 0;
-  }));
+  Watch();
+  m_reloader->RetryAll();
+  ASSERT_TRUE(
+      TurnUntil([this] { return m_reloader->GetKnowledge().GetDifferences().Count() == 0; }));
   EXPECT_THAT(Lines(),
-              ElementsAre("VLAN 10 route + 10.8.0.0/16 via 10.1.2.2 eth0 static (console)"));
+              ElementsAre("VLAN 10 route + 10.8.0.0/16 via 10.1.2.2 eth0 static (console)",
+                          "VLAN 10 request + route 10.8.0.0/16 via 10.1.2.2 done (console)",
+                          "VLAN 10: route 10.8.0.0/16 via 10.1.2.2 is as wanted now (console)"));
+}
+
+// Whatever is asked for at the same time, and the repeats that follow by themselves.
+TEST_F(WatchTap, NamesTheStackForRepeatsThatWereDue) {
+  Control().Script(RowType::kRoute, {Answer::kStatus, 3, 0}, 3);
+  ReloadWith(R"("a": {"vid": 10, "STATIC_ROUTES": {"r": {"interface": "eth0",
+    "network": "10.9.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1"},
+    "s": {"network": "10.7.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.1"},
+    "t": {"network": "10.8.0.0", "netmask": "255.255.0.0", "gateway": "10.1.2.2"}}})");
+  ASSERT_EQ(m_reloader->GetKnowledge().GetDifferences().Count(), 2u);
+  Watch({Kind::REQUEST, {}});
+  documents::RouteTarget prefix{10, false, 16, {10, 7}, {}};
+  EXPECT_EQ(m_reloader->RetryRoutes(prefix).count, 1u);
+  ASSERT_TRUE(
+      TurnUntil([this] { return m_reloader->GetKnowledge().GetDifferences().Count() == 0; }));
+  EXPECT_THAT(Lines(),
+              ElementsAre("VLAN 10 request + route 10.7.0.0/16 via 10.1.2.1: wrong value (status "
+                          "3) (console)",
+                          "VLAN 10 request + route 10.8.0.0/16 via 10.1.2.2 done (stack)",
+                          "VLAN 10 request + route 10.7.0.0/16 via 10.1.2.1 done (stack)"));
 }
 
 TEST_F(WatchTap, TellsOfARestartWhateverIsWatched) {

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -57,7 +58,10 @@ class Retry : public testing::Test {
   rows_test::Turns turns;
   rows_test::FakeStackPort port{turns.time};
   rows_test::FakeKeeper keeper;
-  rows::Differences differences{turns.loop.Get(), port, [](const std::string&) {},
+  std::function<void(const std::string&)> reported = [](const std::string&) {};
+  std::string hastened;
+  rows::Differences differences{turns.loop.Get(), port,
+                                [this](const std::string& line) { reported(line); },
                                 [this](const Row&) -> rows::Keeper& { return keeper; }};
 };
 
@@ -77,6 +81,53 @@ TEST_F(Retry, AsksForAllNow) {
   EXPECT_EQ(differences.CountRepeats(), 3u);
   TurnSome();
   EXPECT_THAT(keeper.asked, SizeIs(3));  // once
+}
+
+// A repeat that is due comes whether anybody wishes it or not.
+TEST_F(Retry, KnowsWhatItHasHastened) {
+  AnswerNothing();
+  for (unsigned int number = 0; number <= REPEATS; ++number) {  // one more than there are places
+    Differ(RouteNumber(10, number));
+  }
+  turns.time.AdvanceMilliseconds(1000);
+  TurnSome();
+  ASSERT_THAT(keeper.asked, SizeIs(REPEATS));
+  const Row due = RouteNumber(10, REPEATS);  // it waits for a place
+  const Row early = WithGateway(due, 7);
+  Differ(early);
+  EXPECT_EQ(differences.RetryAll().count, 2u);
+  EXPECT_EQ(differences.RetryRoutes(PrefixOf(due)).count, 2u);
+  TurnSome();
+  EXPECT_FALSE(differences.IsHastened(due));
+  EXPECT_TRUE(differences.IsHastened(early));
+  EXPECT_TRUE(differences.IsHastened(PrefixOf(due))) << "a route of its prefix is";
+  EXPECT_FALSE(differences.IsHastened(RouteNumber(10, 0)));
+  EXPECT_FALSE(differences.IsHastened(PrefixOf(RouteNumber(10, 0))));
+  Refuse(RouteNumber(10, 0), 3);
+  Refuse(RouteNumber(10, 1), 3);
+  TurnSome();
+  ASSERT_THAT(keeper.asked, SizeIs(REPEATS + 2));
+  EXPECT_TRUE(differences.IsHastened(early)) << "it has had no answer";
+  Refuse(early, 3);
+  EXPECT_FALSE(differences.IsHastened(early));
+  EXPECT_FALSE(differences.IsHastened(PrefixOf(due)));
+}
+
+TEST_F(Retry, TellsWhetherALineIsAboutWhatItHasHastened) {
+  Differ(RouteNumber(10, 1));
+  Differ(RouteNumber(10, 2));
+  differences.RetryRoutes(PrefixOf(RouteNumber(10, 2)));
+  reported = [this](const std::string& line) {
+    hastened += differences.IsReportingHastened() ? line + "\n" : "";
+  };
+  for (const Row& row : {RouteNumber(10, 1), RouteNumber(10, 2)}) {
+    keeper.rows.erase(row);
+    differences.Heard(row);
+  }
+  TurnSome();
+  EXPECT_EQ(differences.Count(), 0u);
+  EXPECT_EQ(hastened, Describe(RouteNumber(10, 2)) + " is as wanted now\n");
+  EXPECT_FALSE(differences.IsReportingHastened());
 }
 
 TEST_F(Retry, AsksForNothingWhereNothingDiffers) {

@@ -7,7 +7,7 @@ namespace {
 
 TEST(Causes, AreTheStackIfNothingIsKnown) {
   Causes causes;
-  EXPECT_EQ(causes.OfRequest(0), Cause::STACK);
+  EXPECT_EQ(causes.OfRequest(false), Cause::STACK);
   EXPECT_EQ(causes.OfInterface(10), Cause::INTERFACE);
   EXPECT_FALSE(causes.AreOpen());
 }
@@ -16,11 +16,11 @@ TEST(Causes, AreWhatIsBeingSentUntilItHasSettled) {
   Causes causes;
   causes.Sending(Cause::DOCUMENT);
   EXPECT_TRUE(causes.AreOpen());
-  EXPECT_EQ(causes.OfRequest(0), Cause::DOCUMENT);
+  EXPECT_EQ(causes.OfRequest(false), Cause::DOCUMENT);
   EXPECT_EQ(causes.OfInterface(10), Cause::DOCUMENT);
   causes.Settled();
   EXPECT_FALSE(causes.AreOpen());
-  EXPECT_EQ(causes.OfRequest(0), Cause::STACK);
+  EXPECT_EQ(causes.OfRequest(false), Cause::STACK);
 }
 
 TEST(Causes, TellAVlanWhoseInterfacesHaveChangedByThemselves) {
@@ -29,7 +29,7 @@ TEST(Causes, TellAVlanWhoseInterfacesHaveChangedByThemselves) {
   causes.InterfaceChanged(10, false);
   EXPECT_EQ(causes.OfInterface(10), Cause::INTERFACE);
   EXPECT_EQ(causes.OfInterface(20), Cause::DOCUMENT);
-  EXPECT_EQ(causes.OfRequest(0), Cause::DOCUMENT);
+  EXPECT_EQ(causes.OfRequest(false), Cause::DOCUMENT);
   causes.InterfaceChanged(10, true);
   EXPECT_EQ(causes.OfInterface(10), Cause::DOCUMENT);
   causes.InterfaceChanged(10, false);
@@ -43,24 +43,21 @@ TEST(Causes, EndWithARestart) {
   causes.InterfaceChanged(10, false);
   EXPECT_TRUE(causes.AreOpen());
   causes.Sending(Cause::DOCUMENT);
-  causes.Retried(0);
   causes.Restarted();
-  EXPECT_EQ(causes.OfRequest(1), Cause::STACK);
+  EXPECT_EQ(causes.OfRequest(false), Cause::STACK);
   EXPECT_EQ(causes.OfInterface(10), Cause::STACK);
   causes.Settled();
-  EXPECT_EQ(causes.OfRequest(1), Cause::STACK);
+  EXPECT_EQ(causes.OfRequest(false), Cause::STACK);
 }
 
-TEST(Causes, AreTheConsoleAsLongAsAnswersFollowARetry) {
+TEST(Causes, AreTheConsoleOfWhatItHasHastened) {
   Causes causes;
-  causes.Retried(5000);
-  EXPECT_EQ(causes.OfRequest(5900), Cause::CONSOLE);
-  EXPECT_EQ(causes.OfRequest(6800), Cause::CONSOLE);
-  EXPECT_EQ(causes.OfRequest(7800), Cause::STACK);
-  EXPECT_EQ(causes.OfRequest(7801), Cause::STACK);
-  causes.Retried(8000);
+  EXPECT_EQ(causes.OfRequest(true), Cause::CONSOLE);
+  EXPECT_FALSE(causes.AreOpen());
   causes.Sending(Cause::DOCUMENT);
-  EXPECT_EQ(causes.OfRequest(8001), Cause::DOCUMENT);
+  EXPECT_EQ(causes.OfRequest(true), Cause::DOCUMENT);
+  causes.Restarted();
+  EXPECT_EQ(causes.OfRequest(true), Cause::STACK);
 }
 
 }  // namespace
