@@ -200,7 +200,7 @@ TEST_F(TwoOperators, AgreeWithAPlainModelOfWhatIsInForce) {
   RunSequence(STEPS * test_models::Scaled(8));
   for (const char* what : {"reload done", "reload confirm done", "undo done", "reload refused",
                            "SIGHUP done", "kill"}) {
-    m_occurrences.ExpectAtLeast(2, what);
+    m_occurrences.ExpectAtLeast(1, what);
   }
 }
 
