@@ -40,10 +40,30 @@ SoftwareStackPort::SoftwareStackPort(routing_stack::RoutingStack& stack,
 
 SoftwareStackPort::~SoftwareStackPort() { m_stack.SetListener(nullptr); }
 
-// The stack asks its listener when it gets it what is to be told.
-void SoftwareStackPort::SetTap(routing_stack::Listener* tap) {
-  m_tap = tap;
-  m_stack.SetListener(this);
+void SoftwareStackPort::AddTap(routing_stack::Listener& tap) {
+  const bool wanted = WantsForwarding();
+  m_taps.push_back(&tap);
+  if (tap.WantsForwarding()) {
+    m_forwardingTaps.push_back(&tap);
+  }
+  ListenAnewUnless(wanted == WantsForwarding());
+}
+
+void SoftwareStackPort::RemoveTap(routing_stack::Listener& tap) {
+  const bool wanted = WantsForwarding();
+  for (auto* const taps : {&m_taps, &m_forwardingTaps}) {
+    taps->erase(std::remove(taps->begin(), taps->end(), &tap), taps->end());
+  }
+  ListenAnewUnless(wanted == WantsForwarding());
+}
+
+// The stack asks its listener when it gets it what is to be told. One that it gets anew does not
+// hear of the end of routes that are just leaving with their instance, so the taps that stay keep
+// the one they have.
+void SoftwareStackPort::ListenAnewUnless(bool isAsBefore) {
+  if (!isAsBefore) {
+    m_stack.SetListener(this);
+  }
 }
 
 bool SoftwareStackPort::IsReady() const { return m_facts.IsReady(); }
@@ -178,8 +198,8 @@ bool SoftwareStackPort::EndLostRequests() {
 // The answers for routes and rules reach the host's own items; there may be very many of them. A
 // row that is to go and is not there is as it should be.
 void SoftwareStackPort::Answered(const RowName& row, int rowStatus, unsigned int status) {
-  if (m_tap != nullptr) {
-    m_tap->Answered(row, rowStatus, status);
+  for (routing_stack::Listener* const tap : m_taps) {
+    tap->Answered(row, rowStatus, status);
   }
   const bool isGone = rowStatus == ROW_STATUS_DESTROY && status == STATUS_ABSENT;
   const bool isDone = status == STATUS_DONE || isGone;
@@ -199,8 +219,8 @@ void SoftwareStackPort::Answered(const RowName& row, int rowStatus, unsigned int
 }
 
 void SoftwareStackPort::Restarted() {
-  if (m_tap != nullptr) {
-    m_tap->Restarted();
+  for (routing_stack::Listener* const tap : m_taps) {
+    tap->Restarted();
   }
   m_refusals.clear();
   if (m_listener != nullptr) {
@@ -210,7 +230,9 @@ void SoftwareStackPort::Restarted() {
 
 void SoftwareStackPort::ForwardingChanged(routing_stack::ForwardingChange change,
                                           const amb_cipr_rtm_route& route, RowType cause) {
-  m_tap->ForwardingChanged(change, route, cause);
+  for (routing_stack::Listener* const tap : m_forwardingTaps) {
+    tap->ForwardingChanged(change, route, cause);
+  }
 }
 
 }  // namespace vantacored

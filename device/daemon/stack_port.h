@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <vector>
 
 #include "device/rows/stack_port.h"
 #include "device/stack/facts.h"
@@ -24,9 +25,11 @@ class SoftwareStackPort final : public rows::StackPort, private routing_stack::L
 
   std::uint64_t Now() const override { return m_now(); }
   void SetListener(rows::StackListener* listener) override { m_listener = listener; }
-  /// Lets another one hear what the stack tells, before the listener does; null ends it. It is
-  /// borrowed, and asked for WantsForwarding now. Not from inside the stack's run.
-  void SetTap(routing_stack::Listener* tap);
+  /// Lets another one hear what the stack tells, before the listener does. It is borrowed until
+  /// RemoveTap, and asked for WantsForwarding now. Neither from inside the stack's run.
+  void AddTap(routing_stack::Listener& tap);
+  /// One that is not there is passed over.
+  void RemoveTap(routing_stack::Listener& tap);
 
   bool IsReady() const override;
   bool IsHeld() const override;
@@ -56,9 +59,10 @@ class SoftwareStackPort final : public rows::StackPort, private routing_stack::L
   bool EndLostRequests() override;
 
  private:
+  void ListenAnewUnless(bool isAsBefore);
   void Answered(const routing_stack::RowName& row, int rowStatus, unsigned int status) override;
   void Restarted() override;
-  bool WantsForwarding() const override { return m_tap != nullptr && m_tap->WantsForwarding(); }
+  bool WantsForwarding() const override { return !m_forwardingTaps.empty(); }
   void ForwardingChanged(routing_stack::ForwardingChange change, const amb_cipr_rtm_route& route,
                          routing_stack::RowType cause) override;
 
@@ -66,7 +70,8 @@ class SoftwareStackPort final : public rows::StackPort, private routing_stack::L
   const routing_stack::Facts& m_facts;
   const std::function<std::uint64_t()> m_now;
   rows::StackListener* m_listener = nullptr;
-  routing_stack::Listener* m_tap = nullptr;
+  std::vector<routing_stack::Listener*> m_taps;
+  std::vector<routing_stack::Listener*> m_forwardingTaps;  // of these, those that want to know
   std::map<routing_stack::RowName, unsigned int> m_refusals;
   rows::AnswerCounts m_answers;
 };

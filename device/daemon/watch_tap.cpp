@@ -109,7 +109,7 @@ WatchTap::WatchTap(views::Feed& feed, SoftwareStackPort& port, keepers::Interfac
 
 WatchTap::~WatchTap() {
   m_feed.CallWhenWatchedChanges({});
-  m_port.SetTap(nullptr);
+  m_port.RemoveTap(*this);
   m_interfaces.SetListener({});
 }
 
@@ -121,7 +121,10 @@ void WatchTap::WatchedChanges() {
   const bool isBeginOrEnd = std::exchange(m_isWatching, isWatched) != isWatched;
   const bool areRoutes = m_feed.IsWatched(Kind::ROUTE);
   if (std::exchange(m_areRoutesWatched, areRoutes) != areRoutes || isBeginOrEnd) {
-    m_port.SetTap(isWatched ? this : nullptr);
+    m_port.RemoveTap(*this);
+    if (isWatched) {
+      m_port.AddTap(*this);
+    }
   }
   if (isBeginOrEnd) {
     isWatched ? Begin() : m_interfaces.SetListener({});
