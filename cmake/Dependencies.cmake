@@ -2,6 +2,7 @@ find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
 pkg_check_modules(LIBUV REQUIRED IMPORTED_TARGET libuv)
+pkg_check_modules(MNL REQUIRED IMPORTED_TARGET libmnl)
 
 # By hand, since there is no description of it for pkg-config.
 find_path(TECLA_INCLUDE_DIR libtecla.h REQUIRED)

@@ -15,7 +15,7 @@ WORDS = 'tests/lint/words.txt'
 TABLE = 'docs/architecture.md'
 INCLUDE_DIRS = ('include', 'platform', '')
 OUTSIDE = (
-    ('json/', 'jsoncpp'), ('uv.h', 'libuv'), ('uv/', 'libuv'), ('libtecla.h', 'tecla'),
+    ('json/', 'jsoncpp'), ('uv.h', 'libuv'), ('uv/', 'libuv'), ('libtecla.h', 'tecla'), ('libmnl/', 'libmnl'),
     ('rapidjson/', 'rapidjson'), ('xxhash.h', 'xxhash'),
     ('gtest/', 'googletest'), ('gmock/', 'googletest'), ('benchmark/', 'benchmark'),
 )

@@ -1,0 +1,147 @@
+#include "clean.h"
+
+#include <poll.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "route_ledger.h"
+
+namespace kernel {
+
+namespace {
+
+constexpr std::size_t REQUESTS_A_BATCH = 500;
+constexpr int LONGEST_WAIT = 10000;  // milliseconds, for the next word of the kernel
+constexpr int MOST_INTERRUPTIONS = 20;
+
+/// Reads and writes as a RouteSink does, but waits.
+class Cleaner {
+ public:
+  explicit Cleaner(Channel& channel)
+      : m_channel(channel), m_ledger([] { return std::uint64_t{0}; }) {
+    m_ledger.BeginSweep();
+  }
+
+  Cleaned Clean() {
+    Cleaned cleaned;
+    while (Compare() && m_ledger.HasRequests()) {
+      const std::uint64_t before = m_ledger.GetTotals().deleted;
+      SendAll();
+      if (m_ledger.GetTotals().deleted == before) {
+        break;  // the kernel gives up none of those that are left
+      }
+    }
+    cleaned.removed = m_ledger.GetTotals().deleted;
+    cleaned.left = m_ledger.CountOpen() + m_ledger.CountRefused();
+    m_ledger.TellRefusals(1, [&cleaned](const RouteKey&, const Refusal& refusal) {
+      cleaned.reason = DescribeRefusal(refusal);
+    });
+    cleaned.problem = m_problem;
+    return cleaned;
+  }
+
+ private:
+  bool Compare() {
+    for (int i = 0; i < MOST_INTERRUPTIONS && m_problem.empty(); ++i) {
+      m_isInterrupted = false;
+      m_ledger.BeginComparison();
+      if (Dump(false) && Dump(true) && !m_isInterrupted) {
+        m_ledger.EndComparison();
+        while (m_ledger.ContinuePass(REQUESTS_A_BATCH)) {
+        }
+        return true;
+      }
+    }
+    m_problem = m_problem.empty() ? "the kernel's tables change all the time" : m_problem;
+    return false;
+  }
+
+  bool Dump(bool isIp6) {
+    const std::uint32_t number = ++m_dump;
+    if (const int error = m_channel.Send(MakeDump(isIp6, number))) {
+      m_problem = std::strerror(error);
+      return false;
+    }
+    for (bool isOver = false; !isOver;) {
+      const std::optional<Received> received = Wait();
+      if (!received) {
+        return false;
+      }
+      m_isInterrupted = m_isInterrupted || received->isInterrupted;
+      for (const Message& message : received->messages) {
+        if (const auto* const route = std::get_if<FoundRoute>(&message)) {
+          m_ledger.TakeFound(*route);
+        } else if (const auto* const end = std::get_if<DumpEnd>(&message)) {
+          isOver = isOver || end->sequence == number;
+        } else if (const auto* const answer = std::get_if<Answer>(&message)) {
+          isOver = isOver || answer->sequence == number;  // no such family here
+        }
+      }
+    }
+    return true;
+  }
+
+  void SendAll() {
+    while (m_ledger.HasRequests() && m_problem.empty()) {
+      Batch batch;
+      m_ledger.FillBatch(batch, REQUESTS_A_BATCH);
+      if (batch.IsEmpty()) {
+        continue;
+      }
+      if (const int error = m_channel.Send(batch.Finish())) {
+        m_problem = std::strerror(error);
+        return;
+      }
+      while (m_ledger.HasUnanswered()) {
+        const std::optional<Received> received = Wait();
+        if (!received) {
+          return;
+        }
+        for (const Message& message : received->messages) {
+          if (const auto* const answer = std::get_if<Answer>(&message)) {
+            m_ledger.TakeAnswer(*answer);
+          }
+        }
+      }
+    }
+  }
+
+  // Of what was lost the next comparison tells.
+  std::optional<Received> Wait() {
+    pollfd descriptor{m_channel.GetDescriptor(), POLLIN, 0};
+    Received received;
+    for (;;) {
+      switch (m_channel.Receive(received)) {
+        case Channel::Outcome::MESSAGES:
+          return received;
+        case Channel::Outcome::OVERRUN:
+          m_ledger.LoseAnswers();
+          received = Received();
+          received.isInterrupted = true;
+          return received;
+        case Channel::Outcome::FAILED:
+          m_problem = "the socket to the kernel's routing has failed";
+          return std::nullopt;
+        case Channel::Outcome::NOTHING:
+          break;
+      }
+      if (poll(&descriptor, 1, LONGEST_WAIT) == 0) {
+        m_problem = "the kernel does not answer";
+        return std::nullopt;
+      }
+    }
+  }
+
+  Channel& m_channel;
+  RouteLedger m_ledger;
+  std::uint32_t m_dump = 0;
+  bool m_isInterrupted = false;
+  std::string m_problem;
+};
+
+}  // namespace
+
+Cleaned RemoveOurRoutes(Channel& channel) { return Cleaner(channel).Clean(); }
+
+}  // namespace kernel

@@ -1,0 +1,83 @@
+// Routes as messages to and from the kernel (rtnetlink).
+//
+// What comes from the kernel is not trusted: whatever the bytes are, reading them ends, stays
+// inside them, and gives a message or nothing.
+#ifndef DEVICE_KERNEL_ROUTE_MESSAGES_H
+#define DEVICE_KERNEL_ROUTE_MESSAGES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "route.h"
+
+namespace kernel {
+
+/// Messages in one buffer, sent to the kernel together. The kernel works off one after the other
+/// and tells of each that it refuses; of the last one it tells in any case.
+class Batch {
+ public:
+  /// Asks for the route, unless one stands already for its key with this priority, whoever made it.
+  void Add(const RouteKey& key, const NextHop& nextHop, std::uint32_t priority,
+           std::uint32_t sequence);
+  /// Asks for the end of our route with this priority. A route of another program is not meant.
+  void Delete(const RouteKey& key, std::uint32_t priority, std::uint32_t sequence);
+  /// The bytes to send; the last message asks for an answer.
+  const std::vector<char>& Finish();
+
+  bool IsEmpty() const { return m_bytes.empty(); }
+  void Clear() { m_bytes.clear(); }
+
+ private:
+  void Append(unsigned short type, unsigned short flags, std::uint32_t sequence,
+              const RouteKey& key, const NextHop* nextHop, std::uint32_t priority);
+
+  std::vector<char> m_bytes;
+  std::size_t m_last = 0;  // where the last message begins
+};
+
+/// A message that asks for all routes of ours of a family. It is sent alone.
+std::vector<char> MakeDump(bool isIp6, std::uint32_t sequence);
+
+/// The kernel's answer to a message of ours.
+struct Answer {
+  std::uint32_t sequence = 0;
+  int error = 0;       // an errno, positive; 0 for success
+  std::string reason;  // the kernel's own words; often none
+};
+
+/// A route that the kernel has. It is one of ours only by its protocol number.
+struct FoundRoute {
+  RouteKey key;
+  unsigned char protocol = 0;
+  std::uint32_t priority = 0;
+  /// Nothing if it leads anywhere else than a route of ours can: several next hops, none, or no
+  /// interface.
+  std::optional<NextHop> nextHop;
+};
+
+/// The end of what a dump tells.
+struct DumpEnd {
+  std::uint32_t sequence = 0;
+  int error = 0;  // an errno, positive; 0 for success
+};
+
+using Message = std::variant<Answer, FoundRoute, DumpEnd>;
+
+/// What one receive has brought.
+struct Received {
+  std::vector<Message> messages;
+  /// The tables changed under a dump in such a way that routes may be missing in it or come twice.
+  bool isInterrupted = false;
+};
+
+/// `bytes` is aligned as the kernel's messages are, to four. What is not one of these messages, or
+/// makes no sense as one, is passed over.
+Received ReadMessages(const void* bytes, std::size_t size);
+
+}  // namespace kernel
+
+#endif

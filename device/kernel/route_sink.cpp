@@ -1,0 +1,330 @@
+#include "route_sink.h"
+
+#include <uv.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "device/program/counted.h"
+
+namespace kernel {
+
+using program::Counted;
+
+namespace {
+
+// What one turn of the loop does, each about three milliseconds at most.
+constexpr std::size_t REQUESTS_A_TURN = 500;
+constexpr std::size_t PACKETS_A_TURN = 4;  // of a dump, 32 KiB each
+constexpr std::size_t VISITS_A_TURN = 4000;
+
+constexpr std::uint64_t PAUSE_BETWEEN_COMPARISONS = 10 * 60 * 1000;  // milliseconds
+constexpr std::uint64_t QUIET_BEFORE_COMPARISON = 200;               // links seldom change alone
+constexpr std::uint64_t PAUSE_AFTER_FAILURE = 1000;
+constexpr unsigned int MOST_INTERRUPTIONS = 5;
+
+}  // namespace
+
+RouteSink::RouteSink(uv_loop_s* loop, RouteLedger::Clock now, const OpenChannel& open, Log log)
+    : m_now(std::move(now)),
+      m_log(std::move(log)),
+      m_ledger(m_now),
+      m_writing(open(Subscription::NOTHING)),
+      m_reading(open(Subscription::NOTHING)),
+      m_hearing(open(Subscription::LINKS_AND_ADDRESSES)),
+      m_answers(loop, m_writing->GetDescriptor()),
+      m_tables(loop, m_reading->GetDescriptor()),
+      m_changes(loop, m_hearing->GetDescriptor()),
+      m_sending(loop),
+      m_work(loop),
+      m_nextTry(loop),
+      m_soon(loop),
+      m_pause(loop) {
+  m_answers.Start(UV_READABLE, [this](int) {
+    ReadAnswers();
+    Work();
+  });
+  m_tables.Start(UV_READABLE, [this](int) { ReadTables(); });
+  m_changes.Start(UV_READABLE, [this](int) { HearChanges(); });
+  BeginComparison();
+}
+
+RouteSink::~RouteSink() = default;
+
+void RouteSink::Want(const RouteKey& key, const NextHop& nextHop) {
+  m_ledger.Want(key, nextHop);
+  m_work.Post([this] { Work(); });
+}
+
+void RouteSink::Forgo(const RouteKey& key) {
+  m_ledger.Forgo(key);
+  m_work.Post([this] { Work(); });
+}
+
+void RouteSink::ForgoAllForNow() { m_ledger.ForgoAllForNow(); }
+
+void RouteSink::Sweep() {
+  m_ledger.BeginSweep();
+  m_work.Post([this] { Work(); });
+}
+
+bool RouteSink::IsSettled() const {
+  return m_ledger.CountOpen() == 0 && !m_isComparing && !m_ledger.IsInPass() && m_hasLearnt;
+}
+
+// A turn's part of everything that is to be done.
+void RouteSink::Work() {
+  m_ledger.AskAgain(false);
+  if (MaySend()) {
+    Send();
+  }
+  if (m_ledger.IsInPass() && !m_ledger.ContinuePass(VISITS_A_TURN) && m_isComparing &&
+      m_readingOf == Reading::NOTHING) {
+    EndComparison(true);
+  }
+  TellFirstRefusal();
+  WaitForNextTry();
+  if (m_ledger.IsInPass() || MaySend()) {
+    m_work.Post([this] { Work(); });
+  }
+}
+
+void RouteSink::Send() {
+  m_batch.Clear();
+  m_ledger.FillBatch(m_batch, REQUESTS_A_TURN);
+  if (m_batch.IsEmpty()) {
+    return;
+  }
+  const auto bytes = std::make_shared<const std::vector<char>>(m_batch.Finish());
+  const auto error = std::make_shared<int>(0);
+  m_sending.Start([channel = m_writing, bytes, error] { *error = channel->Send(*bytes); },
+                  [this, error](const std::optional<std::string>& problem) {
+                    Sent(problem ? ENOMEM : *error);
+                  });
+}
+
+void RouteSink::Sent(int error) {
+  if (error == 0) {
+    m_hasToldFailure = false;
+    ReadAnswers();
+    Work();
+    return;
+  }
+  if (!std::exchange(m_hasToldFailure, true)) {
+    m_log(std::string("The kernel takes no requests for routes: ") + std::strerror(error));
+  }
+  m_ledger.LoseAnswers();
+  m_hasLearnt = false;
+  m_soon.Start(PAUSE_AFTER_FAILURE, [this] { CompareSoon(); });
+}
+
+// Nothing is sent before a comparison has told what became of the requests: they would be refused
+// as done already.
+void RouteSink::LoseAnswers() {
+  m_ledger.LoseAnswers();
+  m_hasLearnt = false;
+  CompareSoon();
+}
+
+void RouteSink::ReadAnswers() {
+  Received received;
+  for (;;) {
+    switch (m_writing->Receive(received)) {
+      case Channel::Outcome::MESSAGES:
+        for (const Message& message : received.messages) {
+          if (const auto* const answer = std::get_if<Answer>(&message)) {
+            m_ledger.TakeAnswer(*answer);
+          }
+        }
+        break;
+      case Channel::Outcome::OVERRUN:
+        Overrun();
+        LoseAnswers();
+        break;
+      case Channel::Outcome::NOTHING:
+      case Channel::Outcome::FAILED:
+        return;
+    }
+  }
+}
+
+void RouteSink::Compare(std::function<void(const Result&)> done) {
+  m_nextAskers.push_back(std::move(done));
+  if (!m_isComparing) {
+    BeginComparison();
+  }
+}
+
+void RouteSink::CompareSoon() {
+  m_soon.Start(QUIET_BEFORE_COMPARISON, [this] {
+    if (!m_isComparing) {
+      BeginComparison();
+    } else {
+      CompareSoon();  // this one may have passed by what has changed
+    }
+  });
+}
+
+void RouteSink::BeginComparison() {
+  m_isComparing = true;
+  m_askers.swap(m_nextAskers);
+  m_interruptions = 0;
+  m_ledger.BeginComparison();
+  BeginReading(Reading::IP4);
+}
+
+void RouteSink::BeginReading(Reading family) {
+  m_readingOf = family;
+  m_isInterrupted = false;
+  if (m_reading->Send(MakeDump(family == Reading::IP6, ++m_dump)) != 0) {
+    FailComparison();
+  }
+}
+
+void RouteSink::ReadTables() {
+  Received received;
+  for (std::size_t i = 0; i < PACKETS_A_TURN; ++i) {
+    switch (m_reading->Receive(received)) {
+      case Channel::Outcome::MESSAGES:
+        TakeTables(received);
+        break;
+      case Channel::Outcome::OVERRUN:
+        Overrun();
+        m_isInterrupted = true;
+        break;
+      case Channel::Outcome::NOTHING:
+        return;
+      case Channel::Outcome::FAILED:
+        FailComparison();
+        return;
+    }
+  }
+}
+
+// What is left of a dump that was given up has another sequence number, but its routes have not:
+// they are as good as those of the next one.
+void RouteSink::TakeTables(const Received& received) {
+  m_isInterrupted = m_isInterrupted || received.isInterrupted;
+  for (const Message& message : received.messages) {
+    if (const auto* const route = std::get_if<FoundRoute>(&message)) {
+      m_ledger.TakeFound(*route);
+    } else if (const auto* const end = std::get_if<DumpEnd>(&message)) {
+      EndReading(*end);
+    } else if (const auto* const answer = std::get_if<Answer>(&message)) {
+      EndReading({answer->sequence, answer->error});
+    }
+  }
+}
+
+// A machine without IPv6 has no routes of it.
+void RouteSink::EndReading(const DumpEnd& end) {
+  if (m_readingOf == Reading::NOTHING || end.sequence != m_dump) {
+    return;
+  }
+  const bool isWithoutFamily = end.error == EAFNOSUPPORT || end.error == EOPNOTSUPP;
+  if (end.error != 0 && !isWithoutFamily) {
+    FailComparison();
+  } else if (m_isInterrupted) {
+    if (++m_interruptions > MOST_INTERRUPTIONS) {
+      FailComparison();
+    } else {
+      m_ledger.BeginComparison();
+      BeginReading(Reading::IP4);
+    }
+  } else if (m_readingOf == Reading::IP4) {
+    BeginReading(Reading::IP6);
+  } else {
+    m_readingOf = Reading::NOTHING;
+    m_ledger.EndComparison();
+    m_work.Post([this] { Work(); });
+  }
+}
+
+void RouteSink::FailComparison() {
+  m_readingOf = Reading::NOTHING;
+  m_ledger.DropComparison();
+  EndComparison(false);
+}
+
+void RouteSink::EndComparison(bool isComplete) {
+  m_isComparing = false;
+  if (isComplete) {
+    ++m_comparisons;
+    TellComparison(m_ledger.GetComparison());
+    m_hasLearnt = true;
+  }
+  m_pause.Start(isComplete ? PAUSE_BETWEEN_COMPARISONS : PAUSE_AFTER_FAILURE, [this] {
+    if (!m_isComparing) {
+      BeginComparison();
+    }
+  });
+  const auto askers = std::move(m_askers);
+  m_askers.clear();
+  for (const auto& asker : askers) {
+    asker({isComplete, m_ledger.GetComparison()});
+  }
+  if (!m_nextAskers.empty() && !m_isComparing) {
+    BeginComparison();
+  }
+}
+
+void RouteSink::TellComparison(const Comparison& comparison) {
+  if (comparison.missing > 0) {
+    m_log("The kernel had lost " + Counted(comparison.missing, "route", "routes") +
+          ", which are put back");
+  }
+  if (comparison.strays > 0) {
+    m_log("The kernel had " + Counted(comparison.strays, "route", "routes") +
+          " of this device that nobody wants, which are removed");
+  }
+}
+
+void RouteSink::HearChanges() {
+  Received received;
+  bool hasChanged = false;
+  for (std::size_t i = 0; i < PACKETS_A_TURN; ++i) {
+    const Channel::Outcome outcome = m_hearing->Receive(received);
+    if (outcome == Channel::Outcome::OVERRUN) {
+      Overrun();
+    }
+    if (outcome == Channel::Outcome::NOTHING || outcome == Channel::Outcome::FAILED) {
+      break;
+    }
+    hasChanged = true;
+  }
+  if (hasChanged) {
+    m_ledger.AskAgain(true);  // what a link's state stood against
+    m_work.Post([this] { Work(); });
+    CompareSoon();
+  }
+}
+
+void RouteSink::Overrun() {
+  ++m_overruns;
+  CompareSoon();
+}
+
+void RouteSink::WaitForNextTry() {
+  if (const auto next = m_ledger.FindNextTry()) {
+    const std::uint64_t now = m_now();
+    m_nextTry.Start(*next > now ? *next - now : 0, [this] { Work(); });
+  }
+}
+
+// The first one of a time without any; `verify` lists them.
+void RouteSink::TellFirstRefusal() {
+  const bool hasRefusals = m_ledger.CountRefused() > 0;
+  if (hasRefusals && !m_hasToldRefusal) {
+    m_ledger.TellRefusals(1, [this](const RouteKey& key, const Refusal& refusal) {
+      m_log("The kernel refuses " +
+            std::string(refusal.isOfDeletion ? "to delete the route " : "the route ") +
+            DescribeKey(key) + ": " + DescribeRefusal(refusal) +
+            "; it is asked again, and so are others that it may refuse");
+    });
+  }
+  m_hasToldRefusal = hasRefusals;
+}
+
+}  // namespace kernel

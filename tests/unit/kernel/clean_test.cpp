@@ -1,0 +1,72 @@
+// Taking away what the device has left.
+
+#include "device/kernel/clean.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+
+#include "fake_channel.h"
+
+namespace {
+
+using test_kernel::FakeChannel;
+using test_kernel::Hop;
+using test_kernel::Key;
+using testing::HasSubstr;
+using Accident = FakeChannel::Accident;
+
+class Clean : public testing::Test {
+ protected:
+  Clean() {
+    for (int i = 0; i < 1300; ++i) {
+      fake.tables[Key("10." + std::to_string(i / 200) + "." + std::to_string(i % 200) + ".0/24",
+                      40000 + static_cast<unsigned int>(i % 3))][220] = {kernel::OUR_PROTOCOL,
+                                                                         Hop("10.1.2.1")};
+    }
+    fake.tables[Key("2001:db8::/32")][5] = {kernel::OUR_PROTOCOL, Hop("fe80::1")};
+    fake.tables[Key("10.9.0.0/16")][220] = {4, Hop("10.1.2.1")};
+  }
+
+  test_kernel::FakeKernel fake;
+  FakeChannel channel{fake};
+};
+
+TEST_F(Clean, RemovesAllOfOursAndNothingElse) {
+  const kernel::Cleaned cleaned = kernel::RemoveOurRoutes(channel);
+  EXPECT_EQ(1301u, cleaned.removed);
+  EXPECT_EQ(0u, cleaned.left);
+  EXPECT_EQ("", cleaned.problem);
+  EXPECT_EQ(0u, fake.CountOurs());
+  EXPECT_EQ(1u, fake.tables[Key("10.9.0.0/16")].size());
+}
+
+TEST_F(Clean, TellsWhatRemains) {
+  fake.refuse = [](const kernel::RouteKey& key, bool) { return key.isIp6 ? 0 : EPERM; };
+  const kernel::Cleaned cleaned = kernel::RemoveOurRoutes(channel);
+  EXPECT_EQ(1u, cleaned.removed);
+  EXPECT_EQ(1300u, cleaned.left);
+  EXPECT_EQ("Operation not permitted", cleaned.reason);
+}
+
+TEST_F(Clean, GoesOnAfterLostAnswersAndInterruptions) {
+  channel.accidents = {Accident::OVERRUN, Accident::NONE, Accident::NONE, Accident::INTERRUPTED};
+  const kernel::Cleaned cleaned = kernel::RemoveOurRoutes(channel);
+  EXPECT_EQ("", cleaned.problem);
+  EXPECT_EQ(0u, cleaned.left);
+  EXPECT_EQ(0u, fake.CountOurs());
+}
+
+TEST_F(Clean, SaysWhyNothingIsKnown) {
+  channel.sendErrors = {EACCES};
+  EXPECT_EQ("Permission denied", kernel::RemoveOurRoutes(channel).problem);
+  channel.Tell(kernel::Channel::Outcome::FAILED);
+  EXPECT_THAT(kernel::RemoveOurRoutes(channel).problem, HasSubstr("has failed"));
+}
+
+TEST_F(Clean, GivesUpOnTablesThatChangeAllTheTime) {
+  channel.accidents.assign(100, Accident::INTERRUPTED);
+  EXPECT_THAT(kernel::RemoveOurRoutes(channel).problem, HasSubstr("change all the time"));
+}
+
+}  // namespace

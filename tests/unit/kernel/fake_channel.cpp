@@ -1,0 +1,98 @@
+#include "fake_channel.h"
+
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace test_kernel {
+
+using kernel::Received;
+
+void FakeChannel::Tell(Outcome outcome, Received received) {
+  const std::lock_guard lock(m_mutex);
+  m_waiting.emplace_back(outcome, std::move(received));
+  eventfd_write(GetDescriptor(), 1);
+}
+
+FakeChannel::Accident FakeChannel::TakeAccident() {
+  if (accidents.empty()) {
+    return Accident::NONE;
+  }
+  const Accident accident = accidents.back();
+  accidents.pop_back();
+  return accident;
+}
+
+int FakeChannel::Send(const std::vector<char>& bytes) {
+  if (!sendErrors.empty()) {
+    const int error = sendErrors.back();
+    sendErrors.pop_back();
+    return error;
+  }
+  nlmsghdr header;
+  std::memcpy(&header, bytes.data(), sizeof header);
+  if (header.nlmsg_type == RTM_GETROUTE) {
+    rtmsg route;
+    std::memcpy(&route, &bytes[NLMSG_HDRLEN], sizeof route);
+    SendDump(route.rtm_family == AF_INET6, header.nlmsg_seq);
+    return 0;
+  }
+  ++batches;
+  Received received;
+  for (kernel::Answer& answer : m_kernel.Work(bytes)) {
+    received.messages.emplace_back(std::move(answer));
+  }
+  if (TakeAccident() == Accident::OVERRUN) {
+    Tell(Outcome::OVERRUN);
+  } else {
+    Tell(Outcome::MESSAGES, std::move(received));
+  }
+  return 0;
+}
+
+// Two packets, as a long dump has.
+void FakeChannel::SendDump(bool isIp6, std::uint32_t sequence) {
+  ++dumps;
+  const Accident accident = TakeAccident();
+  Received routes;
+  for (kernel::FoundRoute& route : m_kernel.Dump(isIp6)) {
+    routes.messages.emplace_back(std::move(route));
+  }
+  routes.isInterrupted = accident == Accident::INTERRUPTED;
+  if (accident == Accident::OVERRUN) {
+    Tell(Outcome::OVERRUN);
+  } else if (accident != Accident::REFUSED && accident != Accident::WITHOUT_FAMILY) {
+    Tell(Outcome::MESSAGES, std::move(routes));
+  }
+  Received end;
+  if (accident == Accident::REFUSED) {
+    end.messages.emplace_back(kernel::DumpEnd{sequence, ENOMEM});
+  } else if (accident == Accident::WITHOUT_FAMILY) {
+    end.messages.emplace_back(kernel::Answer{sequence, EOPNOTSUPP, {}});
+  } else {
+    end.messages.emplace_back(kernel::DumpEnd{sequence, 0});
+  }
+  Tell(Outcome::MESSAGES, std::move(end));
+  if (afterDump) {
+    afterDump();
+  }
+}
+
+kernel::Channel::Outcome FakeChannel::Receive(Received& received) {
+  const std::lock_guard lock(m_mutex);
+  received = Received();
+  if (m_waiting.empty()) {
+    eventfd_t count;
+    eventfd_read(GetDescriptor(), &count);
+    return Outcome::NOTHING;
+  }
+  const Outcome outcome = m_waiting.front().first;
+  received = std::move(m_waiting.front().second);
+  m_waiting.pop_front();
+  return outcome;
+}
+
+}  // namespace test_kernel

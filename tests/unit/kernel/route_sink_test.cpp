@@ -1,0 +1,278 @@
+// The sink on a loop of its own, with a kernel that can be broken.
+
+#include "device/kernel/route_sink.h"
+
+#include <gmock/gmock.h>
+#include <uv.h>
+
+#include <cerrno>
+#include <optional>
+#include <stdexcept>
+
+#include "device/loop/loop.h"
+#include "fake_channel.h"
+
+namespace {
+
+using kernel::Channel;
+using kernel::RouteSink;
+using test_kernel::FakeChannel;
+using test_kernel::Hop;
+using test_kernel::Key;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using Accident = FakeChannel::Accident;
+
+const kernel::RouteKey KEY = Key("10.9.0.0/16");
+const kernel::RouteKey OTHER = Key("10.10.0.0/16");
+
+class Sink : public testing::Test {
+ protected:
+  void Open() {
+    sink.emplace(
+        m_loop.Get(), [] { return uv_hrtime() / 1000000; },
+        [this](kernel::Subscription subscription) {
+          auto channel = std::make_unique<FakeChannel>(fake);
+          channels.push_back(channel.get());
+          EXPECT_EQ(channels.size() == 3,
+                    subscription == kernel::Subscription::LINKS_AND_ADDRESSES);
+          Prepare(*channel);
+          return channel;
+        },
+        [this](const std::string& line) { lines.push_back(line); });
+  }
+  /// Called for each channel before it is used.
+  void Prepare(FakeChannel& channel) {
+    if (channels.size() == 2) {
+      channel.accidents = accidentsOfReading;
+    }
+  }
+  FakeChannel& Writing() { return *channels.at(0); }
+  FakeChannel& Reading() { return *channels.at(1); }
+  FakeChannel& Hearing() { return *channels.at(2); }
+
+  /// Runs the loop until `isOver`; ten seconds are more than anything here needs.
+  void RunUntil(const std::function<bool()>& isOver) {
+    const std::uint64_t end = uv_hrtime() + 10000000000u;
+    while (!isOver() && uv_hrtime() < end) {
+      uv_run(m_loop.Get(), UV_RUN_ONCE);
+    }
+    ASSERT_TRUE(isOver());
+  }
+  void Settle() {
+    RunUntil([this] { return sink->IsSettled(); });
+  }
+  RouteSink::Result Compare() {
+    std::optional<RouteSink::Result> result;
+    sink->Compare([&](const RouteSink::Result& found) { result = found; });
+    RunUntil([&] { return result.has_value(); });
+    return result.value_or(RouteSink::Result{});
+  }
+  void ExpectInstalled(std::size_t count) {
+    EXPECT_EQ(count, fake.CountOurs());
+    EXPECT_EQ(count, sink->GetLedger().CountStanding());
+  }
+
+  loop::Loop m_loop;
+  test_kernel::FakeKernel fake;
+  std::vector<FakeChannel*> channels;
+  std::vector<Accident> accidentsOfReading;
+  std::vector<std::string> lines;
+  std::optional<RouteSink> sink;
+};
+
+TEST_F(Sink, NothingIsSentBeforeTheTablesHaveBeenRead) {
+  fake.tables[KEY][220] = {kernel::OUR_PROTOCOL, Hop("10.1.2.1")};
+  Open();
+  sink->Want(KEY, Hop("10.1.2.1"));
+  sink->Want(OTHER, Hop("10.1.2.1"));
+  EXPECT_FALSE(sink->IsSettled());
+  Settle();
+  EXPECT_EQ(1u, fake.requests) << "one of them stood already";
+  EXPECT_EQ(2u, Reading().dumps);
+  ExpectInstalled(2);
+  EXPECT_THAT(lines, IsEmpty());
+}
+
+TEST_F(Sink, WithoutAWayToTheKernelThereIsNone) {
+  EXPECT_THROW(RouteSink(
+                   m_loop.Get(), [] { return 0; },
+                   [](auto) -> std::unique_ptr<Channel> { throw std::runtime_error("none"); },
+                   [](const std::string&) {}),
+               std::runtime_error);
+}
+
+TEST_F(Sink, BatchesFollowOneAnother) {
+  Open();
+  for (int i = 0; i < 1200; ++i) {
+    sink->Want(Key("10." + std::to_string(i / 200) + "." + std::to_string(i % 200) + ".0/24"),
+               Hop("10.1.2.1"));
+  }
+  Settle();
+  EXPECT_EQ(3u, Writing().batches);
+  ExpectInstalled(1200);
+}
+
+TEST_F(Sink, EarlierRoutesGoWithTheSweep) {
+  fake.tables[KEY][220] = {kernel::OUR_PROTOCOL, Hop("10.1.2.1")};
+  Open();
+  Settle();
+  EXPECT_EQ(1u, fake.CountOurs());
+  sink->Sweep();
+  Settle();
+  EXPECT_EQ(0u, fake.CountOurs());
+  EXPECT_EQ(1u, sink->GetLedger().GetTotals().deleted);
+}
+
+TEST_F(Sink, AComparisonTellsAndPutsBack) {
+  Open();
+  sink->Want(KEY, Hop("10.1.2.1"));
+  sink->Sweep();
+  Settle();
+  fake.tables.erase(KEY);
+  fake.tables[OTHER][220] = {kernel::OUR_PROTOCOL, Hop("10.1.2.1")};
+  const RouteSink::Result result = Compare();
+  EXPECT_TRUE(result.isComplete);
+  EXPECT_EQ(1u, result.comparison.missing);
+  EXPECT_EQ(1u, result.comparison.strays);
+  Settle();
+  ExpectInstalled(1);
+  EXPECT_THAT(lines, ElementsAre("The kernel had lost 1 route, which are put back",
+                                 "The kernel had 1 route of this device that nobody wants, which "
+                                 "are removed"));
+  EXPECT_EQ(2u, sink->CountComparisons());
+}
+
+TEST_F(Sink, WhoAsksDuringAComparisonHasTheNextOne) {
+  Open();
+  Settle();
+  std::vector<int> order;
+  sink->Compare([&](const auto&) { order.push_back(1); });
+  uv_run(m_loop.Get(), UV_RUN_NOWAIT);
+  sink->Compare([&](const auto&) { order.push_back(2); });
+  sink->Compare([&](const auto&) { order.push_back(3); });
+  RunUntil([&] { return order.size() == 3; });
+  EXPECT_THAT(order, ElementsAre(1, 2, 3));
+  EXPECT_EQ(3u, sink->CountComparisons());
+}
+
+TEST_F(Sink, AnInterruptedDumpIsReadAgain) {
+  accidentsOfReading = {Accident::INTERRUPTED, Accident::NONE, Accident::INTERRUPTED};
+  fake.tables[KEY][220] = {kernel::OUR_PROTOCOL, Hop("10.1.2.1")};
+  Open();
+  sink->Want(KEY, Hop("10.1.2.1"));
+  Settle();
+  EXPECT_EQ(5u, Reading().dumps);
+  EXPECT_EQ(0u, fake.requests);
+}
+
+TEST_F(Sink, AnOverrunOfADumpIsAnInterruption) {
+  accidentsOfReading = {Accident::OVERRUN};
+  Open();
+  sink->Want(KEY, Hop("10.1.2.1"));
+  Settle();
+  EXPECT_EQ(1u, sink->CountOverruns());
+  ExpectInstalled(1);
+}
+
+TEST_F(Sink, ATableThatCannotBeReadIsReadLater) {
+  accidentsOfReading = {Accident::REFUSED, Accident::REFUSED};
+  Open();
+  sink->Want(KEY, Hop("10.1.2.1"));
+  EXPECT_FALSE(Compare().isComplete);
+  EXPECT_EQ(0u, fake.requests);
+  Settle();
+  ExpectInstalled(1);
+}
+
+TEST_F(Sink, AFamilyThatTheMachineHasNotIsEmpty) {
+  accidentsOfReading = {Accident::WITHOUT_FAMILY, Accident::NONE};
+  Open();
+  Settle();
+  EXPECT_EQ(2u, Reading().dumps);
+  EXPECT_EQ(1u, sink->CountComparisons());
+}
+
+TEST_F(Sink, LostAnswersAreFoundOut) {
+  Open();
+  Settle();
+  Writing().accidents = {Accident::OVERRUN};
+  sink->Want(KEY, Hop("10.1.2.1"));
+  sink->Want(OTHER, Hop("10.1.2.1"));
+  RunUntil([this] { return sink->CountComparisons() == 2; });
+  Settle();
+  EXPECT_EQ(1u, sink->CountOverruns());
+  ExpectInstalled(2);
+  EXPECT_EQ(0u, sink->GetLedger().CountRefused());
+  EXPECT_THAT(lines, IsEmpty());
+}
+
+TEST_F(Sink, ABatchThatTheKernelDoesNotTakeIsSentAgain) {
+  Open();
+  Settle();
+  Writing().sendErrors = {ENOBUFS, ENOBUFS};
+  sink->Want(KEY, Hop("10.1.2.1"));
+  RunUntil([this] { return fake.CountOurs() == 1; });
+  Settle();
+  ExpectInstalled(1);
+  ASSERT_THAT(lines, SizeIs(1)) << "of two failures";
+  EXPECT_THAT(lines[0], HasSubstr("No buffer space available"));
+}
+
+TEST_F(Sink, ARefusalIsToldOnceAndAskedAgain) {
+  Open();
+  Settle();
+  fake.refuse = [](const auto&, bool) { return ENETUNREACH; };
+  sink->Want(KEY, Hop("10.7.7.7"));
+  sink->Want(OTHER, Hop("10.7.7.7"));
+  Settle();
+  EXPECT_EQ(2u, sink->GetLedger().CountRefused());
+  ASSERT_THAT(lines, SizeIs(1));
+  EXPECT_THAT(lines[0], HasSubstr("in table 254: Network is unreachable; it is asked again"));
+  fake.refuse = {};
+  RunUntil([this] { return fake.CountOurs() == 2; });
+  Settle();
+  ExpectInstalled(2);
+}
+
+// A link that comes up is what a refused route may have waited for, and one that goes takes routes.
+TEST_F(Sink, AChangeOfALinkIsACauseToAskAndToCompare) {
+  Open();
+  sink->Want(OTHER, Hop("10.1.2.1"));
+  Settle();
+  fake.refuse = [](const auto&, bool) { return ENETDOWN; };
+  for (int i = 0; i < 4; ++i) {  // the next try is a while away
+    sink->Forgo(KEY);
+    sink->Want(KEY, Hop("10.1.2.1"));
+  }
+  Settle();
+  fake.refuse = {};
+  fake.tables.erase(OTHER);
+  const std::size_t comparisons = sink->CountComparisons();
+  Hearing().Tell(Channel::Outcome::MESSAGES);
+  RunUntil([&] { return sink->CountComparisons() == comparisons + 1; });
+  Settle();
+  ExpectInstalled(2);
+}
+
+TEST_F(Sink, AnOverrunOfWhatIsHeardIsCounted) {
+  Open();
+  Settle();
+  Hearing().Tell(Channel::Outcome::OVERRUN);
+  RunUntil([this] { return sink->CountComparisons() == 2; });
+  EXPECT_EQ(1u, sink->CountOverruns());
+}
+
+TEST_F(Sink, WhoGoesLeavesItsRoutes) {
+  Open();
+  sink->Want(KEY, Hop("10.1.2.1"));
+  Settle();
+  sink->Compare([](const auto&) { FAIL(); });
+  sink.reset();
+  uv_run(m_loop.Get(), UV_RUN_NOWAIT);
+  EXPECT_EQ(1u, fake.CountOurs());
+}
+
+}  // namespace
