@@ -14,6 +14,7 @@ constexpr const char* HELP =
     "Usage: vantacored --config DIR [OPTION...]\n"
     "       vantacored --check DIR [--strict]\n"
     "       vantacored --config DIR --diff OTHER\n"
+    "       vantacored --kernel-clean\n"
     "\n"
     "  --config DIR    the configuration folder: device.json, vlans.json, remote/*.json\n"
     "  --log LEVEL     log up to this level, 0 to 10, on standard error (default 1)\n"
@@ -38,6 +39,10 @@ constexpr const char* HELP =
     "  --keep-old SECONDS\n"
     "                  how long a route stays at most whose successor cannot take its place yet,\n"
     "                  0 to 86400 (default 60)\n"
+    "  --sweep-after SECONDS\n"
+    "                  how long routes of an earlier run stay in the kernel at most while the "
+    "device\n"
+    "                  has not settled, 0 to 86400 (default 60)\n"
     "  --tick-us N     a fixed length of the timer tick in microseconds, 10 to 1000000; without "
     "it\n"
     "                  the tick follows the work\n"
@@ -48,6 +53,9 @@ constexpr const char* HELP =
     "  --strict        with --check: 1 with warnings, too\n"
     "  --diff OTHER    only tell what a reload of the folder OTHER would change; the exit\n"
     "                  status is 0, 1 when something differs, or 2 with errors in a folder\n"
+    "  --kernel-clean  only remove every route of this device from the kernel; the exit status "
+    "is 0,\n"
+    "                  or 1 if some remain\n"
     "  --help          this text\n"
     "  --version       the version\n"
     "\n"
@@ -72,7 +80,9 @@ enum : int {
   DIFF,
   KEEP_OLD,
   LOG_FORMAT,
-  METRICS
+  METRICS,
+  SWEEP_AFTER,
+  KERNEL_CLEAN
 };
 
 std::optional<LogFormat::Kind> FindKind(const std::string& word) {
@@ -114,6 +124,15 @@ std::string Take(int number, const char* value, CommandLine& line) {
         return {};
       }
       return "--keep-old takes a number from 0 to 86400, not " + Quote(value);
+    case SWEEP_AFTER:
+      if (const auto seconds = ReadDecimal(value, 0, 86400)) {
+        line.sweepAfterSeconds = static_cast<unsigned int>(*seconds);
+        return {};
+      }
+      return "--sweep-after takes a number from 0 to 86400, not " + Quote(value);
+    case KERNEL_CLEAN:
+      line.isKernelClean = true;
+      return {};
     case GUARD:
       if (const auto percent = ReadDecimal(value, 0, 100)) {
         line.guardPercent = *percent;
@@ -152,6 +171,9 @@ constexpr unsigned int Bit(int option) { return 1u << option; }
 
 // What is wrong with the options together, or the empty text. `given` has a bit for each option.
 std::string JudgeTogether(const CommandLine& line, unsigned int given) {
+  if (line.isKernelClean) {
+    return given == Bit(KERNEL_CLEAN) ? "" : "--kernel-clean stands alone";
+  }
   if ((given & Bit(DIFF)) != 0 && (given & ~(Bit(DIFF) | Bit(CONFIG))) != 0) {
     return "--diff goes with --config only";
   }
@@ -186,6 +208,8 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
                                  {"fresh", no_argument, nullptr, FRESH},
                                  {"guard", required_argument, nullptr, GUARD},
                                  {"keep-old", required_argument, nullptr, KEEP_OLD},
+                                 {"sweep-after", required_argument, nullptr, SWEEP_AFTER},
+                                 {"kernel-clean", no_argument, nullptr, KERNEL_CLEAN},
                                  {"tick-us", required_argument, nullptr, TICK}},
                                 false};
   unsigned int given = 0;

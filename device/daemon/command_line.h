@@ -23,8 +23,10 @@ struct CommandLine {
   std::string stateDirectory;  // where revisions are kept; empty: with isDaemon the user's folder
   bool isFresh = false;        // the start takes the folder, whatever was in force
   unsigned int guardPercent = 50;
-  unsigned int keepOldSeconds = 60;              // how long a route waits for its successor
-  bool isPartial = false;                        // what cannot be used of the folder is left out
+  unsigned int keepOldSeconds = 60;     // how long a route waits for its successor
+  unsigned int sweepAfterSeconds = 60;  // how long the kernel's routes of an earlier run stay
+  bool isKernelClean = false;           // only remove what is in the kernel
+  bool isPartial = false;               // what cannot be used of the folder is left out
   std::optional<unsigned int> tickMicroseconds;  // nothing: it follows the work
 };
 

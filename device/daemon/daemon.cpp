@@ -86,10 +86,16 @@ Daemon::Daemon(const CommandLine& line)
                  m_interfaces, m_stackPort, m_protocolRows, MakeReloadHooks(), OpenHistory(line),
                  {line.guardPercent, line.isFresh, line.keepOldSeconds}),
       m_tables(m_stack.GetFacts()),
-      m_host{m_loop, std::time(nullptr), console::ConsoleServer::PROTOCOL_VERSION,
-             [this] { return CountSessions(); }, [this] { return m_log.CountLost(); }},
+      m_host{m_loop,
+             std::time(nullptr),
+             console::ConsoleServer::PROTOCOL_VERSION,
+             [this] { return CountSessions(); },
+             [this] { return m_log.CountLost(); },
+             [this] { return DescribeKernel(); }},
       m_questions({m_reloader, m_interfaces, m_stackPort, m_tables, m_host, m_feed}),
       m_watchTap(m_feed, m_stackPort, m_interfaces, m_reloader),
+      m_kernelRoutes(m_loop.Get(), m_stackPort, m_stack.GetFacts(), line.sweepAfterSeconds,
+                     MakeKernelHooks()),
       m_settled(m_loop.Get(), Activity()),
       m_pace([this] { return GetTraffic(); }, NowMilliseconds, line.tickMicroseconds),
       m_lab(m_stack.GetControl(), m_interfaces, [this](auto tick) { m_pace.Fix(tick); }),
@@ -116,6 +122,7 @@ apply::ReloadHooks Daemon::MakeReloadHooks() {
   hooks.overheard = HearWhile;
   hooks.library = [this](const std::function<void()>& work) { m_loop.Apart(work); };
   hooks.over = [this] {
+    m_kernelRoutes.Apply(m_reloader.GetIntent().GetDevice());
     m_memory.Expect();
     m_afterReload.Post([this] { TellLongestTurn(); });
   };
@@ -165,11 +172,14 @@ void Daemon::PrepareLibrary() {
   m_loop.AtTurnEnd([this] {
     m_pace.Look();
     m_watchTap.Look();
+    m_kernelRoutes.Look();
   });
   m_stack.MakeCurrent();
 }
 
+// The kernel's routes first, so that nothing of the forwarding table is missed.
 void Daemon::InitializeLibrary() {
+  m_kernelRoutes.Apply(m_reloader.GetIntent().GetDevice());
   Tarsel::DcRouterMgr* manager = Tarsel::DcRouterMgr::GetInstance();
   manager->Initialize(m_reloader.GetIntent().GetDevice().defaultVlan, &m_interfaces);
   manager->SckInterfaceInitialize(&m_descriptors);
@@ -287,31 +297,70 @@ std::size_t Daemon::CountSessions() const {
 
 console::FolderCommands Daemon::MakeFolderCommands() {
   using apply::Asker;
-  return {
-      [this](Asker asker, const apply::ReloadRequest& request) {
-        m_reloader.Reload(std::move(asker), request);
-      },
-      [this](Asker asker, bool isStrict) { m_reloader.Check(std::move(asker), isStrict); },
-      [this](std::size_t mostLines, auto done) { m_reloader.Verify(mostLines, std::move(done)); },
-      [this](Asker asker, std::optional<unsigned int> revision) {
-        m_reloader.Diff(std::move(asker), revision);
-      },
-      [this](Asker asker, unsigned int revision) {
-        m_reloader.Confirm(std::move(asker), revision);
-      },
-      [this](Asker asker, unsigned int back) { m_reloader.Undo(std::move(asker), back); },
-      [this](Asker asker) { m_reloader.ListRevisions(std::move(asker)); },
-      [this](Asker asker, unsigned int revision) {
-        m_reloader.ShowRevision(std::move(asker), revision);
-      }};
+  return {[this](Asker asker, const apply::ReloadRequest& request) {
+            m_reloader.Reload(std::move(asker), request);
+          },
+          [this](Asker asker, bool isStrict) { m_reloader.Check(std::move(asker), isStrict); },
+          [this](std::size_t mostLines, auto done) { Verify(mostLines, std::move(done)); },
+          [this](Asker asker, std::optional<unsigned int> revision) {
+            m_reloader.Diff(std::move(asker), revision);
+          },
+          [this](Asker asker, unsigned int revision) {
+            m_reloader.Confirm(std::move(asker), revision);
+          },
+          [this](Asker asker, unsigned int back) { m_reloader.Undo(std::move(asker), back); },
+          [this](Asker asker) { m_reloader.ListRevisions(std::move(asker)); },
+          [this](Asker asker, unsigned int revision) {
+            m_reloader.ShowRevision(std::move(asker), revision);
+          }};
 }
 
 loop::Activity Daemon::Activity() {
-  return {[this] { return !m_reloader.IsSettled(); },
+  return {[this] { return !IsSettled(); },
           [this] {
             const apply::Progress progress = m_reloader.GetProgress();
             return loop::Progress{progress.done, progress.done + progress.open};
           }};
+}
+
+KernelRoutes::Hooks Daemon::MakeKernelHooks() {
+  return {[](kernel::Subscription subscription) {
+            return std::make_unique<kernel::NetlinkSocket>(subscription);
+          },
+          Log, NowMilliseconds, [this] { return m_reloader.IsSettled(); }};
+}
+
+views::KernelState Daemon::DescribeKernel() const {
+  const kernel::RouteSink* const sink = m_kernelRoutes.GetSink();
+  if (sink == nullptr) {
+    return {};
+  }
+  const kernel::RouteLedger& ledger = sink->GetLedger();
+  const kernel::RouteLedger::Totals& totals = ledger.GetTotals();
+  views::KernelState state;
+  state.isWritten = true;
+  state.wanted = ledger.CountWanted();
+  state.standing = ledger.CountStanding();
+  state.refused = ledger.CountRefused();
+  state.added = totals.added;
+  state.deleted = totals.deleted;
+  state.refusals = totals.refused;
+  state.missing = totals.missing;
+  state.strays = totals.strays;
+  state.overruns = sink->CountOverruns();
+  return state;
+}
+
+// The stack first: what it does not have, the kernel cannot.
+void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done) {
+  m_reloader.Verify(mostLines, [this, mostLines, done = std::move(done)](auto verdicts) {
+    m_kernelRoutes.Verify(mostLines, [verdicts, done](auto verdict) mutable {
+      if (verdict) {
+        verdicts.push_back(std::move(*verdict));
+      }
+      done(std::move(verdicts));
+    });
+  });
 }
 
 views::Effect Daemon::FindEffect(std::size_t mostDifferences) const {

@@ -21,6 +21,7 @@
 #include "device/stack/routing_stack.h"
 #include "device/views/device_questions.h"
 #include "device/views/feed.h"
+#include "kernel_routes.h"
 #include "log_writer.h"
 #include "metrics_server.h"
 #include "pace.h"
@@ -59,6 +60,10 @@ class Daemon {
   std::size_t CountSessions() const;
   console::FolderCommands MakeFolderCommands();
   loop::Activity Activity();
+  bool IsSettled() const { return m_reloader.IsSettled() && m_kernelRoutes.IsSettled(); }
+  KernelRoutes::Hooks MakeKernelHooks();
+  views::KernelState DescribeKernel() const;
+  void Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
   Traffic GetTraffic() const;
   views::Effect FindEffect(std::size_t mostDifferences) const;
   void TellLongestTurn();
@@ -82,6 +87,7 @@ class Daemon {
   const views::Host m_host;
   views::DeviceQuestions m_questions;
   WatchTap m_watchTap;
+  KernelRoutes m_kernelRoutes;
   loop::SettledWait m_settled;  // the session's
   Pace m_pace;
   console::Lab m_lab;

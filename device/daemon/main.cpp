@@ -11,6 +11,7 @@
 #include "device/program/standard_streams.h"
 #include "diff_folders.h"
 #include "hang_up.h"
+#include "kernel_clean.h"
 
 namespace {
 
@@ -29,6 +30,9 @@ int main(int argc, char** argv) {
     vantacored::CommandLine line;
     if (const auto ending = vantacored::ParseCommandLine(argc, argv, line)) {
       return program::PrintEnding("vantacored", *ending);
+    }
+    if (line.isKernelClean) {
+      return vantacored::CleanKernel();
     }
     if (!line.diffDirectory.empty()) {
       return vantacored::DiffFolders(line.configDirectory, line.diffDirectory);

@@ -52,8 +52,20 @@ struct InterfaceOrigin {
   std::vector<Place> ip6;
 };
 
+/// What the device does in the tables of the machine's kernel.
+struct KernelSettings {
+  bool writesRoutes = false;
+  /// A VLAN other than the default one has the table of this number plus its id.
+  std::uint32_t tableBase = 40000;
+
+  friend bool operator==(const KernelSettings& a, const KernelSettings& b) {
+    return a.writesRoutes == b.writesRoutes && a.tableBase == b.tableBase;
+  }
+};
+
 struct Device {
   unsigned short defaultVlan = 1;
+  KernelSettings kernel;
   Interfaces interfaces;
   std::map<InterfaceKey, InterfaceOrigin> origins;  // of each interface
   std::map<unsigned short, std::string> primaries;  // by VLAN

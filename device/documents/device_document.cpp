@@ -54,8 +54,9 @@ class Builder : public ShapeVisitor {
 
   void BeginObject(const Member&, std::string_view, std::size_t) override { m_draft = Draft(); }
 
-  void EndObject(const Member&, const Outcome& outcome) override {
-    if (outcome.isComplete && HasRoom(INTERFACE_BYTES, outcome.offset)) {
+  void EndObject(const Member& member, const Outcome& outcome) override {
+    const bool isInterface = !Is(member, "kernel");
+    if (isInterface && outcome.isComplete && HasRoom(INTERFACE_BYTES, outcome.offset)) {
       AddInterface(outcome.offset);
     }
   }
@@ -76,7 +77,7 @@ class Builder : public ShapeVisitor {
         m_draft.nameOffset = offset;
         break;
       case Kind::FLAG:
-        (Is(member, "up") ? m_draft.interface.up : m_draft.interface.joined) = value.flag;
+        FlagOf(member) = value.flag;
         break;
       case Kind::NUMBER:
         TakeNumber(member, value.number, offset);
@@ -139,9 +140,18 @@ class Builder : public ShapeVisitor {
     return m_bytes <= m_mostBytes;
   }
 
+  bool& FlagOf(const Member& member) {
+    if (Is(member, "routes")) {
+      return m_device.kernel.writesRoutes;
+    }
+    return Is(member, "up") ? m_draft.interface.up : m_draft.interface.joined;
+  }
+
   void TakeNumber(const Member& member, std::uint32_t number, std::size_t offset) {
     if (Is(member, "default_vlan")) {
       m_device.defaultVlan = static_cast<unsigned short>(number);
+    } else if (Is(member, "table_base")) {
+      m_device.kernel.tableBase = number;
     } else if (Is(member, "mtu")) {
       m_draft.interface.mtu = number;
     } else if (Is(member, "vlan")) {

@@ -56,10 +56,22 @@ constexpr Member PrimaryInterfaces() {
   return member;
 }
 
+// The kernel has tables of its own below 256.
+constexpr std::uint32_t LOWEST_TABLE = 256;
+constexpr std::uint32_t HIGHEST_TABLE = 0xFFFF0000;
+
+constexpr Member KERNEL_MEMBERS[] = {
+    Flag("routes", false, "installed routes are written into the kernel's tables"),
+    Number("table_base", LOWEST_TABLE, HIGHEST_TABLE, 40000,
+           "a VLAN has the table of this number plus its id, the default VLAN the main table"),
+};
+constexpr Object KERNEL_SETTINGS = ObjectWith("kernel", KERNEL_MEMBERS, false);
+
 constexpr Member DEVICE_MEMBERS[] = {
     RequiredNumber("default_vlan", 0, MAX_VLAN, "of consoles"),
     ArrayOf("interfaces", INTERFACE_ELEMENT, nullptr),
     PrimaryInterfaces(),
+    WithStandardText(ObjectOf("kernel", KERNEL_SETTINGS), "the kernel is left alone"),
 };
 constexpr Object DEVICE = ObjectWith("device document", DEVICE_MEMBERS, false);
 

@@ -32,7 +32,7 @@ struct Totals {
   Count rows;       // of protocols
   Count routes;
   Count rules;
-  Count settings;  // of the device: the default VLAN
+  Count settings;  // of the device: the default VLAN, what is done in the kernel
   /// To the stack, as far as documents tell: how many rows it is asked for, to make, to change or to
   /// remove. A VLAN is two rows, one in each family, and so is an interface; an address, a row of a
   /// protocol, a route and a rule are one each. Another IPv4 address takes two, since the old one is

@@ -15,6 +15,18 @@ void CompareSettings(const documents::Device& now, const documents::Device& then
              std::to_string(now.defaultVlan);
     });
   }
+  if (now.kernel.writesRoutes != then.kernel.writesRoutes) {
+    teller.Tell(Thing::SETTING, How::CHANGED, [&] {
+      return then.kernel.writesRoutes ? "routes are written into the kernel's tables"
+                                      : "routes are taken out of the kernel's tables";
+    });
+  }
+  if (now.kernel.tableBase != then.kernel.tableBase) {
+    teller.Tell(Thing::SETTING, How::CHANGED, [&] {
+      return "kernel tables from " + std::to_string(then.kernel.tableBase) + " on, was " +
+             std::to_string(now.kernel.tableBase);
+    });
+  }
 }
 
 // That of an empty configuration names none.

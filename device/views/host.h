@@ -10,6 +10,21 @@
 
 namespace views {
 
+/// What became of the routes that are written into the machine's kernel.
+struct KernelState {
+  bool isWritten = false;  // or else everything is 0
+  std::size_t wanted = 0;
+  std::size_t standing = 0;  // of these, as wanted
+  std::size_t refused = 0;
+  // Since routes have been written:
+  std::uint64_t added = 0;
+  std::uint64_t deleted = 0;
+  std::uint64_t refusals = 0;  // requests
+  std::uint64_t missing = 0;   // that a comparison found
+  std::uint64_t strays = 0;    // so too
+  std::uint64_t overruns = 0;  // of a socket
+};
+
 /// The functions are called on the loop's thread and must be cheap; each may be empty.
 struct Host {
   loop::Loop& loop;  // borrowed
@@ -19,6 +34,7 @@ struct Host {
   unsigned short consoleVersion = 0;
   std::function<std::size_t()> countSessions = {};
   std::function<std::uint64_t()> countLostLines = {};  // of the log
+  std::function<KernelState()> describeKernel = {};
 };
 
 /// 0 if the system does not tell.

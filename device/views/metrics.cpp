@@ -84,6 +84,28 @@ void AddRows(Exposition& out, const Sources& sources) {
   out.Sample(sources.interfaces.Get().size() - up, R"(state="down")");
 }
 
+// All 0 for a device that writes no routes into a kernel.
+void AddKernel(Exposition& out, const Host& host) {
+  const KernelState kernel = host.describeKernel ? host.describeKernel() : KernelState{};
+  out.Gauge("vantacore_kernel_routes_wanted", "Routes that the kernel should have.");
+  out.Sample(kernel.wanted);
+  out.Gauge("vantacore_kernel_routes_installed", "Of these, routes that it has.");
+  out.Sample(kernel.standing);
+  out.Gauge("vantacore_kernel_routes_refused", "Routes that it does not take or give up.");
+  out.Sample(kernel.refused);
+  out.Counter("vantacore_kernel_requests_total", "Requests to the kernel by their result.");
+  out.Sample(kernel.added, R"(result="added")");
+  out.Sample(kernel.deleted, R"(result="deleted")");
+  out.Sample(kernel.refusals, R"(result="refused")");
+  out.Counter("vantacore_kernel_routes_repaired_total",
+              "Routes of which a comparison found that the kernel had lost or kept them.");
+  out.Sample(kernel.missing, R"(found="missing")");
+  out.Sample(kernel.strays, R"(found="stray")");
+  out.Counter("vantacore_kernel_overruns_total",
+              "Times that the kernel had more to tell than its socket holds.");
+  out.Sample(kernel.overruns);
+}
+
 void AddRequests(Exposition& out, const Sources& sources) {
   const rows::AnswerCounts answers = sources.stack.CountAnswers();
   out.Counter("vantacore_requests_sent_total", "Requests for rows that the stack has received.");
@@ -126,6 +148,7 @@ std::string WriteMetrics(const Sources& sources) {
   AddRoutes(out, sources);
   AddRows(out, sources);
   AddRequests(out, sources);
+  AddKernel(out, sources.host);
   return out.Take();
 }
 

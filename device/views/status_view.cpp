@@ -68,6 +68,10 @@ std::vector<std::string> ReasonsOf(const Unsettled& now) {
   return reasons;
 }
 
+KernelState FindKernel(const Host& host) {
+  return host.describeKernel ? host.describeKernel() : KernelState{};
+}
+
 std::string DescribeFolder(const std::optional<bool>& differs) {
   if (!differs) {
     return "cannot be compared with what is in force";
@@ -152,6 +156,11 @@ std::string StatusView::WriteText() const {
           std::string(m_sources.stack.IsReady() ? "ready" : "not ready") +
               (m_sources.stack.IsHeld() ? ", held" : "") + ", restarted " +
               Counted(m_sources.tables.CountRestarts(), "time", "times"));
+  if (const KernelState kernel = FindKernel(host); kernel.isWritten) {
+    AddLine(text, "kernel",
+            std::to_string(kernel.standing) + " of " + Counted(kernel.wanted, "route", "routes") +
+                " installed, " + std::to_string(kernel.refused) + " refused");
+  }
   AddLine(text, "longest turn",
           Milliseconds(host.loop.FindLongestTurnOfLastMinute()) + " in the last minute, " +
               Milliseconds(host.loop.GetLongestTurn()) + " since the start");
@@ -197,6 +206,11 @@ std::string StatusView::WriteJson() const {
   json.Key("stack").BeginObject().Key("ready").Bool(m_sources.stack.IsReady());
   json.Key("held").Bool(m_sources.stack.IsHeld());
   json.Key("restarts").Number(m_sources.tables.CountRestarts()).EndObject();
+  const KernelState kernel = FindKernel(host);
+  json.Key("kernel").BeginObject().Key("written").Bool(kernel.isWritten);
+  json.Key("wanted").Number(std::uint64_t{kernel.wanted});
+  json.Key("installed").Number(std::uint64_t{kernel.standing});
+  json.Key("refused").Number(std::uint64_t{kernel.refused}).EndObject();
   json.Key("longest_turn_microseconds").BeginObject();
   json.Key("last_minute").Number(host.loop.FindLongestTurnOfLastMinute());
   json.Key("since_start").Number(host.loop.GetLongestTurn()).EndObject();

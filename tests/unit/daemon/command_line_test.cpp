@@ -153,6 +153,13 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({"--log", ""}, "--log takes a level from 0 to 10, not \"\"");
   ExpectError({"--log", "1x"}, "--log takes a level from 0 to 10, not \"1x\"");
   ExpectError({"--keep-old", "86401"}, "--keep-old takes a number from 0 to 86400, not \"86401\"");
+  ExpectError({"--sweep-after", "86401"},
+              "--sweep-after takes a number from 0 to 86400, not \"86401\"");
+  line = {};
+  ExpectError({"--kernel-clean", "--config", "a"}, "--kernel-clean stands alone");
+  line = {};
+  ExpectError({"--log=1", "--kernel-clean"}, "--kernel-clean stands alone");
+  line = {};
   ExpectError({"--tick-us", "9"}, "--tick-us takes a number from 10 to 1000000, not \"9\"");
   ExpectError({"--tick-us", "1000001"},
               "--tick-us takes a number from 10 to 1000000, not \"1000001\"");

@@ -226,7 +226,7 @@ TEST_F(ReadDeviceDocument, NamesMembersThatNobodyReads) {
   Read(R"({"default_vlan": 1, "vlan": 2, "interfaces": [
     {"name": "eth0", "vlan": 10, "index": 1, "MTU": 1500}], "x-vlan": 2, "$schema": "a"})");
   EXPECT_THAT(lines,
-              ElementsAre("device.json:1:21: vlan: unknown member, expected \"default_vlan\" or "
+              ElementsAre("device.json:1:21: vlan: unknown member, expected \"kernel\" or "
                           "another known name, found \"vlan\"",
                           "device.json:2:46: interfaces[0].MTU: unknown member, expected \"mtu\" "
                           "or another known name, found \"MTU\""));
@@ -282,6 +282,34 @@ TEST(Ip6PrefixOrder, IsByAddressThenLength) {
   EXPECT_TRUE(isBefore(a, b));
   EXPECT_FALSE(isBefore(b, a));
   EXPECT_FALSE(isBefore(a, a));
+}
+
+// ---- the kernel
+
+TEST_F(ReadDeviceDocument, LeavesTheKernelAloneUnlessItSaysOtherwise) {
+  EXPECT_TRUE(Read(R"({"default_vlan": 1})").kernel == documents::KernelSettings());
+  const Device document =
+      Read(R"({"default_vlan": 1, "kernel": {"routes": true, "table_base": 256}})");
+  EXPECT_TRUE(document.kernel.writesRoutes);
+  EXPECT_EQ(document.kernel.tableBase, 256u);
+  EXPECT_EQ(Read(R"({"default_vlan": 1, "kernel": {"routes": true}})").kernel.tableBase, 40000u);
+  EXPECT_THAT(lines, IsEmpty());
+}
+
+TEST_F(ReadDeviceDocument, KeepsTheKernelsOwnTablesFromVlans) {
+  EXPECT_EQ(Read(R"({"default_vlan": 1, "kernel": {"table_base": 255}})").kernel.tableBase, 40000u);
+  EXPECT_EQ(Read(R"({"default_vlan": 1, "kernel": {"table_base": 4294901761}})").kernel.tableBase,
+            40000u);
+  EXPECT_THAT(lines, testing::SizeIs(2));
+}
+
+// An interface and the kernel's settings come one after the other.
+TEST_F(ReadDeviceDocument, TakesNoInterfaceForTheKernelsSettings) {
+  const Device document = Read(
+      R"({"default_vlan": 1, "interfaces": [{"name": "eth0", "vlan": 10, "index": 3}],
+          "kernel": {"routes": true}})");
+  EXPECT_EQ(document.interfaces.size(), 1u);
+  EXPECT_TRUE(document.kernel.writesRoutes);
 }
 
 }  // namespace

@@ -146,6 +146,26 @@ TEST(PlanOfVlans, NamesTheDefaultVlanFirst) {
                   "1 VLAN added, 1 setting changed; 2 requests"));
 }
 
+TEST(PlanOfVlans, TellsWhatIsDoneInTheKernel) {
+  const auto list = [](const std::string& from, const std::string& to) {
+    return ListAll({{"device.json", R"({"default_vlan": 10)" + from + "}"}},
+                   {{"device.json", R"({"default_vlan": 10)" + to + "}"}});
+  };
+  const std::string routes = R"(, "kernel": {"routes": true})";
+  const std::string elsewhere = R"(, "kernel": {"routes": true, "table_base": 500})";
+  EXPECT_THAT(list("", routes),
+              ElementsAre("device", "  ~ routes are written into the kernel's tables",
+                          "1 setting changed; 0 requests"));
+  EXPECT_THAT(list(routes, ""),
+              ElementsAre("device", "  ~ routes are taken out of the kernel's tables",
+                          "1 setting changed; 0 requests"));
+  EXPECT_THAT(list(routes, elsewhere),
+              ElementsAre("device", "  ~ kernel tables from 500 on, was 40000",
+                          "1 setting changed; 0 requests"));
+  EXPECT_THAT(list("", R"(, "kernel": {"routes": false, "table_base": 40000})"),
+              ElementsAre("no change"));
+}
+
 // ---- losses
 
 TEST(PlanOfVlans, TellsAVlanThatLeavesEvenIfNothingIsLost) {

@@ -37,6 +37,21 @@ TEST_F(Metrics, TellOfTheProcess) {
             Sample(R"(vantacore_loop_longest_turn_seconds{period="since_start"})"));
 }
 
+TEST_F(Metrics, CountWhatBecomesOfRoutesInTheKernel) {
+  EXPECT_EQ(Sample("vantacore_kernel_routes_wanted"), 0);
+  m_kernel = {true, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+  const std::map<std::string, double> samples = Samples();
+  EXPECT_EQ(samples.at("vantacore_kernel_routes_wanted"), 1);
+  EXPECT_EQ(samples.at("vantacore_kernel_routes_installed"), 2);
+  EXPECT_EQ(samples.at("vantacore_kernel_routes_refused"), 3);
+  EXPECT_EQ(samples.at(R"(vantacore_kernel_requests_total{result="added"})"), 4);
+  EXPECT_EQ(samples.at(R"(vantacore_kernel_requests_total{result="deleted"})"), 5);
+  EXPECT_EQ(samples.at(R"(vantacore_kernel_requests_total{result="refused"})"), 6);
+  EXPECT_EQ(samples.at(R"(vantacore_kernel_routes_repaired_total{found="missing"})"), 7);
+  EXPECT_EQ(samples.at(R"(vantacore_kernel_routes_repaired_total{found="stray"})"), 8);
+  EXPECT_EQ(samples.at("vantacore_kernel_overruns_total"), 9);
+}
+
 // Nothing has been started, and nothing is there.
 TEST_F(Metrics, AreAsFarAsTheyAreKnown) {
   const std::map<std::string, double> samples = Samples();

@@ -85,7 +85,13 @@ class StateFixture : public apply_test::ReloaderFixture {
   vantacored::StackTables m_tables{stack.GetFacts()};
   std::size_t m_sessions = 3;
   std::uint64_t m_lost = 0;
-  views::Host m_host{m_turns, STARTED, 2, [this] { return m_sessions; }, [this] { return m_lost; }};
+  views::KernelState m_kernel;
+  views::Host m_host{m_turns,
+                     STARTED,
+                     2,
+                     [this] { return m_sessions; },
+                     [this] { return m_lost; },
+                     [this] { return m_kernel; }};
   views::Feed m_feed{m_turns.Get(), [] { return std::int64_t{0}; }};
   unsigned int m_laters = 0;
 };

@@ -69,6 +69,22 @@ TEST_F(Status, CountsInterfacesOfAllVlans) {
   EXPECT_EQ(status["interfaces"]["down"], 2);
 }
 
+TEST_F(Status, TellsOfTheKernelIfRoutesAreWrittenThere) {
+  StartWith(WITH_ROUTE);
+  EXPECT_THAT(Text(), Not(HasSubstr("kernel")));
+  EXPECT_EQ(Object()["kernel"]["written"], false);
+  m_kernel.isWritten = true;
+  m_kernel.wanted = 5;
+  m_kernel.standing = 3;
+  m_kernel.refused = 2;
+  EXPECT_THAT(Text(), HasSubstr("\nkernel          3 of 5 routes installed, 2 refused\n"));
+  const Json::Value kernel = Object()["kernel"];
+  EXPECT_EQ(kernel["written"], true);
+  EXPECT_EQ(kernel["wanted"], 5);
+  EXPECT_EQ(kernel["installed"], 3);
+  EXPECT_EQ(kernel["refused"], 2);
+}
+
 TEST_F(Status, TellsThatTheFolderDiffers) {
   StartWith(WITH_ROUTE);
   WriteVlans(R"("a": {"vid": 10})");

@@ -1,0 +1,228 @@
+#include "kernel_routes.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "device/program/counted.h"
+
+namespace vantacored {
+
+using routing_stack::ForwardingChange;
+using routing_stack::RouteCandidate;
+
+namespace {
+
+constexpr std::uint32_t IP6_BIT = 0x8000;    // of an instance
+constexpr std::uint32_t CODE_CONNECTED = 2;  // of stack/rows.h
+constexpr std::size_t CANDIDATES_A_TURN = 2000;
+
+kernel::Address AddressOf(const unsigned char (&bytes)[16]) {
+  kernel::Address address;
+  std::copy(std::begin(bytes), std::end(bytes), address.begin());
+  return address;
+}
+
+}  // namespace
+
+KernelRoutes::KernelRoutes(uv_loop_s* loop, SoftwareStackPort& port,
+                           const routing_stack::Facts& facts, unsigned int sweepAfterSeconds,
+                           Hooks hooks)
+    : m_loop(loop),
+      m_port(port),
+      m_facts(facts),
+      m_sweepAfterSeconds(sweepAfterSeconds),
+      m_hooks(std::move(hooks)),
+      m_reading(loop),
+      m_sweep(loop) {}
+
+KernelRoutes::~KernelRoutes() { m_port.RemoveTap(*this); }
+
+void KernelRoutes::Apply(const documents::Device& device) {
+  const documents::KernelSettings old = std::exchange(m_settings, device.kernel);
+  m_defaultVlan = device.defaultVlan;
+  if (!m_settings.writesRoutes) {
+    if (old.writesRoutes && m_sink) {
+      m_port.RemoveTap(*this);
+      m_sink->ForgoAllForNow();
+      WaitForSettled();
+    }
+    return;
+  }
+  if (m_sink && m_settings == old) {
+    return;
+  }
+  if (!m_sink && !Open()) {
+    return;
+  }
+  if (!old.writesRoutes) {
+    m_port.AddTap(*this);
+  }
+  m_sink->ForgoAllForNow();
+  m_isToRead = !m_facts.Instances().empty();
+  WaitForSettled();
+}
+
+bool KernelRoutes::Open() {
+  try {
+    m_sink = std::make_unique<kernel::RouteSink>(m_loop, m_hooks.now, m_hooks.open, m_hooks.log);
+    return true;
+  } catch (const std::runtime_error& problem) {
+    m_hooks.log(std::string("No routes are written into the kernel: ") + problem.what());
+    m_settings.writesRoutes = false;  // the next reload tries again
+    return false;
+  }
+}
+
+// A device that does not settle must not keep routes of an earlier run for ever.
+void KernelRoutes::WaitForSettled() {
+  m_isWaiting = true;
+  m_instancesToRead.clear();
+  m_sweep.Start(std::uint64_t{m_sweepAfterSeconds} * 1000, [this] {
+    if (m_isWaiting && !m_isToRead && m_instancesToRead.empty()) {
+      m_hooks.log("The device has not settled in " +
+                  program::Counted(m_sweepAfterSeconds, "second", "seconds") +
+                  ": what the kernel has of an earlier run is removed");
+      Sweep();
+    }
+  });
+}
+
+void KernelRoutes::LookWhetherSettled() {
+  if (!m_sink) {
+    m_isWaiting = false;
+    return;
+  }
+  if (!m_settings.writesRoutes) {
+    End();
+    return;
+  }
+  if (!m_instancesToRead.empty() || !m_hooks.isSettled()) {
+    return;
+  }
+  if (std::exchange(m_isToRead, false)) {
+    m_instancesToRead = m_facts.Instances();
+    m_lastRead.reset();
+    m_reading.Post([this] { ReadSlice(); });
+  } else {
+    Sweep();
+  }
+}
+
+// First everything goes, then so does the sink.
+void KernelRoutes::End() {
+  if (m_sink->GetLedger().IsLearning()) {
+    m_sink->Sweep();
+  } else if (m_sink->IsSettled()) {
+    m_sink.reset();
+    m_isWaiting = false;
+  }
+}
+
+void KernelRoutes::Sweep() {
+  m_isWaiting = false;
+  m_sweep.Stop();
+  m_sink->Sweep();
+}
+
+// Changes that come meanwhile are heard as always, so each slice is right when it is read.
+void KernelRoutes::ReadSlice() {
+  if (m_instancesToRead.empty()) {
+    return;
+  }
+  const std::uint32_t instance = m_instancesToRead.back();
+  const std::vector<RouteCandidate> slice =
+      m_facts.CandidatesAfter(instance, m_lastRead ? &*m_lastRead : nullptr, CANDIDATES_A_TURN);
+  for (const RouteCandidate& candidate : slice) {
+    if (candidate.isInstalled) {
+      Want(KeyOf(instance, candidate.destination, candidate.prefixLength),
+           candidate.protocol == routing_stack::RouteProtocol::kConnected, candidate.nextHop,
+           candidate.ifIndex);
+    }
+  }
+  if (slice.empty()) {
+    m_instancesToRead.pop_back();
+    m_lastRead.reset();
+  } else {
+    m_lastRead = slice.back();
+  }
+  m_reading.Post([this] { ReadSlice(); });
+}
+
+kernel::RouteKey KernelRoutes::KeyOf(std::uint32_t instance, const unsigned char (&destination)[16],
+                                     std::uint32_t length) const {
+  const std::uint32_t vlan = instance & ~IP6_BIT;
+  return {vlan == m_defaultVlan ? kernel::MAIN_TABLE : m_settings.tableBase + vlan,
+          (instance & IP6_BIT) != 0, static_cast<unsigned char>(length), AddressOf(destination)};
+}
+
+// The kernel puts the networks of its own addresses into its main table itself.
+void KernelRoutes::Want(const kernel::RouteKey& key, bool isConnected,
+                        const unsigned char (&nextHop)[16], std::uint32_t ifIndex) {
+  if (ifIndex == 0 || (isConnected && key.table == kernel::MAIN_TABLE)) {
+    m_sink->Forgo(key);
+  } else if (isConnected) {
+    m_sink->Want(key, {{}, ifIndex});
+  } else {
+    m_sink->Want(key, {AddressOf(nextHop), ifIndex});
+  }
+}
+
+void KernelRoutes::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
+                                     routing_stack::RowType) {
+  const kernel::RouteKey key = KeyOf(route.instance, route.destination, route.prefix_length);
+  if (change == ForwardingChange::kGone) {
+    m_sink->Forgo(key);
+  } else {
+    Want(key, route.route_proto == CODE_CONNECTED, route.next_hop, route.if_index);
+  }
+}
+
+// Packets go on where they went until the stack has been told everything again.
+void KernelRoutes::Restarted() {
+  m_sink->ForgoAllForNow();
+  m_isToRead = false;
+  WaitForSettled();
+}
+
+void KernelRoutes::Verify(std::size_t mostLines,
+                          std::function<void(std::optional<rows::Verdict>)> done) {
+  if (!m_sink) {
+    done(std::nullopt);
+    return;
+  }
+  m_sink->Compare(
+      [this, mostLines, done = std::move(done)](const kernel::RouteSink::Result& result) {
+        const kernel::RouteLedger& ledger = m_sink->GetLedger();
+        rows::Verdict verdict;
+        verdict.kind = "routes in the kernel";
+        verdict.rows = ledger.CountWanted();
+        const auto add = [&](const std::string& line) {
+          if (verdict.lines.size() < mostLines) {
+            verdict.lines.push_back("kernel: " + line);
+          }
+        };
+        if (!result.isComplete) {
+          ++verdict.fails;
+          add("its tables could not be read");
+        }
+        const kernel::Comparison& comparison = result.comparison;
+        verdict.fails += ledger.CountWanted() - ledger.CountStanding() + comparison.strays +
+                         ledger.CountRefusedDeletions();
+        for (const kernel::RouteKey& key : comparison.missingKeys) {
+          add("route " + kernel::DescribeKey(key) + " was missing, put back now");
+        }
+        for (const kernel::RouteKey& key : comparison.strayKeys) {
+          add("route " + kernel::DescribeKey(key) + " was there and nobody wants it, removed now");
+        }
+        ledger.TellRefusals(mostLines,
+                            [&](const kernel::RouteKey& key, const kernel::Refusal& refusal) {
+                              add("route " + kernel::DescribeKey(key) +
+                                  (refusal.isOfDeletion ? " is not given up: " : " is refused: ") +
+                                  kernel::DescribeRefusal(refusal));
+                            });
+        done(std::move(verdict));
+      });
+}
+
+}  // namespace vantacored

@@ -1,0 +1,95 @@
+// The stack's forwarding table in the kernel's tables.
+#ifndef DEVICE_DAEMON_KERNEL_ROUTES_H
+#define DEVICE_DAEMON_KERNEL_ROUTES_H
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "device/documents/device.h"
+#include "device/kernel/route_sink.h"
+#include "device/loop/loop_handles.h"
+#include "device/rows/comparer.h"
+#include "device/stack/facts.h"
+#include "stack_port.h"
+
+namespace vantacored {
+
+/// Hands each change of the stack's forwarding table on to a RouteSink, once the device document
+/// has said so. Until then nothing is opened, nothing is heard and nothing costs anything.
+class KernelRoutes final : private routing_stack::Listener {
+ public:
+  struct Hooks {
+    kernel::RouteSink::OpenChannel open;
+    kernel::RouteSink::Log log;
+    std::function<std::uint64_t()> now;  // milliseconds, never going back
+    /// Whether the stack has all that is in force, and nothing is under way. Asked from the loop.
+    std::function<bool()> isSettled;
+  };
+
+  /// `sweepAfterSeconds`: how long routes of an earlier run stay at most while the device has not
+  /// settled. The port and the facts are borrowed.
+  KernelRoutes(uv_loop_s* loop, SoftwareStackPort& port, const routing_stack::Facts& facts,
+               unsigned int sweepAfterSeconds, Hooks hooks);
+  KernelRoutes(const KernelRoutes&) = delete;
+  KernelRoutes& operator=(const KernelRoutes&) = delete;
+  ~KernelRoutes() override;
+
+  /// What the configuration in force says; once it has been applied. When routes are no longer to
+  /// be written, those that are there go. Without a way to the kernel a line says so, and nothing
+  /// is written until this is called again.
+  void Apply(const documents::Device& device);
+
+  /// At the end of each turn of the loop; one test unless something waits for the device to settle.
+  void Look() {
+    if (m_isWaiting) {
+      LookWhetherSettled();
+    }
+  }
+
+  /// Whether nothing is under way to the kernel. Without a sink nothing ever is.
+  bool IsSettled() const { return !m_sink || (!m_isWaiting && m_sink->IsSettled()); }
+  /// Null while routes are not written.
+  const kernel::RouteSink* GetSink() const { return m_sink.get(); }
+  /// Compares with the kernel, and calls `done` from the loop: with a verdict if routes are
+  /// written. What was found missing has been asked for by then.
+  void Verify(std::size_t mostLines, std::function<void(std::optional<rows::Verdict>)> done);
+
+ private:
+  bool WantsForwarding() const override { return true; }
+  void ForwardingChanged(routing_stack::ForwardingChange change, const amb_cipr_rtm_route& route,
+                         routing_stack::RowType cause) override;
+  void Restarted() override;
+
+  bool Open();
+  kernel::RouteKey KeyOf(std::uint32_t instance, const unsigned char (&destination)[16],
+                         std::uint32_t length) const;
+  void Want(const kernel::RouteKey& key, bool isConnected, const unsigned char (&nextHop)[16],
+            std::uint32_t ifIndex);
+  void WaitForSettled();
+  void End();
+  void LookWhetherSettled();
+  void ReadSlice();
+  void Sweep();
+
+  uv_loop_s* const m_loop;
+  SoftwareStackPort& m_port;
+  const routing_stack::Facts& m_facts;
+  const unsigned int m_sweepAfterSeconds;
+  const Hooks m_hooks;
+  std::unique_ptr<kernel::RouteSink> m_sink;
+  documents::KernelSettings m_settings;
+  unsigned short m_defaultVlan = 0;
+  bool m_isWaiting = false;                      // for the device to settle, before a sweep
+  bool m_isToRead = false;                       // before that, the forwarding table as it stands
+  std::vector<std::uint32_t> m_instancesToRead;  // the last one is being read
+  std::optional<routing_stack::RouteCandidate> m_lastRead;
+  loop::Task m_reading;
+  loop::Timer m_sweep;
+};
+
+}  // namespace vantacored
+
+#endif

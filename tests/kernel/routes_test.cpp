@@ -1,0 +1,157 @@
+// What the stack has installed is in the kernel's tables, whatever happens.
+
+#include <gmock/gmock.h>
+
+#include "namespace_fixture.h"
+
+namespace {
+
+using kernel_test::KernelTest;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+class KernelRoutes : public KernelTest {
+ protected:
+  static constexpr const char* VLAN20_CONNECTED = "10.1.0.0/24 dev r2 table 40020 scope link";
+};
+
+TEST_F(KernelRoutes, InstalledRoutesAreInTheTablesOfTheirVlans) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}, {"2001:db8:9::/48", "2001:db8:1::2"}},
+              {{"10.9.0.0/16", "10.1.0.9"}, {"0.0.0.0/0", "10.1.0.8"}});
+  Start();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_CONNECTED, "10.9.0.0/16 via 10.1.0.2 dev r1",
+                                       "10.9.0.0/16 via 10.1.0.9 dev r2 table 40020",
+                                       "2001:db8:9::/48 via 2001:db8:1::2 dev r1",
+                                       "default via 10.1.0.8 dev r2 table 40020"));
+  EXPECT_EQ("10.9.1.1 via 10.1.0.2 dev r1", WayTo("10.9.1.1"));
+  EXPECT_THAT(Ask("status", "sessions"), HasSubstr("kernel          5 of 5 routes installed"));
+  EXPECT_THAT(Ask("status json", "sessions"),
+              HasSubstr(R"("kernel":{"written":true,"wanted":5,"installed":5,"refused":0})"));
+  EXPECT_THAT(Ask("metrics", "overruns_total 0"),
+              HasSubstr("vantacore_kernel_routes_installed 5\n"));
+  End();
+  EXPECT_THAT(OurRoutes(), SizeIs(5)) << "a device that ends leaves forwarding as it is";
+}
+
+TEST_F(KernelRoutes, ADeviceThatDoesNotSayItTouchesNothing) {
+  WriteDevice(R"({"routes": false})");
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}});
+  Ip("route add 10.8.0.0/16 via 10.1.0.2 proto 201 metric 220");
+  Start();
+  AwaitPass();
+  EXPECT_THAT(Verify(), Not(HasSubstr("kernel")));
+  EXPECT_THAT(Ask("status json", "sessions"), HasSubstr(R"("kernel":{"written":false,)"));
+  EXPECT_THAT(OurRoutes(), ElementsAre("10.8.0.0/16 via 10.1.0.2 dev r1"));
+}
+
+TEST_F(KernelRoutes, AReloadChangesWhatHasChanged) {
+  WriteRoutes({{"10.8.0.0/16", "10.1.0.2"}, {"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  WriteRoutes({{"10.8.0.0/16", "10.1.0.3"}, {"10.7.0.0/16", "10.1.0.2"}});
+  Reload();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_CONNECTED, "10.7.0.0/16 via 10.1.0.2 dev r1",
+                                       "10.8.0.0/16 via 10.1.0.3 dev r1"));
+}
+
+TEST_F(KernelRoutes, AReloadTakesItAllOutAndPutsItElsewhere) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}}, {{"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  WriteDevice(R"({"routes": true, "table_base": 50000})");
+  EXPECT_THAT(Ask("diff", "request"), HasSubstr("kernel tables from 50000 on, was 40000"));
+  Reload();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), ElementsAre("10.1.0.0/24 dev r2 table 50020 scope link",
+                                       "10.9.0.0/16 via 10.1.0.2 dev r1",
+                                       "10.9.0.0/16 via 10.1.0.2 dev r2 table 50020"));
+  WriteDevice(R"({"routes": false})");
+  EXPECT_THAT(Ask("diff", "request"), HasSubstr("routes are taken out of the kernel's tables"));
+  Reload();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), IsEmpty());
+  WriteDevice();
+  Reload();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), SizeIs(3));
+}
+
+TEST_F(KernelRoutes, ALinkThatGoesAndComesBackHasItsRoutesAgain) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}, {"2001:db8:9::/48", "2001:db8:1::2"}});
+  Start();
+  AwaitPass();
+  Ip("link set r1 down");
+  EXPECT_THAT(Ip("route show table main proto 201"), IsEmpty()) << "as the kernel does";
+  Ip("link set r1 up");
+  Ip("address replace 2001:db8:1::1/64 dev r1 nodad");
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), SizeIs(3));
+  EXPECT_EQ("10.9.1.1 via 10.1.0.2 dev r1", WayTo("10.9.1.1"));
+}
+
+// The stack believes the document; the kernel has a word of its own.
+TEST_F(KernelRoutes, ARefusedRouteIsADifferenceUntilTheAddressIsThere) {
+  WriteRoutes({{"10.8.0.0/16", "10.1.0.2"}, {"10.9.0.0/16", "10.1.0.2"}});
+  Ip("address delete 10.1.0.1/24 dev r1");
+  Start();
+  const std::string refused = Verify();
+  EXPECT_THAT(refused, HasSubstr("FAIL  kernel: route 10.9.0.0/16 in table 254 is refused: "
+                                 "Network is unreachable (Nexthop has invalid gateway)"));
+  EXPECT_THAT(refused, HasSubstr("FAIL: 2 rows are not as wanted"));
+  EXPECT_THAT(Ask("status", "sessions"), HasSubstr("1 of 3 routes installed, 2 refused"));
+  EXPECT_THAT(daemon->ReadErrorsUntil("it is asked again"),
+              HasSubstr("The kernel refuses the route 10."));
+  Ip("address add 10.1.0.1/24 dev r1");
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), SizeIs(3));
+}
+
+TEST_F(KernelRoutes, AKilledDaemonFindsItsRoutes) {
+  WriteRoutes({{"10.8.0.0/16", "10.1.0.2"}, {"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  Kill();
+  EXPECT_THAT(OurRoutes(), SizeIs(3));
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}, {"10.7.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_CONNECTED, "10.7.0.0/16 via 10.1.0.2 dev r1",
+                                       "10.9.0.0/16 via 10.1.0.2 dev r1"));
+  EXPECT_THAT(Ask("metrics", "overruns_total 0"),
+              HasSubstr("vantacore_kernel_requests_total{result=\"added\"} 1\n"))
+      << "what was there was taken over";
+}
+
+TEST_F(KernelRoutes, ARestartOfTheStackChangesNothing) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  Ask("lab restart", "\n");
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), SizeIs(2));
+  EXPECT_THAT(Ask("metrics", "overruns_total 0"),
+              HasSubstr("vantacore_kernel_requests_total{result=\"deleted\"} 0\n"));
+}
+
+TEST_F(KernelRoutes, AThousandRoutesComeAndGo) {
+  std::vector<kernel_test::Route> routes;
+  for (int i = 0; i < 1000; ++i) {
+    routes.push_back(
+        {"20." + std::to_string(i / 250) + "." + std::to_string(i % 250) + ".0/24", "10.1.0.2"});
+  }
+  WriteRoutes(routes);
+  Start();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), SizeIs(1001));
+  WriteRoutes({});
+  Reload(" force");
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_CONNECTED));
+}
+
+}  // namespace
