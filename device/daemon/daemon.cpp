@@ -327,7 +327,8 @@ KernelRoutes::Hooks Daemon::MakeKernelHooks() {
   return {[](kernel::Subscription subscription) {
             return std::make_unique<kernel::NetlinkSocket>(subscription);
           },
-          Log, NowMilliseconds, [this] { return m_reloader.IsSettled(); }};
+          Log, NowMilliseconds,
+          [this] { return m_reloader.IsSettled() && !m_stack.GetFacts().HasWork(); }};
 }
 
 views::KernelState Daemon::DescribeKernel() const {

@@ -38,14 +38,18 @@ KernelRoutes::KernelRoutes(uv_loop_s* loop, SoftwareStackPort& port,
 
 KernelRoutes::~KernelRoutes() { m_port.RemoveTap(*this); }
 
+// The library takes the default VLAN once, at its start, and so does this.
 void KernelRoutes::Apply(const documents::Device& device) {
   const documents::KernelSettings old = std::exchange(m_settings, device.kernel);
-  m_defaultVlan = device.defaultVlan;
+  m_defaultVlan = m_defaultVlan.value_or(device.defaultVlan);
   if (!m_settings.writesRoutes) {
     if (old.writesRoutes && m_sink) {
       m_port.RemoveTap(*this);
       m_sink->ForgoAllForNow();
-      WaitForSettled();
+      m_isToRead = false;
+      m_instancesToRead.clear();
+      m_sweep.Stop();
+      m_isWaiting = true;
     }
     return;
   }
@@ -77,14 +81,13 @@ bool KernelRoutes::Open() {
 // A device that does not settle must not keep routes of an earlier run for ever.
 void KernelRoutes::WaitForSettled() {
   m_isWaiting = true;
+  m_isOverdue = false;
   m_instancesToRead.clear();
   m_sweep.Start(std::uint64_t{m_sweepAfterSeconds} * 1000, [this] {
-    if (m_isWaiting && !m_isToRead && m_instancesToRead.empty()) {
-      m_hooks.log("The device has not settled in " +
-                  program::Counted(m_sweepAfterSeconds, "second", "seconds") +
-                  ": what the kernel has of an earlier run is removed");
-      Sweep();
-    }
+    m_hooks.log("The device has not settled in " +
+                program::Counted(m_sweepAfterSeconds, "second", "seconds") +
+                ": what the kernel has of an earlier run is removed");
+    m_isOverdue = true;
   });
 }
 
@@ -97,7 +100,7 @@ void KernelRoutes::LookWhetherSettled() {
     End();
     return;
   }
-  if (!m_instancesToRead.empty() || !m_hooks.isSettled()) {
+  if (!m_instancesToRead.empty() || (!m_isOverdue && !m_hooks.isSettled())) {
     return;
   }
   if (std::exchange(m_isToRead, false)) {
@@ -113,7 +116,7 @@ void KernelRoutes::LookWhetherSettled() {
 void KernelRoutes::End() {
   if (m_sink->GetLedger().IsLearning()) {
     m_sink->Sweep();
-  } else if (m_sink->IsSettled()) {
+  } else if (m_sink->IsSettled() && m_sink->GetLedger().CountRefused() == 0) {
     m_sink.reset();
     m_isWaiting = false;
   }
@@ -152,7 +155,7 @@ void KernelRoutes::ReadSlice() {
 kernel::RouteKey KernelRoutes::KeyOf(std::uint32_t instance, const unsigned char (&destination)[16],
                                      std::uint32_t length) const {
   const std::uint32_t vlan = instance & ~IP6_BIT;
-  return {vlan == m_defaultVlan ? kernel::MAIN_TABLE : m_settings.tableBase + vlan,
+  return {vlan == *m_defaultVlan ? kernel::MAIN_TABLE : m_settings.tableBase + vlan,
           (instance & IP6_BIT) != 0, static_cast<unsigned char>(length), AddressOf(destination)};
 }
 
@@ -191,38 +194,44 @@ void KernelRoutes::Verify(std::size_t mostLines,
     done(std::nullopt);
     return;
   }
-  m_sink->Compare(
-      [this, mostLines, done = std::move(done)](const kernel::RouteSink::Result& result) {
-        const kernel::RouteLedger& ledger = m_sink->GetLedger();
-        rows::Verdict verdict;
-        verdict.kind = "routes in the kernel";
-        verdict.rows = ledger.CountWanted();
-        const auto add = [&](const std::string& line) {
-          if (verdict.lines.size() < mostLines) {
-            verdict.lines.push_back("kernel: " + line);
-          }
-        };
-        if (!result.isComplete) {
-          ++verdict.fails;
-          add("its tables could not be read");
-        }
-        const kernel::Comparison& comparison = result.comparison;
-        verdict.fails += ledger.CountWanted() - ledger.CountStanding() + comparison.strays +
-                         ledger.CountRefusedDeletions();
-        for (const kernel::RouteKey& key : comparison.missingKeys) {
-          add("route " + kernel::DescribeKey(key) + " was missing, put back now");
-        }
-        for (const kernel::RouteKey& key : comparison.strayKeys) {
-          add("route " + kernel::DescribeKey(key) + " was there and nobody wants it, removed now");
-        }
-        ledger.TellRefusals(mostLines,
-                            [&](const kernel::RouteKey& key, const kernel::Refusal& refusal) {
-                              add("route " + kernel::DescribeKey(key) +
-                                  (refusal.isOfDeletion ? " is not given up: " : " is refused: ") +
-                                  kernel::DescribeRefusal(refusal));
-                            });
-        done(std::move(verdict));
-      });
+  m_sink->Compare([this, mostLines,
+                   done = std::move(done)](const kernel::RouteSink::Result& result) {
+    const kernel::RouteLedger& ledger = m_sink->GetLedger();
+    rows::Verdict verdict;
+    verdict.kind = "routes in the kernel";
+    verdict.rows = ledger.CountWanted();
+    const auto add = [&](const std::string& line) {
+      if (verdict.lines.size() < mostLines) {
+        verdict.lines.push_back("kernel: " + line);
+      }
+    };
+    if (!result.isComplete) {
+      ++verdict.fails;
+      add("its tables could not be read");
+    }
+    const kernel::Comparison& comparison = result.comparison;
+    const std::size_t absent = ledger.CountWanted() - ledger.CountStanding();
+    verdict.fails +=
+        std::max(absent, comparison.missing) + comparison.strays + ledger.CountRefusedDeletions();
+    for (const kernel::RouteKey& key : comparison.missingKeys) {
+      add("route " + kernel::DescribeKey(key) + " was missing, put back now");
+    }
+    for (const kernel::RouteKey& key : comparison.strayKeys) {
+      add("route " + kernel::DescribeKey(key) + " was there and nobody wants it, removed now");
+    }
+    ledger.TellRefusals(mostLines,
+                        [&](const kernel::RouteKey& key, const kernel::Refusal& refusal) {
+                          add("route " + kernel::DescribeKey(key) +
+                              (refusal.isOfDeletion ? " is not given up: " : " is refused: ") +
+                              kernel::DescribeRefusal(refusal));
+                        });
+    const std::size_t told =
+        comparison.missing + ledger.CountRefused() - ledger.CountRefusedDeletions();
+    if (absent > told) {
+      add(program::Counted(absent - told, "route is", "routes are") + " under way");
+    }
+    done(std::move(verdict));
+  });
 }
 
 }  // namespace vantacored

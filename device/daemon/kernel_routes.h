@@ -50,7 +50,9 @@ class KernelRoutes final : private routing_stack::Listener {
   }
 
   /// Whether nothing is under way to the kernel. Without a sink nothing ever is.
-  bool IsSettled() const { return !m_sink || (!m_isWaiting && m_sink->IsSettled()); }
+  bool IsSettled() const {
+    return !m_sink || (m_sink->IsSettled() && (!m_isWaiting || !m_settings.writesRoutes));
+  }
   /// Null while routes are not written.
   const kernel::RouteSink* GetSink() const { return m_sink.get(); }
   /// Compares with the kernel, and calls `done` from the loop: with a verdict if routes are
@@ -81,8 +83,9 @@ class KernelRoutes final : private routing_stack::Listener {
   const Hooks m_hooks;
   std::unique_ptr<kernel::RouteSink> m_sink;
   documents::KernelSettings m_settings;
-  unsigned short m_defaultVlan = 0;
+  std::optional<unsigned short> m_defaultVlan;
   bool m_isWaiting = false;                      // for the device to settle, before a sweep
+  bool m_isOverdue = false;                      // it has not in the time that it may take
   bool m_isToRead = false;                       // before that, the forwarding table as it stands
   std::vector<std::uint32_t> m_instancesToRead;  // the last one is being read
   std::optional<routing_stack::RouteCandidate> m_lastRead;

@@ -25,18 +25,16 @@ class Cleaner {
 
   Cleaned Clean() {
     Cleaned cleaned;
-    while (Compare() && m_ledger.HasRequests()) {
+    while (Compare() && m_left != 0) {
       const std::uint64_t before = m_ledger.GetTotals().deleted;
       SendAll();
-      if (m_ledger.GetTotals().deleted == before) {
+      if (m_ledger.GetTotals().deleted == before && !m_isLost) {
         break;  // the kernel gives up none of those that are left
       }
     }
     cleaned.removed = m_ledger.GetTotals().deleted;
-    cleaned.left = m_ledger.CountOpen() + m_ledger.CountRefused();
-    m_ledger.TellRefusals(1, [&cleaned](const RouteKey&, const Refusal& refusal) {
-      cleaned.reason = DescribeRefusal(refusal);
-    });
+    cleaned.left = m_left;
+    cleaned.reason = m_reason;
     cleaned.problem = m_problem;
     return cleaned;
   }
@@ -45,6 +43,8 @@ class Cleaner {
   bool Compare() {
     for (int i = 0; i < MOST_INTERRUPTIONS && m_problem.empty(); ++i) {
       m_isInterrupted = false;
+      m_isLost = false;
+      m_left = 0;
       m_ledger.BeginComparison();
       if (Dump(false) && Dump(true) && !m_isInterrupted) {
         m_ledger.EndComparison();
@@ -71,15 +71,25 @@ class Cleaner {
       m_isInterrupted = m_isInterrupted || received->isInterrupted;
       for (const Message& message : received->messages) {
         if (const auto* const route = std::get_if<FoundRoute>(&message)) {
+          m_left += route->protocol == OUR_PROTOCOL ? 1 : 0;
           m_ledger.TakeFound(*route);
         } else if (const auto* const end = std::get_if<DumpEnd>(&message)) {
-          isOver = isOver || end->sequence == number;
+          isOver = isOver || TakeEnd(*end);
         } else if (const auto* const answer = std::get_if<Answer>(&message)) {
-          isOver = isOver || answer->sequence == number;  // no such family here
+          isOver = isOver || TakeEnd({answer->sequence, answer->error});
         }
       }
     }
-    return true;
+    return m_problem.empty();
+  }
+
+  // A machine without IPv6 has no routes of it.
+  bool TakeEnd(const DumpEnd& end) {
+    const bool isOver = end.sequence == m_dump;
+    if (isOver && end.error != 0 && end.error != EAFNOSUPPORT && end.error != EOPNOTSUPP) {
+      m_problem = std::strerror(end.error);
+    }
+    return isOver;
   }
 
   void SendAll() {
@@ -100,6 +110,9 @@ class Cleaner {
         }
         for (const Message& message : received->messages) {
           if (const auto* const answer = std::get_if<Answer>(&message)) {
+            m_reason = answer->error != 0
+                           ? DescribeRefusal({answer->error, answer->reason, 1, 0, true})
+                           : m_reason;
             m_ledger.TakeAnswer(*answer);
           }
         }
@@ -117,6 +130,7 @@ class Cleaner {
           return received;
         case Channel::Outcome::OVERRUN:
           m_ledger.LoseAnswers();
+          m_isLost = true;
           received = Received();
           received.isInterrupted = true;
           return received;
@@ -137,6 +151,9 @@ class Cleaner {
   RouteLedger m_ledger;
   std::uint32_t m_dump = 0;
   bool m_isInterrupted = false;
+  bool m_isLost = false;   // some answer
+  std::size_t m_left = 0;  // that the last comparison has found
+  std::string m_reason;
   std::string m_problem;
 };
 

@@ -16,7 +16,11 @@ std::uint64_t PauseAfter(unsigned int tries) {
   return std::min(FIRST_PAUSE << doublings, LONGEST_PAUSE);
 }
 
-std::uint32_t PriorityOf(unsigned char slot) { return OUR_PRIORITIES[slot == 1 ? 0 : 1]; }
+std::size_t IndexOf(unsigned char slot) { return slot == 1 ? 0 : 1; }
+
+std::uint32_t PriorityOf(unsigned char slot) { return OUR_PRIORITIES[IndexOf(slot)]; }
+
+const NextHop* Known(const NextHop& nextHop) { return nextHop.ifIndex != 0 ? &nextHop : nullptr; }
 
 // 0 if it is none of ours.
 unsigned char SlotOf(std::uint32_t priority) {
@@ -174,8 +178,9 @@ void RouteLedger::FillBatch(Batch& batch, std::size_t most) {
   }
   for (; most > 0 && !m_strays.empty(); --most) {
     const Stray& stray = m_strays.front();
-    batch.Delete(stray.key, stray.priority, ++m_sequence);
-    m_inFlight.push_back({m_sequence, nullptr, 0, true, {}});
+    batch.Delete(stray.key, Known(stray.nextHop), stray.priority, ++m_sequence);
+    m_inFlight.push_back(
+        {m_sequence, nullptr, !stray.key.isIp6 && stray.priority == 0, 0, true, {}});
     m_strays.pop_front();
   }
 }
@@ -186,12 +191,13 @@ void RouteLedger::HandOut(Batch& batch, Node& node) {
   const bool isDeletion = slot != 0;
   ++m_sequence;
   if (isDeletion) {
-    batch.Delete(node.first, PriorityOf(slot), m_sequence);
+    batch.Delete(node.first, Known(entry.standingHops[IndexOf(slot)]), PriorityOf(slot),
+                 m_sequence);
   } else {
     slot = (entry.standing & 1) == 0 ? 1 : 2;
     batch.Add(node.first, entry.nextHop, PriorityOf(slot), m_sequence);
   }
-  m_inFlight.push_back({m_sequence, &node, slot, isDeletion, entry.nextHop});
+  m_inFlight.push_back({m_sequence, &node, false, slot, isDeletion, entry.nextHop});
 }
 
 // Answers to requests of which nothing is known any more are passed over.
@@ -218,6 +224,7 @@ void RouteLedger::TakeAnswer(const Answer& answer) {
 
 void RouteLedger::TakeSuccess(const Request& request) {
   if (request.node == nullptr) {
+    m_isInDoubt = m_isInDoubt || request.isForAny;
     return;
   }
   Entry& entry = request.node->second;
@@ -230,6 +237,7 @@ void RouteLedger::TakeSuccess(const Request& request) {
     }
   } else {
     entry.standing |= request.slot;
+    entry.standingHops[IndexOf(request.slot)] = request.nextHop;
     if (entry.nextHop == request.nextHop) {
       SetRight(entry, request.slot);
     }
@@ -249,7 +257,10 @@ void RouteLedger::TakeFailure(const Request& request, const Answer& answer) {
   }
   Node& node = *request.node;
   node.second.isUnderWay = false;
-  const bool isStillMeant = request.isDeletion || node.second.nextHop == request.nextHop;
+  const Slots slotToDelete = SlotToDelete(node.second);
+  const bool isStillMeant = request.isDeletion
+                                ? slotToDelete == request.slot
+                                : slotToDelete == 0 && node.second.nextHop == request.nextHop;
   if (isStillMeant && NeedsRequest(node.second)) {
     Refuse(node, answer, request.isDeletion);
   }
@@ -307,12 +318,18 @@ std::optional<std::uint64_t> RouteLedger::FindNextTry() const {
   return m_tries.empty() ? std::nullopt : std::optional(m_tries.begin()->first);
 }
 
+// Strays that wait are found again.
 void RouteLedger::BeginComparison() {
+  m_found = Comparison();
+  ReadAgain();
+}
+
+void RouteLedger::ReadAgain() {
   m_lastComparing = m_lastComparing == UINT16_MAX ? std::uint16_t{1}
                                                   : static_cast<std::uint16_t>(m_lastComparing + 1);
   m_comparing = m_lastComparing;
-  m_found = Comparison();
   m_isPassOfComparison = false;
+  m_strays.clear();
 }
 
 void RouteLedger::TakeFound(const FoundRoute& found) {
@@ -321,7 +338,7 @@ void RouteLedger::TakeFound(const FoundRoute& found) {
   }
   const Slots slot = SlotOf(found.priority);
   if (slot == 0) {
-    m_strays.push_back({found.key, found.priority});
+    m_strays.push_back({found.key, found.priority, found.nextHop.value_or(NextHop{})});
     m_found.NoteStray(found.key);
     return;
   }
@@ -332,6 +349,9 @@ void RouteLedger::TakeFound(const FoundRoute& found) {
     return;
   }
   entry.seen |= slot;
+  if (found.nextHop) {
+    entry.standingHops[IndexOf(slot)] = *found.nextHop;
+  }
   if (IsWanted(entry)) {
     FindWanted(node, slot, found.nextHop == entry.nextHop);
   } else {
@@ -349,7 +369,7 @@ void RouteLedger::FindWanted(Node& node, Slots slot, bool isRight) {
   } else if (!isRight && entry.right == slot) {
     SetRight(entry, 0);
     m_found.NoteMissing(node.first);
-  } else if (!wasKnown) {
+  } else if (!wasKnown && !entry.isUnderWay) {
     m_found.NoteStray(node.first);
   }
 }

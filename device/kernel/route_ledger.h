@@ -102,6 +102,11 @@ class RouteLedger {
   void EndComparison();
   /// Gives the comparison up; nothing is concluded from what was found.
   void DropComparison();
+  /// Begins the reading of the tables anew; what has been found counts.
+  void ReadAgain();
+  /// Whether a request may have hit another route than was meant, so that only a comparison tells
+  /// what stands. The answer is given once.
+  bool TakeDoubt() { return std::exchange(m_isInDoubt, false); }
   /// Works off a part of the pass that EndComparison or BeginSweep has begun, as much as about
   /// `most` routes need. Returns whether more is left.
   bool ContinuePass(std::size_t most);
@@ -138,7 +143,9 @@ class RouteLedger {
 
   /// What is known of a key.
   struct Entry {
-    NextHop nextHop;             // as wanted; of one that is not, as it stands if that is known
+    NextHop nextHop;  // as wanted; of one that is not, as it stands if that is known
+    /// Where those lead that stand, by slot; without an interface if that is not known.
+    std::array<NextHop, 2> standingHops{};
     std::uint32_t wantedIn = 0;  // the generation in which it was wanted last, 0 for none
     std::uint16_t seenIn = 0;    // the comparison that `seen` and `isTouched` belong to
     Slots standing = 0;          // where one stands, as far as is known
@@ -163,7 +170,8 @@ class RouteLedger {
   /// A request that has been handed out.
   struct Request {
     std::uint32_t sequence;
-    Node* node;  // null for a stray's
+    Node* node;     // null for a stray's
+    bool isForAny;  // of a stray: it may have hit another route
     Slots slot;
     bool isDeletion;
     NextHop nextHop;
@@ -172,6 +180,7 @@ class RouteLedger {
   struct Stray {
     RouteKey key;
     std::uint32_t priority;
+    NextHop nextHop;  // without an interface if it is not known
   };
 
   bool IsWanted(const Entry& entry) const { return entry.wantedIn == m_generation; }
@@ -198,6 +207,7 @@ class RouteLedger {
   std::array<Entries, SHARDS> m_shards;
   std::uint32_t m_generation = 1;
   bool m_isLearning = true;
+  bool m_isInDoubt = false;
   std::deque<Node*> m_queue;
   std::deque<Stray> m_strays;
   std::deque<Request> m_inFlight;

@@ -20,7 +20,7 @@ std::size_t AddressSize(bool isIp6) { return isIp6 ? 16 : 4; }
 /// Calls `take` for each whole attribute of a message, after a header of its own of `before` bytes.
 template <typename Take>
 void ForEachAttribute(const nlmsghdr& header, std::size_t before, const Take& take) {
-  const auto* const end = static_cast<const char*>(mnl_nlmsg_get_payload_tail(&header));
+  const auto* const end = reinterpret_cast<const char*>(&header) + header.nlmsg_len;
   const auto* attribute = static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(&header, before));
   while (mnl_attr_ok(attribute, static_cast<int>(end - reinterpret_cast<const char*>(attribute)))) {
     take(*attribute);
@@ -109,12 +109,12 @@ std::optional<FoundRoute> ReadRoute(const nlmsghdr& header) {
     return std::nullopt;
   }
   const RouteAttributes attributes = FindAttributes(header, isIp6);
-  FoundRoute found;
-  found.key = {NumberOf(attributes.table, route.rtm_table), isIp6, route.rtm_dst_len, {}};
   if (!attributes.isUnderstood) {
     return std::nullopt;
   }
-  found.key.destination = AddressOf(attributes.destination);
+  FoundRoute found;
+  found.key = {NumberOf(attributes.table, route.rtm_table), isIp6, route.rtm_dst_len,
+               AddressOf(attributes.destination)};
   if (HasHostBits(found.key)) {
     return std::nullopt;
   }
@@ -196,11 +196,13 @@ void Batch::Append(unsigned short type, unsigned short flags, std::uint32_t sequ
   mnl_attr_put_u32(&header, RTA_TABLE, key.table);
   mnl_attr_put(&header, RTA_DST, size, key.destination.data());
   mnl_attr_put_u32(&header, RTA_PRIORITY, priority);
-  if (nextHop == nullptr) {
+  if (type == RTM_DELROUTE) {
     route.rtm_scope = RT_SCOPE_NOWHERE;  // any
   } else {
     route.rtm_type = RTN_UNICAST;
     route.rtm_scope = nextHop->HasGateway() ? RT_SCOPE_UNIVERSE : RT_SCOPE_LINK;
+  }
+  if (nextHop != nullptr) {
     mnl_attr_put_u32(&header, RTA_OIF, nextHop->ifIndex);
     if (nextHop->HasGateway()) {
       mnl_attr_put(&header, RTA_GATEWAY, size, nextHop->gateway.data());
@@ -215,8 +217,9 @@ void Batch::Add(const RouteKey& key, const NextHop& nextHop, std::uint32_t prior
   Append(RTM_NEWROUTE, NLM_F_CREATE | NLM_F_EXCL, sequence, key, &nextHop, priority);
 }
 
-void Batch::Delete(const RouteKey& key, std::uint32_t priority, std::uint32_t sequence) {
-  Append(RTM_DELROUTE, 0, sequence, key, nullptr, priority);
+void Batch::Delete(const RouteKey& key, const NextHop* nextHop, std::uint32_t priority,
+                   std::uint32_t sequence) {
+  Append(RTM_DELROUTE, 0, sequence, key, nextHop, priority);
 }
 
 const std::vector<char>& Batch::Finish() {

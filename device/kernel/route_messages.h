@@ -23,8 +23,12 @@ class Batch {
   /// Asks for the route, unless one stands already for its key with this priority, whoever made it.
   void Add(const RouteKey& key, const NextHop& nextHop, std::uint32_t priority,
            std::uint32_t sequence);
-  /// Asks for the end of our route with this priority. A route of another program is not meant.
-  void Delete(const RouteKey& key, std::uint32_t priority, std::uint32_t sequence);
+  /// Asks for the end of our route with this priority, to this next hop; null for any. A route of
+  /// another program is not meant; but where it has the same priority in IPv6, the kernel takes both
+  /// for one route with two next hops, so a known one has to be named. In IPv4 the kernel takes the
+  /// priority 0 for any.
+  void Delete(const RouteKey& key, const NextHop* nextHop, std::uint32_t priority,
+              std::uint32_t sequence);
   /// The bytes to send; the last message asks for an answer.
   const std::vector<char>& Finish();
 

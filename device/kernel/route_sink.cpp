@@ -16,12 +16,12 @@ using program::Counted;
 namespace {
 
 // What one turn of the loop does, each about three milliseconds at most.
-constexpr std::size_t REQUESTS_A_TURN = 500;
+constexpr std::size_t LEAST_REQUESTS_A_BATCH = 10;
 constexpr std::size_t PACKETS_A_TURN = 4;  // of a dump, 32 KiB each
 constexpr std::size_t VISITS_A_TURN = 4000;
 
 constexpr std::uint64_t PAUSE_BETWEEN_COMPARISONS = 10 * 60 * 1000;  // milliseconds
-constexpr std::uint64_t QUIET_BEFORE_COMPARISON = 200;               // links seldom change alone
+constexpr std::uint64_t PAUSE_BEFORE_COMPARISON = 200;
 constexpr std::uint64_t PAUSE_AFTER_FAILURE = 1000;
 constexpr unsigned int MOST_INTERRUPTIONS = 5;
 
@@ -84,6 +84,9 @@ void RouteSink::Work() {
       m_readingOf == Reading::NOTHING) {
     EndComparison(true);
   }
+  if (m_ledger.TakeDoubt()) {
+    CompareSoon();
+  }
   TellFirstRefusal();
   WaitForNextTry();
   if (m_ledger.IsInPass() || MaySend()) {
@@ -93,7 +96,7 @@ void RouteSink::Work() {
 
 void RouteSink::Send() {
   m_batch.Clear();
-  m_ledger.FillBatch(m_batch, REQUESTS_A_TURN);
+  m_ledger.FillBatch(m_batch, m_requestsABatch);
   if (m_batch.IsEmpty()) {
     return;
   }
@@ -117,14 +120,21 @@ void RouteSink::Sent(int error) {
   }
   m_ledger.LoseAnswers();
   m_hasLearnt = false;
-  m_soon.Start(PAUSE_AFTER_FAILURE, [this] { CompareSoon(); });
+  m_isToRelearn = true;
+  m_isSoon = true;
+  m_soon.Start(PAUSE_AFTER_FAILURE, [this] {
+    m_isSoon = false;
+    CompareSoon();
+  });
 }
 
 // Nothing is sent before a comparison has told what became of the requests: they would be refused
 // as done already.
 void RouteSink::LoseAnswers() {
   m_ledger.LoseAnswers();
+  m_requestsABatch = std::max(m_requestsABatch / 2, LEAST_REQUESTS_A_BATCH);
   m_hasLearnt = false;
+  m_isToRelearn = true;
   CompareSoon();
 }
 
@@ -157,9 +167,16 @@ void RouteSink::Compare(std::function<void(const Result&)> done) {
   }
 }
 
+// Links seldom change alone. One that changes all the time does not put it off.
 void RouteSink::CompareSoon() {
-  m_soon.Start(QUIET_BEFORE_COMPARISON, [this] {
-    if (!m_isComparing) {
+  if (std::exchange(m_isSoon, true)) {
+    return;
+  }
+  m_soon.Start(PAUSE_BEFORE_COMPARISON, [this] {
+    m_isSoon = false;
+    m_ledger.AskAgain(true);  // what a link's state may have stood against
+    m_work.Post([this] { Work(); });
+    if (!m_isComparing && !m_sending.IsUnderWay()) {
       BeginComparison();
     } else {
       CompareSoon();  // this one may have passed by what has changed
@@ -169,6 +186,7 @@ void RouteSink::CompareSoon() {
 
 void RouteSink::BeginComparison() {
   m_isComparing = true;
+  m_isToRelearn = false;
   m_askers.swap(m_nextAskers);
   m_interruptions = 0;
   m_ledger.BeginComparison();
@@ -230,7 +248,7 @@ void RouteSink::EndReading(const DumpEnd& end) {
     if (++m_interruptions > MOST_INTERRUPTIONS) {
       FailComparison();
     } else {
-      m_ledger.BeginComparison();
+      m_ledger.ReadAgain();
       BeginReading(Reading::IP4);
     }
   } else if (m_readingOf == Reading::IP4) {
@@ -243,6 +261,9 @@ void RouteSink::EndReading(const DumpEnd& end) {
 }
 
 void RouteSink::FailComparison() {
+  if (!std::exchange(m_hasToldUnread, true)) {
+    m_log("The kernel's tables cannot be read; it is tried again each second");
+  }
   m_readingOf = Reading::NOTHING;
   m_ledger.DropComparison();
   EndComparison(false);
@@ -253,7 +274,8 @@ void RouteSink::EndComparison(bool isComplete) {
   if (isComplete) {
     ++m_comparisons;
     TellComparison(m_ledger.GetComparison());
-    m_hasLearnt = true;
+    m_hasLearnt = !m_isToRelearn;
+    m_hasToldUnread = false;
   }
   m_pause.Start(isComplete ? PAUSE_BETWEEN_COMPARISONS : PAUSE_AFTER_FAILURE, [this] {
     if (!m_isComparing) {
@@ -263,7 +285,7 @@ void RouteSink::EndComparison(bool isComplete) {
   const auto askers = std::move(m_askers);
   m_askers.clear();
   for (const auto& asker : askers) {
-    asker({isComplete, m_ledger.GetComparison()});
+    asker({isComplete, isComplete ? m_ledger.GetComparison() : Comparison{}});
   }
   if (!m_nextAskers.empty() && !m_isComparing) {
     BeginComparison();
@@ -272,12 +294,12 @@ void RouteSink::EndComparison(bool isComplete) {
 
 void RouteSink::TellComparison(const Comparison& comparison) {
   if (comparison.missing > 0) {
-    m_log("The kernel had lost " + Counted(comparison.missing, "route", "routes") +
-          ", which are put back");
+    m_log("The kernel had lost " +
+          Counted(comparison.missing, "route, which is put back", "routes, which are put back"));
   }
   if (comparison.strays > 0) {
-    m_log("The kernel had " + Counted(comparison.strays, "route", "routes") +
-          " of this device that nobody wants, which are removed");
+    m_log("The kernel had " + Counted(comparison.strays, "stray of this device, which is removed",
+                                      "strays of this device, which are removed"));
   }
 }
 
@@ -295,8 +317,6 @@ void RouteSink::HearChanges() {
     hasChanged = true;
   }
   if (hasChanged) {
-    m_ledger.AskAgain(true);  // what a link's state stood against
-    m_work.Post([this] { Work(); });
     CompareSoon();
   }
 }

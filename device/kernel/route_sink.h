@@ -94,6 +94,7 @@ class RouteSink {
   const std::unique_ptr<Channel> m_reading;
   const std::unique_ptr<Channel> m_hearing;
   Batch m_batch;
+  std::size_t m_requestsABatch = 500;  // fewer where a socket cannot hold so many answers
   loop::Poll m_answers;
   loop::Poll m_tables;
   loop::Poll m_changes;
@@ -107,7 +108,10 @@ class RouteSink {
   bool m_isInterrupted = false;
   unsigned int m_interruptions = 0;
   bool m_isComparing = false;
-  bool m_hasLearnt = false;  // what stands from an earlier run
+  bool m_isSoon = false;       // a comparison is to begin
+  bool m_hasLearnt = false;    // what stands from an earlier run, or after lost answers
+  bool m_isToRelearn = false;  // answers were lost after the comparison began
+  bool m_hasToldUnread = false;
   bool m_hasToldRefusal = false;
   bool m_hasToldFailure = false;                                 // of sending
   std::vector<std::function<void(const Result&)>> m_askers;      // of the present comparison

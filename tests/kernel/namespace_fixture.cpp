@@ -84,6 +84,9 @@ void KernelTest::SetUp() {
     const std::string peer = "p" + std::to_string(number);
     Ip("link add " + link + " index " + std::to_string(number + 1) + " type veth peer name " +
        peer + " index " + std::to_string(number + 11));
+    for (const std::string& end : {link, peer}) {  // no addresses that come when they like
+      Ip("link set dev " + end + " addrgenmode none");
+    }
     Ip("link set " + peer + " up");
     Ip("link set " + link + " up");
     Ip("address add 10.1.0.1/24 dev " + link);
@@ -122,8 +125,9 @@ std::string KernelTest::WayTo(const std::string& address) {
   return way.substr(0, way.find(" src"));
 }
 
-void KernelTest::WriteDevice(const std::string& kernel) {
-  folder.Write("device.json", R"({"default_vlan": 10, "interfaces": [
+void KernelTest::WriteDevice(const std::string& kernel, int defaultVlan) {
+  folder.Write("device.json", R"({"default_vlan": )" + std::to_string(defaultVlan) +
+                                  R"(, "interfaces": [
       {"name": "r1", "vlan": 10, "index": 2, "ipv4": "10.1.0.1/24", "ipv6": ["2001:db8:1::1/64"]},
       {"name": "r2", "vlan": 20, "index": 3, "ipv4": "10.1.0.1/24"}],
       "kernel": )" + kernel + "}");

@@ -36,7 +36,7 @@ class KernelTest : public testing::Test {
   /// How a packet to the address would go, by the main table.
   static std::string WayTo(const std::string& address);
 
-  void WriteDevice(const std::string& kernel = R"({"routes": true})");
+  void WriteDevice(const std::string& kernel = R"({"routes": true})", int defaultVlan = 10);
   void WriteRoutes(const std::vector<Route>& vlan10, const std::vector<Route>& vlan20 = {});
 
   void Start(const system_test::Arguments& more = {});

@@ -1,6 +1,7 @@
 // What the stack has installed is in the kernel's tables, whatever happens.
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "namespace_fixture.h"
 
@@ -49,14 +50,50 @@ TEST_F(KernelRoutes, ADeviceThatDoesNotSayItTouchesNothing) {
 }
 
 TEST_F(KernelRoutes, AReloadChangesWhatHasChanged) {
-  WriteRoutes({{"10.8.0.0/16", "10.1.0.2"}, {"10.9.0.0/16", "10.1.0.2"}});
+  WriteRoutes({{"10.8.0.0/16", "10.1.0.2"},
+               {"10.9.0.0/16", "10.1.0.2"},
+               {"2001:db8:9::/48", "2001:db8:1::2"}});
   Start();
   AwaitPass();
-  WriteRoutes({{"10.8.0.0/16", "10.1.0.3"}, {"10.7.0.0/16", "10.1.0.2"}});
+  WriteRoutes({{"10.8.0.0/16", "10.1.0.3"},
+               {"10.7.0.0/16", "10.1.0.2"},
+               {"2001:db8:9::/48", "2001:db8:1::3"}});
   Reload();
   AwaitPass();
   EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_CONNECTED, "10.7.0.0/16 via 10.1.0.2 dev r1",
-                                       "10.8.0.0/16 via 10.1.0.3 dev r1"));
+                                       "10.8.0.0/16 via 10.1.0.3 dev r1",
+                                       "2001:db8:9::/48 via 2001:db8:1::3 dev r1"));
+}
+
+// It is the default of consoles only, once the device runs.
+TEST_F(KernelRoutes, AnotherDefaultVlanMovesNoRoute) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}}, {{"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  WriteDevice(R"({"routes": true})", 20);
+  Reload();
+  AwaitPass();
+  WriteRoutes({{"10.8.0.0/16", "10.1.0.2"}}, {{"10.8.0.0/16", "10.1.0.2"}});
+  Reload();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_CONNECTED, "10.8.0.0/16 via 10.1.0.2 dev r1",
+                                       "10.8.0.0/16 via 10.1.0.2 dev r2 table 40020"));
+}
+
+// A stack that is held is told nothing when it has restarted.
+TEST_F(KernelRoutes, WhatIsThereGoesInTimeThoughTheDeviceDoesNotSettle) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}});
+  Start({"--sweep-after", "1"});
+  AwaitPass();
+  daemon->Send("lab stack hold\nlab stack restart\n");
+  daemon->ReadErrorsUntil("The device has not settled in 1 second");
+  for (int i = 0; i < 100 && !OurRoutes().empty(); ++i) {
+    usleep(50000);
+  }
+  EXPECT_THAT(OurRoutes(), IsEmpty());
+  daemon->Send("lab stack release\n");
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), SizeIs(2));
 }
 
 TEST_F(KernelRoutes, AReloadTakesItAllOutAndPutsItElsewhere) {
@@ -131,8 +168,11 @@ TEST_F(KernelRoutes, ARestartOfTheStackChangesNothing) {
   WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}});
   Start();
   AwaitPass();
-  Ask("lab restart", "\n");
+  daemon->Send("lab stack restart\n");
+  daemon->ReadErrorsUntil("lab stack restart");
   AwaitPass();
+  EXPECT_THAT(Ask("metrics", "vantacore_stack_ready 1"),
+              HasSubstr("vantacore_stack_restarts_total 1\n"));
   EXPECT_THAT(OurRoutes(), SizeIs(2));
   EXPECT_THAT(Ask("metrics", "overruns_total 0"),
               HasSubstr("vantacore_kernel_requests_total{result=\"deleted\"} 0\n"));

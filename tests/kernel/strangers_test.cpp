@@ -12,6 +12,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 
 class Strangers : public KernelTest {
@@ -77,6 +78,28 @@ TEST_F(Strangers, TheirsWithAnotherPriorityStandsBesideOurs) {
   const std::string theirs = Ip("route show 10.9.0.0/16");
   EXPECT_THAT(theirs, HasSubstr("via 10.1.0.7 dev r1 proto static metric 5"));
   EXPECT_THAT(theirs, HasSubstr("via 10.1.0.8 dev r1 proto static metric 500"));
+}
+
+// The kernel takes both for one route with two next hops.
+TEST_F(Strangers, TheirsBesideOursInIp6StaysWhenOursGoes) {
+  WriteRoutes({{"2001:db8:9::/48", "2001:db8:1::2"}});
+  BeginWithOne();
+  Ip("-6 route append 2001:db8:9::/48 via 2001:db8:1::7 dev r1 proto static metric 220");
+  WriteRoutes({});
+  Reload(" force");
+  AwaitPass();
+  const std::string left = Ip("-6 route show 2001:db8:9::/48");
+  EXPECT_THAT(left, HasSubstr("via 2001:db8:1::7"));
+  EXPECT_THAT(left, Not(HasSubstr("via 2001:db8:1::2 ")));
+}
+
+TEST_F(Strangers, AStrayWithoutAPriorityIsRemovedAndOursStays) {
+  BeginWithOne();
+  Ip("route add 10.9.0.0/16 via 10.1.0.2 proto 201");
+  EXPECT_THAT(Verify(), HasSubstr("10.9.0.0/16 in table 254 was there and nobody wants it"));
+  AwaitPass();
+  EXPECT_THAT(Ip("route show 10.9.0.0/16"), HasSubstr("metric 220"));
+  EXPECT_THAT(OurRoutes(), SizeIs(2));
 }
 
 TEST_F(Strangers, AFullTableThatGoesComesBack) {

@@ -49,6 +49,21 @@ TEST_F(Clean, TellsWhatRemains) {
   EXPECT_EQ("Operation not permitted", cleaned.reason);
 }
 
+TEST_F(Clean, TellsOfStraysThatRemain) {
+  fake.refuse = [](const kernel::RouteKey& key, bool) { return key.isIp6 ? EPERM : 0; };
+  const kernel::Cleaned cleaned = kernel::RemoveOurRoutes(channel);
+  EXPECT_EQ(1300u, cleaned.removed);
+  EXPECT_EQ(1u, cleaned.left);
+  EXPECT_EQ("Operation not permitted", cleaned.reason);
+}
+
+TEST_F(Clean, DoesNotTakeAnErrorForAnEmptyTable) {
+  channel.accidents = {Accident::REFUSED};
+  EXPECT_EQ("Cannot allocate memory", kernel::RemoveOurRoutes(channel).problem);
+  channel.accidents = {Accident::WITHOUT_FAMILY, Accident::NONE};
+  EXPECT_EQ("", kernel::RemoveOurRoutes(channel).problem);
+}
+
 TEST_F(Clean, GoesOnAfterLostAnswersAndInterruptions) {
   channel.accidents = {Accident::OVERRUN, Accident::NONE, Accident::NONE, Accident::INTERRUPTED};
   const kernel::Cleaned cleaned = kernel::RemoveOurRoutes(channel);

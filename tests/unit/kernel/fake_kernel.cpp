@@ -44,14 +44,18 @@ int FakeKernel::Add(const FoundRoute& route) {
   return isNew ? 0 : EEXIST;
 }
 
+// A priority of 0 is any, in IPv4. A next hop that is named has to be the route's.
 int FakeKernel::Delete(const FoundRoute& route) {
+  const bool isAny = !route.key.isIp6 && route.priority == 0;
   Routes& routes = tables[route.key];
-  const auto found = routes.find(route.priority);
-  if (found == routes.end() || found->second.protocol != route.protocol) {
-    return ESRCH;
+  for (auto found = routes.begin(); found != routes.end(); ++found) {
+    if ((isAny || found->first == route.priority) && found->second.protocol == route.protocol &&
+        (!route.nextHop || *route.nextHop == found->second.nextHop)) {
+      routes.erase(found);
+      return 0;
+    }
   }
-  routes.erase(found);
-  return 0;
+  return ESRCH;
 }
 
 // A message for the kernel has the form of one from it: what it asks for is read as if it were told.
@@ -65,6 +69,7 @@ std::vector<Answer> FakeKernel::Work(const std::vector<char>& bytes) {
     std::memcpy(message.data(), &bytes[at], header.nlmsg_len);
     const bool isDeletion = header.nlmsg_type == RTM_DELROUTE;
     reinterpret_cast<nlmsghdr*>(message.data())->nlmsg_type = RTM_NEWROUTE;
+    reinterpret_cast<rtmsg*>(message.data() + NLMSG_HDRLEN / 4)->rtm_type = RTN_UNICAST;
     const kernel::Received read = kernel::ReadMessages(message.data(), header.nlmsg_len);
     const auto& route = std::get<FoundRoute>(read.messages.at(0));
     int error = refuse ? refuse(route.key, isDeletion) : 0;

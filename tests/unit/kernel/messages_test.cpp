@@ -98,7 +98,7 @@ TEST(KernelMessages, AnAdditionNeverReplaces) {
 
 TEST(KernelMessages, ADeletionNamesOurNumberAndThePriority) {
   Batch batch;
-  batch.Delete(Key("10.9.0.0/16", 40010), 221, 9);
+  batch.Delete(Key("10.9.0.0/16", 40010), nullptr, 221, 9);
   Bytes bytes(batch.Finish());
   EXPECT_EQ(RTM_DELROUTE, bytes.Header().nlmsg_type);
   EXPECT_EQ(NLM_F_REQUEST | NLM_F_ACK, bytes.Header().nlmsg_flags);
@@ -107,6 +107,17 @@ TEST(KernelMessages, ADeletionNamesOurNumberAndThePriority) {
   EXPECT_TRUE(named.key == Key("10.9.0.0/16", 40010));
   EXPECT_EQ(221u, named.priority);
   EXPECT_EQ(kernel::OUR_PROTOCOL, named.protocol);
+}
+
+TEST(KernelMessages, ADeletionNamesTheNextHopIfItIsKnown) {
+  Batch batch;
+  const kernel::NextHop nextHop = Hop("fe80::1", 7);
+  batch.Delete(Key("2001:db8:9::/48"), &nextHop, 220, 9);
+  Bytes bytes(batch.Finish());
+  bytes.Header().nlmsg_type = RTM_NEWROUTE;
+  EXPECT_FALSE(RouteIn(bytes).nextHop);  // of no type, as it may be of any
+  bytes.Route().rtm_type = RTN_UNICAST;
+  EXPECT_TRUE(RouteIn(bytes).nextHop == nextHop);
 }
 
 TEST(KernelMessages, OnlyTheLastOfABatchAsksForAnAnswer) {

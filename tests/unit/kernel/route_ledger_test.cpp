@@ -220,6 +220,20 @@ TEST_F(RouteLedger, ARefusedDeletionIsADifference) {
   EXPECT_EQ(0u, ledger.CountRefusedDeletions());
 }
 
+TEST_F(RouteLedger, ADeletionThatIsNoLongerMeantIsNoDifference) {
+  ledger.Want(KEY, Hop("10.1.2.1"));
+  SendAll();
+  kernel.refuse = [this](const auto&, bool) {
+    ledger.Want(KEY, Hop("10.1.2.1"));
+    return EPERM;
+  };
+  ledger.Forgo(KEY);
+  Send(1);
+  kernel.refuse = {};
+  EXPECT_EQ(0u, SendAll());
+  ExpectNumbers(1, 1, 0);
+}
+
 TEST_F(RouteLedger, WhatHasGoneByItselfNeedNotBeDeleted) {
   ledger.Want(KEY, Hop("10.1.2.1"));
   SendAll();
@@ -271,6 +285,35 @@ TEST_F(RouteLedger, AStrangersRouteThatCameAfterOursIsLeftAlone) {
   ledger.Forgo(KEY);
   SendAll();
   EXPECT_THAT(kernel.tables[KEY], SizeIs(2));
+}
+
+// In IPv4 a deletion with the priority 0 is one of any of ours.
+TEST_F(RouteLedger, AStrayWithoutAPriorityDoesNotCostOurRoute) {
+  ledger.Want(KEY, Hop("10.1.2.1"));
+  SendAll();
+  kernel.tables[KEY][0] = {kernel::OUR_PROTOCOL, Hop("10.1.2.1")};
+  EXPECT_EQ(1u, Compare().strays);
+  EXPECT_FALSE(ledger.TakeDoubt());
+  kernel.tables[KEY].erase(0);  // somebody else was faster
+  SendAll();
+  EXPECT_FALSE(IsInstalled(KEY));
+  EXPECT_TRUE(ledger.TakeDoubt());
+  EXPECT_FALSE(ledger.TakeDoubt());
+  EXPECT_EQ(1u, Compare().missing);
+  SendAll();
+  EXPECT_TRUE(IsInstalled(KEY));
+}
+
+TEST_F(RouteLedger, AStrayThatIsFoundTwiceIsDeletedOnce) {
+  AddStranger(KEY, 5, kernel::OUR_PROTOCOL);
+  ledger.BeginComparison();
+  ReadTables();
+  ledger.ReadAgain();
+  ReadTables();
+  ledger.EndComparison();
+  EndPass();
+  EXPECT_EQ(1u, SendAll());
+  EXPECT_EQ(0u, kernel.CountOurs());
 }
 
 // ---- answers that are lost

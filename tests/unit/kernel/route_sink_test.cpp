@@ -139,9 +139,8 @@ TEST_F(Sink, AComparisonTellsAndPutsBack) {
   EXPECT_EQ(1u, result.comparison.strays);
   Settle();
   ExpectInstalled(1);
-  EXPECT_THAT(lines, ElementsAre("The kernel had lost 1 route, which are put back",
-                                 "The kernel had 1 route of this device that nobody wants, which "
-                                 "are removed"));
+  EXPECT_THAT(lines, ElementsAre("The kernel had lost 1 route, which is put back",
+                                 "The kernel had 1 stray of this device, which is removed"));
   EXPECT_EQ(2u, sink->CountComparisons());
 }
 
@@ -183,6 +182,8 @@ TEST_F(Sink, ATableThatCannotBeReadIsReadLater) {
   sink->Want(KEY, Hop("10.1.2.1"));
   EXPECT_FALSE(Compare().isComplete);
   EXPECT_EQ(0u, fake.requests);
+  EXPECT_THAT(lines,
+              ElementsAre("The kernel's tables cannot be read; it is tried again each second"));
   Settle();
   ExpectInstalled(1);
 }
@@ -255,6 +256,18 @@ TEST_F(Sink, AChangeOfALinkIsACauseToAskAndToCompare) {
   RunUntil([&] { return sink->CountComparisons() == comparisons + 1; });
   Settle();
   ExpectInstalled(2);
+}
+
+TEST_F(Sink, ALinkThatChangesAllTheTimeDoesNotPutOffTheComparison) {
+  Open();
+  Settle();
+  loop::Timer flapping(m_loop.Get());
+  const std::function<void()> flap = [&] {
+    Hearing().Tell(Channel::Outcome::MESSAGES);
+    flapping.Start(20, flap);
+  };
+  flap();
+  RunUntil([this] { return sink->CountComparisons() == 3; });
 }
 
 TEST_F(Sink, AnOverrunOfWhatIsHeardIsCounted) {
