@@ -22,6 +22,10 @@ kernel::RouteKey Key(const std::string& prefix, std::uint32_t table = kernel::MA
 /// "10.1.2.1", or empty for none.
 kernel::NextHop Hop(const std::string& gateway, std::uint32_t ifIndex = 3);
 
+/// For tests that need some keys.
+inline const kernel::RouteKey KEY = Key("10.9.0.0/16");
+inline const kernel::RouteKey OTHER = Key("10.10.0.0/16");
+
 struct KeyOrder {
   bool operator()(const kernel::RouteKey& a, const kernel::RouteKey& b) const {
     return std::tie(a.table, a.isIp6, a.destination, a.length) <

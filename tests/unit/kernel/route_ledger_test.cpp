@@ -12,14 +12,14 @@ namespace {
 
 using kernel::OUR_PRIORITIES;
 using test_kernel::Hop;
+using test_kernel::KEY;
 using test_kernel::Key;
+using test_kernel::OTHER;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;
 using testing::SizeIs;
 
-const kernel::RouteKey KEY = Key("10.9.0.0/16");
-const kernel::RouteKey OTHER = Key("10.10.0.0/16");
 const kernel::RouteKey KEY6 = Key("2001:db8:9::/48");
 
 class RouteLedger : public testing::Test, protected test_kernel::LedgerDriver {

@@ -18,15 +18,14 @@ using kernel::Channel;
 using kernel::RouteSink;
 using test_kernel::FakeChannel;
 using test_kernel::Hop;
+using test_kernel::KEY;
 using test_kernel::Key;
+using test_kernel::OTHER;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 using Accident = FakeChannel::Accident;
-
-const kernel::RouteKey KEY = Key("10.9.0.0/16");
-const kernel::RouteKey OTHER = Key("10.10.0.0/16");
 
 class Sink : public testing::Test {
  protected:
