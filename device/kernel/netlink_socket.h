@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "device/program/owned_descriptor.h"
-#include "route_messages.h"
+#include "messages.h"
 
 namespace kernel {
 

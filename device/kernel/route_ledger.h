@@ -21,8 +21,8 @@
 #include <utility>
 #include <vector>
 
+#include "messages.h"
 #include "route.h"
-#include "route_messages.h"
 
 namespace kernel {
 

@@ -1,32 +1,16 @@
 #include "route_messages.h"
 
-#include <libmnl/libmnl.h>
-#include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cstring>
 
+#include "message_reading.h"
+
 namespace kernel {
 
 namespace {
-
-// A route's message is about 90 bytes long.
-constexpr std::size_t MOST_MESSAGE_BYTES = 256;
-
-std::size_t AddressSize(bool isIp6) { return isIp6 ? 16 : 4; }
-
-/// Calls `take` for each whole attribute of a message, after a header of its own of `before` bytes.
-template <typename Take>
-void ForEachAttribute(const nlmsghdr& header, std::size_t before, const Take& take) {
-  const auto* const end = reinterpret_cast<const char*>(&header) + header.nlmsg_len;
-  const auto* attribute = static_cast<const nlattr*>(mnl_nlmsg_get_payload_offset(&header, before));
-  while (mnl_attr_ok(attribute, static_cast<int>(end - reinterpret_cast<const char*>(attribute)))) {
-    take(*attribute);
-    attribute = mnl_attr_next(attribute);
-  }
-}
 
 /// The attributes of a route's message, each only if it has the size that its meaning needs.
 struct RouteAttributes {
@@ -75,15 +59,6 @@ RouteAttributes FindAttributes(const nlmsghdr& header, bool isIp6) {
   return found;
 }
 
-Address AddressOf(const nlattr* attribute) {
-  Address address{};
-  if (attribute != nullptr) {
-    std::memcpy(address.data(), mnl_attr_get_payload(attribute),
-                mnl_attr_get_payload_len(attribute));
-  }
-  return address;
-}
-
 std::uint32_t NumberOf(const nlattr* attribute, std::uint32_t otherwise) {
   return attribute != nullptr ? mnl_attr_get_u32(attribute) : otherwise;
 }
@@ -96,6 +71,8 @@ bool HasHostBits(const RouteKey& key) {
   }
   return false;
 }
+
+}  // namespace
 
 std::optional<FoundRoute> ReadRoute(const nlmsghdr& header) {
   if (mnl_nlmsg_get_payload_len(&header) < sizeof(rtmsg)) {
@@ -126,59 +103,6 @@ std::optional<FoundRoute> ReadRoute(const nlmsghdr& header) {
   }
   return found;
 }
-
-// The kernel's words are a text that ends with a zero byte, after the copy of the header that the
-// answer is for.
-std::string ReadReason(const nlmsghdr& header) {
-  const std::size_t before = sizeof(nlmsgerr);
-  if ((header.nlmsg_flags & NLM_F_ACK_TLVS) == 0 || (header.nlmsg_flags & NLM_F_CAPPED) == 0 ||
-      mnl_nlmsg_get_payload_len(&header) < before) {
-    return {};
-  }
-  std::string reason;
-  ForEachAttribute(header, before, [&](const nlattr& attribute) {
-    if (mnl_attr_get_type(&attribute) == NLMSGERR_ATTR_MSG) {
-      const auto* const text = static_cast<const char*>(mnl_attr_get_payload(&attribute));
-      reason.assign(text, strnlen(text, mnl_attr_get_payload_len(&attribute)));
-    }
-  });
-  return reason;
-}
-
-int PositiveError(int error) { return error < 0 && error > -4096 ? -error : 0; }
-
-std::optional<Answer> ReadAnswer(const nlmsghdr& header) {
-  if (mnl_nlmsg_get_payload_len(&header) < sizeof(nlmsgerr)) {
-    return std::nullopt;
-  }
-  const auto& answer = *static_cast<const nlmsgerr*>(mnl_nlmsg_get_payload(&header));
-  return Answer{header.nlmsg_seq, PositiveError(answer.error), ReadReason(header)};
-}
-
-DumpEnd ReadEnd(const nlmsghdr& header) {
-  int error = 0;
-  if (mnl_nlmsg_get_payload_len(&header) >= sizeof error) {
-    std::memcpy(&error, mnl_nlmsg_get_payload(&header), sizeof error);
-  }
-  return {header.nlmsg_seq, PositiveError(error)};
-}
-
-void TakeMessage(const nlmsghdr& header, Received& received) {
-  received.isInterrupted |= (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
-  if (header.nlmsg_type == RTM_NEWROUTE) {
-    if (auto route = ReadRoute(header)) {
-      received.messages.emplace_back(*route);
-    }
-  } else if (header.nlmsg_type == NLMSG_ERROR) {
-    if (auto answer = ReadAnswer(header)) {
-      received.messages.emplace_back(std::move(*answer));
-    }
-  } else if (header.nlmsg_type == NLMSG_DONE) {
-    received.messages.emplace_back(ReadEnd(header));
-  }
-}
-
-}  // namespace
 
 void Batch::Append(unsigned short type, unsigned short flags, std::uint32_t sequence,
                    const RouteKey& key, const NextHop* nextHop, std::uint32_t priority) {
@@ -241,23 +165,6 @@ std::vector<char> MakeDump(bool isIp6, std::uint32_t sequence) {
   route.rtm_family = isIp6 ? AF_INET6 : AF_INET;
   route.rtm_protocol = OUR_PROTOCOL;
   return {bytes, bytes + header.nlmsg_len};
-}
-
-// Not with mnl_nlmsg_ok, which takes a length of more than two gigabytes for a negative one.
-Received ReadMessages(const void* bytes, std::size_t size) {
-  Received received;
-  const auto* at = static_cast<const char*>(bytes);
-  while (size >= sizeof(nlmsghdr)) {
-    const auto& header = *reinterpret_cast<const nlmsghdr*>(at);
-    if (header.nlmsg_len < sizeof header || header.nlmsg_len > size) {
-      break;
-    }
-    TakeMessage(header, received);
-    const std::size_t length = std::min<std::size_t>(NLMSG_ALIGN(header.nlmsg_len), size);
-    at += length;
-    size -= length;
-  }
-  return received;
 }
 
 }  // namespace kernel

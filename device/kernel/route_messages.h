@@ -1,15 +1,10 @@
 // Routes as messages to and from the kernel (rtnetlink).
-//
-// What comes from the kernel is not trusted: whatever the bytes are, reading them ends, stays
-// inside them, and gives a message or nothing.
 #ifndef DEVICE_KERNEL_ROUTE_MESSAGES_H
 #define DEVICE_KERNEL_ROUTE_MESSAGES_H
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string>
-#include <variant>
 #include <vector>
 
 #include "route.h"
@@ -46,13 +41,6 @@ class Batch {
 /// A message that asks for all routes of ours of a family. It is sent alone.
 std::vector<char> MakeDump(bool isIp6, std::uint32_t sequence);
 
-/// The kernel's answer to a message of ours.
-struct Answer {
-  std::uint32_t sequence = 0;
-  int error = 0;       // an errno, positive; 0 for success
-  std::string reason;  // the kernel's own words; often none
-};
-
 /// A route that the kernel has. It is one of ours only by its protocol number.
 struct FoundRoute {
   RouteKey key;
@@ -62,25 +50,6 @@ struct FoundRoute {
   /// interface.
   std::optional<NextHop> nextHop;
 };
-
-/// The end of what a dump tells.
-struct DumpEnd {
-  std::uint32_t sequence = 0;
-  int error = 0;  // an errno, positive; 0 for success
-};
-
-using Message = std::variant<Answer, FoundRoute, DumpEnd>;
-
-/// What one receive has brought.
-struct Received {
-  std::vector<Message> messages;
-  /// The tables changed under a dump in such a way that routes may be missing in it or come twice.
-  bool isInterrupted = false;
-};
-
-/// `bytes` is aligned as the kernel's messages are, to four. What is not one of these messages, or
-/// makes no sense as one, is passed over.
-Received ReadMessages(const void* bytes, std::size_t size);
 
 }  // namespace kernel
 

@@ -1,7 +1,5 @@
 #include "route_sink.h"
 
-#include <uv.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -34,20 +32,18 @@ RouteSink::RouteSink(uv_loop_s* loop, RouteLedger::Clock now, const OpenChannel&
       m_writing(open(Subscription::NOTHING)),
       m_reading(open(Subscription::NOTHING)),
       m_hearing(open(Subscription::LINKS_AND_ADDRESSES)),
-      m_answers(loop, m_writing->GetDescriptor()),
-      m_tables(loop, m_reading->GetDescriptor()),
-      m_changes(loop, m_hearing->GetDescriptor()),
+      m_answers(loop, *m_writing,
+                [this] {
+                  ReadAnswers();
+                  Work();
+                }),
+      m_tables(loop, *m_reading, [this] { ReadTables(); }),
+      m_changes(loop, *m_hearing, [this] { HearChanges(); }),
       m_sending(loop),
       m_work(loop),
       m_nextTry(loop),
       m_soon(loop),
       m_pause(loop) {
-  m_answers.Start(UV_READABLE, [this](int) {
-    ReadAnswers();
-    Work();
-  });
-  m_tables.Start(UV_READABLE, [this](int) { ReadTables(); });
-  m_changes.Start(UV_READABLE, [this](int) { HearChanges(); });
   BeginComparison();
 }
 

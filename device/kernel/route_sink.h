@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "channel_poll.h"
 #include "device/loop/loop_handles.h"
 #include "device/loop/work.h"
 #include "netlink_socket.h"
@@ -95,9 +96,9 @@ class RouteSink {
   const std::unique_ptr<Channel> m_hearing;
   Batch m_batch;
   std::size_t m_requestsABatch = 500;  // fewer where a socket cannot hold so many answers
-  loop::Poll m_answers;
-  loop::Poll m_tables;
-  loop::Poll m_changes;
+  ChannelPoll m_answers;
+  ChannelPoll m_tables;
+  ChannelPoll m_changes;
   loop::Work m_sending;
   loop::Task m_work;
   loop::Timer m_nextTry;

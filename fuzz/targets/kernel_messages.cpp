@@ -39,6 +39,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       fuzz::Check(route->key.length <= (route->key.isIp6 ? 128 : 32), "a length of the family");
       fuzz::Check(!route->nextHop || route->nextHop->ifIndex != 0, "a next hop has an interface");
       ledger.TakeFound(*route);
+    } else if (const auto* const link = std::get_if<kernel::FoundLink>(&message)) {
+      fuzz::Check(link->link.index != 0, "a link has an index");
+    } else if (const auto* const address = std::get_if<kernel::FoundAddress>(&message)) {
+      fuzz::Check(address->address.length <= (address->address.isIp6 ? 128 : 32),
+                  "a length of the family");
     } else if (const auto* const answer = std::get_if<kernel::Answer>(&message)) {
       fuzz::Check(answer->error >= 0, "an errno");
       ledger.TakeAnswer(*answer);

@@ -102,6 +102,29 @@ std::string KernelTest::Ip(const std::string& words) {
   return output;
 }
 
+void KernelTest::IpBatch(const std::vector<std::string>& lines) {
+  const test_support::ScratchFolder scratch;
+  std::string text;
+  for (const std::string& line : lines) {
+    text += line + "\n";
+  }
+  scratch.Write("batch", text);
+  Ip("-batch " + scratch.Path() + "/batch");
+}
+
+void KernelTest::FloodWhileStopped(const std::vector<std::string>& lines) {
+  std::vector<std::string> all;
+  for (int i = 0; i < 10000; ++i) {
+    const std::string address =
+        "10.7." + std::to_string(i / 200) + "." + std::to_string(i % 200) + "/32 dev r2";
+    all.insert(all.end(), {"address add " + address, "address delete " + address});
+  }
+  all.insert(all.end(), lines.begin(), lines.end());
+  daemon->Kill(SIGSTOP);
+  IpBatch(all);
+  daemon->Kill(SIGCONT);
+}
+
 // iproute2 fails for a table that nobody has used.
 std::vector<std::string> KernelTest::OurRoutes() {
   std::vector<std::string> routes;

@@ -31,6 +31,10 @@ class KernelTest : public testing::Test {
 
   /// Runs a command of iproute2 and returns what it prints; the test fails if it fails.
   static std::string Ip(const std::string& words);
+  /// Runs many commands of iproute2, as fast as it can.
+  static void IpBatch(const std::vector<std::string>& lines);
+  /// Stops the daemon, lets more happen than its sockets hold, then `lines`, and lets it go on.
+  void FloodWhileStopped(const std::vector<std::string>& lines = {});
   /// What the kernel has under our number, a line each, without what does not matter here.
   static std::vector<std::string> OurRoutes();
   /// How a packet to the address would go, by the main table.

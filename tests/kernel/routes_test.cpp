@@ -131,6 +131,23 @@ TEST_F(KernelRoutes, ALinkThatGoesAndComesBackHasItsRoutesAgain) {
   EXPECT_EQ("10.9.1.1 via 10.1.0.2 dev r1", WayTo("10.9.1.1"));
 }
 
+// A socket that is full tells of that as of an error, once; what comes afterwards is heard again.
+TEST_F(KernelRoutes, LinksAreStillHeardWhenMoreHadChangedThanASocketHolds) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  FloodWhileStopped();
+  AwaitPass();
+  EXPECT_THAT(Ask("metrics\nversion", "console protocol"),
+              testing::ContainsRegex("vantacore_kernel_overruns_total [1-9]"));
+  Ip("link set r1 down");
+  Ip("link set r1 up");
+  for (int i = 0; i < 200 && OurRoutes().size() < 2; ++i) {
+    usleep(50000);
+  }
+  EXPECT_THAT(OurRoutes(), SizeIs(2)) << "nobody has asked for a comparison";
+}
+
 // The stack believes the document; the kernel has a word of its own.
 TEST_F(KernelRoutes, ARefusedRouteIsADifferenceUntilTheAddressIsThere) {
   WriteRoutes({{"10.8.0.0/16", "10.1.0.2"}, {"10.9.0.0/16", "10.1.0.2"}});

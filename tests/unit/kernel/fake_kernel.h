@@ -12,8 +12,8 @@
 #include <tuple>
 #include <vector>
 
+#include "device/kernel/messages.h"
 #include "device/kernel/netlink_socket.h"
-#include "device/kernel/route_messages.h"
 
 namespace test_kernel {
 

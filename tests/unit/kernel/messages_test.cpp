@@ -9,7 +9,7 @@
 #include <cstring>
 #include <random>
 
-#include "device/kernel/route_messages.h"
+#include "device/kernel/messages.h"
 #include "fake_kernel.h"
 #include "tests/models/random_run.h"
 
