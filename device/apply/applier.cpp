@@ -56,7 +56,7 @@ void Applier::Apply(std::shared_ptr<const intent::Intent> wanted, bool isSame,
   m_isNextSame = isSame;
   m_done = std::move(done);
   m_isApplying = true;
-  if (!m_isRestoring && !m_isLettingGo) {
+  if (!m_isRestoring && !m_isFollowingUp) {
     Begin();
   }
 }
@@ -218,7 +218,7 @@ void Applier::PlanRequests() {
   m_hasChanged |= !isResolved;
   m_resolvedIn = context;
   m_isResolved = true;
-  const bool isNew = m_isApplying && !m_isRestoring && !m_isLettingGo;
+  const bool isNew = m_isApplying && !m_isRestoring && !m_isFollowingUp;
   if (isResolved && isNew) {
     m_knowledge.GetRoutes().EndKept();
   }
@@ -244,7 +244,7 @@ void Applier::End() {
     m_looking.Start(LOOK_MILLISECONDS);
   }
   const bool wasRestoring = std::exchange(m_isRestoring, false);
-  m_isLettingGo = false;
+  m_isFollowingUp = false;
   if (m_next) {
     Begin();
     return;
@@ -254,11 +254,28 @@ void Applier::End() {
     Next(&Applier::ApplyInterfaces);
     return;
   }
+  if (std::exchange(m_isToResolve, false) && m_isResolved &&
+      m_resolvedIn.interfaces != m_interfaces.GetIndexes()) {
+    m_isFollowingUp = true;
+    Next(&Applier::PlanRequests);
+    return;
+  }
   if (std::exchange(m_hasChanged, false)) {
     m_knowledge.CompareWhenSettled();
   }
   if (std::exchange(m_isApplying, false)) {
     std::exchange(m_done, nullptr)();
+  }
+}
+
+// Before routes were resolved once, and before the library has been told of anything, this is
+// nothing new.
+void Applier::ResolveAgain() {
+  if (IsBusy()) {
+    m_isToResolve = true;
+  } else if (m_isResolved) {
+    m_isFollowingUp = true;
+    Next(&Applier::PlanRequests);
   }
 }
 
@@ -279,7 +296,7 @@ void Applier::LookAtKept(unsigned int, void*) {
     m_looking.Start(LOOK_MILLISECONDS);
     return;
   }
-  m_isLettingGo = true;
+  m_isFollowingUp = true;
   m_hasChanged = true;
   Next(&Applier::LetGo);
 }
@@ -295,7 +312,7 @@ void Applier::BringBack() {
   m_looking.Stop();
   m_rulesLeave.Stop();
   m_isRestoring = true;
-  m_isLettingGo = false;
+  m_isFollowingUp = false;
   m_hasChanged = true;
   DcRouterMgr* manager = DcRouterMgr::GetInstance();
   m_knowledge.Forget();

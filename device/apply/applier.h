@@ -69,8 +69,12 @@ class Applier {
   /// comes meanwhile follows.
   void BringBack();
 
+  /// Interfaces have come or gone since routes were resolved: resolves them again, in turns of the
+  /// loop, with what is in force. What is under way is ended first.
+  void ResolveAgain();
+
   /// Whether anything is being applied or brought back.
-  bool IsBusy() const { return m_isApplying || m_isRestoring || m_isLettingGo; }
+  bool IsBusy() const { return m_isApplying || m_isRestoring || m_isFollowingUp; }
   /// Whether a configuration is being applied, and whether the one in force is being brought back.
   bool IsApplying() const { return m_isApplying; }
   bool IsRestoring() const { return m_isRestoring; }
@@ -124,7 +128,9 @@ class Applier {
   std::function<void()> m_done;
   bool m_isApplying = false;
   bool m_isRestoring = false;
-  bool m_isLettingGo = false;          // VLANs that were kept
+  // Something follows later: VLANs that were kept are let go, or routes are resolved again.
+  bool m_isFollowingUp = false;
+  bool m_isToResolve = false;          // after what is under way
   bool m_areInterfacesApplied = true;  // those of m_intent
   bool m_hasChanged = false;           // since the last comparison was asked for
 

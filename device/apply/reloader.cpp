@@ -134,9 +134,9 @@ void Reloader::Begin() {
 }
 
 // What is in force, and what has happened to interfaces since: a reload restores what documents say
-// of them, so this is where its way begins.
+// of them, so this is where its way begins. Links are in both ends of the way.
 std::shared_ptr<const intent::Intent> Reloader::FindPresent() const {
-  return m_interfaces.HasEvents()
+  return m_interfaces.HasEvents() || !m_interfaces.GetLinks().empty()
              ? std::make_shared<const intent::Intent>(m_intent->WithInterfaces(m_interfaces.Get()))
              : m_intent;
 }
@@ -145,22 +145,26 @@ void Reloader::Read(std::function<void(Result&)> read) {
   const auto result = std::make_shared<Result>();
   const bool isDiff = m_job->kind == Job::DIFF;
   const bool isCheck = m_job->kind == Job::CHECK;
+  const bool hasEvents = m_interfaces.HasEvents();
   m_reading.Start(
       [result, read = std::move(read), inForce = m_intent, present = FindPresent(),
-       outcome = m_job->outcome, howToRead = m_howToRead, isDiff, isCheck] {
+       links = m_interfaces.GetLinks(), defaultVlan = m_interfaces.GetDefaultVlan(),
+       outcome = m_job->outcome, howToRead = m_howToRead, isDiff, isCheck, hasEvents] {
         read(*result);
         result->intent = std::make_shared<const intent::Intent>(result->reading.folder);
         const bool isUsable = IsUsable(result->reading, howToRead);
-        const bool hasEvents = present != inForce;
+        const auto wanted = links.empty() ? result->intent
+                                          : std::make_shared<const intent::Intent>(
+                                                result->intent->WithLinks(links, defaultVlan));
         if ((!result->reading.isUnchanged || hasEvents) && !isCheck && isUsable) {
-          result->plan = plan::MakePlan(*present, *result->intent);
+          result->plan = plan::MakePlan(*present, *wanted);
           result->changesWhatIsInForce =
               !(hasEvents ? plan::MakePlan(*inForce, *result->intent) : result->plan)
                    .totals.IsEmpty();
         }
         outcome->totals = result->plan.totals;
         if (isDiff && isUsable) {
-          CollectChanges(*present, *result->intent, *outcome);
+          CollectChanges(*present, *wanted, *outcome);
           result->lines = DescribeChanges(*outcome);
         }
         if (!result->reading.isUnchanged) {
@@ -398,6 +402,8 @@ bool Reloader::KnowsWhatIsInstalled(unsigned short vlan) const {
   return !m_isToBringBack && !m_applier.IsBusy() && m_stack.IsReady() &&
          m_knowledge.GetRoutes().CountOpen(vlan) == 0;
 }
+
+void Reloader::InterfacesChanged() { m_applier.ResolveAgain(); }
 
 void Reloader::Answered(const rows::Row& row, unsigned int status) {
   m_knowledge.Heard(row, status);

@@ -148,6 +148,10 @@ class Reloader : private rows::StackListener {
     Ask({Job::REVISION, {}, {}, false, revision}, std::move(asker));
   }
 
+  /// Interfaces have come or gone without a document (keepers::Interfaces::TakeLinks): routes that
+  /// name them are looked at again.
+  void InterfacesChanged();
+
   /// Whether anything is under way or waits to begin.
   bool IsBusy() const { return m_job.has_value() || m_applier.IsBusy(); }
 

@@ -58,6 +58,10 @@ std::int64_t WallMilliseconds() {
 
 std::uint64_t NowMilliseconds() { return uv_hrtime() / 1000000; }
 
+std::unique_ptr<kernel::Channel> OpenKernel(kernel::Subscription subscription) {
+  return std::make_unique<kernel::NetlinkSocket>(subscription);
+}
+
 bool AreSameTerminal(int one, int other) {
   struct stat first {};
   struct stat second {};
@@ -91,9 +95,17 @@ Daemon::Daemon(const CommandLine& line)
              console::ConsoleServer::PROTOCOL_VERSION,
              [this] { return CountSessions(); },
              [this] { return m_log.CountLost(); },
-             [this] { return DescribeKernel(); }},
+             [this] { return DescribeKernel(); },
+             [this] { return m_kernelLinks.Describe(); }},
       m_questions({m_reloader, m_interfaces, m_stackPort, m_tables, m_host, m_feed}),
       m_watchTap(m_feed, m_stackPort, m_interfaces, m_reloader),
+      m_kernelLinks(m_loop.Get(), m_interfaces,
+                    {OpenKernel, Log,
+                     [this](const std::string& problem) {
+                       Complain(documents::Severity::WARNING, problem);
+                       m_watchTap.HearLine(problem);
+                     },
+                     [this] { m_reloader.InterfacesChanged(); }}),
       m_kernelRoutes(m_loop.Get(), m_stackPort, m_stack.GetFacts(), line.sweepAfterSeconds,
                      MakeKernelHooks()),
       m_settled(m_loop.Get(), Activity()),
@@ -122,6 +134,7 @@ apply::ReloadHooks Daemon::MakeReloadHooks() {
   hooks.overheard = HearWhile;
   hooks.library = [this](const std::function<void()>& work) { m_loop.Apart(work); };
   hooks.over = [this] {
+    m_kernelLinks.Apply(m_reloader.GetIntent().GetDevice());
     m_kernelRoutes.Apply(m_reloader.GetIntent().GetDevice());
     m_memory.Expect();
     m_afterReload.Post([this] { TellLongestTurn(); });
@@ -177,8 +190,10 @@ void Daemon::PrepareLibrary() {
   m_stack.MakeCurrent();
 }
 
-// The kernel's routes first, so that nothing of the forwarding table is missed.
+// What the kernel has to do with it first: its links are interfaces from the beginning, and nothing
+// of the forwarding table is missed.
 void Daemon::InitializeLibrary() {
+  m_kernelLinks.Start(m_reloader.GetIntent().GetDevice());
   m_kernelRoutes.Apply(m_reloader.GetIntent().GetDevice());
   Tarsel::DcRouterMgr* manager = Tarsel::DcRouterMgr::GetInstance();
   manager->Initialize(m_reloader.GetIntent().GetDevice().defaultVlan, &m_interfaces);
@@ -189,6 +204,7 @@ void Daemon::InitializeLibrary() {
 void Daemon::Serve() {
   m_memory.Expect();
   TellStart();
+  m_kernelLinks.TellProblems();
   try {
     if (m_server) {
       m_server->Start();
@@ -324,42 +340,49 @@ loop::Activity Daemon::Activity() {
 }
 
 KernelRoutes::Hooks Daemon::MakeKernelHooks() {
-  return {[](kernel::Subscription subscription) {
-            return std::make_unique<kernel::NetlinkSocket>(subscription);
-          },
-          Log, NowMilliseconds,
+  return {OpenKernel, Log, NowMilliseconds,
           [this] { return m_reloader.IsSettled() && !m_stack.GetFacts().HasWork(); }};
 }
 
 views::KernelState Daemon::DescribeKernel() const {
-  const kernel::RouteSink* const sink = m_kernelRoutes.GetSink();
-  if (sink == nullptr) {
-    return {};
-  }
-  const kernel::RouteLedger& ledger = sink->GetLedger();
-  const kernel::RouteLedger::Totals& totals = ledger.GetTotals();
   views::KernelState state;
-  state.isWritten = true;
-  state.wanted = ledger.CountWanted();
-  state.standing = ledger.CountStanding();
-  state.refused = ledger.CountRefused();
-  state.added = totals.added;
-  state.deleted = totals.deleted;
-  state.refusals = totals.refused;
-  state.missing = totals.missing;
-  state.strays = totals.strays;
-  state.overruns = sink->CountOverruns();
+  if (const kernel::LinkWatch* const watch = m_kernelLinks.GetWatch()) {
+    state.overruns = watch->CountOverruns();
+    state.untold = watch->CountUntold();
+  }
+  if (const kernel::RouteSink* const sink = m_kernelRoutes.GetSink()) {
+    const kernel::RouteLedger& ledger = sink->GetLedger();
+    const kernel::RouteLedger::Totals& totals = ledger.GetTotals();
+    state.isWritten = true;
+    state.wanted = ledger.CountWanted();
+    state.standing = ledger.CountStanding();
+    state.refused = ledger.CountRefused();
+    state.added = totals.added;
+    state.deleted = totals.deleted;
+    state.refusals = totals.refused;
+    state.missing = totals.missing;
+    state.strays = totals.strays;
+    state.overruns += sink->CountOverruns();
+  }
   return state;
 }
 
 // The stack first: what it does not have, the kernel cannot.
 void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done) {
-  m_reloader.Verify(mostLines, [this, mostLines, done = std::move(done)](auto verdicts) {
-    m_kernelRoutes.Verify(mostLines, [verdicts, done](auto verdict) mutable {
-      if (verdict) {
-        verdicts.push_back(std::move(*verdict));
-      }
-      done(std::move(verdicts));
+  using Verdicts = std::vector<rows::Verdict>;
+  const auto add = [](Verdicts& verdicts, std::optional<rows::Verdict> verdict) {
+    if (verdict) {
+      verdicts.push_back(std::move(*verdict));
+    }
+  };
+  m_reloader.Verify(mostLines, [=](Verdicts stack) {
+    const auto verdicts = std::make_shared<Verdicts>(std::move(stack));
+    m_kernelLinks.Verify([=](auto links) {
+      add(*verdicts, std::move(links));
+      m_kernelRoutes.Verify(mostLines, [=](auto routes) {
+        add(*verdicts, std::move(routes));
+        done(std::move(*verdicts));
+      });
     });
   });
 }

@@ -21,6 +21,7 @@
 #include "device/stack/routing_stack.h"
 #include "device/views/device_questions.h"
 #include "device/views/feed.h"
+#include "kernel_links.h"
 #include "kernel_routes.h"
 #include "log_writer.h"
 #include "metrics_server.h"
@@ -60,7 +61,9 @@ class Daemon {
   std::size_t CountSessions() const;
   console::FolderCommands MakeFolderCommands();
   loop::Activity Activity();
-  bool IsSettled() const { return m_reloader.IsSettled() && m_kernelRoutes.IsSettled(); }
+  bool IsSettled() const {
+    return m_reloader.IsSettled() && m_kernelLinks.IsSettled() && m_kernelRoutes.IsSettled();
+  }
   KernelRoutes::Hooks MakeKernelHooks();
   views::KernelState DescribeKernel() const;
   void Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
@@ -87,6 +90,7 @@ class Daemon {
   const views::Host m_host;
   views::DeviceQuestions m_questions;
   WatchTap m_watchTap;
+  KernelLinks m_kernelLinks;
   KernelRoutes m_kernelRoutes;
   loop::SettledWait m_settled;  // the session's
   Pace m_pace;

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,8 +37,11 @@ struct Interface {
   std::uint32_t mtu = 1500;
   bool up = true;
   bool joined = false;  // a remote has joined on it
-  std::optional<Ip4Network> ip4;
+  /// The primary one first, no address twice. A document gives one at most.
+  std::vector<Ip4Network> ip4;
   std::vector<Tarsel::Ip6Prefix> ip6;  // each with its host bits, no address twice
+  /// A link of the machine: what it is like is the kernel's word, and not the document's.
+  bool isLink = false;
 };
 
 using Interfaces = std::map<InterfaceKey, Interface>;
@@ -63,9 +65,28 @@ struct KernelSettings {
   }
 };
 
+/// Which links of the machine are interfaces of the device.
+struct LinkSettings {
+  // Patterns of names, as a shell has them.
+  std::vector<std::string> taken;
+  std::vector<std::string> ignored;  // although they are among the others
+  /// By name, the VLANs of those that the document has among its interfaces.
+  std::map<std::string, unsigned short> vlans;
+
+  /// Whether a link of this name is an interface of the device.
+  bool Take(const std::string& name) const;
+
+  friend bool operator==(const LinkSettings& a, const LinkSettings& b) {
+    return a.taken == b.taken && a.ignored == b.ignored && a.vlans == b.vlans;
+  }
+  friend bool operator!=(const LinkSettings& a, const LinkSettings& b) { return !(a == b); }
+};
+
 struct Device {
   unsigned short defaultVlan = 1;
   KernelSettings kernel;
+  LinkSettings links;
+  /// Those that are not links. What the document says of a link, but its VLAN, does not count.
   Interfaces interfaces;
   std::map<InterfaceKey, InterfaceOrigin> origins;  // of each interface
   std::map<unsigned short, std::string> primaries;  // by VLAN

@@ -1,5 +1,7 @@
 #include "device_document.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
 #include <cstring>
 #include <map>
@@ -27,6 +29,9 @@ constexpr std::size_t DEVICE_BYTES = 40u << 20;
 constexpr std::size_t DEVICE_BYTES_PER_BYTE = 5;
 constexpr std::size_t INTERFACE_BYTES = 640;
 constexpr std::size_t ADDRESS_BYTES = 320;
+
+// Each name of a link is held against each of them.
+constexpr std::size_t MOST_PATTERNS = 256;
 
 bool Is(const Member& member, const char* name) { return std::strcmp(member.name, name) == 0; }
 
@@ -61,8 +66,7 @@ class Builder : public ShapeVisitor {
     }
   }
 
-  // Lists are told apart by their elements.
-  void BeginList(const Member&, bool, std::size_t) override {}
+  void BeginList(const Member& member, bool, std::size_t) override { m_list = &member; }
   void EndList(const Member&) override {}
   JsonEvents& BeginAny(const Member&) override { return m_nothing; }
 
@@ -73,8 +77,7 @@ class Builder : public ShapeVisitor {
         m_draft.interface.flags |= FLAG_BITS[value.number];
         break;
       case Kind::INTERFACE_NAME:
-        m_draft.interface.name = scalar.text;
-        m_draft.nameOffset = offset;
+        TakeName(member, std::string(scalar.text), offset);
         break;
       case Kind::FLAG:
         FlagOf(member) = value.flag;
@@ -83,7 +86,7 @@ class Builder : public ShapeVisitor {
         TakeNumber(member, value.number, offset);
         break;
       case Kind::IP4_PREFIX:
-        m_draft.interface.ip4 = NetworkOf(value);
+        m_draft.interface.ip4 = {NetworkOf(value)};
         m_draft.ip4 = {offset, m_reader->ValuePath()};
         break;
       case Kind::IP6_PREFIX:
@@ -96,6 +99,7 @@ class Builder : public ShapeVisitor {
   }
 
   void Finish(std::string_view text) {
+    TakeLinksOut();
     JudgePrimaries();
     PlaceOrigins(text);
   }
@@ -138,6 +142,23 @@ class Builder : public ShapeVisitor {
                          std::to_string(m_mostBytes >> 20) + " MiB, found more");
     }
     return m_bytes <= m_mostBytes;
+  }
+
+  // Of an interface, or in a list of patterns, whose elements have no name of their own.
+  void TakeName(const Member& member, std::string name, std::size_t offset) {
+    if (Is(member, "name")) {
+      m_draft.interface.name = std::move(name);
+      m_draft.nameOffset = offset;
+      return;
+    }
+    auto& patterns = Is(*m_list, "ignore") ? m_device.links.ignored : m_device.links.taken;
+    if (patterns.size() < MOST_PATTERNS) {
+      patterns.push_back(std::move(name));
+    } else {
+      m_findings.Add(
+          Severity::ERROR, offset, m_reader->ValuePath(),
+          "too many names, expected at most " + std::to_string(MOST_PATTERNS) + ", found more");
+    }
   }
 
   bool& FlagOf(const Member& member) {
@@ -213,10 +234,30 @@ class Builder : public ShapeVisitor {
     }
   }
 
-  // When all interfaces are known.
+  // When all patterns are known. Of a link that the document has twice the first one counts.
+  void TakeLinksOut() {
+    const auto isLink = [this](const Origin& origin) {
+      const auto found = m_device.interfaces.find(origin.key);
+      if (!m_device.links.Take(found->second.name)) {
+        return false;
+      }
+      const bool isNew =
+          m_device.links.vlans.try_emplace(found->second.name, origin.key.first).second;
+      if (!isNew) {
+        m_findings.Add(Severity::ERROR, origin.interface.offset, origin.interface.path,
+                       "a link that stands twice, expected one VLAN for it, found " +
+                           program::Quote(found->second.name) + " again");
+      }
+      m_device.interfaces.erase(found);
+      return true;
+    };
+    m_origins.erase(std::remove_if(m_origins.begin(), m_origins.end(), isLink), m_origins.end());
+  }
+
+  // When all interfaces are known. Which VLAN a link has is known when it is there.
   void JudgePrimaries() {
     for (auto& [vlan, primary] : m_primaries) {
-      if (m_names.count({vlan, primary.interface}) != 0) {
+      if (m_names.count({vlan, primary.interface}) != 0 || m_device.links.Take(primary.interface)) {
         m_device.primaries[vlan] = std::move(primary.interface);
       } else {
         m_findings.Add(Severity::ERROR, primary.at.offset, primary.at.path,
@@ -256,6 +297,7 @@ class Builder : public ShapeVisitor {
   Device& m_device;
   DocumentFindings& m_findings;
   const ShapeReader* m_reader = nullptr;
+  const Member* m_list = nullptr;  // that began last
   Draft m_draft;
   std::set<std::pair<unsigned short, std::string>> m_names;
   std::map<unsigned short, Primary> m_primaries;  // by VLAN, the first of each
@@ -264,6 +306,15 @@ class Builder : public ShapeVisitor {
 };
 
 }  // namespace
+
+bool LinkSettings::Take(const std::string& name) const {
+  const auto isAmong = [&name](const std::vector<std::string>& patterns) {
+    return std::any_of(patterns.begin(), patterns.end(), [&name](const std::string& pattern) {
+      return fnmatch(pattern.c_str(), name.c_str(), FNM_NOESCAPE) == 0;
+    });
+  };
+  return isAmong(taken) && !isAmong(ignored);
+}
 
 bool Ip6PrefixOrder::operator()(const Tarsel::Ip6Prefix& a, const Tarsel::Ip6Prefix& b) const {
   const int order = std::memcmp(a.GetAddress().GetBytes(), b.GetAddress().GetBytes(), 16);

@@ -60,7 +60,12 @@ constexpr Member PrimaryInterfaces() {
 constexpr std::uint32_t LOWEST_TABLE = 256;
 constexpr std::uint32_t HIGHEST_TABLE = 0xFFFF0000;
 
+constexpr Member LINK_NAMES = Text("", Kind::INTERFACE_NAME, 1, 64);
+
 constexpr Member KERNEL_MEMBERS[] = {
+    ArrayOf("interfaces", LINK_NAMES,
+            "names of links that are interfaces, `*` stands for any letters; 256 at most"),
+    ArrayOf("ignore", LINK_NAMES, "names of links that are none all the same; 256 at most"),
     Flag("routes", false, "installed routes are written into the kernel's tables"),
     Number("table_base", LOWEST_TABLE, HIGHEST_TABLE, 40000,
            "a VLAN has the table of this number plus its id, the default VLAN the main table"),

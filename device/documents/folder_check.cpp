@@ -91,7 +91,9 @@ class Check {
     CheckInterfaces();
     CheckEntries();
     if (IsRead("device.json")) {
-      CheckRows();
+      if (!HasLinks()) {
+        CheckRows();
+      }
       CheckRoutes();
     }
     CheckMetrics();
@@ -99,6 +101,9 @@ class Check {
   }
 
  private:
+  // Their indexes, VLANs and addresses no document knows.
+  bool HasLinks() const { return !m_device.links.taken.empty(); }
+
   void CheckInterfaces() {
     std::map<std::string, unsigned short> vlanOfName;
     for (const auto& [key, interface] : m_device.interfaces) {
@@ -110,9 +115,9 @@ class Check {
              "one interface name in two VLANs, expected another than that of " +
                  VlanText(known->second) + ", found " + Quote(interface.name));
       }
-      if (interface.ip4) {
-        AddSubnet({key.first, false}, interface.name, BytesOf(interface.ip4->address),
-                  LengthOf(interface.ip4->mask), origin.ip4);
+      for (const Ip4Network& network : interface.ip4) {
+        AddSubnet({key.first, false}, interface.name, BytesOf(network.address),
+                  LengthOf(network.mask), origin.ip4);
       }
       for (std::size_t i = 0; i < interface.ip6.size(); ++i) {
         AddSubnet({key.first, true}, interface.name, BytesOf(interface.ip6[i].GetAddress()),
@@ -174,7 +179,7 @@ class Check {
   void CheckRoutes() {
     for (const auto& file : m_folder.files) {
       for (const Route& route : file->routes.Get()) {
-        if (IsInterfaceThere(*file, route)) {
+        if (IsInterfaceThere(*file, route) && !HasLinks()) {
           CheckNextHop(*file, route);
         }
       }
@@ -203,6 +208,10 @@ class Check {
   bool IsInterfaceThere(const ConfigFile& file, const Route& route) {
     const std::string& name = file.routes.InterfaceOf(route);
     if (name.empty() || m_names.count({route.target.vlan, name}) != 0) {
+      return true;
+    }
+    if (m_device.links.Take(name)) {
+      m_names.insert({route.target.vlan, name});  // asked once
       return true;
     }
     Told(file, route, [&] {

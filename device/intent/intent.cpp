@@ -19,6 +19,12 @@ Intent Intent::WithInterfaces(documents::Interfaces interfaces) const {
   return other;
 }
 
+Intent Intent::WithLinks(const Links& links, unsigned short defaultVlan) const {
+  documents::Interfaces interfaces = GetDevice().interfaces;
+  AddLinks(GetDevice().links, defaultVlan, links, interfaces);
+  return WithInterfaces(std::move(interfaces));
+}
+
 const documents::Profiles& Intent::GetProfiles() const {
   static const documents::Profiles NONE;
   for (const auto& file : m_folder.files) {

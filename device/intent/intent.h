@@ -8,6 +8,7 @@
 #define DEVICE_INTENT_INTENT_H
 
 #include "device/documents/folder.h"
+#include "links.h"
 
 namespace intent {
 
@@ -33,6 +34,8 @@ class Intent {
   /// Returns the same with these interfaces, as events have made them. Origins stay those of the
   /// document.
   Intent WithInterfaces(documents::Interfaces interfaces) const;
+  /// Returns the same with the interfaces that these links are.
+  Intent WithLinks(const Links& links, unsigned short defaultVlan) const;
 
  private:
   documents::Folder m_folder;

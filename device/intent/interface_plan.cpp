@@ -1,7 +1,6 @@
 #include "interface_plan.h"
 
 #include <algorithm>
-#include <optional>
 #include <set>
 #include <utility>
 
@@ -20,7 +19,7 @@ class Steps {
   // Of a remote that had joined nothing is told: a router keeps an interface that a remote has left.
   void Remove(const Interface& interface) {
     Ip6(interface.ip6, {});
-    Ip4(interface.ip4, std::nullopt);
+    Ip4(interface.ip4, {}, interface.isLink);
     Add(TellStatus{false});
     Add(Unregister{interface.name});
   }
@@ -37,7 +36,8 @@ class Steps {
     if (hasNewStatus) {
       Add(TellStatus{to.up});
     }
-    Ip4(from == nullptr ? std::nullopt : from->ip4, to.ip4);
+    Ip4(from == nullptr ? NO_IP4 : from->ip4, to.ip4,
+        to.isLink || (from != nullptr && from->isLink));
     Ip6(from == nullptr ? NO_IP6 : from->ip6, to.ip6);
     const bool wasJoined = from != nullptr && from->joined;
     if (wasJoined != to.joined) {
@@ -46,24 +46,78 @@ class Steps {
   }
 
  private:
-  using Ip4Address = std::optional<documents::Ip4Network>;
+  using Ip4Addresses = std::vector<documents::Ip4Network>;
   using Ip6Addresses = std::vector<Tarsel::Ip6Prefix>;
   using Ip6Set = std::set<Tarsel::Ip6Prefix, documents::Ip6PrefixOrder>;
 
+  inline static const Ip4Addresses NO_IP4;
   inline static const Ip6Addresses NO_IP6;
 
-  void Ip4(const Ip4Address& from, const Ip4Address& to) {
-    if (from && to) {
-      if (*from != *to) {
-        Add(ChangeIp4{*to});
+  void Ip4(const Ip4Addresses& from, const Ip4Addresses& to, bool isLink) {
+    if (isLink) {
+      Ip4OfLink(from, to);
+    } else if (!from.empty() && !to.empty()) {
+      if (from != to) {
+        Add(ChangeIp4{to.front()});
       }
-    } else if (to) {
-      Add(AddIp4{*to});
-      Add(TellIp4{to->address});
-    } else if (from) {
-      Add(DeleteIp4{*from});
+    } else if (!to.empty()) {
+      Add(AddIp4{to.front()});
+      Add(TellIp4{to.front().address});
+    } else if (!from.empty()) {
+      Add(DeleteIp4{from.front()});
       Add(TellIp4{Tarsel::IP4_ANY});
     }
+  }
+
+  static bool Has(const Ip4Addresses& all, const documents::Ip4Network& network) {
+    return std::find(all.begin(), all.end(), network) != all.end();
+  }
+  static bool HasAddress(const Ip4Addresses& all, const Tarsel::Ip4Addr& address) {
+    return std::any_of(all.begin(), all.end(), [&](const documents::Ip4Network& network) {
+      return network.address == address;
+    });
+  }
+
+  // A link may have several, of which the registry keeps the one that was added last, and none once
+  // any has been deleted. So the primary one is added last, again if need be. As with IPv6 addresses
+  // what comes is there before anything goes, but for one whose length alone changes.
+  void Ip4OfLink(const Ip4Addresses& from, const Ip4Addresses& to) {
+    if (from == to) {
+      return;
+    }
+    const auto remove = [&](bool isReplaced) {
+      for (const documents::Ip4Network& network : from) {
+        if (!Has(to, network) && HasAddress(to, network.address) == isReplaced) {
+          Add(DeleteIp4{network});
+        }
+      }
+    };
+    remove(true);
+    for (std::size_t i = 1; i < to.size(); ++i) {
+      if (!Has(from, to[i])) {
+        Add(AddIp4{to[i]});
+      }
+    }
+    if (!to.empty() && !Has(from, to.front())) {
+      Add(AddIp4{to.front()});
+    }
+    remove(false);
+    if (!to.empty() && !IsLastAdded(to.front())) {
+      Add(AddIp4{to.front()});
+    }
+    const Tarsel::Ip4Addr was = from.empty() ? Tarsel::IP4_ANY : from.front().address;
+    const Tarsel::Ip4Addr is = to.empty() ? Tarsel::IP4_ANY : to.front().address;
+    if (was != is) {
+      Add(TellIp4{is});
+    }
+  }
+
+  bool IsLastAdded(const documents::Ip4Network& network) const {
+    if (m_plan.empty() || m_plan.back().key != m_key) {
+      return false;
+    }
+    const auto* const added = std::get_if<AddIp4>(&m_plan.back().action);
+    return added != nullptr && added->network == network;
   }
 
   // What comes is there before anything goes, because routes may depend on either. An address whose

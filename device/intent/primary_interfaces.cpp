@@ -2,26 +2,26 @@
 
 namespace intent {
 
-namespace {
-
-std::string FirstWithIp4(const documents::Interfaces& interfaces, unsigned short vlan) {
+std::string ChoosePrimary(const Primaries& named, const documents::Interfaces& interfaces,
+                          unsigned short vlan) {
+  const auto name = named.find(vlan);
+  if (name != named.end()) {
+    return name->second;
+  }
   const auto end = interfaces.end();
   for (auto i = interfaces.lower_bound({vlan, 0}); i != end && i->first.first == vlan; ++i) {
-    if (i->second.ip4) {
+    if (!i->second.ip4.empty()) {
       return i->second.name;
     }
   }
   return "lo";
 }
 
-}  // namespace
-
-Primaries ChoosePrimaries(const documents::Device& device, const std::set<unsigned short>& vlans) {
-  Primaries primaries = device.primaries;
+Primaries ChoosePrimaries(const Primaries& named, const documents::Interfaces& interfaces,
+                          const std::set<unsigned short>& vlans) {
+  Primaries primaries = named;
   for (const unsigned short vlan : vlans) {
-    if (primaries.count(vlan) == 0) {
-      primaries.emplace(vlan, FirstWithIp4(device.interfaces, vlan));
-    }
+    primaries.emplace(vlan, ChoosePrimary(named, interfaces, vlan));
   }
   return primaries;
 }

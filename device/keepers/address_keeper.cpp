@@ -57,6 +57,13 @@ Ip4Addr MaskOf(unsigned int length) {
   return Ip4Addr(Ip6Prefix::s_masks32[std::min(length, IP4_BITS)]);
 }
 
+const Ip4Network* FindIp4(const Interface& interface, const Ip4Addr& address) {
+  const auto found =
+      std::find_if(interface.ip4.begin(), interface.ip4.end(),
+                   [&](const Ip4Network& network) { return network.address == address; });
+  return found != interface.ip4.end() ? &*found : nullptr;
+}
+
 const Ip6Prefix* FindIp6(const Interface& interface, const Ip6Addr& address) {
   const auto found =
       std::find_if(interface.ip6.begin(), interface.ip6.end(),
@@ -73,8 +80,15 @@ std::optional<unsigned int> FindLength(const Interface* interface, const rows::A
     const Ip6Prefix* const prefix = FindIp6(*interface, Ip6Of(row));
     return prefix != nullptr ? std::optional(prefix->GetLength()) : std::nullopt;
   }
-  const auto& ip4 = interface->ip4;
-  return ip4 && ip4->address == Ip4Of(row) ? std::optional(LengthOf(*ip4)) : std::nullopt;
+  const Ip4Network* const network = FindIp4(*interface, Ip4Of(row));
+  return network != nullptr ? std::optional(LengthOf(*network)) : std::nullopt;
+}
+
+// Whatever is told of another address, the registry takes for the interface's own.
+void TellPrimary(const InterfaceKey& key, const Interface& interface, const Ip4Addr& told) {
+  if (!interface.ip4.empty() && interface.ip4.front().address != told) {
+    Tell(key, intent::AddIp4{interface.ip4.front()});
+  }
 }
 
 rows::Standing::Kind Compare(const std::optional<amb_stubs_i3_ea>& present,
@@ -117,13 +131,14 @@ void AddressKeeper::AskAgain(const rows::Row& row) {
   if (length && address.ip6) {
     Tell(key, intent::AddIp6{Ip6Prefix(Ip6Of(address), *length)});
   } else if (length) {
-    Tell(key, intent::AddIp4{*interface->ip4});
+    Tell(key, intent::AddIp4{*FindIp4(*interface, Ip4Of(address))});
+    TellPrimary(key, *interface, Ip4Of(address));
   } else if (present && address.ip6) {
     Tell(key, intent::DeleteIp6{Ip6Prefix(Ip6Of(address), present->prefix_length)});
   } else if (present) {
     Tell(key, intent::DeleteIp4{{Ip4Of(address), MaskOf(present->prefix_length)}});
-    if (interface != nullptr && interface->ip4) {
-      Tell(key, intent::AddIp4{*interface->ip4});
+    if (interface != nullptr) {
+      TellPrimary(key, *interface, Ip4Of(address));
     }
   }
 }
@@ -182,15 +197,15 @@ void AddressKeeper::TellIfUnwanted(const amb_stubs_i3_ea& present, const Found& 
 
 std::size_t AddressKeeper::PassInterface(const InterfaceKey& key, const Interface& interface,
                                          const Found& found) const {
-  if (interface.ip4) {
-    const rows::AddressRow row = RowOf(key, interface.ip4->address);
-    TellIfNotEqual(row, Compare(m_port.FindAddress(row), LengthOf(*interface.ip4)), found);
+  for (const Ip4Network& network : interface.ip4) {
+    const rows::AddressRow row = RowOf(key, network.address);
+    TellIfNotEqual(row, Compare(m_port.FindAddress(row), LengthOf(network)), found);
   }
   for (const Ip6Prefix& prefix : interface.ip6) {
     const rows::AddressRow row = RowOf(key, prefix.GetAddress());
     TellIfNotEqual(row, Compare(m_port.FindAddress(row), prefix.GetLength()), found);
   }
-  return 1 + interface.ip6.size();
+  return std::max(interface.ip4.size(), std::size_t{1}) + interface.ip6.size();
 }
 
 std::size_t AddressKeeper::PassWanted(std::size_t most, const Found& found) {

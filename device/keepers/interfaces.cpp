@@ -18,6 +18,8 @@ using Tarsel::DcRouterMgr;
 
 namespace {
 
+const documents::Interfaces NO_INTERFACES;
+
 // A VLAN that is still to come is told by AnnounceTo; of a remote that joins there the library
 // would complain.
 bool IsTooEarly(const intent::InterfaceStep& step) {
@@ -28,26 +30,133 @@ bool IsTooEarly(const intent::InterfaceStep& step) {
 }  // namespace
 
 void Interfaces::Apply(const documents::Device& wanted, const std::set<unsigned short>& vlans) {
-  const intent::InterfacePlan plan = intent::PlanInterfaces(m_interfaces, wanted.interfaces);
+  m_defaultVlan = m_defaultVlan.value_or(wanted.defaultVlan);
+  m_settings = wanted.links;
+  m_named = wanted.primaries;
+  const documents::Interfaces linked = m_links.empty() ? NO_INTERFACES : WithLinks(wanted);
+  const documents::Interfaces& all = m_links.empty() ? wanted.interfaces : linked;
+  const intent::InterfacePlan plan = intent::PlanInterfaces(m_interfaces, all);
+  CarryOut(plan, true);
+  if (!plan.empty()) {
+    m_interfaces = all;
+    TakeIndexes();
+    CountAll();
+  }
+  m_hasEvents = false;
+  TakePrimaries(intent::ChoosePrimaries(m_named, m_interfaces, vlans));
+}
+
+documents::Interfaces Interfaces::WithLinks(const documents::Device& wanted) const {
+  documents::Interfaces all = wanted.interfaces;
+  intent::AddLinks(wanted.links, m_defaultVlan.value_or(wanted.defaultVlan), m_links, all);
+  return all;
+}
+
+void Interfaces::CarryOut(const intent::InterfacePlan& plan, bool isByDocument) {
   if (m_listener) {
-    TellListener(plan);
+    TellListener(plan, isByDocument);
   }
   for (const auto& step : plan) {
     if (!IsTooEarly(step)) {
       Tell(step.key, step.action);
     }
   }
-  if (!plan.empty()) {
-    m_interfaces = wanted.interfaces;
-    TakeIndexes();
-    CountAll();
+}
+
+bool Interfaces::IsTakenByDocument(const InterfaceKey& key) const {
+  const auto found = m_interfaces.find(key);
+  return found != m_interfaces.end() && !found->second.isLink;
+}
+
+std::optional<intent::LinkPlace> Interfaces::FindPlaceOf(const intent::Link& link) const {
+  auto place = intent::FindPlace(m_settings, GetDefaultVlan(), link);
+  if (place && place->problem == nullptr &&
+      IsTakenByDocument({static_cast<unsigned short>(place->vlan), link.index})) {
+    place->problem = "an interface of the document has its VLAN and index";
   }
-  m_hasEvents = false;
-  ApplyPrimaries(wanted, vlans);
+  return place;
+}
+
+std::optional<InterfaceKey> Interfaces::FindKeyOf(const intent::Link& link) const {
+  const auto place = FindPlaceOf(link);
+  return place && place->problem == nullptr
+             ? std::optional<InterfaceKey>({static_cast<unsigned short>(place->vlan), link.index})
+             : std::nullopt;
+}
+
+bool Interfaces::TakeLinks(const intent::LinkChanges& changes) {
+  documents::Interfaces before;
+  documents::Interfaces after;
+  for (const auto& [index, link] : changes) {
+    const auto known = m_links.find(index);
+    if (const auto key = known != m_links.end() ? FindKeyOf(known->second) : std::nullopt) {
+      const auto interface = m_interfaces.find(*key);
+      if (interface != m_interfaces.end()) {
+        before.insert(*interface);
+      }
+    }
+    if (link) {
+      m_links.insert_or_assign(index, *link);
+    } else {
+      m_links.erase(index);
+    }
+    if (const auto key = link ? FindKeyOf(*link) : std::nullopt) {
+      after.emplace(*key, intent::InterfaceOf(*link));
+    }
+  }
+  if (!m_defaultVlan) {
+    return false;
+  }
+  CarryOut(intent::PlanInterfaces(before, after), false);
+  const auto indexes = m_indexes;
+  Replace(before, std::move(after));
+  return m_indexes != indexes;
+}
+
+void Interfaces::Replace(const documents::Interfaces& before, documents::Interfaces after) {
+  const auto hasOther = [](const documents::Interfaces& one, const documents::Interfaces& other) {
+    return std::any_of(one.begin(), one.end(), [&other](const auto& entry) {
+      const auto same = other.find(entry.first);
+      return same == other.end() || same->second.name != entry.second.name;
+    });
+  };
+  std::set<unsigned short> vlans;
+  for (const auto& [key, interface] : before) {
+    Count(interface, false);
+    m_interfaces.erase(key);
+    vlans.insert(key.first);
+  }
+  const bool areOthers = hasOther(before, after) || hasOther(after, before);
+  for (auto& [key, interface] : after) {
+    Count(interface, true);
+    m_interfaces.insert_or_assign(key, std::move(interface));
+    vlans.insert(key.first);
+  }
+  if (areOthers) {
+    TakeIndexes();
+  }
+  ChoosePrimaries(vlans);
+}
+
+// Only VLANs that have one by now: the others get theirs with the document that names them.
+void Interfaces::ChoosePrimaries(const std::set<unsigned short>& vlans) {
+  for (const unsigned short vlan : vlans) {
+    if (m_primaries.count(vlan) != 0) {
+      SetPrimary(vlan, intent::ChoosePrimary(m_named, m_interfaces, vlan));
+    }
+  }
+}
+
+void Interfaces::SetPrimary(unsigned short vlan, const std::string& name) {
+  std::string& known = m_primaries[vlan];
+  if (known != name) {
+    DcInterfaceMgr::GetInstance()->SetPrimaryInterface(vlan, name.c_str());
+    known = name;
+  }
 }
 
 // An interface that gets another name has the old one until it is removed.
-void Interfaces::TellListener(const intent::InterfacePlan& plan) const {
+void Interfaces::TellListener(const intent::InterfacePlan& plan, bool isByDocument) const {
   std::map<InterfaceKey, std::string> names;
   for (const auto& [key, interface] : m_interfaces) {
     names.emplace(key, interface.name);
@@ -55,7 +164,7 @@ void Interfaces::TellListener(const intent::InterfacePlan& plan) const {
   for (const auto& [key, action] : plan) {
     const auto* const registered = std::get_if<intent::Register>(&action);
     const bool isNew = registered && names.emplace(key, registered->name).second;
-    m_listener({key, names.at(key), action, isNew, true});
+    m_listener({key, names.at(key), action, isNew, isByDocument});
     if (std::holds_alternative<intent::Unregister>(action)) {
       names.erase(key);
     }
@@ -84,19 +193,26 @@ void Interfaces::CountAll() {
   m_up = 0;
   m_addresses = 0;
   for (const auto& [key, interface] : m_interfaces) {
-    m_up += interface.up ? 1 : 0;
-    m_addresses += interface.ip6.size() + (interface.ip4 ? 1 : 0);
+    Count(interface, true);
   }
+}
+
+void Interfaces::Count(const Interface& interface, bool isThere) {
+  const std::size_t addresses = interface.ip4.size() + interface.ip6.size();
+  m_up += interface.up && isThere ? 1 : 0;
+  m_up -= interface.up && !isThere ? 1 : 0;
+  m_addresses += isThere ? addresses : 0;
+  m_addresses -= isThere ? 0 : addresses;
 }
 
 void Interfaces::ApplyPrimaries(const documents::Device& wanted,
                                 const std::set<unsigned short>& vlans) {
-  for (const auto& [vlan, name] : intent::ChoosePrimaries(wanted, vlans)) {
-    std::string& known = m_primaries[vlan];
-    if (known != name) {
-      DcInterfaceMgr::GetInstance()->SetPrimaryInterface(vlan, name.c_str());
-      known = name;
-    }
+  TakePrimaries(intent::ChoosePrimaries(wanted.primaries, WithLinks(wanted), vlans));
+}
+
+void Interfaces::TakePrimaries(const intent::Primaries& primaries) {
+  for (const auto& [vlan, name] : primaries) {
+    SetPrimary(vlan, name);
   }
 }
 
@@ -114,25 +230,26 @@ void Interfaces::SetJoined(const InterfaceKey& key, bool joined) {
   Happen(key, intent::TellJoined{joined});
 }
 
+void Interfaces::SetIp4(const InterfaceKey& key, std::vector<Ip4Network> networks) {
+  std::vector<Ip4Network>& present = m_interfaces.at(key).ip4;
+  m_addresses -= present.size();
+  m_addresses += networks.size();
+  present = std::move(networks);
+}
+
 void Interfaces::AddAddress(const InterfaceKey& key, const Ip4Network& network) {
-  Interface& interface = m_interfaces.at(key);
-  m_addresses += interface.ip4 ? 0 : 1;
-  interface.ip4 = network;
+  SetIp4(key, {network});
   Happen(key, intent::AddIp4{network});
   Happen(key, intent::TellIp4{network.address});
 }
 
 void Interfaces::ChangeAddress(const InterfaceKey& key, const Ip4Network& network) {
-  Interface& interface = m_interfaces.at(key);
-  m_addresses += interface.ip4 ? 0 : 1;
-  interface.ip4 = network;
+  SetIp4(key, {network});
   Happen(key, intent::ChangeIp4{network});
 }
 
 void Interfaces::DeleteAddress(const InterfaceKey& key, const Ip4Network& network) {
-  Interface& interface = m_interfaces.at(key);
-  m_addresses -= interface.ip4 ? 1 : 0;
-  interface.ip4.reset();
+  SetIp4(key, {});
   Happen(key, intent::DeleteIp4{network});
   Happen(key, intent::TellIp4{Tarsel::IP4_ANY});
 }

@@ -10,8 +10,10 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "device/intent/interface_plan.h"
+#include "device/intent/links.h"
 #include "device/intent/primary_interfaces.h"
 #include "device/intent/route_resolution.h"
 #include "host/dc_host_interfaces.h"
@@ -27,18 +29,31 @@ struct InterfaceChange {
   bool isByDocument;  // or else by an event between two documents
 };
 
-/// Carries out interface plans, and keeps what the library knows: what the last document said, and
-/// what has happened to interfaces since. Every operation except Get, IndexOf, GetIndexes and
-/// IsInterfaceUp calls the library's managers, which may call IsInterfaceUp meanwhile.
+/// Carries out interface plans, and keeps what the library knows: what the last document said, what
+/// the machine's links are like, and what has happened to interfaces since. Every operation except
+/// Get, GetLinks, IndexOf, GetIndexes and IsInterfaceUp calls the library's managers, which may call
+/// IsInterfaceUp meanwhile.
 class Interfaces : public Tarsel::DcIpInterface {
  public:
-  /// Tells the registry and the routers the differences to what a device document says. The default
-  /// VLAN is ignored: the library takes it once, at start-up. Afterwards each of `vlans`, and each
-  /// VLAN that the document gives a primary interface, has one.
+  /// Tells the registry and the routers the differences to what a device document says, and to the
+  /// links that it takes. The default VLAN counts once, at the first time, as the library takes it
+  /// once. Afterwards each of `vlans`, and each VLAN that the document gives a primary interface,
+  /// has one.
   void Apply(const documents::Device& wanted, const std::set<unsigned short>& vlans);
 
   /// The second half of Apply alone: each of these VLANs has a primary interface afterwards.
   void ApplyPrimaries(const documents::Device& wanted, const std::set<unsigned short>& vlans);
+
+  /// What links of the machine have become. Before the first document this is only noted; later the
+  /// registry and the routers are told what follows from it, in the order of a plan. Returns whether
+  /// an interface has come or gone.
+  bool TakeLinks(const intent::LinkChanges& changes);
+  /// All links, whether the device takes them or not.
+  const intent::Links& GetLinks() const { return m_links; }
+  /// As FindPlace, by the last document; with a problem for a link that had to be left out.
+  std::optional<intent::LinkPlace> FindPlaceOf(const intent::Link& link) const;
+  /// The default VLAN of the first document.
+  unsigned short GetDefaultVlan() const { return m_defaultVlan.value_or(0); }
 
   /// The next functions are for changes of an interface between two documents. The library is told
   /// each time, even if the interface is in that state already. The interface must exist. A later
@@ -70,7 +85,8 @@ class Interfaces : public Tarsel::DcIpInterface {
   /// What is wanted: what the last document said, and what has happened to interfaces since.
   const documents::Interfaces& Get() const { return m_interfaces; }
 
-  /// Whether anything has happened to interfaces since the last document was applied.
+  /// Whether anything has happened to interfaces since the last document was applied, beside what
+  /// has become of links.
   bool HasEvents() const { return m_hasEvents; }
 
   /// Returns the index of the VLAN's interface of that name, if there is one.
@@ -87,12 +103,26 @@ class Interfaces : public Tarsel::DcIpInterface {
   bool IsInterfaceUp(unsigned short vlan, unsigned int ifIndex) const override;
 
  private:
-  void TellListener(const intent::InterfacePlan& plan) const;
+  documents::Interfaces WithLinks(const documents::Device& wanted) const;
+  bool IsTakenByDocument(const documents::InterfaceKey& key) const;
+  std::optional<documents::InterfaceKey> FindKeyOf(const intent::Link& link) const;
+  void CarryOut(const intent::InterfacePlan& plan, bool isByDocument);
+  void Replace(const documents::Interfaces& before, documents::Interfaces after);
+  void ChoosePrimaries(const std::set<unsigned short>& vlans);
+  void TakePrimaries(const intent::Primaries& primaries);
+  void SetPrimary(unsigned short vlan, const std::string& name);
+  void TellListener(const intent::InterfacePlan& plan, bool isByDocument) const;
   void Happen(const documents::InterfaceKey& key, const intent::InterfaceAction& action);
   void TakeIndexes();
   void CountAll();
+  void Count(const documents::Interface& interface, bool isThere);
+  void SetIp4(const documents::InterfaceKey& key, std::vector<documents::Ip4Network> networks);
   void Forget(const documents::InterfaceKey& key, const Tarsel::Ip6Addr& address);
 
+  intent::Links m_links;
+  documents::LinkSettings m_settings;           // of the last document
+  intent::Primaries m_named;                    // so too
+  std::optional<unsigned short> m_defaultVlan;  // nothing before the first document
   documents::Interfaces m_interfaces;
   std::shared_ptr<const intent::InterfaceIndexes> m_indexes =
       std::make_shared<const intent::InterfaceIndexes>();  // of m_interfaces

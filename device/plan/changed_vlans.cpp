@@ -21,8 +21,8 @@ bool ComesFirst(const ConfigFile& a, const ConfigFile& b) {
 }
 
 bool IsSame(const Interface& a, const Interface& b) {
-  return std::tie(a.name, a.flags, a.mtu, a.up, a.joined, a.ip4, a.ip6) ==
-         std::tie(b.name, b.flags, b.mtu, b.up, b.joined, b.ip4, b.ip6);
+  return std::tie(a.name, a.flags, a.mtu, a.up, a.joined, a.ip4, a.ip6, a.isLink) ==
+         std::tie(b.name, b.flags, b.mtu, b.up, b.joined, b.ip4, b.ip6, b.isLink);
 }
 
 // Calls back with each key whose value differs, or that one of the maps does not have.

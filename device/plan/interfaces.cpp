@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <variant>
+#include <vector>
 
 #include "comparisons.h"
 #include "device/documents/document_shapes.h"
@@ -126,7 +128,16 @@ class Comparison {
     return found == device.interfaces.end() ? nullptr : &found->second;
   }
 
-  const InterfaceOrigin& Origin() const { return m_thenDevice.origins.at(m_key); }
+  // A link has none.
+  const InterfaceOrigin& Origin() const {
+    static const InterfaceOrigin NONE;
+    const auto found = m_thenDevice.origins.find(m_key);
+    return m_then->isLink || found == m_thenDevice.origins.end() ? NONE : found->second;
+  }
+
+  Place PlaceOfIp6(std::size_t i) const {
+    return i < Origin().ip6.size() ? Origin().ip6[i] : Place();
+  }
 
   std::string OfInterface() const { return " of interface " + std::to_string(m_key.second); }
 
@@ -145,18 +156,28 @@ class Comparison {
     });
   }
 
+  // What takes the place of a document's one address changes it.
   void CompareIp4() {
-    const auto now = m_now ? m_now->ip4 : std::nullopt;
-    const auto then = m_then ? m_then->ip4 : std::nullopt;
-    if (now == then) {
-      return;
+    static const std::vector<Ip4Network> NONE;
+    const std::vector<Ip4Network>& now = m_now ? m_now->ip4 : NONE;
+    const std::vector<Ip4Network>& then = m_then ? m_then->ip4 : NONE;
+    const bool isChanged = now.size() == 1 && then.size() == 1 && now != then;
+    for (const Ip4Network& network : now) {
+      if (!isChanged && std::find(then.begin(), then.end(), network) == then.end()) {
+        TellIp4(How::REMOVED, network, "", Place());
+      }
     }
-    const How how = !now ? How::ADDED : !then ? How::REMOVED : How::CHANGED;
-    m_teller.Tell(Thing::ADDRESS, how, [&] {
-      const std::string was = now && then ? "was " + TextOf(*now) : "";
-      return Line("address " + TextOf(then ? *then : *now) + OfInterface(), was,
-                  then ? Origin().ip4 : Place());
-    });
+    for (std::size_t i = 0; i < then.size(); ++i) {
+      if (std::find(now.begin(), now.end(), then[i]) == now.end()) {
+        TellIp4(isChanged ? How::CHANGED : How::ADDED, then[i],
+                isChanged ? "was " + TextOf(now[0]) : "", i == 0 ? Origin().ip4 : Place());
+      }
+    }
+  }
+
+  void TellIp4(How how, const Ip4Network& network, const std::string& was, const Place& place) {
+    m_teller.Tell(Thing::ADDRESS, how,
+                  [&] { return Line("address " + TextOf(network) + OfInterface(), was, place); });
   }
 
   void CompareIp6() {
@@ -173,7 +194,7 @@ class Comparison {
       const bool isAdded = wanted != then.end();
       m_teller.Tell(Thing::ADDRESS, isAdded ? How::ADDED : How::REMOVED, [&] {
         return Line(std::string("address ") + prefix.ToString().c_str() + OfInterface(), {},
-                    isAdded ? Origin().ip6[wanted->second] : Place());
+                    isAdded ? PlaceOfIp6(wanted->second) : Place());
       });
     }
   }

@@ -8,11 +8,32 @@ namespace plan {
 
 namespace {
 
+std::string ListOf(const std::vector<std::string>& patterns) {
+  std::string text;
+  for (const std::string& pattern : patterns) {
+    text += (text.empty() ? "" : " ") + pattern;
+  }
+  return text;
+}
+
+std::string LinksText(const documents::LinkSettings& settings) {
+  if (settings.taken.empty()) {
+    return "no links";
+  }
+  return "links " + ListOf(settings.taken) +
+         (settings.ignored.empty() ? "" : " without " + ListOf(settings.ignored));
+}
+
 void CompareSettings(const documents::Device& now, const documents::Device& then, Teller& teller) {
   if (now.defaultVlan != then.defaultVlan) {
     teller.Tell(Thing::SETTING, How::CHANGED, [&] {
       return "default VLAN " + std::to_string(then.defaultVlan) + ", was " +
              std::to_string(now.defaultVlan);
+    });
+  }
+  if (now.links.taken != then.links.taken || now.links.ignored != then.links.ignored) {
+    teller.Tell(Thing::SETTING, How::CHANGED, [&] {
+      return LinksText(then.links) + " are interfaces, was " + LinksText(now.links);
     });
   }
   if (now.kernel.writesRoutes != then.kernel.writesRoutes) {

@@ -46,8 +46,8 @@ std::optional<Prefix> FindLongestConnected(const keepers::Interfaces& interfaces
   };
   const documents::Interfaces& all = interfaces.Get();
   for (auto at = all.lower_bound({vlan, 0}); at != all.end() && at->first.first == vlan; ++at) {
-    if (at->second.ip4) {
-      offer(PrefixOf(*at->second.ip4));
+    for (const documents::Ip4Network& network : at->second.ip4) {
+      offer(PrefixOf(network));
     }
     for (const Tarsel::Ip6Prefix& network : at->second.ip6) {
       offer(PrefixOf(network));

@@ -225,11 +225,15 @@ void Explainer::TellAddresses() {
     const auto said = device.interfaces.find(at->first);
     const auto origin = device.origins.find(at->first);
     const bool hasOrigin = said != device.interfaces.end() && origin != device.origins.end();
-    if (interface.ip4 && PrefixOf(*interface.ip4) == *m_result.prefix) {
+    for (const documents::Ip4Network& network : interface.ip4) {
+      if (!(PrefixOf(network) == *m_result.prefix)) {
+        continue;
+      }
       const bool isSame = hasOrigin && said->second.ip4 == interface.ip4;
-      m_result.addresses.push_back(
-          {interface.name, isSame ? origin->second.ip4 : documents::Place{},
-           DescribeTrouble(m_sources, RowOf(at->first, false, interface.ip4->address.GetBytes()))});
+      const auto row = RowOf(at->first, false, network.address.GetBytes());
+      m_result.addresses.push_back({interface.name,
+                                    isSame ? origin->second.ip4 : documents::Place{},
+                                    DescribeTrouble(m_sources, row)});
     }
     for (const Tarsel::Ip6Prefix& network : interface.ip6) {
       if (!(PrefixOf(network) == *m_result.prefix)) {

@@ -5,14 +5,26 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "device/loop/loop.h"
 
 namespace views {
 
-/// What became of the routes that are written into the machine's kernel.
+/// A link of the machine that the device takes for an interface, or would if it could.
+struct LinkState {
+  std::string name;  // printable
+  std::uint32_t index = 0;
+  bool isUp = false;
+  std::uint32_t vlan = 0;
+  std::string rule;     // what the VLAN follows from
+  std::string problem;  // why it is left out; empty if it is not
+};
+
+/// What became of the routes that are written into the machine's kernel, and of what it tells.
 struct KernelState {
-  bool isWritten = false;  // or else everything is 0
+  bool isWritten = false;  // or else everything about routes is 0
   std::size_t wanted = 0;
   std::size_t standing = 0;  // of these, as wanted
   std::size_t refused = 0;
@@ -23,6 +35,7 @@ struct KernelState {
   std::uint64_t missing = 0;   // that a comparison found
   std::uint64_t strays = 0;    // so too
   std::uint64_t overruns = 0;  // of a socket
+  std::uint64_t untold = 0;    // changes of links that only a reading has shown
 };
 
 /// The functions are called on the loop's thread and must be cheap; each may be empty.
@@ -35,6 +48,7 @@ struct Host {
   std::function<std::size_t()> countSessions = {};
   std::function<std::uint64_t()> countLostLines = {};  // of the log
   std::function<KernelState()> describeKernel = {};
+  std::function<std::vector<LinkState>()> describeLinks = {};  // costs what there are
 };
 
 /// 0 if the system does not tell.

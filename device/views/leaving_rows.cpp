@@ -87,8 +87,10 @@ bool LeavingRows::IsWanted(const rows::AddressRow& row) const {
   }
   const documents::Interface& interface = found->second;
   if (!row.ip6) {
-    return interface.ip4 &&
-           interface.ip4->address == Tarsel::Ip4Addr::FromBytes(row.address.data());
+    const Tarsel::Ip4Addr address = Tarsel::Ip4Addr::FromBytes(row.address.data());
+    return std::any_of(
+        interface.ip4.begin(), interface.ip4.end(),
+        [&](const documents::Ip4Network& network) { return network.address == address; });
   }
   const Tarsel::Ip6Addr address = Tarsel::Ip6Addr::FromBytes(row.address.data());
   return std::any_of(

@@ -104,6 +104,9 @@ void AddKernel(Exposition& out, const Host& host) {
   out.Counter("vantacore_kernel_overruns_total",
               "Times that the kernel had more to tell than its socket holds.");
   out.Sample(kernel.overruns);
+  out.Counter("vantacore_kernel_links_untold_total",
+              "Changes of links that the kernel had not told of, as a reading has shown.");
+  out.Sample(kernel.untold);
 }
 
 void AddRequests(Exposition& out, const Sources& sources) {

@@ -207,8 +207,8 @@ void RequestReader::TellRows(unsigned short vlan, const Tell& tell) const {
     const auto& [key, interface] = *i;
     TellIfUnfinished(rows::InterfaceRow{key.first, key.second}, tell);
     rows::AddressRow address{key.first, key.second, false, {}};
-    if (interface.ip4) {
-      std::copy_n(interface.ip4->address.GetBytes(), 4, address.address.begin());
+    for (const documents::Ip4Network& network : interface.ip4) {
+      std::copy_n(network.address.GetBytes(), 4, address.address.begin());
       TellIfUnfinished(address, tell);
     }
     address.ip6 = true;

@@ -16,9 +16,9 @@ bool IsSamePrefix(const Candidate& a, const Candidate& b) {
 }
 
 bool IsInNetwork(const documents::Interface& interface, const Address& gateway) {
-  return (interface.ip4 && Holds(PrefixOf(*interface.ip4), gateway)) ||
-         std::any_of(interface.ip6.begin(), interface.ip6.end(),
-                     [&](const auto& network) { return Holds(PrefixOf(network), gateway); });
+  const auto holds = [&](const auto& network) { return Holds(PrefixOf(network), gateway); };
+  return std::any_of(interface.ip4.begin(), interface.ip4.end(), holds) ||
+         std::any_of(interface.ip6.begin(), interface.ip6.end(), holds);
 }
 
 }  // namespace

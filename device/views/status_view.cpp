@@ -72,6 +72,35 @@ KernelState FindKernel(const Host& host) {
   return host.describeKernel ? host.describeKernel() : KernelState{};
 }
 
+std::vector<LinkState> FindLinks(const Host& host) {
+  return host.describeLinks ? host.describeLinks() : std::vector<LinkState>();
+}
+
+// What an operator asks who wonders where an interface has come from, or where it is.
+void AddLinkLines(std::string& text, const Host& host) {
+  const char* label = "links";
+  for (const LinkState& link : FindLinks(host)) {
+    AddLine(text, label,
+            link.problem.empty()
+                ? link.name + " in VLAN " + std::to_string(link.vlan) + " (" + link.rule + ")"
+                : link.name + " is left out: " + link.problem);
+    label = "";
+  }
+}
+
+void AddLinks(Json& json, const Host& host) {
+  json.Key("links").BeginArray();
+  for (const LinkState& link : FindLinks(host)) {
+    json.BeginObject().Key("name").Text(link.name);
+    json.Key("index").Number(std::uint64_t{link.index}).Key("up").Bool(link.isUp);
+    json.Key("vlan").Number(std::uint64_t{link.vlan}).Key("by").Text(link.rule);
+    json.Key("problem");
+    link.problem.empty() ? json.Null() : json.Text(link.problem);
+    json.EndObject();
+  }
+  json.EndArray();
+}
+
 std::string DescribeFolder(const std::optional<bool>& differs) {
   if (!differs) {
     return "cannot be compared with what is in force";
@@ -152,6 +181,7 @@ std::string StatusView::WriteText() const {
   AddLine(text, "interfaces",
           std::to_string(up) + " up, " + std::to_string(m_sources.interfaces.Get().size() - up) +
               " down");
+  AddLinkLines(text, host);
   AddLine(text, "stack",
           std::string(m_sources.stack.IsReady() ? "ready" : "not ready") +
               (m_sources.stack.IsHeld() ? ", held" : "") + ", restarted " +
@@ -203,6 +233,7 @@ std::string StatusView::WriteJson() const {
   const std::size_t up = m_sources.interfaces.CountUp();
   json.Key("interfaces").BeginObject().Key("up").Number(std::uint64_t{up});
   json.Key("down").Number(std::uint64_t{m_sources.interfaces.Get().size() - up}).EndObject();
+  AddLinks(json, host);
   json.Key("stack").BeginObject().Key("ready").Bool(m_sources.stack.IsReady());
   json.Key("held").Bool(m_sources.stack.IsHeld());
   json.Key("restarts").Number(m_sources.tables.CountRestarts()).EndObject();

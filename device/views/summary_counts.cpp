@@ -169,9 +169,9 @@ void SummaryCollector::CollectInterfaces(unsigned short vlan, SummaryCounts& cou
     ++(interface.up ? counts.up : counts.down);
     interfaces.wanted += 1;
     interfaces.waiting += IsWaiting(rows::InterfaceRow{key.first, key.second}) ? 1 : 0;
-    if (interface.ip4) {
+    for (const documents::Ip4Network& network : interface.ip4) {
       addresses.wanted += 1;
-      addresses.waiting += IsWaiting(RowOf(key, interface.ip4->address, false)) ? 1 : 0;
+      addresses.waiting += IsWaiting(RowOf(key, network.address, false)) ? 1 : 0;
     }
     for (const Tarsel::Ip6Prefix& prefix : interface.ip6) {
       addresses.wanted += 1;

@@ -342,7 +342,7 @@ std::string Describe(const documents::DeviceFile& file, bool isDocument) {
             interface.name + " " + std::to_string(interface.flags) + " " +
             std::to_string(interface.mtu) + (interface.up ? " up" : " down") +
             (interface.joined ? " joined" : "") + " " +
-            (interface.ip4 ? interface.ip4->address.ToString().c_str() : "none");
+            (!interface.ip4.empty() ? interface.ip4[0].address.ToString().c_str() : "none");
     for (const Tarsel::Ip6Prefix& prefix : interface.ip6) {
       text += std::string(" ") + prefix.GetAddress().ToString().c_str() + "/" +
               std::to_string(prefix.GetLength());
@@ -360,7 +360,7 @@ void CheckPlaces(const documents::Device& device, const Text& text) {
   for (const auto& [key, interface] : device.interfaces) {
     const documents::InterfaceOrigin& origin = device.origins.at(key);
     text.CheckPlace(origin.place, OBJECT);
-    if (interface.ip4) text.CheckPlace(origin.ip4, TEXT);
+    if (!interface.ip4.empty()) text.CheckPlace(origin.ip4, TEXT);
     for (const Place& place : origin.ip6) text.CheckPlace(place, TEXT);
   }
 }

@@ -324,6 +324,15 @@ def check_empty(device):
         expect_refused(device, words)
 
 
+def check_links(device):
+    """Every machine has this link, and nobody needs privileges to see it."""
+    links = expect(device, 'status').get('links', [])
+    if [(link['name'], link['vlan'], link['by'], link['problem']) for link in links] != \
+            [('lo', 1, 'default', None)]:
+        problems.append('status: the links are %s' % links)
+    expect(device, 'verify')
+
+
 def check_without_revisions(device):
     for words in ('reload', 'status'):
         expect(device, words)
@@ -356,6 +365,9 @@ def main():
         check_refused_folders(device)
     with running(BIN, lambda device: device.fill({'default_vlan': 1}, {})) as device:
         check_empty(device)
+    links = {'default_vlan': 1, 'kernel': {'interfaces': ['lo']}}
+    with running(BIN, lambda device: device.fill(links, {})) as device:
+        check_links(device)
     with running(BIN, like(EXAMPLE), '--partial') as device:
         check_without_revisions(device)
     if SCHEMAS.used != SCHEMAS.names():

@@ -52,8 +52,8 @@ TEST_F(ReadDeviceDocument, TakesEverything) {
   EXPECT_EQ(first.mtu, 9000u);
   EXPECT_FALSE(first.up);
   EXPECT_TRUE(first.joined);
-  EXPECT_EQ(first.ip4->address, Tarsel::Ip4Addr(10, 1, 2, 3));
-  EXPECT_EQ(first.ip4->mask, Tarsel::Ip4Addr(255, 255, 240, 0));
+  EXPECT_EQ(first.ip4.at(0).address, Tarsel::Ip4Addr(10, 1, 2, 3));
+  EXPECT_EQ(first.ip4.at(0).mask, Tarsel::Ip4Addr(255, 255, 240, 0));
   ASSERT_EQ(first.ip6.size(), 2u);
   EXPECT_TRUE(first.ip6[0].ToString() == "2001:db8::1/64");
   EXPECT_TRUE(first.ip6[1].ToString() == "fe80::1/10");
@@ -67,7 +67,7 @@ TEST_F(ReadDeviceDocument, HasDefaults) {
   EXPECT_FALSE(Only(document).joined);
   EXPECT_EQ(Only(document).mtu, 1500u);
   EXPECT_EQ(Only(document).flags, 0u);
-  EXPECT_FALSE(Only(document).ip4);
+  EXPECT_THAT(Only(document).ip4, IsEmpty());
   EXPECT_THAT(Only(document).ip6, IsEmpty());
 }
 
@@ -130,7 +130,7 @@ TEST_F(ReadDeviceDocument, LeavesOutOptionalMembersOneByOne) {
   EXPECT_EQ(Only(document).mtu, 1500u);
   EXPECT_TRUE(Only(document).up);
   EXPECT_EQ(Only(document).flags, 8u);
-  EXPECT_FALSE(Only(document).ip4);
+  EXPECT_THAT(Only(document).ip4, IsEmpty());
   ASSERT_EQ(Only(document).ip6.size(), 1u);
   EXPECT_TRUE(Only(document).ip6[0].ToString() == "2001:db8::1/64");
   const std::string flags =
@@ -159,11 +159,14 @@ TEST_F(ReadDeviceDocument, LeavesOutOptionalMembersOneByOne) {
 TEST_F(ReadDeviceDocument, RefusesOtherFormsOfIp4Addresses) {
   for (const char* text : {"10.0.0.1/33", "10.0.0/8", "10.0.0.1/", "10.0.0.1/8x", "10.0.0.1/+8",
                            "/8", "10.0.0.1/99999999999", "10.0.0.1\\u0000x/8", "10.0.0.1/0008"}) {
-    EXPECT_FALSE(Only(ReadInterface(R"("ipv4": ")" + std::string(text) + "\"")).ip4) << text;
+    EXPECT_THAT(Only(ReadInterface(R"("ipv4": ")" + std::string(text) + "\"")).ip4, IsEmpty())
+        << text;
   }
   EXPECT_EQ(lines.size(), 9u);
   for (const char* text : {"10.0.0.1/32", "0.0.0.0/0", "10.0.0.1/08"}) {
-    EXPECT_TRUE(Only(ReadInterface(R"("ipv4": ")" + std::string(text) + "\"")).ip4) << text;
+    EXPECT_THAT(Only(ReadInterface(R"("ipv4": ")" + std::string(text) + "\"")).ip4,
+                testing::SizeIs(1))
+        << text;
   }
   EXPECT_EQ(lines.size(), 9u);
 }
@@ -301,6 +304,43 @@ TEST_F(ReadDeviceDocument, KeepsTheKernelsOwnTablesFromVlans) {
   EXPECT_EQ(Read(R"({"default_vlan": 1, "kernel": {"table_base": 4294901761}})").kernel.tableBase,
             40000u);
   EXPECT_THAT(lines, testing::SizeIs(2));
+}
+
+TEST_F(ReadDeviceDocument, SaysWhichLinksAreInterfaces) {
+  const documents::Device document = Read(R"({"default_vlan": 1, "interfaces": [
+      {"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16"},
+      {"name": "lo", "vlan": 10, "index": 1}, {"name": "eth9", "vlan": 10, "index": 4}],
+      "primary_interfaces": {"20": "eth7"},
+      "kernel": {"interfaces": ["eth*", "wan?"], "ignore": ["eth9"]}})");
+  EXPECT_THAT(document.links.taken, ElementsAre("eth*", "wan?"));
+  EXPECT_THAT(document.links.ignored, ElementsAre("eth9"));
+  EXPECT_THAT(document.links.vlans, ElementsAre(testing::Pair("eth0", 10)));
+  EXPECT_THAT(document.interfaces, ElementsAre(testing::Key(documents::InterfaceKey(10, 1)),
+                                               testing::Key(documents::InterfaceKey(10, 4))));
+  EXPECT_EQ(2u, document.origins.size());
+  EXPECT_THAT(document.primaries, ElementsAre(testing::Pair(20, "eth7")));
+  EXPECT_THAT(lines, IsEmpty());
+  EXPECT_FALSE(Read(R"({"default_vlan": 1})").links.Take("eth0"));
+}
+
+TEST_F(ReadDeviceDocument, ALinkHasOneVlan) {
+  const documents::Device document = Read(R"({"default_vlan": 1, "interfaces": [
+      {"name": "eth0", "vlan": 10, "index": 3}, {"name": "eth0", "vlan": 20, "index": 3}],
+      "kernel": {"interfaces": ["eth*"]}})");
+  EXPECT_THAT(document.links.vlans, ElementsAre(testing::Pair("eth0", 10)));
+  EXPECT_THAT(lines, ElementsAre("device.json:2:49: interfaces[1]: a link that stands twice, "
+                                 "expected one VLAN for it, found \"eth0\" again"));
+}
+
+TEST_F(ReadDeviceDocument, NamesOfLinksAreFew) {
+  std::string names;
+  for (int i = 0; i < 257; ++i) {
+    names += (i == 0 ? "\"e" : ", \"e") + std::to_string(i) + "\"";
+  }
+  const documents::Device document =
+      Read(R"({"default_vlan": 1, "kernel": {"interfaces": [)" + names + "]}}");
+  EXPECT_THAT(document.links.taken, testing::SizeIs(256));
+  EXPECT_THAT(lines, ElementsAre(testing::HasSubstr("too many names, expected at most 256")));
 }
 
 // An interface and the kernel's settings come one after the other.

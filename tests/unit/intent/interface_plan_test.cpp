@@ -3,6 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+#include <set>
+
+#include "device/documents/device_document.h"
+#include "tests/models/random_run.h"
 #include "tests/support/read_documents.h"
 
 namespace {
@@ -136,6 +141,117 @@ TEST_F(InterfacePlan, TellsApartWhatIsForTheRouters) {
     }
   }
   EXPECT_THAT(routers, ElementsAre("tell up", "tell 10.1.0.1", "tell joined"));
+}
+
+// ---- links, which may have several addresses of IPv4
+
+class LinkPlan : public InterfacePlan {
+ protected:
+  static documents::Ip4Network Network(const std::string& text) {
+    documents::Ip4Network network;
+    EXPECT_TRUE(documents::ReadPrefix(text, network));
+    return network;
+  }
+  static documents::Interfaces WithIp4(const std::vector<std::string>& addresses) {
+    documents::Interface interface;
+    interface.name = "eth0";
+    interface.isLink = true;
+    for (const std::string& text : addresses) {
+      interface.ip4.push_back(Network(text));
+    }
+    return {{{10, 3}, interface}};
+  }
+  static std::vector<std::string> PlanIp4(const std::vector<std::string>& from,
+                                          const std::vector<std::string>& to) {
+    return Lines(intent::PlanInterfaces(WithIp4(from), WithIp4(to)));
+  }
+};
+
+TEST_F(LinkPlan, ThePrimaryAddressIsAddedLast) {
+  EXPECT_THAT(PlanIp4({}, {"10.1.0.1/16", "10.1.0.2/16"}),
+              ElementsAre("10.3: add 10.1.0.2 255.255.0.0", "10.3: add 10.1.0.1 255.255.0.0",
+                          "10.3: tell 10.1.0.1"));
+  EXPECT_THAT(PlanIp4({"10.1.0.1/16"}, {"10.1.0.1/16", "10.1.0.2/16"}),
+              ElementsAre("10.3: add 10.1.0.2 255.255.0.0", "10.3: add 10.1.0.1 255.255.0.0"));
+}
+
+TEST_F(LinkPlan, ThePrimaryAddressIsAddedAgainWhenAnotherGoes) {
+  EXPECT_THAT(PlanIp4({"10.1.0.1/16", "10.1.0.2/16"}, {"10.1.0.1/16"}),
+              ElementsAre("10.3: delete 10.1.0.2 255.255.0.0", "10.3: add 10.1.0.1 255.255.0.0"));
+  EXPECT_THAT(PlanIp4({"10.1.0.1/16", "10.1.0.2/16"}, {"10.1.0.2/16"}),
+              ElementsAre("10.3: delete 10.1.0.1 255.255.0.0", "10.3: add 10.1.0.2 255.255.0.0",
+                          "10.3: tell 10.1.0.2"));
+}
+
+TEST_F(LinkPlan, AnAddressIsNeverChanged) {
+  EXPECT_THAT(PlanIp4({"10.1.0.1/16"}, {"10.2.0.1/16"}),
+              ElementsAre("10.3: add 10.2.0.1 255.255.0.0", "10.3: delete 10.1.0.1 255.255.0.0",
+                          "10.3: add 10.2.0.1 255.255.0.0", "10.3: tell 10.2.0.1"));
+  EXPECT_THAT(PlanIp4({"10.1.0.1/16"}, {"10.1.0.1/24"}),
+              ElementsAre("10.3: delete 10.1.0.1 255.255.0.0", "10.3: add 10.1.0.1 255.255.255.0"));
+  EXPECT_THAT(PlanIp4({"10.1.0.1/16"}, {}),
+              ElementsAre("10.3: delete 10.1.0.1 255.255.0.0", "10.3: tell 0.0.0.0"));
+}
+
+TEST_F(LinkPlan, WhatIsTheSameIsNotTouched) {
+  EXPECT_THAT(PlanIp4({"10.1.0.1/16", "10.1.0.2/16"}, {"10.1.0.1/16", "10.1.0.2/16"}), IsEmpty());
+}
+
+// The stack's rows go by address alone, the registry has one address, and the routers know one.
+struct Told {
+  std::map<std::string, std::string> rows;  // masks by address
+  std::string registry = "0.0.0.0";
+  std::string routers = "0.0.0.0";
+
+  void operator()(const intent::AddIp4& added) {
+    registry = added.network.address.ToString().c_str();
+    rows[registry] = added.network.mask.ToString().c_str();
+  }
+  void operator()(const intent::DeleteIp4& deleted) {
+    EXPECT_EQ(1u, rows.erase(deleted.network.address.ToString().c_str()));
+    registry = "0.0.0.0";
+  }
+  void operator()(const intent::TellIp4& told) { routers = told.address.ToString().c_str(); }
+  template <typename Other>
+  void operator()(const Other&) {
+    ADD_FAILURE() << "nothing else changes";
+  }
+};
+
+TEST_F(LinkPlan, WhateverTheAddressesWereEverybodyKnowsThoseThatAre) {
+  test_models::Random random;
+  const auto any = [&random] {
+    std::vector<std::string> addresses;
+    std::set<unsigned int> seen;
+    for (unsigned int i = random.Below(5); i != 0; --i) {
+      const unsigned int number = random.Below(5);
+      if (seen.insert(number).second) {
+        addresses.push_back("10.1.0." + std::to_string(number) +
+                            (random.Percent(70) ? "/16" : "/24"));
+      }
+    }
+    return addresses;
+  };
+  for (unsigned int run = 0; run < test_models::Scaled(2000); ++run) {
+    Told told;
+    std::vector<std::string> present;
+    for (int change = 0; change < 5; ++change) {
+      const std::vector<std::string> wanted = any();
+      for (const auto& step : intent::PlanInterfaces(WithIp4(present), WithIp4(wanted))) {
+        std::visit(told, step.action);
+      }
+      present = wanted;
+      std::map<std::string, std::string> rows;
+      for (const std::string& text : wanted) {
+        rows[Network(text).address.ToString().c_str()] = Network(text).mask.ToString().c_str();
+      }
+      const std::string primary =
+          wanted.empty() ? "0.0.0.0" : Network(wanted[0]).address.ToString().c_str();
+      ASSERT_EQ(rows, told.rows);
+      ASSERT_EQ(primary, told.registry);
+      ASSERT_EQ(primary, told.routers);
+    }
+  }
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ TEST(PrimaryInterfaces, AreNamedOrTheFirstWithAnAddressOrTheLoopback) {
     {"name": "d", "vlan": 20, "index": 6}, {"name": "e", "vlan": 30, "index": 7}]})");
   device.primaries[30] = "e";
   device.primaries[40] = "named";
-  EXPECT_THAT(intent::ChoosePrimaries(device, {10, 20, 30}),
+  EXPECT_THAT(intent::ChoosePrimaries(device.primaries, device.interfaces, {10, 20, 30}),
               ElementsAre(Pair(10, "b"), Pair(20, "lo"), Pair(30, "e"), Pair(40, "named")));
 }
 

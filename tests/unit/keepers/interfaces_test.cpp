@@ -5,6 +5,7 @@
 
 #include <array>
 
+#include "device/documents/device_document.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/read_documents.h"
 #include "vantacore/dc_interface_mgr.h"
@@ -255,6 +256,150 @@ TEST_F(InterfacesTest, AnnouncesWhatANewVlansRoutersMissed) {
   state.AnnounceTo(10);
   EXPECT_THAT(traces.Take(), ElementsAre("10:Updating Interface Status of Interface 3\n",
                                          "10:Updating IP Address Change to Interface 3\n"));
+}
+
+// ---- links
+
+class LinksTest : public InterfacesTest {
+ protected:
+  void ApplyKernel(const std::string& kernel, const std::string& interfaces = "",
+                   const std::string& primaries = "") {
+    state.Apply(test_support::ReadDevice(R"({"default_vlan": 10, "interfaces": [)" + interfaces +
+                                         R"(], "primary_interfaces": {)" + primaries +
+                                         R"(}, "kernel": )" + kernel + "}"),
+                {10, 11});
+    ASSERT_TRUE(Settle());
+    TakeCalls();
+    traces.Take();
+  }
+  static intent::Link MakeLink(std::uint32_t index, const std::string& name, bool up = true) {
+    intent::Link link;
+    link.index = index;
+    link.name = name;
+    link.mtu = 1500;
+    link.up = up;
+    return link;
+  }
+  static intent::Link With(intent::Link link, const std::string& address) {
+    documents::Ip4Network network;
+    EXPECT_TRUE(documents::ReadPrefix(address, network));
+    link.ip4.push_back(network);
+    return link;
+  }
+  bool Take(const intent::LinkChanges& changes) {
+    const bool haveCome = state.TakeLinks(changes);
+    EXPECT_TRUE(Settle());
+    return haveCome;
+  }
+  static std::string Primary(unsigned short vlan) {
+    return Tarsel::DcInterfaceMgr::GetInstance()->GetPrimaryInterface(vlan);
+  }
+
+  const std::string ETH = R"({"interfaces": ["eth*"]})";
+};
+
+TEST_F(LinksTest, ALinkComesChangesAndGoes) {
+  ApplyKernel(ETH);
+  EXPECT_TRUE(Take({{3, With(MakeLink(3, "eth0"), "10.1.0.1/16")}}));
+  EXPECT_THAT(TakeCalls(), ElementsAre(R"(sms_act_interface(4, 1, 10, 3, "eth0", 0, 0, 1500))",
+                                       R"(sms_act_interface(4, 1, 32778, 3, "eth0", 0, 0, 1500))",
+                                       "sms_act_ipaddr(1, 10, 1, 3, 10.1.0.1, 16)"));
+  EXPECT_TRUE(traces.Contains("10:Updating IP Address Change to Interface 3\n"));
+  EXPECT_EQ(1u, state.CountUp());
+  EXPECT_EQ(1u, state.CountAddresses());
+  EXPECT_EQ("eth0", Primary(10));
+  EXPECT_EQ(std::optional<std::uint32_t>(3), state.IndexOf(10, "eth0"));
+
+  EXPECT_FALSE(Take({{3, With(MakeLink(3, "eth0", false), "10.1.0.1/16")}}));
+  EXPECT_THAT(TakeCalls(), ElementsAre(R"(sms_act_interface(1, 2, 10, 3, "eth0", 0, 0, 0))",
+                                       R"(sms_act_interface(1, 2, 32778, 3, "eth0", 0, 0, 0))"));
+  EXPECT_EQ(0u, state.CountUp());
+  EXPECT_FALSE(state.IsInterfaceUp(10, 3));
+
+  EXPECT_TRUE(Take({{3, std::nullopt}}));
+  EXPECT_THAT(TakeCalls(), ElementsAre("sms_act_ipaddr(6, 10, 1, 3, 10.1.0.1, 16)",
+                                       R"(sms_act_interface(6, 2, 10, 3, "eth0", 0, 0, 0))",
+                                       R"(sms_act_interface(6, 2, 32778, 3, "eth0", 0, 0, 0))"));
+  EXPECT_THAT(state.Get(), IsEmpty());
+  EXPECT_THAT(state.GetLinks(), IsEmpty());
+  EXPECT_EQ(0u, state.CountAddresses());
+  EXPECT_EQ("lo", Primary(10));
+  EXPECT_FALSE(state.HasEvents()) << "a reload has nothing to restore";
+}
+
+TEST_F(LinksTest, ALinkWithAnotherNameIsAnotherInterface) {
+  ApplyKernel(ETH);
+  Take({{3, MakeLink(3, "eth0")}, {4, MakeLink(4, "eth1")}});
+  TakeCalls();
+  EXPECT_TRUE(Take({{3, MakeLink(3, "eth1")}, {4, MakeLink(4, "eth0")}}));
+  EXPECT_THAT(TakeCalls(),
+              ElementsAre(R"(sms_act_interface(6, 2, 10, 3, "eth0", 0, 0, 0))",
+                          R"(sms_act_interface(6, 2, 32778, 3, "eth0", 0, 0, 0))",
+                          R"(sms_act_interface(6, 2, 10, 4, "eth1", 0, 0, 0))",
+                          R"(sms_act_interface(6, 2, 32778, 4, "eth1", 0, 0, 0))",
+                          R"(sms_bld_amb_test_i3_ei(4, 1, 10, 3, "eth1", 0, 0, 1500))",
+                          R"(sms_bld_amb_test_i3_ei(4, 1, 32778, 3, "eth1", 0, 0, 1500))",
+                          R"(sms_bld_amb_test_i3_ei(4, 1, 10, 4, "eth0", 0, 0, 1500))",
+                          R"(sms_bld_amb_test_i3_ei(4, 1, 32778, 4, "eth0", 0, 0, 1500))"));
+  EXPECT_EQ(std::optional<std::uint32_t>(4), state.IndexOf(10, "eth0"));
+}
+
+TEST_F(LinksTest, LinksOfBeforeTheFirstDocumentAreThereWithIt) {
+  EXPECT_FALSE(state.TakeLinks({{3, MakeLink(3, "eth0")}, {4, MakeLink(4, "wlan0")}}));
+  EXPECT_THAT(state.Get(), IsEmpty());
+  state.Apply(
+      test_support::ReadDevice(R"({"default_vlan": 10, "kernel": {"interfaces": ["eth*"]}})"),
+      {10});
+  EXPECT_THAT(state.Get(), ElementsAre(testing::Key(documents::InterfaceKey(10, 3))));
+}
+
+TEST_F(LinksTest, ADocumentSaysWhichAreTakenAndInWhichVlan) {
+  Take({{3, MakeLink(3, "eth0")}});
+  ApplyKernel(ETH);
+  EXPECT_THAT(state.Get(), ElementsAre(testing::Key(documents::InterfaceKey(10, 3))));
+  ApplyKernel(ETH, R"({"name": "eth0", "vlan": 11, "index": 99})");
+  EXPECT_THAT(state.Get(), ElementsAre(testing::Key(documents::InterfaceKey(11, 3))))
+      << "the index is the kernel's";
+  ApplyKernel(R"({"interfaces": ["eth*"], "ignore": ["eth0"]})");
+  EXPECT_THAT(state.Get(), IsEmpty());
+  EXPECT_THAT(state.GetLinks(), testing::SizeIs(1));
+}
+
+TEST_F(LinksTest, ADocumentNeverOverrulesTheKernel) {
+  ApplyKernel(ETH);
+  Take({{3, MakeLink(3, "eth0", false)}});
+  state.SetStatus({10, 3}, true);
+  EXPECT_TRUE(state.IsInterfaceUp(10, 3));
+  ApplyKernel(ETH, R"({"name": "eth0", "vlan": 10, "index": 3, "up": true})");
+  EXPECT_FALSE(state.IsInterfaceUp(10, 3));
+  EXPECT_EQ(0u, state.CountUp());
+}
+
+TEST_F(LinksTest, WhatTheDocumentHasIsNotTakenAway) {
+  ApplyKernel(ETH, R"({"name": "dummy", "vlan": 10, "index": 3})");
+  EXPECT_FALSE(Take({{3, MakeLink(3, "eth0")}}));
+  EXPECT_THAT(TakeCalls(), IsEmpty());
+  EXPECT_EQ("dummy", state.Get().at({10, 3}).name);
+  EXPECT_STREQ("an interface of the document has its VLAN and index",
+               state.FindPlaceOf(state.GetLinks().at(3))->problem);
+  EXPECT_FALSE(Take({{3, std::nullopt}}));
+  EXPECT_THAT(TakeCalls(), IsEmpty());
+  EXPECT_EQ("dummy", state.Get().at({10, 3}).name);
+}
+
+TEST_F(LinksTest, APrimaryInterfaceThatIsNamedStays) {
+  ApplyKernel(ETH, "", R"("10": "eth1")");
+  Take({{3, With(MakeLink(3, "eth0"), "10.1.0.1/16")}});
+  EXPECT_EQ("eth1", Primary(10));
+}
+
+TEST_F(LinksTest, TheDefaultVlanIsTheFirstOne) {
+  ApplyKernel(ETH);
+  state.Apply(
+      test_support::ReadDevice(R"({"default_vlan": 11, "kernel": {"interfaces": ["eth*"]}})"),
+      {10, 11});
+  Take({{3, MakeLink(3, "eth0")}});
+  EXPECT_THAT(state.Get(), ElementsAre(testing::Key(documents::InterfaceKey(10, 3))));
 }
 
 }  // namespace

@@ -162,6 +162,10 @@ TEST(PlanOfVlans, TellsWhatIsDoneInTheKernel) {
   EXPECT_THAT(list(routes, elsewhere),
               ElementsAre("device", "  ~ kernel tables from 500 on, was 40000",
                           "1 setting changed; 0 requests"));
+  const std::string links = R"(, "kernel": {"interfaces": ["eth*", "lo"], "ignore": ["eth9"]})";
+  EXPECT_THAT(list("", links),
+              ElementsAre("device", "  ~ links eth* lo without eth9 are interfaces, was no links",
+                          testing::_));
   EXPECT_THAT(list("", R"(, "kernel": {"routes": false, "table_base": 40000})"),
               ElementsAre("no change"));
 }

@@ -1,0 +1,210 @@
+#include "kernel_links.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <tuple>
+#include <utility>
+
+#include "device/program/counted.h"
+#include "device/program/printable.h"
+
+namespace vantacored {
+
+using intent::LinkPlace;
+
+namespace {
+
+// Each costs up to a dozen calls of the library.
+constexpr std::size_t LINKS_A_TURN = 100;
+constexpr std::size_t ALL = static_cast<std::size_t>(-1);
+constexpr std::size_t MOST_OF_A_NAME = 64;
+
+constexpr std::uint32_t FLAG_LOOPBACK = 2;
+constexpr std::uint32_t FLAG_POINT_TO_POINT = 4;
+constexpr std::uint32_t FLAG_BROADCAST = 8;
+constexpr std::uint32_t FLAG_MULTICAST = 16;
+
+std::uint32_t FlagsOf(const kernel::Link& link) {
+  return (link.isLoopback ? FLAG_LOOPBACK : 0) | (link.isPointToPoint ? FLAG_POINT_TO_POINT : 0) |
+         (link.isBroadcast ? FLAG_BROADCAST : 0) | (link.isMulticast ? FLAG_MULTICAST : 0);
+}
+
+// The primary addresses come first, of these the ones of the widest scope. One that stands twice,
+// with two lengths, counts once.
+std::vector<documents::Ip4Network> Ip4Of(const kernel::Link& link) {
+  std::vector<kernel::LinkAddress> found;
+  for (const kernel::LinkAddress& address : link.addresses) {
+    if (!address.isIp6) {
+      found.push_back(address);
+    }
+  }
+  std::stable_sort(found.begin(), found.end(),
+                   [](const kernel::LinkAddress& a, const kernel::LinkAddress& b) {
+                     return std::tie(a.isSecondary, a.scope) < std::tie(b.isSecondary, b.scope);
+                   });
+  std::vector<documents::Ip4Network> networks;
+  for (const kernel::LinkAddress& address : found) {
+    const documents::Ip4Network network{
+        Tarsel::Ip4Addr::FromBytes(address.address.data()),
+        Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[address.length])};
+    const bool isNew = std::none_of(
+        networks.begin(), networks.end(),
+        [&](const documents::Ip4Network& other) { return other.address == network.address; });
+    if (isNew) {
+      networks.push_back(network);
+    }
+  }
+  return networks;
+}
+
+// Their order means nothing; so two readings give the same.
+std::vector<Tarsel::Ip6Prefix> Ip6Of(const kernel::Link& link) {
+  std::vector<Tarsel::Ip6Prefix> prefixes;
+  for (const kernel::LinkAddress& address : link.addresses) {
+    if (address.isIp6) {
+      prefixes.emplace_back(Tarsel::Ip6Addr::FromBytes(address.address.data()), address.length);
+    }
+  }
+  std::sort(prefixes.begin(), prefixes.end(), documents::Ip6PrefixOrder());
+  return prefixes;
+}
+
+intent::Link LinkOf(const kernel::Link& link) {
+  return {link.index, link.name, FlagsOf(link), link.mtu,
+          link.isUp,  link.tag,  Ip4Of(link),   Ip6Of(link)};
+}
+
+}  // namespace
+
+KernelLinks::KernelLinks(uv_loop_s* loop, keepers::Interfaces& interfaces, Hooks hooks)
+    : m_loop(loop), m_interfaces(interfaces), m_hooks(std::move(hooks)), m_handing(loop) {}
+
+KernelLinks::~KernelLinks() = default;
+
+void KernelLinks::Start(const documents::Device& device) {
+  m_settings = device.links;
+  if (!m_settings.taken.empty() && Open()) {
+    m_watch->ReadNow();
+    HandOn(ALL);
+  }
+}
+
+void KernelLinks::Apply(const documents::Device& device) {
+  m_settings = device.links;
+  if (m_settings.taken.empty()) {
+    Close();
+  } else if (m_watch || Open()) {
+    TellProblems();
+  }
+}
+
+void KernelLinks::TellProblems() {
+  for (const auto& [index, link] : m_interfaces.GetLinks()) {
+    TellProblem(index);
+  }
+}
+
+bool KernelLinks::Open() {
+  try {
+    m_watch = std::make_unique<kernel::LinkWatch>(m_loop, m_hooks.open, m_hooks.log,
+                                                  [this] { HandOnSlice(); });
+    return true;
+  } catch (const std::runtime_error& problem) {
+    m_hooks.complain(std::string("No link of the kernel is an interface: ") + problem.what());
+    return false;
+  }
+}
+
+// The document in force takes none, so no interface goes with this.
+void KernelLinks::Close() {
+  m_watch.reset();
+  m_told.clear();
+  intent::LinkChanges changes;
+  for (const auto& [index, link] : m_interfaces.GetLinks()) {
+    changes.emplace(index, std::nullopt);
+  }
+  m_interfaces.TakeLinks(changes);
+}
+
+void KernelLinks::HandOnSlice() {
+  HandOn(LINKS_A_TURN);
+  if (m_watch && m_watch->HasChanged()) {
+    m_handing.Post([this] {
+      if (m_watch) {
+        HandOnSlice();
+      }
+    });
+  }
+}
+
+void KernelLinks::HandOn(std::size_t most) {
+  intent::LinkChanges changes;
+  for (const std::uint32_t index : m_watch->TakeChanged(most)) {
+    const auto found = m_watch->GetLinks().find(index);
+    changes.emplace(index, found != m_watch->GetLinks().end() ? std::optional(LinkOf(found->second))
+                                                              : std::nullopt);
+  }
+  if (m_interfaces.TakeLinks(changes)) {
+    m_hooks.interfacesChanged();
+  }
+  for (const auto& [index, link] : changes) {
+    TellProblem(index);
+  }
+}
+
+// Once for each link that is left out, and again when the reason is another.
+void KernelLinks::TellProblem(std::uint32_t index) {
+  const auto link = m_interfaces.GetLinks().find(index);
+  const auto place =
+      link != m_interfaces.GetLinks().end() ? m_interfaces.FindPlaceOf(link->second) : std::nullopt;
+  if (!place || place->problem == nullptr) {
+    m_told.erase(index);
+    return;
+  }
+  const std::string line = "The link " + program::Printable(link->second.name, MOST_OF_A_NAME) +
+                           " is left out: " + place->problem;
+  std::string& told = m_told[index];
+  if (told != line) {
+    told = line;
+    m_hooks.complain(line);
+  }
+}
+
+std::vector<views::LinkState> KernelLinks::Describe() const {
+  std::vector<views::LinkState> states;
+  if (!m_watch) {
+    return states;
+  }
+  for (const auto& [index, link] : m_interfaces.GetLinks()) {
+    if (const auto place = m_interfaces.FindPlaceOf(link)) {
+      states.push_back({program::Printable(link.name, MOST_OF_A_NAME), index, link.up, place->vlan,
+                        intent::DescribeRule(place->rule),
+                        place->problem != nullptr ? place->problem : ""});
+    }
+  }
+  return states;
+}
+
+void KernelLinks::Verify(std::function<void(std::optional<rows::Verdict>)> done) {
+  if (!m_watch) {
+    done(std::nullopt);
+    return;
+  }
+  m_watch->Compare([this, done = std::move(done)](std::optional<std::size_t> untold) {
+    rows::Verdict verdict;
+    verdict.kind = "links of the kernel";
+    verdict.rows = Describe().size();
+    if (!untold) {
+      ++verdict.fails;
+      verdict.lines.push_back("kernel: its links could not be read");
+    } else if (*untold != 0) {
+      verdict.fails += *untold;
+      verdict.lines.push_back(
+          "kernel: " + program::Counted(*untold, "change of a link was", "changes of links were") +
+          " not known, taken now");
+    }
+    done(std::move(verdict));
+  });
+}
+
+}  // namespace vantacored

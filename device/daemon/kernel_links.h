@@ -1,0 +1,79 @@
+// The machine's links as interfaces of the device.
+#ifndef DEVICE_DAEMON_KERNEL_LINKS_H
+#define DEVICE_DAEMON_KERNEL_LINKS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "device/documents/device.h"
+#include "device/keepers/interfaces.h"
+#include "device/kernel/link_watch.h"
+#include "device/loop/loop_handles.h"
+#include "device/rows/comparer.h"
+#include "device/views/host.h"
+
+namespace vantacored {
+
+/// Hands what the kernel tells of its links on to the interfaces, once the device document has said
+/// which it takes, in slices. Until then nothing is opened and nothing costs anything.
+class KernelLinks {
+ public:
+  struct Hooks {
+    kernel::LinkWatch::OpenChannel open;
+    kernel::LinkWatch::Log log;
+    /// Takes a line that somebody should look at.
+    std::function<void(const std::string& line)> complain;
+    /// Interfaces have come or gone.
+    std::function<void()> interfacesChanged;
+  };
+
+  /// The interfaces are borrowed.
+  KernelLinks(uv_loop_s* loop, keepers::Interfaces& interfaces, Hooks hooks);
+  KernelLinks(const KernelLinks&) = delete;
+  KernelLinks& operator=(const KernelLinks&) = delete;
+  ~KernelLinks();
+
+  /// What the configuration that a start has chosen says, before anything of it is applied. Waits
+  /// for the kernel, so that the interfaces know all links when they are applied first.
+  void Start(const documents::Device& device);
+  /// What the configuration in force says, once it has been applied. Without a way to the kernel a
+  /// line says so, and links are none until this is called again.
+  void Apply(const documents::Device& device);
+
+  /// Tells of each link that cannot be an interface, as the configuration in force has it.
+  void TellProblems();
+
+  /// Whether everything that the kernel has told has been handed on.
+  bool IsSettled() const { return !m_watch || (!m_watch->HasChanged() && !m_watch->IsReading()); }
+  /// Null while no links are taken.
+  const kernel::LinkWatch* GetWatch() const { return m_watch.get(); }
+  /// Each link that the device takes, or would if it could.
+  std::vector<views::LinkState> Describe() const;
+  /// Reads all links again, and calls `done` from the loop: with a verdict if any are taken.
+  void Verify(std::function<void(std::optional<rows::Verdict>)> done);
+
+ private:
+  bool Open();
+  void Close();
+  void HandOn(std::size_t most);
+  void HandOnSlice();
+  void TellProblem(std::uint32_t index);
+
+  uv_loop_s* const m_loop;
+  keepers::Interfaces& m_interfaces;
+  const Hooks m_hooks;
+  std::unique_ptr<kernel::LinkWatch> m_watch;
+  documents::LinkSettings m_settings;
+  std::map<std::uint32_t, std::string> m_told;  // what was told of links that are left out
+  loop::Task m_handing;
+};
+
+}  // namespace vantacored
+
+#endif
