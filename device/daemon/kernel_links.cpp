@@ -10,8 +10,6 @@
 
 namespace vantacored {
 
-using intent::LinkPlace;
-
 namespace {
 
 // Each costs up to a dozen calls of the library.
