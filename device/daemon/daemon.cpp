@@ -96,7 +96,8 @@ Daemon::Daemon(const CommandLine& line)
              [this] { return CountSessions(); },
              [this] { return m_log.CountLost(); },
              [this] { return DescribeKernel(); },
-             [this] { return m_kernelLinks.Describe(); }},
+             [this] { return m_kernelLinks.Describe(); },
+             [this] { return MakeObstacleCheck(); }},
       m_questions({m_reloader, m_interfaces, m_stackPort, m_tables, m_host, m_feed}),
       m_watchTap(m_feed, m_stackPort, m_interfaces, m_reloader),
       m_kernelLinks(m_loop.Get(), m_interfaces,
@@ -108,6 +109,7 @@ Daemon::Daemon(const CommandLine& line)
                      [this] { m_reloader.InterfacesChanged(); }}),
       m_kernelRoutes(m_loop.Get(), m_stackPort, m_stack.GetFacts(), line.sweepAfterSeconds,
                      MakeKernelHooks()),
+      m_switches(m_loop.Get()),
       m_settled(m_loop.Get(), Activity()),
       m_pace([this] { return GetTraffic(); }, NowMilliseconds, line.tickMicroseconds),
       m_lab(m_stack.GetControl(), m_interfaces, [this](auto tick) { m_pace.Fix(tick); }),
@@ -367,6 +369,11 @@ views::KernelState Daemon::DescribeKernel() const {
   return state;
 }
 
+std::function<std::vector<std::string>()> Daemon::MakeObstacleCheck() const {
+  auto check = MakeSwitchCheck(m_interfaces, m_kernelRoutes);
+  return [check = std::move(check)] { return check ? check().lines : std::vector<std::string>(); };
+}
+
 // The stack first: what it does not have, the kernel cannot.
 void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done) {
   using Verdicts = std::vector<rows::Verdict>;
@@ -381,7 +388,11 @@ void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::
       add(*verdicts, std::move(links));
       m_kernelRoutes.Verify(mostLines, [=](auto routes) {
         add(*verdicts, std::move(routes));
-        done(std::move(*verdicts));
+        m_switches.Verify(MakeSwitchCheck(m_interfaces, m_kernelRoutes), mostLines,
+                          [=](auto switches) {
+                            add(*verdicts, std::move(switches));
+                            done(std::move(*verdicts));
+                          });
       });
     });
   });

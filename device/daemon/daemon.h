@@ -30,6 +30,7 @@
 #include "stack_descriptors.h"
 #include "stack_port.h"
 #include "stack_tables.h"
+#include "switch_check.h"
 #include "walk_runner.h"
 #include "watch_tap.h"
 
@@ -66,6 +67,7 @@ class Daemon {
   }
   KernelRoutes::Hooks MakeKernelHooks();
   views::KernelState DescribeKernel() const;
+  std::function<std::vector<std::string>()> MakeObstacleCheck() const;
   void Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
   Traffic GetTraffic() const;
   views::Effect FindEffect(std::size_t mostDifferences) const;
@@ -92,6 +94,7 @@ class Daemon {
   WatchTap m_watchTap;
   KernelLinks m_kernelLinks;
   KernelRoutes m_kernelRoutes;
+  SwitchVerifier m_switches;
   loop::SettledWait m_settled;  // the session's
   Pace m_pace;
   console::Lab m_lab;

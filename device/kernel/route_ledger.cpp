@@ -71,6 +71,7 @@ void RouteLedger::Want(const RouteKey& key, const NextHop& nextHop) {
     entry.wantedIn = m_generation;
     entry.isGoing = false;
     ++m_wanted;
+    m_wantedIp6 += key.isIp6 ? 1 : 0;
     m_standing += entry.right != 0 ? 1 : 0;
   }
   ForgetRefusal(node);
@@ -84,6 +85,7 @@ void RouteLedger::Forgo(const RouteKey& key) {
   }
   Entry& entry = found->second;
   --m_wanted;
+  m_wantedIp6 -= key.isIp6 ? 1 : 0;
   m_standing -= entry.right != 0 ? 1 : 0;
   entry.wantedIn = 0;
   entry.isGoing = true;
@@ -94,6 +96,7 @@ void RouteLedger::Forgo(const RouteKey& key) {
 void RouteLedger::ForgoAllForNow() {
   ++m_generation;
   m_wanted = 0;
+  m_wantedIp6 = 0;
   m_standing = 0;
   m_isLearning = true;
 }

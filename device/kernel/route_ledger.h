@@ -117,6 +117,7 @@ class RouteLedger {
   // Numbers, kept and not counted.
 
   std::size_t CountWanted() const { return m_wanted; }
+  std::size_t CountWantedIp6() const { return m_wantedIp6; }  // of these
   std::size_t CountStanding() const { return m_standing; }  // wanted, and as wanted
   std::size_t CountOpen() const { return m_queue.size() + m_strays.size() + m_inFlight.size(); }
   std::size_t CountRefused() const { return m_refusals.size(); }
@@ -225,6 +226,7 @@ class RouteLedger {
   std::size_t m_bucket = 0;
   std::size_t m_buckets = 0;  // how many the shard had when the pass came to it
   std::size_t m_wanted = 0;
+  std::size_t m_wantedIp6 = 0;
   std::size_t m_standing = 0;
   Totals m_totals;
 };

@@ -49,6 +49,9 @@ struct Host {
   std::function<std::uint64_t()> countLostLines = {};  // of the log
   std::function<KernelState()> describeKernel = {};
   std::function<std::vector<LinkState>()> describeLinks = {};  // costs what there are
+  /// Returns what tells, in any thread, which switches of the machine stand against the routes that
+  /// are written; it may be empty.
+  std::function<std::function<std::vector<std::string>()>()> makeObstacleCheck = {};
 };
 
 /// 0 if the system does not tell.

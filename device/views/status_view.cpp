@@ -133,12 +133,23 @@ StatusView::StatusView(const Sources& sources, Format format)
 
 View::Rest StatusView::Next(std::string& text) {
   if (!std::exchange(m_hasBegun, true)) {
-    const auto differs = std::make_shared<bool>(false);
-    m_looking.Start([look = m_sources.reloader.MakeFolderCheck(), differs] { *differs = look(); },
-                    [this, differs](const std::optional<std::string>& problem) {
-                      m_differs = problem ? std::nullopt : std::optional(*differs);
-                      Wake();
-                    });
+    struct Seen {
+      bool differs = false;
+      std::vector<std::string> obstacles;
+    };
+    const auto seen = std::make_shared<Seen>();
+    const auto& makeCheck = m_sources.host.makeObstacleCheck;
+    m_looking.Start(
+        [look = m_sources.reloader.MakeFolderCheck(),
+         check = makeCheck ? makeCheck() : std::function<std::vector<std::string>()>(), seen] {
+          seen->obstacles = check ? check() : std::vector<std::string>();
+          seen->differs = look();
+        },
+        [this, seen](const std::optional<std::string>& problem) {
+          m_obstacles = std::move(seen->obstacles);
+          m_differs = problem ? std::nullopt : std::optional(seen->differs);
+          Wake();
+        });
   }
   if (m_looking.IsUnderWay()) {
     return Rest::LATER;
@@ -190,6 +201,9 @@ std::string StatusView::WriteText() const {
     AddLine(text, "kernel",
             std::to_string(kernel.standing) + " of " + Counted(kernel.wanted, "route", "routes") +
                 " installed, " + std::to_string(kernel.refused) + " refused");
+    for (const std::string& obstacle : m_obstacles) {
+      AddLine(text, "", obstacle);
+    }
   }
   AddLine(text, "longest turn",
           Milliseconds(host.loop.FindLongestTurnOfLastMinute()) + " in the last minute, " +
@@ -241,7 +255,12 @@ std::string StatusView::WriteJson() const {
   json.Key("kernel").BeginObject().Key("written").Bool(kernel.isWritten);
   json.Key("wanted").Number(std::uint64_t{kernel.wanted});
   json.Key("installed").Number(std::uint64_t{kernel.standing});
-  json.Key("refused").Number(std::uint64_t{kernel.refused}).EndObject();
+  json.Key("refused").Number(std::uint64_t{kernel.refused});
+  json.Key("obstacles").BeginArray();
+  for (const std::string& obstacle : m_obstacles) {
+    json.Text(obstacle);
+  }
+  json.EndArray().EndObject();
   json.Key("longest_turn_microseconds").BeginObject();
   json.Key("last_minute").Number(host.loop.FindLongestTurnOfLastMinute());
   json.Key("since_start").Number(host.loop.GetLongestTurn()).EndObject();

@@ -27,6 +27,7 @@ class StatusView : public View {
   const Format m_format;
   loop::Work m_looking;
   bool m_hasBegun = false;
+  std::vector<std::string> m_obstacles;
   std::optional<bool> m_differs;  // the folder; nothing if it could not be told
 };
 

@@ -79,6 +79,12 @@ void KernelTest::SetUp() {
   if (const int problem = EnterNamespace()) {
     FAIL() << std::strerror(problem);
   }
+  for (const char* const on : {"ipv4/ip_forward", "ipv6/conf/all/forwarding"}) {
+    Switch(on, 1);
+  }
+  for (const char* const filter : {"ipv4/conf/all/rp_filter", "ipv4/conf/default/rp_filter"}) {
+    Switch(filter, 0);
+  }
   for (const int number : {1, 2}) {
     const std::string link = "r" + std::to_string(number);
     const std::string peer = "p" + std::to_string(number);
@@ -93,6 +99,12 @@ void KernelTest::SetUp() {
   }
   Ip("address add 2001:db8:1::1/64 dev r1 nodad");
   WriteDevice();
+}
+
+void KernelTest::Switch(const std::string& name, int value) {
+  std::ofstream file("/proc/sys/net/" + name);
+  file << value << std::flush;
+  EXPECT_TRUE(file) << name;
 }
 
 std::string KernelTest::Ip(const std::string& words) {

@@ -29,6 +29,8 @@ class KernelTest : public testing::Test {
  protected:
   void SetUp() override;
 
+  /// Sets a switch of /proc/sys/net, in the namespace. The tests begin with forwarding.
+  static void Switch(const std::string& name, int value);
   /// Runs a command of iproute2 and returns what it prints; the test fails if it fails.
   static std::string Ip(const std::string& words);
   /// Runs many commands of iproute2, as fast as it can.

@@ -30,8 +30,10 @@ TEST_F(KernelRoutes, InstalledRoutesAreInTheTablesOfTheirVlans) {
                                        "default via 10.1.0.8 dev r2 table 40020"));
   EXPECT_EQ("10.9.1.1 via 10.1.0.2 dev r1", WayTo("10.9.1.1"));
   EXPECT_THAT(Ask("status", "sessions"), HasSubstr("kernel          5 of 5 routes installed"));
-  EXPECT_THAT(Ask("status json", "sessions"),
-              HasSubstr(R"("kernel":{"written":true,"wanted":5,"installed":5,"refused":0})"));
+  EXPECT_THAT(
+      Ask("status json", "sessions"),
+      HasSubstr(
+          R"("kernel":{"written":true,"wanted":5,"installed":5,"refused":0,"obstacles":[]})"));
   EXPECT_THAT(Ask("metrics", "overruns_total 0"),
               HasSubstr("vantacore_kernel_routes_installed 5\n"));
   End();
@@ -146,6 +148,30 @@ TEST_F(KernelRoutes, LinksAreStillHeardWhenMoreHadChangedThanASocketHolds) {
     usleep(50000);
   }
   EXPECT_THAT(OurRoutes(), SizeIs(2)) << "nobody has asked for a comparison";
+}
+
+TEST_F(KernelRoutes, SwitchesThatStandAgainstForwardingAreToldAndLeftAlone) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}, {"2001:db8:9::/48", "2001:db8:1::2"}});
+  Start();
+  AwaitPass();
+  EXPECT_THAT(Verify(), HasSubstr("PASS  forwarding switches: "));
+  Switch("ipv4/conf/r1/forwarding", 0);
+  EXPECT_THAT(Verify(), HasSubstr("FAIL  kernel: /proc/sys/net/ipv4/conf/r1/forwarding is 0: "
+                                  "nothing that comes in there is forwarded\n"));
+  Switch("ipv4/ip_forward", 0);
+  Switch("ipv6/conf/all/forwarding", 0);
+  Switch("ipv4/conf/r1/rp_filter", 1);
+  Switch("ipv4/conf/r2/rp_filter", 1);
+  const std::string verdict = Verify();
+  EXPECT_THAT(verdict, HasSubstr("FAIL  kernel: /proc/sys/net/ipv4/ip_forward is 0: nothing of "
+                                 "IPv4 is forwarded\n"));
+  EXPECT_THAT(verdict, HasSubstr("/proc/sys/net/ipv6/conf/all/forwarding is 0: "));
+  EXPECT_THAT(verdict, HasSubstr("/proc/sys/net/ipv4/conf/r2/rp_filter is 1: "));
+  EXPECT_THAT(verdict, Not(HasSubstr("conf/r1/"))) << "the main table leads back there";
+  EXPECT_THAT(Ask("status", "sessions"),
+              HasSubstr("0 refused\n                /proc/sys/net/ipv4/ip_forward is 0: "));
+  EXPECT_THAT(Ask("status json", "sessions"),
+              HasSubstr(R"("obstacles":["/proc/sys/net/ipv4/ip_forward is 0: )"));
 }
 
 // The stack believes the document; the kernel has a word of its own.
