@@ -1,0 +1,217 @@
+// Random sequences of what an operator, a cable, a stranger and an accident do, against a model of
+// what the kernel must hold in the end.
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "namespace_fixture.h"
+#include "tests/models/random_run.h"
+
+namespace {
+
+using kernel_test::KernelTest;
+using kernel_test::Route;
+
+/// A link as the test has made it.
+struct ModelLink {
+  bool isUp = true;
+  std::set<std::string> networks;  // "10.1.0": /24, the link has the address .1
+};
+
+class RandomEvents : public KernelTest {
+ protected:
+  static constexpr int EVENTS = 12;
+
+  void SetUp() override {
+    KernelTest::SetUp();
+    folder.Write("device.json", R"({"default_vlan": 10,
+        "kernel": {"interfaces": ["r*"], "routes": true},
+        "interfaces": [{"name": "r2", "vlan": 20, "index": 99}]})");
+    links[0].networks = links[1].networks = {"10.1.0"};
+  }
+
+  void WriteModel() { WriteRoutes(routes[0], routes[1]); }
+  std::string NameOf(std::size_t which) const { return which == 0 ? "r1" : "r2"; }
+
+  void ChangeRoutes() {
+    for (auto& list : routes) {
+      if (random.Percent(60)) {
+        std::map<std::string, Route> some;
+        for (unsigned int i = random.Below(5); i != 0; --i) {
+          const std::string prefix = "10.9." + std::to_string(random.Below(6)) + ".0/24";
+          some[prefix] = {prefix, "10." + std::to_string(1 + random.Below(3)) + ".0." +
+                                      std::to_string(2 + random.Below(3))};
+        }
+        list.clear();
+        for (const auto& [prefix, route] : some) {
+          list.push_back(route);
+        }
+      }
+    }
+    WriteModel();
+    if (daemon) {
+      Reload(" force");
+    }
+  }
+
+  void FlipLink() {
+    const std::size_t which = random.Below(2);
+    links[which].isUp = !links[which].isUp;
+    Ip("link set p" + std::to_string(which + 1) + (links[which].isUp ? " up" : " down"));
+  }
+
+  // The kernel tells the other end of a cable late, once a second at most.
+  void AwaitCarrier() {
+    for (const std::size_t which : {0, 1}) {
+      const std::string state = links[which].isUp ? "state UP" : "state LOWERLAYERDOWN";
+      for (int i = 0; i < 200 && Ip("link show " + NameOf(which)).find(state) == std::string::npos;
+           ++i) {
+        usleep(20000);
+      }
+    }
+  }
+
+  void ChangeAddress() {
+    const std::size_t which = random.Below(2);
+    const std::string network = "10." + std::to_string(1 + random.Below(3)) + ".0";
+    const bool isThere = links[which].networks.count(network) != 0;
+    Ip(std::string("address ") + (isThere ? "delete " : "add ") + network + ".1/24 dev " +
+       NameOf(which));
+    isThere ? void(links[which].networks.erase(network))
+            : void(links[which].networks.insert(network));
+  }
+
+  // Under their own priorities: with one of ours, ours would wait until theirs goes.
+  void StrangerChanges() {
+    const std::string prefix = "10.9." + std::to_string(random.Below(6)) + ".0/24";
+    const bool isNew = strangers.insert(prefix).second;
+    Ip(isNew ? "route add blackhole " + prefix + " metric 50"
+             : "route delete blackhole " + prefix + " metric 50");
+    if (!isNew) {
+      strangers.erase(prefix);
+    }
+  }
+
+  // Behind our back.
+  void Meddle() {
+    const std::vector<std::string> ours = OurRoutes();
+    if (random.Percent(50) && !ours.empty()) {
+      const std::string& line = ours[random.Below(static_cast<unsigned int>(ours.size()))];
+      Ip("route flush proto 201 table " +
+         (line.find("table") == std::string::npos ? std::string("main")
+                                                  : line.substr(line.find("table") + 6, 5)) +
+         " || true");  // it may have gone meanwhile
+    } else if (links[0].isUp) {
+      Ip("route replace 10.77.0.0/16 dev r1 proto 201 metric 220");
+    }
+  }
+
+  // Without routes that stay until others can take their place: the model has none.
+  void StartWithoutKeeping() {
+    Start({"--keep-old", "0"});
+    daemon->ReadErrorsUntil("Started: ");  // the folder has been read
+  }
+  void Restart() {
+    Kill();
+    StartWithoutKeeping();
+  }
+
+  void Happen() {
+    const unsigned int what = random.Below(8);
+    events.push_back(what);
+    switch (what) {
+      case 0:
+      case 1:
+        ChangeRoutes();
+        break;
+      case 2:
+        FlipLink();
+        break;
+      case 3:
+      case 4:
+        ChangeAddress();
+        break;
+      case 5:
+        StrangerChanges();
+        break;
+      case 6:
+        Meddle();
+        break;
+      default:
+        random.Percent(30) ? Restart() : FlipLink();
+    }
+  }
+
+  /// What the kernel must hold under our number.
+  std::vector<std::string> Expected() const {
+    std::vector<std::string> lines;
+    for (const std::size_t which : {0, 1}) {
+      const ModelLink& link = links[which];
+      const std::string table = which == 0 ? "" : " table 40020";
+      if (!link.isUp) {
+        continue;
+      }
+      for (const std::string& network : link.networks) {
+        if (which == 1) {
+          lines.push_back(network + ".0/24 dev r2" + table + " scope link");
+        }
+      }
+      for (const Route& route : routes[which]) {
+        if (link.networks.count(route.gateway.substr(0, route.gateway.rfind('.'))) != 0) {
+          lines.push_back(route.prefix + " via " + route.gateway + " dev " + NameOf(which) + table);
+        }
+      }
+    }
+    std::sort(lines.begin(), lines.end());
+    return lines;
+  }
+
+  /// What somebody wants to know who looks for the cause of a difference.
+  std::string Story(unsigned int run) {
+    std::string text = "run " + std::to_string(run) + ", events";
+    for (const unsigned int event : events) {
+      text += " " + std::to_string(event);
+    }
+    return text + "\n" + Ip("address") + Ip("route show table all proto 201") +
+           Ask("route vrf all\nrequests vrf all\nstatus\nversion", "console protocol");
+  }
+
+  test_models::Random random;
+  std::array<ModelLink, 2> links;
+  std::array<std::vector<Route>, 2> routes;
+  std::set<std::string> strangers;
+  std::vector<unsigned int> events;  // of the present sequence
+};
+
+TEST_F(RandomEvents, InTheEndTheKernelHoldsWhatItMust) {
+  WriteModel();
+  StartWithoutKeeping();
+  AwaitPass();
+  std::size_t most = 0;
+  for (unsigned int run = 0; run < test_models::Scaled(50); ++run) {
+    events.clear();
+    for (unsigned int i = 1 + random.Below(EVENTS); i != 0; --i) {
+      Happen();
+    }
+    AwaitCarrier();
+    AwaitPass();
+    ASSERT_EQ(Expected(), OurRoutes()) << Story(run);
+    most = std::max(most, Expected().size());
+    for (const std::string& prefix : strangers) {
+      EXPECT_THAT(Ip("route show " + prefix + " metric 50"), testing::HasSubstr("blackhole"));
+    }
+    if (HasFailure()) {
+      FAIL() << "run " << run;
+    }
+  }
+  EXPECT_GT(most, 2u);
+}
+
+}  // namespace
