@@ -374,7 +374,8 @@ std::function<std::vector<std::string>()> Daemon::MakeObstacleCheck() const {
   return [check = std::move(check)] { return check ? check().lines : std::vector<std::string>(); };
 }
 
-// The stack first: what it does not have, the kernel cannot.
+// The links first: what they have become, the stack has to be told. Then the stack: what it does not
+// have, the kernel cannot.
 void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done) {
   using Verdicts = std::vector<rows::Verdict>;
   const auto add = [](Verdicts& verdicts, std::optional<rows::Verdict> verdict) {
@@ -382,10 +383,10 @@ void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::
       verdicts.push_back(std::move(*verdict));
     }
   };
-  m_reloader.Verify(mostLines, [=](Verdicts stack) {
-    const auto verdicts = std::make_shared<Verdicts>(std::move(stack));
-    m_kernelLinks.Verify([=](auto links) {
-      add(*verdicts, std::move(links));
+  m_kernelLinks.Verify([=](auto links) {
+    m_reloader.Verify(mostLines, [=](Verdicts stack) {
+      const auto verdicts = std::make_shared<Verdicts>(std::move(stack));
+      add(*verdicts, links);
       m_kernelRoutes.Verify(mostLines, [=](auto routes) {
         add(*verdicts, std::move(routes));
         m_switches.Verify(MakeSwitchCheck(m_interfaces, m_kernelRoutes), mostLines,

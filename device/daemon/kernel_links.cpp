@@ -122,16 +122,19 @@ void KernelLinks::Close() {
     changes.emplace(index, std::nullopt);
   }
   m_interfaces.TakeLinks(changes);
+  while (!m_verifications.empty()) {
+    EndVerification(m_verifications.begin()->first, std::nullopt);
+  }
 }
 
 void KernelLinks::HandOnSlice() {
-  HandOn(LINKS_A_TURN);
   if (m_watch && m_watch->HasChanged()) {
-    m_handing.Post([this] {
-      if (m_watch) {
-        HandOnSlice();
-      }
-    });
+    HandOn(LINKS_A_TURN);
+    m_handing.Post([this] { HandOnSlice(); });
+    return;
+  }
+  for (const auto& call : std::exchange(m_whenHandedOn, {})) {
+    call();
   }
 }
 
@@ -183,12 +186,14 @@ std::vector<views::LinkState> KernelLinks::Describe() const {
   return states;
 }
 
-void KernelLinks::Verify(std::function<void(std::optional<rows::Verdict>)> done) {
+void KernelLinks::Verify(Verified done) {
   if (!m_watch) {
     done(std::nullopt);
     return;
   }
-  m_watch->Compare([this, done = std::move(done)](std::optional<std::size_t> untold) {
+  const unsigned int number = ++m_lastVerification;
+  m_verifications.emplace(number, std::move(done));
+  m_watch->Compare([this, number](std::optional<std::size_t> untold) {
     rows::Verdict verdict;
     verdict.kind = "links of the kernel";
     verdict.rows = Describe().size();
@@ -201,8 +206,19 @@ void KernelLinks::Verify(std::function<void(std::optional<rows::Verdict>)> done)
           "kernel: " + program::Counted(*untold, "change of a link was", "changes of links were") +
           " not known, taken now");
     }
-    done(std::move(verdict));
+    m_whenHandedOn.push_back([this, number, verdict] { EndVerification(number, verdict); });
+    m_handing.Post([this] { HandOnSlice(); });
   });
+}
+
+void KernelLinks::EndVerification(unsigned int number,
+                                  const std::optional<rows::Verdict>& verdict) {
+  const auto found = m_verifications.find(number);
+  if (found != m_verifications.end()) {
+    const Verified done = std::move(found->second);
+    m_verifications.erase(found);
+    done(verdict);
+  }
 }
 
 }  // namespace vantacored

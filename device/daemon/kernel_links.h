@@ -55,10 +55,13 @@ class KernelLinks {
   const kernel::LinkWatch* GetWatch() const { return m_watch.get(); }
   /// Each link that the device takes, or would if it could.
   std::vector<views::LinkState> Describe() const;
-  /// Reads all links again, and calls `done` from the loop: with a verdict if any are taken.
-  void Verify(std::function<void(std::optional<rows::Verdict>)> done);
+  /// Reads all links again, and calls `done` from the loop when everything that has been told by
+  /// then is handed on: with a verdict if any are taken, until the end.
+  using Verified = std::function<void(std::optional<rows::Verdict>)>;
+  void Verify(Verified done);
 
  private:
+  void EndVerification(unsigned int number, const std::optional<rows::Verdict>& verdict);
   bool Open();
   void Close();
   void HandOn(std::size_t most);
@@ -72,6 +75,9 @@ class KernelLinks {
   documents::LinkSettings m_settings;
   std::map<std::uint32_t, std::string> m_told;  // what was told of links that are left out
   loop::Task m_handing;
+  std::map<unsigned int, Verified> m_verifications;  // under way
+  unsigned int m_lastVerification = 0;
+  std::vector<std::function<void()>> m_whenHandedOn;  // called once
 };
 
 }  // namespace vantacored

@@ -118,7 +118,7 @@ class RouteLedger {
 
   std::size_t CountWanted() const { return m_wanted; }
   std::size_t CountWantedIp6() const { return m_wantedIp6; }  // of these
-  std::size_t CountStanding() const { return m_standing; }  // wanted, and as wanted
+  std::size_t CountStanding() const { return m_standing; }    // wanted, and as wanted
   std::size_t CountOpen() const { return m_queue.size() + m_strays.size() + m_inFlight.size(); }
   std::size_t CountRefused() const { return m_refusals.size(); }
   std::size_t CountRefusedDeletions() const { return m_refusedDeletions; }  // of these
