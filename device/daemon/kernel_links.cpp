@@ -16,6 +16,7 @@ namespace {
 constexpr std::size_t LINKS_A_TURN = 100;
 constexpr std::size_t ALL = static_cast<std::size_t>(-1);
 constexpr std::size_t MOST_OF_A_NAME = 64;
+constexpr unsigned int IP4_BITS = 32;
 
 constexpr std::uint32_t FLAG_LOOPBACK = 2;
 constexpr std::uint32_t FLAG_POINT_TO_POINT = 4;
@@ -28,7 +29,8 @@ std::uint32_t FlagsOf(const kernel::Link& link) {
 }
 
 // The primary addresses come first, of these the ones of the widest scope. One that stands twice,
-// with two lengths, counts once.
+// with two lengths or two other ends, counts once. The network of one with another end is the other
+// end's, so that only the address counts.
 std::vector<documents::Ip4Network> Ip4Of(const kernel::Link& link) {
   std::vector<kernel::LinkAddress> found;
   for (const kernel::LinkAddress& address : link.addresses) {
@@ -42,9 +44,9 @@ std::vector<documents::Ip4Network> Ip4Of(const kernel::Link& link) {
                    });
   std::vector<documents::Ip4Network> networks;
   for (const kernel::LinkAddress& address : found) {
-    const documents::Ip4Network network{
-        Tarsel::Ip4Addr::FromBytes(address.address.data()),
-        Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[address.length])};
+    const unsigned int length = address.other == address.address ? address.length : IP4_BITS;
+    const documents::Ip4Network network{Tarsel::Ip4Addr::FromBytes(address.address.data()),
+                                        Tarsel::Ip4Addr(Tarsel::Ip6Prefix::s_masks32[length])};
     const bool isNew = std::none_of(
         networks.begin(), networks.end(),
         [&](const documents::Ip4Network& other) { return other.address == network.address; });
@@ -83,7 +85,9 @@ void KernelLinks::Start(const documents::Device& device) {
   m_settings = device.links;
   if (!m_settings.taken.empty() && Open()) {
     m_watch->ReadNow();
-    HandOn(ALL);
+    while (!m_watch->IsReading() && HasChanges()) {
+      HandOn(ALL);
+    }
   }
 }
 
@@ -117,6 +121,8 @@ bool KernelLinks::Open() {
 void KernelLinks::Close() {
   m_watch.reset();
   m_told.clear();
+  m_going.clear();
+  m_coming.clear();
   intent::LinkChanges changes;
   for (const auto& [index, link] : m_interfaces.GetLinks()) {
     changes.emplace(index, std::nullopt);
@@ -128,7 +134,10 @@ void KernelLinks::Close() {
 }
 
 void KernelLinks::HandOnSlice() {
-  if (m_watch && m_watch->HasChanged()) {
+  if (m_watch && m_watch->IsReading()) {
+    return;  // its end comes here again
+  }
+  if (HasChanges()) {
     HandOn(LINKS_A_TURN);
     m_handing.Post([this] { HandOnSlice(); });
     return;
@@ -138,12 +147,32 @@ void KernelLinks::HandOnSlice() {
   }
 }
 
+bool KernelLinks::HasChanges() const {
+  return m_watch && (m_watch->HasChanged() || !m_going.empty() || !m_coming.empty());
+}
+
+// The registry finds interfaces by their names as well: a name has to go with one link before it
+// comes with another. So what goes goes first, however many slices that takes.
 void KernelLinks::HandOn(std::size_t most) {
+  const kernel::LinkWatch::Links& links = m_watch->GetLinks();
+  for (const std::uint32_t index : m_watch->TakeChanged(ALL)) {
+    const auto now = links.find(index);
+    const auto known = m_interfaces.GetLinks().find(index);
+    const bool hasGone = known != m_interfaces.GetLinks().end() &&
+                         (now == links.end() || now->second.name != known->second.name);
+    if (hasGone) {
+      m_going.insert(index);
+    }
+    m_coming.insert(index);
+  }
   intent::LinkChanges changes;
-  for (const std::uint32_t index : m_watch->TakeChanged(most)) {
-    const auto found = m_watch->GetLinks().find(index);
-    changes.emplace(index, found != m_watch->GetLinks().end() ? std::optional(LinkOf(found->second))
-                                                              : std::nullopt);
+  std::set<std::uint32_t>& from = m_going.empty() ? m_coming : m_going;
+  const bool areGoing = !m_going.empty();
+  while (changes.size() < most && !from.empty()) {
+    const std::uint32_t index = *from.begin();
+    from.erase(from.begin());
+    const auto now = areGoing ? links.end() : links.find(index);
+    changes.emplace(index, now != links.end() ? std::optional(LinkOf(now->second)) : std::nullopt);
   }
   if (m_interfaces.TakeLinks(changes)) {
     m_hooks.interfacesChanged();
@@ -201,7 +230,7 @@ void KernelLinks::Verify(Verified done) {
       ++verdict.fails;
       verdict.lines.push_back("kernel: its links could not be read");
     } else if (*untold != 0) {
-      verdict.fails += *untold;
+      ++verdict.fails;
       verdict.lines.push_back(
           "kernel: " + program::Counted(*untold, "change of a link was", "changes of links were") +
           " not known, taken now");

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,7 +51,7 @@ class KernelLinks {
   void TellProblems();
 
   /// Whether everything that the kernel has told has been handed on.
-  bool IsSettled() const { return !m_watch || (!m_watch->HasChanged() && !m_watch->IsReading()); }
+  bool IsSettled() const { return !HasChanges() && !(m_watch && m_watch->IsReading()); }
   /// Null while no links are taken.
   const kernel::LinkWatch* GetWatch() const { return m_watch.get(); }
   /// Each link that the device takes, or would if it could.
@@ -64,6 +65,7 @@ class KernelLinks {
   void EndVerification(unsigned int number, const std::optional<rows::Verdict>& verdict);
   bool Open();
   void Close();
+  bool HasChanges() const;
   void HandOn(std::size_t most);
   void HandOnSlice();
   void TellProblem(std::uint32_t index);
@@ -73,6 +75,9 @@ class KernelLinks {
   const Hooks m_hooks;
   std::unique_ptr<kernel::LinkWatch> m_watch;
   documents::LinkSettings m_settings;
+  // What is still to be handed on: links that have gone, or have another name, then all others.
+  std::set<std::uint32_t> m_going;
+  std::set<std::uint32_t> m_coming;
   std::map<std::uint32_t, std::string> m_told;  // what was told of links that are left out
   loop::Task m_handing;
   std::map<unsigned int, Verified> m_verifications;  // under way

@@ -151,6 +151,17 @@ void WatchTap::LookAtCauses() {
   }
 }
 
+Cause WatchTap::CauseOf(keepers::InterfaceChange::By by) {
+  switch (by) {
+    case keepers::InterfaceChange::By::DOCUMENT:
+      return Cause::DOCUMENT;
+    case keepers::InterfaceChange::By::EVENT:
+      return Cause::CONSOLE;
+    default:
+      return Cause::INTERFACE;
+  }
+}
+
 // While a job is under way its lines are about documents: what it has found, what it has become.
 void WatchTap::PublishLine(const std::string& line) {
   const Cause cause = m_reloader.HasJob()
@@ -161,12 +172,12 @@ void WatchTap::PublishLine(const std::string& line) {
 
 void WatchTap::Happens(const keepers::InterfaceChange& change) {
   const unsigned short vlan = change.key.first;
-  m_feed.GetCauses().InterfaceChanged(vlan, change.isByDocument);
+  m_feed.GetCauses().InterfaceChanged(vlan, change.by == keepers::InterfaceChange::By::DOCUMENT);
   if (!m_feed.IsWatched(Kind::INTERFACE)) {
     return;
   }
   if (std::optional<InterfaceEvent> event = std::visit(EventOf{change}, change.action)) {
-    m_feed.Publish(vlan, change.isByDocument ? Cause::DOCUMENT : Cause::CONSOLE, std::move(*event));
+    m_feed.Publish(vlan, CauseOf(change.by), std::move(*event));
   }
 }
 

@@ -52,6 +52,7 @@ class WatchTap final : private routing_stack::Listener {
   bool WantsForwarding() const override;
   void ForwardingChanged(routing_stack::ForwardingChange change, const amb_cipr_rtm_route& route,
                          routing_stack::RowType cause) override;
+  static views::Cause CauseOf(keepers::InterfaceChange::By by);
   views::Cause CauseOf(routing_stack::RowType type, unsigned short vlan, bool isHastened) const;
   const rows::Differences& GetDifferences() const {
     return m_reloader.GetKnowledge().GetDifferences();

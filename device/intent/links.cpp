@@ -11,19 +11,22 @@ using documents::LinkSettings;
 namespace {
 
 constexpr std::uint32_t HIGHEST_VLAN = 32767;
+constexpr std::size_t MOST_DIGITS = 9;  // that a number of 32 bits surely holds
 
 bool IsPrintable(const std::string& name) {
   return !name.empty() &&
          std::all_of(name.begin(), name.end(), [](char c) { return c > ' ' && c < 0x7F; });
 }
 
-// The number after the last dot. One of more digits than any VLAN has is none, too.
+// The number after the last dot. One that is too large for any VLAN is the largest one.
 std::optional<std::uint32_t> NumberOfName(const std::string& name) {
   const std::size_t dot = name.rfind('.');
-  const std::string digits = dot == std::string::npos ? "" : name.substr(dot + 1);
-  const bool isNumber = !digits.empty() && digits.size() <= 9 &&
-                        digits.find_first_not_of("0123456789") == std::string::npos;
-  return isNumber ? std::optional(static_cast<std::uint32_t>(std::stoul(digits))) : std::nullopt;
+  std::string digits = dot == std::string::npos ? "" : name.substr(dot + 1);
+  if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
+    return std::nullopt;
+  }
+  digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
+  return digits.size() > MOST_DIGITS ? UINT32_MAX : static_cast<std::uint32_t>(std::stoul(digits));
 }
 
 LinkPlace FindVlan(const LinkSettings& settings, unsigned short defaultVlan, const Link& link) {

@@ -20,6 +20,13 @@ namespace {
 
 const documents::Interfaces NO_INTERFACES;
 
+// Whether the same ones of two lists that are equal otherwise are links.
+bool HaveSameSources(const documents::Interfaces& a, const documents::Interfaces& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& one, const auto& other) {
+    return one.second.isLink == other.second.isLink;
+  });
+}
+
 // A VLAN that is still to come is told by AnnounceTo; of a remote that joins there the library
 // would complain.
 bool IsTooEarly(const intent::InterfaceStep& step) {
@@ -36,8 +43,8 @@ void Interfaces::Apply(const documents::Device& wanted, const std::set<unsigned 
   const documents::Interfaces linked = m_links.empty() ? NO_INTERFACES : WithLinks(wanted);
   const documents::Interfaces& all = m_links.empty() ? wanted.interfaces : linked;
   const intent::InterfacePlan plan = intent::PlanInterfaces(m_interfaces, all);
-  CarryOut(plan, true);
-  if (!plan.empty()) {
+  CarryOut(plan, InterfaceChange::By::DOCUMENT);
+  if (!plan.empty() || !HaveSameSources(m_interfaces, all)) {
     m_interfaces = all;
     TakeIndexes();
     CountAll();
@@ -52,9 +59,9 @@ documents::Interfaces Interfaces::WithLinks(const documents::Device& wanted) con
   return all;
 }
 
-void Interfaces::CarryOut(const intent::InterfacePlan& plan, bool isByDocument) {
+void Interfaces::CarryOut(const intent::InterfacePlan& plan, InterfaceChange::By by) {
   if (m_listener) {
-    TellListener(plan, isByDocument);
+    TellListener(plan, by);
   }
   for (const auto& step : plan) {
     if (!IsTooEarly(step)) {
@@ -107,7 +114,7 @@ bool Interfaces::TakeLinks(const intent::LinkChanges& changes) {
   if (!m_defaultVlan) {
     return false;
   }
-  CarryOut(intent::PlanInterfaces(before, after), false);
+  CarryOut(intent::PlanInterfaces(before, after), InterfaceChange::By::LINK);
   const auto indexes = m_indexes;
   Replace(before, std::move(after));
   return m_indexes != indexes;
@@ -124,13 +131,20 @@ void Interfaces::Replace(const documents::Interfaces& before, documents::Interfa
   for (const auto& [key, interface] : before) {
     Count(interface, false);
     m_interfaces.erase(key);
-    vlans.insert(key.first);
+    if (after.count(key) == 0) {
+      vlans.insert(key.first);
+    }
   }
   const bool areOthers = hasOther(before, after) || hasOther(after, before);
   for (auto& [key, interface] : after) {
+    const auto old = before.find(key);
+    const bool hasSameAddress = old != before.end() && old->second.name == interface.name &&
+                                old->second.ip4.empty() == interface.ip4.empty();
+    if (!hasSameAddress) {
+      vlans.insert(key.first);
+    }
     Count(interface, true);
     m_interfaces.insert_or_assign(key, std::move(interface));
-    vlans.insert(key.first);
   }
   if (areOthers) {
     TakeIndexes();
@@ -156,25 +170,38 @@ void Interfaces::SetPrimary(unsigned short vlan, const std::string& name) {
 }
 
 // An interface that gets another name has the old one until it is removed.
-void Interfaces::TellListener(const intent::InterfacePlan& plan, bool isByDocument) const {
+void Interfaces::TellListener(const intent::InterfacePlan& plan, InterfaceChange::By by) const {
   std::map<InterfaceKey, std::string> names;
   for (const auto& [key, interface] : m_interfaces) {
     names.emplace(key, interface.name);
   }
-  for (const auto& [key, action] : plan) {
+  for (const intent::InterfaceStep& step : plan) {
+    const auto& [key, action] = step;
+    if (by == InterfaceChange::By::LINK && IsRepeat(step)) {
+      continue;
+    }
     const auto* const registered = std::get_if<intent::Register>(&action);
     const bool isNew = registered && names.emplace(key, registered->name).second;
-    m_listener({key, names.at(key), action, isNew, isByDocument});
+    m_listener({key, names.at(key), action, isNew, by});
     if (std::holds_alternative<intent::Unregister>(action)) {
       names.erase(key);
     }
   }
 }
 
+// An address that the interface has already, and that the registry is reminded of.
+bool Interfaces::IsRepeat(const intent::InterfaceStep& step) const {
+  const auto* const added = std::get_if<intent::AddIp4>(&step.action);
+  const auto known = added != nullptr ? m_interfaces.find(step.key) : m_interfaces.end();
+  return known != m_interfaces.end() &&
+         std::find(known->second.ip4.begin(), known->second.ip4.end(), added->network) !=
+             known->second.ip4.end();
+}
+
 void Interfaces::Happen(const InterfaceKey& key, const intent::InterfaceAction& action) {
   m_hasEvents = true;
   if (m_listener) {
-    m_listener({key, m_interfaces.at(key).name, action, false, false});
+    m_listener({key, m_interfaces.at(key).name, action, false, InterfaceChange::By::EVENT});
   }
   Tell(key, action);
 }

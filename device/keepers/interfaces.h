@@ -25,8 +25,8 @@ struct InterfaceChange {
   const documents::InterfaceKey& key;
   const std::string& name;
   const intent::InterfaceAction& action;
-  bool isNew;         // the interface was not there before
-  bool isByDocument;  // or else by an event between two documents
+  bool isNew;  // the interface was not there before
+  enum class By { DOCUMENT, EVENT, LINK } by;
 };
 
 /// Carries out interface plans, and keeps what the library knows: what the last document said, what
@@ -106,12 +106,13 @@ class Interfaces : public Tarsel::DcIpInterface {
   documents::Interfaces WithLinks(const documents::Device& wanted) const;
   bool IsTakenByDocument(const documents::InterfaceKey& key) const;
   std::optional<documents::InterfaceKey> FindKeyOf(const intent::Link& link) const;
-  void CarryOut(const intent::InterfacePlan& plan, bool isByDocument);
+  void CarryOut(const intent::InterfacePlan& plan, InterfaceChange::By by);
   void Replace(const documents::Interfaces& before, documents::Interfaces after);
   void ChoosePrimaries(const std::set<unsigned short>& vlans);
   void TakePrimaries(const intent::Primaries& primaries);
   void SetPrimary(unsigned short vlan, const std::string& name);
-  void TellListener(const intent::InterfacePlan& plan, bool isByDocument) const;
+  void TellListener(const intent::InterfacePlan& plan, InterfaceChange::By by) const;
+  bool IsRepeat(const intent::InterfaceStep& step) const;
   void Happen(const documents::InterfaceKey& key, const intent::InterfaceAction& action);
   void TakeIndexes();
   void CountAll();

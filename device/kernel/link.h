@@ -16,19 +16,22 @@ namespace kernel {
 struct LinkAddress {
   bool isIp6 = false;
   Address address{};
+  /// Of a link between two ends, the address of the other one (IPv4); else the address again.
+  Address other{};
   unsigned char length = 0;  // at most 32 or 128
   /// It is in the network of another address of the link, which came before it (IPv4).
   bool isSecondary = false;
   unsigned char scope = 0;  // the kernel's; 0 is the widest
 
   /// What addresses of a link are told apart by. The kernel lets one address stand twice in IPv4,
-  /// with two lengths.
-  bool IsSame(const LinkAddress& other) const {
-    return isIp6 == other.isIp6 && address == other.address && (isIp6 || length == other.length);
+  /// with two lengths or two other ends.
+  bool IsSame(const LinkAddress& that) const {
+    return isIp6 == that.isIp6 && address == that.address &&
+           (isIp6 || (length == that.length && other == that.other));
   }
   friend bool operator==(const LinkAddress& a, const LinkAddress& b) {
-    return std::tie(a.isIp6, a.address, a.length, a.isSecondary, a.scope) ==
-           std::tie(b.isIp6, b.address, b.length, b.isSecondary, b.scope);
+    return std::tie(a.isIp6, a.address, a.other, a.length, a.isSecondary, a.scope) ==
+           std::tie(b.isIp6, b.address, b.other, b.length, b.isSecondary, b.scope);
   }
 };
 

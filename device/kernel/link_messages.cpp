@@ -76,6 +76,7 @@ std::vector<char> MakeAddressDump(std::uint32_t sequence) {
   return MakeDumpOf<ifaddrmsg>(RTM_GETADDR, sequence, false);
 }
 
+// Drivers tell of themselves in messages that say little of the link; those are passed over.
 // A bridge tells of its ports in messages of its own, under the same numbers: the end of a port is
 // not that of the link.
 std::optional<FoundLink> ReadLink(const nlmsghdr& header) {
@@ -96,12 +97,14 @@ std::optional<FoundLink> ReadLink(const nlmsghdr& header) {
   link.isPointToPoint = (message.ifi_flags & IFF_POINTOPOINT) != 0;
   link.isBroadcast = (message.ifi_flags & IFF_BROADCAST) != 0;
   link.isMulticast = (message.ifi_flags & IFF_MULTICAST) != 0;
+  bool isWhole = found.isGone;
   ForEachAttribute(header, sizeof(ifinfomsg), [&](const nlattr& attribute) {
     switch (mnl_attr_get_type(&attribute)) {
       case IFLA_IFNAME:
         link.name = TextOf(attribute);
         break;
       case IFLA_MTU:
+        isWhole = true;
         TakeNumber(attribute, link.mtu);
         break;
       case IFLA_LINKINFO:
@@ -111,7 +114,7 @@ std::optional<FoundLink> ReadLink(const nlmsghdr& header) {
         break;
     }
   });
-  return found;
+  return isWhole ? std::optional(found) : std::nullopt;
 }
 
 // An address of IPv4 that leads to one other end has the latter as "address": the own one is the
@@ -145,8 +148,14 @@ std::optional<FoundAddress> ReadAddress(const nlmsghdr& header) {
   const bool isTentative = (flags & IFA_F_TENTATIVE) != 0 && (flags & IFA_F_OPTIMISTIC) == 0;
   FoundAddress found;
   found.ifIndex = message.ifa_index;
-  found.address = {isIp6, AddressOf(local != nullptr ? local : address), message.ifa_prefixlen,
-                   !isIp6 && (flags & IFA_F_SECONDARY) != 0, message.ifa_scope};
+  const Address own = AddressOf(local != nullptr ? local : address);
+  const Address other = !isIp6 && address != nullptr ? AddressOf(address) : own;
+  found.address = {isIp6,
+                   own,
+                   other,
+                   message.ifa_prefixlen,
+                   !isIp6 && (flags & IFA_F_SECONDARY) != 0,
+                   message.ifa_scope};
   found.isGone = header.nlmsg_type == RTM_DELADDR || isTentative || (flags & IFA_F_DADFAILED) != 0;
   found.sequence = DumpOf(header);
   return found;

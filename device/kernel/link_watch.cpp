@@ -22,6 +22,31 @@ auto FindSame(std::vector<LinkAddress>& addresses, const LinkAddress& address) {
                       [&](const LinkAddress& other) { return other.IsSame(address); });
 }
 
+// A primary address that was a secondary one comes behind all others, as in the kernel.
+void Replace(std::vector<LinkAddress>& addresses, std::vector<LinkAddress>::iterator which,
+             const LinkAddress& address) {
+  if (which->isSecondary && !address.isSecondary) {
+    addresses.erase(which);
+    addresses.push_back(address);
+  } else {
+    *which = address;
+  }
+}
+
+// Of IPv6 the order means nothing.
+bool HaveSameOrder(const std::vector<LinkAddress>& a, const std::vector<LinkAddress>& b) {
+  const auto sorted = [](std::vector<LinkAddress> addresses) {
+    std::stable_sort(addresses.begin(), addresses.end(),
+                     [](const LinkAddress& one, const LinkAddress& other) {
+                       return one.isIp6 != other.isIp6 ? other.isIp6
+                              : one.isIp6              ? one.address < other.address
+                                                       : false;
+                     });
+    return addresses;
+  };
+  return sorted(a) == sorted(b);
+}
+
 }  // namespace
 
 LinkWatch::LinkWatch(uv_loop_s* loop, const OpenChannel& open, Log log,
@@ -78,12 +103,16 @@ bool LinkWatch::HearPacket() {
   switch (m_channel->Receive(received)) {
     case Channel::Outcome::OVERRUN:
       ++m_overruns;
+      m_isLosing = true;
       m_isInterrupted = true;
       if (!IsReading()) {
         BeginReading();
       }
       return true;
     case Channel::Outcome::NOTHING:
+      if (std::exchange(m_isLosing, false) && m_isToRead) {
+        Read(Reading::LINKS);
+      }
       return false;
     case Channel::Outcome::FAILED:
       if (IsReading()) {
@@ -153,13 +182,15 @@ void LinkWatch::Take(const FoundAddress& found) {
     }
     return;
   }
-  if (alsoSeen == seen.end() && IsReading()) {
+  if (alsoSeen != seen.end()) {
+    Replace(seen, alsoSeen, found.address);
+  } else if (IsReading()) {
     seen.push_back(found.address);
   }
   if (same == addresses.end()) {
     addresses.push_back(found.address);
   } else if (!(*same == found.address)) {
-    *same = found.address;
+    Replace(addresses, same, found.address);
   } else {
     return;
   }
@@ -181,7 +212,7 @@ void LinkWatch::Change(std::uint32_t index) {
 }
 
 void LinkWatch::CallBack() {
-  if (m_hasRead && HasChanged()) {
+  if (m_hasRead && HasChanged() && !IsReading()) {
     m_hasChanged();
   }
 }
@@ -195,8 +226,13 @@ void LinkWatch::BeginReading() {
   Read(Reading::LINKS);
 }
 
+// A socket that has overrun loses all news until it is empty, without another word.
 void LinkWatch::Read(Reading what) {
   m_readingOf = what;
+  m_isToRead = m_isLosing;
+  if (m_isToRead) {
+    return;
+  }
   m_isInterrupted = false;
   m_seenLinks.clear();
   m_seenAddresses.clear();
@@ -209,7 +245,7 @@ void LinkWatch::Read(Reading what) {
 
 // Of a dump that was given up the end has another number.
 void LinkWatch::End(std::uint32_t sequence, int error) {
-  if (!IsReading() || sequence != m_dump) {
+  if (!IsReading() || m_isToRead || sequence != m_dump) {
     return;
   }
   if (error != 0) {
@@ -224,7 +260,7 @@ void LinkWatch::End(std::uint32_t sequence, int error) {
     DropUnseenLinks();
     Read(Reading::ADDRESSES);
   } else {
-    DropUnseenAddresses();
+    TakeSeenAddresses();
     EndReading(true);
   }
 }
@@ -241,18 +277,20 @@ void LinkWatch::DropUnseenLinks() {
   }
 }
 
-void LinkWatch::DropUnseenAddresses() {
+// The order counts, too: a reading tells it as the kernel has it.
+void LinkWatch::TakeSeenAddresses() {
   for (auto& [index, link] : m_links) {
     std::vector<LinkAddress>& seen = m_seenAddresses[index];
-    const auto isUnseen = [&seen](const LinkAddress& address) {
-      return FindSame(seen, address) == seen.end();
+    const auto isSeen = [&seen](const LinkAddress& address) {
+      return FindSame(seen, address) != seen.end();
     };
-    const auto unseen = std::remove_if(link.addresses.begin(), link.addresses.end(), isUnseen);
-    if (unseen != link.addresses.end()) {
-      link.addresses.erase(unseen, link.addresses.end());
+    if (!std::all_of(link.addresses.begin(), link.addresses.end(), isSeen)) {
       Untold(true);
+    }
+    if (!HaveSameOrder(link.addresses, seen)) {
       Change(index);
     }
+    link.addresses = std::move(seen);
   }
 }
 

@@ -30,7 +30,8 @@ class LinkWatch {
   using Log = std::function<void(const std::string& line)>;
 
   /// `open` throws std::runtime_error if there is no way to the kernel, and so does the constructor
-  /// then. `changed` is called when TakeChanged has something; once for what one turn has brought.
+  /// then. `changed` is called when TakeChanged has something and no reading is under way, which shows
+  /// what comes before what goes; once for what one turn has brought.
   /// The first reading is begun.
   LinkWatch(uv_loop_s* loop, const OpenChannel& open, Log log, std::function<void()> changed);
   LinkWatch(const LinkWatch&) = delete;
@@ -72,7 +73,7 @@ class LinkWatch {
   void Read(Reading what);
   void Fail();
   void DropUnseenLinks();
-  void DropUnseenAddresses();
+  void TakeSeenAddresses();
   void EndReading(bool isComplete);
   void Change(std::uint32_t index);
   void Untold(bool isByDump);
@@ -88,6 +89,8 @@ class LinkWatch {
   std::set<std::uint32_t> m_changed;
   Reading m_readingOf = Reading::NOTHING;
   std::uint32_t m_dump = 0;  // the sequence number of what is read
+  bool m_isLosing = false;   // news, until the socket is empty
+  bool m_isToRead = false;   // then
   bool m_isInterrupted = false;
   unsigned int m_interruptions = 0;
   bool m_hasRead = false;  // once

@@ -306,8 +306,10 @@ void RouteSink::HearChanges() {
     const Channel::Outcome outcome = m_hearing->Receive(received);
     if (outcome == Channel::Outcome::OVERRUN) {
       Overrun();
+      m_isLosing = true;
     }
     if (outcome == Channel::Outcome::NOTHING || outcome == Channel::Outcome::FAILED) {
+      hasChanged = std::exchange(m_isLosing, false) || hasChanged;
       break;
     }
     hasChanged = true;

@@ -108,6 +108,7 @@ class RouteSink {
   std::uint32_t m_dump = 0;  // the sequence number of the dump that is read
   bool m_isInterrupted = false;
   unsigned int m_interruptions = 0;
+  bool m_isLosing = false;  // news of links, until their socket is empty
   bool m_isComparing = false;
   bool m_isSoon = false;       // a comparison is to begin
   bool m_hasLearnt = false;    // what stands from an earlier run, or after lost answers

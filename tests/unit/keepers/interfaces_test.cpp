@@ -387,6 +387,24 @@ TEST_F(LinksTest, WhatTheDocumentHasIsNotTakenAway) {
   EXPECT_EQ("dummy", state.Get().at({10, 3}).name);
 }
 
+// Nothing is told, and yet another one speaks for it.
+TEST_F(LinksTest, AnInterfaceBecomesALinkAndBack) {
+  const std::string eth0 = R"({"name": "eth0", "vlan": 10, "index": 3, "ipv4": "10.1.0.1/16"})";
+  const intent::Link link = With(MakeLink(3, "eth0"), "10.1.0.1/16");
+  ApplyKernel(R"({"interfaces": ["x*"]})", eth0);
+  Take({{3, link}});
+  EXPECT_FALSE(state.Get().at({10, 3}).isLink);
+  ApplyKernel(ETH, eth0);
+  EXPECT_TRUE(state.Get().at({10, 3}).isLink);
+  EXPECT_TRUE(Take({{3, std::nullopt}}));
+  EXPECT_THAT(state.Get(), IsEmpty());
+  Take({{3, link}});
+  ApplyKernel(R"({"interfaces": ["x*"]})", eth0);
+  EXPECT_FALSE(state.Get().at({10, 3}).isLink);
+  EXPECT_FALSE(Take({{3, std::nullopt}}));
+  EXPECT_THAT(state.Get(), testing::SizeIs(1));
+}
+
 TEST_F(LinksTest, APrimaryInterfaceThatIsNamedStays) {
   ApplyKernel(ETH, "", R"("10": "eth1")");
   Take({{3, With(MakeLink(3, "eth0"), "10.1.0.1/16")}});

@@ -19,7 +19,7 @@ using kernel::Received;
 
 LinkAddress LinkAddressOf(const std::string& text, bool isSecondary) {
   const kernel::RouteKey key = Key(text);
-  return {key.isIp6, key.destination, key.length, isSecondary, 0};
+  return {key.isIp6, key.destination, key.destination, key.length, isSecondary, 0};
 }
 
 void FakeLinks::Tell(Message message) {
@@ -64,6 +64,9 @@ void FakeLinks::RemoveAddress(std::uint32_t index, const LinkAddress& address) {
 
 FakeLinkChannel::FakeLinkChannel(FakeLinks& links) : m_links(links) {
   m_links.tell = [this](Message message) {
+    if (m_isFull) {
+      return;
+    }
     Received received;
     received.messages.push_back(std::move(message));
     Tell(Outcome::MESSAGES, std::move(received));
@@ -118,6 +121,7 @@ int FakeLinkChannel::Send(const std::vector<char>& bytes) {
 kernel::Channel::Outcome FakeLinkChannel::Receive(Received& received) {
   received = Received();
   if (m_waiting.empty()) {
+    m_isFull = false;
     eventfd_t value;
     eventfd_read(GetDescriptor(), &value);
     return Outcome::NOTHING;
@@ -129,11 +133,7 @@ kernel::Channel::Outcome FakeLinkChannel::Receive(Received& received) {
 }
 
 void FakeLinkChannel::Overrun() {
-  const auto isLost = [](const std::pair<Outcome, Received>& packet) {
-    const auto& messages = packet.second.messages;
-    return messages.empty() || !std::holds_alternative<kernel::DumpEnd>(messages.back());
-  };
-  m_waiting.erase(std::remove_if(m_waiting.begin(), m_waiting.end(), isLost), m_waiting.end());
+  m_isFull = true;
   m_waiting.emplace_front(Outcome::OVERRUN, Received());
   eventfd_write(GetDescriptor(), 1);
 }

@@ -47,7 +47,8 @@ class FakeLinkChannel : public kernel::Channel {
   Outcome Receive(kernel::Received& received) override;
   int GetDescriptor() const override { return m_descriptor.Get(); }
 
-  /// Loses all that has not been received but the ends of dumps, and tells so.
+  /// The socket is full: what has not been received stays, and tells so first. Until that has been
+  /// received all news are lost without a word, as a kernel does.
   void Overrun();
 
   /// What becomes of the next dumps, the last one first.
@@ -60,6 +61,7 @@ class FakeLinkChannel : public kernel::Channel {
   void Tell(Outcome outcome, kernel::Received received);
 
   FakeLinks& m_links;
+  bool m_isFull = false;
   std::deque<std::pair<Outcome, kernel::Received>> m_waiting;
   const program::OwnedDescriptor m_descriptor{eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
 };

@@ -61,6 +61,9 @@ Writing LinkMessage(unsigned short type = RTM_NEWLINK, unsigned int flags = IFF_
   link.ifi_family = AF_UNSPEC;
   link.ifi_index = index;
   link.ifi_flags = flags;
+  if (type == RTM_NEWLINK) {
+    message.Number(IFLA_MTU, 1500);
+  }
   return message;
 }
 
@@ -79,7 +82,6 @@ Writing AddressMessage(unsigned char family, unsigned char length, std::uint32_t
 TEST(LinkMessages, ALinkIsReadWithAllThatCounts) {
   Writing message = LinkMessage(RTM_NEWLINK, IFF_UP | IFF_RUNNING | IFF_BROADCAST | IFF_MULTICAST);
   message.Text(IFLA_IFNAME, "eth0");
-  message.Number(IFLA_MTU, 9000);
   const FoundLink found = message.ReadOne<FoundLink>();
   EXPECT_FALSE(found.isGone);
   EXPECT_EQ(0u, found.sequence);
@@ -87,7 +89,7 @@ TEST(LinkMessages, ALinkIsReadWithAllThatCounts) {
   expected.index = 3;
   expected.name = "eth0";
   expected.isUp = expected.isBroadcast = expected.isMulticast = true;
-  expected.mtu = 9000;
+  expected.mtu = 1500;
   EXPECT_TRUE(found.link == expected);
 }
 
@@ -142,7 +144,9 @@ TEST(LinkMessages, AnAddressIsTheLinksOwn) {
   const FoundAddress found = message.ReadOne<FoundAddress>();
   EXPECT_EQ(3u, found.ifIndex);
   EXPECT_FALSE(found.isGone);
-  EXPECT_TRUE(found.address == LinkAddressOf("10.1.0.1/24", true));
+  kernel::LinkAddress expected = LinkAddressOf("10.1.0.1/24", true);
+  expected.other = LinkAddressOf("10.1.0.2/24").address;
+  EXPECT_TRUE(found.address == expected);
   Writing other = AddressMessage(AF_INET6, 64);
   other.Address(IFA_ADDRESS, "2001:db8::1");
   EXPECT_TRUE(other.ReadOne<FoundAddress>().address == LinkAddressOf("2001:db8::1/64"));
@@ -172,6 +176,10 @@ TEST(LinkMessages, WhatMakesNoSenseIsPassedOver) {
   Writing family = AddressMessage(AF_UNIX, 24);
   family.Address(IFA_LOCAL, "10.1.0.1");
   EXPECT_THAT(family.Read(), IsEmpty());
+  Writing little(RTM_NEWLINK);
+  little.Put<ifinfomsg>().ifi_index = 3;
+  little.Text(IFLA_IFNAME, "eth0");
+  EXPECT_THAT(little.Read(), IsEmpty()) << "a driver's news";
   Writing headless(RTM_NEWLINK);
   EXPECT_THAT(headless.Read(), IsEmpty());
   Writing bare(RTM_NEWADDR);
