@@ -7,7 +7,7 @@
 
 #include "device/program/decimal.h"
 #include "device/program/printable.h"
-#include "listener.h"
+#include "device/program/users.h"
 
 namespace client {
 
@@ -16,7 +16,7 @@ namespace {
 constexpr const char* HELP =
     "Usage: vantacorectl --socket PATH [OPTION...] [COMMAND WORD...]\n"
     "\n"
-    "  --socket PATH       where the daemon listens (its own --socket)\n"
+    "  --socket PATH       where the daemon listens (its own --socket or --view-socket)\n"
     "  --timeout N         wait this many seconds for a sign of the daemon, 1 to 3600 (default "
     "10)\n"
     "  --daemon-user NAME  the user that the daemon runs as, unless it is you or root\n"
@@ -44,7 +44,9 @@ std::string Take(int number, const char* value, CommandLine& line) {
   }
   if (number == DAEMON_USER) {
     line.daemonUser = value;
-    return FindUser(value) ? "" : "--daemon-user takes a user's name, not " + program::Quote(value);
+    return program::FindUser(value)
+               ? ""
+               : "--daemon-user takes a user's name, not " + program::Quote(value);
   }
   if (number == NO_WAIT) {
     line.isWaiting = false;

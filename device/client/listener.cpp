@@ -1,6 +1,5 @@
 #include "listener.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,6 +7,7 @@
 
 #include "device/program/peer.h"
 #include "device/program/printable.h"
+#include "device/program/users.h"
 
 namespace client {
 
@@ -22,18 +22,14 @@ std::string Describe(uid_t user) {
 
 }  // namespace
 
-std::optional<uid_t> FindUser(const std::string& name) {
-  const passwd* found = getpwnam(name.c_str());
-  return found ? std::optional<uid_t>(found->pw_uid) : std::nullopt;
-}
-
 std::string Distrust(int socket, const std::string& daemonUser) {
   const auto listener = program::FindPeer(socket);
   if (!listener) {
     return std::string("nobody knows who listens there: ") + std::strerror(errno);
   }
   const uid_t own = geteuid();
-  if (own == ROOT || *listener == ROOT || *listener == own || FindUser(daemonUser) == *listener) {
+  if (own == ROOT || *listener == ROOT || *listener == own ||
+      program::FindUser(daemonUser) == *listener) {
     return {};
   }
   return "the user " + Describe(*listener) + " listens there, who is not you, root or " +

@@ -2,15 +2,9 @@
 #ifndef DEVICE_CLIENT_LISTENER_H
 #define DEVICE_CLIENT_LISTENER_H
 
-#include <sys/types.h>
-
-#include <optional>
 #include <string>
 
 namespace client {
-
-/// Returns the id of the user of this name, if there is one.
-std::optional<uid_t> FindUser(const std::string& name);
 
 /// Returns why the listener at the other end of a connected socket cannot be trusted, or the empty
 /// text if it can. A stranger could read what the operator types, and answer anything. Trusted
