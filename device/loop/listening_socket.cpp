@@ -44,12 +44,31 @@ bool IsLeftOver(const sockaddr_un& address) {
          errno == ECONNREFUSED;
 }
 
-int Bind(int fd, const sockaddr_un& address) {
-  const mode_t mask = umask(S_IXUSR | S_IRWXG | S_IRWXO);
+int Bind(int fd, const sockaddr_un& address, mode_t mode) {
+  const mode_t mask = umask(~mode & (S_IRWXU | S_IRWXG | S_IRWXO));
   const int problem =
       bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
   umask(mask);
   return problem;
+}
+
+// Returns 0, or why the socket cannot be given away. What somebody has put in its place meanwhile is
+// left alone.
+int GiveAway(const sockaddr_un& address, const SocketAccess& access) {
+  constexpr uid_t SAME_OWNER = static_cast<uid_t>(-1);
+  constexpr gid_t SAME_GROUP = static_cast<gid_t>(-1);
+  const program::OwnedDescriptor file(open(address.sun_path, O_PATH | O_NOFOLLOW | O_CLOEXEC));
+  struct stat found {};
+  if (fstat(file.Get(), &found) != 0) {
+    return errno;
+  }
+  if (!S_ISSOCK(found.st_mode)) {
+    return ENOTSOCK;
+  }
+  return fchownat(file.Get(), "", access.owner.value_or(SAME_OWNER),
+                  access.group.value_or(SAME_GROUP), AT_EMPTY_PATH) == 0
+             ? 0
+             : errno;
 }
 
 std::string FolderOf(const std::string& path) {
@@ -69,28 +88,41 @@ void LockUntilClosed(int folder) {
   }
 }
 
-int Listen(const std::string& path) {
-  const sockaddr_un address = AddressOf(path);
-  const program::OwnedDescriptor folder(
-      open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  LockUntilClosed(folder.Get());
+int NewSocket(const std::string& path) {
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (fd < 0) {
     Fail(path, errno);
   }
-  int problem = Bind(fd, address);
+  return fd;
+}
+
+[[noreturn]] void GiveUp(const sockaddr_un& address, const std::string& what, int problem) {
+  unlink(address.sun_path);
+  Fail(what, problem);
+}
+
+// The order is what keeps strangers out: a socket that is bound refuses everybody until somebody
+// listens at it, and by then it has its owner, its group and its mode.
+void Listen(int fd, const std::string& path, const SocketAccess& access) {
+  const sockaddr_un address = AddressOf(path);
+  const program::OwnedDescriptor folder(
+      open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  LockUntilClosed(folder.Get());
+  int problem = Bind(fd, address, access.GetMode());
   if (problem == EADDRINUSE && IsLeftOver(address)) {
     unlink(address.sun_path);
-    problem = Bind(fd, address);
-  }
-  if (problem == 0 && listen(fd, BACKLOG) != 0) {
-    problem = errno;
+    problem = Bind(fd, address, access.GetMode());
   }
   if (problem != 0) {
-    close(fd);
     Fail(path, problem);
   }
-  return fd;
+  problem = access.owner || access.group ? GiveAway(address, access) : 0;
+  if (problem != 0) {
+    GiveUp(address, path + ": cannot be given to its owner and group", problem);
+  }
+  if (listen(fd, BACKLOG) != 0) {
+    GiveUp(address, path, errno);
+  }
 }
 
 }  // namespace
@@ -100,8 +132,11 @@ ListeningSocket::Identity ListeningSocket::FindIdentity(const std::string& path)
   return lstat(path.c_str(), &found) == 0 ? Identity(found.st_dev, found.st_ino) : Identity();
 }
 
-ListeningSocket::ListeningSocket(const std::string& path)
-    : m_path(path), m_descriptor(Listen(path)), m_identity(FindIdentity(path)) {}
+ListeningSocket::ListeningSocket(const std::string& path, const SocketAccess& access)
+    : m_path(path), m_descriptor(NewSocket(path)) {
+  Listen(m_descriptor.Get(), path, access);
+  m_identity = FindIdentity(path);
+}
 
 // Another process has the place by now when somebody removed the socket before.
 ListeningSocket::~ListeningSocket() {

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -11,13 +12,22 @@
 
 namespace loop {
 
-/// Listens from its constructor on; nobody is accepted before its owner does that. Only the
-/// process's user may connect.
+/// Who may connect to a socket, besides root. The permission to write counts.
+struct SocketAccess {
+  std::optional<uid_t> owner;  // nothing: the process's user
+  std::optional<gid_t> group;  // nothing: the one that the system gives it
+  std::optional<mode_t> mode;  // nothing: the owner, and the group if it is named
+
+  mode_t GetMode() const { return mode.value_or(group ? 0660 : 0600); }
+};
+
+/// Listens from its constructor on; nobody is accepted before its owner does that.
 class ListeningSocket {
  public:
-  /// A socket at `path` that an ended process has left there is replaced. Throws std::runtime_error
-  /// if it cannot listen there.
-  explicit ListeningSocket(const std::string& path);
+  /// A socket at `path` that an ended process has left there is replaced. At no moment may anybody
+  /// connect whom `access` does not let in. Throws std::runtime_error if it cannot listen there, or
+  /// cannot give the socket to whom it shall belong; nothing stays at `path` then.
+  explicit ListeningSocket(const std::string& path, const SocketAccess& access = {});
   ListeningSocket(const ListeningSocket&) = delete;
   ListeningSocket& operator=(const ListeningSocket&) = delete;
   /// Removes the socket at the path, if it is still its own.
@@ -33,7 +43,7 @@ class ListeningSocket {
 
   const std::string m_path;
   program::OwnedDescriptor m_descriptor;
-  const Identity m_identity;
+  Identity m_identity;
 };
 
 }  // namespace loop
