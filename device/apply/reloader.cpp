@@ -373,7 +373,9 @@ void Reloader::Confirmed(const revisions::State& state, const std::string& probl
   }
   m_confirmation.Stop();
   m_history->TakeState(state);
-  Announce(RevisionText(m_job->number) + " is confirmed");
+  const std::string names = m_job->askers.GetNames();
+  Announce(RevisionText(m_job->number) +
+           (names.empty() ? " is confirmed" : " is confirmed by " + names));
   if (const std::size_t kept = m_knowledge.GetRoutes().CountKept()) {
     Announce(DescribeKept(kept));
   }

@@ -49,7 +49,7 @@ TEST_F(Transactions, AreCarriedOutFromAPipe) {
   process.ReadErrorsUntil("`confirm 6` within 600 s keeps it; otherwise revision 5 comes back");
   process.Send("confirm 6\nhistory\n");
   process.ReadUntil("*     6  ");
-  process.ReadErrorsUntil("Revision 6 is confirmed\n");
+  process.ReadErrorsUntil("Revision 6 is confirmed by pipe\n");
   process.Send("revision 6\n");
   process.ReadUntil("Revision 6, in force\n");
   process.Send("diff 5\n");
@@ -163,7 +163,7 @@ TEST_F(Transactions, AreCarriedOutAtATerminal) {
   EXPECT_THAT(type("diff"), HasSubstr("  + "));
   EXPECT_THAT(type("reload confirm 600"), HasSubstr("Revision 2, reload by terminal: "));
   EXPECT_THAT(type("reload"), HasSubstr("Refused to terminal: revision 2 of terminal waits"));
-  EXPECT_THAT(type("confirm 2"), HasSubstr("Revision 2 is confirmed"));
+  EXPECT_THAT(type("confirm 2"), HasSubstr("Revision 2 is confirmed by terminal\r\n"));
   EXPECT_EQ(CountRoutes(system_test::Shown(type("rtm rib"))), 3);
   EXPECT_THAT(type("undo"), HasSubstr("Revision 3, undo to revision 1 by terminal: "));
   EXPECT_THAT(type("history"), HasSubstr("*     3  "));
