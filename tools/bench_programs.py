@@ -88,7 +88,7 @@ class Daemon(Process):
         if options.tick_us is not None:
             command += ["--tick-us", str(options.tick_us)]
         if socket_path is not None:
-            command += ["--socket", socket_path]
+            command += ["--socket", socket_path, "--lab"]
         super().__init__(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                          stderr=subprocess.PIPE)
         self.log = threading.Thread(target=self._read_log, daemon=True)

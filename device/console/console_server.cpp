@@ -28,7 +28,7 @@ ConsoleServer::ConsoleServer(uv_loop_s* loop, const std::string& path, Context c
     : m_loop(loop),
       m_context(std::move(context)),
       m_limits(limits),
-      m_listener(path),
+      m_listener(path, m_context.access),
       m_poll(loop, m_listener.Get()),
       m_sweep(loop),
       m_pause(loop) {}
@@ -65,11 +65,12 @@ void ConsoleServer::Welcome(int fd) {
   client.settle = m_context.makeSettle();
   const SessionContext context{m_loop,          m_context.dispatcher, *client.settle,
                                m_context.walks, m_context.findEffect, {}};
-  client.session = std::make_unique<SocketSession>(context, m_context.defaultVlan(), fd,
-                                                   m_limits.greetingMilliseconds, [this, &client] {
-                                                     client.isGone = true;
-                                                     m_sweep.Post([this] { Sweep(); });
-                                                   });
+  client.session =
+      std::make_unique<SocketSession>(context, m_context.defaultVlan(), fd, m_context.place,
+                                      m_limits.greetingMilliseconds, [this, &client] {
+                                        client.isGone = true;
+                                        m_sweep.Post([this] { Sweep(); });
+                                      });
   client.session->Start();
 }
 

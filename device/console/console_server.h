@@ -23,13 +23,16 @@ class ConsoleServer {
   static constexpr unsigned short PROTOCOL_VERSION = wire::VERSION;
 
   struct Context {
-    const Dispatcher& dispatcher;  // borrowed
+    const Dispatcher& dispatcher;  // borrowed; has the words for the clients of this socket
     /// Makes a session's own wait until things have settled.
     std::function<std::unique_ptr<loop::SettledWait>()> makeSettle;
     std::function<unsigned short()> defaultVlan;
     Walks& walks;  // borrowed
     /// As SessionContext's.
     std::function<views::Effect(std::size_t most)> findEffect = {};
+    /// What the log calls the socket.
+    const char* place = "the socket";
+    loop::SocketAccess access = {};
   };
 
   struct Limits {
@@ -38,9 +41,7 @@ class ConsoleServer {
     std::uint64_t greetingMilliseconds = 5000;  // for a client to say its first word
   };
 
-  /// Listens at `path`; a socket that an ended daemon has left there is replaced. Only the daemon's
-  /// user may connect. Clients wait until Start(). Throws std::runtime_error if it cannot listen
-  /// there.
+  /// Listens at `path`, as a ListeningSocket does. Clients wait until Start().
   ConsoleServer(uv_loop_s* loop, const std::string& path, Context context, Limits limits);
   ConsoleServer(const ConsoleServer&) = delete;
   ConsoleServer& operator=(const ConsoleServer&) = delete;

@@ -16,11 +16,19 @@ namespace console {
 
 using program::Quote;
 
+enum class Dispatcher::Kind {
+  VIEW,     // changes nothing, except what its own session is about
+  CHANGE,   // of the device
+  LAB,      // changes it, too, and is there in a laboratory only
+  LIBRARY,  // MayChange (library_words.h) tells
+};
+
 struct Dispatcher::Entry {
   const char* pattern;
   void (Dispatcher::*handler)(Call& call) const;
   const char* description;  // null: help does not show this form
   bool isShown;             // `show` may precede it
+  Kind kind;
 };
 
 // The one list of forms. Of several that fit, the first counts. Words in the place of "..." are for
@@ -28,57 +36,92 @@ struct Dispatcher::Entry {
 const Dispatcher::Entry Dispatcher::ENTRIES[] = {
     {"route [vrf <vid>|all] [<address>|<prefix> [longer]] [proto <protocol>] [via <gateway>] "
      "[dev <interface>] [installed|waiting|refused] [summary] [json]",
-     &Dispatcher::RunView, "IPv4 routes, and why one is not installed", true},
+     &Dispatcher::RunView, "IPv4 routes, and why one is not installed", true, Kind::VIEW},
     {"route6 [vrf <vid>|all] [<address>|<prefix> [longer]] [proto <protocol>] [via <gateway>] "
      "[dev <interface>] [installed|waiting|refused] [summary] [json]",
-     &Dispatcher::RunView, "IPv6 routes", true},
+     &Dispatcher::RunView, "IPv6 routes", true, Kind::VIEW},
     {"explain {<address>|<prefix>} [vrf <vid>] [json]", &Dispatcher::RunView,
-     "One prefix: who wants it, what came of it", true},
-    {"summary [vrf <vid>|all] [json]", &Dispatcher::RunView, "Routes and rows in numbers", true},
+     "One prefix: who wants it, what came of it", true, Kind::VIEW},
+    {"summary [vrf <vid>|all] [json]", &Dispatcher::RunView, "Routes and rows in numbers", true,
+     Kind::VIEW},
     {"requests [vrf <vid>|all] [json]", &Dispatcher::RunView, "What waits, and what was refused",
-     true},
-    {"status [json]", &Dispatcher::RunView, "How the daemon is", true},
-    {"version [json]", &Dispatcher::RunView, "Which version it is", true},
+     true, Kind::VIEW},
+    {"status [json]", &Dispatcher::RunView, "How the daemon is", true, Kind::VIEW},
+    {"version [json]", &Dispatcher::RunView, "Which version it is", true, Kind::VIEW},
     {"watch [route|request|interface|reload] [vrf <vid>|all] [json]", &Dispatcher::RunView,
-     "Changes as they come, until Ctrl-C", true},
-    {"metrics", &Dispatcher::RunView, "Counters for Prometheus", true},
-    {"interface [vrf <vid>]", &Dispatcher::RunLibrary, "Interfaces with their IPv4 addresses",
-     true},
+     "Changes as they come, until Ctrl-C", true, Kind::VIEW},
+    {"metrics", &Dispatcher::RunView, "Counters for Prometheus", true, Kind::VIEW},
+    {"interface [vrf <vid>]", &Dispatcher::RunLibrary, "Interfaces with their IPv4 addresses", true,
+     Kind::VIEW},
     {"interface6 [vrf <vid>]", &Dispatcher::RunLibrary, "Interfaces with their IPv6 addresses",
-     true},
-    {"ip [<word> ...]", &Dispatcher::RunLibrary, "IPv4 commands; alone, lists them", true},
-    {"ip6 [<word> ...]", &Dispatcher::RunLibrary, "IPv6 commands; alone, lists them", true},
-    {"rtm [help|?]", &Dispatcher::ListTables, nullptr, true},
+     true, Kind::VIEW},
+    {"ip [<word> ...]", &Dispatcher::RunLibrary, "IPv4 commands; alone, lists them", true,
+     Kind::LIBRARY},
+    {"ip6 [<word> ...]", &Dispatcher::RunLibrary, "IPv6 commands; alone, lists them", true,
+     Kind::LIBRARY},
+    {"rtm [help|?]", &Dispatcher::ListTables, nullptr, true, Kind::VIEW},
     {"rtm route|rib [ipv6] [<option> ...]", &Dispatcher::RunLibrary,
-     "Installed routes, or all candidates", true},
-    {"show [help|?]", &Dispatcher::ListShown, nullptr, false},
-    {"show <command>", &Dispatcher::ListShown, "The same as the command alone", false},
-    {"vrf <vid>", &Dispatcher::ChooseVlan, "Choose the VLAN that commands are about", false},
-    {"check [strict] [json]", &Dispatcher::RunFolder, "What is wrong in the folder", false},
+     "Installed routes, or all candidates", true, Kind::LIBRARY},
+    {"show [help|?]", &Dispatcher::ListShown, nullptr, false, Kind::VIEW},
+    {"show <command>", &Dispatcher::ListShown, "The same as the command alone", false, Kind::VIEW},
+    {"vrf <vid>", &Dispatcher::ChooseVlan, "Choose the VLAN that commands are about", false,
+     Kind::VIEW},
+    {"check [strict] [json]", &Dispatcher::RunFolder, "What is wrong in the folder", false,
+     Kind::VIEW},
     {"diff [<revision>] [json]", &Dispatcher::RunFolder, "What a reload or a revision would change",
-     true},
+     true, Kind::VIEW},
     {"reload [force] [confirm <seconds>] [json]", &Dispatcher::RunFolder,
-     "Apply the folder; with confirm, on trial", false},
+     "Apply the folder; with confirm, on trial", false, Kind::CHANGE},
     {"confirm <revision> [json]", &Dispatcher::RunFolder, "Keep what a reload on trial has applied",
-     false},
+     false, Kind::CHANGE},
     {"undo [<changes-back>] [json]", &Dispatcher::RunFolder, "Go back: one change, or so many",
-     false},
-    {"history [json]", &Dispatcher::RunFolder, "List the revisions: what has been in force", true},
-    {"revision <revision> [json]", &Dispatcher::RunFolder, "Show one of them", true},
+     false, Kind::CHANGE},
+    {"history [json]", &Dispatcher::RunFolder, "List the revisions: what has been in force", true,
+     Kind::VIEW},
+    {"revision <revision> [json]", &Dispatcher::RunFolder, "Show one of them", true, Kind::VIEW},
     {"verify [stack] [json]", &Dispatcher::RunFolder, "Compare the stack with what is wanted",
-     false},
-    {"retry [<prefix>]", &Dispatcher::RunView, "Ask again now for what was refused", false},
-    {"log level <level> [<component>]", &Dispatcher::RunView, "How much is logged", false},
-    {"lab [<word> ...]", &Dispatcher::RunLab, "Make things happen; alone, lists how", false},
-    {"help", &Dispatcher::Help, "This list; ? after words tells more", false},
-    {"?", &Dispatcher::Help, nullptr, false},
-    {"quit", &Dispatcher::Quit, "Leave; exit does the same", false},
-    {"exit", &Dispatcher::Quit, nullptr, false},
+     false, Kind::VIEW},
+    {"retry [<prefix>]", &Dispatcher::RunView, "Ask again now for what was refused", false,
+     Kind::CHANGE},
+    {"log level <level> [<component>]", &Dispatcher::RunView, "How much is logged", false,
+     Kind::CHANGE},
+    {"lab [<word> ...]", &Dispatcher::RunLab, "Make things happen; alone, lists how", false,
+     Kind::LAB},
+    {"help", &Dispatcher::Help, "This list; ? after words tells more", false, Kind::VIEW},
+    {"?", &Dispatcher::Help, nullptr, false, Kind::VIEW},
+    {"quit", &Dispatcher::Quit, "Leave; exit does the same", false, Kind::VIEW},
+    {"exit", &Dispatcher::Quit, nullptr, false, Kind::VIEW},
 };
 
 struct Dispatcher::Table {
   Grammar grammar{true};
   std::vector<const Entry*> entries;  // in the grammar's order
+
+  void Add(const Entry& entry) {
+    grammar.Add(entry.pattern);
+    entries.push_back(&entry);
+  }
+};
+
+/// The forms that a dispatcher has.
+struct Dispatcher::Tables {
+  Table all;
+  Table shown;     // after `show`
+  Table withheld;  // those that it does not have
+
+  Tables(Scope scope, bool hasLab) {
+    for (const Entry& entry : ENTRIES) {
+      const bool changes = entry.kind == Kind::CHANGE || entry.kind == Kind::LAB;
+      if ((changes && scope == Scope::VIEWS) || (entry.kind == Kind::LAB && !hasLab)) {
+        withheld.Add(entry);
+      } else {
+        all.Add(entry);
+        if (entry.isShown) {
+          shown.Add(entry);
+        }
+      }
+    }
+  }
 };
 
 /// What a line means.
@@ -90,25 +133,11 @@ struct Dispatcher::Line {
   const Entry& GetEntry() const { return *table.entries[parse.form]; }
 };
 
-const Dispatcher::Table& Dispatcher::TableOf(bool isShow) {
-  static const auto Make = [](bool shownOnly) {
-    Table table;
-    for (const Entry& entry : ENTRIES) {
-      if (entry.isShown || !shownOnly) {
-        table.grammar.Add(entry.pattern);
-        table.entries.push_back(&entry);
-      }
-    }
-    return table;
-  };
-  static const Table ALL = Make(false);
-  static const Table SHOWN = Make(true);
-  return isShow ? SHOWN : ALL;
-}
-
 namespace {
 
 constexpr const char* BAR = "|";
+constexpr const char* NO_LAB = " is unknown: the daemon was started without --lab";
+constexpr const char* VIEWS_ONLY = " changes something, and this socket is for views only";
 
 bool IsHelp(const std::string& word) { return word == "help" || word == "?"; }
 
@@ -127,8 +156,20 @@ bool IsOthers(const Parse& parse) {
 
 }  // namespace
 
-Dispatcher::Dispatcher(FolderCommands folder, Lab& lab, Answers answers)
-    : m_folder(std::move(folder)), m_views(std::move(answers)), m_lab(lab) {}
+Dispatcher::Dispatcher(FolderCommands folder, Lab* lab, Answers answers, Scope scope)
+    : m_folder(std::move(folder)),
+      m_views(std::move(answers)),
+      m_lab(lab),
+      m_scope(scope),
+      m_tables(std::make_unique<const Tables>(scope, lab != nullptr)) {}
+
+Dispatcher::~Dispatcher() = default;
+
+void Dispatcher::EndHold(unsigned int hold, bool wasAlone) const {
+  if (m_lab != nullptr) {
+    m_lab->EndHold(hold, wasAlone);
+  }
+}
 
 Reply Dispatcher::Execute(const std::string& line,
                           const std::shared_ptr<RunningCommand>& command) const {
@@ -152,12 +193,12 @@ Reply Dispatcher::Execute(const std::string& line,
   return reply;
 }
 
-Dispatcher::Line Dispatcher::Read(const Words& words) {
-  Line line{{}, TableOf(false).grammar.Read(words), TableOf(false)};
+Dispatcher::Line Dispatcher::Read(const Words& words) const {
+  Line line{{}, m_tables->all.grammar.Read(words), m_tables->all};
   const bool isShow = words.size() > 1 && !line.parse.words.empty() &&
                       line.parse.words[0] == "show" && !IsHelp(words[1]);
   if (isShow) {
-    return {{"show"}, TableOf(true).grammar.Read(Tail(words)), TableOf(true)};
+    return {{"show"}, m_tables->shown.grammar.Read(Tail(words)), m_tables->shown};
   }
   if (!line.parse.words.empty() && line.parse.words[0] == "lab" && words.size() > 1 &&
       !IsHelp(words[1])) {
@@ -171,6 +212,34 @@ Dispatcher::Line Dispatcher::Read(const Words& words) {
   return line;
 }
 
+// Whether a line of the library has what this dispatcher does not have.
+bool Dispatcher::IsWithheld(const Words& libraryWords) const {
+  return m_scope == Scope::VIEWS && MayChange(libraryWords);
+}
+
+// A line that another dispatcher would carry out: says why this one does not.
+bool Dispatcher::Withhold(const Line& line, const Words& words, RunningCommand& command) const {
+  if (line.parse.form != Parse::NONE && line.GetEntry().kind == Kind::LIBRARY) {
+    if (IsWithheld(line.parse.words)) {
+      Decline(words, line.parse, Quote(Joined(line.parse.words)) + VIEWS_ONLY, command);
+      return true;
+    }
+    return false;
+  }
+  const bool isUnknown = line.before.empty() && line.parse.misfit == 0;
+  const Parse first = isUnknown ? m_tables->withheld.grammar.Read({words[0]}) : Parse();
+  if (first.begun.empty()) {
+    return false;
+  }
+  const bool isLab = m_tables->withheld.entries[first.begun[0]]->kind == Kind::LAB;
+  if (isLab && m_lab == nullptr) {
+    console::Misunderstand(words, {}, Quote(words[0]) + NO_LAB, command);
+  } else {
+    Decline(words, {}, Quote(words[0]) + VIEWS_ONLY, command);
+  }
+  return true;
+}
+
 void Dispatcher::Run(const Words& words, const std::shared_ptr<RunningCommand>& command,
                      Reply& reply, bool& goesOn) const {
   if (const std::string answer = FindForeignWords(words); !answer.empty()) {
@@ -178,6 +247,9 @@ void Dispatcher::Run(const Words& words, const std::shared_ptr<RunningCommand>& 
     return;
   }
   Line line = Read(words);
+  if (Withhold(line, words, *command)) {
+    return;
+  }
   const bool asksForHelp = words.size() > 1 && words.back() == "?" &&
                            line.parse.misfit + line.before.size() + 1 == words.size();
   if (asksForHelp && !Following(line).empty()) {
@@ -207,7 +279,7 @@ void Dispatcher::Run(const Words& words, const std::shared_ptr<RunningCommand>& 
 }
 
 // The line fits its form, and its handler does not take one of the words.
-void Dispatcher::TellMisfit(const Call& call, Line line, const Words& words) {
+void Dispatcher::TellMisfit(const Call& call, Line line, const Words& words) const {
   line.parse.misfit = call.misfit;
   line.parse.words.resize(call.misfit);
   line.parse.following.clear();
@@ -226,7 +298,8 @@ void Dispatcher::TellMisfit(const Call& call, Line line, const Words& words) {
 }
 
 // The word at the misfit is the first that is not understood.
-void Dispatcher::Misunderstand(const Line& line, const Words& words, RunningCommand& command) {
+void Dispatcher::Misunderstand(const Line& line, const Words& words,
+                               RunningCommand& command) const {
   const Parse& parse = line.parse;
   const std::size_t misfit = line.before.size() + parse.misfit;
   if (const std::string answer = FindForeignWords(words, misfit); !answer.empty()) {
@@ -262,7 +335,7 @@ void Dispatcher::TellUsage(const Line& line, const Words& words, RunningCommand&
 
 // What may stand after the words of the line that are understood. Help may stand after a word that
 // lists others, and is not one of these.
-std::vector<Atom> Dispatcher::Following(const Line& line) {
+std::vector<Atom> Dispatcher::Following(const Line& line) const {
   std::vector<Atom> atoms = line.parse.following;
   if (line.parse.words.empty()) {
     return atoms;
@@ -270,10 +343,13 @@ std::vector<Atom> Dispatcher::Following(const Line& line) {
   if (line.parse.words == Words{"lab"}) {
     atoms = Lab::Read({}).following;
   } else if (line.parse.words == Words{"show"}) {
-    atoms = TableOf(true).grammar.Read({}).following;
+    atoms = m_tables->shown.grammar.Read({}).following;
   } else if (IsOthers(line.parse) && line.parse.words[0] != "lab") {
-    const std::vector<Atom> others = FollowLibraryWords(line.parse.words);
-    atoms.insert(atoms.end(), others.begin(), others.end());
+    for (const Atom& atom : FollowLibraryWords(line.parse.words)) {
+      if (atom.isPlace || !IsWithheld(line.parse.words + Words{atom.text})) {
+        atoms.push_back(atom);
+      }
+    }
   }
   atoms.erase(std::remove_if(atoms.begin(), atoms.end(),
                              [](const Atom& atom) {
@@ -314,7 +390,7 @@ Words Dispatcher::Complete(const std::string& text, unsigned short vlan) const {
   return words;
 }
 
-std::string Dispatcher::HelpAt(const std::string& text) {
+std::string Dispatcher::HelpAt(const std::string& text) const {
   const std::size_t at = text.rfind(' ') + 1;
   const PipedLine piped = SplitPipe(text.substr(at) == BAR ? text : text.substr(0, at));
   if (piped.filter) {
@@ -325,7 +401,7 @@ std::string Dispatcher::HelpAt(const std::string& text) {
   return line.parse.misfit == Parse::NONE ? HelpOf(line, text.substr(at)) : "";
 }
 
-std::string Dispatcher::HelpOf(const Line& line, const std::string& begun) {
+std::string Dispatcher::HelpOf(const Line& line, const std::string& begun) const {
   std::string text;
   const bool isFirst = line.parse.words.empty() || line.parse.words == Words{"show"};
   for (const Atom& atom : Following(line)) {
@@ -347,9 +423,9 @@ std::string Dispatcher::DescriptionOf(const Atom& atom, bool isFirst) {
 }
 
 void Dispatcher::Help(Call& call) const {
-  for (const Entry& entry : ENTRIES) {
-    if (entry.description) {
-      call.Write(HelpRow(entry.pattern, entry.description));
+  for (const Entry* entry : m_tables->all.entries) {
+    if (entry->description) {
+      call.Write(HelpRow(entry->pattern, entry->description));
     }
   }
 }
@@ -367,7 +443,12 @@ void Dispatcher::RunLibrary(Call& call) const {
   const bool isTree = words[0] == "ip" || words[0] == "ip6";
   if (!isTree || (words.size() > 1 && !IsHelp(words[1]))) {
     RunLibraryWords(call);
-    call.reply.isHeldUp = call.goesOn && !call.command->IsOver() && m_lab.IsHolding();
+    const bool isOver = !call.goesOn || call.command->IsOver();
+    call.reply.isHeldUp = !isOver && m_lab != nullptr && m_lab->IsHolding();
+    if (call.misfit == Parse::NONE && MayChange(words) &&
+        call.command->GetResult() == Result::DONE) {
+      call.LogIt();
+    }
   } else if (words.size() > 2) {
     call.misfit = 2;
   } else {
@@ -385,7 +466,7 @@ void Dispatcher::ListTables(Call& call) const {
 
 void Dispatcher::ListShown(Call& call) const {
   call.Write("After \"show\" comes a command: " +
-             Joined(WordsOf(TableOf(true).grammar.Read({}).following)) + "\n");
+             Joined(WordsOf(m_tables->shown.grammar.Read({}).following)) + "\n");
 }
 
 void Dispatcher::RunLab(Call& call) const {
@@ -398,7 +479,7 @@ void Dispatcher::RunLab(Call& call) const {
     }
     return;
   }
-  const LabReply reply = m_lab.Execute(words, call.command->GetVlan());
+  const LabReply reply = m_lab->Execute(words, call.command->GetVlan());
   call.Write(reply.text);
   if (reply.isRefused) {
     call.command->Refuse();

@@ -4,6 +4,8 @@
 // is the command's, and any other is deleted here.
 #include "library_words.h"
 
+#include <algorithm>
+
 #include "device/views/vlans.h"
 #include "host_console.h"
 #include "passed_over.h"
@@ -88,6 +90,10 @@ void RunTable(Call& call) {
   });
 }
 
+bool IsInterfaceWord(const std::string& word) {
+  return word == "interface" || word == "interface6";
+}
+
 // The library's command itself takes no words and would show any VLAN, also one that does not
 // exist.
 void RunInterfaces(Call& call) {
@@ -122,9 +128,24 @@ bool TakeVlan(Call& call, unsigned short& vlan) {
   return exists;
 }
 
+// A word that the tree does not have is carried out by nobody.
+bool MayChange(const Words& words) {
+  if (words.size() < 2 || IsInterfaceWord(words[0])) {
+    return false;
+  }
+  if (words[0] == "ip" || words[0] == "ip6") {
+    const std::vector<TreeWord> tree = ReadTree(words[0]);
+    if (std::none_of(tree.begin(), tree.end(),
+                     [&](const TreeWord& word) { return word.name == words[1]; })) {
+      return false;
+    }
+  }
+  return !OnlyShows(words);
+}
+
 void RunLibraryWords(Call& call) {
   const std::string& first = call.GetWords()[0];
-  if (first == "interface" || first == "interface6") {
+  if (IsInterfaceWord(first)) {
     RunInterfaces(call);
     return;
   }

@@ -23,6 +23,10 @@ std::vector<TreeWord> ReadTree(const std::string& tree);
 /// without a text are misfits; of all others the library judges itself.
 void RunLibraryWords(Call& call);
 
+/// Whether the library may change something when it carries out such a line. Of a word that somebody
+/// has registered, and that is not known here, it may.
+bool MayChange(const Words& words);
+
 /// What the library's handlers understand after the words, for completion: words and places.
 std::vector<Atom> FollowLibraryWords(const Words& before);
 

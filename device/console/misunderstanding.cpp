@@ -15,11 +15,8 @@ std::string ViewOf(const Words& words, const Parse& parse) {
   return word == "route6" ? "route" : word;
 }
 
-}  // namespace
-
-void Misunderstand(const Words& words, const Parse& parse, const std::string& why,
-                   RunningCommand& command) {
-  command.Misunderstand();
+void Answer(const Words& words, const Parse& parse, const std::string& why,
+            RunningCommand& command) {
   command.Filter(nullptr);
   std::string text;
   if (Has(words, "json")) {
@@ -28,6 +25,20 @@ void Misunderstand(const Words& words, const Parse& parse, const std::string& wh
     text = why + "\n";
   }
   command.Write(text);
+}
+
+}  // namespace
+
+void Misunderstand(const Words& words, const Parse& parse, const std::string& why,
+                   RunningCommand& command) {
+  command.Misunderstand();
+  Answer(words, parse, why, command);
+}
+
+void Decline(const Words& words, const Parse& parse, const std::string& why,
+             RunningCommand& command) {
+  command.Refuse();
+  Answer(words, parse, why, command);
 }
 
 }  // namespace console

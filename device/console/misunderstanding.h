@@ -1,4 +1,4 @@
-// How a line is answered that is not understood.
+// How a line is answered that is not understood, or not allowed.
 #ifndef DEVICE_CONSOLE_MISUNDERSTANDING_H
 #define DEVICE_CONSOLE_MISUNDERSTANDING_H
 
@@ -15,6 +15,9 @@ namespace console {
 /// or about the first one as it was typed.
 void Misunderstand(const Words& words, const Parse& parse, const std::string& why,
                    RunningCommand& command);
+/// The same about a line that is understood and may not be carried out here: it counts as refused.
+void Decline(const Words& words, const Parse& parse, const std::string& why,
+             RunningCommand& command);
 
 }  // namespace console
 

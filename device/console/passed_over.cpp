@@ -35,6 +35,7 @@ struct Line {
   Words followers;
   bool ip6;
   Rest rest;
+  Words changing = {};  // those of the followers that change something
 };
 
 const Line LINES[] = {
@@ -46,7 +47,12 @@ const Line LINES[] = {
     {"ip protocol database", ROUTE_OPTIONS, {}, false, Rest::LEFT_OVER},
     {"ip protocol mcast-database", GROUP_OPTIONS, {}, false, Rest::TOLD},
     {"ip protocol pending-actions", {}, {"summary"}, false, Rest::TOLD},
-    {"ip protocol ips", {}, {"on", "off", "status", "set", "reset"}, false, Rest::TOLD},
+    {"ip protocol ips",
+     {},
+     {"on", "off", "status", "set", "reset"},
+     false,
+     Rest::TOLD,
+     {"on", "off", "set", "reset"}},
     {"ip bgp", VLAN_OPTION, {}, false, Rest::TOLD},
     {"ip igmp", VLAN_OPTION, {}, false, Rest::TOLD},
     {"ip ospf", VLAN_OPTION, {}, false, Rest::TOLD},
@@ -153,6 +159,18 @@ PassedOver FindPassedOver(const Words& words) {
     passed.possible.emplace_back(line->options[i].name);
   }
   return passed;
+}
+
+bool OnlyShows(const Words& words) {
+  std::size_t size = 0;
+  const Line* line = FindLine(words, size);
+  if (line == nullptr) {
+    return false;
+  }
+  return words.size() == size ||
+         std::none_of(line->changing.begin(), line->changing.end(), [&](const std::string& word) {
+           return strcasecmp(word.c_str(), words[size].c_str()) == 0;
+         });
 }
 
 std::vector<Atom> FollowingOf(const Words& before) {

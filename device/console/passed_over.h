@@ -1,4 +1,4 @@
-// The words that the library's grammars pass over without a text.
+// The words that the library's grammars pass over without a text, and those that change something.
 #ifndef DEVICE_CONSOLE_PASSED_OVER_H
 #define DEVICE_CONSOLE_PASSED_OVER_H
 
@@ -19,6 +19,8 @@ struct PassedOver {
 
 /// `words` is the line without `show`.
 PassedOver FindPassedOver(const Words& words);
+/// Whether it is known that the library changes nothing when it carries the words out.
+bool OnlyShows(const Words& words);
 /// What may follow `before`, as far as the library's usage texts say.
 std::vector<Atom> FollowingOf(const Words& before);
 

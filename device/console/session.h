@@ -103,6 +103,7 @@ class Session {
   Words Complete(const std::string& line) const {
     return m_context.dispatcher.Complete(line, m_vlan);
   }
+  std::string HelpAt(const std::string& line) const { return m_context.dispatcher.HelpAt(line); }
 
  private:
   void Begin(const std::string& line);

@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "device/program/peer.h"
+#include "tarsel/trace.h"
 
 namespace console {
 
@@ -42,18 +43,18 @@ std::string DescribeMissingVersion() {
 }
 
 // The name of whoever is at the other end, for the log and the revisions.
-std::string NameOf(int fd) {
+std::string NameOf(int fd, const char* place) {
   const auto user = program::FindPeer(fd);
-  if (!user) {
-    return "somebody at the socket";
-  }
-  return program::FindUserName(*user).value_or("uid " + std::to_string(*user)) + " at the socket";
+  const std::string name =
+      user ? program::FindUserName(*user).value_or("uid " + std::to_string(*user)) : "somebody";
+  return name + " at " + place;
 }
 
 }  // namespace
 
 SocketSession::SocketSession(const SessionContext& context, unsigned short vlan, int fd,
-                             std::uint64_t greetingMilliseconds, std::function<void()> gone)
+                             const char* place, std::uint64_t greetingMilliseconds,
+                             std::function<void()> gone)
     : Session({context.loop, context.dispatcher, context.settle, context.walks, context.findEffect,
                [this](int) {
                  Finish(GetCode(), true);
@@ -61,7 +62,7 @@ SocketSession::SocketSession(const SessionContext& context, unsigned short vlan,
                }},
               vlan),
       m_socket(fd),
-      m_name(NameOf(fd)),
+      m_name(NameOf(fd, place)),
       m_poll(context.loop, fd),
       m_patience(context.loop),
       m_sign(context.loop),
@@ -203,6 +204,7 @@ void SocketSession::Greet(const wire::Message& first) {
   }
   m_patience.Stop();
   m_isGreeted = true;
+  Tarsel::TRACE(10, "A session begins: %s\n", m_name.c_str());
   m_version = first.version;
   // An interrupt that comes at once must leave both.
   m_lastReply = wire::EncodeGreeting(m_version) + wire::EncodeReply(wire::Code::DONE, GetVlan());
@@ -231,7 +233,7 @@ void SocketSession::Take(const wire::Message& message) {
       AnswerCompletion(message.text);
       break;
     case wire::Message::HELP:
-      m_queue.Add(Dispatcher::HelpAt(message.text));
+      m_queue.Add(HelpAt(message.text));
       Finish(wire::Code::DONE, false);
       break;
     case wire::Message::NO_WAIT:
@@ -277,6 +279,9 @@ void SocketSession::Watch() {
 }
 
 void SocketSession::HangUp() {
+  if (m_isGreeted) {
+    Tarsel::TRACE(10, "A session ends: %s\n", m_name.c_str());
+  }
   m_isGone = true;
   Abandon();
   m_patience.Stop();

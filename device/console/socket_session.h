@@ -18,10 +18,10 @@ namespace console {
 /// have been sent, so a client that reads nothing costs no more than one command's output.
 class SocketSession : public Session {
  public:
-  /// Owns `fd`. `gone` is called once, from inside the session, when nobody is at the other end any
+  /// Owns `fd`, a client of the socket that is called `place` in the log. `gone` is called once, from inside the session, when nobody is at the other end any
   /// more; the session has to be deleted later, not from inside that call. The context's `leave` is
   /// not used. The client has `greetingMilliseconds` for its greeting.
-  SocketSession(const SessionContext& context, unsigned short vlan, int fd,
+  SocketSession(const SessionContext& context, unsigned short vlan, int fd, const char* place,
                 std::uint64_t greetingMilliseconds, std::function<void()> gone);
   void Start() override;
   /// Returns for how many milliseconds the session has been idle; nothing while a command is

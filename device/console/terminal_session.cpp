@@ -191,8 +191,7 @@ void TerminalSession::Edit() {
   } else if (step == editor::Step::END) {
     Leave(GetExitStatus());
   } else {
-    PromptAfter(step == editor::Step::HELP ? program::PrintableLines(Dispatcher::HelpAt(line))
-                                           : "");
+    PromptAfter(step == editor::Step::HELP ? program::PrintableLines(HelpAt(line)) : "");
   }
 }
 

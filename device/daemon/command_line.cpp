@@ -2,6 +2,7 @@
 
 #include "device/program/decimal.h"
 #include "device/program/printable.h"
+#include "device/program/users.h"
 
 namespace vantacored {
 
@@ -24,7 +25,24 @@ constexpr const char* HELP =
     "                  in front; the default is plain, journal where $JOURNAL_STREAM is standard "
     "error\n"
     "  --daemon        no console: standard input is ignored; SIGHUP reads the folder again\n"
-    "  --socket PATH   a socket at which vantacorectl finds the console\n"
+    "  --socket PATH   a socket at which vantacorectl finds the console; the daemon's user and "
+    "root\n"
+    "                  may open it\n"
+    "  --socket-owner USER\n"
+    "                  it belongs to this user instead\n"
+    "  --socket-group GROUP\n"
+    "                  it belongs to this group, whose members may open it\n"
+    "  --socket-mode MODE\n"
+    "                  its mode, octal (default 0600, with --socket-group 0660)\n"
+    "  --view-socket PATH\n"
+    "                  another socket for vantacorectl, for words that change nothing; the "
+    "daemon's\n"
+    "                  user and root may open it\n"
+    "  --view-group GROUP\n"
+    "                  it belongs to this group, whose members may open it\n"
+    "  --view-mode MODE\n"
+    "                  its mode, octal (default 0600, with --view-group 0660)\n"
+    "  --lab           the console has the words of lab, which make things happen to the device\n"
     "  --metrics PATH  a socket at which a scraper reads counters: HTTP, GET /metrics\n"
     "  --state DIR     where revisions are kept; without it $STATE_DIRECTORY or the user's folder "
     "for\n"
@@ -82,7 +100,14 @@ enum : int {
   LOG_FORMAT,
   METRICS,
   SWEEP_AFTER,
-  KERNEL_CLEAN
+  KERNEL_CLEAN,
+  SOCKET_OWNER,
+  SOCKET_GROUP,
+  SOCKET_MODE,
+  VIEW_SOCKET,
+  VIEW_GROUP,
+  VIEW_MODE,
+  LAB
 };
 
 std::optional<LogFormat::Kind> FindKind(const std::string& word) {
@@ -93,6 +118,57 @@ std::optional<LogFormat::Kind> FindKind(const std::string& word) {
     return LogFormat::Kind::FULL;
   }
   return word == "journal" ? std::optional(LogFormat::Kind::JOURNAL) : std::nullopt;
+}
+
+std::string TakeOwner(const std::string& name, loop::SocketAccess& access) {
+  access.owner = program::FindUser(name);
+  return access.owner ? "" : "--socket-owner takes a user's name, not " + Quote(name);
+}
+
+std::string TakeGroup(const char* option, const std::string& name, loop::SocketAccess& access) {
+  access.group = program::FindGroup(name);
+  return access.group ? "" : option + (" takes a group's name, not " + Quote(name));
+}
+
+std::string TakeMode(const char* option, const std::string& digits, loop::SocketAccess& access) {
+  constexpr std::size_t MOST_DIGITS = 4;
+  constexpr unsigned long MOST = 0777;
+  const bool isOctal = !digits.empty() && digits.size() <= MOST_DIGITS &&
+                       digits.find_first_not_of("01234567") == std::string::npos;
+  const unsigned long mode = isOctal ? std::stoul(digits, nullptr, 8) : MOST + 1;
+  if (mode > MOST) {
+    return option + (" takes an octal number from 0 to 0777, not " + Quote(digits));
+  }
+  access.mode = static_cast<mode_t>(mode);
+  return {};
+}
+
+std::string TakePath(const char* option, const char* value, std::string& path) {
+  path = value;
+  // What a script makes of a variable that is not set.
+  return path.empty() ? std::string(option) + " takes a path" : "";
+}
+
+// Of the sockets.
+std::string TakeSocket(int number, const char* value, CommandLine& line) {
+  switch (number) {
+    case METRICS:
+      return TakePath("--metrics", value, line.metricsPath);
+    case SOCKET_OWNER:
+      return TakeOwner(value, line.socketAccess);
+    case SOCKET_GROUP:
+      return TakeGroup("--socket-group", value, line.socketAccess);
+    case SOCKET_MODE:
+      return TakeMode("--socket-mode", value, line.socketAccess);
+    case VIEW_SOCKET:
+      return TakePath("--view-socket", value, line.viewSocketPath);
+    case VIEW_GROUP:
+      return TakeGroup("--view-group", value, line.viewSocketAccess);
+    case VIEW_MODE:
+      return TakeMode("--view-mode", value, line.viewSocketAccess);
+    default:
+      return TakePath("--socket", value, line.socketPath);
+  }
 }
 
 std::string Take(int number, const char* value, CommandLine& line) {
@@ -151,23 +227,33 @@ std::string Take(int number, const char* value, CommandLine& line) {
     case DAEMON:
       line.isDaemon = true;
       return {};
-    case METRICS:
-      line.metricsPath = value;
-      return line.metricsPath.empty() ? "--metrics takes a path" : "";
-    case SOCKET:
-      line.socketPath = value;
-      // What a script makes of a variable that is not set.
-      return line.socketPath.empty() ? "--socket takes a path" : "";
-    default:
+    case LAB:
+      line.hasLab = true;
+      return {};
+    case TICK:
       if (const auto tick = ReadDecimal(value, 10, 1000000)) {
         line.tickMicroseconds = *tick;
         return {};
       }
       return "--tick-us takes a number from 10 to 1000000, not " + Quote(value);
+    default:
+      return TakeSocket(number, value, line);
   }
 }
 
 constexpr unsigned int Bit(int option) { return 1u << option; }
+
+// What is wrong with the options of a socket without it.
+std::string JudgeSockets(unsigned int given) {
+  const auto has = [given](int option) { return (given & Bit(option)) != 0; };
+  if (!has(SOCKET) && (has(SOCKET_OWNER) || has(SOCKET_GROUP) || has(SOCKET_MODE))) {
+    return "--socket-owner, --socket-group and --socket-mode go with --socket only";
+  }
+  if (!has(VIEW_SOCKET) && (has(VIEW_GROUP) || has(VIEW_MODE))) {
+    return "--view-group and --view-mode go with --view-socket only";
+  }
+  return {};
+}
 
 // What is wrong with the options together, or the empty text. `given` has a bit for each option.
 std::string JudgeTogether(const CommandLine& line, unsigned int given) {
@@ -183,10 +269,10 @@ std::string JudgeTogether(const CommandLine& line, unsigned int given) {
   if (line.isPartial && !line.stateDirectory.empty()) {
     return "--state does not go with --partial: parts of a folder are no revision";
   }
-  if (line.checkDirectory.empty()) {
-    return line.configDirectory.empty() ? "--config DIR is missing" : "";
+  if (!line.checkDirectory.empty()) {
+    return (given & ~(Bit(CHECK) | Bit(STRICT))) == 0 ? "" : "--check goes with --strict only";
   }
-  return (given & ~(Bit(CHECK) | Bit(STRICT))) == 0 ? "" : "--check goes with --strict only";
+  return line.configDirectory.empty() ? "--config DIR is missing" : JudgeSockets(given);
 }
 
 }  // namespace
@@ -199,6 +285,13 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
                                  {"log-format", required_argument, nullptr, LOG_FORMAT},
                                  {"daemon", no_argument, nullptr, DAEMON},
                                  {"socket", required_argument, nullptr, SOCKET},
+                                 {"socket-owner", required_argument, nullptr, SOCKET_OWNER},
+                                 {"socket-group", required_argument, nullptr, SOCKET_GROUP},
+                                 {"socket-mode", required_argument, nullptr, SOCKET_MODE},
+                                 {"view-socket", required_argument, nullptr, VIEW_SOCKET},
+                                 {"view-group", required_argument, nullptr, VIEW_GROUP},
+                                 {"view-mode", required_argument, nullptr, VIEW_MODE},
+                                 {"lab", no_argument, nullptr, LAB},
                                  {"metrics", required_argument, nullptr, METRICS},
                                  {"partial", no_argument, nullptr, PARTIAL},
                                  {"check", required_argument, nullptr, CHECK},

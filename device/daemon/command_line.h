@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "device/loop/listening_socket.h"
 #include "device/program/options.h"
 #include "log_format.h"
 
@@ -16,7 +17,11 @@ struct CommandLine {
   std::string diffDirectory;    // the folder that is compared with configDirectory; empty: none
   bool isStrict = false;        // a warning fails the check, too
   std::string socketPath;       // empty: none
-  std::string metricsPath;      // the socket for scrapers; empty: none
+  loop::SocketAccess socketAccess;
+  std::string viewSocketPath;  // the socket for words that change nothing; empty: none
+  loop::SocketAccess viewSocketAccess;
+  bool hasLab = false;      // the console has the words of the lab
+  std::string metricsPath;  // the socket for scrapers; empty: none
   int logLevel = 1;
   std::optional<LogFormat::Kind> logFormat;  // nothing: FindLogKind
   bool isDaemon = false;

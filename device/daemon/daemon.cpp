@@ -113,11 +113,9 @@ Daemon::Daemon(const CommandLine& line)
       m_settled(m_loop.Get(), Activity()),
       m_pace([this] { return GetTraffic(); }, NowMilliseconds, line.tickMicroseconds),
       m_lab(m_stack.GetControl(), m_interfaces, [this](auto tick) { m_pace.Fix(tick); }),
-      m_dispatcher(MakeFolderCommands(), m_lab,
-                   {&m_questions,
-                    [](unsigned int level, const std::string& component) {
-                      return SetLogLevel(level, component);
-                    }}),
+      m_dispatcher(MakeFolderCommands(), line.hasLab ? &m_lab : nullptr, MakeAnswers()),
+      m_viewDispatcher(MakeFolderCommands(), line.hasLab ? &m_lab : nullptr, MakeAnswers(),
+                       console::Scope::VIEWS),
       m_reload(m_loop.Get()),
       m_afterReload(m_loop.Get()),
       m_memory(m_loop.Get(), Activity(),
@@ -153,7 +151,11 @@ apply::ReloadHooks Daemon::MakeReloadHooks() {
 int Daemon::Run() {
   WatchSignals();
   if (!m_line.socketPath.empty()) {
-    m_server = OpenSocket();
+    m_server = OpenSocket(m_line.socketPath, m_line.socketAccess, m_dispatcher, "the socket");
+  }
+  if (!m_line.viewSocketPath.empty()) {
+    m_viewServer = OpenSocket(m_line.viewSocketPath, m_line.viewSocketAccess, m_viewDispatcher,
+                              "the view socket");
   }
   if (!m_line.metricsPath.empty()) {
     m_metrics = OpenMetrics();
@@ -172,6 +174,7 @@ int Daemon::Run() {
   m_log.ShareTerminal(nullptr);
   m_session.reset();
   m_server.reset();
+  m_viewServer.reset();
   Tarsel::TRACE("Stopped after %s: %s\n",
                 views::DescribeSpan((NowMilliseconds() - m_startedAt) / 1000).c_str(), m_cause);
   m_metrics.reset();
@@ -208,8 +211,10 @@ void Daemon::Serve() {
   TellStart();
   m_kernelLinks.TellProblems();
   try {
-    if (m_server) {
-      m_server->Start();
+    for (const auto* server : {&m_server, &m_viewServer}) {
+      if (*server) {
+        (*server)->Start();
+      }
     }
     if (m_metrics) {
       m_metrics->Start();
@@ -286,14 +291,20 @@ std::unique_ptr<console::Session> Daemon::MakeTerminalSession(
   return session;
 }
 
-std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket() {
+std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket(const std::string& path,
+                                                           const loop::SocketAccess& access,
+                                                           const console::Dispatcher& dispatcher,
+                                                           const char* place) {
   console::ConsoleServer::Context context{
-      m_dispatcher,
+      dispatcher,
       [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), Activity()); },
-      [this] { return m_reloader.GetIntent().GetDevice().defaultVlan; }, m_walks,
-      [this](std::size_t most) { return FindEffect(most); }};
-  return std::make_unique<console::ConsoleServer>(
-      m_loop.Get(), m_line.socketPath, std::move(context), console::ConsoleServer::Limits{});
+      [this] { return m_reloader.GetIntent().GetDevice().defaultVlan; },
+      m_walks,
+      [this](std::size_t most) { return FindEffect(most); },
+      place,
+      access};
+  return std::make_unique<console::ConsoleServer>(m_loop.Get(), path, std::move(context),
+                                                  console::ConsoleServer::Limits{});
 }
 
 std::unique_ptr<MetricsServer> Daemon::OpenMetrics() {
@@ -310,7 +321,14 @@ std::unique_ptr<MetricsServer> Daemon::OpenMetrics() {
 }
 
 std::size_t Daemon::CountSessions() const {
-  return (m_session ? 1 : 0) + (m_server ? m_server->CountSessions() : 0);
+  return (m_session ? 1 : 0) + (m_server ? m_server->CountSessions() : 0) +
+         (m_viewServer ? m_viewServer->CountSessions() : 0);
+}
+
+console::Answers Daemon::MakeAnswers() {
+  return {&m_questions, [](unsigned int level, const std::string& component) {
+            return SetLogLevel(level, component);
+          }};
 }
 
 console::FolderCommands Daemon::MakeFolderCommands() {

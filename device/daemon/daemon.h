@@ -57,7 +57,11 @@ class Daemon {
   void StartSession();
   std::unique_ptr<console::Session> MakeTerminalSession(const console::SessionContext& context,
                                                         unsigned short vlan);
-  std::unique_ptr<console::ConsoleServer> OpenSocket();
+  std::unique_ptr<console::ConsoleServer> OpenSocket(const std::string& path,
+                                                     const loop::SocketAccess& access,
+                                                     const console::Dispatcher& dispatcher,
+                                                     const char* place);
+  console::Answers MakeAnswers();
   std::unique_ptr<MetricsServer> OpenMetrics();
   std::size_t CountSessions() const;
   console::FolderCommands MakeFolderCommands();
@@ -98,9 +102,11 @@ class Daemon {
   loop::SettledWait m_settled;  // the session's
   Pace m_pace;
   console::Lab m_lab;
-  console::Dispatcher m_dispatcher;
+  const console::Dispatcher m_dispatcher;
+  const console::Dispatcher m_viewDispatcher;
   std::unique_ptr<console::Session> m_session;
   std::unique_ptr<console::ConsoleServer> m_server;
+  std::unique_ptr<console::ConsoleServer> m_viewServer;
   std::unique_ptr<MetricsServer> m_metrics;
   std::vector<std::unique_ptr<loop::Signal>> m_signals;
   loop::Task m_reload;

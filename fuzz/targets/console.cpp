@@ -98,7 +98,7 @@ class Session {
       Check(command->IsOver(), "a direct command that is not over: " + line);
     } else {
       m_dispatcher.Complete(line, m_vlan);
-      console::Dispatcher::HelpAt(line);
+      m_dispatcher.HelpAt(line);
       m_vlan = m_dispatcher.Execute(line, command).vlan;
       m_commands.push_back(std::move(command));
     }
@@ -139,7 +139,7 @@ class Session {
   console::Dispatcher m_dispatcher{
       {[](const apply::Asker& asker, const apply::ReloadRequest&) { Noted("reload", asker); },
        [](const apply::Asker& asker, bool) { Noted("check", asker); }},
-      m_lab};
+      &m_lab};
   unsigned short m_vlan = 10;
   std::vector<std::shared_ptr<RunningCommand>> m_commands;
 };

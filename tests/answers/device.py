@@ -38,7 +38,7 @@ class Device:
         (self.folder / 'vlans.json').write_text(vlans, encoding='utf-8')
 
     def start(self):
-        command = [str(self.bin / 'vantacored'), '--daemon', '--config', str(self.folder),
+        command = [str(self.bin / 'vantacored'), '--daemon', '--lab', '--config', str(self.folder),
                    '--socket', str(self.socket), *self.options]
         with open(self.log, 'wb') as log:
             self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL,

@@ -174,7 +174,7 @@ void KernelTest::WriteRoutes(const std::vector<Route>& vlan10, const std::vector
 }
 
 void KernelTest::Start(const system_test::Arguments& more) {
-  system_test::Arguments arguments = {"--config", folder.Path(), "--fresh"};
+  system_test::Arguments arguments = {"--config", folder.Path(), "--fresh", "--lab"};
   arguments.insert(arguments.end(), more.begin(), more.end());
   daemon = std::make_unique<DaemonProcess>(arguments, DaemonProcess::PIPES);
 }

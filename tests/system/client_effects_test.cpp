@@ -186,7 +186,8 @@ TEST_F(ClientOfADaemon, SeesAVlanGoWhileOthersPrintTables) {
 // At the daemon's own prompt the bar stands beside the time.
 TEST_F(ClientOfADaemon, IsNotNeededToSeeHowFarThingsHaveCome) {
   folder.Write("vlans.json", WithRoutes(5000));
-  DaemonProcess own({"--config", folder.Path(), "--tick-us", "1000"}, DaemonProcess::TERMINAL);
+  DaemonProcess own({"--config", folder.Path(), "--tick-us", "1000", "--lab"},
+                    DaemonProcess::TERMINAL);
   own.ReadUntil("vantacore[10]> ");
   own.Send("lab interface eth0 up\n");
   own.ReadUntil("\r\033[Kworking for 1 s [");
@@ -205,7 +206,7 @@ TEST_F(ClientOfADaemon, IsNotNeededToSeeHowFarThingsHaveCome) {
 }
 
 TEST_F(ClientOfADaemon, IsNotNeededToLearnInAPipeWhatTheStackDoesNotHave) {
-  DaemonProcess own({"--config", folder.Path(), "--tick-us", "100"}, DaemonProcess::PIPES);
+  DaemonProcess own({"--config", folder.Path(), "--tick-us", "100", "--lab"}, DaemonProcess::PIPES);
   own.Send("lab stack refuse route 1 times\nretry\n");
   own.ReadUntil("Nothing differs\n");
   folder.Write("vlans.json", WithRoute(VLAN_20));

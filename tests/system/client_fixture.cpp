@@ -20,9 +20,9 @@ Client::Client() {
 }
 
 void Client::BeginDaemon(const std::string& tick) {
-  daemon = std::make_unique<DaemonProcess>(
-      Arguments{"--config", folder.Path(), "--tick-us", tick, "--daemon", "--socket", path},
-      DaemonProcess::PIPES);
+  daemon = std::make_unique<DaemonProcess>(Arguments{"--config", folder.Path(), "--tick-us", tick,
+                                                     "--daemon", "--socket", path, "--lab"},
+                                           DaemonProcess::PIPES);
 }
 
 bool Client::HasSocket() const {

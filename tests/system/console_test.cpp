@@ -36,7 +36,7 @@ class Console : public testing::Test {
   }
 
   Arguments With(const Arguments& more = {}) const {
-    Arguments arguments = {"--config", folder.Path(), "--tick-us", "100"};
+    Arguments arguments = {"--config", folder.Path(), "--tick-us", "100", "--lab"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
   }

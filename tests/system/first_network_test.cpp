@@ -35,7 +35,7 @@ TEST(FirstNetwork, PrintsItsTables) {
 }
 
 TEST(FirstNetwork, ShowsItsProtocolsAndLosesAnInterfacesRoutes) {
-  const Result result = RunDaemon({"--config", "examples/first-network"},
+  const Result result = RunDaemon({"--config", "examples/first-network", "--lab"},
                                   "interface vrf 10\n"
                                   "ip bgp\n"
                                   "ip ospf\n"

@@ -28,7 +28,7 @@ class LogFormats : public system_test::Client {
   // With what stands in sh before `exec`, and after the daemon's words; semicolons are taken.
   void Start(const Arguments& more, const std::string& before = {}, const std::string& after = {}) {
     Arguments arguments{"--config", folder.Path(), "--daemon", "--socket",
-                        path,       "--tick-us",   "100"};
+                        path,       "--tick-us",   "100",      "--lab"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     daemon = std::make_unique<DaemonProcess>(
         arguments, DaemonProcess::PIPES,

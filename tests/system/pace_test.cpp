@@ -40,7 +40,8 @@ class Pace : public testing::Test {
   }
   // With the tick that it has by default.
   void Start() {
-    daemon.emplace(system_test::Arguments{"--config", folder.Path()}, DaemonProcess::PIPES);
+    daemon.emplace(system_test::Arguments{"--config", folder.Path(), "--lab"},
+                   DaemonProcess::PIPES);
   }
   void ExpectTheEnd() {
     daemon->CloseInput();

@@ -12,11 +12,12 @@ std::unique_ptr<DaemonProcess> Prompt::OpenPrompt(const std::string& variable) c
   const std::string environment = "env;-u;XDG_STATE_HOME;-u;HOME;" + variable + "=" + state.Path() +
                                   ";" + (IsClient() ? "" : "TERM=vt100;");
   auto opened =
-      IsClient() ? std::make_unique<DaemonProcess>(With({}), DaemonProcess::TERMINAL,
-                                                   environment + VANTACORECTL_COMMAND)
-                 : std::make_unique<DaemonProcess>(
-                       Arguments{"--config", folder.Path(), "--tick-us", "100", "--socket", path},
-                       DaemonProcess::TERMINAL, environment + VANTACORED_COMMAND);
+      IsClient()
+          ? std::make_unique<DaemonProcess>(With({}), DaemonProcess::TERMINAL,
+                                            environment + VANTACORECTL_COMMAND)
+          : std::make_unique<DaemonProcess>(
+                Arguments{"--config", folder.Path(), "--tick-us", "100", "--socket", path, "--lab"},
+                DaemonProcess::TERMINAL, environment + VANTACORED_COMMAND);
   opened->ReadUntil(PROMPT);
   return opened;
 }

@@ -51,7 +51,7 @@ def run(daemon, example, commands):
     with tempfile.TemporaryDirectory() as state:
         socket = os.path.join(state, 'socket')
         process = subprocess.Popen([daemon, '--config', example, '--state', state, '--tick-us', '100',
-                                    '--socket', socket],
+                                    '--socket', socket, '--lab'],
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         watchers = [Watcher(daemon, socket, line) for line in watched]
         process.stdin.write('\n'.join(lines + ['']).encode())

@@ -1,8 +1,9 @@
 """Checks that what the README shows is what is printed: readme_test.py BIN README EXAMPLE [--update].
 
 The lines of a shell before "prints" are typed in a folder with `./run`, `examples` and `build/dev/bin`, one shell for
-each block; what they print on standard output must be what stands there. A line that ends with `&` is waited for:
-a daemon until it answers, `watch` until it hears. Files in /tmp are in the folder's own. BIN has the programs.
+each block; what they print on standard output must be what stands there. `./run` builds nothing there. A line that
+ends with `&` is waited for: a daemon until it answers, `watch` until it hears. Files in /tmp are in the folder's own.
+BIN has the programs.
 --update writes what is printed into the README.
 """
 
@@ -17,11 +18,6 @@ import tempfile
 from shown_output import as_shown, comparable
 
 BLOCK = re.compile(r'((?:^    [^\n]*\n)+)\nprints\n\n```\n(.*?)^```$', re.M | re.S)
-# As ./run, without a build.
-RUN = '''#!/usr/bin/env bash
-[ "${1:-}" != -- ] || shift
-exec %s --config examples/first-network "$@"
-'''
 WAIT = {'--daemon': 'for i in {1..300}; do '
                     'build/dev/bin/vantacorectl --socket /tmp/socket version >/dev/null && break; sleep 0.1; done',
         ' watch ': 'sleep 0.5'}
@@ -29,9 +25,10 @@ WAIT = {'--daemon': 'for i in {1..300}; do '
 
 def make_place(folder, programs, example):
     """A folder as the project's, as far as the README uses it."""
-    run = pathlib.Path(folder, 'run')
-    run.write_text(RUN % os.path.join(programs, 'vantacored'))
-    run.chmod(0o755)
+    shutil.copy(os.path.join(os.path.dirname(os.path.dirname(example)), 'run'), folder)
+    os.mkdir(os.path.join(folder, 'tools'))
+    for tool in ('setup', 'build'):
+        os.symlink('/bin/true', os.path.join(folder, 'tools', tool))
     os.makedirs(os.path.join(folder, 'build', 'dev'))
     os.symlink(programs, os.path.join(folder, 'build', 'dev', 'bin'))
     os.mkdir(os.path.join(folder, 'examples'))

@@ -229,7 +229,7 @@ def main():
         path = os.path.join(folder, 'socket')
         daemon = subprocess.Popen(
             [os.path.join(BIN, 'vantacored'), '--config', str(ROOT / 'examples/first-network'), '--daemon', '--socket',
-             path, '--state', folder, '--tick-us', '100'], stderr=subprocess.DEVNULL)
+             path, '--state', folder, '--tick-us', '100', '--lab'], stderr=subprocess.DEVNULL)
         try:
             session = Session(path)
             listed = judge_session(session)

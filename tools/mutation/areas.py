@@ -18,7 +18,8 @@ SCHEDULER = ('cfg_sched.cpp', 'cfg_bucket.cpp', 'cfg_bucket.h', 'cfg_item.cpp', 
 PIPELINE_SUITES = ('unit_pipeline', 'unit_pipeline_memory', 'models', 'unit_pipeline_rows', 'library_model')
 # The processes. Each room asks those that stand or fall with it.
 RELOADS = 'system_tests Reload.*:Redistribution.*:FirstNetwork.*:BadDocuments.*'
-SESSIONS = 'system_tests Client.*:Terminal.*:Console.*:Daemon.*:Greeting.*:Pager.*:*/Prompt.*'
+SESSIONS = ('system_tests Client.*:Terminal.*:Console.*:Daemon.*:Greeting.*:Pager.*:*/Prompt.*:'
+            'SocketAccess.*:ViewSocket.*:WithoutLab.*')
 # What a session shows of the device, and what it does with the folder.
 ANSWERS = 'system_tests Check.*:Diff.*:Transactions.*:MetricsSocket.*:Client.*Json*:FirstNetwork.*'
 # What a session asks of the device, and what it is told beforehand and afterwards.

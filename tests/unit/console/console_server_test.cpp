@@ -197,7 +197,7 @@ class Server : public test_support::DeviceFixture {
                                     }
                                   },
                                   [](const apply::Asker&, bool) {}},
-                                 lab};
+                                 &lab};
   test_support::WalksDouble walks;
   apply::Asker asker;  // of the last reload
   std::function<void()> reload;

@@ -81,7 +81,7 @@ class Dispatcher : public test_support::DeviceFixture {
                                     mostLines = most;
                                     verified = std::move(done);
                                   }},
-                                 lab};
+                                 &lab};
   unsigned short vlan = 10;
   std::shared_ptr<RunningCommand> command;
   std::string output;
@@ -502,7 +502,7 @@ TEST_F(Dispatcher, VerifiesForADocument) {
 TEST_F(Dispatcher, VerifiesNothingWhereNothingCanBeCompared) {
   const console::Dispatcher other{
       {[](const apply::Asker&, const apply::ReloadRequest&) {}, [](const apply::Asker&, bool) {}},
-      lab};
+      &lab};
   command = std::make_shared<RunningCommand>(
       vlan, console::Operator{"terminal", true}, [this](std::string_view text) { output += text; },
       [this] { ++overs; });
@@ -678,6 +678,85 @@ TEST_F(Dispatcher, HandsLabCommandsOn) {
   Execute("lab ?");
   EXPECT_EQ(output, console::Lab::Help());
   ExpectOver();
+}
+
+// A dispatcher for views has the same words but for those that change something.
+TEST_F(Dispatcher, HasNoWordsForViewsThatChangeSomething) {
+  const auto never = [](auto&&...) { ADD_FAILURE() << "it was carried out"; };
+  const console::Dispatcher viewer{{never, [](const apply::Asker&, bool) {}, {}, {}, never, never},
+                                   &lab,
+                                   {nullptr, [](unsigned int, const std::string&) { return true; }},
+                                   console::Scope::VIEWS};
+  const auto say = [&](const std::string& line) {
+    output.clear();
+    command = std::make_shared<RunningCommand>(
+        vlan, console::Operator{"alice at the view socket", false},
+        [this](std::string_view text) { output += text; }, [] {});
+    const Reply reply = viewer.Execute(line, command);
+    EXPECT_FALSE(reply.hasChanged || reply.isReload || reply.hold != 0) << line;
+    return command->GetResult();
+  };
+  for (const char* line :
+       {"reload", "reload ?", "reload | count", "reload nonsense", "confirm 1", "undo", "retry",
+        "log level 1", "log", "lab", "lab help", "lab stack hold", "lab nonsense",
+        "ip protocol ips on", "show ip protocol ips OFF", "ip protocol IPS set filter type in x"}) {
+    EXPECT_EQ(say(line), Result::REFUSED) << line;
+    EXPECT_THAT(output, EndsWith(" changes something, and this socket is for views only\n"));
+    EXPECT_TRUE(command->IsOver());
+  }
+  EXPECT_FALSE(Manager().GetIPSTracing());
+  EXPECT_FALSE(lab.IsHolding());
+  EXPECT_EQ(say("reload json"), Result::REFUSED);
+  EXPECT_THAT(output,
+              StartsWith("{\"view\":\"reload\",\"passed\":false,\"refused\":\"\\\"reload\\\""));
+  for (const char* line : {"vrf 20", "ip", "ip help", "ip protocol ips status", "show ip ?", "help",
+                           "interface6", "ip protocol summary", "rtm"}) {
+    EXPECT_EQ(say(line), Result::DONE) << line;
+  }
+  for (const char* line : {"re", "nonsense", "show reload", "ip nonsense", "ip protocol ips"}) {
+    EXPECT_EQ(say(line), Result::USAGE) << line;
+  }
+  EXPECT_THAT(viewer.Complete("re", 10), ElementsAre("requests", "revision"));
+  EXPECT_THAT(viewer.Complete("ip protocol ips ", 10), ElementsAre("status"));
+  EXPECT_THAT(viewer.Complete("lab ", 10), IsEmpty());
+  EXPECT_EQ(viewer.HelpAt("reload "), "");
+  EXPECT_THAT(viewer.HelpAt(""), Not(HasSubstr("  undo")));
+  EXPECT_FALSE(traces.Contains("alice at the view socket"));
+  ASSERT_TRUE(Settle());
+}
+
+TEST_F(Dispatcher, LogsTheLibrarysWordsThatChangeSomething) {
+  for (const char* line : {"ip protocol ips", "ip protocol ips status", "ip protocol summary",
+                           "ip protocol ips set nothing", "ip help", "rtm rib", "interface vrf 10",
+                           "show interface6 vrf 20", "vrf 10"}) {
+    Execute(line);
+  }
+  EXPECT_FALSE(traces.Contains("terminal: "));
+  EXPECT_EQ(ResultOf("ip protocol ips on"), Result::DONE);
+  EXPECT_TRUE(traces.Contains("terminal: ip protocol ips on\n"));
+  EXPECT_TRUE(Manager().GetIPSTracing());
+  EXPECT_EQ(ResultOf("show ip protocol ips off"), Result::DONE);
+  EXPECT_TRUE(traces.Contains("terminal: ip protocol ips off\n"));
+  ASSERT_TRUE(Settle());
+}
+
+TEST_F(Dispatcher, HasNoLabWordsWithoutALab) {
+  const console::Dispatcher bare{
+      {[](const apply::Asker&, const apply::ReloadRequest&) {}, [](const apply::Asker&, bool) {}},
+      nullptr};
+  for (const char* line : {"lab", "lab ?", "lab stack hold", "lab nonsense | count"}) {
+    output.clear();
+    command = std::make_shared<RunningCommand>(
+        vlan, console::Operator{"terminal", true},
+        [this](std::string_view text) { output += text; }, [] {});
+    bare.Execute(line, command);
+    EXPECT_EQ(output, "\"lab\" is unknown: the daemon was started without --lab\n");
+    EXPECT_EQ(command->GetResult(), Result::USAGE);
+    EXPECT_TRUE(command->IsOver());
+  }
+  EXPECT_THAT(bare.Complete("l", 10), ElementsAre("log"));
+  EXPECT_THAT(bare.HelpAt(""), Not(HasSubstr("  lab")));
+  bare.EndHold(1, false);
 }
 
 TEST_F(Dispatcher, KeepsLabCommandsApart) {

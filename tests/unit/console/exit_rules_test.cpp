@@ -40,11 +40,14 @@ class Words : public test_support::DeviceFixture {
 
   // What the line's status is when whatever it asks for answers `hasPassed`.
   Result ResultOf(const std::string& line, bool hasPassed) {
+    return ResultOf(dispatcher, line, hasPassed);
+  }
+  Result ResultOf(const console::Dispatcher& by, const std::string& line, bool hasPassed) {
     passes = hasPassed;
     questions.script->isRefused = !hasPassed;
     auto command = std::make_shared<RunningCommand>(
         10, console::Operator{"alice", false}, [](std::string_view) {}, [] {});
-    const console::Reply reply = dispatcher.Execute(line, command);
+    const console::Reply reply = by.Execute(line, command);
     if (reply.view) {
       std::string text;
       while (reply.view->Next(text) == views::View::Rest::MORE) {
@@ -87,8 +90,11 @@ class Words : public test_support::DeviceFixture {
   test_support::QuestionsDouble questions;
   keepers::Interfaces state;
   console::Lab lab{Control(), state, [](auto) {}};
-  console::Dispatcher dispatcher{
-      Commands(), lab, {&questions, [this](unsigned int, const std::string&) { return passes; }}};
+  console::Answers Answers() {
+    return {&questions, [this](unsigned int, const std::string&) { return passes; }};
+  }
+  console::Dispatcher dispatcher{Commands(), &lab, Answers()};
+  console::Dispatcher viewer{Commands(), &lab, Answers(), console::Scope::VIEWS};
 };
 
 // For each word of the grammar a line that is carried out, one that is refused although it is
@@ -132,9 +138,17 @@ TEST_F(Words, HaveTheStatusOfTheTable) {
       {"quit", "quit", nullptr, "quit x"},
       {"exit", "exit", nullptr, "exit x"},
   };
+  const console::Words inViews = viewer.Complete("", 10);
   std::set<std::string> walked;
   for (const auto& one : words) {
     walked.insert(one.word);
+    if (console::Has(inViews, one.word)) {
+      EXPECT_EQ(ResultOf(viewer, one.done, true), Result::DONE) << one.done;
+      EXPECT_EQ(ResultOf(viewer, one.usage, true), Result::USAGE) << one.usage;
+    } else {
+      EXPECT_EQ(ResultOf(viewer, one.done, true), Result::REFUSED) << one.done;
+      EXPECT_EQ(ResultOf(viewer, one.usage, true), Result::REFUSED) << one.usage;
+    }
     EXPECT_EQ(ResultOf(one.done, true), Result::DONE) << one.done;
     if (one.refused) {
       EXPECT_EQ(ResultOf(one.refused, false), Result::REFUSED) << one.refused;

@@ -73,10 +73,10 @@ class FolderWords : public test_support::DeviceFixture {
   console::Operator giver{"alice at the socket", false};
   keepers::Interfaces state;
   console::Lab lab{Control(), state, [](auto) {}};
-  console::Dispatcher dispatcher{Commands(), lab};
+  console::Dispatcher dispatcher{Commands(), &lab};
   console::Dispatcher bare{
       {[](const apply::Asker&, const apply::ReloadRequest&) {}, [](const apply::Asker&, bool) {}},
-      lab};
+      &lab};
   std::shared_ptr<RunningCommand> command;
   std::string output;
   int overs = 0;

@@ -84,7 +84,7 @@ class PassedOver : public test_support::DeviceFixture {
   console::Lab lab{Control(), state, [](auto) {}};
   console::Dispatcher dispatcher{
       {[](const apply::Asker&, const apply::ReloadRequest&) {}, [](const apply::Asker&, bool) {}},
-      lab};
+      &lab};
   std::shared_ptr<RunningCommand> command;
 };
 
@@ -165,6 +165,41 @@ TEST_F(PassedOver, AreAllThatTheHostRefuses) {
     ASSERT_FALSE(HasFailure());
   }
   EXPECT_GT(refused, 100);
+}
+
+// Of what is let through where nothing may change the library changes nothing.
+TEST_F(PassedOver, AreToldFromWhatChangesSomething) {
+  for (const char* line :
+       {"ip bgp", "ip bgp vrf 10", "ip protocol", "ip protocol database detail", "ip protocol ips",
+        "ip protocol ips status", "ip protocol IPS Status x", "ip6 protocol summary", "rtm rib"}) {
+    EXPECT_TRUE(console::OnlyShows(console::Split(line))) << line;
+  }
+  for (const char* line : {"ip protocol ips on", "ip protocol IPS OFF", "ip protocol ips Set",
+                           "ip protocol ips reset filter type in", "ip beacon", "ip6 igmp"}) {
+    EXPECT_FALSE(console::OnlyShows(console::Split(line))) << line;
+  }
+  const Words words = {"on",   "OFF", "off", "status", "set", "filter",
+                       "type", "in",  "ips", "o",      "x"};
+  const unsigned int seed = std::random_device{}();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  int switched = 0;
+  for (int i = 0; i < 300; ++i) {
+    Words line = {"ip", "protocol", random() % 4 == 0 ? "Ips" : "ips"};
+    for (std::size_t count = random() % 4; count > 0; --count) {
+      line.push_back(words[random() % words.size()]);
+    }
+    for (const bool isOn : {false, true}) {
+      Manager().TripsControl(isOn);
+      AskLibrary(line);
+      if (Manager().GetIPSTracing() != isOn) {
+        EXPECT_FALSE(console::OnlyShows(line)) << console::Joined(line);
+        ++switched;
+      }
+    }
+  }
+  Manager().TripsControl(false);
+  EXPECT_GT(switched, 20);
 }
 
 }  // namespace

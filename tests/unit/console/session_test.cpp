@@ -107,7 +107,7 @@ class Session : public test_support::DeviceFixture {
                                       reload();
                                     },
                                     [](const apply::Asker&, bool) {}},
-                                   m_lab,
+                                   &m_lab,
                                    {&questions, {}}};
   std::optional<loop::SettledWait> m_settle;
 };

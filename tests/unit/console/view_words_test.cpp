@@ -47,10 +47,10 @@ class ViewWords : public test_support::DeviceFixture {
   console::FolderCommands folder{[](const apply::Asker&, const apply::ReloadRequest&) {},
                                  [](const apply::Asker&, bool) {}};
   console::Dispatcher dispatcher{
-      folder, lab, {&questions, [this](unsigned int level, const std::string& component) {
-                      levels.push_back(std::to_string(level) + " " + component);
-                      return level < 9;
-                    }}};
+      folder, &lab, {&questions, [this](unsigned int level, const std::string& component) {
+                       levels.push_back(std::to_string(level) + " " + component);
+                       return level < 9;
+                     }}};
   std::shared_ptr<RunningCommand> command;
   std::string output;
 };
@@ -189,7 +189,7 @@ TEST_F(ViewWords, SetTheLevelOfTheLog) {
 }
 
 TEST_F(ViewWords, AreRefusedWhereNobodyAnswers) {
-  const console::Dispatcher bare(folder, lab);
+  const console::Dispatcher bare(folder, &lab);
   for (const char* line : {"route", "explain 10.0.0.1", "status", "retry", "watch"}) {
     EXPECT_FALSE(Execute(bare, line).view) << line;
     EXPECT_EQ(output, "This device cannot answer that\n") << line;
@@ -238,26 +238,25 @@ TEST_F(ViewWords, AreCompletedWithValues) {
 }
 
 TEST_F(ViewWords, AreExplainedInMidLine) {
-  using console::Dispatcher;
-  EXPECT_THAT(Dispatcher::HelpAt(""), StartsWith("  route  "));
-  EXPECT_THAT(Dispatcher::HelpAt("wat"), StartsWith("  watch  "));
-  EXPECT_THAT(Dispatcher::HelpAt("wat"), Not(HasSubstr("route")));
-  EXPECT_EQ(Dispatcher::HelpAt("route vrf "),
+  EXPECT_THAT(dispatcher.HelpAt(""), StartsWith("  route  "));
+  EXPECT_THAT(dispatcher.HelpAt("wat"), StartsWith("  watch  "));
+  EXPECT_THAT(dispatcher.HelpAt("wat"), Not(HasSubstr("route")));
+  EXPECT_EQ(dispatcher.HelpAt("route vrf "),
             "  <vid>                               A VLAN\n"
             "  all                                 Of all VLANs\n");
-  EXPECT_THAT(Dispatcher::HelpAt("show route 10.9.0.0/16 "),
+  EXPECT_THAT(dispatcher.HelpAt("show route 10.9.0.0/16 "),
               HasSubstr("  longer                              And the prefixes within it\n"));
-  EXPECT_THAT(Dispatcher::HelpAt("ip "), HasSubstr("  protocol"));
-  EXPECT_THAT(Dispatcher::HelpAt("lab tick "), HasSubstr("  fast"));
-  EXPECT_THAT(Dispatcher::HelpAt("status | "), StartsWith("  include <text> "));
-  EXPECT_EQ(Dispatcher::HelpAt("status |"), Dispatcher::HelpAt("status | "));
-  std::istringstream rows(Dispatcher::HelpAt(""));
+  EXPECT_THAT(dispatcher.HelpAt("ip "), HasSubstr("  protocol"));
+  EXPECT_THAT(dispatcher.HelpAt("lab tick "), HasSubstr("  fast"));
+  EXPECT_THAT(dispatcher.HelpAt("status | "), StartsWith("  include <text> "));
+  EXPECT_EQ(dispatcher.HelpAt("status |"), dispatcher.HelpAt("status | "));
+  std::istringstream rows(dispatcher.HelpAt(""));
   for (std::string row; std::getline(rows, row);) {
     EXPECT_GT(row.size(), 38u) << row << " says nothing";
   }
-  EXPECT_EQ(Dispatcher::HelpAt("nothing known "), "");
+  EXPECT_EQ(dispatcher.HelpAt("nothing known "), "");
   Execute("route vrf ?");
-  EXPECT_EQ(output, Dispatcher::HelpAt("route vrf "));
+  EXPECT_EQ(output, dispatcher.HelpAt("route vrf "));
   EXPECT_EQ(command->GetResult(), Result::DONE);
   Execute("metrics ?");
   EXPECT_THAT(output, EndsWith("\"?\" after it is not. Nothing may follow.\n"));

@@ -40,6 +40,10 @@ TEST_F(ParseCommandLine, HasDefaults) {
   EXPECT_EQ(line.checkDirectory, "");
   EXPECT_EQ(line.tickMicroseconds, std::nullopt);
   EXPECT_EQ(line.socketPath, "");
+  EXPECT_EQ(line.viewSocketPath, "");
+  EXPECT_EQ(line.socketAccess.GetMode(), 0600u);
+  EXPECT_EQ(line.viewSocketAccess.GetMode(), 0600u);
+  EXPECT_FALSE(line.hasLab);
   EXPECT_EQ(line.metricsPath, "");
 }
 
@@ -74,6 +78,38 @@ TEST_F(ParseCommandLine, TakesTheLogsFormats) {
   }
 }
 
+TEST_F(ParseCommandLine, TakesWhoMayOpenItsSockets) {
+  EXPECT_FALSE(Parse({"--config=there", "--socket=s", "--socket-owner", "daemon", "--socket-group",
+                      "root", "--view-socket=v", "--view-group=daemon", "--lab"}));
+  EXPECT_EQ(line.socketAccess.owner, 1u);
+  EXPECT_EQ(line.socketAccess.group, 0u);
+  EXPECT_EQ(line.socketAccess.GetMode(), 0660u) << "a group that is named is let in";
+  EXPECT_EQ(line.viewSocketPath, "v");
+  EXPECT_EQ(line.viewSocketAccess.owner, std::nullopt);
+  EXPECT_EQ(line.viewSocketAccess.group, 1u);
+  EXPECT_EQ(line.viewSocketAccess.GetMode(), 0660u);
+  EXPECT_TRUE(line.hasLab);
+}
+
+TEST_F(ParseCommandLine, TakesModesInOctalDigits) {
+  const std::pair<const char*, mode_t> modes[] = {{"0", 0},       {"6", 06},     {"600", 0600},
+                                                  {"0640", 0640}, {"777", 0777}, {"0777", 0777}};
+  for (const auto& [text, mode] : modes) {
+    line = {};
+    EXPECT_FALSE(Parse({"--config=there", "--socket=s", "--socket-mode", text, "--socket-group",
+                        "daemon", "--view-socket=v", "--view-mode", text}));
+    EXPECT_EQ(line.socketAccess.GetMode(), mode);
+    EXPECT_EQ(line.viewSocketAccess.GetMode(), mode);
+  }
+  for (const std::string text : {"", "8", "u=rw", "1000", "4755", "00600", "-1", " 600", "0x7"}) {
+    line = {};
+    ExpectError({"--config=there", "--socket=s", "--socket-mode", text},
+                "--socket-mode takes an octal number from 0 to 0777, not \"" + text + "\"");
+    ExpectError({"--config=there", "--view-socket=v", "--view-mode", text},
+                "--view-mode takes an octal number from 0 to 0777, not \"" + text + "\"");
+  }
+}
+
 TEST_F(ParseCommandLine, TakesACheckAlone) {
   EXPECT_FALSE(Parse({"--check", "there"}));
   EXPECT_EQ(line.checkDirectory, "there");
@@ -103,7 +139,9 @@ TEST_F(ParseCommandLine, ExplainsItself) {
   EXPECT_THAT(ending->text, StartsWith("Usage: vantacored --config DIR [OPTION...]\n"));
   for (const char* option :
        {"--config DIR", "--log LEVEL", "--daemon", "--socket PATH", "--metrics PATH", "--tick-us N",
-        "--partial", "--check DIR", "--strict", "--diff OTHER", "--help", "--version"}) {
+        "--partial", "--check DIR", "--strict", "--diff OTHER", "--socket-owner USER",
+        "--socket-group GROUP", "--socket-mode MODE", "--view-socket PATH", "--view-group GROUP",
+        "--view-mode MODE", "--lab", "--help", "--version"}) {
     EXPECT_THAT(ending->text, HasSubstr(option));
   }
 }
@@ -126,13 +164,31 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({"--config", "a", "--socket", ""}, "--socket takes a path");
   ExpectError({"--config", "a", "--socket="}, "--socket takes a path");
   ExpectError({"--config", "a", "--metrics="}, "--metrics takes a path");
+  ExpectError({"--config", "a", "--view-socket="}, "--view-socket takes a path");
+  for (const char* option :
+       {"--socket-owner=daemon", "--socket-group=daemon", "--socket-mode=600"}) {
+    line = {};
+    ExpectError({"--config", "a", "--view-socket=v", option},
+                "--socket-owner, --socket-group and --socket-mode go with --socket only");
+  }
+  for (const char* option : {"--view-group=daemon", "--view-mode=600"}) {
+    line = {};
+    ExpectError({"--config", "a", "--socket=s", option},
+                "--view-group and --view-mode go with --view-socket only");
+  }
+  line = {};
+  ExpectError({"--socket-owner", "nobody-by-this-name"},
+              "--socket-owner takes a user's name, not \"nobody-by-this-name\"");
+  ExpectError({"--socket-group", ""}, "--socket-group takes a group's name, not \"\"");
+  ExpectError({"--view-group", "no-such-group"},
+              "--view-group takes a group's name, not \"no-such-group\"");
   ExpectError({"--config", "a", "b"}, "not an option: \"b\"");
   ExpectError({"--check"}, "a value is missing after \"--check\"");
   ExpectError({"--check", ""}, "--check takes a folder");
   ExpectError({"--strict", "--config", "a"}, "--strict goes with --check only");
   ExpectError({"--strict"}, "--strict goes with --check only");
-  for (const char* option :
-       {"--config=a", "--log=1", "--daemon", "--socket=s", "--tick-us=10", "--partial"}) {
+  for (const char* option : {"--config=a", "--log=1", "--daemon", "--socket=s", "--tick-us=10",
+                             "--partial", "--lab", "--view-socket=v", "--socket-mode=600"}) {
     line = {};
     ExpectError({option, "--check", "a"}, "--check goes with --strict only");
     ExpectError({"--check", "a", "--strict", option}, "--check goes with --strict only");
@@ -142,7 +198,7 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   line = {};
   ExpectError({"--diff", "b"}, "--config DIR is missing");
   for (const char* option : {"--check=a", "--strict", "--log=1", "--daemon", "--socket=s",
-                             "--tick-us=10", "--partial"}) {
+                             "--tick-us=10", "--partial", "--lab", "--view-mode=600"}) {
     line = {};
     ExpectError({option, "--config", "a", "--diff", "b"}, "--diff goes with --config only");
     ExpectError({"--config", "a", "--diff", "b", option}, "--diff goes with --config only");
