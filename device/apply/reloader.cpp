@@ -92,6 +92,9 @@ void Reloader::BeginNext() {
 
 // What was asked for during a trial is about that trial.
 void Reloader::Begin() {
+  if (m_hooks.begins && m_job->kind != Job::START && m_job->ChangesWhatIsInForce()) {
+    m_hooks.begins();
+  }
   if (m_job->trial != 0 && m_job->trial != m_history->GetTrial()) {
     Announce(RevisionText(m_job->trial) + " is not on trial any more");
     EndAskers(true);

@@ -59,6 +59,9 @@ struct ReloadHooks {
   /// that the stack does not have as wanted, and, as grave as that, that it has them again. May be
   /// empty: `log` takes them too.
   std::function<void(documents::Severity severity, const std::string& line)> complain = {};
+  /// Called when something that may change what is in force begins, other than the start; `over`
+  /// follows. May be empty.
+  std::function<void()> begins = {};
 };
 
 struct ReloaderOptions {

@@ -196,7 +196,8 @@ TEST_F(Check, TellsOfMistakesAndChangesNothing) {
   EXPECT_THAT(TakeCalls(), IsEmpty());
   EXPECT_EQ(&m_reloader->GetIntent(), before);
   EXPECT_THAT(reported.lines, IsEmpty()) << "the log gets nothing";
-  EXPECT_EQ(m_overs, 0u) << "it is not a reload";
+  EXPECT_EQ(m_begins, 0u) << "it is not a reload";
+  EXPECT_EQ(m_overs, 0u);
 }
 
 TEST_F(Check, ChangesNothingOfWhatItPasses) {

@@ -87,7 +87,10 @@ class ReloaderFixture : public test_support::DeviceFixture {
                 call();
               }
             },
-            [this] { ++m_restarts; }},
+            [this] { ++m_restarts; },
+            {},
+            {},
+            [this] { ++m_begins; }},
         PlaceOf(settings),
         apply::ReloaderOptions{settings.guardPercent, false, settings.keepOldSeconds});
   }
@@ -204,6 +207,7 @@ class ReloaderFixture : public test_support::DeviceFixture {
   std::function<void(const std::string&)> m_hearLine;  // what the log gets, headlines included
   std::optional<bool> m_isTaken;                       // by the start
   unsigned int m_starts = 0;
+  unsigned int m_begins = 0;
   unsigned int m_overs = 0;
   unsigned int m_restarts = 0;
   std::function<void()> m_whenOver;  // called at the end of the next reload

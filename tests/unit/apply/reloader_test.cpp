@@ -263,9 +263,10 @@ TEST_F(LettingGo, IsFollowedByAReload) {
   EXPECT_THAT(Vlans(), ElementsAre(20, 30));
 }
 
-TEST_F(Reloader, TellsOfEachReloadOnceItIsOver) {
+TEST_F(Reloader, TellsOfEachReloadWhenItBeginsAndOnceItIsOver) {
   StartWith(WITH_ROUTE);
-  EXPECT_EQ(m_overs, 0u) << "the start is not a reload";
+  EXPECT_EQ(m_begins, 0u) << "the start is not a reload";
+  EXPECT_EQ(m_overs, 0u);
   Reload();
   EXPECT_EQ(m_overs, 1u);
   m_reloader->Reload();
@@ -273,11 +274,14 @@ TEST_F(Reloader, TellsOfEachReloadOnceItIsOver) {
   m_reloader->Reload();
   m_reloader->Reload();
   EXPECT_EQ(m_overs, 1u) << "nothing has been applied yet";
+  EXPECT_EQ(m_begins, 2u);
   TurnUntilDone();
+  EXPECT_EQ(m_begins, 3u);
   EXPECT_EQ(m_overs, 3u) << "two that wait are one";
   WriteVlans("\"b\": 5");
   Reload();
   EXPECT_EQ(m_overs, 4u) << "one that is refused is over as well";
+  EXPECT_EQ(m_begins, 4u);
 }
 
 TEST_F(Reloader, BringsRoutesBackWithTheirVlan) {
