@@ -46,28 +46,6 @@ std::string Megabytes(std::uint64_t bytes) {
   return text;
 }
 
-std::vector<std::string> ReasonsOf(const Unsettled& now) {
-  std::vector<std::string> reasons;
-  const auto add = [&reasons](bool is, std::string text) {
-    if (is) {
-      reasons.push_back(std::move(text));
-    }
-  };
-  add(now.isHeld, "the stack is held");
-  add(!now.isStackReady, "the stack is not ready");
-  add(now.isBringingBack, "the stack was restarted and is told everything again");
-  add(now.isApplying, "a configuration is read or applied");
-  add(now.open != 0, Counted(now.open, "request for a route or a rule is open",
-                             "requests for routes and rules are open"));
-  add(now.isAnswering, "the stack has not answered everything");
-  add(now.leavingVlans != 0,
-      Counted(now.leavingVlans, "VLAN waits", "VLANs wait") + " for the answers to removals");
-  add(now.isComparing, "what has changed is compared with the stack");
-  add(now.isRetrying, "what was refused is asked for again");
-  add(reasons.empty(), "protocol rows are to be asked for");
-  return reasons;
-}
-
 KernelState FindKernel(const Host& host) {
   return host.describeKernel ? host.describeKernel() : KernelState{};
 }
@@ -128,6 +106,28 @@ void AddRevisionLines(std::string& text, const Sources& sources) {
 
 }  // namespace
 
+std::vector<std::string> DescribeUnsettled(const Unsettled& now) {
+  std::vector<std::string> reasons;
+  const auto add = [&reasons](bool is, std::string text) {
+    if (is) {
+      reasons.push_back(std::move(text));
+    }
+  };
+  add(now.isHeld, "the stack is held");
+  add(!now.isStackReady, "the stack is not ready");
+  add(now.isBringingBack, "the stack was restarted and is told everything again");
+  add(now.isApplying, "a configuration is read or applied");
+  add(now.open != 0, Counted(now.open, "request for a route or a rule is open",
+                             "requests for routes and rules are open"));
+  add(now.isAnswering, "the stack has not answered everything");
+  add(now.leavingVlans != 0,
+      Counted(now.leavingVlans, "VLAN waits", "VLANs wait") + " for the answers to removals");
+  add(now.isComparing, "what has changed is compared with the stack");
+  add(now.isRetrying, "what was refused is asked for again");
+  add(reasons.empty(), "protocol rows are to be asked for");
+  return reasons;
+}
+
 StatusView::StatusView(const Sources& sources, Format format)
     : m_sources(sources), m_format(format), m_looking(sources.host.loop.Get()) {}
 
@@ -175,7 +175,7 @@ std::string StatusView::WriteText() const {
   }
   const bool isSettled = reloader.IsSettled();
   const std::vector<std::string> reasons =
-      isSettled ? std::vector<std::string>{"yes"} : ReasonsOf(reloader.FindUnsettled());
+      isSettled ? std::vector<std::string>{"yes"} : DescribeUnsettled(reloader.FindUnsettled());
   for (std::size_t i = 0; i < reasons.size(); ++i) {
     AddLine(text, i == 0 ? "settled" : "",
             isSettled ? reasons[i] : (i == 0 ? "no: " : "    ") + reasons[i]);
@@ -237,7 +237,7 @@ std::string StatusView::WriteJson() const {
   const bool isSettled = reloader.IsSettled();
   json.Key("settled").Bool(isSettled).Key("unsettled_by").BeginArray();
   for (const std::string& reason :
-       isSettled ? std::vector<std::string>() : ReasonsOf(reloader.FindUnsettled())) {
+       isSettled ? std::vector<std::string>() : DescribeUnsettled(reloader.FindUnsettled())) {
     json.Text(reason);
   }
   json.EndArray();

@@ -4,12 +4,17 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "device/apply/reloader.h"
 #include "device/loop/work.h"
 #include "sources.h"
 #include "view.h"
 
 namespace views {
+
+/// What keeps it from being settled, in words; at least one reason.
+std::vector<std::string> DescribeUnsettled(const apply::Reloader::Unsettled& now);
 
 /// How the device is. Whether the folder differs from what is in force is found in the thread pool:
 /// until that is known there is nothing to read. Everything else is as it is when that is known.
