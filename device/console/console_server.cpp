@@ -33,11 +33,25 @@ ConsoleServer::ConsoleServer(uv_loop_s* loop, const std::string& path, Context c
       m_sweep(loop),
       m_pause(loop) {}
 
+ConsoleServer::ConsoleServer(uv_loop_s* loop, int descriptor, Context context, Limits limits)
+    : m_loop(loop),
+      m_context(std::move(context)),
+      m_limits(limits),
+      m_listener(descriptor),
+      m_poll(loop, m_listener.Get()),
+      m_sweep(loop),
+      m_pause(loop) {}
+
 ConsoleServer::~ConsoleServer() = default;
 
-void ConsoleServer::Start() {
+void ConsoleServer::Start(std::function<void()> serving) {
   m_start = m_context.makeSettle();
-  m_start->Wait(START_LIMIT_MILLISECONDS, [this](bool) { Serve(); });
+  m_start->Wait(START_LIMIT_MILLISECONDS, [this, serving = std::move(serving)](bool) {
+    Serve();
+    if (serving) {
+      serving();
+    }
+  });
 }
 
 void ConsoleServer::Serve() {

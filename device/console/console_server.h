@@ -43,13 +43,15 @@ class ConsoleServer {
 
   /// Listens at `path`, as a ListeningSocket does. Clients wait until Start().
   ConsoleServer(uv_loop_s* loop, const std::string& path, Context context, Limits limits);
+  /// The same at a socket that somebody else has made (loop::ListeningSocket).
+  ConsoleServer(uv_loop_s* loop, int descriptor, Context context, Limits limits);
   ConsoleServer(const ConsoleServer&) = delete;
   ConsoleServer& operator=(const ConsoleServer&) = delete;
-  /// Ends all sessions and removes the socket at `path`, if it is still its own.
+  /// Ends all sessions and removes the socket at its own path, if it is still its own.
   ~ConsoleServer();
 
-  /// Begins to serve clients when things have settled.
-  void Start();
+  /// Begins to serve clients when things have settled, and calls `serving` then.
+  void Start(std::function<void()> serving = {});
   std::size_t CountSessions() const;
 
  private:

@@ -138,9 +138,11 @@ ListeningSocket::ListeningSocket(const std::string& path, const SocketAccess& ac
   m_identity = FindIdentity(path);
 }
 
+ListeningSocket::ListeningSocket(int descriptor) : m_descriptor(descriptor) {}
+
 // Another process has the place by now when somebody removed the socket before.
 ListeningSocket::~ListeningSocket() {
-  if (FindIdentity(m_path) == m_identity) {
+  if (!m_path.empty() && FindIdentity(m_path) == m_identity) {
     unlink(m_path.c_str());
   }
 }

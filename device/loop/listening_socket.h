@@ -28,9 +28,12 @@ class ListeningSocket {
   /// connect whom `access` does not let in. Throws std::runtime_error if it cannot listen there, or
   /// cannot give the socket to whom it shall belong; nothing stays at `path` then.
   explicit ListeningSocket(const std::string& path, const SocketAccess& access = {});
+  /// Owns `descriptor`, which listens already and is non-blocking. Its place in the file system is
+  /// somebody else's.
+  explicit ListeningSocket(int descriptor);
   ListeningSocket(const ListeningSocket&) = delete;
   ListeningSocket& operator=(const ListeningSocket&) = delete;
-  /// Removes the socket at the path, if it is still its own.
+  /// Removes the socket at the path that it was made at, if it is still its own.
   ~ListeningSocket();
 
   /// Non-blocking.
@@ -41,7 +44,7 @@ class ListeningSocket {
 
   static Identity FindIdentity(const std::string& path);
 
-  const std::string m_path;
+  const std::string m_path;  // empty: not its own
   program::OwnedDescriptor m_descriptor;
   Identity m_identity;
 };
