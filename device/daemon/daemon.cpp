@@ -31,8 +31,10 @@
 #include "device/rows/verify.h"
 #include "device/stack/facts.h"
 #include "device/views/moments.h"
+#include "device/views/status_view.h"
 #include "hang_up.h"
 #include "log_components.h"
+#include "passed_sockets.h"
 #include "state_place.h"
 #include "tarsel/trace.h"
 #include "vantacore/dc_router_mgr.h"
@@ -120,7 +122,9 @@ Daemon::Daemon(const CommandLine& line)
       m_afterReload(m_loop.Get()),
       m_memory(m_loop.Get(), Activity(),
                [this] { m_givingBack.Start(loop::GiveBackFreeMemory, [](const auto&) {}); }),
-      m_givingBack(m_loop.Get()) {}
+      m_givingBack(m_loop.Get()),
+      m_serviceManager(m_loop.Get(), ReadServiceEnvironment(),
+                       {[this] { return DescribeState(); }, NowMilliseconds}) {}
 
 Daemon::~Daemon() = default;
 
@@ -133,9 +137,11 @@ apply::ReloadHooks Daemon::MakeReloadHooks() {
   };
   hooks.overheard = HearWhile;
   hooks.library = [this](const std::function<void()>& work) { m_loop.Apart(work); };
+  hooks.begins = [this] { m_serviceManager.ReloadBegins(); };
   hooks.over = [this] {
     m_kernelLinks.Apply(m_reloader.GetIntent().GetDevice());
     m_kernelRoutes.Apply(m_reloader.GetIntent().GetDevice());
+    m_serviceManager.ReloadIsOver();
     m_memory.Expect();
     m_afterReload.Post([this] { TellLongestTurn(); });
   };
@@ -150,12 +156,18 @@ apply::ReloadHooks Daemon::MakeReloadHooks() {
 
 int Daemon::Run() {
   WatchSignals();
-  if (!m_line.socketPath.empty()) {
-    m_server = OpenSocket(m_line.socketPath, m_line.socketAccess, m_dispatcher, "the socket");
+  const int passed = TakePassedConsole();
+  if (passed >= 0) {
+    m_server = std::make_unique<console::ConsoleServer>(m_loop.Get(), passed,
+                                                        MakeServed(m_dispatcher, "the socket", {}),
+                                                        console::ConsoleServer::Limits{});
+  } else if (!m_line.socketPath.empty()) {
+    m_server =
+        OpenSocket(m_line.socketPath, MakeServed(m_dispatcher, "the socket", m_line.socketAccess));
   }
   if (!m_line.viewSocketPath.empty()) {
-    m_viewServer = OpenSocket(m_line.viewSocketPath, m_line.viewSocketAccess, m_viewDispatcher,
-                              "the view socket");
+    m_viewServer = OpenSocket(m_line.viewSocketPath, MakeServed(m_viewDispatcher, "the view socket",
+                                                                m_line.viewSocketAccess));
   }
   if (!m_line.metricsPath.empty()) {
     m_metrics = OpenMetrics();
@@ -191,6 +203,7 @@ void Daemon::PrepareLibrary() {
     m_pace.Look();
     m_watchTap.Look();
     m_kernelRoutes.Look();
+    m_serviceManager.Look();
   });
   m_stack.MakeCurrent();
 }
@@ -211,16 +224,20 @@ void Daemon::Serve() {
   TellStart();
   m_kernelLinks.TellProblems();
   try {
-    for (const auto* server : {&m_server, &m_viewServer}) {
-      if (*server) {
-        (*server)->Start();
-      }
+    if (m_viewServer) {
+      m_viewServer->Start();
+    }
+    if (m_server) {
+      m_server->Start([this] { m_serviceManager.Started(); });
     }
     if (m_metrics) {
       m_metrics->Start();
     }
     if (!m_line.isDaemon) {
       StartSession();
+    }
+    if (!m_server) {
+      m_serviceManager.Started();
     }
   } catch (const std::exception&) {
     m_problem = std::current_exception();
@@ -291,18 +308,20 @@ std::unique_ptr<console::Session> Daemon::MakeTerminalSession(
   return session;
 }
 
-std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket(const std::string& path,
-                                                           const loop::SocketAccess& access,
-                                                           const console::Dispatcher& dispatcher,
-                                                           const char* place) {
-  console::ConsoleServer::Context context{
-      dispatcher,
-      [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), Activity()); },
-      [this] { return m_reloader.GetIntent().GetDevice().defaultVlan; },
-      m_walks,
-      [this](std::size_t most) { return FindEffect(most); },
-      place,
-      access};
+console::ConsoleServer::Context Daemon::MakeServed(const console::Dispatcher& dispatcher,
+                                                   const char* place,
+                                                   const loop::SocketAccess& access) {
+  return {dispatcher,
+          [this] { return std::make_unique<loop::SettledWait>(m_loop.Get(), Activity()); },
+          [this] { return m_reloader.GetIntent().GetDevice().defaultVlan; },
+          m_walks,
+          [this](std::size_t most) { return FindEffect(most); },
+          place,
+          access};
+}
+
+std::unique_ptr<console::ConsoleServer> Daemon::OpenSocket(
+    const std::string& path, console::ConsoleServer::Context context) {
   return std::make_unique<console::ConsoleServer>(m_loop.Get(), path, std::move(context),
                                                   console::ConsoleServer::Limits{});
 }
@@ -392,6 +411,35 @@ std::function<std::vector<std::string>()> Daemon::MakeObstacleCheck() const {
   return [check = std::move(check)] { return check ? check().lines : std::vector<std::string>(); };
 }
 
+// What an operator sees who asks the service manager.
+ServiceManager::State Daemon::DescribeState() const {
+  ServiceManager::State state;
+  const auto add = [&text = state.text](const std::string& part) {
+    text += (text.empty() ? "" : "; ") + part;
+  };
+  if (!m_reloader.IsSettled()) {
+    for (const std::string& reason : views::DescribeUnsettled(m_reloader.FindUnsettled())) {
+      add(reason);
+    }
+  } else if (!m_kernelLinks.IsSettled()) {
+    add("links of the kernel are being taken");
+  } else if (!m_kernelRoutes.IsSettled()) {
+    add("routes are on their way to the kernel");
+  } else {
+    add("settled");
+    state.isCalm = true;
+  }
+  if (const std::size_t count = m_reloader.GetKnowledge().GetDifferences().Count()) {
+    add(Counted(count, "row differs", "rows differ"));
+  }
+  if (const auto& trial = m_reloader.GetTrial()) {
+    add("revision " + std::to_string(trial->revision) + " is to be confirmed in " +
+        std::to_string(m_reloader.CountSecondsOfTrial()) + " s");
+    state.isCalm = false;
+  }
+  return state;
+}
+
 // The links first: what they have become, the stack has to be told. Then the stack: what it does not
 // have, the kernel cannot.
 void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done) {
@@ -444,6 +492,7 @@ void Daemon::TellLongestTurn() {
 void Daemon::Stop(int status, const char* cause) {
   m_status = status;
   m_cause = cause;
+  m_serviceManager.Stops();
   uv_stop(m_loop.Get());
 }
 

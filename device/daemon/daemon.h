@@ -27,6 +27,7 @@
 #include "metrics_server.h"
 #include "pace.h"
 #include "protocol_rows.h"
+#include "service_manager.h"
 #include "stack_descriptors.h"
 #include "stack_port.h"
 #include "stack_tables.h"
@@ -57,10 +58,10 @@ class Daemon {
   void StartSession();
   std::unique_ptr<console::Session> MakeTerminalSession(const console::SessionContext& context,
                                                         unsigned short vlan);
+  console::ConsoleServer::Context MakeServed(const console::Dispatcher& dispatcher,
+                                             const char* place, const loop::SocketAccess& access);
   std::unique_ptr<console::ConsoleServer> OpenSocket(const std::string& path,
-                                                     const loop::SocketAccess& access,
-                                                     const console::Dispatcher& dispatcher,
-                                                     const char* place);
+                                                     console::ConsoleServer::Context context);
   console::Answers MakeAnswers();
   std::unique_ptr<MetricsServer> OpenMetrics();
   std::size_t CountSessions() const;
@@ -72,6 +73,7 @@ class Daemon {
   KernelRoutes::Hooks MakeKernelHooks();
   views::KernelState DescribeKernel() const;
   std::function<std::vector<std::string>()> MakeObstacleCheck() const;
+  ServiceManager::State DescribeState() const;
   void Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
   Traffic GetTraffic() const;
   views::Effect FindEffect(std::size_t mostDifferences) const;
@@ -113,6 +115,7 @@ class Daemon {
   loop::Task m_afterReload;
   loop::MemoryReturn m_memory;
   loop::Work m_givingBack;
+  ServiceManager m_serviceManager;
   int m_status = program::EXIT_DONE;
   const char* m_cause = "";      // why it stops
   std::exception_ptr m_problem;  // that ended the start

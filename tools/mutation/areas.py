@@ -72,7 +72,7 @@ ROOMS = [
     room('console', 'unit_console', SESSIONS, ORDERS, bar=85.0),
     room('daemon', 'unit_daemon', 'unit_daemon_memory', 'unit_keepers', 'unit_apply', 'promises', 'restart_memory',
          SESSIONS, 'system_tests Reload.*:Check.*:Log.*:LogFormats.*:HangUp.*:Pace.*:'
-         'ClientOfADaemon.*:MetricsSocket.*'),
+         'ClientOfADaemon.*:MetricsSocket.*:Service.*:PassedSocket.*'),
     room('wire', 'unit_wire', 'system_tests Client.*'),
     room('editor', 'unit_editor', 'system_tests Terminal.*:Client.*Prompt*:*/Prompt.*'),
     room('client', 'system_tests Client.*:ClientOfA*:Trust.*:Greeting.*:Pager.*:*/Prompt.*'),
