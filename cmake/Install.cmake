@@ -90,6 +90,16 @@ foreach(page vantacored vantacorectl)
     ${PROJECT_SOURCE_DIR}/docs/man/${page}.1 ${page}.1 ${CMAKE_INSTALL_MANDIR}/man1 device)
 endforeach()
 
+# Where systemd looks, for the prefixes /usr and /usr/local.
+set(service ${PROJECT_SOURCE_DIR}/device/daemon/service)
+set(units ${PROJECT_BINARY_DIR}/service)
+configure_file(${service}/vantacored.service.in ${units}/vantacored.service @ONLY)
+configure_file(${service}/vantacored.socket ${units}/vantacored.socket COPYONLY)
+install(FILES ${units}/vantacored.service ${units}/vantacored.socket
+  DESTINATION lib/systemd/system COMPONENT device)
+install(FILES ${service}/vantacore.sysusers RENAME vantacore.conf
+  DESTINATION lib/sysusers.d COMPONENT device)
+
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/vantacoreConfig.cmake.in
   ${PROJECT_BINARY_DIR}/vantacoreConfig.cmake
   INSTALL_DESTINATION ${VANTACORE_PACKAGE_DIR} NO_SET_AND_CHECK_MACRO)

@@ -47,6 +47,8 @@ set(examples ${PROJECT_SOURCE_DIR}/examples)
 install(DIRECTORY ${examples}/embedding ${examples}/first-router ${examples}/maker-host
   DESTINATION ${development_docs}/examples COMPONENT development)
 install(DIRECTORY ${examples}/first-network DESTINATION ${device_docs}/examples COMPONENT device)
+install(FILES ${PROJECT_SOURCE_DIR}/device/daemon/service/kernel.conf
+  DESTINATION ${device_docs}/examples/vantacored.service.d COMPONENT device)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -104,6 +106,8 @@ libraries to try them with are in vantacore-device.")
 set(CPACK_DEBIAN_DEVICE_PACKAGE_NAME vantacore-device)
 set(CPACK_DEBIAN_DEVICE_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_DEVICE_PACKAGE_DEPENDS "${library_package} (= ${DEBIAN_VERSION})")
+set(CPACK_DEBIAN_DEVICE_PACKAGE_CONTROL_EXTRA ${PACKAGE_FILES}/device-scripts/postinst
+  ${PACKAGE_FILES}/device-scripts/prerm ${PACKAGE_FILES}/device-scripts/postrm)
 set(CPACK_DEBIAN_DEVICE_PACKAGE_SUGGESTS
   "libvantacore-dev (= ${DEBIAN_VERSION}), libuv1-dev")
 set(CPACK_DEBIAN_DEVICE_DESCRIPTION "routing configuration of a network device - software device
@@ -112,8 +116,9 @@ management plane and the routing stack. The software device is what it needs
 around it on any Linux machine: base classes, a routing stack, protocol
 routers, and a daemon that reads a configuration folder.
 .
-This package has the daemon, its console client, the device's libraries with
-their headers, and the operator's documents.")
+This package has the daemon, its console client, the units for systemd, the
+device's libraries with their headers, and the operator's documents. It starts
+and enables nothing by itself.")
 
 include(CPack)
 cpack_add_component(library GROUP library)
