@@ -170,7 +170,7 @@ void KernelLinks::HandOn(std::size_t most) {
   const bool areGoing = !m_going.empty();
   while (changes.size() < most && !from.empty()) {
     const std::uint32_t index = *from.begin();
-    from.erase(from.begin());
+    from.erase(index);
     const auto now = areGoing ? links.end() : links.find(index);
     changes.emplace(index, now != links.end() ? std::optional(LinkOf(now->second)) : std::nullopt);
   }

@@ -192,10 +192,12 @@ void Interfaces::TellListener(const intent::InterfacePlan& plan, InterfaceChange
 // An address that the interface has already, and that the registry is reminded of.
 bool Interfaces::IsRepeat(const intent::InterfaceStep& step) const {
   const auto* const added = std::get_if<intent::AddIp4>(&step.action);
-  const auto known = added != nullptr ? m_interfaces.find(step.key) : m_interfaces.end();
-  return known != m_interfaces.end() &&
-         std::find(known->second.ip4.begin(), known->second.ip4.end(), added->network) !=
-             known->second.ip4.end();
+  const auto known = m_interfaces.find(step.key);
+  if (added == nullptr || known == m_interfaces.end()) {
+    return false;
+  }
+  const std::vector<Ip4Network>& present = known->second.ip4;
+  return std::find(present.begin(), present.end(), added->network) != present.end();
 }
 
 void Interfaces::Happen(const InterfaceKey& key, const intent::InterfaceAction& action) {
