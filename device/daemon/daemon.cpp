@@ -60,10 +60,6 @@ std::int64_t WallMilliseconds() {
 
 std::uint64_t NowMilliseconds() { return uv_hrtime() / 1000000; }
 
-std::unique_ptr<kernel::Channel> OpenKernel(kernel::Subscription subscription) {
-  return std::make_unique<kernel::NetlinkSocket>(subscription);
-}
-
 bool AreSameTerminal(int one, int other) {
   struct stat first {};
   struct stat second {};
@@ -97,21 +93,13 @@ Daemon::Daemon(const CommandLine& line)
              console::ConsoleServer::PROTOCOL_VERSION,
              [this] { return CountSessions(); },
              [this] { return m_log.CountLost(); },
-             [this] { return DescribeKernel(); },
-             [this] { return m_kernelLinks.Describe(); },
-             [this] { return MakeObstacleCheck(); }},
+             [this] { return m_kernel.Describe(); },
+             [this] { return m_kernel.DescribeLinks(); },
+             [this] { return m_kernel.MakeObstacleCheck(); }},
       m_questions({m_reloader, m_interfaces, m_stackPort, m_tables, m_host, m_feed}),
       m_watchTap(m_feed, m_stackPort, m_interfaces, m_reloader),
-      m_kernelLinks(m_loop.Get(), m_interfaces,
-                    {OpenKernel, Log,
-                     [this](const std::string& problem) {
-                       Complain(documents::Severity::WARNING, problem);
-                       m_watchTap.HearLine(problem);
-                     },
-                     [this] { m_reloader.InterfacesChanged(); }}),
-      m_kernelRoutes(m_loop.Get(), m_stackPort, m_stack.GetFacts(), line.sweepAfterSeconds,
-                     MakeKernelHooks()),
-      m_switches(m_loop.Get()),
+      m_kernel(m_loop.Get(), m_interfaces, m_stackPort, m_stack.GetFacts(), line.sweepAfterSeconds,
+               MakeKernelHooks()),
       m_settled(m_loop.Get(), Activity()),
       m_pace([this] { return GetTraffic(); }, NowMilliseconds, line.tickMicroseconds),
       m_lab(m_stack.GetControl(), m_interfaces, [this](auto tick) { m_pace.Fix(tick); }),
@@ -139,8 +127,7 @@ apply::ReloadHooks Daemon::MakeReloadHooks() {
   hooks.library = [this](const std::function<void()>& work) { m_loop.Apart(work); };
   hooks.begins = [this] { m_serviceManager.ReloadBegins(); };
   hooks.over = [this] {
-    m_kernelLinks.Apply(m_reloader.GetIntent().GetDevice());
-    m_kernelRoutes.Apply(m_reloader.GetIntent().GetDevice());
+    m_kernel.Apply(m_reloader.GetIntent().GetDevice());
     m_serviceManager.ReloadIsOver();
     m_memory.Expect();
     m_afterReload.Post([this] { TellLongestTurn(); });
@@ -202,17 +189,14 @@ void Daemon::PrepareLibrary() {
   m_loop.AtTurnEnd([this] {
     m_pace.Look();
     m_watchTap.Look();
-    m_kernelRoutes.Look();
+    m_kernel.Look();
     m_serviceManager.Look();
   });
   m_stack.MakeCurrent();
 }
 
-// What the kernel has to do with it first: its links are interfaces from the beginning, and nothing
-// of the forwarding table is missed.
 void Daemon::InitializeLibrary() {
-  m_kernelLinks.Start(m_reloader.GetIntent().GetDevice());
-  m_kernelRoutes.Apply(m_reloader.GetIntent().GetDevice());
+  m_kernel.Start(m_reloader.GetIntent().GetDevice());
   Tarsel::DcRouterMgr* manager = Tarsel::DcRouterMgr::GetInstance();
   manager->Initialize(m_reloader.GetIntent().GetDevice().defaultVlan, &m_interfaces);
   manager->SckInterfaceInitialize(&m_descriptors);
@@ -222,7 +206,7 @@ void Daemon::InitializeLibrary() {
 void Daemon::Serve() {
   m_memory.Expect();
   TellStart();
-  m_kernelLinks.TellProblems();
+  m_kernel.TellProblems();
   try {
     if (m_viewServer) {
       m_viewServer->Start();
@@ -378,37 +362,15 @@ loop::Activity Daemon::Activity() {
           }};
 }
 
-KernelRoutes::Hooks Daemon::MakeKernelHooks() {
-  return {OpenKernel, Log, NowMilliseconds,
-          [this] { return m_reloader.IsSettled() && !m_stack.GetFacts().HasWork(); }};
-}
-
-views::KernelState Daemon::DescribeKernel() const {
-  views::KernelState state;
-  if (const kernel::LinkWatch* const watch = m_kernelLinks.GetWatch()) {
-    state.overruns = watch->CountOverruns();
-    state.untold = watch->CountUntold();
-  }
-  if (const kernel::RouteSink* const sink = m_kernelRoutes.GetSink()) {
-    const kernel::RouteLedger& ledger = sink->GetLedger();
-    const kernel::RouteLedger::Totals& totals = ledger.GetTotals();
-    state.isWritten = true;
-    state.wanted = ledger.CountWanted();
-    state.standing = ledger.CountStanding();
-    state.refused = ledger.CountRefused();
-    state.added = totals.added;
-    state.deleted = totals.deleted;
-    state.refusals = totals.refused;
-    state.missing = totals.missing;
-    state.strays = totals.strays;
-    state.overruns += sink->CountOverruns();
-  }
-  return state;
-}
-
-std::function<std::vector<std::string>()> Daemon::MakeObstacleCheck() const {
-  auto check = MakeSwitchCheck(m_interfaces, m_kernelRoutes);
-  return [check = std::move(check)] { return check ? check().lines : std::vector<std::string>(); };
+KernelSide::Hooks Daemon::MakeKernelHooks() {
+  return {Log,
+          [this](const std::string& problem) {
+            Complain(documents::Severity::WARNING, problem);
+            m_watchTap.HearLine(problem);
+          },
+          [this] { m_reloader.InterfacesChanged(); },
+          [this] { return m_reloader.IsSettled() && !m_stack.GetFacts().HasWork(); },
+          NowMilliseconds};
 }
 
 // What an operator sees who asks the service manager.
@@ -421,10 +383,8 @@ ServiceManager::State Daemon::DescribeState() const {
     for (const std::string& reason : views::DescribeUnsettled(m_reloader.FindUnsettled())) {
       add(reason);
     }
-  } else if (!m_kernelLinks.IsSettled()) {
-    add("links of the kernel are being taken");
-  } else if (!m_kernelRoutes.IsSettled()) {
-    add("routes are on their way to the kernel");
+  } else if (const char* const reason = m_kernel.FindUnsettled()) {
+    add(reason);
   } else {
     add("settled");
     state.isCalm = true;
@@ -440,26 +400,17 @@ ServiceManager::State Daemon::DescribeState() const {
   return state;
 }
 
-// The links first: what they have become, the stack has to be told. Then the stack: what it does not
-// have, the kernel cannot.
 void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done) {
   using Verdicts = std::vector<rows::Verdict>;
-  const auto add = [](Verdicts& verdicts, std::optional<rows::Verdict> verdict) {
-    if (verdict) {
-      verdicts.push_back(std::move(*verdict));
-    }
-  };
-  m_kernelLinks.Verify([=](auto links) {
-    m_reloader.Verify(mostLines, [=](Verdicts stack) {
-      const auto verdicts = std::make_shared<Verdicts>(std::move(stack));
-      add(*verdicts, links);
-      m_kernelRoutes.Verify(mostLines, [=](auto routes) {
-        add(*verdicts, std::move(routes));
-        m_switches.Verify(MakeSwitchCheck(m_interfaces, m_kernelRoutes), mostLines,
-                          [=](auto switches) {
-                            add(*verdicts, std::move(switches));
-                            done(std::move(*verdicts));
-                          });
+  m_kernel.VerifyLinks([=](std::optional<rows::Verdict> links) {
+    m_reloader.Verify(mostLines, [=](const Verdicts& stack) {
+      m_kernel.VerifyRoutes(mostLines, [=](const Verdicts& kernel) {
+        Verdicts verdicts = stack;
+        if (links) {
+          verdicts.push_back(*links);
+        }
+        verdicts.insert(verdicts.end(), kernel.begin(), kernel.end());
+        done(std::move(verdicts));
       });
     });
   });

@@ -21,8 +21,7 @@
 #include "device/stack/routing_stack.h"
 #include "device/views/device_questions.h"
 #include "device/views/feed.h"
-#include "kernel_links.h"
-#include "kernel_routes.h"
+#include "kernel_side.h"
 #include "log_writer.h"
 #include "metrics_server.h"
 #include "pace.h"
@@ -31,7 +30,6 @@
 #include "stack_descriptors.h"
 #include "stack_port.h"
 #include "stack_tables.h"
-#include "switch_check.h"
 #include "walk_runner.h"
 #include "watch_tap.h"
 
@@ -67,12 +65,8 @@ class Daemon {
   std::size_t CountSessions() const;
   console::FolderCommands MakeFolderCommands();
   loop::Activity Activity();
-  bool IsSettled() const {
-    return m_reloader.IsSettled() && m_kernelLinks.IsSettled() && m_kernelRoutes.IsSettled();
-  }
-  KernelRoutes::Hooks MakeKernelHooks();
-  views::KernelState DescribeKernel() const;
-  std::function<std::vector<std::string>()> MakeObstacleCheck() const;
+  bool IsSettled() const { return m_reloader.IsSettled() && m_kernel.IsSettled(); }
+  KernelSide::Hooks MakeKernelHooks();
   ServiceManager::State DescribeState() const;
   void Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
   Traffic GetTraffic() const;
@@ -98,9 +92,7 @@ class Daemon {
   const views::Host m_host;
   views::DeviceQuestions m_questions;
   WatchTap m_watchTap;
-  KernelLinks m_kernelLinks;
-  KernelRoutes m_kernelRoutes;
-  SwitchVerifier m_switches;
+  KernelSide m_kernel;
   loop::SettledWait m_settled;  // the session's
   Pace m_pace;
   console::Lab m_lab;
