@@ -2,17 +2,25 @@
 
 A suite says itself how many of its tests passed and failed. One that says nothing (it crashed, ran
 out of time, or is a single check) counts as one test with ctest's verdict.
+
+Before the sum stands what each suite that failed has printed, without the lines of those of its
+tests that passed: what went wrong is often read through a window of few lines. A test that began and
+never ended, because the suite crashed, stays.
 """
 
 import re
 import sys
 
 ENTRY = re.compile(
-    r'^Output:\n-+\n(.*?)^<end of output>\n.*?^Test ([A-Z][\w ]*)\.$',
+    r'^Output:\n-+\n(?P<output>.*?)^<end of output>\n.*?^Test (?P<verdict>[A-Z][\w ]*)\.\n'
+    r'"(?P<suite>[^"\n]*)" end time',
     re.M | re.S)
 OWN_LINE = re.compile(r'^(\d+) passed, (\d+) failed$', re.M)
 GTEST_PASSED = re.compile(r'^\[  PASSED  \] (\d+) tests?\.$', re.M)
 GTEST_FAILED = re.compile(r'^\[  FAILED  \] (\d+) tests?, listed below:$', re.M)
+GTEST_BEGINS = re.compile(r'^\[ RUN      \] (\S+)$')
+GTEST_ENDS = re.compile(r'^\[       OK \] (\S+)')
+GTEST_AROUND = re.compile(r'^\[[-=]{10}\]|^$')
 
 
 def counts(output, ctest_passed):
@@ -30,10 +38,28 @@ def counts(output, ctest_passed):
     return passed, failed
 
 
+def without_passed(output):
+    shown, running = [], None  # where the test that is running has begun, and its name
+    for line in output.splitlines():
+        begins, ends = GTEST_BEGINS.match(line), GTEST_ENDS.match(line)
+        if begins:
+            running = len(shown), begins[1]
+        if ends and running and running[1] == ends[1]:
+            del shown[running[0]:]
+            running = None
+        elif running or not GTEST_AROUND.match(line):
+            shown.append(line)
+    return shown
+
+
 def main():
     with open(sys.argv[1], encoding='utf-8', errors='replace') as log:
-        entries = ENTRY.findall(log.read())
-    sums = [counts(output, verdict == 'Passed') for output, verdict in entries]
+        entries = [(entry['suite'], entry['output'], entry['verdict'] == 'Passed')
+                   for entry in ENTRY.finditer(log.read())]
+    for suite, output, has_passed in entries:
+        if not has_passed:
+            print('\n'.join(['--- %s' % suite, *without_passed(output), '---']))
+    sums = [counts(output, has_passed) for _, output, has_passed in entries]
     print('%d passed, %d failed' % (sum(p for p, _ in sums), sum(f for _, f in sums)))
 
 

@@ -104,12 +104,15 @@ Test %s.
 
 
 class Sum(unittest.TestCase):
-    def adds_up_to(self, expected, *entries):
+    def says(self, *entries):
         with tempfile.NamedTemporaryFile('w', suffix='.log') as log:
             log.write(''.join(ENTRY % entry for entry in entries))
             log.flush()
             result = subprocess.run([sys.executable, SUM, log.name], stdout=subprocess.PIPE)
-        self.assertEqual(result.stdout.decode(), expected + '\n')
+        return result.stdout.decode().splitlines()
+
+    def adds_up_to(self, expected, *entries):
+        self.assertEqual(self.says(*entries)[-1], expected)
 
     def test_isolated_suites(self):
         self.adds_up_to('7 passed, 1 failed', ('3 passed, 0 failed\n', 'Passed'),
@@ -128,6 +131,24 @@ class Sum(unittest.TestCase):
 
     def test_failure_after_the_last_test_is_not_lost(self):
         self.adds_up_to('5 passed, 1 failed', ('[  PASSED  ] 5 tests.\n', 'Failed'))
+
+    def test_what_passes_is_not_shown(self):
+        self.assertEqual(self.says(('[ RUN      ] A.B\n[       OK ] A.B (1 ms)\n'
+                                    '[  PASSED  ] 1 test.\n', 'Passed')),
+                         ['1 passed, 0 failed'])
+
+    def test_of_a_suite_that_failed_those_tests_are_shown_that_did(self):
+        self.assertEqual(
+            self.says(('[==========] Running 4 tests from 1 test suite.\n'
+                       '[----------] 4 tests from A\n'
+                       '[ RUN      ] A.Before\nsaid\n[       OK ] A.Before (1 ms)\n'
+                       '[ RUN      ] A.Bad\nwhy\n\n[----------] its own\n'
+                       '[  FAILED  ] A.Bad (2 ms)\n'
+                       '[ RUN      ] A.After\n[       OK ] A.After (0 ms)\n'
+                       '[ RUN      ] A.Crashes\nlast words\n', 'Exception')),
+            ['--- x', '[ RUN      ] A.Bad', 'why', '', '[----------] its own',
+             '[  FAILED  ] A.Bad (2 ms)', '[ RUN      ] A.Crashes', 'last words', '---',
+             '0 passed, 1 failed'])
 
 
 if __name__ == '__main__':
