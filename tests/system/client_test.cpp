@@ -118,8 +118,9 @@ TEST_F(Client, HearsWhatAReloadCannotUse) {
   daemon->Kill(SIGTERM);
   EXPECT_EQ(daemon->Wait(), 0);
   EXPECT_THAT(daemon->Log(), HasSubstr(finding + "Refused to "));
-  EXPECT_THAT(daemon->Log(), EndsWith(" at the socket" + refusal + odd.output + mended.output +
-                                      "Stopped after 00:00:00: SIGTERM\n"));
+  EXPECT_THAT(daemon->Log(), HasSubstr(" at the socket" + refusal + odd.output + mended.output +
+                                       "Stopped after "));
+  EXPECT_THAT(daemon->Log(), EndsWith(": SIGTERM\n"));
 }
 
 // What a check finds is for who asked alone.

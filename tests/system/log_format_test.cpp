@@ -13,7 +13,6 @@ namespace {
 
 using system_test::Arguments;
 using system_test::DaemonProcess;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
@@ -22,6 +21,12 @@ using testing::StartsWith;
 const char* const PREFIX =
     "^[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}\\+05:45 "
     "(error|warning|notice|info|debug) (library|stack|host): ";
+
+/// A log that ends with this; how long the daemon has lived is a matter of the machine.
+testing::Matcher<const std::string&> StoppedBy(const std::string& cause,
+                                               const std::string& before = "\n") {
+  return testing::ContainsRegex(before + "Stopped after 00:0[0-9]:[0-9][0-9]: " + cause + "\n$");
+}
 
 class LogFormats : public system_test::Client {
  protected:
@@ -72,7 +77,7 @@ TEST_F(LogFormats, ArePlainByDefault) {
   EXPECT_THAT(daemon->Log(), HasSubstr("requests\nStarted: vantacored "));
   EXPECT_THAT(daemon->Log(), HasSubstr(" with " + folder.Path() +
                                        ", revision 1: 2 VLANs, 1 interface, 0 routes\nStopped "));
-  EXPECT_THAT(daemon->Log(), EndsWith("\nStopped after 00:00:00: SIGTERM\n"));
+  EXPECT_THAT(daemon->Log(), StoppedBy("SIGTERM"));
 }
 
 // The zone has no summer, so that the test knows it at any time.
@@ -87,7 +92,7 @@ TEST_F(LogFormats, TellTimeLevelAndComponent) {
   EXPECT_THAT(daemon->Log(), HasSubstr(" info stack: ProtocolRowAction: shared_context = "));
   EXPECT_THAT(daemon->Log(), HasSubstr(" notice host: Revision 1, start: "));
   EXPECT_THAT(daemon->Log(), HasSubstr(" notice host: Started: vantacored "));
-  EXPECT_THAT(daemon->Log(), EndsWith(" notice host: Stopped after 00:00:00: SIGTERM\n"));
+  EXPECT_THAT(daemon->Log(), StoppedBy("SIGTERM", " notice host: "));
 }
 
 TEST_F(LogFormats, KnowTheJournal) {
@@ -156,11 +161,11 @@ TEST_F(LogFormats, TellWhyItStops) {
   const auto end = [this](const std::string& input) {
     return system_test::RunDaemon({"--config", folder.Path()}, input).log;
   };
-  EXPECT_THAT(end("quit\n"), EndsWith("\nStopped after 00:00:00: quit\n"));
-  EXPECT_THAT(end(""), EndsWith("\nStopped after 00:00:00: the end of its console\n"));
+  EXPECT_THAT(end("quit\n"), StoppedBy("quit"));
+  EXPECT_THAT(end(""), StoppedBy("the end of its console"));
   folder.Write("vlans.json", "{");
   const std::string refused = end("");
-  EXPECT_THAT(refused, EndsWith("\nStopped after 00:00:00: nothing that could be applied\n"));
+  EXPECT_THAT(refused, StoppedBy("nothing that could be applied"));
   EXPECT_THAT(refused, Not(HasSubstr("Started")));
 }
 
