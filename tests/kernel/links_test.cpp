@@ -208,6 +208,43 @@ TEST_F(KernelLinks, AProcessThatStoppedForATimeKnowsAllAfterwards) {
               testing::ContainsRegex("vantacore_kernel_overruns_total [1-9]"));
 }
 
+// The registry knows interfaces by index and by name; both are somebody else's afterwards.
+TEST_F(KernelLinks, AnIndexAndANameFindOtherOwnersUnheard) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  FloodWhileStopped({"link delete r1", "link add r9 index 2 type veth peer name q9 index 60",
+                     "link add r1 index 50 type veth peer name q1 index 61", "link set r1 up",
+                     "link set q1 up", "address add 10.1.0.1/24 dev r1", "link set r9 up",
+                     "link set q9 up", "address add 10.8.0.1/24 dev r9"});
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_NETWORK, "10.9.0.0/16 via 10.1.0.2 dev r1"));
+  const std::string interfaces = Interfaces();
+  EXPECT_THAT(interfaces, AllOf(HasSubstr("10.1.0.1/24"), HasSubstr("10.8.0.1/24")));
+  End();
+  Start();
+  AwaitPass();
+  EXPECT_EQ(interfaces, Interfaces()) << "a fresh start";
+}
+
+// Such an address has no network around it, and several may begin with the same end.
+TEST_F(KernelLinks, AnAddressWithAnotherEndIsNoNetwork) {
+  Ip("address flush dev r1");
+  Ip("address add 10.5.0.1 peer 10.5.0.2 dev r1");
+  Ip("address add 10.5.0.1 peer 10.6.0.2/24 dev r1");
+  WriteRoutes({{"10.9.0.0/16", "10.6.0.9"}});
+  Start();
+  AwaitPass();
+  EXPECT_THAT(Interfaces(), testing::ContainsRegex("r1 +UP +1500 +BM 10.5.0.1/32"));
+  EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_NETWORK)) << "10.6.0.0/24 is no network of ours";
+  Ip("address delete 10.5.0.1 peer 10.5.0.2 dev r1");
+  AwaitPass();
+  EXPECT_THAT(Interfaces(), HasSubstr("10.5.0.1/32")) << "one of the two is left";
+  Ip("address delete 10.5.0.1 peer 10.6.0.2/24 dev r1");
+  AwaitPass();
+  EXPECT_THAT(Interfaces(), Not(HasSubstr("10.5.0.1")));
+}
+
 TEST_F(KernelLinks, AKilledDeviceFindsItAllAgain) {
   WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}});
   Start();
