@@ -206,7 +206,7 @@ void Daemon::InitializeLibrary() {
 void Daemon::Serve() {
   m_memory.Expect();
   TellStart();
-  m_kernel.TellProblems();
+  m_kernel.Started(m_reloader.GetIntent().GetDevice());
   try {
     if (m_viewServer) {
       m_viewServer->Start();

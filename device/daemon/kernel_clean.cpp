@@ -10,21 +10,34 @@ namespace vantacored {
 
 using program::Counted;
 
-int CleanKernel() {
-  kernel::NetlinkSocket socket(kernel::Subscription::NOTHING);
-  const kernel::Cleaned cleaned = kernel::RemoveOurRoutes(socket);
-  std::printf("%s removed\n", Counted(cleaned.removed, "route", "routes").c_str());
+namespace {
+
+/// Returns whether all are gone, and complains if they are not.
+bool AreGone(const kernel::Cleaned& cleaned, const char* one, const char* several) {
   if (!cleaned.problem.empty()) {
-    std::fprintf(stderr, "vantacored: what remains in the kernel is not known: %s\n",
+    std::fprintf(stderr, "vantacored: what %s remain in the kernel is not known: %s\n", several,
                  cleaned.problem.c_str());
-    return program::EXIT_FAILED;
+    return false;
   }
   if (cleaned.left != 0) {
     std::fprintf(stderr, "vantacored: the kernel does not give up %s: %s\n",
-                 Counted(cleaned.left, "route", "routes").c_str(), cleaned.reason.c_str());
-    return program::EXIT_FAILED;
+                 Counted(cleaned.left, one, several).c_str(), cleaned.reason.c_str());
+    return false;
   }
-  return program::EXIT_DONE;
+  return true;
+}
+
+}  // namespace
+
+int CleanKernel() {
+  kernel::NetlinkSocket socket(kernel::Subscription::NOTHING);
+  const kernel::Cleaned routes = kernel::RemoveOurRoutes(socket);
+  const kernel::Cleaned rules = kernel::RemoveOurRules(socket);
+  std::printf("%s and %s removed\n", Counted(routes.removed, "route", "routes").c_str(),
+              Counted(rules.removed, "rule", "rules").c_str());
+  const bool areRoutesGone = AreGone(routes, "route", "routes");
+  const bool areRulesGone = AreGone(rules, "rule", "rules");
+  return areRoutesGone && areRulesGone ? program::EXIT_DONE : program::EXIT_FAILED;
 }
 
 }  // namespace vantacored

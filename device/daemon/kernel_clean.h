@@ -4,7 +4,7 @@
 
 namespace vantacored {
 
-/// Removes every route of this device from the kernel's tables, says on standard output how many,
+/// Removes every route and rule of this device from the kernel, says on standard output how many,
 /// and returns the exit status: 0, or 1 if some remain or the kernel cannot be asked.
 int CleanKernel();
 

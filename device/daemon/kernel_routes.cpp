@@ -70,6 +70,7 @@ void KernelRoutes::Apply(const documents::Device& device) {
 bool KernelRoutes::Open() {
   try {
     m_sink = std::make_unique<kernel::RouteSink>(m_loop, m_hooks.now, m_hooks.open, m_hooks.log);
+    m_sink->SetCompared(m_hooks.compared);
     return true;
   } catch (const std::runtime_error& problem) {
     m_hooks.log(std::string("No routes are written into the kernel: ") + problem.what());

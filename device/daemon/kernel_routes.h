@@ -27,6 +27,8 @@ class KernelRoutes final : private routing_stack::Listener {
     std::function<std::uint64_t()> now;  // milliseconds, never going back
     /// Whether the stack has all that is in force, and nothing is under way. Asked from the loop.
     std::function<bool()> isSettled;
+    /// Called after each comparison with the kernel.
+    std::function<void()> compared;
   };
 
   /// `sweepAfterSeconds`: how long routes of an earlier run stay at most while the device has not

@@ -19,9 +19,16 @@ KernelSide::KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, Softwar
                        const routing_stack::Facts& facts, unsigned int sweepAfterSeconds,
                        const Hooks& hooks)
     : m_interfaces(interfaces),
-      m_links(loop, interfaces, {OpenKernel, hooks.log, hooks.complain, hooks.interfacesChanged}),
-      m_routes(loop, port, facts, sweepAfterSeconds,
-               {OpenKernel, hooks.log, hooks.now, hooks.isStackSettled}),
+      m_links(loop, interfaces,
+              {OpenKernel, hooks.log, hooks.complain,
+               [this, changed = hooks.interfacesChanged] {
+                 m_rules.Refresh();
+                 changed();
+               }}),
+      m_routes(
+          loop, port, facts, sweepAfterSeconds,
+          {OpenKernel, hooks.log, hooks.now, hooks.isStackSettled, [this] { m_rules.Compare(); }}),
+      m_rules(loop, interfaces, {OpenKernel, hooks.log, hooks.now}),
       m_switches(loop) {}
 
 void KernelSide::Start(const documents::Device& device) {
@@ -29,16 +36,25 @@ void KernelSide::Start(const documents::Device& device) {
   m_routes.Apply(device);
 }
 
+void KernelSide::Started(const documents::Device& device) {
+  m_links.TellProblems();
+  m_rules.Apply(device);
+}
+
 void KernelSide::Apply(const documents::Device& device) {
   m_links.Apply(device);
   m_routes.Apply(device);
+  m_rules.Apply(device);
 }
 
 const char* KernelSide::FindUnsettled() const {
   if (!m_links.IsSettled()) {
     return "links of the kernel are being taken";
   }
-  return m_routes.IsSettled() ? nullptr : "routes are on their way to the kernel";
+  if (!m_routes.IsSettled()) {
+    return "routes are on their way to the kernel";
+  }
+  return m_rules.IsSettled() ? nullptr : "rules are on their way to the kernel";
 }
 
 views::KernelState KernelSide::Describe() const {
@@ -61,6 +77,16 @@ views::KernelState KernelSide::Describe() const {
     state.strays = totals.strays;
     state.overruns += sink->CountOverruns();
   }
+  if (const kernel::RuleKeeper* const keeper = m_rules.GetKeeper()) {
+    const kernel::RuleLedger& ledger = keeper->GetLedger();
+    state.rules = {true,
+                   ledger.CountWanted(),
+                   ledger.CountStanding(),
+                   ledger.CountRefused(),
+                   ledger.GetTotals().missing,
+                   ledger.GetTotals().strays};
+    state.overruns += keeper->CountOverruns();
+  }
   return state;
 }
 
@@ -72,17 +98,22 @@ std::function<std::vector<std::string>()> KernelSide::MakeObstacleCheck() const 
 void KernelSide::VerifyRoutes(std::size_t mostLines,
                               std::function<void(std::vector<rows::Verdict>)> done) {
   using Verdict = std::optional<rows::Verdict>;
-  m_routes.Verify(mostLines, [this, mostLines, done = std::move(done)](Verdict routes) {
-    m_switches.Verify(MakeSwitchCheck(m_interfaces, m_routes), mostLines,
-                      [routes = std::move(routes), done](Verdict switches) mutable {
-                        std::vector<rows::Verdict> verdicts;
-                        for (Verdict* verdict : {&routes, &switches}) {
-                          if (*verdict) {
-                            verdicts.push_back(std::move(**verdict));
-                          }
-                        }
-                        done(std::move(verdicts));
-                      });
+  const auto verdicts = std::make_shared<std::vector<rows::Verdict>>();
+  const auto add = [verdicts](const Verdict& verdict) {
+    if (verdict) {
+      verdicts->push_back(*verdict);
+    }
+  };
+  m_routes.Verify(mostLines, [=](const Verdict& routes) {
+    add(routes);
+    m_rules.Verify(mostLines, [=](const Verdict& rules) {
+      add(rules);
+      m_switches.Verify(MakeSwitchCheck(m_interfaces, m_routes), mostLines,
+                        [=](const Verdict& switches) {
+                          add(switches);
+                          done(std::move(*verdicts));
+                        });
+    });
   });
 }
 

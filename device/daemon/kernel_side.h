@@ -15,12 +15,13 @@
 #include "device/views/host.h"
 #include "kernel_links.h"
 #include "kernel_routes.h"
+#include "kernel_rules.h"
 #include "stack_port.h"
 #include "switch_check.h"
 
 namespace vantacored {
 
-/// Links in, routes out, and what the machine's switches say to that. A device whose document says
+/// Links in, routes and rules out, and what the machine's switches say to that. A device whose document says
 /// nothing of the kernel opens nothing and pays nothing for it. Belongs to the loop's thread.
 class KernelSide {
  public:
@@ -45,12 +46,15 @@ class KernelSide {
   void Start(const documents::Device& device);
   /// What the configuration in force says, once it has been applied.
   void Apply(const documents::Device& device);
-  /// Tells of each link that cannot be an interface, as the configuration in force has it.
-  void TellProblems() { m_links.TellProblems(); }
+  /// That configuration is in force, and so are its interfaces. Tells of each link that cannot be one.
+  void Started(const documents::Device& device);
   /// At the end of each turn of the loop.
-  void Look() { m_routes.Look(); }
+  void Look() {
+    m_routes.Look();
+    m_rules.Look(m_routes.GetSink() != nullptr && !m_routes.GetSink()->GetLedger().IsLearning());
+  }
 
-  bool IsSettled() const { return m_links.IsSettled() && m_routes.IsSettled(); }
+  bool IsSettled() const { return FindUnsettled() == nullptr; }
   /// What it waits for; null when settled.
   const char* FindUnsettled() const;
   views::KernelState Describe() const;
@@ -61,7 +65,7 @@ class KernelSide {
   /// Reads all links again; `done` is called from the loop when they have been handed on. Before the
   /// stack is compared: what they have become, it has to be told.
   void VerifyLinks(KernelLinks::Verified done) { m_links.Verify(std::move(done)); }
-  /// Compares the routes and looks at the switches. After the stack was compared: what it does not
+  /// Compares routes and rules and looks at the switches. After the stack was compared: what it does not
   /// have, the kernel cannot. Calls `done` from the loop with a verdict for each that there is.
   void VerifyRoutes(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
 
@@ -69,6 +73,7 @@ class KernelSide {
   const keepers::Interfaces& m_interfaces;
   KernelLinks m_links;
   KernelRoutes m_routes;
+  KernelRules m_rules;
   SwitchVerifier m_switches;
 };
 

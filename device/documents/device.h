@@ -57,11 +57,14 @@ struct InterfaceOrigin {
 /// What the device does in the tables of the machine's kernel.
 struct KernelSettings {
   bool writesRoutes = false;
+  /// Rules keep the VLANs apart; only with routes.
+  bool writesRules = false;
   /// A VLAN other than the default one has the table of this number plus its id.
   std::uint32_t tableBase = 40000;
 
   friend bool operator==(const KernelSettings& a, const KernelSettings& b) {
-    return a.writesRoutes == b.writesRoutes && a.tableBase == b.tableBase;
+    return a.writesRoutes == b.writesRoutes && a.writesRules == b.writesRules &&
+           a.tableBase == b.tableBase;
   }
 };
 

@@ -64,6 +64,10 @@ class Builder : public ShapeVisitor {
     if (isInterface && outcome.isComplete && HasRoom(INTERFACE_BYTES, outcome.offset)) {
       AddInterface(outcome.offset);
     }
+    if (!isInterface && m_device.kernel.writesRules && !m_device.kernel.writesRoutes) {
+      m_findings.Add(Severity::WARNING, outcome.offset, MemberPath(m_reader->Path(), "rules"),
+                     "rules without routes, expected `routes` as well, found none");
+    }
   }
 
   void BeginList(const Member& member, bool, std::size_t) override { m_list = &member; }
@@ -164,6 +168,9 @@ class Builder : public ShapeVisitor {
   bool& FlagOf(const Member& member) {
     if (Is(member, "routes")) {
       return m_device.kernel.writesRoutes;
+    }
+    if (Is(member, "rules")) {
+      return m_device.kernel.writesRules;
     }
     return Is(member, "up") ? m_draft.interface.up : m_draft.interface.joined;
   }

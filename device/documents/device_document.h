@@ -6,7 +6,7 @@
 //         "up": true, "joined": false, "ipv4": "10.1.0.1/16", "ipv6": ["2001:db8:1::1/64"] } ],
 //     "primary_interfaces": { "10": "eth0" },
 //     "kernel": { "interfaces": ["eth*"], "ignore": ["eth9"], "routes": true,
-//                 "table_base": 40000 } }
+//                 "rules": true, "table_base": 40000 } }
 //
 // "name", "vlan" and "index" are required. An interface is up and has an MTU of 1500 unless the
 // document says otherwise; "joined" says that a remote has joined on it. It has one IPv4 address,

@@ -67,6 +67,8 @@ constexpr Member KERNEL_MEMBERS[] = {
             "names of links that are interfaces, `*` stands for any letters; 256 at most"),
     ArrayOf("ignore", LINK_NAMES, "names of links that are none all the same; 256 at most"),
     Flag("routes", false, "installed routes are written into the kernel's tables"),
+    Flag("rules", false,
+         "with `routes`: rules lead what comes in over an interface into its VLAN's table only"),
     Number("table_base", LOWEST_TABLE, HIGHEST_TABLE, 40000,
            "a VLAN has the table of this number plus its id, the default VLAN the main table"),
 };

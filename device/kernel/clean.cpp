@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "route_ledger.h"
+#include "rule_ledger.h"
 
 namespace kernel {
 
@@ -15,7 +16,27 @@ constexpr std::size_t REQUESTS_A_BATCH = 500;
 constexpr int LONGEST_WAIT = 10000;  // milliseconds, for the next word of the kernel
 constexpr int MOST_INTERRUPTIONS = 20;
 
-/// Reads and writes as a RouteSink does, but waits.
+bool IsOurs(const FoundRoute& route) { return route.protocol == OUR_PROTOCOL; }
+bool IsOurs(const FoundRule&) { return true; }
+
+struct OfRoutes {
+  using Ledger = RouteLedger;
+  using Requests = Batch;
+  using Found = FoundRoute;
+  static std::vector<char> Ask(bool isIp6, std::uint32_t number) { return MakeDump(isIp6, number); }
+};
+
+struct OfRules {
+  using Ledger = RuleLedger;
+  using Requests = RuleBatch;
+  using Found = FoundRule;
+  static std::vector<char> Ask(bool isIp6, std::uint32_t number) {
+    return MakeRuleDump(isIp6, number);
+  }
+};
+
+/// Reads and writes as a RouteSink or a RuleKeeper does, but waits.
+template <typename Kind>
 class Cleaner {
  public:
   explicit Cleaner(Channel& channel)
@@ -59,7 +80,7 @@ class Cleaner {
 
   bool Dump(bool isIp6) {
     const std::uint32_t number = ++m_dump;
-    if (const int error = m_channel.Send(MakeDump(isIp6, number))) {
+    if (const int error = m_channel.Send(Kind::Ask(isIp6, number))) {
       m_problem = std::strerror(error);
       return false;
     }
@@ -70,9 +91,9 @@ class Cleaner {
       }
       m_isInterrupted = m_isInterrupted || received->isInterrupted;
       for (const Message& message : received->messages) {
-        if (const auto* const route = std::get_if<FoundRoute>(&message)) {
-          m_left += route->protocol == OUR_PROTOCOL ? 1 : 0;
-          m_ledger.TakeFound(*route);
+        if (const auto* const found = std::get_if<typename Kind::Found>(&message)) {
+          m_left += IsOurs(*found) ? 1 : 0;
+          m_ledger.TakeFound(*found);
         } else if (const auto* const end = std::get_if<DumpEnd>(&message)) {
           isOver = isOver || TakeEnd(*end);
         } else if (const auto* const answer = std::get_if<Answer>(&message)) {
@@ -94,7 +115,7 @@ class Cleaner {
 
   void SendAll() {
     while (m_ledger.HasRequests() && m_problem.empty()) {
-      Batch batch;
+      typename Kind::Requests batch;
       m_ledger.FillBatch(batch, REQUESTS_A_BATCH);
       if (batch.IsEmpty()) {
         continue;
@@ -148,7 +169,7 @@ class Cleaner {
   }
 
   Channel& m_channel;
-  RouteLedger m_ledger;
+  typename Kind::Ledger m_ledger;
   std::uint32_t m_dump = 0;
   bool m_isInterrupted = false;
   bool m_isLost = false;   // some answer
@@ -159,6 +180,8 @@ class Cleaner {
 
 }  // namespace
 
-Cleaned RemoveOurRoutes(Channel& channel) { return Cleaner(channel).Clean(); }
+Cleaned RemoveOurRoutes(Channel& channel) { return Cleaner<OfRoutes>(channel).Clean(); }
+
+Cleaned RemoveOurRules(Channel& channel) { return Cleaner<OfRules>(channel).Clean(); }
 
 }  // namespace kernel

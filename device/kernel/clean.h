@@ -19,6 +19,8 @@ struct Cleaned {
 /// Removes every route under our number from all tables, and waits until the kernel has answered.
 /// For a process that has no loop. `channel` is used by nobody else meanwhile.
 Cleaned RemoveOurRoutes(Channel& channel);
+/// The same for rules.
+Cleaned RemoveOurRules(Channel& channel);
 
 }  // namespace kernel
 

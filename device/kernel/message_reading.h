@@ -10,6 +10,7 @@
 
 #include "link_messages.h"
 #include "route_messages.h"
+#include "rule_messages.h"
 
 namespace kernel {
 
@@ -48,6 +49,7 @@ Address AddressOf(const nlattr* attribute);
 // Each returns nothing if the message makes no sense as one of these, or is of no interest.
 
 std::optional<FoundRoute> ReadRoute(const nlmsghdr& header);
+std::optional<FoundRule> ReadRule(const nlmsghdr& header);  // one under our number
 std::optional<FoundLink> ReadLink(const nlmsghdr& header);
 std::optional<FoundAddress> ReadAddress(const nlmsghdr& header);
 

@@ -54,6 +54,10 @@ void TakeMessage(const nlmsghdr& header, Received& received) {
     if (auto route = ReadRoute(header)) {
       received.messages.emplace_back(*route);
     }
+  } else if (header.nlmsg_type == RTM_NEWRULE) {
+    if (auto rule = ReadRule(header)) {
+      received.messages.emplace_back(std::move(*rule));
+    }
   } else if (header.nlmsg_type == RTM_NEWLINK || header.nlmsg_type == RTM_DELLINK) {
     if (auto link = ReadLink(header)) {
       received.messages.emplace_back(std::move(*link));

@@ -13,6 +13,7 @@
 
 #include "link_messages.h"
 #include "route_messages.h"
+#include "rule_messages.h"
 
 namespace kernel {
 
@@ -29,7 +30,7 @@ struct DumpEnd {
   int error = 0;  // an errno, positive; 0 for success
 };
 
-using Message = std::variant<Answer, DumpEnd, FoundRoute, FoundLink, FoundAddress>;
+using Message = std::variant<Answer, DumpEnd, FoundRoute, FoundRule, FoundLink, FoundAddress>;
 
 /// What one receive has brought.
 struct Received {

@@ -8,14 +8,6 @@ namespace kernel {
 
 namespace {
 
-constexpr std::uint64_t FIRST_PAUSE = 1000;  // milliseconds
-constexpr std::uint64_t LONGEST_PAUSE = 60000;
-
-std::uint64_t PauseAfter(unsigned int tries) {
-  const unsigned int doublings = std::min(tries - 1, 6u);
-  return std::min(FIRST_PAUSE << doublings, LONGEST_PAUSE);
-}
-
 std::size_t IndexOf(unsigned char slot) { return slot == 1 ? 0 : 1; }
 
 std::uint32_t PriorityOf(unsigned char slot) { return OUR_PRIORITIES[IndexOf(slot)]; }
@@ -32,9 +24,6 @@ unsigned char SlotOf(std::uint32_t priority) {
   return 0;
 }
 
-// What the kernel says of a route that it does not have, or of a table.
-bool IsGone(int error) { return error == ESRCH || error == ENOENT; }
-
 }  // namespace
 
 void Comparison::NoteMissing(const RouteKey& key) {
@@ -49,11 +38,6 @@ void Comparison::NoteStray(const RouteKey& key) {
   if (strayKeys.size() < MOST_KEYS) {
     strayKeys.push_back(key);
   }
-}
-
-std::string DescribeRefusal(const Refusal& refusal) {
-  const std::string cause = std::strerror(refusal.error);
-  return refusal.reason.empty() ? cause : cause + " (" + refusal.reason + ")";
 }
 
 void RouteLedger::Want(const RouteKey& key, const NextHop& nextHop) {
@@ -278,7 +262,7 @@ void RouteLedger::Refuse(Node& node, const Answer& answer, bool isDeletion) {
   m_refusedDeletions -= refusal.isOfDeletion ? 1 : 0;
   refusal.isOfDeletion = isDeletion;
   ++refusal.tries;
-  refusal.nextAt = m_now() + PauseAfter(refusal.tries);
+  refusal.nextAt = m_now() + PauseAfterTries(refusal.tries);
   m_tries.emplace(refusal.nextAt, &node);
   node.second.isRefused = true;
   node.second.isWaiting = true;

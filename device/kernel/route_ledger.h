@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "messages.h"
+#include "refusal.h"
 #include "route.h"
 
 namespace kernel {
@@ -39,18 +40,6 @@ struct Comparison {
   void NoteMissing(const RouteKey& key);
   void NoteStray(const RouteKey& key);
 };
-
-/// A wanted route that the kernel does not take, or one that it does not give up.
-struct Refusal {
-  int error = 0;
-  std::string reason;        // the kernel's words; often none
-  unsigned int tries = 0;    // that were refused, one after the other
-  std::uint64_t nextAt = 0;  // by the clock; asked again then
-  bool isOfDeletion = false;
-};
-
-/// "Network is unreachable (Nexthop has invalid gateway)".
-std::string DescribeRefusal(const Refusal& refusal);
 
 class RouteLedger {
  public:

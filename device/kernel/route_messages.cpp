@@ -132,8 +132,7 @@ void Batch::Append(unsigned short type, unsigned short flags, std::uint32_t sequ
       mnl_attr_put(&header, RTA_GATEWAY, size, nextHop->gateway.data());
     }
   }
-  m_last = m_bytes.size();
-  m_bytes.insert(m_bytes.end(), bytes, bytes + header.nlmsg_len);  // a multiple of four
+  MessageBatch::Append(bytes, header.nlmsg_len);  // a multiple of four
 }
 
 void Batch::Add(const RouteKey& key, const NextHop& nextHop, std::uint32_t priority,
@@ -144,14 +143,6 @@ void Batch::Add(const RouteKey& key, const NextHop& nextHop, std::uint32_t prior
 void Batch::Delete(const RouteKey& key, const NextHop* nextHop, std::uint32_t priority,
                    std::uint32_t sequence) {
   Append(RTM_DELROUTE, 0, sequence, key, nextHop, priority);
-}
-
-const std::vector<char>& Batch::Finish() {
-  nlmsghdr last;
-  std::memcpy(&last, m_bytes.data() + m_last, sizeof last);
-  last.nlmsg_flags |= NLM_F_ACK;
-  std::memcpy(m_bytes.data() + m_last, &last, sizeof last);
-  return m_bytes;
 }
 
 // The kernel filters by protocol only if it was asked to be strict (NetlinkSocket does).

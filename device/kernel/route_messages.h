@@ -2,18 +2,17 @@
 #ifndef DEVICE_KERNEL_ROUTE_MESSAGES_H
 #define DEVICE_KERNEL_ROUTE_MESSAGES_H
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
+#include "message_batch.h"
 #include "route.h"
 
 namespace kernel {
 
-/// Messages in one buffer, sent to the kernel together. The kernel works off one after the other
-/// and tells of each that it refuses; of the last one it tells in any case.
-class Batch {
+/// Requests for routes.
+class Batch : public MessageBatch {
  public:
   /// Asks for the route, unless one stands already for its key with this priority, whoever made it.
   void Add(const RouteKey& key, const NextHop& nextHop, std::uint32_t priority,
@@ -24,18 +23,10 @@ class Batch {
   /// priority 0 for any.
   void Delete(const RouteKey& key, const NextHop* nextHop, std::uint32_t priority,
               std::uint32_t sequence);
-  /// The bytes to send; the last message asks for an answer.
-  const std::vector<char>& Finish();
-
-  bool IsEmpty() const { return m_bytes.empty(); }
-  void Clear() { m_bytes.clear(); }
 
  private:
   void Append(unsigned short type, unsigned short flags, std::uint32_t sequence,
               const RouteKey& key, const NextHop* nextHop, std::uint32_t priority);
-
-  std::vector<char> m_bytes;
-  std::size_t m_last = 0;  // where the last message begins
 };
 
 /// A message that asks for all routes of ours of a family. It is sent alone.

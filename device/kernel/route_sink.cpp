@@ -278,6 +278,9 @@ void RouteSink::EndComparison(bool isComplete) {
       BeginComparison();
     }
   });
+  if (m_compared) {
+    m_compared();
+  }
   const auto askers = std::move(m_askers);
   m_askers.clear();
   for (const auto& asker : askers) {

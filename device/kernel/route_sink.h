@@ -56,6 +56,9 @@ class RouteSink {
   /// goes before. What was missing has been asked for by then, and may be under way.
   void Compare(std::function<void(const Result&)> done);
 
+  /// From now on `compared` is called after each comparison, however it came out, from the loop.
+  void SetCompared(std::function<void()> compared) { m_compared = std::move(compared); }
+
   /// Whether nothing is under way. Routes that were refused, and wait for their next try, do not
   /// count.
   bool IsSettled() const;
@@ -90,6 +93,7 @@ class RouteSink {
 
   const RouteLedger::Clock m_now;
   const Log m_log;
+  std::function<void()> m_compared;
   RouteLedger m_ledger;
   const std::shared_ptr<Channel> m_writing;  // shared with the pool
   const std::unique_ptr<Channel> m_reading;

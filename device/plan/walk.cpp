@@ -42,6 +42,12 @@ void CompareSettings(const documents::Device& now, const documents::Device& then
                                       : "routes are taken out of the kernel's tables";
     });
   }
+  if (now.kernel.writesRules != then.kernel.writesRules) {
+    teller.Tell(Thing::SETTING, How::CHANGED, [&] {
+      return then.kernel.writesRules ? "rules are written into the kernel"
+                                     : "rules are taken out of the kernel";
+    });
+  }
   if (now.kernel.tableBase != then.kernel.tableBase) {
     teller.Tell(Thing::SETTING, How::CHANGED, [&] {
       return "kernel tables from " + std::to_string(then.kernel.tableBase) + " on, was " +

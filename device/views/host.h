@@ -22,6 +22,16 @@ struct LinkState {
   std::string problem;  // why it is left out; empty if it is not
 };
 
+/// What became of the rules that are written into the machine's kernel.
+struct RuleState {
+  bool isWritten = false;  // or else everything is 0
+  std::size_t wanted = 0;
+  std::size_t standing = 0;  // of these
+  std::size_t refused = 0;
+  std::uint64_t missing = 0;  // that a comparison found
+  std::uint64_t strays = 0;   // so too
+};
+
 /// What became of the routes that are written into the machine's kernel, and of what it tells.
 struct KernelState {
   bool isWritten = false;  // or else everything about routes is 0
@@ -36,6 +46,7 @@ struct KernelState {
   std::uint64_t strays = 0;    // so too
   std::uint64_t overruns = 0;  // of a socket
   std::uint64_t untold = 0;    // changes of links that only a reading has shown
+  RuleState rules;
 };
 
 /// The functions are called on the loop's thread and must be cheap; each may be empty.

@@ -101,6 +101,16 @@ void AddKernel(Exposition& out, const Host& host) {
               "Routes of which a comparison found that the kernel had lost or kept them.");
   out.Sample(kernel.missing, R"(found="missing")");
   out.Sample(kernel.strays, R"(found="stray")");
+  out.Gauge("vantacore_kernel_rules_wanted", "Rules that the kernel should have.");
+  out.Sample(kernel.rules.wanted);
+  out.Gauge("vantacore_kernel_rules_installed", "Of these, rules that it has.");
+  out.Sample(kernel.rules.standing);
+  out.Gauge("vantacore_kernel_rules_refused", "Rules that it does not take or give up.");
+  out.Sample(kernel.rules.refused);
+  out.Counter("vantacore_kernel_rules_repaired_total",
+              "Rules of which a comparison found that the kernel had lost or kept them.");
+  out.Sample(kernel.rules.missing, R"(found="missing")");
+  out.Sample(kernel.rules.strays, R"(found="stray")");
   out.Counter("vantacore_kernel_overruns_total",
               "Times that the kernel had more to tell than its socket holds.");
   out.Sample(kernel.overruns);

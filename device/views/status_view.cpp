@@ -201,6 +201,12 @@ std::string StatusView::WriteText() const {
     AddLine(text, "kernel",
             std::to_string(kernel.standing) + " of " + Counted(kernel.wanted, "route", "routes") +
                 " installed, " + std::to_string(kernel.refused) + " refused");
+    if (kernel.rules.isWritten) {
+      AddLine(text, "",
+              std::to_string(kernel.rules.standing) + " of " +
+                  Counted(kernel.rules.wanted, "rule", "rules") + " installed, " +
+                  std::to_string(kernel.rules.refused) + " refused");
+    }
     for (const std::string& obstacle : m_obstacles) {
       AddLine(text, "", obstacle);
     }
@@ -256,6 +262,10 @@ std::string StatusView::WriteJson() const {
   json.Key("wanted").Number(std::uint64_t{kernel.wanted});
   json.Key("installed").Number(std::uint64_t{kernel.standing});
   json.Key("refused").Number(std::uint64_t{kernel.refused});
+  json.Key("rules").BeginObject().Key("written").Bool(kernel.rules.isWritten);
+  json.Key("wanted").Number(std::uint64_t{kernel.rules.wanted});
+  json.Key("installed").Number(std::uint64_t{kernel.rules.standing});
+  json.Key("refused").Number(std::uint64_t{kernel.rules.refused}).EndObject();
   json.Key("obstacles").BeginArray();
   for (const std::string& obstacle : m_obstacles) {
     json.Text(obstacle);

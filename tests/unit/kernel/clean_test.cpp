@@ -84,4 +84,24 @@ TEST_F(Clean, GivesUpOnTablesThatChangeAllTheTime) {
   EXPECT_THAT(kernel::RemoveOurRoutes(channel).problem, HasSubstr("change all the time"));
 }
 
+TEST_F(Clean, RemovesRulesOfAnyForm) {
+  fake.rules.ours = {test_kernel::RuleFor("r2", 20), test_kernel::RuleFor("r2", 0, true),
+                     test_kernel::OddRule(5), test_kernel::OddRule(6, true)};
+  const kernel::Cleaned cleaned = kernel::RemoveOurRules(channel);
+  EXPECT_EQ(4u, cleaned.removed);
+  EXPECT_EQ(0u, cleaned.left);
+  EXPECT_EQ("", cleaned.problem);
+  EXPECT_TRUE(fake.rules.ours.empty());
+  EXPECT_EQ(1301u, fake.CountOurs()) << "routes are another matter";
+}
+
+TEST_F(Clean, TellsWhichRulesRemain) {
+  fake.rules.ours = {test_kernel::RuleFor("r2", 20), test_kernel::RuleFor("r2", 20, true)};
+  fake.rules.refuse = [](const kernel::Rule& rule, bool) { return rule.isIp6 ? EPERM : 0; };
+  const kernel::Cleaned cleaned = kernel::RemoveOurRules(channel);
+  EXPECT_EQ(1u, cleaned.removed);
+  EXPECT_EQ(1u, cleaned.left);
+  EXPECT_EQ("Operation not permitted", cleaned.reason);
+}
+
 }  // namespace

@@ -1,5 +1,6 @@
 #include "fake_channel.h"
 
+#include <linux/fib_rules.h>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
@@ -10,6 +11,19 @@
 namespace test_kernel {
 
 using kernel::Received;
+
+namespace {
+
+template <typename Rows>
+Received MessagesOf(Rows rows) {
+  Received received;
+  for (auto& row : rows) {
+    received.messages.emplace_back(std::move(row));
+  }
+  return received;
+}
+
+}  // namespace
 
 void FakeChannel::Tell(Outcome outcome, Received received) {
   const std::lock_guard lock(m_mutex);
@@ -37,14 +51,18 @@ int FakeChannel::Send(const std::vector<char>& bytes) {
   if (header.nlmsg_type == RTM_GETROUTE) {
     rtmsg route;
     std::memcpy(&route, &bytes[NLMSG_HDRLEN], sizeof route);
-    SendDump(route.rtm_family == AF_INET6, header.nlmsg_seq);
+    SendDump(MessagesOf(m_kernel.Dump(route.rtm_family == AF_INET6)), header.nlmsg_seq);
+    return 0;
+  }
+  if (header.nlmsg_type == RTM_GETRULE) {
+    fib_rule_hdr rule;
+    std::memcpy(&rule, &bytes[NLMSG_HDRLEN], sizeof rule);
+    SendDump(MessagesOf(m_kernel.rules.Dump(rule.family == AF_INET6)), header.nlmsg_seq);
     return 0;
   }
   ++batches;
-  Received received;
-  for (kernel::Answer& answer : m_kernel.Work(bytes)) {
-    received.messages.emplace_back(std::move(answer));
-  }
+  const bool isOfRules = header.nlmsg_type == RTM_NEWRULE || header.nlmsg_type == RTM_DELRULE;
+  Received received = MessagesOf(isOfRules ? m_kernel.rules.Work(bytes) : m_kernel.Work(bytes));
   if (TakeAccident() == Accident::OVERRUN) {
     Tell(Outcome::OVERRUN);
   } else {
@@ -54,18 +72,14 @@ int FakeChannel::Send(const std::vector<char>& bytes) {
 }
 
 // Two packets, as a long dump has.
-void FakeChannel::SendDump(bool isIp6, std::uint32_t sequence) {
+void FakeChannel::SendDump(Received rows, std::uint32_t sequence) {
   ++dumps;
   const Accident accident = TakeAccident();
-  Received routes;
-  for (kernel::FoundRoute& route : m_kernel.Dump(isIp6)) {
-    routes.messages.emplace_back(std::move(route));
-  }
-  routes.isInterrupted = accident == Accident::INTERRUPTED;
+  rows.isInterrupted = accident == Accident::INTERRUPTED;
   if (accident == Accident::OVERRUN) {
     Tell(Outcome::OVERRUN);
   } else if (accident != Accident::REFUSED && accident != Accident::WITHOUT_FAMILY) {
-    Tell(Outcome::MESSAGES, std::move(routes));
+    Tell(Outcome::MESSAGES, std::move(rows));
   }
   Received end;
   if (accident == Accident::REFUSED) {

@@ -35,7 +35,7 @@ class FakeChannel : public ::kernel::Channel {
 
  private:
   Accident TakeAccident();
-  void SendDump(bool isIp6, std::uint32_t sequence);
+  void SendDump(::kernel::Received rows, std::uint32_t sequence);
 
   FakeKernel& m_kernel;
   std::mutex m_mutex;  // of m_waiting

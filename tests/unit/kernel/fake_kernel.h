@@ -14,6 +14,7 @@
 
 #include "device/kernel/messages.h"
 #include "device/kernel/netlink_socket.h"
+#include "fake_rules.h"
 
 namespace test_kernel {
 
@@ -58,6 +59,7 @@ class FakeKernel {
   /// Asked about each request before it is carried out: an errno refuses it.
   std::function<int(const kernel::RouteKey&, bool isDeletion)> refuse;
   std::size_t requests = 0;
+  FakeRules rules;
   /// Called after each request: whether a packet to a key would have found nothing.
   std::function<void()> afterRequest;
 

@@ -1,0 +1,142 @@
+#include "kernel_rules.h"
+
+#include <net/if.h>
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "device/program/counted.h"
+
+namespace vantacored {
+
+namespace {
+
+// The kernel's name for it is that of what the machine itself sends, which is no VLAN's.
+constexpr std::uint32_t LOOPBACK_INDEX = 1;
+
+// A link's name is the kernel's; a document may call others as it likes. Empty: it is not there.
+std::string NameOf(std::uint32_t index, const documents::Interface& interface) {
+  if (interface.isLink) {
+    return interface.name;
+  }
+  char name[IF_NAMESIZE];
+  return if_indextoname(index, name) != nullptr ? name : "";
+}
+
+rows::Verdict VerdictOf(const kernel::RuleLedger& ledger, const kernel::RuleKeeper::Result& result,
+                        std::size_t mostLines) {
+  rows::Verdict verdict;
+  verdict.kind = "rules in the kernel";
+  verdict.rows = ledger.CountWanted();
+  const auto fail = [&](const std::string& line) {
+    ++verdict.fails;
+    if (verdict.lines.size() < mostLines) {
+      verdict.lines.push_back("kernel: " + line);
+    }
+  };
+  if (!result.isComplete) {
+    fail("its rules could not be read");
+  }
+  for (const kernel::Rule& rule : result.comparison.missing) {
+    fail("rule " + kernel::DescribeRule(rule) + " was missing, put back now");
+  }
+  for (const kernel::Rule& rule : result.comparison.strays) {
+    fail("rule " + kernel::DescribeRule(rule) + " was there and nobody wants it, removed now");
+  }
+  for (const auto& [rule, refusal] : ledger.GetRefusals()) {
+    fail("rule " + kernel::DescribeRule(rule) +
+         (refusal.isOfDeletion ? " is not given up: " : " is refused: ") +
+         kernel::DescribeRefusal(refusal));
+  }
+  return verdict;
+}
+
+}  // namespace
+
+KernelRules::KernelRules(uv_loop_s* loop, const keepers::Interfaces& interfaces, Hooks hooks)
+    : m_loop(loop), m_interfaces(interfaces), m_hooks(std::move(hooks)) {}
+
+void KernelRules::Apply(const documents::Device& device) {
+  m_tableBase = device.kernel.tableBase;
+  m_isEnding = !device.kernel.writesRules || !device.kernel.writesRoutes;
+  if (m_isEnding) {
+    if (m_keeper) {
+      m_keeper->Want({});
+      m_keeper->Sweep();
+    }
+  } else if (m_keeper || Open()) {
+    Refresh();
+  }
+}
+
+bool KernelRules::Open() {
+  try {
+    m_keeper = std::make_unique<kernel::RuleKeeper>(m_loop, m_hooks.now, m_hooks.open, m_hooks.log);
+    return true;
+  } catch (const std::runtime_error& problem) {
+    m_hooks.log(std::string("No rules are written into the kernel: ") + problem.what());
+    return false;
+  }
+}
+
+void KernelRules::Refresh() {
+  if (m_keeper && !m_isEnding) {
+    m_keeper->Want(FindWanted());
+  }
+}
+
+void KernelRules::Compare() {
+  Refresh();
+  if (m_keeper) {
+    m_keeper->Compare({});
+  }
+}
+
+// First everything goes, then so does the keeper.
+void KernelRules::GoOn(bool areRoutesSwept) {
+  if (!m_isEnding) {
+    if (areRoutesSwept) {
+      m_keeper->Sweep();
+    }
+  } else if (m_keeper->IsSettled() && m_keeper->GetLedger().CountRefused() == 0) {
+    m_keeper.reset();
+  }
+}
+
+// The kernel can tell packets apart by their interface only: one that several VLANs have is the
+// first one's.
+kernel::Rules KernelRules::FindWanted() const {
+  std::map<std::uint32_t, unsigned short> vlans;
+  kernel::Rules wanted;
+  for (const auto& [key, interface] : m_interfaces.Get()) {
+    const bool isNew = vlans.emplace(key.second, key.first).second;
+    if (!isNew || key.first == m_interfaces.GetDefaultVlan() || key.second == LOOPBACK_INDEX) {
+      continue;
+    }
+    const std::string name = NameOf(key.second, interface);
+    for (const bool isIp6 : {false, true}) {
+      if (!name.empty()) {
+        wanted.insert({isIp6, name, m_tableBase + key.first, {}});
+        wanted.insert({isIp6, name, 0, {}});
+      }
+    }
+  }
+  return wanted;
+}
+
+void KernelRules::Verify(std::size_t mostLines,
+                         std::function<void(std::optional<rows::Verdict>)> done) {
+  if (!m_keeper) {
+    done(std::nullopt);
+    return;
+  }
+  Refresh();
+  m_keeper->Compare([this, mostLines, done = std::move(done)](const auto& result) {
+    done(VerdictOf(m_keeper->GetLedger(), result, mostLines));
+  });
+}
+
+}  // namespace vantacored

@@ -1,0 +1,34 @@
+// Messages that go to the kernel together.
+#ifndef DEVICE_KERNEL_MESSAGE_BATCH_H
+#define DEVICE_KERNEL_MESSAGE_BATCH_H
+
+#include <cstddef>
+#include <vector>
+
+namespace kernel {
+
+/// Messages in one buffer. The kernel works off one after the other and tells of each that it
+/// refuses; of the last one it tells in any case.
+class MessageBatch {
+ public:
+  /// The bytes to send; the last message asks for an answer. There has to be one.
+  const std::vector<char>& Finish();
+
+  bool IsEmpty() const { return m_bytes.empty(); }
+  void Clear() { m_bytes.clear(); }
+
+ protected:
+  MessageBatch() = default;
+  ~MessageBatch() = default;
+
+  /// `size` is a multiple of four.
+  void Append(const char* message, std::size_t size);
+
+ private:
+  std::vector<char> m_bytes;
+  std::size_t m_last = 0;  // where the last message begins
+};
+
+}  // namespace kernel
+
+#endif
