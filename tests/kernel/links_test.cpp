@@ -54,10 +54,12 @@ TEST_F(KernelLinks, ALinkThatGoesDownTakesItsRoutesAndBringsThemBack) {
   Start();
   AwaitPass();
   Ip("link set p1 down");
+  AwaitState("r1", false);
   AwaitPass();
   EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_NETWORK));
   EXPECT_THAT(Ask("route 10.9.0.0/16", "down"), HasSubstr("interface r1 down"));
   Ip("link set p1 up");
+  AwaitState("r1", true);
   AwaitPass();
   EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_NETWORK, "10.9.0.0/16 via 10.1.0.2 dev r1"));
 }
@@ -94,6 +96,7 @@ TEST_F(KernelLinks, ALinkComesBackUnderAnotherIndex) {
   Ip("link add r1 index 40 type veth peer name p1");
   Ip("link set p1 up");
   Ip("link set r1 up");
+  AwaitState("r1", true);
   Ip("address add 10.1.0.1/24 dev r1");
   AwaitPass();
   EXPECT_THAT(OurRoutes(), testing::Contains("10.9.0.0/16 via 10.1.0.2 dev r1"));
@@ -163,6 +166,7 @@ TEST_F(KernelLinks, AReloadDoesNotOverruleTheKernel) {
   Start();
   AwaitPass();
   Ip("link set p1 down");
+  AwaitState("r1", false);
   AwaitPass();
   WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}, {"10.8.0.0/16", "10.1.0.2"}});
   Reload();
@@ -189,6 +193,7 @@ TEST_F(KernelLinks, TenThousandFlapsEndAsTheLastOneSays) {
     flaps.insert(flaps.end(), {"link set r1 down", "link set r1 up"});
   }
   IpBatch(flaps);
+  AwaitState("r1", true);
   AwaitPass();
   EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_NETWORK, "10.9.0.0/16 via 10.1.0.2 dev r1"));
   EXPECT_EQ("10.9.1.1 via 10.1.0.2 dev r1", WayTo("10.9.1.1"));
@@ -201,6 +206,7 @@ TEST_F(KernelLinks, AProcessThatStoppedForATimeKnowsAllAfterwards) {
   AwaitPass();
   FloodWhileStopped({"link set r1 down", "address delete 10.1.0.1/24 dev r1",
                      "address add 10.1.5.1/16 dev r1", "link set r1 up"});
+  AwaitState("r1", true);
   AwaitPass();
   EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_NETWORK, "10.9.0.0/16 via 10.1.0.2 dev r1"));
   EXPECT_THAT(Interfaces(), testing::ContainsRegex("r1 +UP +1500 +BM 10.1.5.1/16"));
@@ -217,6 +223,8 @@ TEST_F(KernelLinks, AnIndexAndANameFindOtherOwnersUnheard) {
                      "link add r1 index 50 type veth peer name q1 index 61", "link set r1 up",
                      "link set q1 up", "address add 10.1.0.1/24 dev r1", "link set r9 up",
                      "link set q9 up", "address add 10.8.0.1/24 dev r9"});
+  AwaitState("r1", true);
+  AwaitState("r9", true);
   AwaitPass();
   EXPECT_THAT(OurRoutes(), ElementsAre(VLAN20_NETWORK, "10.9.0.0/16 via 10.1.0.2 dev r1"));
   const std::string interfaces = Interfaces();

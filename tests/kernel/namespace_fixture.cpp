@@ -13,6 +13,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "tests/system/signs.h"
+
 namespace kernel_test {
 
 using system_test::DaemonProcess;
@@ -96,6 +98,7 @@ void KernelTest::SetUp() {
     Ip("link set " + peer + " up");
     Ip("link set " + link + " up");
     Ip("address add 10.1.0.1/24 dev " + link);
+    AwaitState(link, true);
   }
   Ip("address add 2001:db8:1::1/64 dev r1 nodad");
   WriteDevice();
@@ -135,6 +138,12 @@ void KernelTest::FloodWhileStopped(const std::vector<std::string>& lines) {
   daemon->Kill(SIGSTOP);
   IpBatch(all);
   daemon->Kill(SIGCONT);
+}
+
+void KernelTest::AwaitState(const std::string& link, bool isUp) {
+  system_test::Await(link + (isUp ? " to be up" : " to be down"), [&] {
+    return (Ip("link show " + link).find("state UP") != std::string::npos) == isUp;
+  });
 }
 
 // iproute2 fails for a table that nobody has used.

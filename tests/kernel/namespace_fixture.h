@@ -37,6 +37,9 @@ class KernelTest : public testing::Test {
   static void IpBatch(const std::vector<std::string>& lines);
   /// Stops the daemon, lets more happen than its sockets hold, then `lines`, and lets it go on.
   void FloodWhileStopped(const std::vector<std::string>& lines = {});
+  /// Waits until the kernel says so of the link: what happens to a cable's other end, and that a link
+  /// has come up, it finds out a little later, sometimes a second.
+  static void AwaitState(const std::string& link, bool isUp);
   /// What the kernel has under our number, a line each, without what does not matter here.
   static std::vector<std::string> OurRoutes();
   /// How a packet to the address would go, by the main table.

@@ -67,14 +67,9 @@ class RandomEvents : public KernelTest {
     Ip("link set p" + std::to_string(which + 1) + (links[which].isUp ? " up" : " down"));
   }
 
-  // The kernel tells the other end of a cable late, once a second at most.
   void AwaitCarrier() {
     for (const std::size_t which : {0, 1}) {
-      const std::string state = links[which].isUp ? "state UP" : "state LOWERLAYERDOWN";
-      for (int i = 0; i < 200 && Ip("link show " + NameOf(which)).find(state) == std::string::npos;
-           ++i) {
-        usleep(20000);
-      }
+      AwaitState(NameOf(which), links[which].isUp);
     }
   }
 

@@ -122,7 +122,8 @@ TEST_F(Strangers, KernelCleanRemovesOursOnly) {
   EXPECT_EQ("2 routes and 0 rules removed\n", clean.output);
   EXPECT_THAT(OurRoutes(), IsEmpty());
   EXPECT_THAT(Ip("route show 10.8.0.0/16"), HasSubstr("proto static"));
-  EXPECT_EQ("0 routes and 0 rules removed\n", system_test::RunDaemon({"--kernel-clean"}, "").output);
+  EXPECT_EQ("0 routes and 0 rules removed\n",
+            system_test::RunDaemon({"--kernel-clean"}, "").output);
 }
 
 }  // namespace
