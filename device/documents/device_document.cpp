@@ -66,7 +66,7 @@ class Builder : public ShapeVisitor {
     }
     if (!isInterface && m_device.kernel.writesRules && !m_device.kernel.writesRoutes) {
       m_findings.Add(Severity::WARNING, outcome.offset, MemberPath(m_reader->Path(), "rules"),
-                     "rules without routes, expected `routes` as well, found none");
+                     "rules without routes, expected \"routes\" as well, found none");
     }
   }
 

@@ -299,6 +299,17 @@ TEST_F(ReadDeviceDocument, LeavesTheKernelAloneUnlessItSaysOtherwise) {
   EXPECT_THAT(lines, IsEmpty());
 }
 
+TEST_F(ReadDeviceDocument, RulesGoWithRoutes) {
+  const Device both = Read(R"({"default_vlan": 1, "kernel": {"rules": true, "routes": true}})");
+  EXPECT_TRUE(both.kernel.writesRules);
+  EXPECT_FALSE(both.kernel == Read(R"({"default_vlan": 1, "kernel": {"routes": true}})").kernel);
+  EXPECT_THAT(lines, IsEmpty());
+  EXPECT_TRUE(Read(R"({"default_vlan": 1, "kernel": {"rules": true}})").kernel.writesRules);
+  EXPECT_THAT(lines,
+              ElementsAre("device.json:1:31: warning: kernel.rules: rules without routes, expected "
+                          "\"routes\" as well, found none"));
+}
+
 TEST_F(ReadDeviceDocument, KeepsTheKernelsOwnTablesFromVlans) {
   EXPECT_EQ(Read(R"({"default_vlan": 1, "kernel": {"table_base": 255}})").kernel.tableBase, 40000u);
   EXPECT_EQ(Read(R"({"default_vlan": 1, "kernel": {"table_base": 4294901761}})").kernel.tableBase,

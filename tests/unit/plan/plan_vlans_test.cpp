@@ -162,6 +162,11 @@ TEST(PlanOfVlans, TellsWhatIsDoneInTheKernel) {
   EXPECT_THAT(list(routes, elsewhere),
               ElementsAre("device", "  ~ kernel tables from 500 on, was 40000",
                           "1 setting changed; 0 requests"));
+  const std::string rules = R"(, "kernel": {"routes": true, "rules": true})";
+  EXPECT_THAT(list(routes, rules), ElementsAre("device", "  ~ rules are written into the kernel",
+                                               "1 setting changed; 0 requests"));
+  EXPECT_THAT(list(rules, routes), ElementsAre("device", "  ~ rules are taken out of the kernel",
+                                               "1 setting changed; 0 requests"));
   const std::string links = R"(, "kernel": {"interfaces": ["eth*", "lo"], "ignore": ["eth9"]})";
   EXPECT_THAT(list("", links),
               ElementsAre("device", "  ~ links eth* lo without eth9 are interfaces, was no links",

@@ -39,7 +39,7 @@ TEST_F(Metrics, TellOfTheProcess) {
 
 TEST_F(Metrics, CountWhatBecomesOfRoutesInTheKernel) {
   EXPECT_EQ(Sample("vantacore_kernel_routes_wanted"), 0);
-  m_kernel = {true, 1, 2, 3, 4, 5, 6, 7, 8, 9};
+  m_kernel = {true, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, {true, 10, 11, 12, 13, 14}};
   const std::map<std::string, double> samples = Samples();
   EXPECT_EQ(samples.at("vantacore_kernel_routes_wanted"), 1);
   EXPECT_EQ(samples.at("vantacore_kernel_routes_installed"), 2);
@@ -50,6 +50,11 @@ TEST_F(Metrics, CountWhatBecomesOfRoutesInTheKernel) {
   EXPECT_EQ(samples.at(R"(vantacore_kernel_routes_repaired_total{found="missing"})"), 7);
   EXPECT_EQ(samples.at(R"(vantacore_kernel_routes_repaired_total{found="stray"})"), 8);
   EXPECT_EQ(samples.at("vantacore_kernel_overruns_total"), 9);
+  EXPECT_EQ(samples.at("vantacore_kernel_rules_wanted"), 10);
+  EXPECT_EQ(samples.at("vantacore_kernel_rules_installed"), 11);
+  EXPECT_EQ(samples.at("vantacore_kernel_rules_refused"), 12);
+  EXPECT_EQ(samples.at(R"(vantacore_kernel_rules_repaired_total{found="missing"})"), 13);
+  EXPECT_EQ(samples.at(R"(vantacore_kernel_rules_repaired_total{found="stray"})"), 14);
 }
 
 // Nothing has been started, and nothing is there.

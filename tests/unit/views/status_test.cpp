@@ -78,11 +78,21 @@ TEST_F(Status, TellsOfTheKernelIfRoutesAreWrittenThere) {
   m_kernel.standing = 3;
   m_kernel.refused = 2;
   EXPECT_THAT(Text(), HasSubstr("\nkernel          3 of 5 routes installed, 2 refused\n"));
+  EXPECT_THAT(Text(), Not(HasSubstr("rules installed")));
   const Json::Value kernel = Object()["kernel"];
   EXPECT_EQ(kernel["written"], true);
   EXPECT_EQ(kernel["wanted"], 5);
   EXPECT_EQ(kernel["installed"], 3);
   EXPECT_EQ(kernel["refused"], 2);
+  EXPECT_EQ(kernel["rules"]["written"], false);
+  m_kernel.rules = {true, 8, 7, 1, 0, 0};
+  EXPECT_THAT(Text(),
+              HasSubstr(", 2 refused\n                7 of 8 rules installed, 1 refused\n"));
+  const Json::Value rules = Object()["kernel"]["rules"];
+  EXPECT_EQ(rules["written"], true);
+  EXPECT_EQ(rules["wanted"], 8);
+  EXPECT_EQ(rules["installed"], 7);
+  EXPECT_EQ(rules["refused"], 1);
 }
 
 TEST_F(Status, TellsThatTheFolderDiffers) {
