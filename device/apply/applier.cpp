@@ -23,14 +23,6 @@ constexpr unsigned int LOOK_MILLISECONDS = 20;
 constexpr unsigned int RULES_MILLISECONDS = 10;
 constexpr unsigned int MOST_LOOKS_AT_RULES = 100;
 
-documents::VlanIds VlansOfLibrary() {
-  documents::VlanIds vlans;
-  for (const auto& vlan : DcRouterMgr::GetInstance()->GetVlans()) {
-    vlans.insert(vlans.end(), vlan.first);
-  }
-  return vlans;
-}
-
 }  // namespace
 
 Applier::Applier(uv_loop_s* loop, keepers::Interfaces& interfaces, keepers::Knowledge& knowledge,

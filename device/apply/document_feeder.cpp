@@ -103,6 +103,14 @@ void DocumentFeeder::Withdraw() {
   }
 }
 
+documents::VlanIds VlansOfLibrary() {
+  documents::VlanIds vlans;
+  for (const auto& vlan : DcRouterMgr::GetInstance()->GetVlans()) {
+    vlans.insert(vlans.end(), vlan.first);
+  }
+  return vlans;
+}
+
 documents::ProtocolSets FindRunningProtocols() {
   documents::ProtocolSets protocols;
   for (const auto& [vlan, record] : DcRouterMgr::GetInstance()->GetVlans()) {

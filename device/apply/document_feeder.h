@@ -50,6 +50,8 @@ class DocumentFeeder {
   std::map<std::string, Tarsel::DclConfigObject::OptionType> m_names;
 };
 
+/// Returns the library's VLANs.
+documents::VlanIds VlansOfLibrary();
 /// Returns the protocols that the library's VLANs have enabled now.
 documents::ProtocolSets FindRunningProtocols();
 

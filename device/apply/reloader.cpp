@@ -33,6 +33,7 @@ Reloader::Reloader(uv_loop_s* loop, const Source& source, keepers::Interfaces& i
           source.directory,
           documents::ConfigFolder::Options{source.options.protocols, source.options.isPartial,
                                            m_history->IsKept()})),
+      m_directory(source.directory),
       m_howToRead(source.options),
       m_options(options),
       m_hooks(std::move(hooks)),

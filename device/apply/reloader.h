@@ -196,6 +196,9 @@ class Reloader : private rows::StackListener {
 
   /// Tells, in any thread, whether the folder differs from what is in force now.
   std::function<bool()> MakeFolderCheck() const;
+  /// Returns what holds the folder against what is in force, and what is in force against what the
+  /// stack has been asked for, as they are now: two verdicts, in any thread (self_check.h).
+  std::function<std::vector<rows::Verdict>()> MakeSelfCheck() const;
   /// The revision in force; nothing before the start, and if it is not kept.
   const std::optional<revisions::Revision>& GetInForce() const { return m_inForce; }
   /// Why no revisions are kept; empty if they are.
@@ -284,6 +287,7 @@ class Reloader : private rows::StackListener {
   // Shared with the pool.
   const std::shared_ptr<History> m_history;
   const std::shared_ptr<const documents::ConfigFolder> m_folder;
+  const std::string m_directory;
   const documents::ConfigFolder::Options m_howToRead;
   const ReloaderOptions m_options;
   const ReloadHooks m_hooks;

@@ -155,20 +155,24 @@ void FolderWords::Verify(Call& call) const {
   if (IsJson(call)) {
     call.reply.view = std::make_unique<ComingView>(arrival);
   }
-  m_commands.verify(MOST_FAILS, [command = call.command, arrival, isJson = IsJson(call)](
-                                    const std::vector<rows::Verdict>& verdicts) {
-    if (!rows::HavePassed(verdicts)) {
-      command->Fail();
-    }
-    if (isJson) {
-      arrival->Come(views::ShowVerdicts(verdicts));
-      return;
-    }
-    for (const std::string& line : rows::DescribeVerdicts(verdicts, MOST_FAILS)) {
-      command->Tell(line + "\n");
-    }
-    command->End();
-  });
+  const rows::Scope scope = call.parse.Has("stack")    ? rows::Scope::STACK
+                            : call.parse.Has("kernel") ? rows::Scope::KERNEL
+                                                       : rows::Scope::ALL;
+  m_commands.verify(scope, MOST_FAILS,
+                    [command = call.command, arrival,
+                     isJson = IsJson(call)](const std::vector<rows::Verdict>& verdicts) {
+                      if (!rows::HavePassed(verdicts)) {
+                        command->Fail();
+                      }
+                      if (isJson) {
+                        arrival->Come(views::ShowVerdicts(verdicts));
+                        return;
+                      }
+                      for (const std::string& line : rows::DescribeVerdicts(verdicts, MOST_FAILS)) {
+                        command->Tell(line + "\n");
+                      }
+                      command->End();
+                    });
 }
 
 void FolderWords::Diff(Call& call) const {

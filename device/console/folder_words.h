@@ -9,7 +9,7 @@
 #include "call.h"
 #include "device/apply/asker.h"
 #include "device/apply/reload_request.h"
-#include "device/rows/comparer.h"
+#include "device/rows/verify.h"
 #include "device/views/folder_json.h"
 
 namespace console {
@@ -21,8 +21,9 @@ namespace console {
 struct FolderCommands {
   std::function<void(apply::Asker asker, const apply::ReloadRequest& request)> reload;
   std::function<void(apply::Asker asker, bool isStrict)> check;
-  /// Compares what is wanted with what the stack has. May be empty: `verify` is refused then.
-  std::function<void(std::size_t mostLines,
+  /// Holds the device, or this part of it, against what is wanted. May be empty: `verify` is
+  /// refused then.
+  std::function<void(rows::Scope scope, std::size_t mostLines,
                      std::function<void(const std::vector<rows::Verdict>& verdicts)> done)>
       verify = {};
   // The following may be empty: their words are refused then.

@@ -100,6 +100,8 @@ Daemon::Daemon(const CommandLine& line)
       m_watchTap(m_feed, m_stackPort, m_interfaces, m_reloader),
       m_kernel(m_loop.Get(), m_interfaces, m_stackPort, m_stack.GetFacts(), line.sweepAfterSeconds,
                MakeKernelHooks()),
+      m_verification(m_loop.Get(),
+                     {m_reloader, m_interfaces, m_stackPort, m_tables, m_host, m_feed}, m_kernel),
       m_settled(m_loop.Get(), Activity()),
       m_pace([this] { return GetTraffic(); }, NowMilliseconds, line.tickMicroseconds),
       m_lab(m_stack.GetControl(), m_interfaces, [this](auto tick) { m_pace.Fix(tick); }),
@@ -340,7 +342,9 @@ console::FolderCommands Daemon::MakeFolderCommands() {
             m_reloader.Reload(std::move(asker), request);
           },
           [this](Asker asker, bool isStrict) { m_reloader.Check(std::move(asker), isStrict); },
-          [this](std::size_t mostLines, auto done) { Verify(mostLines, std::move(done)); },
+          [this](rows::Scope scope, std::size_t mostLines, auto done) {
+            m_verification.Verify(scope, mostLines, std::move(done));
+          },
           [this](Asker asker, std::optional<unsigned int> revision) {
             m_reloader.Diff(std::move(asker), revision);
           },
@@ -398,22 +402,6 @@ ServiceManager::State Daemon::DescribeState() const {
     state.isCalm = false;
   }
   return state;
-}
-
-void Daemon::Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done) {
-  using Verdicts = std::vector<rows::Verdict>;
-  m_kernel.VerifyLinks([=](std::optional<rows::Verdict> links) {
-    m_reloader.Verify(mostLines, [=](const Verdicts& stack) {
-      m_kernel.VerifyRoutes(mostLines, [=](const Verdicts& kernel) {
-        Verdicts verdicts = stack;
-        if (links) {
-          verdicts.push_back(*links);
-        }
-        verdicts.insert(verdicts.end(), kernel.begin(), kernel.end());
-        done(std::move(verdicts));
-      });
-    });
-  });
 }
 
 views::Effect Daemon::FindEffect(std::size_t mostDifferences) const {

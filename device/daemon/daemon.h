@@ -30,6 +30,7 @@
 #include "stack_descriptors.h"
 #include "stack_port.h"
 #include "stack_tables.h"
+#include "verification.h"
 #include "walk_runner.h"
 #include "watch_tap.h"
 
@@ -68,7 +69,6 @@ class Daemon {
   bool IsSettled() const { return m_reloader.IsSettled() && m_kernel.IsSettled(); }
   KernelSide::Hooks MakeKernelHooks();
   ServiceManager::State DescribeState() const;
-  void Verify(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
   Traffic GetTraffic() const;
   views::Effect FindEffect(std::size_t mostDifferences) const;
   void TellLongestTurn();
@@ -93,6 +93,7 @@ class Daemon {
   views::DeviceQuestions m_questions;
   WatchTap m_watchTap;
   KernelSide m_kernel;
+  Verification m_verification;
   loop::SettledWait m_settled;  // the session's
   Pace m_pace;
   console::Lab m_lab;

@@ -18,6 +18,8 @@ constexpr std::size_t ALL = static_cast<std::size_t>(-1);
 constexpr std::size_t MOST_OF_A_NAME = 64;
 constexpr unsigned int IP4_BITS = 32;
 
+constexpr const char* LINKS = "links of the kernel";  // as `verify` calls them
+
 constexpr std::uint32_t FLAG_LOOPBACK = 2;
 constexpr std::uint32_t FLAG_POINT_TO_POINT = 4;
 constexpr std::uint32_t FLAG_BROADCAST = 8;
@@ -110,8 +112,10 @@ bool KernelLinks::Open() {
   try {
     m_watch = std::make_unique<kernel::LinkWatch>(m_loop, m_hooks.open, m_hooks.log,
                                                   [this] { HandOnSlice(); });
+    m_problem.clear();
     return true;
   } catch (const std::runtime_error& problem) {
+    m_problem = problem.what();
     m_hooks.complain(std::string("No link of the kernel is an interface: ") + problem.what());
     return false;
   }
@@ -120,6 +124,7 @@ bool KernelLinks::Open() {
 // The document in force takes none, so no interface goes with this.
 void KernelLinks::Close() {
   m_watch.reset();
+  m_problem.clear();
   m_told.clear();
   m_going.clear();
   m_coming.clear();
@@ -217,14 +222,18 @@ std::vector<views::LinkState> KernelLinks::Describe() const {
 
 void KernelLinks::Verify(Verified done) {
   if (!m_watch) {
-    done(std::nullopt);
+    std::optional<rows::Verdict> verdict;
+    if (!m_problem.empty()) {
+      verdict = rows::Verdict{LINKS, 0, 1, {"kernel: none of its links is taken: " + m_problem}};
+    }
+    done(std::move(verdict));
     return;
   }
   const unsigned int number = ++m_lastVerification;
   m_verifications.emplace(number, std::move(done));
   m_watch->Compare([this, number](std::optional<std::size_t> untold) {
     rows::Verdict verdict;
-    verdict.kind = "links of the kernel";
+    verdict.kind = LINKS;
     verdict.rows = Describe().size();
     if (!untold) {
       ++verdict.fails;

@@ -57,7 +57,7 @@ class KernelLinks {
   /// Each link that the device takes, or would if it could.
   std::vector<views::LinkState> Describe() const;
   /// Reads all links again, and calls `done` from the loop when everything that has been told by
-  /// then is handed on: with a verdict if any are taken, until the end.
+  /// then is handed on: with a verdict if any are to be taken, until the end.
   using Verified = std::function<void(std::optional<rows::Verdict>)>;
   void Verify(Verified done);
 
@@ -75,6 +75,7 @@ class KernelLinks {
   const Hooks m_hooks;
   std::unique_ptr<kernel::LinkWatch> m_watch;
   documents::LinkSettings m_settings;
+  std::string m_problem;  // why there is no watch though links are to be taken
   // What is still to be handed on: links that have gone, or have another name, then all others.
   std::set<std::uint32_t> m_going;
   std::set<std::uint32_t> m_coming;

@@ -13,8 +13,9 @@ using routing_stack::RouteCandidate;
 
 namespace {
 
-constexpr std::uint32_t IP6_BIT = 0x8000;    // of an instance
-constexpr std::uint32_t CODE_CONNECTED = 2;  // of stack/rows.h
+constexpr std::uint32_t IP6_BIT = 0x8000;               // of an instance
+constexpr std::uint32_t CODE_CONNECTED = 2;             // of stack/rows.h
+constexpr const char* ROUTES = "routes in the kernel";  // as `verify` calls them
 constexpr std::size_t CANDIDATES_A_TURN = 2000;
 
 kernel::Address AddressOf(const unsigned char (&bytes)[16]) {
@@ -42,6 +43,7 @@ KernelRoutes::~KernelRoutes() { m_port.RemoveTap(*this); }
 void KernelRoutes::Apply(const documents::Device& device) {
   const documents::KernelSettings old = std::exchange(m_settings, device.kernel);
   m_defaultVlan = m_defaultVlan.value_or(device.defaultVlan);
+  m_problem.clear();
   if (!m_settings.writesRoutes) {
     if (old.writesRoutes && m_sink) {
       m_port.RemoveTap(*this);
@@ -74,6 +76,7 @@ bool KernelRoutes::Open() {
     return true;
   } catch (const std::runtime_error& problem) {
     m_hooks.log(std::string("No routes are written into the kernel: ") + problem.what());
+    m_problem = problem.what();
     m_settings.writesRoutes = false;  // the next reload tries again
     return false;
   }
@@ -192,14 +195,18 @@ void KernelRoutes::Restarted() {
 void KernelRoutes::Verify(std::size_t mostLines,
                           std::function<void(std::optional<rows::Verdict>)> done) {
   if (!m_sink) {
-    done(std::nullopt);
+    std::optional<rows::Verdict> verdict;
+    if (!m_problem.empty()) {
+      verdict = rows::Verdict{ROUTES, 0, 1, {"kernel: no routes are written: " + m_problem}};
+    }
+    done(std::move(verdict));
     return;
   }
   m_sink->Compare([this, mostLines,
                    done = std::move(done)](const kernel::RouteSink::Result& result) {
     const kernel::RouteLedger& ledger = m_sink->GetLedger();
     rows::Verdict verdict;
-    verdict.kind = "routes in the kernel";
+    verdict.kind = ROUTES;
     verdict.rows = ledger.CountWanted();
     const auto add = [&](const std::string& line) {
       if (verdict.lines.size() < mostLines) {

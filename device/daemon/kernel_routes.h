@@ -57,7 +57,7 @@ class KernelRoutes final : private routing_stack::Listener {
   }
   /// Null while routes are not written.
   const kernel::RouteSink* GetSink() const { return m_sink.get(); }
-  /// Compares with the kernel, and calls `done` from the loop: with a verdict if routes are
+  /// Compares with the kernel, and calls `done` from the loop: with a verdict if routes are to be
   /// written. What was found missing has been asked for by then.
   void Verify(std::size_t mostLines, std::function<void(std::optional<rows::Verdict>)> done);
 
@@ -85,6 +85,7 @@ class KernelRoutes final : private routing_stack::Listener {
   const Hooks m_hooks;
   std::unique_ptr<kernel::RouteSink> m_sink;
   documents::KernelSettings m_settings;
+  std::string m_problem;  // why nothing is written though it should be
   std::optional<unsigned short> m_defaultVlan;
   bool m_isWaiting = false;                      // for the device to settle, before a sweep
   bool m_isOverdue = false;                      // it has not in the time that it may take

@@ -17,9 +17,9 @@
 
 namespace rows {
 
-/// What `verify` found of one kind of rows.
+/// What `verify` found of one kind of rows, or of another part of the device.
 struct Verdict {
-  std::string kind;                // "routes"
+  std::string kind;                // "routes", "folder"
   std::size_t rows = 0;            // that are wanted
   std::size_t fails = 0;           // that are not as wanted, or under way
   std::vector<std::string> lines;  // of the first of these
@@ -28,6 +28,9 @@ struct Verdict {
   bool isCompared = true;
   std::size_t kept = 0;                     // that are in force until others can take their place
   std::vector<std::string> keptLines = {};  // of the first of these
+  /// What there is to say of a part that has no rows: then `rows` is 0, and fails are not rows that
+  /// are not as wanted. Empty for a kind of rows.
+  std::string note = {};
 };
 
 /// Passes over all keepers, in slices of the loop's turns: one when Compare is called, and all the

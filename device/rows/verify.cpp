@@ -23,6 +23,14 @@ std::string DescribeKept(std::size_t count) {
                           " until a new one can take its place";
 }
 
+std::string DescribePass(const Verdict& verdict) {
+  return verdict.kind + ": " +
+         (verdict.note.empty()
+              ? std::to_string(verdict.rows) + (verdict.isCompared ? AS_WANTED : AS_FAR_AS_KNOWN) +
+                    DescribeKept(verdict.kept)
+              : verdict.note);
+}
+
 std::string DescribeRepeats(const Differences::Difference& difference, std::uint64_t now) {
   std::string text;
   if (difference.repeats != 0) {
@@ -55,16 +63,21 @@ std::vector<std::string> DescribeVerdicts(const std::vector<Verdict>& verdicts,
   std::size_t rows = 0;
   std::size_t allKept = 0;
   std::size_t fails = 0;
+  std::size_t rowFails = 0;
+  std::string parts;
   const char* asWanted = AS_WANTED;
   for (const Verdict& verdict : verdicts) {
     asWanted = verdict.isCompared ? asWanted : AS_FAR_AS_KNOWN;
     rows += verdict.rows;
     fails += verdict.fails;
     allKept += verdict.kept;
+    if (verdict.note.empty()) {
+      rowFails += verdict.fails;
+    } else if (verdict.fails != 0) {
+      parts += (parts.empty() ? "; failed besides: " : ", ") + verdict.kind;
+    }
     if (verdict.fails == 0) {
-      passed.push_back("PASS  " + verdict.kind + ": " + std::to_string(verdict.rows) +
-                       (verdict.isCompared ? AS_WANTED : AS_FAR_AS_KNOWN) +
-                       DescribeKept(verdict.kept));
+      passed.push_back("PASS  " + DescribePass(verdict));
     }
     for (const std::string& line : verdict.keptLines) {
       if (kept.size() < mostFails) {
@@ -83,10 +96,11 @@ std::vector<std::string> DescribeVerdicts(const std::vector<Verdict>& verdicts,
   if (fails > failed.size()) {
     lines.push_back("... and " + std::to_string(fails - failed.size()) + " more");
   }
-  lines.push_back((fails == 0 ? "PASS: " + Counted(rows, "row", "rows") + asWanted
-                              : "FAIL: " + Counted(fails, "row is", "rows are") +
-                                    " not as wanted, of " + std::to_string(rows)) +
-                  DescribeKept(allKept));
+  lines.push_back((fails == 0 ? "PASS: " : "FAIL: ") +
+                  (rowFails == 0 ? Counted(rows, "row", "rows") + asWanted
+                                 : Counted(rowFails, "row is", "rows are") + " not as wanted, of " +
+                                       std::to_string(rows)) +
+                  DescribeKept(allKept) + parts);
   return lines;
 }
 

@@ -19,9 +19,12 @@ std::string DescribeFail(const Row& row, const Standing& standing,
                          const Differences::Difference* difference, std::uint64_t now,
                          const InterfaceNames& names = {});
 
+/// What is held against what is wanted.
+enum class Scope { ALL, STACK, KERNEL };
+
 /// The lines of a verification, without their ends: a line for each kind that has passed, at most
 /// `mostFails` lines each for old rows that are kept and for what has failed, and the totals at the
-/// end. What was not compared with the stack's tables has passed as far as is known, and the line
+/// end, which name the parts without rows that have failed. What was not compared with the stack's tables has passed as far as is known, and the line
 /// says so.
 std::vector<std::string> DescribeVerdicts(const std::vector<Verdict>& verdicts,
                                           std::size_t mostFails);

@@ -247,6 +247,7 @@ AnyView ShowVerdicts(const std::vector<rows::Verdict>& verdicts) {
     Texts(json, "failed", verdict.lines);
     json.Key("kept").Number(std::uint64_t{verdict.kept});
     Texts(json, "kept_rows", verdict.keptLines);
+    json.Key("note").TextOrNull(verdict.note);
     json.EndObject();
   }
   json.EndArray().EndObject();

@@ -79,7 +79,12 @@ bool RequestReader::Continue(const Tell& tell) {
     case Stage::END:
       return false;
   }
-  m_stage = isMore ? m_stage : static_cast<Stage>(static_cast<int>(m_stage) + 1);
+  if (!isMore) {
+    m_stage = static_cast<Stage>(static_cast<int>(m_stage) + 1);
+  }
+  if (m_reach == Reach::REQUESTS && m_stage == Stage::DOCUMENTS) {
+    m_stage = Stage::END;
+  }
   return m_stage != Stage::END;
 }
 
@@ -134,7 +139,7 @@ std::string RequestReader::ReasonOfSilence(const Row& row) const {
 template <class Request>
 void RequestReader::TellRequest(const Row& row, const Request& request, bool isRemoval,
                                 const Tell& tell) const {
-  if (!IsAsked(rows::VlanOf(row)) || m_sources.GetDifferences().Find(row) != nullptr) {
+  if (!IsAsked(rows::VlanOf(row)) || IsToldAlready(row)) {
     return;
   }
   RequestItem item;
@@ -228,7 +233,7 @@ bool RequestReader::TellLeaving(const Tell& tell) {
 }
 
 void RequestReader::TellIfUnfinished(const Row& row, const Tell& tell, const char* what) const {
-  if (m_sources.stack.IsUnfinished(row) && m_sources.GetDifferences().Find(row) == nullptr) {
+  if (m_sources.stack.IsUnfinished(row) && !IsToldAlready(row)) {
     RequestItem item;
     item.vlan = rows::VlanOf(row);
     item.what = NameOf(row);
@@ -277,7 +282,7 @@ bool RequestReader::TellProtocolRows(const Tell& tell) {
     if (!row) {
       return false;
     }
-    if (IsAsked(rows::VlanOf(*row)) && m_sources.GetDifferences().Find(*row) == nullptr) {
+    if (IsAsked(rows::VlanOf(*row)) && !IsToldAlready(*row)) {
       const Standing standing = port.Look(*row);
       if (standing.kind == Standing::Kind::UNDER_WAY) {
         RequestItem item;

@@ -16,6 +16,11 @@
 
 namespace views {
 
+/// How far a reader goes: over everything that waits, or over the requests only that have been made
+/// and over what is still to be asked for. Of these requests the second one has those of known
+/// differences as well, which the first tells as differences.
+enum class Reach { ALL, REQUESTS };
+
 /// Goes over what differs, then over the requests without an answer, then over what is still to be
 /// asked for, in slices of the loop's turns. What changes meanwhile is told as it was or as it is.
 class RequestReader {
@@ -25,8 +30,13 @@ class RequestReader {
   static constexpr std::size_t ROUTES_A_SLICE = 5000;
 
   /// Of one VLAN, or of all.
-  RequestReader(const Sources& sources, std::optional<unsigned short> vlan)
-      : m_sources(sources), m_vlan(vlan), m_leaving(sources) {}
+  RequestReader(const Sources& sources, std::optional<unsigned short> vlan,
+                Reach reach = Reach::ALL)
+      : m_sources(sources),
+        m_vlan(vlan),
+        m_reach(reach),
+        m_stage(reach == Reach::ALL ? Stage::DIFFERENCES : Stage::ROUTES),
+        m_leaving(sources) {}
 
   using Tell = std::function<void(const RequestItem& item)>;
   /// Returns whether there is more.
@@ -46,6 +56,9 @@ class RequestReader {
   };
   using Lack = std::pair<unsigned short, std::string>;  // the VLAN, the interface or nothing
 
+  bool IsToldAlready(const rows::Row& row) const {
+    return m_reach == Reach::ALL && m_sources.GetDifferences().Find(row) != nullptr;
+  }
   bool IsAsked(unsigned short vlan) const { return !m_vlan || *m_vlan == vlan; }
   bool TellDifferences(const Tell& tell);
   bool TellRoutes(const Tell& tell);
@@ -67,7 +80,8 @@ class RequestReader {
 
   const Sources m_sources;
   const std::optional<unsigned short> m_vlan;
-  Stage m_stage = Stage::DIFFERENCES;
+  const Reach m_reach;
+  Stage m_stage;
   std::optional<rows::Row> m_lastDifference;
   std::optional<std::vector<routes::RouteKeeper::UnderWay>> m_routes;
   std::size_t m_nextRoute = 0;

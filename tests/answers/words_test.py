@@ -44,7 +44,7 @@ WORDS = {
     'diff': ['diff', 'diff 1'],
     'history': ['history'],
     'revision': ['revision 1'],
-    'verify': ['verify', 'verify stack'],
+    'verify': ['verify', 'verify stack', 'verify kernel'],
     'reload': ['reload', 'reload force', 'reload force confirm 600', 'reload'],
     'confirm': [],
     'undo': [],

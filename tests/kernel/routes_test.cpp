@@ -174,6 +174,25 @@ TEST_F(KernelRoutes, SwitchesThatStandAgainstForwardingAreToldAndLeftAlone) {
               HasSubstr(R"("obstacles":["/proc/sys/net/ipv4/ip_forward is 0: )"));
 }
 
+TEST_F(KernelRoutes, AVerificationMayBeOfTheKernelOnly) {
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  AwaitPass();
+  const std::string kernel = Ask("verify kernel\nversion", "console protocol");
+  EXPECT_THAT(kernel, HasSubstr("PASS  routes in the kernel: "));
+  EXPECT_THAT(kernel, HasSubstr("PASS  forwarding switches: "));
+  EXPECT_THAT(kernel, Not(HasSubstr("instances")));
+  EXPECT_THAT(kernel, Not(HasSubstr("folder")));
+  Switch("ipv4/ip_forward", 0);
+  Ip("route delete 10.9.0.0/16 proto 201");
+  EXPECT_THAT(Ask("verify stack\nversion", "console protocol"), Not(HasSubstr("FAIL")));
+  const std::string broken = Ask("verify kernel\nversion", "console protocol");
+  EXPECT_THAT(broken, HasSubstr("FAIL  kernel: route 10.9.0.0/16 in table 254 was missing"));
+  EXPECT_THAT(broken, HasSubstr("FAIL  kernel: /proc/sys/net/ipv4/ip_forward is 0: "));
+  folder.Write("vlans.json", "{");
+  EXPECT_THAT(Verify(), HasSubstr("FAIL  folder: it cannot be applied, 1 error"));
+}
+
 // The stack believes the document; the kernel has a word of its own.
 TEST_F(KernelRoutes, ARefusedRouteIsADifferenceUntilTheAddressIsThere) {
   WriteRoutes({{"10.8.0.0/16", "10.1.0.2"}, {"10.9.0.0/16", "10.1.0.2"}});

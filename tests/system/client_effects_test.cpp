@@ -159,6 +159,35 @@ TEST_F(ClientOfADaemon, IsToldWhatTheStackDoesNotHave) {
   EXPECT_EQ(Run({"reload"}).status, 0);
 }
 
+TEST_F(ClientOfADaemon, VerifiesTheFolderAsWell) {
+  StartDaemon();
+  const Result asApplied = Run({"verify"});
+  EXPECT_EQ(asApplied.status, 0);
+  EXPECT_THAT(asApplied.output, StartsWith("PASS  folder: says what is in force"));
+  EXPECT_THAT(asApplied.output, HasSubstr("\nPASS  wanted and asked: the same\n"));
+  EXPECT_THAT(asApplied.output, HasSubstr("\nPASS  requests: none is under way\n"));
+  folder.Write("vlans.json", WithRoute(VLAN_20));
+  const Result changed = Run({"verify"});
+  EXPECT_EQ(changed.status, 1);
+  EXPECT_THAT(changed.output, HasSubstr("\nFAIL  folder: "));
+  EXPECT_THAT(changed.output, HasSubstr(" not applied since what is in force"));
+  EXPECT_THAT(changed.output, HasSubstr(" rows as wanted; failed besides: folder\n"));
+  const Result stack = Run({"verify", "stack"});
+  EXPECT_EQ(stack.status, 0);
+  EXPECT_THAT(stack.output, StartsWith("PASS  instances: "));
+  EXPECT_THAT(stack.output, Not(HasSubstr("requests")));
+  EXPECT_EQ(
+      Run({"verify", "kernel"}).output,
+      "PASS  kernel: nothing of it is taken, and nothing is written\nPASS: 0 rows as wanted\n");
+  EXPECT_EQ(Run({"reload"}).status, 0);
+  EXPECT_EQ(Run({"verify"}).status, 0);
+  folder.Write("vlans.json", "{");
+  const Result spoilt = Run({"verify"});
+  EXPECT_EQ(spoilt.status, 1);
+  EXPECT_THAT(spoilt.output, HasSubstr("\nFAIL  folder: it cannot be applied, 1 error (`check` "
+                                       "lists all): vlans.json:1:"));
+}
+
 TEST_F(ClientOfADaemon, SeesAVlanGoWhileOthersPrintTables) {
   folder.Write("vlans.json", WithRoute(VLAN_20));
   StartDaemon("1000");

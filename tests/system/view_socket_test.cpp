@@ -121,7 +121,7 @@ const struct {
     {"diff", "diff", false},
     {"history", "history", false},
     {"revision", "revision 1", false},
-    {"verify", "verify", false},
+    {"verify", "verify stack", false},
     {"help", "help", false},
     {"?", "?", false},
     {"quit", "quit", false},

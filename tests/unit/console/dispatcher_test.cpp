@@ -60,7 +60,8 @@ class Dispatcher : public test_support::DeviceFixture {
   int reloads = 0;
   int checks = 0;
   int verifications = 0;
-  std::size_t mostLines = 0;  // of the last one
+  rows::Scope scope = rows::Scope::ALL;  // of the last one
+  std::size_t mostLines = 0;             // so too
   std::function<void(const std::vector<rows::Verdict>& verdicts)> verified;
   bool isStrict = false;  // the last check
   apply::Asker asker;     // of the last of these
@@ -76,8 +77,9 @@ class Dispatcher : public test_support::DeviceFixture {
                                     isStrict = isToldStrict;
                                     asker = std::move(toldAsker);
                                   },
-                                  [this](std::size_t most, auto done) {
+                                  [this](rows::Scope toldScope, std::size_t most, auto done) {
                                     ++verifications;
+                                    scope = toldScope;
                                     mostLines = most;
                                     verified = std::move(done);
                                   }},
@@ -131,7 +133,7 @@ TEST_F(Dispatcher, ListsItsWords) {
                             "  undo [<changes-back>] [json] ",
                             "  history [json] ",
                             "  revision <revision> [json] ",
-                            "  verify [stack] [json] ",
+                            "  verify [stack|kernel] [json] ",
                             "  help ",
                             "  quit "}) {
     EXPECT_THAT(output, HasSubstr(usage));
@@ -456,9 +458,13 @@ TEST_F(Dispatcher, Checks) {
 }
 
 TEST_F(Dispatcher, Verifies) {
-  for (const char* line : {"verify", "verify stack"}) {
+  const std::pair<const char*, rows::Scope> lines[] = {{"verify", rows::Scope::ALL},
+                                                       {"verify stack", rows::Scope::STACK},
+                                                       {"verify kernel", rows::Scope::KERNEL}};
+  for (const auto& [line, scopeOfLine] : lines) {
     for (const std::size_t fails : {0, 1}) {
       EXPECT_FALSE(Execute(line).hasChanged);
+      EXPECT_EQ(scope, scopeOfLine) << line;
       EXPECT_EQ(overs, 0);
       rows::Verdict verdict;
       verdict.kind = "routes";
@@ -477,10 +483,11 @@ TEST_F(Dispatcher, Verifies) {
     }
   }
   EXPECT_EQ(mostLines, 1000u);
-  EXPECT_EQ(verifications, 4);
+  EXPECT_EQ(verifications, 6);
   EXPECT_EQ(ResultOf("verify folder"), Result::USAGE);
-  EXPECT_EQ(output, "\"verify\" is understood, \"folder\" after it is not. Possible: stack json\n");
-  EXPECT_EQ(verifications, 4);
+  EXPECT_EQ(output,
+            "\"verify\" is understood, \"folder\" after it is not. Possible: stack kernel json\n");
+  EXPECT_EQ(verifications, 6);
 }
 
 TEST_F(Dispatcher, VerifiesForADocument) {

@@ -72,7 +72,7 @@ class Words : public test_support::DeviceFixture {
     };
     commands.reload = [end](const apply::Asker& by, const apply::ReloadRequest&) { end(by); };
     commands.check = [end](const apply::Asker& by, bool) { end(by); };
-    commands.verify = [this](std::size_t, const auto& done) {
+    commands.verify = [this](rows::Scope, std::size_t, const auto& done) {
       rows::Verdict verdict;
       verdict.kind = "routes";
       verdict.fails = passes ? 0 : 1;

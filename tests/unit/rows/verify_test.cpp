@@ -70,6 +70,30 @@ TEST(Verify, TellsEachKindAndTheTotals) {
               ElementsAre("FAIL  the stack is not ready", "FAIL: 1 row is not as wanted, of 0"));
 }
 
+TEST(Verify, NamesThePartsWithoutRowsThatHaveFailed) {
+  rows::Verdict folder;
+  folder.kind = "folder";
+  folder.note = "says what is in force";
+  rows::Verdict requests = folder;
+  requests.kind = "requests";
+  const rows::Verdict routes{"routes", 3, 0, {}};
+  EXPECT_THAT(DescribeVerdicts({folder, routes}, 9),
+              ElementsAre("PASS  folder: says what is in force", "PASS  routes: 3 as wanted",
+                          "PASS: 3 rows as wanted"));
+  folder.fails = 1;
+  folder.lines = {"folder: a"};
+  requests.fails = 2;
+  requests.lines = {"requests: b"};
+  EXPECT_FALSE(rows::HavePassed({folder, routes}));
+  EXPECT_THAT(
+      DescribeVerdicts({folder, routes, requests}, 9),
+      ElementsAre("PASS  routes: 3 as wanted", "FAIL  folder: a", "FAIL  requests: b",
+                  "... and 1 more", "FAIL: 3 rows as wanted; failed besides: folder, requests"));
+  EXPECT_THAT(DescribeVerdicts({folder, {"routes", 3, 1, {"c"}}}, 9),
+              ElementsAre("FAIL  folder: a", "FAIL  c",
+                          "FAIL: 1 row is not as wanted, of 3; failed besides: folder"));
+}
+
 TEST(Verify, NamesOldRoutesThatAreKept) {
   rows::Verdict routes{"routes", 3, 0, {}};
   routes.kept = 1;

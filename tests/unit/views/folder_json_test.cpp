@@ -155,12 +155,12 @@ TEST(FolderJson, IsTheWholeOfAConfirmationAndOfTheHistory) {
 
 TEST(FolderJson, IsTheWholeOfAVerification) {
   EXPECT_EQ(TextOf(*ShowVerdicts({{"instances", 6, 1, {"a"}, true, 2, {"b", "c"}},
-                                  {"rules", 0, 0, {}, false, 0, {}}})),
+                                  {"folder", 0, 0, {}, false, 0, {}, "says so"}})),
             R"({"view":"verify","passed":false,"refused":null,"kinds":[)"
             R"({"kind":"instances","compared":true,"rows":6,"fails":1,"failed":["a"],)"
-            R"("kept":2,"kept_rows":["b","c"]},)"
-            R"({"kind":"rules","compared":false,"rows":0,"fails":0,"failed":[],)"
-            R"("kept":0,"kept_rows":[]}]})"
+            R"("kept":2,"kept_rows":["b","c"],"note":null},)"
+            R"({"kind":"folder","compared":false,"rows":0,"fails":0,"failed":[],)"
+            R"("kept":0,"kept_rows":[],"note":"says so"}]})"
             "\n");
   EXPECT_EQ(TextOf(*ShowVerdicts({})),
             "{\"view\":\"verify\",\"passed\":true,\"refused\":null,\"kinds\":[]}\n");
