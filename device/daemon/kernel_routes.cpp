@@ -158,9 +158,21 @@ void KernelRoutes::ReadSlice() {
 
 kernel::RouteKey KernelRoutes::KeyOf(std::uint32_t instance, const unsigned char (&destination)[16],
                                      std::uint32_t length) const {
-  const std::uint32_t vlan = instance & ~IP6_BIT;
-  return {vlan == *m_defaultVlan ? kernel::MAIN_TABLE : m_settings.tableBase + vlan,
-          (instance & IP6_BIT) != 0, static_cast<unsigned char>(length), AddressOf(destination)};
+  return {TableOf(instance & ~IP6_BIT), (instance & IP6_BIT) != 0,
+          static_cast<unsigned char>(length), AddressOf(destination)};
+}
+
+std::uint32_t KernelRoutes::TableOf(std::uint32_t vlan) const {
+  return vlan == *m_defaultVlan ? kernel::MAIN_TABLE : m_settings.tableBase + vlan;
+}
+
+std::optional<kernel::RouteKey> KernelRoutes::FindKey(unsigned short vlan, bool isIp6,
+                                                      const kernel::Address& destination,
+                                                      unsigned char length) const {
+  if (!m_sink) {
+    return std::nullopt;
+  }
+  return kernel::RouteKey{TableOf(vlan), isIp6, length, destination};
 }
 
 // The kernel puts the networks of its own addresses into its main table itself.

@@ -2,6 +2,7 @@
 #ifndef DEVICE_DAEMON_KERNEL_ROUTES_H
 #define DEVICE_DAEMON_KERNEL_ROUTES_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -57,6 +58,14 @@ class KernelRoutes final : private routing_stack::Listener {
   }
   /// Null while routes are not written.
   const kernel::RouteSink* GetSink() const { return m_sink.get(); }
+  /// The kernel's route for a prefix of a VLAN; nothing while routes are not written.
+  std::optional<kernel::RouteKey> FindKey(unsigned short vlan, bool isIp6,
+                                          const kernel::Address& destination,
+                                          unsigned char length) const;
+  /// Asks again now for what the kernel refuses; see RouteLedger::Retry.
+  std::size_t Retry(const std::function<bool(const kernel::RouteKey&)>& isMeant) {
+    return m_sink ? m_sink->Retry(isMeant) : 0;
+  }
   /// Compares with the kernel, and calls `done` from the loop: with a verdict if routes are to be
   /// written. What was found missing has been asked for by then.
   void Verify(std::size_t mostLines, std::function<void(std::optional<rows::Verdict>)> done);
@@ -70,6 +79,7 @@ class KernelRoutes final : private routing_stack::Listener {
   bool Open();
   kernel::RouteKey KeyOf(std::uint32_t instance, const unsigned char (&destination)[16],
                          std::uint32_t length) const;
+  std::uint32_t TableOf(std::uint32_t vlan) const;
   void Want(const kernel::RouteKey& key, bool isConnected, const unsigned char (&nextHop)[16],
             std::uint32_t ifIndex);
   void WaitForSettled();

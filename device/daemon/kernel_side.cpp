@@ -19,6 +19,7 @@ KernelSide::KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, Softwar
                        const routing_stack::Facts& facts, unsigned int sweepAfterSeconds,
                        const Hooks& hooks)
     : m_interfaces(interfaces),
+      m_hooks(hooks),
       m_links(loop, interfaces,
               {OpenKernel, hooks.log, hooks.complain,
                [this, changed = hooks.interfacesChanged] {
@@ -88,6 +89,44 @@ views::KernelState KernelSide::Describe() const {
     state.overruns += keeper->CountOverruns();
   }
   return state;
+}
+
+views::KernelRefusal KernelSide::Describe(const kernel::RouteKey& key,
+                                          const kernel::Refusal& refusal) const {
+  const std::uint64_t now = m_hooks.now();
+  const std::uint64_t left = refusal.nextAt > now ? refusal.nextAt - now : 0;
+  return {kernel::DescribeKey(key), kernel::DescribeRefusal(refusal), (left + 999) / 1000,
+          refusal.isOfDeletion};
+}
+
+// Asked for each row that is shown, and mostly nothing is refused.
+std::optional<views::KernelRefusal> KernelSide::FindRefusal(unsigned short vlan,
+                                                            const views::Prefix& prefix) const {
+  const kernel::RouteSink* const sink = m_routes.GetSink();
+  if (sink == nullptr || sink->GetLedger().CountRefused() == 0) {
+    return std::nullopt;
+  }
+  const auto key = m_routes.FindKey(vlan, prefix.address.ip6, prefix.address.bytes, prefix.length);
+  const kernel::Refusal* const refusal = key ? sink->GetLedger().FindRefusal(*key) : nullptr;
+  return refusal != nullptr ? std::optional(Describe(*key, *refusal)) : std::nullopt;
+}
+
+std::vector<views::KernelRefusal> KernelSide::ListRefusals(std::size_t most) const {
+  std::vector<views::KernelRefusal> refusals;
+  if (const kernel::RouteSink* const sink = m_routes.GetSink()) {
+    sink->GetLedger().TellRefusals(
+        most, [&](const kernel::RouteKey& key, const kernel::Refusal& refusal) {
+          refusals.push_back(Describe(key, refusal));
+        });
+  }
+  return refusals;
+}
+
+std::size_t KernelSide::Retry(const std::optional<views::Prefix>& prefix) {
+  return m_routes.Retry([&prefix](const kernel::RouteKey& key) {
+    return !prefix || (key.isIp6 == prefix->address.ip6 && key.length == prefix->length &&
+                       key.destination == prefix->address.bytes);
+  });
 }
 
 std::function<std::vector<std::string>()> KernelSide::MakeObstacleCheck() const {

@@ -58,6 +58,11 @@ class KernelSide {
   /// What it waits for; null when settled.
   const char* FindUnsettled() const;
   views::KernelState Describe() const;
+  /// See views::Host.
+  std::optional<views::KernelRefusal> FindRefusal(unsigned short vlan,
+                                                  const views::Prefix& prefix) const;
+  std::vector<views::KernelRefusal> ListRefusals(std::size_t most) const;
+  std::size_t Retry(const std::optional<views::Prefix>& prefix);
   std::vector<views::LinkState> DescribeLinks() const { return m_links.Describe(); }
   /// Returns what tells, in any thread, which switches stand against the routes written now.
   std::function<std::vector<std::string>()> MakeObstacleCheck() const;
@@ -70,7 +75,10 @@ class KernelSide {
   void VerifyRoutes(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
 
  private:
+  views::KernelRefusal Describe(const kernel::RouteKey& key, const kernel::Refusal& refusal) const;
+
   const keepers::Interfaces& m_interfaces;
+  const Hooks m_hooks;
   KernelLinks m_links;
   KernelRoutes m_routes;
   KernelRules m_rules;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace kernel {
 
@@ -455,18 +454,6 @@ void RouteLedger::LookForMissing(Node& node) {
       }
       SetRight(entry, 0);
     }
-  }
-}
-
-const Refusal* RouteLedger::FindRefusal(const RouteKey& key) const {
-  const auto found = m_refusals.find(key);
-  return found == m_refusals.end() ? nullptr : &found->second;
-}
-
-void RouteLedger::TellRefusals(
-    std::size_t most, const std::function<void(const RouteKey&, const Refusal&)>& tell) const {
-  for (auto next = m_refusals.begin(); most > 0 && next != m_refusals.end(); ++next, --most) {
-    tell(next->first, next->second);
   }
 }
 

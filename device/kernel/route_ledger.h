@@ -80,6 +80,9 @@ class RouteLedger {
   void LoseAnswers();
   /// Asks again for what was refused and whose time has come; for all of it with `isAtOnce`.
   void AskAgain(bool isAtOnce);
+  /// Asks again now for what was refused of the keys that are meant. Returns how many that
+  /// are, with those that are under way again already.
+  std::size_t Retry(const std::function<bool(const RouteKey&)>& isMeant);
   /// When AskAgain has something to do; nothing refused: nothing.
   std::optional<std::uint64_t> FindNextTry() const;
 

@@ -66,6 +66,12 @@ void RouteSink::Sweep() {
   m_work.Post([this] { Work(); });
 }
 
+std::size_t RouteSink::Retry(const std::function<bool(const RouteKey&)>& isMeant) {
+  const std::size_t count = m_ledger.Retry(isMeant);
+  m_work.Post([this] { Work(); });
+  return count;
+}
+
 bool RouteSink::IsSettled() const {
   return m_ledger.CountOpen() == 0 && !m_isComparing && !m_ledger.IsInPass() && m_hasLearnt;
 }

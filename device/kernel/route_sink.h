@@ -16,8 +16,9 @@
 
 namespace kernel {
 
-/// Holds what is wanted, sends it to the kernel in batches, one after the other, and compares it with what the kernel has: at the start, when a link or an address of the machine changes,
-/// when answers were lost, and every ten minutes. The kernel takes routes away without a word when
+/// Holds what is wanted, sends it to the kernel in batches, one after the other, and compares it
+/// with what the kernel has: at the start, when a link or an address of the machine changes, when
+/// answers were lost, and every ten minutes. The kernel takes routes away without a word when
 /// a link goes, and anybody may delete one; a comparison puts them back. Routes without our
 /// number, and all others that it did not ask for, are never touched.
 ///
@@ -46,6 +47,8 @@ class RouteSink {
   void ForgoAllForNow();
   /// Ends that time: what nobody has wanted by now goes.
   void Sweep();
+  /// Asks again now for what was refused; see RouteLedger::Retry.
+  std::size_t Retry(const std::function<bool(const RouteKey&)>& isMeant);
 
   /// How a comparison came out. Unless it is complete, the kernel's tables could not be read.
   struct Result {

@@ -128,7 +128,13 @@ std::string DescribeAsJson(const Explanation& explanation) {
   for (const std::string& name : explanation.handedOn) {
     json.Text(name);
   }
-  json.EndArray().EndObject().EndDocument();
+  json.EndArray();
+  if (explanation.kernel) {
+    json.Key("kernel_refusal").BeginObject().Key("deletion").Bool(explanation.kernel->isOfDeletion);
+    json.Key("reason_text").Text(explanation.kernel->reason);
+    json.Key("next_try_seconds").Number(explanation.kernel->nextTry).EndObject();
+  }
+  json.EndObject().EndDocument();
   std::string text;
   json.Take(text);
   return text;

@@ -120,6 +120,9 @@ void Explainer::Tell() {
   TellAddresses();
   TellCandidates(candidates);
   TellHandedOn(candidates);
+  if (m_sources.host.findKernelRefusal) {
+    m_result.kernel = m_sources.host.findKernelRefusal(m_result.vlan, *m_result.prefix);
+  }
 }
 
 const KnownRoute* Explainer::FindKnown(const Candidate& candidate) const {

@@ -61,7 +61,8 @@ struct Explanation {
   std::vector<ExplainedAddress> addresses;
   std::vector<ExplainedCandidate> candidates;  // the best one first
   std::size_t candidateCount = 0;
-  std::vector<std::string> handedOn;  // the protocols that get it
+  std::vector<std::string> handedOn;    // the protocols that get it
+  std::optional<KernelRefusal> kernel;  // what the machine's kernel refuses of it
 };
 
 Explanation Explain(const Sources& sources, const ExplainQuery& query);

@@ -173,6 +173,9 @@ std::string DescribeAsText(const Explanation& explanation) {
     AppendCandidates(explanation, lines);
     lines.Add("Handed on", "to " + JoinNames(explanation.handedOn));
   }
+  if (explanation.kernel) {
+    lines.Add("Kernel", Describe(*explanation.kernel));
+  }
   return lines.text;
 }
 

@@ -25,4 +25,10 @@ std::uint64_t FindUptimeSeconds(const Host& host) {
   return static_cast<std::uint64_t>(std::max<std::int64_t>(std::time(nullptr) - host.started, 0));
 }
 
+std::string Describe(const KernelRefusal& refusal) {
+  return (refusal.isOfDeletion ? "does not give up an old route: " : "refuses it: ") +
+         refusal.reason + ", next try " +
+         (refusal.nextTry == 0 ? "now" : "in " + std::to_string(refusal.nextTry) + " s");
+}
+
 }  // namespace views

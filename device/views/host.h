@@ -5,10 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "device/loop/loop.h"
+#include "prefix.h"
 
 namespace views {
 
@@ -49,6 +51,18 @@ struct KernelState {
   RuleState rules;
 };
 
+/// A route that the kernel does not take, or an old one that it does not give up.
+struct KernelRefusal {
+  std::string route;          // "10.9.0.0/16 in table 254"
+  std::string reason;         // "Network is unreachable (Nexthop has invalid gateway)"
+  std::uint64_t nextTry = 0;  // in so many seconds
+  bool isOfDeletion = false;
+};
+
+/// What the kernel does, without its name in front: "refuses it: Network is unreachable, next try in
+/// 2 s".
+std::string Describe(const KernelRefusal& refusal);
+
 /// The functions are called on the loop's thread and must be cheap; each may be empty.
 struct Host {
   loop::Loop& loop;  // borrowed
@@ -60,6 +74,14 @@ struct Host {
   std::function<std::uint64_t()> countLostLines = {};  // of the log
   std::function<KernelState()> describeKernel = {};
   std::function<std::vector<LinkState>()> describeLinks = {};  // costs what there are
+  /// What the kernel refuses of a VLAN's prefix. Asked for each row that is shown.
+  std::function<std::optional<KernelRefusal>(unsigned short vlan, const Prefix& prefix)>
+      findKernelRefusal = {};
+  /// The first refusals, in no particular order.
+  std::function<std::vector<KernelRefusal>(std::size_t most)> listKernelRefusals = {};
+  /// Asks the kernel again now for what it refuses: all of it, or a prefix in all VLANs. Returns how
+  /// many routes that are.
+  std::function<std::size_t(const std::optional<Prefix>& prefix)> retryKernel = {};
   /// Returns what tells, in any thread, which switches of the machine stand against the routes that
   /// are written; it may be empty.
   std::function<std::function<std::vector<std::string>()>()> makeObstacleCheck = {};

@@ -45,22 +45,27 @@ std::string DescribeWithoutAnswer(const Sources& sources, const std::optional<Pr
 
 Retried RetryNow(const Sources& sources, const std::optional<Prefix>& prefix) {
   const rows::Differences::Retry retry = Ask(sources.reloader, prefix);
+  const std::size_t kernel = sources.host.retryKernel ? sources.host.retryKernel(prefix) : 0;
   const std::string of = prefix ? " of " + Describe(*prefix) : "";
   std::string text;
   if (retry.count == 0 && retry.underWay == 0) {
     text = prefix ? "No route" + of + " differs" : "Nothing differs";
     const std::string others = DescribeWithoutAnswer(sources, prefix);
     text += others.empty() ? "" : ", but " + others;
-  } else if (retry.count == 1) {
-    text = "1 row" + of + " is asked for again now";
   } else {
-    text = std::to_string(retry.count) + " rows" + of + " are asked for again now";
+    text = program::Counted(retry.count, "row", "rows") + of +
+           (retry.count == 1 ? " is asked for again now" : " are asked for again now");
   }
   if (retry.underWay != 0) {
     text += ", " + std::to_string(retry.underWay) +
             (retry.underWay == 1 ? " is under way" : " are under way");
   }
-  return {retry.count, text + "\n"};
+  if (kernel != 0) {
+    const bool isAlone = retry.count == 0 && retry.underWay == 0;
+    text = (isAlone ? "" : text + "\n") + "The kernel is asked again now for " +
+           program::Counted(kernel, "route", "routes") + of;
+  }
+  return {retry.count + kernel, text + "\n"};
 }
 
 }  // namespace views

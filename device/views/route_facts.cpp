@@ -1,6 +1,8 @@
 #include "route_facts.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 #include "device/routes/route_judge.h"
 #include "names.h"
@@ -33,7 +35,9 @@ RouteItem RouteFacts::Describe(const Candidate& candidate, const KnownRoute* kno
   item.distance = candidate.distance;
   item.metric = candidate.metric;
   item.ageSeconds = candidate.ageSeconds;
-  if (!candidate.isInstalled) {
+  if (candidate.isInstalled) {
+    AskKernel(item);
+  } else {
     Explain(candidate, item);
   }
   if (candidate.protocol == Protocol::STATIC) {
@@ -181,6 +185,16 @@ void RouteFacts::DescribeAccepted(const KnownRoute& known, RouteItem& item) cons
   } else if (found->isInstalled) {
     item.isInstalled = true;
     item.reason = Reason::NONE;
+    AskKernel(item);
+  }
+}
+
+void RouteFacts::AskKernel(RouteItem& item) const {
+  if (!m_sources.host.findKernelRefusal) {
+    return;
+  }
+  if (auto found = m_sources.host.findKernelRefusal(item.target.vlan, PrefixOf(item.target))) {
+    item.kernel = std::make_shared<const KernelRefusal>(std::move(*found));
   }
 }
 

@@ -29,6 +29,7 @@ class RouteFacts {
   void Refused(const KnownRoute& known, RouteItem& item) const;
   void NextTry(const KnownRoute& known, RouteItem& item) const;
   void DescribeAccepted(const KnownRoute& known, RouteItem& item) const;
+  void AskKernel(RouteItem& item) const;
 
   const Sources& m_sources;
   std::optional<Candidate> m_rival;  // the installed one of the prefix that was asked for last

@@ -4,10 +4,12 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "host.h"
 #include "tables.h"
 
 namespace views {
@@ -69,6 +71,8 @@ struct RouteItem {
   std::optional<std::uint32_t> nextTry;   // of a difference: in so many seconds
   std::optional<std::uint32_t> leavesIn;  // of one that is KEPT: at the latest, so too
   Rival rival;
+  /// What the machine's kernel refuses of an installed one; null for nothing.
+  std::shared_ptr<const KernelRefusal> kernel;
 
   bool IsWaiting() const {
     return (reason >= Reason::TO_ASK && reason <= Reason::MISSING) || note == Note::CHANGES ||
@@ -76,7 +80,7 @@ struct RouteItem {
   }
   bool IsRefused() const {
     return reason == Reason::REFUSED || note == Note::CHANGE_REFUSED ||
-           note == Note::REMOVAL_REFUSED;
+           note == Note::REMOVAL_REFUSED || kernel != nullptr;
   }
   /// `>` installed, `!` refused, `?` waits, else blank. What is in the stack shows by its note that
   /// it waits.

@@ -46,6 +46,14 @@ void RouteJson::Append(const RouteItem& item, std::string& text) {
   if (item.reason != Reason::NONE || item.note != Note::NONE) {
     AppendReason(item, text);
   }
+  if (item.kernel) {
+    text.append(R"(,"kernel_refusal":{"deletion":)")
+        .append(item.kernel->isOfDeletion ? "true" : "false");
+    text += R"(,"reason_text":)";
+    AppendText(item.kernel->reason, text);
+    AppendMember(R"(,"next_try_seconds":)", item.kernel->nextTry, text);
+    text += '}';
+  }
   text += '}';
 }
 

@@ -89,6 +89,9 @@ void RouteText::Append(const RouteItem& item, std::string& text) {
   if (item.note != Note::NONE) {
     AppendBent(DescribeNote(item), INDENT, text);
   }
+  if (item.kernel) {
+    AppendBent("the kernel " + Describe(*item.kernel), INDENT, text);
+  }
 }
 
 }  // namespace views

@@ -88,16 +88,26 @@ bool RouteWalk::BeginTable() {
 
 // What forwards counts. An address that nothing forwards shows what could.
 std::optional<Prefix> RouteWalk::FindPrefix(unsigned short vlan) const {
-  if (m_query.state.value_or(RouteQuery::State::INSTALLED) != RouteQuery::State::INSTALLED) {
-    return FindLongestKnown(m_sources.GetRoutes(), vlan, *m_query.address, m_query.state);
-  }
+  const auto state = m_query.state.value_or(RouteQuery::State::INSTALLED);
   auto found = m_sources.tables.FindLongest(vlan, *m_query.address, true);
-  if (found || m_query.state) {
+  if (state == RouteQuery::State::INSTALLED && (found || m_query.state)) {
     return found;
   }
-  found = m_sources.tables.FindLongest(vlan, *m_query.address, false);
   const auto known = FindLongestKnown(m_sources.GetRoutes(), vlan, *m_query.address, m_query.state);
+  if (state == RouteQuery::State::WAITING) {
+    return known;
+  }
+  if (state == RouteQuery::State::INSTALLED) {
+    found = m_sources.tables.FindLongest(vlan, *m_query.address, false);
+  } else if (found && !IsRefusedByKernel(vlan, *found)) {
+    found.reset();
+  }
   return found && known && found->length > known->length ? found : known ? known : found;
+}
+
+bool RouteWalk::IsRefusedByKernel(unsigned short vlan, const Prefix& prefix) const {
+  const auto& find = m_sources.host.findKernelRefusal;
+  return find && find(vlan, prefix).has_value();
 }
 
 std::vector<Candidate> RouteWalk::ReadSlice() const {

@@ -32,6 +32,7 @@ class RouteWalk {
   bool BeginTable();
   std::optional<unsigned int> FindVlan(unsigned int from) const;
   std::optional<Prefix> FindPrefix(unsigned short vlan) const;
+  bool IsRefusedByKernel(unsigned short vlan, const Prefix& prefix) const;
   std::vector<Candidate> ReadSlice() const;
   void Slice(RouteItems& items);
   bool IsBeyond(const documents::RouteTarget& target) const;

@@ -26,6 +26,7 @@ using program::Counted;
 // For names, which may be of any length and origin.
 constexpr std::size_t MOST_OF_A_NAME = 48;
 constexpr std::size_t LABEL_WIDTH = 16;
+constexpr std::size_t MOST_REFUSALS = 3;
 
 void AddLine(std::string& text, std::string label, const std::string& value) {
   label.resize(LABEL_WIDTH, ' ');
@@ -52,6 +53,32 @@ KernelState FindKernel(const Host& host) {
 
 std::vector<LinkState> FindLinks(const Host& host) {
   return host.describeLinks ? host.describeLinks() : std::vector<LinkState>();
+}
+
+std::vector<KernelRefusal> FindRefusals(const Host& host) {
+  return host.listKernelRefusals ? host.listKernelRefusals(MOST_REFUSALS)
+                                 : std::vector<KernelRefusal>();
+}
+
+void AddRefusalLines(std::string& text, const Host& host, std::size_t count) {
+  const std::vector<KernelRefusal> refusals = FindRefusals(host);
+  for (const KernelRefusal& refusal : refusals) {
+    AddLine(text, "", refusal.route + ": the kernel " + Describe(refusal));
+  }
+  if (count > refusals.size()) {
+    AddLine(text, "",
+            "and " + std::to_string(count - refusals.size()) + " more (`verify` lists them)");
+  }
+}
+
+void AddRefusals(Json& json, const Host& host) {
+  json.Key("refusals").BeginArray();
+  for (const KernelRefusal& refusal : FindRefusals(host)) {
+    json.BeginObject().Key("route").Text(refusal.route);
+    json.Key("deletion").Bool(refusal.isOfDeletion).Key("reason_text").Text(refusal.reason);
+    json.Key("next_try_seconds").Number(refusal.nextTry).EndObject();
+  }
+  json.EndArray();
 }
 
 // What an operator asks who wonders where an interface has come from, or where it is.
@@ -201,6 +228,7 @@ std::string StatusView::WriteText() const {
     AddLine(text, "kernel",
             std::to_string(kernel.standing) + " of " + Counted(kernel.wanted, "route", "routes") +
                 " installed, " + std::to_string(kernel.refused) + " refused");
+    AddRefusalLines(text, host, kernel.refused);
     if (kernel.rules.isWritten) {
       AddLine(text, "",
               std::to_string(kernel.rules.standing) + " of " +
@@ -262,6 +290,7 @@ std::string StatusView::WriteJson() const {
   json.Key("wanted").Number(std::uint64_t{kernel.wanted});
   json.Key("installed").Number(std::uint64_t{kernel.standing});
   json.Key("refused").Number(std::uint64_t{kernel.refused});
+  AddRefusals(json, host);
   json.Key("rules").BeginObject().Key("written").Bool(kernel.rules.isWritten);
   json.Key("wanted").Number(std::uint64_t{kernel.rules.wanted});
   json.Key("installed").Number(std::uint64_t{kernel.rules.standing});

@@ -13,9 +13,9 @@ DOCUMENTS = ('device', 'remote', 'vlans')  # whose schemas are of what the devic
 OF_A_ROUTE = {'next_hop', 'interface', 'status', 'status_text', 'reason', 'reason_text', 'note',
               'note_text', 'next_try_seconds', 'leaves_in_seconds'}
 OPTIONAL = {
-    'route': OF_A_ROUTE | {'distance', 'interface_index', 'age_seconds', 'beaten_by'},
+    'route': OF_A_ROUTE | {'distance', 'interface_index', 'age_seconds', 'beaten_by', 'kernel_refusal'},
     'explain': OF_A_ROUTE | {'address', 'longer_not_in_use', 'revision', 'asked', 'answered',
-                             'origin', 'trouble_text', 'places_of_revision'},
+                             'origin', 'trouble_text', 'places_of_revision', 'kernel_refusal'},
     'watch': {'next_hop', 'interface', 'interface_index'},
 }
 # Texts of which only certain ones may stand.

@@ -324,6 +324,20 @@ def check_empty(device):
         expect_refused(device, words)
 
 
+def check_kernel(device):
+    """A kernel that refuses a route, because the daemon must not change its tables."""
+    end = time.monotonic() + PATIENCE
+    while not expect(device, 'status')['kernel']['refused'] and time.monotonic() < end:
+        time.sleep(0.02)
+    kernel = expect(device, 'status')['kernel']
+    if [(refusal['route'], refusal['reason_text']) for refusal in kernel['refusals']] != \
+            [('10.9.0.0/16 in table 254', 'Operation not permitted')]:
+        problems.append('status: the kernel is %s' % kernel)
+    for answer in expect(device, 'route refused')['routes'], [expect(device, 'explain 10.9.0.0/16')]:
+        if [one['kernel_refusal']['reason_text'] for one in answer] != ['Operation not permitted']:
+            problems.append('the refusal is not told: %s' % answer)
+
+
 def check_links(device):
     """Every machine has this link, and nobody needs privileges to see it."""
     links = expect(device, 'status').get('links', [])
@@ -368,6 +382,11 @@ def main():
     links = {'default_vlan': 1, 'kernel': {'interfaces': ['lo']}}
     with running(BIN, lambda device: device.fill(links, {})) as device:
         check_links(device)
+    kernel = {'default_vlan': 10, 'kernel': {'routes': True}, 'interfaces': [
+        {'name': 'eth0', 'vlan': 10, 'index': 3, 'ipv4': '10.1.0.1/16'}]}
+    one = {'a': {'vid': 10, 'STATIC_ROUTES': {'one': route('10.9.0.0')}}}
+    with running(BIN, lambda device: device.fill(kernel, one)) as device:
+        check_kernel(device)
     with running(BIN, like(EXAMPLE), '--partial') as device:
         check_without_revisions(device)
     if SCHEMAS.used != SCHEMAS.names():

@@ -33,7 +33,7 @@ TEST_F(KernelRoutes, InstalledRoutesAreInTheTablesOfTheirVlans) {
   EXPECT_THAT(
       Ask("status json", "sessions"),
       HasSubstr(
-          R"("kernel":{"written":true,"wanted":5,"installed":5,"refused":0,"rules":{"written":false,)"));
+          R"("kernel":{"written":true,"wanted":5,"installed":5,"refused":0,"refusals":[],"rules":{"written":false,)"));
   EXPECT_THAT(Ask("metrics", "overruns_total 0"),
               HasSubstr("vantacore_kernel_routes_installed 5\n"));
   End();

@@ -237,6 +237,24 @@ TEST_F(Sink, ARefusalIsToldOnceAndAskedAgain) {
   ExpectInstalled(2);
 }
 
+TEST_F(Sink, WhatIsRefusedIsAskedForWhenSomebodyWantsIt) {
+  Open();
+  Settle();
+  fake.refuse = [](const auto&, bool) { return ENETUNREACH; };
+  sink->Want(KEY, Hop("10.7.7.7"));
+  Settle();
+  for (std::uint64_t refused = 2; refused < 9; ++refused) {  // by itself that takes two minutes
+    EXPECT_EQ(1u, sink->Retry([](const auto& key) { return key == KEY; }));
+    EXPECT_FALSE(sink->IsSettled());
+    Settle();
+    EXPECT_LE(refused, sink->GetLedger().GetTotals().refused);
+  }
+  fake.refuse = {};
+  sink->Retry([](const auto&) { return true; });
+  Settle();
+  ExpectInstalled(1);
+}
+
 // A link that comes up is what a refused route may have waited for, and one that goes takes routes.
 TEST_F(Sink, AChangeOfALinkIsACauseToAskAndToCompare) {
   Open();
