@@ -61,6 +61,8 @@ constexpr const char* HELP =
     "                  how long routes of an earlier run stay in the kernel at most while the "
     "device\n"
     "                  has not settled, 0 to 86400 (default 60)\n"
+    "  --flush-on-exit take the routes out of the kernel when the daemon stops; without it they "
+    "stay\n"
     "  --tick-us N     a fixed length of the timer tick in microseconds, 10 to 1000000; without "
     "it\n"
     "                  the tick follows the work\n"
@@ -106,7 +108,8 @@ enum : int {
   VIEW_SOCKET,
   VIEW_GROUP,
   VIEW_MODE,
-  LAB
+  LAB,
+  FLUSH_ON_EXIT
 };
 
 std::optional<LogFormat::Kind> FindKind(const std::string& word) {
@@ -205,6 +208,9 @@ std::string Take(int number, const char* value, CommandLine& line) {
         return {};
       }
       return "--sweep-after takes a number from 0 to 86400, not " + Quote(value);
+    case FLUSH_ON_EXIT:
+      line.flushesOnExit = true;
+      return {};
     case KERNEL_CLEAN:
       line.isKernelClean = true;
       return {};
@@ -301,6 +307,7 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
                                  {"guard", required_argument, nullptr, GUARD},
                                  {"keep-old", required_argument, nullptr, KEEP_OLD},
                                  {"sweep-after", required_argument, nullptr, SWEEP_AFTER},
+                                 {"flush-on-exit", no_argument, nullptr, FLUSH_ON_EXIT},
                                  {"kernel-clean", no_argument, nullptr, KERNEL_CLEAN},
                                  {"tick-us", required_argument, nullptr, TICK}},
                                 false};

@@ -30,6 +30,7 @@ struct CommandLine {
   unsigned int guardPercent = 50;
   unsigned int keepOldSeconds = 60;     // how long a route waits for its successor
   unsigned int sweepAfterSeconds = 60;  // how long the kernel's routes of an earlier run stay
+  bool flushesOnExit = false;           // the kernel keeps nothing when the daemon stops
   bool isKernelClean = false;           // only remove what is in the kernel
   bool isPartial = false;               // what cannot be used of the folder is left out
   std::optional<unsigned int> tickMicroseconds;  // nothing: it follows the work

@@ -179,6 +179,9 @@ int Daemon::Run() {
   m_session.reset();
   m_server.reset();
   m_viewServer.reset();
+  if (m_line.flushesOnExit) {
+    m_kernel.Flush();
+  }
   Tarsel::TRACE("Stopped after %s: %s\n",
                 views::DescribeSpan((NowMilliseconds() - m_startedAt) / 1000).c_str(), m_cause);
   m_metrics.reset();

@@ -204,6 +204,19 @@ void KernelRoutes::Restarted() {
   WaitForSettled();
 }
 
+bool KernelRoutes::Shut() {
+  if (!m_sink) {
+    return false;
+  }
+  m_port.RemoveTap(*this);
+  m_instancesToRead.clear();
+  m_sweep.Stop();
+  m_isWaiting = false;
+  m_sink->Shut();
+  m_sink.reset();
+  return true;
+}
+
 void KernelRoutes::Verify(std::size_t mostLines,
                           std::function<void(std::optional<rows::Verdict>)> done) {
   if (!m_sink) {

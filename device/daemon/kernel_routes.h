@@ -66,6 +66,8 @@ class KernelRoutes final : private routing_stack::Listener {
   std::size_t Retry(const std::function<bool(const kernel::RouteKey&)>& isMeant) {
     return m_sink ? m_sink->Retry(isMeant) : 0;
   }
+  /// Writes nothing any more, whatever comes. Returns whether anything may have been written.
+  bool Shut();
   /// Compares with the kernel, and calls `done` from the loop: with a verdict if routes are to be
   /// written. What was found missing has been asked for by then.
   void Verify(std::size_t mostLines, std::function<void(std::optional<rows::Verdict>)> done);

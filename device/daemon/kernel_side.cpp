@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "device/kernel/netlink_socket.h"
+#include "kernel_flush.h"
 
 namespace vantacored {
 
@@ -127,6 +128,14 @@ std::size_t KernelSide::Retry(const std::optional<views::Prefix>& prefix) {
     return !prefix || (key.isIp6 == prefix->address.ip6 && key.length == prefix->length &&
                        key.destination == prefix->address.bytes);
   });
+}
+
+void KernelSide::Flush() {
+  if (!m_routes.Shut()) {
+    return;
+  }
+  const Flushed flushed = FlushKernel(OpenKernel);
+  (flushed.isComplete ? m_hooks.log : m_hooks.complain)(flushed.line);
 }
 
 std::function<std::vector<std::string>()> KernelSide::MakeObstacleCheck() const {

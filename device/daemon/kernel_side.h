@@ -67,6 +67,10 @@ class KernelSide {
   /// Returns what tells, in any thread, which switches stand against the routes written now.
   std::function<std::vector<std::string>()> MakeObstacleCheck() const;
 
+  /// Takes everything of this device out of the kernel, and tells what came of it. For the end of the
+  /// process, when the loop stands: it waits for the kernel, some ten seconds at most.
+  void Flush();
+
   /// Reads all links again; `done` is called from the loop when they have been handed on. Before the
   /// stack is compared: what they have become, it has to be told.
   void VerifyLinks(KernelLinks::Verified done) { m_links.Verify(std::move(done)); }

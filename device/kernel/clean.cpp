@@ -2,6 +2,7 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -11,6 +12,8 @@
 namespace kernel {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t REQUESTS_A_BATCH = 500;
 constexpr int LONGEST_WAIT = 10000;  // milliseconds, for the next word of the kernel
@@ -39,8 +42,8 @@ struct OfRules {
 template <typename Kind>
 class Cleaner {
  public:
-  explicit Cleaner(Channel& channel)
-      : m_channel(channel), m_ledger([] { return std::uint64_t{0}; }) {
+  Cleaner(Channel& channel, std::chrono::milliseconds most)
+      : m_channel(channel), m_end(Clock::now() + most), m_ledger([] { return std::uint64_t{0}; }) {
     m_ledger.BeginSweep();
   }
 
@@ -146,6 +149,11 @@ class Cleaner {
     pollfd descriptor{m_channel.GetDescriptor(), POLLIN, 0};
     Received received;
     for (;;) {
+      const int longest = FindLongestWait();
+      if (longest == 0) {
+        m_problem = "it takes too long";
+        return std::nullopt;
+      }
       switch (m_channel.Receive(received)) {
         case Channel::Outcome::MESSAGES:
           return received;
@@ -161,14 +169,22 @@ class Cleaner {
         case Channel::Outcome::NOTHING:
           break;
       }
-      if (poll(&descriptor, 1, LONGEST_WAIT) == 0) {
+      if (poll(&descriptor, 1, longest) == 0 && longest == LONGEST_WAIT) {
         m_problem = "the kernel does not answer";
         return std::nullopt;
       }
     }
   }
 
+  // For the next word of the kernel, in milliseconds.
+  int FindLongestWait() const {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(m_end - Clock::now()).count();
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, LONGEST_WAIT));
+  }
+
   Channel& m_channel;
+  const Clock::time_point m_end;
   typename Kind::Ledger m_ledger;
   std::uint32_t m_dump = 0;
   bool m_isInterrupted = false;
@@ -180,8 +196,12 @@ class Cleaner {
 
 }  // namespace
 
-Cleaned RemoveOurRoutes(Channel& channel) { return Cleaner<OfRoutes>(channel).Clean(); }
+Cleaned RemoveOurRoutes(Channel& channel, std::chrono::milliseconds most) {
+  return Cleaner<OfRoutes>(channel, most).Clean();
+}
 
-Cleaned RemoveOurRules(Channel& channel) { return Cleaner<OfRules>(channel).Clean(); }
+Cleaned RemoveOurRules(Channel& channel, std::chrono::milliseconds most) {
+  return Cleaner<OfRules>(channel, most).Clean();
+}
 
 }  // namespace kernel

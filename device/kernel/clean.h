@@ -2,6 +2,7 @@
 #ifndef DEVICE_KERNEL_CLEAN_H
 #define DEVICE_KERNEL_CLEAN_H
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
@@ -17,10 +18,11 @@ struct Cleaned {
 };
 
 /// Removes every route under our number from all tables, and waits until the kernel has answered.
-/// For a process that has no loop. `channel` is used by nobody else meanwhile.
-Cleaned RemoveOurRoutes(Channel& channel);
+/// For a process that has no loop, or none any more. `channel` is used by nobody else meanwhile.
+/// It takes about `most` at most; then there is a problem.
+Cleaned RemoveOurRoutes(Channel& channel, std::chrono::milliseconds most = std::chrono::hours(1));
 /// The same for rules.
-Cleaned RemoveOurRules(Channel& channel);
+Cleaned RemoveOurRules(Channel& channel, std::chrono::milliseconds most = std::chrono::hours(1));
 
 }  // namespace kernel
 

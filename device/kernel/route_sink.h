@@ -50,6 +50,10 @@ class RouteSink {
   /// Asks again now for what was refused; see RouteLedger::Retry.
   std::size_t Retry(const std::function<bool(const RouteKey&)>& isMeant);
 
+  /// Nothing is sent any more when this returns; it waits for the kernel while that works a batch
+  /// off. Nothing but the end of the object may follow.
+  void Shut();
+
   /// How a comparison came out. Unless it is complete, the kernel's tables could not be read.
   struct Result {
     bool isComplete = false;
@@ -73,6 +77,7 @@ class RouteSink {
 
  private:
   enum class Reading { NOTHING, IP4, IP6 };
+  struct Gate;
 
   void Work();
   bool MaySend() const { return m_hasLearnt && !m_sending.IsUnderWay() && m_ledger.HasRequests(); }
@@ -101,6 +106,7 @@ class RouteSink {
   const std::shared_ptr<Channel> m_writing;  // shared with the pool
   const std::unique_ptr<Channel> m_reading;
   const std::unique_ptr<Channel> m_hearing;
+  const std::shared_ptr<Gate> m_gate;  // so too
   Batch m_batch;
   std::size_t m_requestsABatch = 500;  // fewer where a socket cannot hold so many answers
   ChannelPoll m_answers;

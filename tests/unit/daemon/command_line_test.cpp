@@ -44,6 +44,7 @@ TEST_F(ParseCommandLine, HasDefaults) {
   EXPECT_EQ(line.socketAccess.GetMode(), 0600u);
   EXPECT_EQ(line.viewSocketAccess.GetMode(), 0600u);
   EXPECT_FALSE(line.hasLab);
+  EXPECT_FALSE(line.flushesOnExit);
   EXPECT_EQ(line.metricsPath, "");
 }
 
@@ -79,8 +80,9 @@ TEST_F(ParseCommandLine, TakesTheLogsFormats) {
 }
 
 TEST_F(ParseCommandLine, TakesWhoMayOpenItsSockets) {
-  EXPECT_FALSE(Parse({"--config=there", "--socket=s", "--socket-owner", "daemon", "--socket-group",
-                      "root", "--view-socket=v", "--view-group=daemon", "--lab"}));
+  EXPECT_FALSE(
+      Parse({"--config=there", "--socket=s", "--socket-owner", "daemon", "--socket-group", "root",
+             "--view-socket=v", "--view-group=daemon", "--lab", "--flush-on-exit"}));
   EXPECT_EQ(line.socketAccess.owner, 1u);
   EXPECT_EQ(line.socketAccess.group, 0u);
   EXPECT_EQ(line.socketAccess.GetMode(), 0660u) << "a group that is named is let in";
@@ -89,6 +91,7 @@ TEST_F(ParseCommandLine, TakesWhoMayOpenItsSockets) {
   EXPECT_EQ(line.viewSocketAccess.group, 1u);
   EXPECT_EQ(line.viewSocketAccess.GetMode(), 0660u);
   EXPECT_TRUE(line.hasLab);
+  EXPECT_TRUE(line.flushesOnExit);
 }
 
 TEST_F(ParseCommandLine, TakesModesInOctalDigits) {
@@ -215,6 +218,8 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({"--kernel-clean", "--config", "a"}, "--kernel-clean stands alone");
   line = {};
   ExpectError({"--log=1", "--kernel-clean"}, "--kernel-clean stands alone");
+  line = {};
+  ExpectError({"--check", "a", "--flush-on-exit"}, "--check goes with --strict only");
   line = {};
   ExpectError({"--tick-us", "9"}, "--tick-us takes a number from 10 to 1000000, not \"9\"");
   ExpectError({"--tick-us", "1000001"},

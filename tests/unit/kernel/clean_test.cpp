@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <chrono>
 
 #include "fake_channel.h"
 
@@ -102,6 +103,26 @@ TEST_F(Clean, TellsWhichRulesRemain) {
   EXPECT_EQ(1u, cleaned.removed);
   EXPECT_EQ(1u, cleaned.left);
   EXPECT_EQ("Operation not permitted", cleaned.reason);
+}
+
+// As of a kernel that never answers.
+class MuteChannel : public kernel::Channel {
+ public:
+  int Send(const std::vector<char>&) override { return 0; }
+  Outcome Receive(kernel::Received&) override { return Outcome::NOTHING; }
+  int GetDescriptor() const override { return m_descriptor.Get(); }
+
+ private:
+  const program::OwnedDescriptor m_descriptor{eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
+};
+
+TEST_F(Clean, TakesNoMoreTimeThanItMay) {
+  MuteChannel mute;
+  EXPECT_EQ("it takes too long",
+            kernel::RemoveOurRoutes(mute, std::chrono::milliseconds(20)).problem);
+  EXPECT_EQ("it takes too long",
+            kernel::RemoveOurRoutes(channel, std::chrono::milliseconds(0)).problem);
+  EXPECT_EQ(1301u, fake.CountOurs());
 }
 
 }  // namespace

@@ -255,6 +255,20 @@ TEST_F(Sink, WhatIsRefusedIsAskedForWhenSomebodyWantsIt) {
   ExpectInstalled(1);
 }
 
+// Whoever removes what is there afterwards must not be overtaken.
+TEST_F(Sink, OneThatIsShutSendsNothingAnyMore) {
+  Open();
+  Settle();
+  sink->Want(KEY, Hop("10.1.2.1"));
+  uv_run(m_loop.Get(), UV_RUN_NOWAIT);  // the pool has it, or will
+  sink->Shut();
+  const std::size_t requests = fake.requests;
+  sink.reset();
+  while (uv_run(m_loop.Get(), UV_RUN_NOWAIT) != 0) {
+  }
+  EXPECT_EQ(requests, fake.requests);
+}
+
 // A link that comes up is what a refused route may have waited for, and one that goes takes routes.
 TEST_F(Sink, AChangeOfALinkIsACauseToAskAndToCompare) {
   Open();
