@@ -1,6 +1,7 @@
 """What the benchmarks of whole programs share: the daemon and BIRD 2 as processes, the configurations that
 both read, and the texts of figures. BIRD runs in a folder of its own, in the foreground and without a
-protocol of the kernel: it changes nothing of this machine. When root calls, BIRD runs as nobody."""
+protocol of the kernel: it changes nothing of this machine. When root calls, BIRD runs as nobody. Only
+tools/bench-kernel, in a network namespace of its own, gives it that protocol and lets it be root."""
 
 import contextlib
 import ctypes
@@ -54,6 +55,16 @@ def processor_clock(pid):
     if ctypes.CDLL(None).clock_getcpuclockid(pid, ctypes.byref(clock)) != 0:
         raise Failure("the processor time of another process cannot be read")
     return clock.value
+
+
+def count_wakeups(pid):
+    """Of all threads of the process."""
+    count = 0
+    for thread in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{thread}/status", encoding="ascii") as file:
+            count += sum(int(line.split()[1]) for line in file
+                         if line.startswith("voluntary_ctxt_switches:"))
+    return count
 
 
 class Process:
@@ -229,9 +240,10 @@ def measure_table(command, rows):
 
 
 class Bird(Process):
-    def __init__(self, folder):
+    def __init__(self, folder, is_privileged=False):
         self.path = os.path.join(folder, "socket")
-        as_nobody = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
+        is_nobody = os.geteuid() == 0 and not is_privileged
+        as_nobody = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if is_nobody else {}
         if as_nobody:
             os.chown(folder, NOBODY, NOBODY)
         super().__init__([bird_program(), "-f", "-c", os.path.join(folder, "bird.conf"),
