@@ -3,6 +3,7 @@
 #include <chrono>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 #include "device/kernel/clean.h"
 #include "device/program/counted.h"
@@ -16,27 +17,36 @@ namespace {
 // Less than service managers wait for a process that they have told to stop.
 constexpr std::chrono::seconds LONGEST(10);
 
+// Empty if nothing remains.
+std::string DescribeRest(const kernel::Cleaned& cleaned, const char* one, const char* several) {
+  if (!cleaned.problem.empty()) {
+    return "; which " + std::string(several) + " remain is not known: " + cleaned.problem;
+  }
+  return cleaned.left == 0 ? ""
+                           : "; it does not give up " + Counted(cleaned.left, one, several) + ": " +
+                                 cleaned.reason;
+}
+
 }  // namespace
 
+// Routes first: until its rules go, no VLAN's packets are looked up in another's table.
 Flushed FlushKernel(const kernel::RouteSink::OpenChannel& open) {
   try {
-    const std::unique_ptr<kernel::Channel> channel = open(kernel::Subscription::NOTHING);
-    const kernel::Cleaned cleaned = kernel::RemoveOurRoutes(*channel, LONGEST);
-    Flushed flushed;
-    flushed.line =
-        Counted(cleaned.removed, "route of this device is", "routes of this device are") +
-        " taken out of the kernel";
-    if (!cleaned.problem.empty()) {
-      flushed.line += "; what remains is not known: " + cleaned.problem;
-    } else if (cleaned.left != 0) {
-      flushed.line += "; it does not give up " + Counted(cleaned.left, "route", "routes") + ": " +
-                      cleaned.reason;
-    } else {
-      flushed.isComplete = true;
-    }
-    return flushed;
+    const auto end = std::chrono::steady_clock::now() + LONGEST;
+    const kernel::Cleaned routes =
+        kernel::RemoveOurRoutes(*open(kernel::Subscription::NOTHING), LONGEST);
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        end - std::chrono::steady_clock::now());
+    const kernel::Cleaned rules =
+        kernel::RemoveOurRules(*open(kernel::Subscription::NOTHING), left);
+    const std::string rest =
+        DescribeRest(routes, "route", "routes") + DescribeRest(rules, "rule", "rules");
+    return {Counted(routes.removed, "route", "routes") + " and " +
+                Counted(rules.removed, "rule", "rules") +
+                " of this device are taken out of the kernel" + rest,
+            rest.empty()};
   } catch (const std::runtime_error& problem) {
-    return {std::string("The routes of this device remain in the kernel: ") + problem.what(),
+    return {std::string("What this device has in the kernel remains there: ") + problem.what(),
             false};
   }
 }

@@ -95,6 +95,13 @@ void KernelRules::Compare() {
   }
 }
 
+void KernelRules::Shut() {
+  if (m_keeper) {
+    m_keeper->Shut();
+    m_keeper.reset();
+  }
+}
+
 // First everything goes, then so does the keeper.
 void KernelRules::GoOn(bool areRoutesSwept) {
   if (!m_isEnding) {

@@ -38,6 +38,9 @@ class KernelRules {
   /// So too, and rules may have gone.
   void Compare();
 
+  /// Writes nothing any more, whatever comes.
+  void Shut();
+
   /// At the end of each turn of the loop. `areRoutesSwept`: what routes of an earlier run are not
   /// wanted has been found; then so it is with rules.
   void Look(bool areRoutesSwept) {

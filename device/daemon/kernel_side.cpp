@@ -131,7 +131,8 @@ std::size_t KernelSide::Retry(const std::optional<views::Prefix>& prefix) {
 }
 
 void KernelSide::Flush() {
-  if (!m_routes.Shut()) {
+  m_rules.Shut();
+  if (!m_routes.Shut()) {  // without routes there are no rules
     return;
   }
   const Flushed flushed = FlushKernel(OpenKernel);

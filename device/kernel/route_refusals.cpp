@@ -1,15 +1,9 @@
 // What a ledger knows of refusals.
 #include <algorithm>
-#include <cstring>
 
 #include "route_ledger.h"
 
 namespace kernel {
-
-std::string DescribeRefusal(const Refusal& refusal) {
-  const std::string cause = std::strerror(refusal.error);
-  return refusal.reason.empty() ? cause : cause + " (" + refusal.reason + ")";
-}
 
 std::size_t RouteLedger::Retry(const std::function<bool(const RouteKey&)>& isMeant) {
   const auto count = static_cast<std::size_t>(

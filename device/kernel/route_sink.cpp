@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <mutex>
 #include <utility>
 
 #include "device/program/counted.h"
@@ -26,12 +25,6 @@ constexpr unsigned int MOST_INTERRUPTIONS = 5;
 
 }  // namespace
 
-/// What batches pass by.
-struct RouteSink::Gate {
-  std::mutex mutex;
-  bool isShut = false;
-};
-
 RouteSink::RouteSink(uv_loop_s* loop, RouteLedger::Clock now, const OpenChannel& open, Log log)
     : m_now(std::move(now)),
       m_log(std::move(log)),
@@ -39,7 +32,7 @@ RouteSink::RouteSink(uv_loop_s* loop, RouteLedger::Clock now, const OpenChannel&
       m_writing(open(Subscription::NOTHING)),
       m_reading(open(Subscription::NOTHING)),
       m_hearing(open(Subscription::LINKS_AND_ADDRESSES)),
-      m_gate(std::make_shared<Gate>()),
+      m_gate(std::make_shared<SendGate>()),
       m_answers(loop, *m_writing,
                 [this] {
                   ReadAnswers();
@@ -76,8 +69,7 @@ void RouteSink::Sweep() {
 
 void RouteSink::Shut() {
   m_sending.Drop();
-  const std::lock_guard lock(m_gate->mutex);
-  m_gate->isShut = true;
+  m_gate->Shut();
 }
 
 std::size_t RouteSink::Retry(const std::function<bool(const RouteKey&)>& isMeant) {
@@ -119,10 +111,7 @@ void RouteSink::Send() {
   const auto bytes = std::make_shared<const std::vector<char>>(m_batch.Finish());
   const auto error = std::make_shared<int>(0);
   m_sending.Start(
-      [channel = m_writing, gate = m_gate, bytes, error] {
-        const std::lock_guard lock(gate->mutex);
-        *error = gate->isShut ? ECANCELED : channel->Send(*bytes);
-      },
+      [channel = m_writing, gate = m_gate, bytes, error] { *error = gate->Send(*channel, *bytes); },
       [this, error](const std::optional<std::string>& problem) {
         Sent(problem ? ENOMEM : *error);
       });

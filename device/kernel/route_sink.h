@@ -13,6 +13,7 @@
 #include "device/loop/work.h"
 #include "netlink_socket.h"
 #include "route_ledger.h"
+#include "send_gate.h"
 
 namespace kernel {
 
@@ -77,7 +78,6 @@ class RouteSink {
 
  private:
   enum class Reading { NOTHING, IP4, IP6 };
-  struct Gate;
 
   void Work();
   bool MaySend() const { return m_hasLearnt && !m_sending.IsUnderWay() && m_ledger.HasRequests(); }
@@ -106,7 +106,7 @@ class RouteSink {
   const std::shared_ptr<Channel> m_writing;  // shared with the pool
   const std::unique_ptr<Channel> m_reading;
   const std::unique_ptr<Channel> m_hearing;
-  const std::shared_ptr<Gate> m_gate;  // so too
+  const std::shared_ptr<SendGate> m_gate;  // so too
   Batch m_batch;
   std::size_t m_requestsABatch = 500;  // fewer where a socket cannot hold so many answers
   ChannelPoll m_answers;

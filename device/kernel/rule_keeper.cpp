@@ -25,6 +25,7 @@ RuleKeeper::RuleKeeper(uv_loop_s* loop, RuleLedger::Clock now, const OpenChannel
       m_log(std::move(log)),
       m_ledger(m_now),
       m_channel(open(Subscription::NOTHING)),
+      m_gate(std::make_shared<SendGate>()),
       m_answers(loop, *m_channel, [this] { Hear(); }),
       m_sending(loop),
       m_work(loop),
@@ -44,6 +45,11 @@ void RuleKeeper::Want(Rules rules) {
 void RuleKeeper::Sweep() {
   m_ledger.BeginSweep();
   WorkSoon();
+}
+
+void RuleKeeper::Shut() {
+  m_sending.Drop();
+  m_gate->Shut();
 }
 
 void RuleKeeper::Compare(Asker done) {
@@ -91,10 +97,11 @@ void RuleKeeper::Send() {
   m_ledger.FillBatch(m_batch, REQUESTS_A_BATCH);
   const auto bytes = std::make_shared<const std::vector<char>>(m_batch.Finish());
   const auto error = std::make_shared<int>(0);
-  m_sending.Start([channel = m_channel, bytes, error] { *error = channel->Send(*bytes); },
-                  [this, error](const std::optional<std::string>& problem) {
-                    Sent(problem ? ENOMEM : *error);
-                  });
+  m_sending.Start(
+      [channel = m_channel, gate = m_gate, bytes, error] { *error = gate->Send(*channel, *bytes); },
+      [this, error](const std::optional<std::string>& problem) {
+        Sent(problem ? ENOMEM : *error);
+      });
 }
 
 void RuleKeeper::Sent(int error) {

@@ -13,6 +13,7 @@
 #include "device/loop/work.h"
 #include "netlink_socket.h"
 #include "rule_ledger.h"
+#include "send_gate.h"
 
 namespace kernel {
 
@@ -40,6 +41,9 @@ class RuleKeeper {
 
   void Want(Rules rules);
   void Sweep();
+  /// Nothing is sent any more when this returns; it waits for the kernel while that works a batch
+  /// off. Nothing but the end of the object may follow.
+  void Shut();
 
   /// How a comparison came out. Unless it is complete, the kernel's rules could not be read.
   struct Result {
@@ -80,6 +84,7 @@ class RuleKeeper {
   const Log m_log;
   RuleLedger m_ledger;
   const std::shared_ptr<Channel> m_channel;  // shared with the pool
+  const std::shared_ptr<SendGate> m_gate;    // so too
   RuleBatch m_batch;
   ChannelPoll m_answers;
   loop::Work m_sending;

@@ -1,4 +1,4 @@
-// A daemon that takes its routes along when it goes.
+// A daemon that takes its routes and rules along when it goes.
 
 #include <gmock/gmock.h>
 
@@ -31,7 +31,7 @@ TEST_F(KernelFlushOnExit, TakesItsRoutesAndNoOthers) {
   StartWithRoutes();
   daemon->Kill(SIGTERM);
   EXPECT_THAT(daemon->ReadErrorsUntil("Stopped after"),
-              HasSubstr("4 routes of this device are taken out of the kernel\n"));
+              HasSubstr("4 routes and 0 rules of this device are taken out of the kernel\n"));
   EXPECT_EQ(0, daemon->Wait());
   EXPECT_THAT(OurRoutes(), IsEmpty());
   EXPECT_THAT(Ip("route show 10.7.0.0/16"), HasSubstr("via 10.1.0.2"));
@@ -42,10 +42,22 @@ TEST_F(KernelFlushOnExit, DoesSoWhenItsConsoleEnds) {
   StartWithRoutes();
   daemon->Send("quit\n");
   EXPECT_THAT(daemon->ReadErrorsUntil("Stopped after"),
-              HasSubstr("4 routes of this device are taken out of the kernel\n"));
+              HasSubstr("4 routes and 0 rules of this device are taken out of the kernel\n"));
   daemon->Wait();
   daemon.reset();
   EXPECT_THAT(OurRoutes(), IsEmpty());
+}
+
+TEST_F(KernelFlushOnExit, TakesItsRulesAlong) {
+  WriteDevice(R"({"routes": true, "rules": true})");
+  StartWithRoutes();
+  EXPECT_THAT(Ip("rule show"), HasSubstr("iif r2 lookup 40020"));
+  daemon->Kill(SIGTERM);
+  EXPECT_THAT(daemon->ReadErrorsUntil("Stopped after"),
+              HasSubstr("4 routes and 4 rules of this device are taken out of the kernel\n"));
+  daemon->Wait();
+  daemon.reset();
+  EXPECT_THAT(Ip("rule show") + Ip("-6 rule show"), Not(HasSubstr("r2")));
 }
 
 // The next start knows them, as it knows those of any earlier run.
