@@ -97,7 +97,7 @@ void RuleLedger::TakeAnswer(const Answer& answer) {
     isIts = request.sequence == answer.sequence;
     Take(request, isIts ? answer : Answer{});
   }
-  if (m_inFlight.empty()) {
+  if (m_inFlight.empty() && m_plan.empty()) {  // what is left of a plan is still to be done
     Plan();
   }
 }

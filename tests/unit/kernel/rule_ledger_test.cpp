@@ -227,6 +227,19 @@ TEST_F(RuleLedger, LostAnswersAreWhatAComparisonTells) {
   EXPECT_THAT(SendAll(), IsEmpty());
 }
 
+TEST_F(RuleLedger, WhatIsWantedWhileABatchIsOnItsWayComesAfterIt) {
+  Begin();
+  ledger.Want(BOTH);
+  kernel::RuleBatch batch;
+  ledger.FillBatch(batch, 1);
+  ledger.Want({RuleFor("r3")});
+  EXPECT_FALSE(ledger.HasRequests());
+  for (const kernel::Answer& answer : fake.Work(batch.Finish())) {
+    ledger.TakeAnswer(answer);
+  }
+  EXPECT_THAT(SendAll(), ElementsAre("+ iif r3 unreachable", "- iif r2 unreachable"));
+}
+
 TEST_F(RuleLedger, AnswersThatNobodyWaitsForCountForNothing) {
   Begin();
   ledger.Want(BOTH);
