@@ -30,12 +30,14 @@ void Verification::Verify(rows::Scope scope, std::size_t mostLines, Done done) {
 }
 
 // What links have become the stack has to be told, and what the stack does not have the kernel
-// cannot; so each part is looked at after those before it.
+// cannot; so each of these is looked at right after the one before it. The documents come first,
+// since they take a while: what a link's change leads to would be over by then, except in the
+// kernel.
 void Verification::VerifyAll(std::size_t mostLines, Done done) {
   const auto all = std::make_shared<Verdicts>();
-  m_kernel.VerifyLinks([=](const std::optional<rows::Verdict>& links) {
-    CheckDocuments([=](const Verdicts& documents) {
-      Add(documents, *all);
+  CheckDocuments([=](const Verdicts& documents) {
+    Add(documents, *all);
+    m_kernel.VerifyLinks([=](const std::optional<rows::Verdict>& links) {
       m_sources.reloader.Verify(mostLines, [=](const Verdicts& stack) {
         Add(stack, *all);
         if (links) {
