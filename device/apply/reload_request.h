@@ -12,10 +12,13 @@ struct ReloadRequest {
   unsigned int confirmSeconds = 0;
   /// Not by an operator's word but by SIGHUP: a folder that has been undone is not applied again.
   bool isBySignal = false;
+  /// Not by a word but because the folder has changed: so too, and nobody waits for what it says. If
+  /// it is refused, the log has one line, with the first of the reasons or all of the guard's.
+  bool isByChange = false;
 
   friend bool operator==(const ReloadRequest& a, const ReloadRequest& b) {
     return a.isForced == b.isForced && a.confirmSeconds == b.confirmSeconds &&
-           a.isBySignal == b.isBySignal;
+           a.isBySignal == b.isBySignal && a.isByChange == b.isByChange;
   }
 };
 

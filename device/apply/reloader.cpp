@@ -215,7 +215,7 @@ void Reloader::Judge(const SharedResult& result) {
   const bool isUsable = IsUsable(result->reading, m_howToRead);
   if (m_job->kind == Job::DIFF && isUsable) {
     m_job->outcome->findings.Add(findings);  // of a way the warnings are counted only
-  } else {
+  } else if (!m_job->request.isByChange) {   // of which nothing is told before it has passed
     TellFindings(result->choice.findings);
     TellFindings(findings);
   }
@@ -227,12 +227,12 @@ void Reloader::Judge(const SharedResult& result) {
     if (m_job->trial != 0) {
       TryAgain();
     }
-    TellErrors(findings.CountErrors());
+    TellErrors(findings);
     EndAskers(false);
     Forgo(result);
     return;
   }
-  if (m_job->request.isBySignal &&
+  if ((m_job->request.isBySignal || m_job->request.isByChange) &&
       m_history->GetUndone() == documents::DigestOf(result->reading.folder)) {
     Refuse("the folder says what was undone; `reload` applies it again", result);
     return;
@@ -249,10 +249,12 @@ void Reloader::Judge(const SharedResult& result) {
 
 // The errors have been told, and the outcome has them. A start and a way back have lines of their
 // own, and nobody asks for them.
-void Reloader::TellErrors(std::size_t count) {
+void Reloader::TellErrors(const documents::Findings& findings) {
   if (m_job->kind == Job::RELOAD || m_job->kind == Job::UNDO) {
+    const std::size_t count = findings.CountErrors();
     TellRefusal(std::to_string(count) +
-                (count == 1 ? " error; nothing was changed" : " errors; nothing was changed"));
+                (count == 1 ? " error; nothing was changed" : " errors; nothing was changed") +
+                (m_job->request.isByChange ? ": " + findings.Lines().front() : ""));
   }
 }
 
@@ -262,15 +264,27 @@ void Reloader::Guarded(const SharedResult& result, const Guard::Verdict& verdict
     TellDiff(result);
     return;
   }
-  if (verdict.reasons.empty()) {
-    Keep(result);
+  if (!verdict.reasons.empty()) {
+    RefuseByGuard(result, verdict.reasons);
     return;
   }
-  for (const std::string& reason : verdict.reasons) {
-    Complain(documents::Severity::WARNING, reason);
-    Tell(reason);
+  if (m_job->request.isByChange) {
+    TellFindings(result->reading.findings);
   }
-  Refuse("that is more than the guard lets pass; `reload force` applies it", result);
+  Keep(result);
+}
+
+void Reloader::RefuseByGuard(const SharedResult& result, const std::vector<std::string>& reasons) {
+  std::string all;
+  for (const std::string& reason : reasons) {
+    if (m_job->request.isByChange) {
+      all += reason + "; ";
+    } else {
+      Complain(documents::Severity::WARNING, reason);
+      Tell(reason);
+    }
+  }
+  Refuse(all + "that is more than the guard lets pass; `reload force` applies it", result);
 }
 
 // What changes nothing makes no revision.

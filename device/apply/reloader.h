@@ -247,7 +247,7 @@ class Reloader : private rows::StackListener {
   void Begin();
   void Refuse(const std::string& reason, const SharedResult& result = nullptr);
   void TellRefusal(const std::string& reason);
-  void TellErrors(std::size_t count);
+  void TellErrors(const documents::Findings& findings);
   void Tell(const std::string& line);
   void Announce(const std::string& line);
   void Complain(documents::Severity severity, const std::string& line) const;
@@ -259,6 +259,7 @@ class Reloader : private rows::StackListener {
   void Judge(const SharedResult& result);
   void TellFindings(const documents::Findings& findings);
   void Guarded(const SharedResult& result, const Guard::Verdict& verdict);
+  void RefuseByGuard(const SharedResult& result, const std::vector<std::string>& reasons);
   void TellDiff(const SharedResult& result);
   void TellLines(const SharedResult& result, std::size_t first);
   void TellRevision(const History::Next& next, bool isKept, const std::string& problem);

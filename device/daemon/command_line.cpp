@@ -24,6 +24,8 @@ constexpr const char* HELP =
     "priority\n"
     "                  in front; the default is plain, journal where $JOURNAL_STREAM is standard "
     "error\n"
+    "  --reload-on-change\n"
+    "                  apply a change of the folder 2 s after the last one, as SIGHUP does\n"
     "  --daemon        no console: standard input is ignored; SIGHUP reads the folder again\n"
     "  --socket PATH   a socket at which vantacorectl finds the console; the daemon's user and "
     "root\n"
@@ -109,7 +111,8 @@ enum : int {
   VIEW_GROUP,
   VIEW_MODE,
   LAB,
-  FLUSH_ON_EXIT
+  FLUSH_ON_EXIT,
+  RELOAD_ON_CHANGE
 };
 
 std::optional<LogFormat::Kind> FindKind(const std::string& word) {
@@ -235,6 +238,9 @@ std::string Take(int number, const char* value, CommandLine& line) {
     case LAB:
       line.hasLab = true;
       return {};
+    case RELOAD_ON_CHANGE:
+      line.reloadsOnChange = true;
+      return {};
     case TICK:
       if (const auto tick = ReadDecimal(value, 10, 1000000)) {
         line.tickMicroseconds = *tick;
@@ -288,6 +294,7 @@ std::optional<program::Ending> ParseCommandLine(int argc, char** argv, CommandLi
                                 {{"config", required_argument, nullptr, CONFIG},
                                  {"log", required_argument, nullptr, LOG},
                                  {"log-format", required_argument, nullptr, LOG_FORMAT},
+                                 {"reload-on-change", no_argument, nullptr, RELOAD_ON_CHANGE},
                                  {"daemon", no_argument, nullptr, DAEMON},
                                  {"socket", required_argument, nullptr, SOCKET},
                                  {"socket-owner", required_argument, nullptr, SOCKET_OWNER},

@@ -25,8 +25,9 @@ struct CommandLine {
   int logLevel = 1;
   std::optional<LogFormat::Kind> logFormat;  // nothing: FindLogKind
   bool isDaemon = false;
-  std::string stateDirectory;  // where revisions are kept; empty: with isDaemon the user's folder
-  bool isFresh = false;        // the start takes the folder, whatever was in force
+  std::string stateDirectory;    // where revisions are kept; empty: with isDaemon the user's folder
+  bool reloadsOnChange = false;  // a change of the folder is applied
+  bool isFresh = false;          // the start takes the folder, whatever was in force
   unsigned int guardPercent = 50;
   unsigned int keepOldSeconds = 60;     // how long a route waits for its successor
   unsigned int sweepAfterSeconds = 60;  // how long the kernel's routes of an earlier run stay

@@ -111,6 +111,7 @@ Daemon::Daemon(const CommandLine& line)
       m_dispatcher(MakeFolderCommands(), line.hasLab ? &m_lab : nullptr, MakeAnswers()),
       m_viewDispatcher(MakeFolderCommands(), line.hasLab ? &m_lab : nullptr, MakeAnswers(),
                        console::Scope::VIEWS),
+      m_folderWatch(m_loop.Get(), line.configDirectory, MakeFolderHooks()),
       m_reload(m_loop.Get()),
       m_afterReload(m_loop.Get()),
       m_memory(m_loop.Get(), Activity(),
@@ -165,6 +166,9 @@ int Daemon::Run() {
     m_metrics = OpenMetrics();
   }
   PrepareLibrary();
+  if (m_line.reloadsOnChange) {
+    m_folderWatch.Start();
+  }
   m_reloader.Start(
       [this](bool isTaken) {
         if (isTaken) {
@@ -199,6 +203,7 @@ void Daemon::PrepareLibrary() {
     m_watchTap.Look();
     m_kernel.Look();
     m_serviceManager.Look();
+    m_folderWatch.Look();
   });
   m_stack.MakeCurrent();
 }
@@ -215,6 +220,7 @@ void Daemon::Serve() {
   m_memory.Expect();
   TellStart();
   m_kernel.Started(m_reloader.GetIntent().GetDevice());
+  m_folderWatch.Begin();
   try {
     if (m_viewServer) {
       m_viewServer->Start();
@@ -381,6 +387,17 @@ KernelSide::Hooks Daemon::MakeKernelHooks() {
           [this] { m_reloader.InterfacesChanged(); },
           [this] { return m_reloader.IsSettled() && !m_stack.GetFacts().HasWork(); },
           NowMilliseconds};
+}
+
+FolderWatch::Hooks Daemon::MakeFolderHooks() {
+  return {
+      [this](std::function<void(bool)> end) {
+        m_reloader.Reload({{}, std::move(end), "a change of the folder"}, {false, 0, false, true});
+      },
+      [this] { return m_reloader.GetTrial().has_value(); },
+      [this] { return m_reloader.MakeFolderCheck(); },
+      [this] { return m_reloader.GetHistory().GetUndone(); },
+      [this](const std::string& line) { Complain(documents::Severity::WARNING, line); }};
 }
 
 // What an operator sees who asks the service manager.

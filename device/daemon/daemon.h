@@ -21,6 +21,7 @@
 #include "device/stack/routing_stack.h"
 #include "device/views/device_questions.h"
 #include "device/views/feed.h"
+#include "folder_watch.h"
 #include "kernel_side.h"
 #include "log_writer.h"
 #include "metrics_server.h"
@@ -68,6 +69,7 @@ class Daemon {
   loop::Activity Activity();
   bool IsSettled() const { return m_reloader.IsSettled() && m_kernel.IsSettled(); }
   KernelSide::Hooks MakeKernelHooks();
+  FolderWatch::Hooks MakeFolderHooks();
   ServiceManager::State DescribeState() const;
   Traffic GetTraffic() const;
   views::Effect FindEffect(std::size_t mostDifferences) const;
@@ -104,6 +106,7 @@ class Daemon {
   std::unique_ptr<console::ConsoleServer> m_viewServer;
   std::unique_ptr<MetricsServer> m_metrics;
   std::vector<std::unique_ptr<loop::Signal>> m_signals;
+  FolderWatch m_folderWatch;
   loop::Task m_reload;
   loop::Task m_afterReload;
   loop::MemoryReturn m_memory;

@@ -37,6 +37,7 @@ TEST_F(ParseCommandLine, HasDefaults) {
   EXPECT_EQ(line.logLevel, 1);
   EXPECT_FALSE(line.isDaemon);
   EXPECT_FALSE(line.isPartial);
+  EXPECT_FALSE(line.reloadsOnChange);
   EXPECT_EQ(line.checkDirectory, "");
   EXPECT_EQ(line.tickMicroseconds, std::nullopt);
   EXPECT_EQ(line.socketPath, "");
@@ -190,8 +191,9 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({"--check", ""}, "--check takes a folder");
   ExpectError({"--strict", "--config", "a"}, "--strict goes with --check only");
   ExpectError({"--strict"}, "--strict goes with --check only");
-  for (const char* option : {"--config=a", "--log=1", "--daemon", "--socket=s", "--tick-us=10",
-                             "--partial", "--lab", "--view-socket=v", "--socket-mode=600"}) {
+  for (const char* option :
+       {"--config=a", "--log=1", "--daemon", "--socket=s", "--tick-us=10", "--partial", "--lab",
+        "--reload-on-change", "--view-socket=v", "--socket-mode=600"}) {
     line = {};
     ExpectError({option, "--check", "a"}, "--check goes with --strict only");
     ExpectError({"--check", "a", "--strict", option}, "--check goes with --strict only");
@@ -200,8 +202,9 @@ TEST_F(ParseCommandLine, SaysWhatIsWrong) {
   ExpectError({"--config", "a", "--diff", ""}, "--diff takes a folder");
   line = {};
   ExpectError({"--diff", "b"}, "--config DIR is missing");
-  for (const char* option : {"--check=a", "--strict", "--log=1", "--daemon", "--socket=s",
-                             "--tick-us=10", "--partial", "--lab", "--view-mode=600"}) {
+  for (const char* option :
+       {"--check=a", "--strict", "--log=1", "--daemon", "--socket=s", "--tick-us=10", "--partial",
+        "--lab", "--reload-on-change", "--view-mode=600"}) {
     line = {};
     ExpectError({option, "--config", "a", "--diff", "b"}, "--diff goes with --config only");
     ExpectError({"--config", "a", "--diff", "b", option}, "--diff goes with --config only");
