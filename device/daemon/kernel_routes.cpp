@@ -116,6 +116,14 @@ void KernelRoutes::LookWhetherSettled() {
   }
 }
 
+void KernelRoutes::LookWhetherChosen() {
+  if (!m_facts.HasWork()) {
+    for (const auto& call : std::exchange(m_whenChosen, {})) {
+      call();
+    }
+  }
+}
+
 // First everything goes, then so does the sink.
 void KernelRoutes::End() {
   if (m_sink->GetLedger().IsLearning()) {
@@ -225,6 +233,10 @@ void KernelRoutes::Verify(std::size_t mostLines,
       verdict = rows::Verdict{ROUTES, 0, 1, {"kernel: no routes are written: " + m_problem}};
     }
     done(std::move(verdict));
+    return;
+  }
+  if (m_facts.HasWork()) {
+    m_whenChosen.push_back([this, mostLines, done = std::move(done)] { Verify(mostLines, done); });
     return;
   }
   m_sink->Compare([this, mostLines,

@@ -45,10 +45,14 @@ class KernelRoutes final : private routing_stack::Listener {
   /// is written until this is called again.
   void Apply(const documents::Device& device);
 
-  /// At the end of each turn of the loop; one test unless something waits for the device to settle.
+  /// At the end of each turn of the loop; two tests unless something waits for the device to settle
+  /// or for the stack.
   void Look() {
     if (m_isWaiting) {
       LookWhetherSettled();
+    }
+    if (!m_whenChosen.empty()) {
+      LookWhetherChosen();
     }
   }
 
@@ -69,7 +73,8 @@ class KernelRoutes final : private routing_stack::Listener {
   /// Writes nothing any more, whatever comes. Returns whether anything may have been written.
   bool Shut();
   /// Compares with the kernel, and calls `done` from the loop: with a verdict if routes are to be
-  /// written. What was found missing has been asked for by then.
+  /// written. What was found missing has been asked for by then. While the stack still has routes to
+  /// choose, that is waited for.
   void Verify(std::size_t mostLines, std::function<void(std::optional<rows::Verdict>)> done);
 
  private:
@@ -87,6 +92,7 @@ class KernelRoutes final : private routing_stack::Listener {
   void WaitForSettled();
   void End();
   void LookWhetherSettled();
+  void LookWhetherChosen();
   void ReadSlice();
   void Sweep();
 
@@ -104,6 +110,7 @@ class KernelRoutes final : private routing_stack::Listener {
   bool m_isToRead = false;                       // before that, the forwarding table as it stands
   std::vector<std::uint32_t> m_instancesToRead;  // the last one is being read
   std::optional<routing_stack::RouteCandidate> m_lastRead;
+  std::vector<std::function<void()>> m_whenChosen;  // called once
   loop::Task m_reading;
   loop::Timer m_sweep;
 };

@@ -69,7 +69,7 @@ TEST_F(RefusedKernel, ItsRoutesFailAVerification) {
   vantacored::KernelRoutes routes(
       m_turns.Get(), m_port, stack.GetFacts(), 60,
       {Refuse, [this](const std::string& line) { m_lines.push_back(line); },
-       [] { return std::uint64_t{0}; }, [] { return true; }});
+       [] { return std::uint64_t{0}; }, [] { return true; }, [] {}});
   documents::Device device;
   routes.Apply(device);
   EXPECT_FALSE(VerdictOf(routes));
