@@ -181,6 +181,15 @@ class Daemon(Process):
         self.log.join(PATIENCE)
 
 
+def await_socket(path):
+    """Until somebody answers there: a socket is a moment older than that."""
+    def answers():
+        with socket.socket(socket.AF_UNIX) as client:
+            return client.connect_ex(path) == 0
+
+    wait_until(answers, "the daemon opens no socket", pause=0.001)
+
+
 class Console:
     """A session at the daemon's socket, in the words of device/wire."""
 
