@@ -20,6 +20,7 @@ GTEST_PASSED = re.compile(r'^\[  PASSED  \] (\d+) tests?\.$', re.M)
 GTEST_FAILED = re.compile(r'^\[  FAILED  \] (\d+) tests?, listed below:$', re.M)
 GTEST_BEGINS = re.compile(r'^\[ RUN      \] (\S+)$')
 GTEST_ENDS = re.compile(r'^\[       OK \] (\S+)')
+OWN_PASSED = re.compile(r'^ok     \S+ \(\d+ ms\)$')
 GTEST_AROUND = re.compile(r'^\[[-=]{10}\]|^$')
 
 
@@ -47,7 +48,7 @@ def without_passed(output):
         if ends and running and running[1] == ends[1]:
             del shown[running[0]:]
             running = None
-        elif running or not GTEST_AROUND.match(line):
+        elif running or not (GTEST_AROUND.match(line) or OWN_PASSED.match(line)):
             shown.append(line)
     return shown
 

@@ -137,6 +137,12 @@ class Sum(unittest.TestCase):
                                     '[  PASSED  ] 1 test.\n', 'Passed')),
                          ['1 passed, 0 failed'])
 
+    def test_of_an_isolated_suite_too(self):
+        self.assertEqual(self.says(('ok     A.Good (2 ms)\nwhy\nfailed: A.Bad\n'
+                                    '1 passed, 1 failed\n', 'Failed')),
+                         ['--- x', 'why', 'failed: A.Bad', '1 passed, 1 failed', '---',
+                          '1 passed, 1 failed'])
+
     def test_of_a_suite_that_failed_those_tests_are_shown_that_did(self):
         self.assertEqual(
             self.says(('[==========] Running 4 tests from 1 test suite.\n'

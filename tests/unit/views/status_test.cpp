@@ -86,8 +86,7 @@ TEST_F(Status, TellsOfTheKernelIfRoutesAreWrittenThere) {
   EXPECT_EQ(kernel["refused"], 2);
   EXPECT_EQ(kernel["rules"]["written"], false);
   m_kernel.rules = {true, 8, 7, 1, 0, 0};
-  EXPECT_THAT(Text(),
-              HasSubstr(", 2 refused\n                7 of 8 rules installed, 1 refused\n"));
+  EXPECT_THAT(Text(), HasSubstr("\n                7 of 8 rules installed, 1 refused\n"));
   const Json::Value rules = Object()["kernel"]["rules"];
   EXPECT_EQ(rules["written"], true);
   EXPECT_EQ(rules["wanted"], 8);
