@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "checked_links.h"
 #include "device/documents/findings.h"
 #include "device/plan/plan.h"
 #include "device/revisions/revision.h"
@@ -24,6 +25,10 @@ struct Outcome {
   std::string refusal;
   /// Of the folder, or of the revision that was read; those of a start included.
   documents::Findings findings;
+
+  /// Of a check of a folder that can be used: the VLANs of the machine's links. None are known unless what is
+  /// in force takes some.
+  std::vector<CheckedLink> links;
 
   /// Of a diff: the changes, at most MOST_DIFF_LINES lines of them.
   std::vector<plan::Change> changes;

@@ -167,6 +167,9 @@ void Reloader::Read(std::function<void(Result&)> read) {
                    .totals.IsEmpty();
         }
         outcome->totals = result->plan.totals;
+        if (isCheck && isUsable) {
+          outcome->links = CheckLinks(result->reading.folder.GetDevice(), defaultVlan, links);
+        }
         if (isDiff && isUsable) {
           CollectChanges(*present, *wanted, *outcome);
           result->lines = DescribeChanges(*outcome);
@@ -208,6 +211,9 @@ void Reloader::Judge(const SharedResult& result) {
   const documents::Findings& findings = result->reading.findings;
   if (m_job->kind == Job::CHECK) {
     TellFindings(findings);
+    for (const std::string& line : DescribeLinks(m_job->outcome->links)) {
+      Tell(line);
+    }
     EndAskers(!findings.HasErrors() && (!m_job->isStrict || findings.CountWarnings() == 0));
     Forgo(result);
     return;

@@ -44,6 +44,9 @@ struct LinkPlace {
   const char* problem = nullptr;
 };
 
+/// The problem of a link whose place an interface of the document has.
+constexpr const char* HAS_NO_PLACE = "an interface of the document has its VLAN and index";
+
 /// The document's word comes before the 802.1Q id, that before the number after the last dot of its
 /// name, and the default VLAN is the last. Nothing for a link that the device does not take.
 std::optional<LinkPlace> FindPlace(const documents::LinkSettings& settings,

@@ -79,7 +79,7 @@ std::optional<intent::LinkPlace> Interfaces::FindPlaceOf(const intent::Link& lin
   auto place = intent::FindPlace(m_settings, GetDefaultVlan(), link);
   if (place && place->problem == nullptr &&
       IsTakenByDocument({static_cast<unsigned short>(place->vlan), link.index})) {
-    place->problem = "an interface of the document has its VLAN and index";
+    place->problem = intent::HAS_NO_PLACE;
   }
   return place;
 }

@@ -66,6 +66,17 @@ void AddFindings(Json& json, const documents::Findings& findings) {
   json.EndArray();
 }
 
+void AddLinks(Json& json, const std::vector<apply::CheckedLink>& links) {
+  json.Key("links").BeginArray();
+  for (const apply::CheckedLink& link : links) {
+    json.BeginObject().Key("name").Text(link.name);
+    json.Key("index").Number(std::uint64_t{link.index});
+    json.Key("vlan").Number(std::uint64_t{link.vlan}).Key("by").Text(link.rule);
+    json.Key("problem").TextOrNull(link.problem).EndObject();
+  }
+  json.EndArray();
+}
+
 void AddTotals(Json& json, const plan::Totals& totals) {
   const auto add = [&json](const char* key, const plan::Count& count) {
     json.Key(key).BeginObject();
@@ -134,7 +145,9 @@ class OutcomeView : public View {
       return;
     }
     AddFindings(m_json, m_outcome->findings);
-    if (m_word == FolderWord::DIFF) {
+    if (m_word == FolderWord::CHECK) {
+      AddLinks(m_json, m_outcome->links);
+    } else if (m_word == FolderWord::DIFF) {
       AddWay();
       m_json.Key("changes").BeginArray();
     } else if (ChangesWhatIsInForce()) {

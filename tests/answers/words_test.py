@@ -344,6 +344,10 @@ def check_links(device):
     if [(link['name'], link['vlan'], link['by'], link['problem']) for link in links] != \
             [('lo', 1, 'default', None)]:
         problems.append('status: the links are %s' % links)
+    checked = expect(device, 'check').get('links', [])
+    if [(link['name'], link['vlan'], link['by'], link['problem']) for link in checked] != \
+            [('lo', 1, 'default', None)]:
+        problems.append('check: the links are %s' % checked)
     expect(device, 'verify')
 
 

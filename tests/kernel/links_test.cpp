@@ -47,6 +47,8 @@ TEST_F(KernelLinks, LinksAreInterfacesFromTheBeginning) {
               HasSubstr(R"("links":[{"name":"r1","index":2,"up":true,"vlan":10,"by":"default",)"
                         R"("problem":null})"));
   EXPECT_THAT(Verify(), HasSubstr("PASS  links of the kernel: 2 as wanted"));
+  EXPECT_THAT(Ask("check", "no errors"), HasSubstr("link r1 in VLAN 10 (default)\n"
+                                                   "link r2 in VLAN 20 (document)\n"));
 }
 
 TEST_F(KernelLinks, ALinkThatGoesDownTakesItsRoutesAndBringsThemBack) {

@@ -141,8 +141,10 @@ TEST(FolderJson, IsTheWholeOfAConfirmationAndOfTheHistory) {
             R"({"view":"revision","passed":true,"refused":null,"revision":null,)"
             R"("in_force":null,"folder":null})"
             "\n");
-  EXPECT_EQ(TextOf(FolderWord::CHECK, outcome),
-            R"({"view":"check","passed":true,"refused":null,)" + NO_FINDINGS + "}\n");
+  EXPECT_EQ(TextOf(FolderWord::CHECK, outcome), R"({"view":"check","passed":true,"refused":null,)" +
+                                                    NO_FINDINGS +
+                                                    R"(,"links":[]})"
+                                                    "\n");
   outcome.inForce = 4;
   outcome.isFolderOther = true;
   outcome.unconfirmed = {7, 6, 1795342560, ""};
