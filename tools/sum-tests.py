@@ -21,6 +21,7 @@ GTEST_FAILED = re.compile(r'^\[  FAILED  \] (\d+) tests?, listed below:$', re.M)
 GTEST_BEGINS = re.compile(r'^\[ RUN      \] (\S+)$')
 GTEST_ENDS = re.compile(r'^\[       OK \] (\S+)')
 OWN_PASSED = re.compile(r'^ok     \S+ \(\d+ ms\)$')
+GTEST_FAILS = re.compile(r'^\[  FAILED  \] (\S+)')
 GTEST_AROUND = re.compile(r'^\[[-=]{10}\]|^$')
 
 
@@ -50,6 +51,8 @@ def without_passed(output):
             running = None
         elif running or not (GTEST_AROUND.match(line) or OWN_PASSED.match(line)):
             shown.append(line)
+            fails = GTEST_FAILS.match(line)
+            running = None if fails and running and running[1] == fails[1] else running
     return shown
 
 

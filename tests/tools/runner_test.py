@@ -138,9 +138,11 @@ class Sum(unittest.TestCase):
                          ['1 passed, 0 failed'])
 
     def test_of_an_isolated_suite_too(self):
-        self.assertEqual(self.says(('ok     A.Good (2 ms)\nwhy\nfailed: A.Bad\n'
+        self.assertEqual(self.says(('[ RUN      ] A.Bad\nwhy\n[  FAILED  ] A.Bad (2 ms)\n'
+                                    'ok     A.Good (2 ms)\nfailed: A.Bad\n'
                                     '1 passed, 1 failed\n', 'Failed')),
-                         ['--- x', 'why', 'failed: A.Bad', '1 passed, 1 failed', '---',
+                         ['--- x', '[ RUN      ] A.Bad', 'why', '[  FAILED  ] A.Bad (2 ms)',
+                          'failed: A.Bad', '1 passed, 1 failed', '---',
                           '1 passed, 1 failed'])
 
     def test_of_a_suite_that_failed_those_tests_are_shown_that_did(self):
