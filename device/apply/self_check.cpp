@@ -36,6 +36,7 @@ std::size_t CountChanges(const plan::Totals& totals) {
 
 void Fail(rows::Verdict& verdict, const std::string& reason) {
   ++verdict.fails;
+  verdict.note = "not as it should be";
   verdict.lines.push_back(verdict.kind + ": " + reason);
 }
 

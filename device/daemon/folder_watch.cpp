@@ -165,7 +165,10 @@ void FolderWatch::Seen(const documents::FolderContent& content, bool differs, bo
 
 void FolderWatch::Judge(bool differs) {
   const documents::Digest before = std::exchange(m_judged, m_seen.digest);
-  if (!differs || m_hooks.undone() == m_seen.digest) {
+  const std::optional<documents::Digest> undone = m_hooks.undone();
+  // A folder that says what is in force, after one that was undone: the reload, which changes nothing,
+  // forgets what was undone, so that it counts when it comes again.
+  if (undone ? *undone == m_seen.digest : !differs) {
     return;
   }
   m_hooks.reload([this, before](bool hasPassed) {

@@ -16,6 +16,7 @@ namespace {
 
 // The kernel's name for it is that of what the machine itself sends, which is no VLAN's.
 constexpr std::uint32_t LOOPBACK_INDEX = 1;
+constexpr const char* RULES = "rules in the kernel";  // as `verify` calls them
 
 // A link's name is the kernel's; a document may call others as it likes. Empty: it is not there.
 std::string NameOf(std::uint32_t index, const documents::Interface& interface) {
@@ -29,7 +30,7 @@ std::string NameOf(std::uint32_t index, const documents::Interface& interface) {
 rows::Verdict VerdictOf(const kernel::RuleLedger& ledger, const kernel::RuleKeeper::Result& result,
                         std::size_t mostLines) {
   rows::Verdict verdict;
-  verdict.kind = "rules in the kernel";
+  verdict.kind = RULES;
   verdict.rows = ledger.CountWanted();
   const auto fail = [&](const std::string& line) {
     ++verdict.fails;
@@ -46,10 +47,16 @@ rows::Verdict VerdictOf(const kernel::RuleLedger& ledger, const kernel::RuleKeep
   for (const kernel::Rule& rule : result.comparison.strays) {
     fail("rule " + kernel::DescribeRule(rule) + " was there and nobody wants it, removed now");
   }
+  std::size_t told = result.comparison.missing.size();
   for (const auto& [rule, refusal] : ledger.GetRefusals()) {
+    told += refusal.isOfDeletion ? 0 : 1;
     fail("rule " + kernel::DescribeRule(rule) +
          (refusal.isOfDeletion ? " is not given up: " : " is refused: ") +
          kernel::DescribeRefusal(refusal));
+  }
+  const std::size_t absent = ledger.CountWanted() - ledger.CountStanding();
+  if (absent > told) {
+    fail(program::Counted(absent - told, "rule is", "rules are") + " under way");
   }
   return verdict;
 }
@@ -62,22 +69,27 @@ KernelRules::KernelRules(uv_loop_s* loop, const keepers::Interfaces& interfaces,
 void KernelRules::Apply(const documents::Device& device) {
   m_tableBase = device.kernel.tableBase;
   m_isEnding = !device.kernel.writesRules || !device.kernel.writesRoutes;
-  if (m_isEnding) {
-    if (m_keeper) {
-      m_keeper->Want({});
-      m_keeper->Sweep();
+  m_problem.clear();
+  if (!m_isEnding) {
+    if (m_keeper || Open(true)) {
+      Refresh();
     }
-  } else if (m_keeper || Open()) {
-    Refresh();
+  } else if (m_keeper || (device.kernel.writesRoutes && Open(false))) {
+    m_keeper->Want({});
+    m_keeper->Sweep();
   }
 }
 
-bool KernelRules::Open() {
+// A device that writes routes, but no rules, takes away what an earlier run of it has left.
+bool KernelRules::Open(bool isToWrite) {
   try {
     m_keeper = std::make_unique<kernel::RuleKeeper>(m_loop, m_hooks.now, m_hooks.open, m_hooks.log);
     return true;
   } catch (const std::runtime_error& problem) {
-    m_hooks.log(std::string("No rules are written into the kernel: ") + problem.what());
+    if (isToWrite) {
+      m_problem = problem.what();
+      m_hooks.log("No rules are written into the kernel: " + m_problem);
+    }
     return false;
   }
 }
@@ -136,8 +148,12 @@ kernel::Rules KernelRules::FindWanted() const {
 
 void KernelRules::Verify(std::size_t mostLines,
                          std::function<void(std::optional<rows::Verdict>)> done) {
-  if (!m_keeper) {
-    done(std::nullopt);
+  if (!m_keeper || m_isEnding) {
+    std::optional<rows::Verdict> verdict;
+    if (!m_problem.empty()) {
+      verdict = rows::Verdict{RULES, 0, 1, {"kernel: no rules are written: " + m_problem}};
+    }
+    done(std::move(verdict));
     return;
   }
   Refresh();

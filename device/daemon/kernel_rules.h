@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "device/documents/device.h"
 #include "device/keepers/interfaces.h"
@@ -53,11 +54,12 @@ class KernelRules {
   bool IsSettled() const { return !m_keeper || m_keeper->IsSettled(); }
   /// Null while rules are not written.
   const kernel::RuleKeeper* GetKeeper() const { return m_keeper.get(); }
-  /// Compares with the kernel, and calls `done` from the loop: with a verdict if rules are written.
+  /// Compares with the kernel, and calls `done` from the loop: with a verdict if rules are to be
+  /// written.
   void Verify(std::size_t mostLines, std::function<void(std::optional<rows::Verdict>)> done);
 
  private:
-  bool Open();
+  bool Open(bool isToWrite);
   void GoOn(bool areRoutesSwept);
   kernel::Rules FindWanted() const;
 
@@ -67,6 +69,7 @@ class KernelRules {
   std::unique_ptr<kernel::RuleKeeper> m_keeper;
   std::uint32_t m_tableBase = 0;
   bool m_isEnding = false;  // all rules go, and then the keeper
+  std::string m_problem;    // why none are written; empty if they are, or are not to be
 };
 
 }  // namespace vantacored

@@ -61,8 +61,8 @@ void RuleKeeper::Compare(Asker done) {
 }
 
 bool RuleKeeper::IsSettled() const {
-  return !m_isToCompare && m_readingOf == Reading::NOTHING && !m_sending.IsUnderWay() &&
-         !m_ledger.HasUnanswered() && !m_ledger.HasRequests();
+  return !m_isToCompare && !m_hasDeleted && m_readingOf == Reading::NOTHING &&
+         !m_sending.IsUnderWay() && !m_ledger.HasUnanswered() && !m_ledger.HasRequests();
 }
 
 void RuleKeeper::WorkSoon() {
@@ -74,6 +74,9 @@ void RuleKeeper::Work() {
   if (m_isPausing || m_sending.IsUnderWay() || m_ledger.HasUnanswered() ||
       m_readingOf != Reading::NOTHING) {
     return;
+  }
+  if (!m_ledger.HasRequests() && std::exchange(m_hasDeleted, false)) {
+    m_isToCompare = true;
   }
   if (std::exchange(m_isToCompare, false)) {
     m_askers.swap(m_nextAskers);
@@ -94,7 +97,7 @@ void RuleKeeper::Work() {
 
 void RuleKeeper::Send() {
   m_batch.Clear();
-  m_ledger.FillBatch(m_batch, REQUESTS_A_BATCH);
+  m_hasDeleted = m_ledger.FillBatch(m_batch, REQUESTS_A_BATCH) || m_hasDeleted;
   const auto bytes = std::make_shared<const std::vector<char>>(m_batch.Finish());
   const auto error = std::make_shared<int>(0);
   m_sending.Start(

@@ -19,7 +19,8 @@ namespace kernel {
 
 /// Holds what is wanted, sends it to the kernel in batches, and compares it with what the kernel has
 /// when it is told to: at its start, and after answers were lost, it does by itself. Rules without
-/// our number are never touched. It has one channel, and either a batch is on its way or rules are
+/// our number are never touched. So it does after a deletion: the kernel takes a rule
+/// away that fits what is named, and that may be another one. It has one channel, and either a batch is on its way or rules are
 /// read. A batch is sent in the thread pool, because the kernel lets it wait for others.
 ///
 /// Belongs to the loop's thread; calls back from the loop only. Its destructor leaves the rules
@@ -93,6 +94,7 @@ class RuleKeeper {
   loop::Timer m_pause;  // after a failure
   bool m_isPausing = false;
   bool m_isToCompare = true;
+  bool m_hasDeleted = false;  // with a batch since the last comparison
   Reading m_readingOf = Reading::NOTHING;
   std::uint32_t m_dump;  // the sequence number of the dump that is read
   bool m_isInterrupted = false;

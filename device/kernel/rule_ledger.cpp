@@ -73,15 +73,18 @@ void RuleLedger::PlanGoing(bool areEnds) {
   }
 }
 
-void RuleLedger::FillBatch(RuleBatch& batch, std::size_t most) {
+bool RuleLedger::FillBatch(RuleBatch& batch, std::size_t most) {
+  bool hasDeletion = false;
   for (; most != 0 && !m_plan.empty(); --most) {
     Request& request = m_plan.front();
     request.sequence = ++m_sequence;
+    hasDeletion = hasDeletion || request.isDeletion;
     request.isDeletion ? batch.Delete(request.rule, request.sequence)
                        : batch.Add(request.rule, request.sequence);
     m_inFlight.push_back(std::move(request));
     m_plan.pop_front();
   }
+  return hasDeletion;
 }
 
 void RuleLedger::TakeAnswer(const Answer& answer) {

@@ -54,8 +54,9 @@ class RuleLedger {
   bool HasRequests() const { return m_inFlight.empty() && !m_plan.empty(); }
   bool HasUnanswered() const { return !m_inFlight.empty(); }
   /// Appends at most `most` requests to the batch, in such an order that no packet is looked up in a
-  /// table that is not its VLAN's. All answers have to be told before the next batch.
-  void FillBatch(RuleBatch& batch, std::size_t most);
+  /// table that is not its VLAN's, and returns whether a deletion is among them: then a comparison
+  /// has to tell what the kernel has taken away. All answers have to be told before the next batch.
+  bool FillBatch(RuleBatch& batch, std::size_t most);
   /// The kernel has answered. Since it answers in order, and tells of each refusal and of the last
   /// request, those before this one that it has not told of are done.
   void TakeAnswer(const Answer& answer);

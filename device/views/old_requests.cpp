@@ -26,7 +26,8 @@ void OldRequests::Continue(unsigned int number) {
   }
   rows::Verdict verdict = std::move(look.verdict);
   verdict.note = look.underWay == 0 ? "none is under way"
-                                    : std::to_string(look.underWay) + " under way, none for " +
+                                    : std::to_string(look.underWay) + " under way, " +
+                                          (verdict.fails == 0 ? "none" : "some") + " for " +
                                           std::to_string(TOO_OLD_SECONDS) + " s";
   const auto done = std::move(look.done);
   m_looks.erase(number);

@@ -193,6 +193,23 @@ TEST_F(FolderWatch, WhatWasUndoneIsNoChange) {
   EXPECT_EQ(m_asked, 3u) << "something else was in force since";
 }
 
+// Whoever writes it again wants it, when the folder has said what is in force in between.
+TEST_F(FolderWatch, WhatWasUndoneIsAChangeAfterAnotherFolder) {
+  StartWatched(Route("10.1.2.1"));
+  WriteVlans(Route("10.1.2.2"));
+  PassAndApply();
+  Undo();
+  const std::size_t revisions = m_headlines.size();
+  WriteVlans(Route("10.1.2.1"));
+  PassAndApply();
+  EXPECT_EQ(m_headlines.size(), revisions + 1) << "that nothing has changed";
+  EXPECT_THAT(m_headlines.back(), testing::HasSubstr("no change"));
+  WriteVlans(Route("10.1.2.2"));
+  PassAndApply();
+  EXPECT_EQ(RequestedRoutes().size(), 1u);
+  EXPECT_THAT(m_headlines.back(), StartsWith("Revision 4, reload by a change of the folder: "));
+}
+
 // The watch had not come to it when it was undone.
 TEST_F(FolderWatch, WhatWasUndoneAtOnceIsNoChangeEither) {
   StartWatched(Route("10.1.2.1"));

@@ -9,6 +9,7 @@
 
 #include "device/daemon/kernel_links.h"
 #include "device/daemon/kernel_routes.h"
+#include "device/daemon/kernel_rules.h"
 #include "device/loop/loop.h"
 #include "tests/support/device_fixture.h"
 
@@ -84,6 +85,26 @@ TEST_F(RefusedKernel, ItsRoutesFailAVerification) {
   device.kernel.writesRoutes = false;
   routes.Apply(device);
   EXPECT_FALSE(VerdictOf(routes)) << "none are to be written any more";
+}
+
+TEST_F(RefusedKernel, ItsRulesFailAVerification) {
+  vantacored::KernelRules rules(
+      m_turns.Get(), m_interfaces,
+      {Refuse, [this](const std::string& line) { m_lines.push_back(line); },
+       [] { return std::uint64_t{0}; }});
+  documents::Device device;
+  device.kernel.writesRoutes = true;
+  rules.Apply(device);
+  EXPECT_FALSE(VerdictOf(rules));
+  EXPECT_THAT(m_lines, testing::IsEmpty()) << "none are to be written";
+  device.kernel.writesRules = true;
+  rules.Apply(device);
+  EXPECT_THAT(m_lines, ElementsAre("No rules are written into the kernel: no socket"));
+  const auto failed = VerdictOf(rules);
+  ASSERT_TRUE(failed);
+  EXPECT_EQ(failed->kind, "rules in the kernel");
+  EXPECT_EQ(failed->fails, 1u);
+  EXPECT_THAT(failed->lines, ElementsAre("kernel: no rules are written: no socket"));
 }
 
 }  // namespace
