@@ -75,7 +75,7 @@ std::optional<Digest> History::UndoneWith(const Cause& cause, const Digest& dige
   if (cause.of == 0) {
     return std::nullopt;
   }
-  std::optional<Digest> folder = m_state.undone ? m_state.undone : m_folder;
+  std::optional<Digest> folder = m_state.undone ? m_state.undone : m_applied;
   if (!folder && m_state.unconfirmed) {  // of the last daemon
     const Revision* const revision = Find(m_state.unconfirmed->revision);
     folder = revision == nullptr ? std::nullopt : std::optional(revision->digest);
@@ -151,7 +151,7 @@ std::string History::Keep(const Next& next) {
 }
 
 void History::Take(const Next& next, bool isKept) {
-  m_folder = next.folder ? next.folder : m_folder;
+  m_applied = next.folder ? next.folder : m_applied;
   const unsigned int written = isKept ? next.state.inForce : m_state.inForce;
   m_state = next.state;
   m_state.inForce = written;

@@ -55,6 +55,8 @@ class History {
   unsigned int GetTrial() const { return m_state.unconfirmed ? m_state.unconfirmed->revision : 0; }
   /// The digest of the folder as it was when what it says was undone.
   const std::optional<documents::Digest>& GetUndone() const { return m_state.undone; }
+  /// The digest of the folder as it was applied last; nothing before that.
+  const std::optional<documents::Digest>& GetApplied() const { return m_applied; }
 
   /// All of them, the oldest first. Not without a store.
   const std::vector<revisions::Revision>& GetAll() const { return m_store->GetRevisions(); }
@@ -118,7 +120,7 @@ class History {
   const std::function<std::int64_t()> m_clock;
   revisions::State m_state;
   unsigned int m_inForce = 0;
-  std::optional<documents::Digest> m_folder;  // as it was applied last
+  std::optional<documents::Digest> m_applied;
 };
 
 /// For an operator, after an undo or a way back.

@@ -397,6 +397,7 @@ FolderWatch::Hooks Daemon::MakeFolderHooks() {
       [this] { return m_reloader.GetTrial().has_value(); },
       [this] { return m_reloader.MakeFolderCheck(); },
       [this] { return m_reloader.GetHistory().GetUndone(); },
+      [this] { return m_reloader.GetHistory().GetApplied(); },
       [this](const std::string& line) { Complain(documents::Severity::WARNING, line); }};
 }
 

@@ -60,6 +60,7 @@ void FolderWatch::Start() {
 void FolderWatch::Begin() {
   if (m_hasStarted) {
     m_hasBegun = true;
+    m_appliedThen = m_hooks.applied();
     m_next.Start(LOOK_MILLISECONDS);
   }
 }
@@ -151,7 +152,7 @@ void FolderWatch::LookAtFolder(bool isQuiet) {
 // A look that nothing has led to may have met somebody who is writing.
 void FolderWatch::Seen(const documents::FolderContent& content, bool differs, bool isQuiet) {
   m_seen = content;
-  if (m_seen.digest == m_judged) {
+  if (m_seen.digest == m_judged && m_hooks.applied() == m_appliedThen) {
     return;
   }
   if (!isQuiet) {
@@ -165,6 +166,7 @@ void FolderWatch::Seen(const documents::FolderContent& content, bool differs, bo
 
 void FolderWatch::Judge(bool differs) {
   const documents::Digest before = std::exchange(m_judged, m_seen.digest);
+  m_appliedThen = m_hooks.applied();
   const std::optional<documents::Digest> undone = m_hooks.undone();
   // A folder that says what is in force, after one that was undone: the reload, which changes nothing,
   // forgets what was undone, so that it counts when it comes again.
@@ -172,7 +174,9 @@ void FolderWatch::Judge(bool differs) {
     return;
   }
   m_hooks.reload([this, before](bool hasPassed) {
-    if (!hasPassed && m_hooks.isOnTrial()) {  // somebody was quicker
+    if (hasPassed && m_hooks.applied() == m_judged) {
+      m_appliedThen = m_judged;
+    } else if (!hasPassed && m_hooks.isOnTrial()) {  // somebody was quicker
       m_judged = before;
       m_isDue = true;
     }

@@ -15,7 +15,8 @@ namespace vantacored {
 
 /// Asks for a reload when the folder's content has changed and nothing of it has changed for two
 /// seconds more. Content that has been judged once, applied or refused, is not judged again before
-/// it changes; what is in force already, and what was undone, is no change. While a reload waits
+/// it changes or another one has been applied; what is in force already, and what was undone, is no
+/// change. While a reload waits
 /// for its confirmation nothing is asked for: it is looked at the folder when that has ended.
 ///
 /// The system tells of changes of the folder, of remote/ in it, and of the folder's own place. What
@@ -35,6 +36,8 @@ class FolderWatch {
     std::function<std::function<bool()>()> makeFolderCheck;
     /// The digest of a folder that was undone.
     std::function<std::optional<documents::Digest>()> undone;
+    /// The digest of the folder as it was applied last, by whomever.
+    std::function<std::optional<documents::Digest>()> applied;
     /// Takes a line that somebody should look at.
     std::function<void(const std::string& line)> complain;
   };
@@ -86,7 +89,9 @@ class FolderWatch {
   bool m_isDue = false;             // a look, when the start or a trial is over
   documents::FolderContent m_seen;  // at the last look
   documents::Digest m_judged{};     // the content that was
-  std::string m_problem;            // that was told last
+  // What had been applied by then: a reload may find another content than the look that led to it.
+  std::optional<documents::Digest> m_appliedThen;
+  std::string m_problem;  // that was told last
 };
 
 }  // namespace vantacored

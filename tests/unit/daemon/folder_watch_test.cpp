@@ -26,12 +26,14 @@ class FolderWatch : public apply_test::ReloaderFixture {
                     vantacored::FolderWatch::Hooks{
                         [this](std::function<void(bool)> end) {
                           ++m_asked;
+                          m_beforeReload();
                           m_reloader->Reload({nullptr, std::move(end), "a change of the folder"},
                                              {false, 0, false, true});
                         },
                         [this] { return m_reloader->GetTrial().has_value(); },
                         [this] { return m_reloader->MakeFolderCheck(); },
                         [this] { return m_reloader->GetHistory().GetUndone(); },
+                        [this] { return m_reloader->GetHistory().GetApplied(); },
                         [this](const std::string& line) { m_complaints.push_back(line); }});
     m_turns.AtTurnEnd([this] { m_watch->Look(); });
   }
@@ -96,6 +98,7 @@ class FolderWatch : public apply_test::ReloaderFixture {
   inline static const test_support::ScratchFolder PLACE;
   std::optional<vantacored::FolderWatch> m_watch;
   unsigned int m_asked = 0;
+  std::function<void()> m_beforeReload = [] {};
   std::vector<std::string> m_complaints;
 };
 
@@ -171,6 +174,39 @@ TEST_F(FolderWatch, WhatIsInForceAlreadyIsNotAskedFor) {
   WriteVlans(Route("10.1.2.2"));
   PassAndApply();
   EXPECT_EQ(m_asked, 0u);
+}
+
+// Somebody writes between the look and the reload, then the first content again.
+TEST_F(FolderWatch, WhatAReloadHasReadInItsPlaceIsNotTakenForIt) {
+  StartWatched(Route("10.1.2.1"));
+  WriteVlans(Route("10.1.2.2"));
+  m_beforeReload = [this] { WriteVlans(Route("10.1.2.3")); };
+  Pass(QUIET + 100);
+  m_beforeReload = [] {};
+  TurnUntilDone();
+  ASSERT_EQ(m_asked, 1u);
+  WriteVlans(Route("10.1.2.2"));
+  PassAndApply();
+  EXPECT_EQ(m_asked, 2u);
+  PassAndApply(2 * LOOK);
+  EXPECT_EQ(m_asked, 2u);
+  EXPECT_THAT(
+      m_headlines,
+      ElementsAre(StartsWith("Revision 2, reload by a change of the folder: 1 route added"),
+                  StartsWith("Revision 3, reload by a change of the folder: 1 route added")));
+}
+
+// What is in force is no change, though the look that led to it had met something else.
+TEST_F(FolderWatch, WhatAReloadHasReadInItsPlaceIsJudgedOnce) {
+  StartWatched(Route("10.1.2.1"));
+  WriteVlans(Route("10.1.2.2"));
+  m_beforeReload = [this] { WriteVlans(Route("10.1.2.3")); };
+  Pass(QUIET + 100);
+  m_beforeReload = [] {};
+  TurnUntilDone();
+  PassAndApply(2 * LOOK);
+  EXPECT_EQ(m_asked, 1u);
+  EXPECT_THAT(m_headlines, SizeIs(1));
 }
 
 TEST_F(FolderWatch, WhatWasUndoneIsNoChange) {
