@@ -39,6 +39,9 @@ class KernelRules {
   /// So too, and rules may have gone.
   void Compare();
 
+  /// Asks again now for the rules that the kernel refuses, and returns how many those are.
+  std::size_t Retry() { return m_keeper ? m_keeper->Retry() : 0; }
+
   /// Writes nothing any more, whatever comes.
   void Shut();
 

@@ -123,11 +123,14 @@ std::vector<views::KernelRefusal> KernelSide::ListRefusals(std::size_t most) con
   return refusals;
 }
 
-std::size_t KernelSide::Retry(const std::optional<views::Prefix>& prefix) {
-  return m_routes.Retry([&prefix](const kernel::RouteKey& key) {
+views::KernelRetry KernelSide::Retry(const std::optional<views::Prefix>& prefix) {
+  views::KernelRetry retry;
+  retry.routes = m_routes.Retry([&prefix](const kernel::RouteKey& key) {
     return !prefix || (key.isIp6 == prefix->address.ip6 && key.length == prefix->length &&
                        key.destination == prefix->address.bytes);
   });
+  retry.rules = prefix ? 0 : m_rules.Retry();
+  return retry;
 }
 
 void KernelSide::Flush() {

@@ -62,7 +62,7 @@ class KernelSide {
   std::optional<views::KernelRefusal> FindRefusal(unsigned short vlan,
                                                   const views::Prefix& prefix) const;
   std::vector<views::KernelRefusal> ListRefusals(std::size_t most) const;
-  std::size_t Retry(const std::optional<views::Prefix>& prefix);
+  views::KernelRetry Retry(const std::optional<views::Prefix>& prefix);
   std::vector<views::LinkState> DescribeLinks() const { return m_links.Describe(); }
   /// Returns what tells, in any thread, which switches stand against the routes written now.
   std::function<std::vector<std::string>()> MakeObstacleCheck() const;

@@ -47,6 +47,13 @@ void RuleKeeper::Sweep() {
   WorkSoon();
 }
 
+std::size_t RuleKeeper::Retry() {
+  const std::size_t count = m_ledger.CountRefused();
+  m_ledger.AskAgain(true);
+  WorkSoon();
+  return count;
+}
+
 void RuleKeeper::Shut() {
   m_sending.Drop();
   m_gate->Shut();

@@ -2,6 +2,7 @@
 #ifndef DEVICE_KERNEL_RULE_KEEPER_H
 #define DEVICE_KERNEL_RULE_KEEPER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -18,10 +19,12 @@
 namespace kernel {
 
 /// Holds what is wanted, sends it to the kernel in batches, and compares it with what the kernel has
-/// when it is told to: at its start, and after answers were lost, it does by itself. Rules without
-/// our number are never touched. So it does after a deletion: the kernel takes a rule
-/// away that fits what is named, and that may be another one. It has one channel, and either a batch is on its way or rules are
-/// read. A batch is sent in the thread pool, because the kernel lets it wait for others.
+/// when it is told to. It does by itself at its start, after answers were lost, and after a deletion:
+/// the kernel takes a rule away that fits what is named, and that may be another one. Rules without
+/// our number are never touched.
+///
+/// It has one channel, and either a batch is on its way or rules are read. A batch is sent in the
+/// thread pool, because the kernel lets it wait for others.
 ///
 /// Belongs to the loop's thread; calls back from the loop only. Its destructor leaves the rules
 /// where they are.
@@ -42,6 +45,8 @@ class RuleKeeper {
 
   void Want(Rules rules);
   void Sweep();
+  /// Asks again now for all that was refused, and returns how many rules that are.
+  std::size_t Retry();
   /// Nothing is sent any more when this returns; it waits for the kernel while that works a batch
   /// off. Nothing but the end of the object may follow.
   void Shut();

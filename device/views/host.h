@@ -63,6 +63,12 @@ struct KernelRefusal {
 /// 2 s".
 std::string Describe(const KernelRefusal& refusal);
 
+/// What the kernel is asked again for.
+struct KernelRetry {
+  std::size_t routes = 0;
+  std::size_t rules = 0;
+};
+
 /// The functions are called on the loop's thread and must be cheap; each may be empty.
 struct Host {
   loop::Loop& loop;  // borrowed
@@ -79,9 +85,8 @@ struct Host {
       findKernelRefusal = {};
   /// The first refusals, in no particular order.
   std::function<std::vector<KernelRefusal>(std::size_t most)> listKernelRefusals = {};
-  /// Asks the kernel again now for what it refuses: all of it, or a prefix in all VLANs. Returns how
-  /// many routes that are.
-  std::function<std::size_t(const std::optional<Prefix>& prefix)> retryKernel = {};
+  /// Asks the kernel again now for what it refuses: all of it, or the routes of a prefix in all VLANs.
+  std::function<KernelRetry(const std::optional<Prefix>& prefix)> retryKernel = {};
   /// Returns what tells, in any thread, which switches of the machine stand against the routes that
   /// are written; it may be empty.
   std::function<std::function<std::vector<std::string>()>()> makeObstacleCheck = {};

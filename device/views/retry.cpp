@@ -41,11 +41,19 @@ std::string DescribeWithoutAnswer(const Sources& sources, const std::optional<Pr
                                                   : "";
 }
 
+// "1 route and 2 rules".
+std::string DescribeKernelRetry(const KernelRetry& retry, const std::string& of) {
+  const std::string routes = program::Counted(retry.routes, "route", "routes") + of;
+  const std::string rules = program::Counted(retry.rules, "rule", "rules");
+  return retry.rules == 0 ? routes : retry.routes == 0 ? rules : routes + " and " + rules;
+}
+
 }  // namespace
 
 Retried RetryNow(const Sources& sources, const std::optional<Prefix>& prefix) {
   const rows::Differences::Retry retry = Ask(sources.reloader, prefix);
-  const std::size_t kernel = sources.host.retryKernel ? sources.host.retryKernel(prefix) : 0;
+  const KernelRetry kernel =
+      sources.host.retryKernel ? sources.host.retryKernel(prefix) : KernelRetry{};
   const std::string of = prefix ? " of " + Describe(*prefix) : "";
   std::string text;
   if (retry.count == 0 && retry.underWay == 0) {
@@ -60,12 +68,12 @@ Retried RetryNow(const Sources& sources, const std::optional<Prefix>& prefix) {
     text += ", " + std::to_string(retry.underWay) +
             (retry.underWay == 1 ? " is under way" : " are under way");
   }
-  if (kernel != 0) {
+  if (kernel.routes + kernel.rules != 0) {
     const bool isAlone = retry.count == 0 && retry.underWay == 0;
     text = (isAlone ? "" : text + "\n") + "The kernel is asked again now for " +
-           program::Counted(kernel, "route", "routes") + of;
+           DescribeKernelRetry(kernel, of);
   }
-  return {retry.count + kernel, text + "\n"};
+  return {retry.count + kernel.routes + kernel.rules, text + "\n"};
 }
 
 }  // namespace views

@@ -210,6 +210,22 @@ TEST_F(Keeper, ARefusalIsAskedAgainWithAComparison) {
   EXPECT_THAT(fake.rules.requests, SizeIs(4));
 }
 
+// With the pauses between them, so many refusals would take minutes.
+TEST_F(Keeper, ARefusalIsAskedAgainAtAWord) {
+  fake.rules.refuse = [](const kernel::Rule&, bool) { return EPERM; };
+  Begin();
+  for (int i = 0; i < 8; ++i) {
+    fake.rules.requests.clear();
+    EXPECT_EQ(4u, keeper->Retry());
+    RunUntil([this] { return fake.rules.requests.size() == 4; });
+    Settle();
+  }
+  fake.rules.refuse = nullptr;
+  keeper->Retry();
+  RunUntil([this] { return keeper->GetLedger().CountStanding() == 4; });
+  EXPECT_EQ(0u, keeper->Retry());
+}
+
 TEST_F(Keeper, WhatCannotBeSentIsToldOnceAndSentLater) {
   Begin();
   channel->sendErrors = {ENOBUFS, ENOBUFS};

@@ -117,7 +117,7 @@ class RefusalsInAll : public views_test::StateFixture {
     };
     m_host.retryKernel = [this](const std::optional<Prefix>& prefix) {
       m_asked.push_back(prefix ? Describe(*prefix) : "all");
-      return m_kernel.refused;
+      return views::KernelRetry{m_kernel.refused, prefix ? 0 : m_kernel.rules.refused};
     };
   }
   std::string Retry(const char* prefix = nullptr) {
@@ -164,6 +164,11 @@ TEST_F(RefusalsInAll, AreAskedForAgain) {
   EXPECT_EQ(m_count, 2u);
   EXPECT_EQ(Retry("10.9.0.0/16"), "The kernel is asked again now for 2 routes of 10.9.0.0/16\n");
   EXPECT_THAT(m_asked, ElementsAre("10.9.0.0/16", "all", "10.9.0.0/16"));
+  m_kernel.rules.refused = 1;
+  EXPECT_EQ(Retry(), "The kernel is asked again now for 2 routes and 1 rule\n");
+  EXPECT_EQ(m_count, 3u);
+  m_kernel.refused = 0;
+  EXPECT_EQ(Retry(), "The kernel is asked again now for 1 rule\n");
 }
 
 TEST_F(RefusalsInAll, AreAskedForAgainBesideTheStacks) {
