@@ -77,6 +77,13 @@ std::string VlanEntry(const std::string& vlan, const std::vector<Route>& routes)
 
 }  // namespace
 
+std::vector<std::string> RulesOf(const std::string& link, int table) {
+  const std::string lookup =
+      "22000: from all iif " + link + " lookup " + std::to_string(table) + " proto 201";
+  const std::string end = "22001: from all iif " + link + " unreachable proto 201";
+  return {lookup, end, "6 " + lookup, "6 " + end};
+}
+
 void KernelTest::SetUp() {
   if (const int problem = EnterNamespace()) {
     FAIL() << std::strerror(problem);
@@ -162,6 +169,23 @@ std::vector<std::string> KernelTest::OurRoutes() {
   }
   std::sort(routes.begin(), routes.end());
   return routes;
+}
+
+std::vector<std::string> KernelTest::RulesWith(const std::string& words) {
+  std::vector<std::string> rules;
+  for (const char* const family : {"-4", "-6"}) {
+    std::istringstream lines(Ip(std::string(family) + " rule show"));
+    for (std::string line; std::getline(lines, line);) {
+      if (line.find(words) != std::string::npos) {
+        const std::size_t tab = line.find('\t');
+        line.replace(tab, 1, " ");
+        line.erase(line.find_last_not_of(' ') + 1);
+        rules.push_back((family[1] == '6' ? "6 " : "") + line);
+      }
+    }
+  }
+  std::sort(rules.begin(), rules.end());  // equal priorities stand as they have come
+  return rules;
 }
 
 std::string KernelTest::WayTo(const std::string& address) {

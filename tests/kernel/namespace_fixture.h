@@ -19,6 +19,9 @@ struct Route {
   std::string gateway;
 };
 
+/// The rules of an interface that is in the table, as KernelTest::OurRules has them.
+std::vector<std::string> RulesOf(const std::string& link, int table);
+
 /// Each test begins in an empty namespace with two links, r1 (index 2, VLAN 10, the default VLAN)
 /// and r2 (index 3, VLAN 20), both up and with the address 10.1.0.1/24; r1 has 2001:db8:1::1/64,
 /// too. The namespace goes with the process.
@@ -42,6 +45,9 @@ class KernelTest : public testing::Test {
   static void AwaitState(const std::string& link, bool isUp);
   /// What the kernel has under our number, a line each, without what does not matter here.
   static std::vector<std::string> OurRoutes();
+  /// The kernel's rules with these words, a line each; those of IPv6 with a 6 before them.
+  static std::vector<std::string> RulesWith(const std::string& words);
+  static std::vector<std::string> OurRules() { return RulesWith("proto 201"); }
   /// How a packet to the address would go, by the main table.
   static std::string WayTo(const std::string& address);
 

@@ -31,12 +31,16 @@ class RandomEvents : public KernelTest {
 
   void SetUp() override {
     KernelTest::SetUp();
-    folder.Write("device.json", R"({"default_vlan": 10,
-        "kernel": {"interfaces": ["r*"], "routes": true},
-        "interfaces": [{"name": "r2", "vlan": 20, "index": 99}]})");
+    WriteLinks();
     links[0].networks = links[1].networks = {"10.1.0"};
   }
 
+  void WriteLinks() {
+    folder.Write("device.json", std::string(R"({"default_vlan": 10,
+        "kernel": {"interfaces": ["r*"], "routes": true, "rules": )") +
+                                    (areRulesWanted ? "true" : "false") + R"(},
+        "interfaces": [{"name": "r2", "vlan": 20, "index": 99}]})");
+  }
   void WriteModel() { WriteRoutes(routes[0], routes[1]); }
   std::string NameOf(std::size_t which) const { return which == 0 ? "r1" : "r2"; }
 
@@ -56,6 +60,14 @@ class RandomEvents : public KernelTest {
       }
     }
     WriteModel();
+    if (daemon) {
+      Reload(" force");
+    }
+  }
+
+  void FlipRules() {
+    areRulesWanted = !areRulesWanted;
+    WriteLinks();
     if (daemon) {
       Reload(" force");
     }
@@ -108,6 +120,31 @@ class RandomEvents : public KernelTest {
     }
   }
 
+  // So too. A rule that is not ours stays, whatever it says.
+  void MeddleWithRules() {
+    const std::vector<std::string> ours = OurRules();
+    switch (random.Below(3)) {
+      case 0:
+        if (!ours.empty()) {
+          const std::string& line = ours[random.Below(static_cast<unsigned int>(ours.size()))];
+          const bool isIp6 = line.find("6 ") == 0;
+          Ip(std::string(isIp6 ? "-6" : "-4") + " rule delete priority " +
+             line.substr(isIp6 ? 2 : 0, 5) +
+             " protocol 201 || true");  // it may have gone meanwhile
+        }
+        break;
+      case 1:
+        if (areRulesWanted) {  // otherwise nobody looks any more
+          Ip("rule add iif r1 lookup 77 priority 22000 protocol 201 || true");  // may be there
+        }
+        break;
+      default:
+        Ip(isStrangersRule ? "rule delete priority 22002"
+                           : "rule add iif r2 lookup 77 priority 22002");
+        isStrangersRule = !isStrangersRule;
+    }
+  }
+
   // Without routes that stay until others can take their place: the model has none.
   void StartWithoutKeeping() {
     Start({"--keep-old", "0"});
@@ -119,7 +156,7 @@ class RandomEvents : public KernelTest {
   }
 
   void Happen() {
-    const unsigned int what = random.Below(8);
+    const unsigned int what = random.Below(11);
     events.push_back(what);
     switch (what) {
       case 0:
@@ -138,6 +175,13 @@ class RandomEvents : public KernelTest {
         break;
       case 6:
         Meddle();
+        break;
+      case 7:
+      case 8:
+        MeddleWithRules();
+        break;
+      case 9:
+        FlipRules();
         break;
       default:
         random.Percent(30) ? Restart() : FlipLink();
@@ -182,6 +226,8 @@ class RandomEvents : public KernelTest {
   std::array<ModelLink, 2> links;
   std::array<std::vector<Route>, 2> routes;
   std::set<std::string> strangers;
+  bool areRulesWanted = true;
+  bool isStrangersRule = false;
   std::vector<unsigned int> events;  // of the present sequence
 };
 
@@ -201,6 +247,10 @@ TEST_F(RandomEvents, InTheEndTheKernelHoldsWhatItMust) {
     AwaitCarrier();
     AwaitPass();
     ASSERT_EQ(Expected(), OurRoutes()) << Story(run);
+    ASSERT_EQ(areRulesWanted ? kernel_test::RulesOf("r2", 40020) : std::vector<std::string>(),
+              OurRules())
+        << Story(run);
+    ASSERT_EQ(RulesWith("22002:").size(), isStrangersRule ? 1u : 0u) << Story(run);
     for (const std::string& prefix : strangers) {
       EXPECT_THAT(Ip("route show " + prefix + " metric 50"), testing::HasSubstr("blackhole"));
     }

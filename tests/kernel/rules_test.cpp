@@ -3,9 +3,6 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <sstream>
-
 #include "namespace_fixture.h"
 
 namespace {
@@ -23,31 +20,10 @@ constexpr const char* WITHOUT_RULES = R"({"routes": true})";
 constexpr const char* LINKS_WITH_RULES =
     R"({"interfaces": ["r?", "r1.*"], "routes": true, "rules": true})";
 
-const Lines s_rulesOfR2 = {"22000: from all iif r2 lookup 40020 proto 201",
-                           "22001: from all iif r2 unreachable proto 201",
-                           "6 22000: from all iif r2 lookup 40020 proto 201",
-                           "6 22001: from all iif r2 unreachable proto 201"};
+const Lines s_rulesOfR2 = kernel_test::RulesOf("r2", 40020);
 
 class KernelRules : public KernelTest {
  protected:
-  static Lines RulesWith(const std::string& words) {
-    Lines rules;
-    for (const char* const family : {"-4", "-6"}) {
-      std::istringstream lines(Ip(std::string(family) + " rule show"));
-      for (std::string line; std::getline(lines, line);) {
-        if (line.find(words) != std::string::npos) {
-          const std::size_t tab = line.find('\t');
-          line.replace(tab, 1, " ");
-          line.erase(line.find_last_not_of(' ') + 1);
-          rules.push_back((family[1] == '6' ? "6 " : "") + line);
-        }
-      }
-    }
-    std::sort(rules.begin(), rules.end());  // equal priorities stand as they have come
-    return rules;
-  }
-  static Lines OurRules() { return RulesWith("proto 201"); }
-
   /// Waits until the kernel has these, ten seconds at most.
   static void AwaitRules(const Lines& expected) {
     for (int i = 0; i < 200 && OurRules() != expected; ++i) {
