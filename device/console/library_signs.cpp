@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned int LINES = 2;
 // A line of a table is not longer, and a long word of the operator's is cut here.
-constexpr std::size_t LONGEST = 8192;
+constexpr std::size_t LONGEST_BEGINNING = 8192;
 
 constexpr std::string_view USAGE = "Usage: ";
 constexpr std::string_view INVALID = "Invalid ";
@@ -29,7 +29,7 @@ bool Ends(std::string_view text, std::string_view with) {
 }  // namespace
 
 void LibrarySigns::Add(std::string_view text) {
-  while (m_lines < LINES && !text.empty() && m_begin.size() < LONGEST) {
+  while (m_lines < LINES && !text.empty() && m_begin.size() < LONGEST_BEGINNING) {
     const std::size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
     m_begin += text.substr(0, end);
     m_lines += text[end - 1] == '\n' ? 1 : 0;

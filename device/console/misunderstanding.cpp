@@ -15,8 +15,8 @@ std::string ViewOf(const Words& words, const Parse& parse) {
   return word == "route6" ? "route" : word;
 }
 
-void Answer(const Words& words, const Parse& parse, const std::string& why,
-            RunningCommand& command) {
+void TellWhy(const Words& words, const Parse& parse, const std::string& why,
+             RunningCommand& command) {
   command.Filter(nullptr);
   std::string text;
   if (Has(words, "json")) {
@@ -32,13 +32,13 @@ void Answer(const Words& words, const Parse& parse, const std::string& why,
 void Misunderstand(const Words& words, const Parse& parse, const std::string& why,
                    RunningCommand& command) {
   command.Misunderstand();
-  Answer(words, parse, why, command);
+  TellWhy(words, parse, why, command);
 }
 
 void Decline(const Words& words, const Parse& parse, const std::string& why,
              RunningCommand& command) {
   command.Refuse();
-  Answer(words, parse, why, command);
+  TellWhy(words, parse, why, command);
 }
 
 }  // namespace console

@@ -8,8 +8,8 @@ namespace console {
 
 namespace {
 
-constexpr std::size_t SHORT = 4;     // letters, of which only one may be wrong
-constexpr std::size_t LONGEST = 32;  // a word that has more is none of ours
+constexpr std::size_t SHORT = 4;          // letters, of which only one may be wrong
+constexpr std::size_t LONGEST_WORD = 32;  // a word that has more is none of ours
 
 bool AreSame(char a, char b) {
   return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
@@ -42,7 +42,7 @@ std::string FindNearest(const std::string& word, const Words& words) {
     if (word.size() > 1 && BeginsWith(one, word)) {
       return one;
     }
-    const std::size_t slips = word.size() <= LONGEST ? CountSlips(word, one) : LONGEST;
+    const std::size_t slips = word.size() <= LONGEST_WORD ? CountSlips(word, one) : LONGEST_WORD;
     if (slips < one.size() && (slips < least || (slips == least && nearest.empty()))) {
       nearest = one;
       least = slips;

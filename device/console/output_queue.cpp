@@ -16,7 +16,8 @@ constexpr std::size_t BLOCK_SIZE = 64 * 1024;
 // What the letters of the messages may add to a text without making a block grow.
 constexpr std::size_t MARGIN = 256;
 
-constexpr const char* CUT = "\nOutput was cut here: more than 8 MB were waiting for their reader\n";
+constexpr const char* CUT_HERE =
+    "\nOutput was cut here: more than 8 MB were waiting for their reader\n";
 
 }  // namespace
 
@@ -40,7 +41,7 @@ bool OutputQueue::Add(std::string_view text) {
   m_isCut = m_waiting + block.size() - before > LIMIT;
   if (m_isCut) {
     block.resize(before);
-    wire::AppendOutput(block, CUT);
+    wire::AppendOutput(block, CUT_HERE);
   }
   m_waiting += block.size() - before;
   return !m_isCut;

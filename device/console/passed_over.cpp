@@ -29,7 +29,7 @@ enum class Rest {
 };
 
 /// A line of the library's and what may follow it.
-struct Line {
+struct LibraryLine {
   const char* words;
   Options options;
   Words followers;
@@ -38,7 +38,7 @@ struct Line {
   Words changing = {};  // those of the followers that change something
 };
 
-const Line LINES[] = {
+const LibraryLine LIBRARY_LINES[] = {
     {"ip protocol",
      {},
      {"database", "mcast-database", "summary", "pending-actions", "ips"},
@@ -79,9 +79,9 @@ bool IsWord(const Words& line, std::size_t at, const std::string& word) {
 }
 
 // Returns the line that the words begin with, the longest one; null if there is none.
-const Line* FindLine(const Words& words, std::size_t& size) {
+const LibraryLine* FindLine(const Words& words, std::size_t& size) {
   for (std::size_t count = std::min<std::size_t>(words.size(), 3); count >= 2; --count) {
-    for (const Line& line : LINES) {
+    for (const LibraryLine& line : LIBRARY_LINES) {
       const Words own = Split(line.words);
       bool fits = own.size() == count;
       for (std::size_t i = 0; fits && i < count; ++i) {
@@ -118,7 +118,7 @@ struct Way {
   bool isWrong;       // a value does not fit: the library says so
 };
 
-Way Follow(const Line& line, const Words& words, std::size_t begin) {
+Way Follow(const LibraryLine& line, const Words& words, std::size_t begin) {
   Way way = {begin, 0, nullptr, false};
   for (std::size_t i = 0; i < line.options.size() && way.at < words.size(); ++i) {
     const Option& option = line.options[i];
@@ -145,7 +145,7 @@ Way Follow(const Line& line, const Words& words, std::size_t begin) {
 
 PassedOver FindPassedOver(const Words& words) {
   std::size_t begin = 0;
-  const Line* line = FindLine(words, begin);
+  const LibraryLine* line = FindLine(words, begin);
   if (line == nullptr || line->rest == Rest::TOLD) {
     return {};
   }
@@ -163,7 +163,7 @@ PassedOver FindPassedOver(const Words& words) {
 
 bool OnlyShows(const Words& words) {
   std::size_t size = 0;
-  const Line* line = FindLine(words, size);
+  const LibraryLine* line = FindLine(words, size);
   if (line == nullptr) {
     return false;
   }
@@ -175,7 +175,7 @@ bool OnlyShows(const Words& words) {
 
 std::vector<Atom> FollowingOf(const Words& before) {
   std::size_t begin = 0;
-  const Line* line = FindLine(before, begin);
+  const LibraryLine* line = FindLine(before, begin);
   if (line == nullptr) {
     return {};
   }

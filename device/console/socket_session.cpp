@@ -34,12 +34,13 @@ constexpr unsigned short PROGRESS_SINCE = 2;
 constexpr unsigned short DIFFERS_SINCE = 2;
 constexpr unsigned short LIVE_SINCE = 3;
 
-constexpr const char* PROTOCOL = " of the console protocol";
+constexpr const char* OF_THE_PROTOCOL = " of the console protocol";
 const std::string KNOWN = "; the daemon knows versions " + std::to_string(wire::EARLIEST_VERSION) +
                           " to " + std::to_string(wire::VERSION);
 
 std::string DescribeMissingVersion() {
-  return std::string("The client does not say which version") + PROTOCOL + " it speaks" + KNOWN;
+  return std::string("The client does not say which version") + OF_THE_PROTOCOL + " it speaks" +
+         KNOWN;
 }
 
 // The name of whoever is at the other end, for the log and the revisions.
@@ -199,7 +200,7 @@ void SocketSession::Greet(const wire::Message& first) {
   }
   if (first.version < wire::EARLIEST_VERSION || first.version > wire::VERSION) {
     m_queue.AddReply(wire::EncodeGreeting());
-    Refuse("The client speaks version " + std::to_string(first.version) + PROTOCOL + KNOWN);
+    Refuse("The client speaks version " + std::to_string(first.version) + OF_THE_PROTOCOL + KNOWN);
     return;
   }
   m_patience.Stop();

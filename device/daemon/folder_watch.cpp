@@ -6,12 +6,11 @@
 #include <utility>
 
 #include "device/documents/config_folder.h"
+#include "device/documents/remote_listing.h"
 
 namespace vantacored {
 
 namespace {
-
-constexpr const char* REMOTE = "remote";
 
 // Without the slash at its end. In a working directory that is gone it stays as it is.
 std::filesystem::path PathOf(const std::string& directory) {
@@ -79,10 +78,11 @@ void FolderWatch::WatchPlace() {
 // write there all the time, they do not begin the wait anew.
 void FolderWatch::WatchFolder() {
   const std::string problem = m_folderWatch.Start(m_directory, [this](const std::string& name) {
-    if (name == REMOTE) {
+    if (name == documents::REMOTE_NAME) {
       WatchRemotes();
     }
-    Changed(name == REMOTE || name == documents::DEVICE_NAME || name == documents::VLANS_NAME);
+    Changed(name == documents::REMOTE_NAME || name == documents::DEVICE_NAME ||
+            name == documents::VLANS_NAME);
   });
   if (Exists(m_directory)) {
     TellProblem(problem);
@@ -91,7 +91,7 @@ void FolderWatch::WatchFolder() {
 }
 
 void FolderWatch::WatchRemotes() {
-  const std::string path = m_directory + REMOTE;
+  const std::string path = m_directory + documents::REMOTE_NAME;
   const std::string problem = m_remoteWatch.Start(
       path, [this](const std::string& name) { Changed(IsRemoteDocument(name)); });
   if (Exists(path)) {

@@ -4,13 +4,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "device/program/decimal.h"
 #include "device/program/printable.h"
+#include "environment.h"
 
 namespace vantacored {
 
@@ -19,11 +19,6 @@ namespace {
 constexpr int FIRST = 3;  // after the standard streams
 constexpr unsigned int MOST = 1024;
 constexpr const char* CONSOLE = "console";
-
-std::string Environment(const char* name) {
-  const char* const value = std::getenv(name);
-  return value == nullptr ? "" : value;
-}
 
 [[noreturn]] void Refuse(const std::string& reason) {
   throw std::runtime_error("the service manager passes " + reason);

@@ -8,10 +8,11 @@
 #include <cerrno>
 #include <charconv>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <utility>
+
+#include "environment.h"
 
 namespace vantacored {
 
@@ -20,11 +21,6 @@ namespace {
 constexpr std::uint64_t LOOK_MILLISECONDS = 1000;
 constexpr std::uint64_t AGAIN_MILLISECONDS = 100;
 constexpr const char* READY = "READY=1\n";
-
-std::string Environment(const char* name) {
-  const char* const value = std::getenv(name);
-  return value == nullptr ? "" : value;
-}
 
 std::uint64_t ReadNumber(const std::string& text) {
   std::uint64_t number = 0;

@@ -3,19 +3,15 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <ctime>
 #include <string>
 #include <vector>
 
+#include "environment.h"
+
 namespace vantacored {
 
 namespace {
-
-std::string Environment(const char* name) {
-  const char* const value = std::getenv(name);
-  return value == nullptr ? "" : value;
-}
 
 std::string HomeFolder() {
   const std::string home = Environment("HOME");

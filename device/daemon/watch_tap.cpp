@@ -10,7 +10,6 @@
 namespace vantacored {
 
 using routing_stack::ForwardingChange;
-using routing_stack::RowName;
 using routing_stack::RowType;
 using views::Cause;
 using views::InterfaceEvent;
@@ -191,7 +190,7 @@ Cause WatchTap::CauseOf(RowType type, unsigned short vlan, bool isHastened) cons
   }
 }
 
-void WatchTap::Answered(const RowName& row, int rowStatus, unsigned int status) {
+void WatchTap::Answered(const routing_stack::RowName& row, int rowStatus, unsigned int status) {
   if (!m_feed.IsWatched(Kind::REQUEST)) {
     return;
   }

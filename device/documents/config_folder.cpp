@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* DEVICE = DEVICE_NAME;
 constexpr const char* VLANS = VLANS_NAME;
-constexpr const char* REMOTE = "remote";
+constexpr const char* REMOTE = REMOTE_NAME;
 constexpr int MOST_ATTEMPTS = 5;
 constexpr std::size_t MAX_REMOTES = MAX_FOLDER_FILES - 2;  // beside device.json and vlans.json
 

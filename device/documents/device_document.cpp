@@ -33,8 +33,6 @@ constexpr std::size_t ADDRESS_BYTES = 320;
 // Each name of a link is held against each of them.
 constexpr std::size_t MOST_PATTERNS = 256;
 
-bool Is(const Member& member, const char* name) { return std::strcmp(member.name, name) == 0; }
-
 Tarsel::Ip4Addr Ip4Of(const Value& value) { return Tarsel::Ip4Addr::FromBytes(&value.address[0]); }
 
 Ip4Network NetworkOf(const Value& value) {

@@ -1,7 +1,5 @@
 #include "folder_check.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <cstring>
 #include <set>
@@ -22,11 +20,6 @@ std::string VlanText(unsigned short vlan) { return "VLAN " + std::to_string(vlan
 
 void Warn(Findings& findings, Place place, std::string problem) {
   findings.Add({Severity::WARNING, std::move(place), std::move(problem)});
-}
-
-std::string Format(bool ip6, const Bytes& address) {
-  char text[INET6_ADDRSTRLEN];
-  return inet_ntop(ip6 ? AF_INET6 : AF_INET, address.data(), text, sizeof text);
 }
 
 bool IsLinkLocal(bool ip6, const Bytes& address) {
@@ -134,7 +127,7 @@ class Check {
       Warn(m_findings, place,
            "one subnet on two interfaces, expected another than that of " + Quote(holder) + " in " +
                VlanText(family.first) + ", found " +
-               Format(family.second, Masked(address, length)) + "/" + std::to_string(length));
+               AddressText(family.second, Masked(address, length)) + "/" + std::to_string(length));
     }
   }
 
@@ -230,7 +223,7 @@ class Check {
     }
     Told(file, route, [&] {
       return "a next hop that no subnet of " + VlanText(route.target.vlan) +
-             " holds, expected a gateway in one, found " + Format(route.target.ip6, gateway);
+             " holds, expected a gateway in one, found " + AddressText(route.target.ip6, gateway);
     });
   }
 

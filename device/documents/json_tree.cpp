@@ -13,7 +13,7 @@ namespace {
 
 // Of a 64-bit machine: a value in its parent's map with a name, and the map of an object of its own.
 constexpr std::size_t VALUE_BYTES = 112;
-constexpr std::size_t TREE_BYTES = 64;
+constexpr std::size_t MAP_BYTES = 64;
 
 // A reader takes microseconds to make, and there can be millions of numbers.
 Json::Value NumberOf(std::string_view digits) {
@@ -83,7 +83,7 @@ void JsonTree::EndArray() { End(); }
 void JsonTree::End() {
   Json::Value value = std::move(m_nodes.back().value);
   m_nodes.pop_back();
-  const bool hasRoom = HasRoom(TREE_BYTES);
+  const bool hasRoom = HasRoom(MAP_BYTES);
   if (hasRoom || m_nodes.empty()) {  // a member stays an object, empty at least
     Put(std::move(value));
   }

@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "tarsel/export.h"
 #include "tarsel/options.h"
@@ -92,6 +93,9 @@ struct Member {
   const Member* element = nullptr;     // of an ARRAY
   const Row* row = nullptr;            // of a ROW_NAME
 };
+
+/// Whether the member has this name.
+constexpr bool Is(const Member& member, std::string_view name) { return name == member.name; }
 
 /// An object whose members have fixed names.
 struct Object {

@@ -10,8 +10,6 @@ namespace documents {
 
 namespace {
 
-constexpr const char* REMOTE = "remote";
-
 bool IsDocument(const std::string& name) {
   const std::string ending = ".json";
   return name[0] != '.' && name.size() > ending.size() &&
@@ -23,7 +21,7 @@ bool IsDocument(const std::string& name) {
 RemoteListing ListRemotes(const std::string& directory) {
   RemoteListing listing;
   std::error_code problem;
-  const std::filesystem::path folder = directory + REMOTE;
+  const std::filesystem::path folder = directory + REMOTE_NAME;
   const auto status = std::filesystem::symlink_status(folder, problem);
   if (status.type() == std::filesystem::file_type::not_found &&
       std::filesystem::is_directory(directory, problem)) {
@@ -35,7 +33,7 @@ RemoteListing ListRemotes(const std::string& directory) {
     const std::string printable = program::Printable(name, name.size());
     if (IsDocument(name)) {
       auto& names = name == printable ? listing.names : listing.unprintable;
-      names.push_back(std::string(REMOTE) + "/" + printable);
+      names.push_back(std::string(REMOTE_NAME) + "/" + printable);
     }
     entry.increment(problem);
   }

@@ -7,6 +7,9 @@
 
 namespace documents {
 
+/// The folder of the remote documents, in the configuration folder.
+constexpr const char* REMOTE_NAME = "remote";
+
 /// The names relative to the folder, "remote/one.json", in their order. Files that do not end with
 /// ".json", or begin with a dot, are not documents.
 struct RemoteListing {

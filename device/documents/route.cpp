@@ -1,8 +1,15 @@
 #include "route.h"
 
+#include <arpa/inet.h>
+
 #include <cstring>
 
 namespace documents {
+
+std::string AddressText(bool ip6, const std::array<unsigned char, 16>& address) {
+  char text[INET6_ADDRSTRLEN];
+  return inet_ntop(ip6 ? AF_INET6 : AF_INET, address.data(), text, sizeof text);
+}
 
 namespace {
 

@@ -25,6 +25,9 @@ struct RouteTarget {
 bool operator<(const RouteTarget& a, const RouteTarget& b);
 bool operator==(const RouteTarget& a, const RouteTarget& b);
 
+/// The text of an address of a target.
+std::string AddressText(bool ip6, const std::array<unsigned char, 16>& address);
+
 /// A route of a document. There can be a million of them, so what routes have in common is kept
 /// once, by their Routes.
 struct Route {

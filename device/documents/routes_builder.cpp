@@ -1,7 +1,5 @@
 #include "routes_builder.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -25,11 +23,6 @@ bool ClearHostBits(std::array<unsigned char, 16>& bytes, unsigned int length) {
     bytes[i] = static_cast<unsigned char>(bytes[i] & ~host);
   }
   return wasSet;
-}
-
-std::string Format(bool ip6, const std::array<unsigned char, 16>& address) {
-  char text[INET6_ADDRSTRLEN];
-  return inet_ntop(ip6 ? AF_INET6 : AF_INET, address.data(), text, sizeof text);
 }
 
 }  // namespace
@@ -133,9 +126,9 @@ bool RoutesBuilder::JudgeHostBits() {
     return true;
   }
   Complain(Severity::ERROR, m_draft.networkOffset, "network",
-           "host bits are set, expected " + Format(m_ip6, target.destination) +
+           "host bits are set, expected " + AddressText(m_ip6, target.destination) +
                " for a length of " + std::to_string(target.length) + ", found " +
-               Format(m_ip6, written));
+               AddressText(m_ip6, written));
   return false;
 }
 

@@ -9,7 +9,7 @@ namespace documents {
 
 namespace {
 
-constexpr std::size_t LONGEST_SHOWN = 20;
+constexpr std::size_t LONGEST_WORD = 20;
 constexpr std::string_view SPACE = " \t\r\n";
 
 struct Explanation {
@@ -85,7 +85,7 @@ std::string Found(std::string_view text, std::size_t offset) {
     return "a NUL";
   }
   const std::size_t end = std::min(
-      {rest.find_first_of(std::string(",:[]{}\" \t\r\n") + '\0', 1), rest.size(), LONGEST_SHOWN});
+      {rest.find_first_of(std::string(",:[]{}\" \t\r\n") + '\0', 1), rest.size(), LONGEST_WORD});
   const std::size_t begin = rest[0] == '"' ? 1 : 0;
   return program::Quote(std::string(rest.substr(begin, end - begin)));
 }

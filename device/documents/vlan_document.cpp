@@ -1,7 +1,6 @@
 #include "vlan_document.h"
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -18,8 +17,6 @@ namespace documents {
 
 namespace {
 
-bool Is(const Member& member, const char* name) { return std::strcmp(member.name, name) == 0; }
-
 // What the tree may take, so that a document with all that belongs to it takes at most eight times its
 // bytes and 64 MB.
 constexpr std::size_t TREE_BYTES = 32u << 20;
@@ -28,10 +25,10 @@ constexpr std::size_t TREE_BYTES_PER_BYTE = 4;
 // How deep in a document: the root's list of entries is the first level.
 enum Level : std::size_t { IN_LIST = 1, IN_ENTRY = 2, IN_MEMBER = 3, IN_ROWS = 4, IN_ROW = 5 };
 
-class Builder : public ShapeVisitor {
+class EntriesBuilder : public ShapeVisitor {
  public:
   /// `size` is that of the document's text.
-  Builder(std::size_t size, ConfigFile& file, DocumentFindings& findings)
+  EntriesBuilder(std::size_t size, ConfigFile& file, DocumentFindings& findings)
       : m_file(file),
         m_findings(findings),
         m_mostBytes(TREE_BYTES + TREE_BYTES_PER_BYTE * size),
@@ -325,7 +322,7 @@ bool ReadVlanDocument(std::string_view text, const VlanShapes& shapes, ConfigFil
   const Object& shape =
       file.type == Tarsel::DclConfigObject::VLAN_OPTIONS ? shapes.Vlans() : shapes.Remote();
   DocumentFindings findings;
-  Builder builder(text.size(), file, findings);
+  EntriesBuilder builder(text.size(), file, findings);
   ShapeReader reader(text, shape, builder, findings);
   builder.SetReader(reader);
   if (const auto mistake = ReadJson(text, reader)) {

@@ -13,9 +13,6 @@ using Tarsel::DcRouterMgr;
 
 namespace {
 
-constexpr unsigned int STATUS_UP = 1;
-constexpr unsigned int STATUS_DOWN = 2;
-
 constexpr std::uint32_t FLAG_LOOPBACK = 2;
 
 // The numbers that network management gives to interface types.

@@ -7,6 +7,10 @@
 
 namespace keepers {
 
+/// An interface's status, as the library and the stack number it.
+constexpr unsigned int STATUS_UP = 1;
+constexpr unsigned int STATUS_DOWN = 2;
+
 /// Tells the library what one action of a plan says, about one interface. The library's managers
 /// may call the host back meanwhile, and the stack if it answers at once.
 void Tell(const documents::InterfaceKey& key, const intent::InterfaceAction& action);

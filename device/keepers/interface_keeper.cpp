@@ -14,8 +14,6 @@ using Tarsel::DcRtmMgr;
 namespace {
 
 constexpr std::uint32_t FLAG_UNNUMBERED = 0x20;
-constexpr std::uint32_t STATUS_UP = 1;
-constexpr std::uint32_t STATUS_DOWN = 2;
 
 InterfaceKey KeyOf(const rows::InterfaceRow& row) { return {row.vlan, row.ifIndex}; }
 

@@ -17,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t REQUESTS_A_BATCH = 500;
 constexpr int LONGEST_WAIT = 10000;  // milliseconds, for the next word of the kernel
-constexpr int MOST_INTERRUPTIONS = 20;
+constexpr int MOST_READINGS = 20;
 
 bool IsOurs(const FoundRoute& route) { return route.protocol == OUR_PROTOCOL; }
 bool IsOurs(const FoundRule&) { return true; }
@@ -65,7 +65,7 @@ class Cleaner {
 
  private:
   bool Compare() {
-    for (int i = 0; i < MOST_INTERRUPTIONS && m_problem.empty(); ++i) {
+    for (int i = 0; i < MOST_READINGS && m_problem.empty(); ++i) {
       m_isInterrupted = false;
       m_isLost = false;
       m_left = 0;

@@ -11,10 +11,7 @@ namespace kernel {
 
 namespace {
 
-constexpr std::size_t PACKETS_A_TURN = 4;                         // of a dump, 32 KiB each
 constexpr std::uint64_t PAUSE_BETWEEN_READINGS = 10 * 60 * 1000;  // milliseconds
-constexpr std::uint64_t PAUSE_AFTER_FAILURE = 1000;
-constexpr unsigned int MOST_INTERRUPTIONS = 5;
 constexpr int LONGEST_FIRST_WAIT = 1000;  // milliseconds, for the next word of the kernel
 
 auto FindSame(std::vector<LinkAddress>& addresses, const LinkAddress& address) {

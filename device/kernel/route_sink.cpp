@@ -15,13 +15,10 @@ namespace {
 
 // What one turn of the loop does, each about three milliseconds at most.
 constexpr std::size_t LEAST_REQUESTS_A_BATCH = 10;
-constexpr std::size_t PACKETS_A_TURN = 4;  // of a dump, 32 KiB each
 constexpr std::size_t VISITS_A_TURN = 4000;
 
 constexpr std::uint64_t PAUSE_BETWEEN_COMPARISONS = 10 * 60 * 1000;  // milliseconds
 constexpr std::uint64_t PAUSE_BEFORE_COMPARISON = 200;
-constexpr std::uint64_t PAUSE_AFTER_FAILURE = 1000;
-constexpr unsigned int MOST_INTERRUPTIONS = 5;
 
 }  // namespace
 

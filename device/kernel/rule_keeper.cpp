@@ -12,9 +12,7 @@ using program::Counted;
 
 namespace {
 
-constexpr std::size_t REQUESTS_A_BATCH = 200;
-constexpr std::uint64_t PAUSE = 1000;  // milliseconds, after a failure
-constexpr unsigned int MOST_INTERRUPTIONS = 5;
+constexpr std::size_t RULES_A_BATCH = 200;
 // The kernel's answer to a request must not be taken for that to a dump.
 constexpr std::uint32_t FIRST_DUMP = 0x80000000;
 
@@ -104,7 +102,7 @@ void RuleKeeper::Work() {
 
 void RuleKeeper::Send() {
   m_batch.Clear();
-  m_hasDeleted = m_ledger.FillBatch(m_batch, REQUESTS_A_BATCH) || m_hasDeleted;
+  m_hasDeleted = m_ledger.FillBatch(m_batch, RULES_A_BATCH) || m_hasDeleted;
   const auto bytes = std::make_shared<const std::vector<char>>(m_batch.Finish());
   const auto error = std::make_shared<int>(0);
   m_sending.Start(
@@ -131,7 +129,7 @@ void RuleKeeper::Sent(int error) {
 
 void RuleKeeper::PauseAfterFailure() {
   m_isPausing = true;
-  m_pause.Start(PAUSE, [this] {
+  m_pause.Start(PAUSE_AFTER_FAILURE, [this] {
     m_isPausing = false;
     Work();
   });

@@ -51,7 +51,7 @@ std::size_t CountRequests(const InterfaceKey& key, const Interface* now, const I
 
 // ---- words
 
-const documents::Member& Find(const documents::Object& object, const char* name) {
+const documents::Member& MemberOf(const documents::Object& object, const char* name) {
   const documents::Member* member = object.members;
   while (std::strcmp(member->name, name) != 0) {
     ++member;
@@ -62,8 +62,8 @@ const documents::Member& Find(const documents::Object& object, const char* name)
 // The words stand in the order of the bits.
 std::string FlagsText(std::uint32_t flags) {
   const documents::Object& interface =
-      *Find(documents::DeviceShape(), "interfaces").element->object;
-  const char* const* words = Find(interface, "flags").element->words;
+      *MemberOf(documents::DeviceShape(), "interfaces").element->object;
+  const char* const* words = MemberOf(interface, "flags").element->words;
   std::string text;
   for (; *words != nullptr; ++words, flags >>= 1) {
     if ((flags & 1) != 0) {
@@ -103,9 +103,9 @@ std::string TextOf(const Ip4Network& network) {
 // ---- one interface
 
 /// Compares what the two configurations say of one; null where there is none.
-class Comparison {
+class InterfaceComparison {
  public:
-  Comparison(const VlanPair& pair, const InterfaceKey& key, Teller& teller)
+  InterfaceComparison(const VlanPair& pair, const InterfaceKey& key, Teller& teller)
       : m_nowDevice(pair.now.intent->GetDevice()),
         m_thenDevice(pair.then.intent->GetDevice()),
         m_key(key),
@@ -233,7 +233,7 @@ void CompareInterfaces(const VlanPair& pair, Teller& teller) {
   AddKeys(pair.now, keys);
   AddKeys(pair.then, keys);
   for (auto key = keys.begin(); key != keys.end() && !teller.IsOver(); ++key) {
-    Comparison(pair, *key, teller).Run();
+    InterfaceComparison(pair, *key, teller).Run();
   }
 }
 

@@ -15,8 +15,6 @@ using Tarsel::OptionsNode;
 
 namespace {
 
-bool Is(const Member& member, const char* name) { return std::strcmp(member.name, name) == 0; }
-
 const Member* Find(const Object& object, const char* name) {
   const Member* const end = object.members + object.count;
   const Member* const found =

@@ -17,9 +17,9 @@ bool IsProtocol(const Member& member) {
          std::strcmp(member.name, "RTM") != 0 && std::strcmp(member.name, "REDISTRIBUTION") != 0;
 }
 
-class Comparison {
+class ProtocolComparison {
  public:
-  Comparison(const VlanPair& pair, const Member& protocol, Teller& teller)
+  ProtocolComparison(const VlanPair& pair, const Member& protocol, Teller& teller)
       : m_pair(pair),
         m_protocol(protocol),
         m_now(ReadProtocol(pair.now, protocol)),
@@ -135,7 +135,7 @@ class Comparison {
 void CompareProtocols(const VlanPair& pair, const documents::Object& entry, Teller& teller) {
   for (std::size_t i = 0; i < entry.count && !teller.IsOver(); ++i) {
     if (IsProtocol(entry.members[i])) {
-      Comparison(pair, entry.members[i], teller).Run();
+      ProtocolComparison(pair, entry.members[i], teller).Run();
     }
   }
 }

@@ -103,9 +103,9 @@ class Prefixes {
   bool m_willBe = false;
 };
 
-class Comparison {
+class RouteComparison {
  public:
-  Comparison(const VlanPair& pair, Teller& teller)
+  RouteComparison(const VlanPair& pair, Teller& teller)
       : m_now(pair.now), m_then(pair.then), m_teller(teller), m_prefixes(teller) {}
 
   void Run() {
@@ -209,6 +209,6 @@ class Comparison {
 
 }  // namespace
 
-void CompareRoutes(const VlanPair& pair, Teller& teller) { Comparison(pair, teller).Run(); }
+void CompareRoutes(const VlanPair& pair, Teller& teller) { RouteComparison(pair, teller).Run(); }
 
 }  // namespace plan

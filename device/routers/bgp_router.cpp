@@ -20,9 +20,9 @@ using routers::ShowProtocol;
 
 namespace {
 
-const ProtocolView IP4_VIEW = {
+const ProtocolView BGP_IP4 = {
     "ip", DcRouterMgr::PROTOCOL_BGP, DcRtmMgr::PROTO_IPV4, CODE_BGP, {&BGP_PEERS}, nullptr};
-const ProtocolView IP6_VIEW = {
+const ProtocolView BGP_IP6 = {
     "ip6", DcRouterMgr::PROTOCOL_BGP, DcRtmMgr::PROTO_IPV6, CODE_BGP, {&BGP_PEERS}, nullptr};
 
 }  // namespace
@@ -54,11 +54,11 @@ void DcBgpRouter::DummyConsoleCommand(unsigned short vid, int argc, char** argv)
 }
 
 void DcBgpRouter::Ip4ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowProtocol(console, IP4_VIEW, argc, argv);
+  ShowProtocol(console, BGP_IP4, argc, argv);
 }
 
 void DcBgpRouter::Ip6ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowProtocol(console, IP6_VIEW, argc, argv);
+  ShowProtocol(console, BGP_IP6, argc, argv);
 }
 
 }  // namespace Tarsel

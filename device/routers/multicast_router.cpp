@@ -30,9 +30,9 @@ void ShowJoined(DcConsole* console, DcRouterBase& router) {
   }
 }
 
-const ProtocolView IP4_VIEW = {"ip",      DcRouterMgr::PROTOCOL_IGMP, DcRtmMgr::PROTO_IPV4,
-                               CODE_NONE, {&IGMP_INTERFACES},         ShowJoined};
-const ProtocolView IP6_VIEW = {"ip6",     DcRouterMgr::PROTOCOL_MLD, DcRtmMgr::PROTO_IPV6,
+const ProtocolView IGMP_VIEW = {"ip",      DcRouterMgr::PROTOCOL_IGMP, DcRtmMgr::PROTO_IPV4,
+                                CODE_NONE, {&IGMP_INTERFACES},         ShowJoined};
+const ProtocolView MLD_VIEW = {"ip6",     DcRouterMgr::PROTOCOL_MLD, DcRtmMgr::PROTO_IPV6,
                                CODE_NONE, {&MLD_INTERFACES},         ShowJoined};
 
 }  // namespace
@@ -56,7 +56,7 @@ void DcMulticastRouter::AddInterface(unsigned int ifIndex) {
 
 void DcMulticastRouter::ConsoleCommand(void*, DcConsole* console, int argc, char** argv,
                                        bool ipv6) {
-  ShowProtocol(console, ipv6 ? IP6_VIEW : IP4_VIEW, argc, argv);
+  ShowProtocol(console, ipv6 ? MLD_VIEW : IGMP_VIEW, argc, argv);
 }
 
 }  // namespace Tarsel

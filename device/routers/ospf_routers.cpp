@@ -29,10 +29,12 @@ void ShowAreas(DcConsole* console, DcRouterBase& router) {
   static_cast<DcOspfRouterBase&>(router).DisplayAreas(console);
 }
 
-const ProtocolView IP4_VIEW = {"ip",      DcRouterMgr::PROTOCOL_OSPFV2,        DcRtmMgr::PROTO_IPV4,
-                               CODE_OSPF, {&OSPFV2_AREAS, &OSPFV2_INTERFACES}, ShowAreas};
-const ProtocolView IP6_VIEW = {"ip6",     DcRouterMgr::PROTOCOL_OSPFV3,        DcRtmMgr::PROTO_IPV6,
-                               CODE_OSPF, {&OSPFV3_AREAS, &OSPFV3_INTERFACES}, ShowAreas};
+const ProtocolView OSPFV2_VIEW = {
+    "ip",      DcRouterMgr::PROTOCOL_OSPFV2,        DcRtmMgr::PROTO_IPV4,
+    CODE_OSPF, {&OSPFV2_AREAS, &OSPFV2_INTERFACES}, ShowAreas};
+const ProtocolView OSPFV3_VIEW = {
+    "ip6",     DcRouterMgr::PROTOCOL_OSPFV3,        DcRtmMgr::PROTO_IPV6,
+    CODE_OSPF, {&OSPFV3_AREAS, &OSPFV3_INTERFACES}, ShowAreas};
 
 // A router that never had the area would not show it.
 template <class Areas>
@@ -128,14 +130,14 @@ DcOspfv2Router::DcOspfv2Router(unsigned short vid)
                    new ProtocolInterface(*this, DcRtmMgr::PROTO_IPV4)) {}
 
 void DcOspfv2Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowProtocol(console, IP4_VIEW, argc, argv);
+  ShowProtocol(console, OSPFV2_VIEW, argc, argv);
 }
 
 DcOspfv3Router::DcOspfv3Router(unsigned short vid)
     : DcOspfRouter("OSPFV3", vid, DcRtmMgr::PROTO_IPV6, new Ospfv3Interface(*this)) {}
 
 void DcOspfv3Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowProtocol(console, IP6_VIEW, argc, argv);
+  ShowProtocol(console, OSPFV3_VIEW, argc, argv);
 }
 
 Ospfv3Interface::Ospfv3Interface(DcRouterBase& router)

@@ -22,8 +22,8 @@ using routers::ShowProtocol;
 
 namespace {
 
-const ProtocolView IP4_VIEW = {"ip",     DcRouterMgr::PROTOCOL_RIPV2, DcRtmMgr::PROTO_IPV4,
-                               CODE_RIP, {&RIPV2_INTERFACES},         nullptr};
+const ProtocolView RIPV2_VIEW = {"ip",     DcRouterMgr::PROTOCOL_RIPV2, DcRtmMgr::PROTO_IPV4,
+                                 CODE_RIP, {&RIPV2_INTERFACES},         nullptr};
 
 }  // namespace
 
@@ -42,7 +42,7 @@ DCLConfigList* RipngInterface::CreateRows() {
 }
 
 void DcRipv2Router::ConsoleCommand(void*, DcConsole* console, int argc, char** argv) {
-  ShowProtocol(console, IP4_VIEW, argc, argv);
+  ShowProtocol(console, RIPV2_VIEW, argc, argv);
 }
 
 }  // namespace Tarsel

@@ -27,7 +27,6 @@ constexpr unsigned int RETRY_MS = 100;
 // Many rows may be due at once. They are done in portions, and the event loop turns in between.
 constexpr std::size_t MAX_PORTION = 200;
 constexpr unsigned int SOON_MS = 1;
-constexpr unsigned int ANSWER_DONE = 1;
 
 bool HasLowerRank(const WantedRow* a, const WantedRow* b) { return a->GetRank() < b->GetRank(); }
 

@@ -27,7 +27,6 @@ using Tarsel::TRACE;
 
 namespace {
 
-enum AnswerStatus : unsigned int { ANSWER_DONE = 1, ANSWER_RETRY = 5, ANSWER_ABSENT = 6 };
 constexpr unsigned int MAX_REFUSALS = 10;
 
 const unsigned char* KeyBytes(const RowName& name) {

@@ -15,6 +15,8 @@ namespace routers {
 /// The stack's row status and administrative status.
 enum RowStatus : unsigned short { ROW_ACTIVE = 1, ROW_CREATE = 4, ROW_DESTROY = 6 };
 enum AdminStatus : int { ADMIN_UP = 1, ADMIN_DOWN = 2 };
+/// What the stack answers.
+enum AnswerStatus : unsigned int { ANSWER_DONE = 1, ANSWER_RETRY = 5, ANSWER_ABSENT = 6 };
 
 /// The document that configures a row. If several configure the same row, the greatest counts:
 /// remote documents before the VLAN document, and the last by name among documents of one kind.

@@ -9,6 +9,13 @@
 
 namespace routes {
 
+/// The numbers of a request and of its answer.
+constexpr int ROW_ACTIVE = 1;
+constexpr int ROW_DESTROY = 6;
+constexpr int ADMIN_UP = 1;
+constexpr int ADMIN_DOWN = 2;
+constexpr unsigned int STATUS_SUCCESS = 1;
+
 /// What becomes of a request.
 enum class ItemNews {
   /// The stack has done it. The item is deleted after this.

@@ -14,12 +14,6 @@ using News = RouteRequest::News;
 
 namespace {
 
-constexpr int ROW_ACTIVE = 1;
-constexpr int ROW_DESTROY = 6;
-constexpr int ADMIN_UP = 1;
-constexpr int ADMIN_DOWN = 2;
-constexpr unsigned int STATUS_SUCCESS = 1;
-
 int TypeOf(const rows::RouteRow& row) { return row.target.ip6 ? 2 : 1; }
 CfgKey KeyOf(const rows::RouteRow& row) { return {row.target.vlan, Tarsel::ROW_TYPE_STATIC_ROUTE}; }
 

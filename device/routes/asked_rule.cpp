@@ -14,12 +14,6 @@ using Tarsel::DcRtmMgr;
 
 namespace {
 
-constexpr int ROW_ACTIVE = 1;
-constexpr int ROW_DESTROY = 6;
-constexpr int ADMIN_UP = 1;
-constexpr int ADMIN_DOWN = 2;
-constexpr unsigned int STATUS_SUCCESS = 1;
-
 unsigned short InstanceOf(const rows::RuleRow& row) {
   return DcRtmMgr::GetDclProtocolInstanceIdFromVlan(
       row.destination.vlan, row.destination.ip6 ? DcRtmMgr::PROTO_IPV6 : DcRtmMgr::PROTO_IPV4);

@@ -13,6 +13,10 @@
 
 namespace routes {
 
+inline rows::RouteRow RowOf(const intent::ResolvedRoute& route) {
+  return {route.target, route.ifIndex};
+}
+
 /// Keeps the wanted routes, the leaving ones, which have been asked for and are not wanted any
 /// more, and strays, which the stack has and nobody knows why. A route is in one of these only.
 class RouteBook {

@@ -22,8 +22,6 @@ constexpr const char* APPLIED = "a configuration is applied";
 // How many leaving routes a turn passes over that are not held.
 constexpr std::size_t PASSED_A_TURN = 100000;
 
-rows::RouteRow RowOf(const ResolvedRoute& route) { return {route.target, route.ifIndex}; }
-
 }  // namespace
 
 RouteHandover::RouteHandover(uv_loop_s* loop, const rows::StackPort& port, RouteBook& book,

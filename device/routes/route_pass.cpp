@@ -11,8 +11,6 @@ using Place = RouteBook::Place;
 
 namespace {
 
-rows::RouteRow RowOf(const ResolvedRoute& route) { return {route.target, route.ifIndex}; }
-
 // The first position from `at` on whose route is not of the other family. A VLAN has all its IPv4
 // routes before those of IPv6, so what has to be passed over is a stretch; its end is searched for
 // in steps that double.

@@ -1,30 +1,12 @@
 #include "connected.h"
 
-#include <cstring>
+#include "names.h"
 
 namespace views {
 
 namespace {
 
 using rows::Standing;
-
-Prefix PrefixOf(const documents::Ip4Network& network) {
-  Prefix prefix;
-  std::memcpy(prefix.address.bytes.data(), network.address.GetBytes(), 4);
-  for (int i = 0; i < 4; ++i) {
-    prefix.length = static_cast<unsigned char>(
-        prefix.length + __builtin_popcount(static_cast<unsigned int>(network.mask.GetBytes()[i])));
-  }
-  return Cut(prefix);
-}
-
-Prefix PrefixOf(const Tarsel::Ip6Prefix& network) {
-  Prefix prefix;
-  prefix.address.ip6 = true;
-  std::memcpy(prefix.address.bytes.data(), network.GetAddress().GetBytes(), 16);
-  prefix.length = static_cast<unsigned char>(network.GetLength());
-  return Cut(prefix);
-}
 
 std::string DescribeDifference(const std::string& what, const Standing& standing) {
   if (standing.status != 0) {

@@ -21,7 +21,6 @@ constexpr std::size_t MOST_ORIGINS = 2;
 constexpr std::size_t LABEL = 13;
 // Of what belongs to a candidate, under it.
 constexpr std::size_t DEEPER = 4;
-constexpr std::size_t WIDTH = 80;
 
 /// Appends lines, each with a label in front or under the one before.
 class Lines {

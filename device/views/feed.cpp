@@ -8,14 +8,12 @@ namespace views {
 
 namespace {
 
-using Kind = WatchQuery::Kind;
-
-template <Kind KIND>
+template <WatchQuery::Kind KIND>
 using EventOf = std::variant_alternative_t<static_cast<std::size_t>(KIND), What>;
-static_assert(std::is_same_v<EventOf<Kind::ROUTE>, RouteEvent> &&
-                  std::is_same_v<EventOf<Kind::REQUEST>, RequestEvent> &&
-                  std::is_same_v<EventOf<Kind::INTERFACE>, InterfaceEvent> &&
-                  std::is_same_v<EventOf<Kind::RELOAD>, ReloadEvent>,
+static_assert(std::is_same_v<EventOf<WatchQuery::Kind::ROUTE>, RouteEvent> &&
+                  std::is_same_v<EventOf<WatchQuery::Kind::REQUEST>, RequestEvent> &&
+                  std::is_same_v<EventOf<WatchQuery::Kind::INTERFACE>, InterfaceEvent> &&
+                  std::is_same_v<EventOf<WatchQuery::Kind::RELOAD>, ReloadEvent>,
               "the kinds have the order of their events");
 
 // Of a copy of the text. A short one may be kept within its object.

@@ -11,8 +11,6 @@ namespace views {
 
 namespace {
 
-constexpr std::size_t WIDTH = 80;
-
 // inet_ntop takes three times as long, and most addresses are these.
 void AppendIp4(const unsigned char* bytes, std::string& text) {
   for (int i = 0; i < 4; ++i) {

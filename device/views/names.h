@@ -12,6 +12,11 @@
 
 namespace views {
 
+/// Of a terminal, in columns: what people read goes no further where that can be.
+constexpr std::size_t WIDTH = 80;
+/// What is shown of an interface's name, which may have any length.
+constexpr std::size_t MOST_OF_AN_INTERFACE = 32;
+
 /// "connected", "static", "rip", "ospf", "bgp".
 const char* NameOf(Protocol protocol);
 /// "ipv6" or "ipv4", as machines read it.
@@ -31,7 +36,7 @@ Prefix PrefixOf(const Tarsel::Ip6Prefix& network);
 /// Without a gateway.
 documents::RouteTarget TargetOf(unsigned short vlan, const Prefix& prefix);
 
-/// Appends `words`, and breaks the line before one that would go beyond 80 columns. The lines
+/// Appends `words`, and breaks the line before one that would go beyond WIDTH. The lines
 /// begin with `indent` spaces, and each has its end.
 void AppendBent(std::string_view words, std::size_t indent, std::string& text);
 /// The same, and all lines but the first begin with `rest` spaces.

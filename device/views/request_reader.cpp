@@ -6,6 +6,7 @@
 #include "device/program/printable.h"
 #include "device/routes/route_judge.h"
 #include "device/routes/rule_rows.h"
+#include "names.h"
 #include "row_names.h"
 #include "vlans.h"
 
@@ -18,7 +19,6 @@ using program::Counted;
 using rows::Row;
 using rows::Standing;
 
-constexpr std::size_t MOST_OF_A_NAME = 32;
 constexpr const char* IS_TO_GO = "is to go, ";
 
 const char* HowItDiffers(Standing::Kind kind) {
@@ -337,10 +337,10 @@ void RequestReader::TellLacking(const Tell& tell) const {
     item.vlan = vlan;
     item.count = count;
     item.what = VlanText(vlan) + Counted(count, "configured route", "configured routes");
-    item.reason = interface.empty()
-                      ? "waiting for the VLAN, which is not there"
-                      : "waiting for the interface " +
-                            program::Printable(interface, MOST_OF_A_NAME) + ", which is not there";
+    item.reason = interface.empty() ? "waiting for the VLAN, which is not there"
+                                    : "waiting for the interface " +
+                                          program::Printable(interface, MOST_OF_AN_INTERFACE) +
+                                          ", which is not there";
     tell(item);
   }
 }

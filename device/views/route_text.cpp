@@ -7,8 +7,7 @@ namespace views {
 
 namespace {
 
-constexpr std::size_t WIDTH = 80;
-constexpr std::size_t INDENT = 4;
+constexpr std::size_t UNDER_A_ROUTE = 4;
 
 // Where the fields of a row begin.
 struct Columns {
@@ -79,18 +78,18 @@ void RouteText::Append(const RouteItem& item, std::string& text) {
       text.resize(line);
       AppendRest(item, {}, BENT, line, text);
       text += '\n';
-      text.append(INDENT, ' ').append(interface);
+      text.append(UNDER_A_ROUTE, ' ').append(interface);
     }
   }
   text += '\n';
   if (item.reason != Reason::NONE) {
-    AppendBent(DescribeReason(item, m_names), INDENT, text);
+    AppendBent(DescribeReason(item, m_names), UNDER_A_ROUTE, text);
   }
   if (item.note != Note::NONE) {
-    AppendBent(DescribeNote(item), INDENT, text);
+    AppendBent(DescribeNote(item), UNDER_A_ROUTE, text);
   }
   if (item.kernel) {
-    AppendBent("the kernel " + Describe(*item.kernel), INDENT, text);
+    AppendBent("the kernel " + Describe(*item.kernel), UNDER_A_ROUTE, text);
   }
 }
 

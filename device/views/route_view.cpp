@@ -21,8 +21,6 @@ constexpr unsigned int SLICES_A_PIECE = 4;
 // Room for another row.
 constexpr std::size_t ROW = 512;
 
-constexpr std::size_t MOST_OF_A_NAME = 32;
-
 // Of a query about an interface that none of its VLANs has. Routes may wait for one, so it is asked
 // when there are none.
 bool LacksInterface(const keepers::Interfaces& interfaces, const RouteQuery& query) {
@@ -35,9 +33,9 @@ bool LacksInterface(const keepers::Interfaces& interfaces, const RouteQuery& que
 }
 
 void AppendLack(const RouteQuery& query, Format format, std::string& text) {
-  const std::string reason = "Interface " + program::Printable(query.interface, MOST_OF_A_NAME) +
-                             " is not present" +
-                             (query.vlan ? " in VLAN " + std::to_string(*query.vlan) : "") + "\n";
+  const std::string reason =
+      "Interface " + program::Printable(query.interface, MOST_OF_AN_INTERFACE) + " is not present" +
+      (query.vlan ? " in VLAN " + std::to_string(*query.vlan) : "") + "\n";
   if (format == Format::JSON) {
     ShowRefusal("route", reason)->Next(text);
   } else {
