@@ -7,19 +7,6 @@ function(vantacore_compile_quickly target)
   target_precompile_headers(${target} REUSE_FROM test_headers)
 endfunction()
 
-# Most of a suite's compilation is templates, of googletest above all, which each of its files needs anew.
-# Joined, the files are compiled as one, in less than half the time. The preset dev compiles each by
-# itself, which shows that each includes what it needs.
-option(VANTACORE_JOIN_TESTS "Compile the files of each suite as one" OFF)
-
-# vantacore_join_sources(target file...): all but the named files.
-function(vantacore_join_sources target)
-  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
-  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
-  # The compiler takes the joined files for headers, whose unnamed namespaces it distrusts.
-  target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
-endfunction()
-
 # vantacore_add_test(NAME name SOURCES file... [APART file...] [LIBS target...] [LABELS label...]
 #                    [ISOLATED] [OPTIMISED] [TIMEOUT seconds] [RUNNER word...])
 #
@@ -46,7 +33,7 @@ function(vantacore_add_test)
   if(NOT TEST_OPTIMISED)
     vantacore_compile_quickly(${TEST_NAME})
   endif()
-  if(VANTACORE_JOIN_TESTS)
+  if(VANTACORE_JOIN_SOURCES)
     vantacore_join_sources(${TEST_NAME} ${TEST_APART})
   endif()
   target_link_libraries(${TEST_NAME} PRIVATE
