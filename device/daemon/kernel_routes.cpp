@@ -189,9 +189,9 @@ void KernelRoutes::Want(const kernel::RouteKey& key, bool isConnected,
   if (ifIndex == 0 || (isConnected && key.table == kernel::MAIN_TABLE)) {
     m_sink->Forgo(key);
   } else if (isConnected) {
-    m_sink->Want(key, {{}, ifIndex});
+    m_sink->Want(key, kernel::NextHop{{}, ifIndex});
   } else {
-    m_sink->Want(key, {AddressOf(nextHop), ifIndex});
+    m_sink->Want(key, kernel::NextHop{AddressOf(nextHop), ifIndex});
   }
 }
 

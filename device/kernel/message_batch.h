@@ -15,6 +15,8 @@ class MessageBatch {
   const std::vector<char>& Finish();
 
   bool IsEmpty() const { return m_bytes.empty(); }
+  /// Whether it is as long as one may be: a socket takes no more than some 200 KiB at once.
+  bool IsFull() const { return m_bytes.size() >= FULL_BYTES; }
   void Clear() { m_bytes.clear(); }
 
  protected:
@@ -25,6 +27,8 @@ class MessageBatch {
   void Append(const char* message, std::size_t size);
 
  private:
+  static constexpr std::size_t FULL_BYTES = 100000;
+
   std::vector<char> m_bytes;
   std::size_t m_last = 0;  // where the last message begins
 };

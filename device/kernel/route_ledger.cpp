@@ -11,8 +11,6 @@ std::size_t IndexOf(unsigned char slot) { return slot == 1 ? 0 : 1; }
 
 std::uint32_t PriorityOf(unsigned char slot) { return OUR_PRIORITIES[IndexOf(slot)]; }
 
-const NextHop* Known(const NextHop& nextHop) { return nextHop.ifIndex != 0 ? &nextHop : nullptr; }
-
 // 0 if it is none of ours.
 unsigned char SlotOf(std::uint32_t priority) {
   for (std::size_t i = 0; i < OUR_PRIORITIES.size(); ++i) {
@@ -39,16 +37,16 @@ void Comparison::NoteStray(const RouteKey& key) {
   }
 }
 
-void RouteLedger::Want(const RouteKey& key, const NextHop& nextHop) {
+void RouteLedger::Want(const RouteKey& key, const NextHops& nextHops) {
   Node& node = *ShardOf(key).try_emplace(key).first;
   Entry& entry = node.second;
   const bool wasWanted = IsWanted(entry);
-  if (wasWanted && entry.nextHop == nextHop) {
+  if (wasWanted && entry.nextHops == nextHops) {
     return;
   }
-  if (entry.nextHop != nextHop) {
-    SetRight(entry, 0);
-    entry.nextHop = nextHop;
+  if (entry.nextHops != nextHops) {
+    entry.nextHops = nextHops;
+    SetRight(entry, FindStanding(entry));
   }
   if (!wasWanted) {
     entry.wantedIn = m_generation;
@@ -106,6 +104,16 @@ bool RouteLedger::NeedsRequest(const Entry& entry) const {
   return SlotToDelete(entry) != 0 || (IsWanted(entry) && entry.right == 0);
 }
 
+// Next hops come and go one after the other, so what stands may be what is wanted again.
+RouteLedger::Slots RouteLedger::FindStanding(const Entry& entry) const {
+  for (const Slots slot : {Slots{1}, Slots{2}}) {
+    if ((entry.standing & slot) != 0 && entry.standingHops[IndexOf(slot)] == entry.nextHops) {
+      return slot;
+    }
+  }
+  return 0;
+}
+
 void RouteLedger::SetRight(Entry& entry, Slots right) {
   if (IsWanted(entry)) {
     m_standing += right != 0 ? 1 : 0;
@@ -152,7 +160,7 @@ void RouteLedger::Schedule(Node& node) {
 }
 
 void RouteLedger::FillBatch(Batch& batch, std::size_t most) {
-  for (; most > 0 && !m_queue.empty(); --most) {
+  for (; most > 0 && !m_queue.empty() && !batch.IsFull(); --most) {
     Node& node = *m_queue.front();
     m_queue.pop_front();
     if (NeedsRequest(node.second)) {
@@ -162,9 +170,9 @@ void RouteLedger::FillBatch(Batch& batch, std::size_t most) {
       Schedule(node);
     }
   }
-  for (; most > 0 && !m_strays.empty(); --most) {
+  for (; most > 0 && !m_strays.empty() && !batch.IsFull(); --most) {
     const Stray& stray = m_strays.front();
-    batch.Delete(stray.key, Known(stray.nextHop), stray.priority, ++m_sequence);
+    batch.Delete(stray.key, stray.nextHops, stray.priority, ++m_sequence);
     m_inFlight.push_back(
         {m_sequence, nullptr, !stray.key.isIp6 && stray.priority == 0, 0, true, {}});
     m_strays.pop_front();
@@ -177,13 +185,12 @@ void RouteLedger::HandOut(Batch& batch, Node& node) {
   const bool isDeletion = slot != 0;
   ++m_sequence;
   if (isDeletion) {
-    batch.Delete(node.first, Known(entry.standingHops[IndexOf(slot)]), PriorityOf(slot),
-                 m_sequence);
+    batch.Delete(node.first, entry.standingHops[IndexOf(slot)], PriorityOf(slot), m_sequence);
   } else {
     slot = (entry.standing & 1) == 0 ? 1 : 2;
-    batch.Add(node.first, entry.nextHop, PriorityOf(slot), m_sequence);
+    batch.Add(node.first, entry.nextHops, PriorityOf(slot), m_sequence);
   }
-  m_inFlight.push_back({m_sequence, &node, false, slot, isDeletion, entry.nextHop});
+  m_inFlight.push_back({m_sequence, &node, false, slot, isDeletion, entry.nextHops});
 }
 
 // Answers to requests of which nothing is known any more are passed over.
@@ -223,8 +230,8 @@ void RouteLedger::TakeSuccess(const Request& request) {
     }
   } else {
     entry.standing |= request.slot;
-    entry.standingHops[IndexOf(request.slot)] = request.nextHop;
-    if (entry.nextHop == request.nextHop) {
+    entry.standingHops[IndexOf(request.slot)] = request.nextHops;
+    if (entry.nextHops == request.nextHops) {
       SetRight(entry, request.slot);
     }
   }
@@ -246,7 +253,7 @@ void RouteLedger::TakeFailure(const Request& request, const Answer& answer) {
   const Slots slotToDelete = SlotToDelete(node.second);
   const bool isStillMeant = request.isDeletion
                                 ? slotToDelete == request.slot
-                                : slotToDelete == 0 && node.second.nextHop == request.nextHop;
+                                : slotToDelete == 0 && node.second.nextHops == request.nextHops;
   if (isStillMeant && NeedsRequest(node.second)) {
     Refuse(node, answer, request.isDeletion);
   }
@@ -324,7 +331,7 @@ void RouteLedger::TakeFound(const FoundRoute& found) {
   }
   const Slots slot = SlotOf(found.priority);
   if (slot == 0) {
-    m_strays.push_back({found.key, found.priority, found.nextHop.value_or(NextHop{})});
+    m_strays.push_back({found.key, found.priority, found.nextHops.value_or(NextHops())});
     m_found.NoteStray(found.key);
     return;
   }
@@ -335,11 +342,11 @@ void RouteLedger::TakeFound(const FoundRoute& found) {
     return;
   }
   entry.seen |= slot;
-  if (found.nextHop) {
-    entry.standingHops[IndexOf(slot)] = *found.nextHop;
+  if (found.nextHops) {
+    entry.standingHops[IndexOf(slot)] = *found.nextHops;
   }
   if (IsWanted(entry)) {
-    FindWanted(node, slot, found.nextHop == entry.nextHop);
+    FindWanted(node, slot, found.nextHops == entry.nextHops && !found.hasDeadNextHop);
   } else {
     FindUnwanted(node, slot, found);
   }
@@ -368,10 +375,10 @@ void RouteLedger::FindUnwanted(Node& node, Slots slot, const FoundRoute& found) 
     entry.isGoing = true;
     m_found.NoteStray(node.first);
   }
-  if (entry.right == slot && found.nextHop != entry.nextHop) {
+  if (entry.right == slot && found.nextHops != entry.nextHops) {
     entry.right = 0;
-  } else if (!wasKnown && entry.right == 0 && found.nextHop) {
-    entry.nextHop = *found.nextHop;
+  } else if (!wasKnown && entry.right == 0 && found.nextHops) {
+    entry.nextHops = *found.nextHops;
     entry.right = slot;
   }
 }

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "messages.h"
+#include "next_hops.h"
 #include "refusal.h"
 #include "route.h"
 
@@ -51,8 +52,8 @@ class RouteLedger {
 
   // What is wanted.
 
-  /// The route is wanted from now on, with this next hop. The same again costs no request.
-  void Want(const RouteKey& key, const NextHop& nextHop);
+  /// The route is wanted from now on, with these next hops. The same again costs no request.
+  void Want(const RouteKey& key, const NextHops& nextHops);
   /// It is not, and goes.
   void Forgo(const RouteKey& key);
   /// Nothing is wanted any more, but what stands stays for now: routes of an earlier life of the
@@ -136,13 +137,13 @@ class RouteLedger {
 
   /// What is known of a key.
   struct Entry {
-    NextHop nextHop;  // as wanted; of one that is not, as it stands if that is known
-    /// Where those lead that stand, by slot; without an interface if that is not known.
-    std::array<NextHop, 2> standingHops{};
+    NextHops nextHops;  // as wanted; of one that is not, as it stands if that is known
+    /// Where those lead that stand, by slot, as far as is known.
+    std::array<NextHops, 2> standingHops{};
     std::uint32_t wantedIn = 0;  // the generation in which it was wanted last, 0 for none
     std::uint16_t seenIn = 0;    // the comparison that `seen` and `isTouched` belong to
     Slots standing = 0;          // where one stands, as far as is known
-    Slots right = 0;             // where it stands with `nextHop`; of one bit at most
+    Slots right = 0;             // where it stands with `nextHops`; of one bit at most
     Slots seen = 0;
     bool isTouched : 1;   // since the comparison began
     bool isGoing : 1;     // it is not wanted, and is not to stay for now either
@@ -167,18 +168,19 @@ class RouteLedger {
     bool isForAny;  // of a stray: it may have hit another route
     Slots slot;
     bool isDeletion;
-    NextHop nextHop;
+    NextHops nextHops;
   };
   /// A route under our number with a priority that we never use.
   struct Stray {
     RouteKey key;
     std::uint32_t priority;
-    NextHop nextHop;  // without an interface if it is not known
+    NextHops nextHops;  // as far as is known
   };
 
   bool IsWanted(const Entry& entry) const { return entry.wantedIn == m_generation; }
   Slots SlotToDelete(const Entry& entry) const;
   bool NeedsRequest(const Entry& entry) const;
+  Slots FindStanding(const Entry& entry) const;
   void SetRight(Entry& entry, Slots right);
   void BelongToComparison(Entry& entry) const;
   void Touch(Entry& entry) const;

@@ -47,8 +47,8 @@ RouteSink::RouteSink(uv_loop_s* loop, RouteLedger::Clock now, const OpenChannel&
 
 RouteSink::~RouteSink() = default;
 
-void RouteSink::Want(const RouteKey& key, const NextHop& nextHop) {
-  m_ledger.Want(key, nextHop);
+void RouteSink::Want(const RouteKey& key, const NextHops& nextHops) {
+  m_ledger.Want(key, nextHops);
   m_work.Post([this] { Work(); });
 }
 

@@ -43,7 +43,7 @@ class RouteSink {
 
   // What is wanted: see RouteLedger. Nothing is sent before the loop's next turn.
 
-  void Want(const RouteKey& key, const NextHop& nextHop);
+  void Want(const RouteKey& key, const NextHops& nextHops);
   void Forgo(const RouteKey& key);
   void ForgoAllForNow();
   /// Ends that time: what nobody has wanted by now goes.

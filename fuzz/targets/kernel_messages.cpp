@@ -49,7 +49,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const kernel::Message& message : received.messages) {
     if (const auto* const route = std::get_if<kernel::FoundRoute>(&message)) {
       fuzz::Check(route->key.length <= (route->key.isIp6 ? 128 : 32), "a length of the family");
-      fuzz::Check(!route->nextHop || route->nextHop->ifIndex != 0, "a next hop has an interface");
+      if (route->nextHops) {
+        fuzz::Check(
+            route->nextHops->AreKnown() && route->nextHops->Count() <= kernel::NextHops::MOST,
+            "as many next hops as there may be");
+        for (const kernel::NextHop& hop : *route->nextHops) {
+          fuzz::Check(hop.ifIndex != 0 && hop.ifIndex != UINT32_MAX, "a next hop has an interface");
+        }
+      }
       ledger.TakeFound(*route);
     } else if (const auto* const rule = std::get_if<kernel::FoundRule>(&message)) {
       fuzz::Check(rule->rule.interface.size() < 16, "a name of an interface");

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 
 namespace test_kernel {
@@ -14,6 +15,7 @@ using kernel::Address;
 using kernel::Answer;
 using kernel::FoundRoute;
 using kernel::NextHop;
+using kernel::NextHops;
 using kernel::RouteKey;
 
 namespace {
@@ -38,9 +40,20 @@ RouteKey Key(const std::string& prefix, std::uint32_t table) {
 
 NextHop Hop(const std::string& gateway, std::uint32_t ifIndex) { return {Bytes(gateway), ifIndex}; }
 
+NextHops Hops(const std::string& gateways) {
+  std::vector<NextHop> hops;
+  std::istringstream in(gateways);
+  std::uint32_t ifIndex = 3;
+  for (std::string gateway; in >> gateway; ++ifIndex) {
+    hops.push_back(Hop(gateway, ifIndex));
+  }
+  return NextHops(hops);
+}
+
 int FakeKernel::Add(const FoundRoute& route) {
-  const bool isNew =
-      tables[route.key].try_emplace(route.priority, Route{route.protocol, *route.nextHop}).second;
+  const bool isNew = tables[route.key]
+                         .try_emplace(route.priority, Route{route.protocol, *route.nextHops, false})
+                         .second;
   return isNew ? 0 : EEXIST;
 }
 
@@ -50,7 +63,7 @@ int FakeKernel::Delete(const FoundRoute& route) {
   Routes& routes = tables[route.key];
   for (auto found = routes.begin(); found != routes.end(); ++found) {
     if ((isAny || found->first == route.priority) && found->second.protocol == route.protocol &&
-        (!route.nextHop || *route.nextHop == found->second.nextHop)) {
+        (!route.nextHops || *route.nextHops == found->second.nextHops)) {
       routes.erase(found);
       return 0;
     }
@@ -98,19 +111,19 @@ std::vector<FoundRoute> FakeKernel::OursOf(bool isIp6) const {
   for (const auto& [key, routes] : tables) {
     for (const auto& [priority, route] : routes) {
       if (key.isIp6 == isIp6 && route.protocol == kernel::OUR_PROTOCOL) {
-        found.push_back({key, route.protocol, priority, route.nextHop});
+        found.push_back({key, route.protocol, priority, route.nextHops, route.hasDeadNextHop});
       }
     }
   }
   return found;
 }
 
-std::map<RouteKey, NextHop, KeyOrder> FakeKernel::OurRoutes() const {
-  std::map<RouteKey, NextHop, KeyOrder> ours;
+std::map<RouteKey, NextHops, KeyOrder> FakeKernel::OurRoutes() const {
+  std::map<RouteKey, NextHops, KeyOrder> ours;
   for (const auto& [key, routes] : tables) {
     for (const auto& [priority, route] : routes) {
       if (route.protocol == kernel::OUR_PROTOCOL) {
-        ours.emplace(key, route.nextHop);  // the first one has the lowest priority
+        ours.emplace(key, route.nextHops);  // the first one has the lowest priority
       }
     }
   }

@@ -23,6 +23,9 @@ kernel::RouteKey Key(const std::string& prefix, std::uint32_t table = kernel::MA
 /// "10.1.2.1", or empty for none.
 kernel::NextHop Hop(const std::string& gateway, std::uint32_t ifIndex = 3);
 
+/// "10.1.2.1 10.1.3.1 10.1.4.1": over the interfaces 3, 4, 5 and so on.
+kernel::NextHops Hops(const std::string& gateways);
+
 /// For tests that need some keys.
 inline const kernel::RouteKey KEY = Key("10.9.0.0/16");
 inline const kernel::RouteKey OTHER = Key("10.10.0.0/16");
@@ -40,7 +43,8 @@ class FakeKernel {
  public:
   struct Route {
     unsigned char protocol = kernel::OUR_PROTOCOL;
-    kernel::NextHop nextHop;
+    kernel::NextHops nextHops;
+    bool hasDeadNextHop = false;  // a dump says so
   };
   using Routes = std::map<std::uint32_t, Route>;  // of one key, by priority
 
@@ -51,7 +55,7 @@ class FakeKernel {
   std::vector<kernel::FoundRoute> Dump(bool isIp6) const;
 
   /// Where our routes lead, one for each key: the one that a packet takes.
-  std::map<kernel::RouteKey, kernel::NextHop, KeyOrder> OurRoutes() const;
+  std::map<kernel::RouteKey, kernel::NextHops, KeyOrder> OurRoutes() const;
   /// How many routes of ours there are, counting both of a key.
   std::size_t CountOurs() const;
 

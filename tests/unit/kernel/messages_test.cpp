@@ -55,10 +55,10 @@ class Bytes {
   std::vector<std::uint32_t> m_words;
 };
 
-Bytes AddMessage(const kernel::RouteKey& key, const kernel::NextHop& nextHop,
+Bytes AddMessage(const kernel::RouteKey& key, const kernel::NextHops& nextHops,
                  std::uint32_t priority = 220) {
   Batch batch;
-  batch.Add(key, nextHop, priority, 7);
+  batch.Add(key, nextHops, priority, 7);
   return Bytes(batch.Finish());
 }
 
@@ -67,7 +67,7 @@ FoundRoute RouteIn(Bytes bytes) { return std::get<FoundRoute>(bytes.Messages().a
 TEST(KernelMessages, ARouteComesBackAsItWasAskedFor) {
   const struct {
     kernel::RouteKey key;
-    kernel::NextHop nextHop;
+    kernel::NextHops nextHops;
     std::uint32_t priority;
   } routes[] = {
       {Key("10.9.0.0/16"), Hop("10.1.2.1"), 220},
@@ -78,10 +78,10 @@ TEST(KernelMessages, ARouteComesBackAsItWasAskedFor) {
       {Key("2001:db8::1/128"), Hop(""), 220},
   };
   for (const auto& route : routes) {
-    const FoundRoute found = RouteIn(AddMessage(route.key, route.nextHop, route.priority));
+    const FoundRoute found = RouteIn(AddMessage(route.key, route.nextHops, route.priority));
     EXPECT_EQ(kernel::DescribeKey(route.key), kernel::DescribeKey(found.key));
     EXPECT_TRUE(route.key == found.key);
-    EXPECT_TRUE(found.nextHop == route.nextHop);
+    EXPECT_TRUE(found.nextHops == route.nextHops);
     EXPECT_EQ(kernel::OUR_PROTOCOL, found.protocol);
     EXPECT_EQ(route.priority, found.priority);
   }
@@ -98,7 +98,7 @@ TEST(KernelMessages, AnAdditionNeverReplaces) {
 
 TEST(KernelMessages, ADeletionNamesOurNumberAndThePriority) {
   Batch batch;
-  batch.Delete(Key("10.9.0.0/16", 40010), nullptr, 221, 9);
+  batch.Delete(Key("10.9.0.0/16", 40010), {}, 221, 9);
   Bytes bytes(batch.Finish());
   EXPECT_EQ(RTM_DELROUTE, bytes.Header().nlmsg_type);
   EXPECT_EQ(NLM_F_REQUEST | NLM_F_ACK, bytes.Header().nlmsg_flags);
@@ -112,12 +112,12 @@ TEST(KernelMessages, ADeletionNamesOurNumberAndThePriority) {
 TEST(KernelMessages, ADeletionNamesTheNextHopIfItIsKnown) {
   Batch batch;
   const kernel::NextHop nextHop = Hop("fe80::1", 7);
-  batch.Delete(Key("2001:db8:9::/48"), &nextHop, 220, 9);
+  batch.Delete(Key("2001:db8:9::/48"), nextHop, 220, 9);
   Bytes bytes(batch.Finish());
   bytes.Header().nlmsg_type = RTM_NEWROUTE;
-  EXPECT_FALSE(RouteIn(bytes).nextHop);  // of no type, as it may be of any
+  EXPECT_FALSE(RouteIn(bytes).nextHops);  // of no type, as it may be of any
   bytes.Route().rtm_type = RTN_UNICAST;
-  EXPECT_TRUE(RouteIn(bytes).nextHop == nextHop);
+  EXPECT_TRUE(RouteIn(bytes).nextHops == kernel::NextHops(nextHop));
 }
 
 TEST(KernelMessages, OnlyTheLastOfABatchAsksForAnAnswer) {
@@ -226,7 +226,7 @@ TEST(KernelMessages, ARouteThatIsNotAsOursAreHasNoNextHop) {
   const auto changed = [](auto change) {
     Bytes bytes = AddMessage(Key("10.9.0.0/16"), Hop("10.1.2.1"));
     change(bytes);
-    return RouteIn(bytes).nextHop.has_value();
+    return RouteIn(bytes).nextHops.has_value();
   };
   EXPECT_TRUE(changed([](Bytes&) {}));
   EXPECT_FALSE(changed([](Bytes& b) { b.Route().rtm_type = RTN_BLACKHOLE; }));

@@ -22,15 +22,27 @@ class RouteLedgerRandom : public testing::Test, protected test_kernel::LedgerDri
     return random.Percent(30) ? Key("2001:db8:" + number + "::/48")
                               : Key("10." + number + ".0.0/16", random.Percent(50) ? 254 : 40010);
   }
-  kernel::NextHop AnyHop() { return Hop("10.1.2." + std::to_string(1 + random.Below(3))); }
+  /// One next hop, or several, whose order differs while they are the same.
+  kernel::NextHops AnyHops() {
+    if (random.Percent(50)) {
+      return Hop("10.1.2." + std::to_string(1 + random.Below(3)));
+    }
+    std::vector<kernel::NextHop> hops;
+    for (unsigned int count = 2 + random.Below(2); count > 0; --count) {
+      hops.push_back(Hop("10.1.2." + std::to_string(1 + random.Below(3))));
+    }
+    const kernel::NextHops all(hops);
+    occurred(all.AreSeveral() ? "several next hops" : "one next hop");
+    return all;
+  }
   std::uint32_t AnyPriority() { return random.Percent(80) ? OUR_PRIORITIES[random.Below(2)] : 5; }
 
   void Wish() {
     const kernel::RouteKey key = AnyKey();
     if (random.Percent(60)) {
-      const kernel::NextHop nextHop = AnyHop();
-      ledger.Want(key, nextHop);
-      wanted[key] = nextHop;
+      const kernel::NextHops nextHops = AnyHops();
+      ledger.Want(key, nextHops);
+      wanted[key] = nextHops;
     } else {
       ledger.Forgo(key);
       wanted.erase(key);
@@ -46,13 +58,13 @@ class RouteLedgerRandom : public testing::Test, protected test_kernel::LedgerDri
         routes.clear();
         break;
       case 1:
-        routes[AnyPriority()] = {kernel::OUR_PROTOCOL, AnyHop()};
+        routes[AnyPriority()] = {kernel::OUR_PROTOCOL, AnyHops(), random.Percent(20)};
         occurred("a stray, or a changed route");
         break;
       case 2: {
         const std::uint32_t priority = AnyPriority();
         if (routes.count(priority) == 0) {
-          routes[priority] = {4, AnyHop()};
+          routes[priority] = {4, AnyHops(), false};
           occurred("a stranger");
         }
         break;
@@ -142,7 +154,7 @@ class RouteLedgerRandom : public testing::Test, protected test_kernel::LedgerDri
 
   test_models::Random random;
   test_models::Occurrences occurred;
-  std::map<kernel::RouteKey, kernel::NextHop, test_kernel::KeyOrder> wanted;
+  std::map<kernel::RouteKey, kernel::NextHops, test_kernel::KeyOrder> wanted;
   bool isCompared = true;
 };
 
@@ -183,8 +195,9 @@ TEST_F(RouteLedgerRandom, AtTheEndTheKernelHasWhatIsWantedAndStrangersHaveTheirs
     EXPECT_EQ(std::nullopt, ledger.FindNextTry());
     ASSERT_FALSE(HasFailure());
   }
-  for (const char* const what : {"deleted behind our back", "a stray, or a changed route",
-                                 "a stranger", "lost answers", "comparison", "all forgone"}) {
+  for (const char* const what :
+       {"deleted behind our back", "a stray, or a changed route", "a stranger", "several next hops",
+        "lost answers", "comparison", "all forgone"}) {
     occurred.ExpectAtLeast(500, what);
   }
 }

@@ -26,10 +26,10 @@ class RouteLedger : public testing::Test, protected test_kernel::LedgerDriver {
  protected:
   RouteLedger() { Begin(); }
 
-  kernel::NextHop Installed(const kernel::RouteKey& key) const {
+  kernel::NextHops Installed(const kernel::RouteKey& key) const {
     const auto routes = kernel.OurRoutes();
     const auto found = routes.find(key);
-    return found == routes.end() ? kernel::NextHop{} : found->second;
+    return found == routes.end() ? kernel::NextHops() : found->second;
   }
   bool IsInstalled(const kernel::RouteKey& key) const { return kernel.OurRoutes().count(key) != 0; }
   /// A route as another program makes it.
@@ -377,7 +377,7 @@ TEST_F(RouteLedger, WhatTheKernelLostIsPutBack) {
 TEST_F(RouteLedger, WhatLeadsElsewhereIsPutRight) {
   ledger.Want(KEY, Hop("10.1.2.1"));
   SendAll();
-  kernel.tables[KEY][OUR_PRIORITIES[0]].nextHop = Hop("10.1.2.66");
+  kernel.tables[KEY][OUR_PRIORITIES[0]].nextHops = Hop("10.1.2.66");
   EXPECT_EQ(1u, Compare().missing);
   EXPECT_EQ(2u, SendAll());
   EXPECT_EQ(Hop("10.1.2.1"), Installed(KEY));
