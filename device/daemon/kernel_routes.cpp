@@ -196,6 +196,7 @@ void KernelRoutes::Want(const kernel::RouteKey& key, bool isConnected,
 }
 
 void KernelRoutes::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
+                                     const std::vector<routing_stack::NextHopBeside>&,
                                      routing_stack::RowType) {
   const kernel::RouteKey key = KeyOf(route.instance, route.destination, route.prefix_length);
   if (change == ForwardingChange::kGone) {

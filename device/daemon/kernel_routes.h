@@ -80,6 +80,7 @@ class KernelRoutes final : private routing_stack::Listener {
  private:
   bool WantsForwarding() const override { return true; }
   void ForwardingChanged(routing_stack::ForwardingChange change, const amb_cipr_rtm_route& route,
+                         const std::vector<routing_stack::NextHopBeside>& beside,
                          routing_stack::RowType cause) override;
   void Restarted() override;
 

@@ -10,6 +10,7 @@
 namespace vantacored {
 
 using routing_stack::InstanceEntry;
+using routing_stack::NextHopBeside;
 using routing_stack::RedistributionRow;
 using routing_stack::RowName;
 using routing_stack::RowType;
@@ -229,9 +230,10 @@ void SoftwareStackPort::Restarted() {
 }
 
 void SoftwareStackPort::ForwardingChanged(routing_stack::ForwardingChange change,
-                                          const amb_cipr_rtm_route& route, RowType cause) {
+                                          const amb_cipr_rtm_route& route,
+                                          const std::vector<NextHopBeside>& beside, RowType cause) {
   for (routing_stack::Listener* const tap : m_forwardingTaps) {
-    tap->ForwardingChanged(change, route, cause);
+    tap->ForwardingChanged(change, route, beside, cause);
   }
 }
 

@@ -64,6 +64,7 @@ class SoftwareStackPort final : public rows::StackPort, private routing_stack::L
   void Restarted() override;
   bool WantsForwarding() const override { return !m_forwardingTaps.empty(); }
   void ForwardingChanged(routing_stack::ForwardingChange change, const amb_cipr_rtm_route& route,
+                         const std::vector<routing_stack::NextHopBeside>& beside,
                          routing_stack::RowType cause) override;
 
   routing_stack::RoutingStack& m_stack;

@@ -210,7 +210,7 @@ bool WatchTap::WantsForwarding() const { return m_areRoutesWatched; }
 
 // A protocol's candidate comes and goes without a request.
 void WatchTap::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
-                                 RowType cause) {
+                                 const std::vector<routing_stack::NextHopBeside>&, RowType cause) {
   RouteEvent event{HowOf(change), ToTarget(route)};
   if (change == ForwardingChange::kGone) {
     event.target.gateway = {};

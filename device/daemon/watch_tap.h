@@ -51,6 +51,7 @@ class WatchTap final : private routing_stack::Listener {
   void Restarted() override;
   bool WantsForwarding() const override;
   void ForwardingChanged(routing_stack::ForwardingChange change, const amb_cipr_rtm_route& route,
+                         const std::vector<routing_stack::NextHopBeside>& beside,
                          routing_stack::RowType cause) override;
   static views::Cause CauseOf(keepers::InterfaceChange::By by);
   views::Cause CauseOf(routing_stack::RowType type, unsigned short vlan, bool isHastened) const;

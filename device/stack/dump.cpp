@@ -62,7 +62,7 @@ void DumpRibs(const Tables& tables, std::ostream& out) {
     const Rib& rib = instance.rib;
     for (const RibEntry* e = rib.After(nullptr); e != nullptr; e = rib.After(*e)) {
       DumpRoute(id, instance, *e, out << "rib ");
-      out << (e->installed ? " fib\n" : "\n");
+      out << (e->installed || e->beside ? " fib\n" : "\n");
     }
   }
   for (const auto& [id, instance] : tables.Instances()) {

@@ -346,6 +346,14 @@ std::optional<std::uint64_t> Engine::UnfinishedSince(const Oid& row) const {
   return waiting ? std::min(*waiting, lost->second.since) : lost->second.since;
 }
 
+void Engine::SetMostNextHops(std::uint32_t vlan, std::size_t most) {
+  m_tables.SetMostNextHops(vlan, most);
+  if (m_started && m_tables.HasWork()) {
+    AskForRun();
+    Drain();
+  }
+}
+
 // A new listener begins with the tables as they are, without what is still leaving them.
 void Engine::SetListener(Listener* listener) {
   m_listener = listener;

@@ -11,8 +11,8 @@
 //
 // Life: a new engine is stopped; it queues requests but does not work on them. Start() queues the
 // announcement of readiness before everything else. From then on the engine runs, unless it is
-// held. Restart() is a crash and a new start in one: only scripts, limits, the synchronous mode,
-// counters and the listener stay.
+// held. Restart() is a crash and a new start in one: only scripts, limits, the numbers of next hops,
+// the synchronous mode, counters and the listener stay.
 //
 // A walk lives until its last answer. In the queue there is only its turn, and none of one that the
 // host holds.
@@ -64,6 +64,7 @@ class Engine {
   void GoOnWithWalk(unsigned int number);
   void EndWalk(unsigned int number);
   bool EndLostRequests();
+  void SetMostNextHops(std::uint32_t vlan, std::size_t most);
   void SetListener(Listener* listener);
 
   bool IsIdle() const;

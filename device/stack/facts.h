@@ -22,6 +22,12 @@
 // vid, with bit 0x8000 set for IPv6. Addresses are in network order, an IPv4 one in the first four
 // bytes. An age is in whole seconds by the stack's clock: for a candidate since it was first put
 // into the table, for a route since it was installed.
+//
+// Of a prefix at most one candidate is installed, and its route is that one's. In a VLAN for which
+// the host has said so (Upkeep::SetMostNextHops) others that are its equals stand beside it: usable
+// ones with the same distance, metric and protocol, in the order in which they would follow it. No
+// two of them have the same next hop and interface, and each has a next hop: what is directly
+// attached is behind one interface only. The route leads to all of them.
 #ifndef DEVICE_STACK_FACTS_H
 #define DEVICE_STACK_FACTS_H
 
@@ -108,6 +114,13 @@ struct RouteCandidate {
   bool isUp = true;                    // by its admin status
   bool isReached = false;              // its next hop resolves over an interface that is up
   bool isInstalled = false;            // it is in the forwarding table
+  bool isBeside = false;               // it stands beside the installed one
+};
+
+/// Where the route of a prefix leads, too: one that stands beside the installed one.
+struct NextHopBeside {
+  unsigned char nextHop[16] = {};
+  std::uint32_t ifIndex = 0;  // over which it is reached
 };
 
 /// A prefix of an instance, in its family. Bits after the length do not count, and a length that
@@ -120,7 +133,7 @@ struct RoutePrefix {
 /// Numbers of candidates, by RouteProtocol.
 struct RouteCounts {
   std::array<std::size_t, kRouteProtocols> candidates{};  // usable or not
-  std::array<std::size_t, kRouteProtocols> installed{};   // of these, in the forwarding table
+  std::array<std::size_t, kRouteProtocols> installed{};   // of these; one for each route
 };
 
 /// A redistribution rule. Protocols are the stack's codes: the route-protocol code shifted left by
@@ -142,7 +155,8 @@ struct RunningWalk {
 /// What becomes of a prefix in the forwarding table.
 enum class ForwardingChange {
   kCame,      // it has a route, and had none
-  kReplaced,  // its route is another one, or the same with other values, or told once more
+  kReplaced,  // its route is another one, or the same with other values or with others beside it, or
+              // told once more
   kGone       // it has no route any more
 };
 
@@ -173,12 +187,13 @@ class SMS_API Listener {
   /// The forwarding table changes. `route` is the row as Facts::Routes() shows it; of one that has
   /// gone only its instance, destination and prefix length count. Applied in their order to the
   /// Routes() of the moment at which the listener was set, the changes give the Routes() of a stack
-  /// that is idle, except for the ages. `cause` is the kind of row whose request brought the
+  /// that is idle, except for the ages. `beside` is what stands beside the installed candidate now,
+  /// as Facts::NextHopsBeside tells. `cause` is the kind of row whose request brought the
   /// change, at once or as a consequence that was worked off later: kRoute, kInterface, kAddress,
-  /// or kRtm for an instance and its distances. It is kProtocol if a protocol's candidate came,
-  /// changed or went, for which there is no request.
+  /// or kRtm for an instance, its distances and the number of its next hops. It is kProtocol if a
+  /// protocol's candidate came, changed or went, for which there is no request.
   virtual void ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
-                                 RowType cause);
+                                 const std::vector<NextHopBeside>& beside, RowType cause);
 };
 
 class SMS_API Facts {
@@ -196,7 +211,7 @@ class SMS_API Facts {
   /// By interface, family and address.
   std::vector<amb_stubs_i3_ea> Addresses() const;
   /// All candidates, whether they are usable or not, by instance, prefix, protocol and next hop.
-  /// Those in the forwarding table have fib_flag 1.
+  /// Those that are installed, and those beside them, have fib_flag 1.
   std::vector<amb_cipr_rtm_rib> Rib() const;
   /// The forwarding table, by instance and prefix: at most one route for each prefix.
   std::vector<amb_cipr_rtm_route> Routes() const;
@@ -245,6 +260,10 @@ class SMS_API Facts {
   /// The installed one; nothing while there is none, or another one is about to take its place. The
   /// cost is that of a search, however many candidates the prefix has.
   std::optional<RouteCandidate> InstalledOf(std::uint32_t instance,
+                                            const RoutePrefix& prefix) const;
+  /// What stands beside the installed one, in the order in which they would follow it. None unless
+  /// the VLAN may have several next hops; asking costs a search then, and nothing otherwise.
+  std::vector<NextHopBeside> NextHopsBeside(std::uint32_t instance,
                                             const RoutePrefix& prefix) const;
   /// The longest prefix that holds the address (in network order, of the instance's family) and has
   /// a candidate, or, with `isInstalled`, a route in the forwarding table. The cost is that of at

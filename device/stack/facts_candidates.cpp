@@ -24,6 +24,7 @@ RouteCandidate ToCandidate(std::uint32_t id, const RibEntry& entry, std::uint64_
   candidate.isUp = entry.adminUp;
   candidate.isReached = entry.via == nullptr || entry.via->usable;
   candidate.isInstalled = entry.installed;
+  candidate.isBeside = entry.beside;
   return candidate;
 }
 
@@ -99,6 +100,14 @@ std::optional<RouteCandidate> Facts::InstalledOf(std::uint32_t instance,
           : found->rib.Installed(ToPrefix(prefix.destination, prefix.length, found->family));
   return entry == nullptr ? std::nullopt
                           : std::optional(ToCandidate(instance, *entry, m_engine.Now()));
+}
+
+std::vector<NextHopBeside> Facts::NextHopsBeside(std::uint32_t instance,
+                                                 const RoutePrefix& prefix) const {
+  const Instance* const found = m_engine.GetTables().FindInstance(instance);
+  return found == nullptr
+             ? std::vector<NextHopBeside>()
+             : found->rib.BesideOf(ToPrefix(prefix.destination, prefix.length, found->family));
 }
 
 std::optional<RoutePrefix> Facts::LongestMatch(std::uint32_t instance,

@@ -7,6 +7,7 @@ namespace routing_stack {
 void Listener::Answered(const RowName&, int, unsigned int) {}
 void Listener::Restarted() {}
 bool Listener::WantsForwarding() const { return false; }
-void Listener::ForwardingChanged(ForwardingChange, const amb_cipr_rtm_route&, RowType) {}
+void Listener::ForwardingChanged(ForwardingChange, const amb_cipr_rtm_route&,
+                                 const std::vector<NextHopBeside>&, RowType) {}
 
 }  // namespace routing_stack

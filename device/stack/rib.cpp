@@ -73,6 +73,7 @@ RibEntry::RibEntry(const CandidateKey& key, NextHop* nextHop, std::uint64_t now)
       internal(false),
       ranked(false),
       installed(false),
+      beside(false),
       created(now) {}
 
 bool Rib::ByKey::operator()(const RibEntry& a, const RibEntry& b) const {
@@ -174,8 +175,8 @@ bool Rib::Remove(const CandidateKey& key) {
   RibEntry* const before = Best(key.prefix);
   Rank(entry, false, entry.GetValues());
   RibEntry* const after = Best(key.prefix);
-  if (after != before) {
-    Install(before, after, m_clock());
+  if (after != before || KnowsSeveral()) {
+    Install(key.prefix, before, after, false, after != before ? m_clock() : 0);
   }
   m_counts.Went(ToRouteProtocol(key.proto));
   Free(place);
@@ -206,12 +207,11 @@ void Rib::Place(RibEntry& entry, const CandidateValues& values, std::uint64_t no
   const std::uint32_t metricBefore = entry.metric;
   Rank(entry, IsEligible(entry, values), values);
   if (before == &entry) {
-    Install(before, Best(prefix), now);
-    if (entry.installed && entry.metric != metricBefore && IsHeard()) {
-      Tell(ForwardingChange::kReplaced, entry);
-    }
+    Install(prefix, before, Best(prefix), entry.metric != metricBefore, now);
   } else if (entry.ranked && (before == nullptr || ByPreference()(&entry, before))) {
-    Install(before, &entry, now);
+    Install(prefix, before, &entry, false, now);
+  } else if (KnowsSeveral()) {
+    Install(prefix, before, before, false, now);
   }
 }
 
@@ -236,15 +236,17 @@ void Rib::Rank(RibEntry& entry, bool eligible, const CandidateValues& values) {
   }
 }
 
-void Rib::Install(RibEntry* before, RibEntry* after, std::uint64_t now) {
-  if (after == before) {
+void Rib::Install(const Prefix& prefix, RibEntry* before, RibEntry* after, bool hasChanged,
+                  std::uint64_t now) {
+  const bool hasOthersBeside = KnowsSeveral() && ChooseBeside(prefix);
+  if (after == before && !hasChanged && !hasOthersBeside) {
     return;
   }
-  if (before != nullptr) {
+  if (after != before && before != nullptr) {
     before->installed = false;
     m_counts.Uninstalled(ToRouteProtocol(before->proto));
   }
-  if (after != nullptr) {
+  if (after != before && after != nullptr) {
     after->installed = true;
     after->installedAt = now;
     m_counts.Installed(ToRouteProtocol(after->proto));
@@ -261,7 +263,11 @@ void Rib::Install(RibEntry* before, RibEntry* after, std::uint64_t now) {
 
 // Takes all candidates of the prefix at once. One by one, a candidate that is also about to lose
 // its next hop would be installed in between.
-const RibEntry* Rib::Refresh(const Prefix& prefix) {
+//
+// A next hop that has got another interface leaves its candidates where they are; who follows the
+// forwarding table is told them once more. What leads over next hops that have not changed is what
+// it was: another candidate of its prefix has got or lost its next hop.
+void Rib::Refresh(const Prefix& prefix, bool tellsMoves) {
   RibEntry* const before = Best(prefix);
   for (auto place = m_entries.lower_bound(BeginOf(prefix));
        place != m_entries.end() && place->GetPrefix() == prefix; ++place) {
@@ -272,29 +278,17 @@ const RibEntry* Rib::Refresh(const Prefix& prefix) {
     }
   }
   RibEntry* const after = Best(prefix);
-  if (after == before) {
-    return after;
-  }
-  Install(before, after, m_clock());
-  return nullptr;
+  const bool mayHaveMoved = tellsMoves && after != nullptr && after == before && HasMoved(*after);
+  Install(prefix, before, after, mayHaveMoved, after != before ? m_clock() : 0);
 }
 
-// A next hop that has got another interface leaves its candidates where they are; who follows the
-// forwarding table is told them once more. What is installed over a next hop that has not changed is
-// what it was: another candidate of its prefix has got or lost its next hop.
 void Rib::Work() {
   if (m_ranking) {
     RefreshNext();
     return;
   }
-  Link* const candidate = m_hops.Work(IsHeard());
-  if (candidate == nullptr) {
-    return;
-  }
-  const RibEntry* const same = Refresh(static_cast<RibEntry*>(candidate)->GetPrefix());
-  const bool mayHaveMoved = same != nullptr && same->via != nullptr && !same->via->IsAlone();
-  if (mayHaveMoved && IsHeard()) {
-    Tell(ForwardingChange::kReplaced, *same);
+  if (Link* const candidate = m_hops.Work(IsHeard() || KnowsSeveral())) {
+    Refresh(static_cast<RibEntry*>(candidate)->GetPrefix(), true);
   }
 }
 
@@ -307,11 +301,14 @@ void Rib::RefreshNext() {
   }
   m_refreshedUpTo = next->GetPrefix();
   m_rankingBegun = true;
-  Refresh(m_refreshedUpTo);
+  Refresh(m_refreshedUpTo, false);
 }
 
 bool Rib::Shrink() {
   constexpr int kEntriesPerStep = 8;
+  for (int i = 0; i < kEntriesPerStep && !m_beside.empty(); ++i) {
+    m_beside.erase(m_beside.begin());
+  }
   for (int i = 0; i < kEntriesPerStep && !m_ranked.empty(); ++i) {
     const RibEntry& entry = **m_ranked.begin();
     m_ranked.erase(m_ranked.begin());
@@ -319,7 +316,8 @@ bool Rib::Shrink() {
       Tell(ForwardingChange::kGone, entry);
     }
   }
-  for (int i = 0; i < kEntriesPerStep && m_ranked.empty() && !m_entries.empty(); ++i) {
+  const bool isForgotten = m_ranked.empty() && m_beside.empty();
+  for (int i = 0; i < kEntriesPerStep && isForgotten && !m_entries.empty(); ++i) {
     Free(m_entries.begin());
   }
   return !m_entries.empty();
@@ -332,7 +330,8 @@ void Rib::Mute() {
 
 void Rib::Tell(ForwardingChange change, const RibEntry& entry) const {
   const amb_cipr_rtm_route row = ToRouteRow(m_forwarding.instance, entry, m_clock());
-  (*m_forwarding.listener)->ForwardingChanged(change, row, *m_forwarding.cause);
+  (*m_forwarding.listener)
+      ->ForwardingChanged(change, row, BesideOf(entry.GetPrefix()), *m_forwarding.cause);
 }
 
 const RibEntry* Rib::Find(const CandidateKey& key) const {

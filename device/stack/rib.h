@@ -4,7 +4,9 @@
 // are eligible (requested up, next hop usable) are kept a second time in the order of preference
 // within their prefix: lowest administrative distance, then lowest metric, then, as a fixed
 // tie-break, the order of the keys (lowest protocol code, lowest next hop, lowest interface index).
-// The first candidate of a prefix is the one in the forwarding table. Both orders are search trees,
+// The first candidate of a prefix is the one in the forwarding table. Where routes may have several
+// next hops, others stand beside it (facts.h); which ones is kept for the prefixes that have any
+// (rib_beside.cpp). Both orders are search trees,
 // so the cost of a change is the logarithm of the table's size, however many candidates a prefix
 // has.
 //
@@ -16,7 +18,9 @@
 #ifndef DEVICE_STACK_RIB_H
 #define DEVICE_STACK_RIB_H
 
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <vector>
@@ -82,6 +86,7 @@ struct RibEntry : Link {  // linked to its next hop
   bool internal : 1;
   bool ranked : 1;
   bool installed : 1;
+  bool beside : 1;  // it stands beside the installed one
   std::uint32_t metric = 0;
   std::uint32_t distance = 0;
   const std::uint64_t created;    // by the clock
@@ -103,6 +108,8 @@ class Rib {
       : m_clock(clock), m_forwarding(forwarding), m_counts(all), m_hops(family) {}
 
   void SetDistances(const Distances& distances);
+  /// How many next hops a route has at most; 1 at the beginning.
+  void SetMostNextHops(std::size_t most);
   void SetInterface(std::uint32_t ifIndex, bool up) { m_hops.SetInterface(ifIndex, up); }
   void AddConnected(const Prefix& prefix, std::uint32_t ifIndex);
   void RemoveConnected(const Prefix& prefix, std::uint32_t ifIndex);
@@ -167,6 +174,8 @@ class Rib {
   /// The candidate of a prefix that is in the forwarding table, if it is the preferred one. The cost
   /// is that of a search.
   const RibEntry* Installed(const Prefix& prefix) const;
+  /// What stands beside it.
+  std::vector<NextHopBeside> BesideOf(const Prefix& prefix) const;
   /// The candidates of a prefix in the order of preference; those that are not eligible come last.
   std::vector<const RibEntry*> Preferred(const Prefix& prefix) const;
   /// The longest prefix that holds the address and has a candidate; with `isInstalled`, one that is
@@ -201,12 +210,24 @@ class Rib {
   static bool IsEligible(const RibEntry& entry, const CandidateValues& values);
   /// Puts an entry at its place in the order of preference; takes it out if it is not eligible.
   void Rank(RibEntry& entry, bool eligible, const CandidateValues& values);
-  /// Called after a change of the order; the arguments are the best candidates before and after it.
-  void Install(RibEntry* before, RibEntry* after, std::uint64_t now);
+  /// Called after a change of the order in a prefix; the arguments are its best candidates before
+  /// and after it. With `hasChanged` the best one is told though it is the same.
+  void Install(const Prefix& prefix, RibEntry* before, RibEntry* after, bool hasChanged,
+               std::uint64_t now);
+  /// Whether routes may have several next hops, or some still have.
+  bool KnowsSeveral() const { return m_mostNextHops > 1 || !m_beside.empty(); }
+  /// Chooses anew what stands beside the best candidate of a prefix. Returns whether that has
+  /// changed.
+  bool ChooseBeside(const Prefix& prefix);
+  /// Those that are to stand beside the best one.
+  std::vector<RibEntry*> FindBeside(const Prefix& prefix) const;
+  /// Whether the next hop of a prefix's best candidate, or of one beside it, is among those that
+  /// have changed.
+  bool HasMoved(const RibEntry& best) const;
   void Place(RibEntry& entry, const CandidateValues& values, std::uint64_t now);
-  /// Chooses again for one prefix, after changes of next hops or distances. Returns the chosen
-  /// candidate if it is the one that was chosen before, else null.
-  const RibEntry* Refresh(const Prefix& prefix);
+  /// Chooses again for one prefix, after changes of next hops or distances. With `tellsMoves` the
+  /// chosen one is told, too, if it was chosen before and may be reached over another interface.
+  void Refresh(const Prefix& prefix, bool tellsMoves);
   void RefreshNext();
   bool IsHeard() const { return *m_forwarding.listener != nullptr; }
   void Tell(ForwardingChange change, const RibEntry& entry) const;
@@ -218,7 +239,9 @@ class Rib {
   Distances m_distances;
   Entries m_entries;
   std::set<RibEntry*, ByPreference> m_ranked;
-  bool m_ranking = false;  // the distances have changed
+  std::size_t m_mostNextHops = 1;
+  std::map<Prefix, std::vector<RibEntry*>> m_beside;  // by prefix, where there are any
+  bool m_ranking = false;  // the distances, or the number of next hops, have changed
   bool m_rankingBegun = false;
   Prefix m_refreshedUpTo;
 };

@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "upkeep.h"
+
 namespace routing_stack {
 
 namespace {
+
+constexpr std::uint32_t kIp6InstanceBit = 0x8000;
 
 /// The prefix that an address row connects; false if the row is not valid in the instance.
 bool ConnectedPrefix(const AddressKey& key, const AddressRow& row, Family family, Prefix* prefix) {
@@ -59,8 +63,13 @@ unsigned int Tables::RoomFor(RowType type, std::size_t rows) const {
 // ---- instances
 
 void Tables::AddInstance(std::uint32_t instance, Family family, std::uint32_t routerId) {
-  m_instances.try_emplace(instance, ++m_lastSerial, family, routerId, m_clock,
-                          Forwarding{instance, m_forwarding, &m_cause}, m_routeCounts);
+  const auto added =
+      m_instances.try_emplace(instance, ++m_lastSerial, family, routerId, m_clock,
+                              Forwarding{instance, m_forwarding, &m_cause}, m_routeCounts);
+  const auto most = m_mostNextHops.find(instance);
+  if (added.second && most != m_mostNextHops.end()) {
+    added.first->second.rib.SetMostNextHops(most->second);
+  }
   m_interfaceScans.push_back({instance, false, {}});
 }
 
@@ -68,6 +77,26 @@ void Tables::SetDistances(std::uint32_t instance, const Distances& distances) {
   Instance& found = *Find(instance);
   found.rib.SetDistances(distances);
   RibChanged(instance, found);
+}
+
+void Tables::SetMostNextHops(std::uint32_t vlan, std::size_t most) {
+  most = std::clamp<std::size_t>(most, 1, kMostNextHops);
+  for (const std::uint32_t instance : {vlan, vlan | kIp6InstanceBit}) {
+    const auto before = m_mostNextHops.find(instance);
+    if (most == (before == m_mostNextHops.end() ? 1 : before->second)) {
+      continue;
+    }
+    if (most == 1) {
+      m_mostNextHops.erase(before);
+    } else {
+      m_mostNextHops[instance] = most;
+    }
+    if (Instance* const found = Find(instance)) {
+      m_cause = HasWork() ? m_cause : RowType::kRtm;
+      found->rib.SetMostNextHops(most);
+      RibChanged(instance, *found);
+    }
+  }
 }
 
 bool Tables::RemoveInstance(std::uint32_t instance) {

@@ -163,6 +163,8 @@ class Tables {
   void AddInstance(std::uint32_t instance, Family family, std::uint32_t routerId);
   /// The instance must exist.
   void SetDistances(std::uint32_t instance, const Distances& distances);
+  /// For the VLAN's instances, those to come as well; see Upkeep.
+  void SetMostNextHops(std::uint32_t vlan, std::size_t most);
   /// Removes an instance with everything that goes with it.
   bool RemoveInstance(std::uint32_t instance);
   void StoreInterface(const InterfaceKey& key, InterfaceRow row);
@@ -178,7 +180,7 @@ class Tables {
   bool RemoveRedistribution(const RedistributionKey& key);
   void StoreProtocolRow(const ProtocolKey& key, ProtocolRow row);
   bool RemoveProtocolRow(const ProtocolKey& key);
-  /// Forgets all rows and all work; limits stay. Nobody hears of what leaves the forwarding table.
+  /// Forgets all rows and all work; limits and numbers of next hops stay. Nobody hears of what leaves the forwarding table.
   void Clear();
   /// Nobody hears any more of the routes of instances that have been removed before.
   void MuteRemoved();
@@ -221,6 +223,7 @@ class Tables {
   ProtocolRowTable m_protocolRows;
   std::size_t m_staticRoutes = 0;
   std::array<Limit, kRowTypes> m_limits;
+  std::map<std::uint32_t, std::size_t> m_mostNextHops;  // by instance, where it is not 1
 
   std::uint32_t m_lastSerial = 0;
   std::deque<InterfaceScan> m_interfaceScans;

@@ -1,6 +1,6 @@
 // The few things that a host may do to the software routing stack, beside its requests.
 //
-// For hosts, the daemon included. None of them changes a table. What the stack has is in facts.h;
+// For hosts, the daemon included. None of them changes a row. What the stack has is in facts.h;
 // faults, limits and holds of the stack itself are in stack_control.h.
 //
 // Owner and lifetime: the upkeep belongs to its RoutingStack (GetUpkeep()) and lives as long as it.
@@ -9,11 +9,17 @@
 #ifndef DEVICE_STACK_UPKEEP_H
 #define DEVICE_STACK_UPKEEP_H
 
+#include <cstddef>
+#include <cstdint>
+
 #include "stack/sms.h"
 
 namespace routing_stack {
 
 class Engine;
+
+/// More next hops than so many no route has.
+constexpr std::size_t kMostNextHops = 64;
 
 class SMS_API Upkeep {
  public:
@@ -41,6 +47,13 @@ class SMS_API Upkeep {
   /// row is reported once, in the order of the identifiers, from inside this call. Returns whether
   /// there was any. Requests that the library makes in turn are queued as usual.
   bool EndLostRequests();
+
+  /// From now on a route of the VLAN, in both families, leads to at most `most` next hops: those of
+  /// equal candidates (facts.h). 0 counts as 1, which is what a VLAN has from the beginning, and
+  /// more than kMostNextHops as that many. It holds for instances that are there and for those to
+  /// come, over restarts of the stack as well. What stands is chosen anew in steps: until
+  /// Facts::HasWork() is false, routes may have the next hops that they had.
+  void SetMostNextHops(std::uint32_t vlan, std::size_t most);
 
  private:
   Engine& m_engine;

@@ -57,7 +57,7 @@ amb_cipr_rtm_rib ToRibRow(std::uint32_t instance, const RibEntry& entry, std::ui
   std::memset(&out, 0, sizeof out);
   FillRoute(instance, entry, &out);
   out.age = AgeOf(entry.created, now);
-  out.fib_flag = entry.installed ? 1 : 0;
+  out.fib_flag = entry.installed || entry.beside ? 1 : 0;
   out.interface_pending = entry.OutInterface() == 0 ? 1 : 0;
   return out;
 }

@@ -18,7 +18,7 @@ class ForwardingLog : public routing_stack::Listener {
  public:
   bool WantsForwarding() const override { return wants; }
   void ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
-                         RowType cause) override {
+                         const std::vector<routing_stack::NextHopBeside>&, RowType cause) override {
     causes.insert(cause);
     const char* const words[] = {"came ", "replaced ", "gone "};
     const std::string text = RowText(route);

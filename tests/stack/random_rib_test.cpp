@@ -6,6 +6,7 @@
 #include <optional>
 #include <random>
 
+#include "device/stack/upkeep.h"
 #include "forwarding_mirror.h"
 #include "rib_model.h"
 #include "stack_test.h"
@@ -51,6 +52,7 @@ struct Occurrences {
   unsigned long removals = 0;
   unsigned long rows = 0;  // of the RIB, summed over all operations
   unsigned long installed = 0;
+  unsigned long beside = 0;
   std::array<unsigned long, 3> forwardingChanges{};
   std::array<unsigned long, routing_stack::kRowTypes> causes{};  // of operations that changed it
 };
@@ -79,6 +81,7 @@ class RandomRibTest : public StackTest {
   void ChangeStatic();
   void ChangeProtocol();
   void ChangeInstance();
+  void ChangeNextHops();
   void Operate();
   void Compare(bool withAges);
   void ChangeMirror();
@@ -201,6 +204,15 @@ void RandomRibTest::ChangeInstance() {
       {entity.word[6], entity.word[7], entity.word[8], entity.word[9], entity.word[14]}};
 }
 
+void RandomRibTest::ChangeNextHops() {
+  m_cause = RowType::kRtm;
+  RunAll();  // requests that wait are not the cause
+  const unsigned int vlan = 10 + Below(2);
+  const std::size_t most = Chance(80) ? 2 + Below(3) : Below(2);
+  stack.GetUpkeep().SetMostNextHops(vlan, most);
+  m_model.mostNextHops[vlan] = m_model.mostNextHops[vlan | kIp6Bit] = most;
+}
+
 // One change. Rows of protocols and static ones are added a little more often than removed, so that
 // each instance holds some dozens.
 void RandomRibTest::Operate() {
@@ -215,6 +227,8 @@ void RandomRibTest::Operate() {
     ChangeProtocol();
   } else if (dice < 72) {
     ChangeInstance();
+  } else if (dice < 74) {
+    ChangeNextHops();
   } else if (!m_model.candidates.empty()) {
     const auto row = std::next(m_model.candidates.begin(),
                                Below(static_cast<unsigned int>(m_model.candidates.size())));
@@ -274,6 +288,7 @@ void RandomRibTest::Compare(bool withAges) {
   ASSERT_NO_FATAL_FAILURE(ExpectEqual(m_model.Routes(), control.Routes(), withAges));
   if (m_mirror) {
     ASSERT_NO_FATAL_FAILURE(ExpectEqual(m_model.Routes(), m_mirror->Rows(), false));
+    ASSERT_EQ(m_model.Beside(), m_mirror->Beside());
   }
 }
 
@@ -311,6 +326,9 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
     }
     m_count.rows += control.Rib().size();
     m_count.installed += control.Routes().size();
+    for (const std::vector<std::string>& beside : m_model.Beside()) {
+      m_count.beside += beside.size();
+    }
   }
   using test_models::ExpectAtLeast;
   const unsigned long least = test_models::Scaled(400);
@@ -324,6 +342,7 @@ TEST_F(RandomRibTest, EveryOperationLeavesTheTablesThatTheModelHas) {
   // About 45 and some on average.
   ExpectAtLeast(m_count.rows, 8 * operations, "rows, summed up");
   ExpectAtLeast(m_count.installed, 2 * operations, "installed routes, summed up");
+  ExpectAtLeast(m_count.beside, operations / 40, "next hops beside installed ones, summed up");
   for (const RowType cause : {RowType::kRtm, RowType::kInterface, RowType::kAddress,
                               RowType::kRoute, RowType::kProtocol}) {
     const auto number = static_cast<std::size_t>(cause);

@@ -4,6 +4,8 @@
 #include <set>
 #include <tuple>
 
+#include "forwarding_mirror.h"
+
 namespace stack_test {
 
 namespace {
@@ -145,10 +147,10 @@ void RibModel::Update(unsigned long long now) {
   m_connected = Connected();
   m_rows.clear();
   for (const CandidateKey& key : m_connected) {
-    m_rows.push_back({key, {0, true, false}, true, key.ifIndex, false});
+    m_rows.push_back({key, {0, true, false}, true, key.ifIndex, false, 0});
   }
   for (const auto& [key, value] : candidates) {
-    m_rows.push_back({key, value, false, 0, false});
+    m_rows.push_back({key, value, false, 0, false, 0});
     Resolve(&m_rows.back());
   }
   std::sort(m_rows.begin(), m_rows.end(), [](const Row& a, const Row& b) { return a.key < b.key; });
@@ -177,6 +179,39 @@ void RibModel::Update(unsigned long long now) {
     installed[prefix] = {row->key, stays ? before->second.second : now};
   }
   m_installed.swap(installed);
+  ChooseBeside();
+}
+
+// Each usable candidate is held against the installed one of its prefix, and against all that have
+// been taken before it.
+void RibModel::ChooseBeside() {
+  std::vector<Row*> byPreference;
+  for (Row& row : m_rows) {
+    byPreference.push_back(&row);
+  }
+  std::sort(byPreference.begin(), byPreference.end(),
+            [this](const Row* a, const Row* b) { return IsBetter(*a, *b); });
+  for (const Row& best : m_rows) {
+    const auto most = mostNextHops.find(best.key.instance);
+    if (!best.installed || IsZero(best.key.nextHop) || most == mostNextHops.end()) {
+      continue;
+    }
+    std::vector<const Row*> taken{&best};
+    for (Row* const row : byPreference) {
+      const bool isEqual = row->eligible && row->key.instance == best.key.instance &&
+                           row->key.destination == best.key.destination &&
+                           row->key.length == best.key.length && row->key.proto == best.key.proto &&
+                           row->value.metric == best.value.metric &&
+                           DistanceOf(*row) == DistanceOf(best) && !IsZero(row->key.nextHop);
+      const bool isKnown = std::any_of(taken.begin(), taken.end(), [&](const Row* other) {
+        return other->key.nextHop == row->key.nextHop && other->outInterface == row->outInterface;
+      });
+      if (isEqual && !isKnown && taken.size() < most->second) {
+        row->place = taken.size();
+        taken.push_back(row);
+      }
+    }
+  }
 }
 
 std::vector<amb_cipr_rtm_rib> RibModel::Rib() const {
@@ -184,7 +219,7 @@ std::vector<amb_cipr_rtm_rib> RibModel::Rib() const {
   for (const Row& row : m_rows) {
     amb_cipr_rtm_rib out = {};
     Fill(row.key, row.outInterface, row.value.metric, m_now - m_created.at(row.key), &out);
-    out.fib_flag = row.installed ? 1 : 0;
+    out.fib_flag = row.installed || row.place != 0 ? 1 : 0;
     out.interface_pending = row.outInterface == 0 ? 1 : 0;
     rib.push_back(out);
   }
@@ -202,6 +237,27 @@ std::vector<amb_cipr_rtm_route> RibModel::Routes() const {
     }
   }
   return routes;
+}
+
+std::vector<std::vector<std::string>> RibModel::Beside() const {
+  std::vector<std::vector<std::string>> all;
+  for (const Row& best : m_rows) {
+    if (!best.installed) {
+      continue;
+    }
+    std::map<std::size_t, std::string> texts;
+    for (const Row& row : m_rows) {
+      if (row.place != 0 && row.key.instance == best.key.instance &&
+          row.key.destination == best.key.destination && row.key.length == best.key.length) {
+        texts[row.place] = NextHopText(row.key.nextHop.data(), row.outInterface);
+      }
+    }
+    std::vector<std::string>& inOrder = all.emplace_back();
+    for (const auto& text : texts) {
+      inOrder.push_back(text.second);
+    }
+  }
+  return all;
 }
 
 }  // namespace stack_test

@@ -4,7 +4,9 @@
 #define TESTS_STACK_RIB_MODEL_H
 
 #include <array>
+#include <cstddef>
 #include <map>
+#include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -47,6 +49,7 @@ class RibModel {
   std::map<std::pair<unsigned int, unsigned int>, bool> interfaces;  // up
   std::map<AddressKey, unsigned int> addresses;                      // length
   std::map<CandidateKey, Candidate> candidates;                      // static and protocols
+  std::map<unsigned int, std::size_t> mostNextHops;                  // by instance; of others 1
 
   void DropInstance(unsigned int instance);
 
@@ -54,6 +57,8 @@ class RibModel {
   void Update(unsigned long long now);
   std::vector<amb_cipr_rtm_rib> Rib() const;
   std::vector<amb_cipr_rtm_route> Routes() const;
+  /// What stands beside each of these, best first, as ForwardingMirror has it.
+  std::vector<std::vector<std::string>> Beside() const;
 
  private:
   struct Row {
@@ -62,6 +67,7 @@ class RibModel {
     bool eligible;
     unsigned int outInterface;
     bool installed;
+    std::size_t place = 0;  // among those beside the installed one, from 1 on; 0 for none
   };
   using PrefixKey = std::tuple<unsigned int, Bytes, unsigned int>;
 
@@ -70,6 +76,7 @@ class RibModel {
   unsigned int LongestConnected(const CandidateKey& key) const;
   unsigned int DistanceOf(const Row& row) const;
   bool IsBetter(const Row& a, const Row& b) const;
+  void ChooseBeside();
   void Resolve(Row* row) const;
 
   unsigned long long m_now = 0;

@@ -34,6 +34,7 @@ class Losses : public routing_stack::Listener {
  public:
   bool WantsForwarding() const override { return true; }
   void ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
+                         const std::vector<routing_stack::NextHopBeside>&,
                          routing_stack::RowType) override {
     if (change == ForwardingChange::kGone) {
       ++count;
