@@ -61,10 +61,17 @@ struct KernelSettings {
   bool writesRules = false;
   /// A VLAN other than the default one has the table of this number plus its id.
   std::uint32_t tableBase = 40000;
+  /// By VLAN, how many next hops a route has at most, where that is more than one: those of equal
+  /// candidates. Only with routes.
+  std::map<unsigned short, unsigned char> multipath;
 
   friend bool operator==(const KernelSettings& a, const KernelSettings& b) {
-    return a.writesRoutes == b.writesRoutes && a.writesRules == b.writesRules &&
-           a.tableBase == b.tableBase;
+    return a.HasSamePlaces(b) && a.multipath == b.multipath;
+  }
+  /// Whether the same is written at the same places; where routes lead does not count.
+  bool HasSamePlaces(const KernelSettings& other) const {
+    return writesRoutes == other.writesRoutes && writesRules == other.writesRules &&
+           tableBase == other.tableBase;
   }
 };
 

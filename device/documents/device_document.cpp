@@ -62,9 +62,8 @@ class Builder : public ShapeVisitor {
     if (isInterface && outcome.isComplete && HasRoom(INTERFACE_BYTES, outcome.offset)) {
       AddInterface(outcome.offset);
     }
-    if (!isInterface && m_device.kernel.writesRules && !m_device.kernel.writesRoutes) {
-      m_findings.Add(Severity::WARNING, outcome.offset, MemberPath(m_reader->Path(), "rules"),
-                     "rules without routes, expected \"routes\" as well, found none");
+    if (!isInterface && !m_device.kernel.writesRoutes) {
+      TellWithoutRoutes(outcome.offset);
     }
   }
 
@@ -93,6 +92,10 @@ class Builder : public ShapeVisitor {
         break;
       case Kind::IP6_PREFIX:
         TakeAddress6(value, offset);
+        break;
+      case Kind::VLAN_NUMBERS:
+        TakeMostNextHops(static_cast<unsigned short>(value.row.vlan),
+                         static_cast<unsigned char>(value.number), offset);
         break;
       default:
         TakePrimary(static_cast<unsigned short>(value.number),
@@ -228,6 +231,33 @@ class Builder : public ShapeVisitor {
     }
   }
 
+  // What is for routes only.
+  void TellWithoutRoutes(std::size_t offset) {
+    const auto tell = [&](const char* member, const char* what) {
+      m_findings.Add(
+          Severity::WARNING, offset, MemberPath(m_reader->Path(), member),
+          std::string(what) + " without routes, expected \"routes\" as well, found none");
+    };
+    if (m_device.kernel.writesRules) {
+      tell("rules", "rules");
+    }
+    if (!m_device.kernel.multipath.empty()) {
+      tell("multipath", "several next hops");
+    }
+  }
+
+  void TakeMostNextHops(unsigned short vlan, unsigned char most, std::size_t offset) {
+    const std::string path = m_reader->ValuePath();
+    const auto [first, isNew] = m_multipathPaths.try_emplace(vlan, path);
+    if (!isNew && first->second != path) {
+      m_findings.Add(Severity::ERROR, offset, path,
+                     "a VLAN that stands twice, expected one number for VLAN " +
+                         std::to_string(vlan) + ", found another, " + std::to_string(most));
+    } else if (isNew && most > 1) {
+      m_device.kernel.multipath[vlan] = most;
+    }
+  }
+
   // A name that stands twice in the same letters the reader finds. There can be millions.
   void TakePrimary(unsigned short vlan, Primary primary) {
     const auto [first, isNew] = m_primaries.try_emplace(vlan, std::move(primary));
@@ -305,7 +335,8 @@ class Builder : public ShapeVisitor {
   const Member* m_list = nullptr;  // that began last
   Draft m_draft;
   std::set<std::pair<unsigned short, std::string>> m_names;
-  std::map<unsigned short, Primary> m_primaries;  // by VLAN, the first of each
+  std::map<unsigned short, Primary> m_primaries;           // by VLAN, the first of each
+  std::map<unsigned short, std::string> m_multipathPaths;  // so too
   std::vector<Origin> m_origins;
   JsonTree m_nothing;  // nothing in the document is left undeclared
 };

@@ -62,6 +62,18 @@ constexpr std::uint32_t HIGHEST_TABLE = 0xFFFF0000;
 
 constexpr Member LINK_NAMES = Text("", Kind::INTERFACE_NAME, 1, 64);
 
+constexpr std::uint32_t MOST_NEXT_HOPS = 64;
+constexpr Member NEXT_HOPS = Number("", 1, MOST_NEXT_HOPS, 1);
+
+constexpr Member Multipath() {
+  Member member = Plain(
+      "multipath", Kind::VLAN_NUMBERS, "1 for each VLAN",
+      "with `routes`: the names are VLANs, the values how many next hops their routes may have");
+  member.high = MAX_VLAN;
+  member.element = &NEXT_HOPS;
+  return member;
+}
+
 constexpr Member KERNEL_MEMBERS[] = {
     ArrayOf("interfaces", LINK_NAMES,
             "names of links that are interfaces, `*` stands for any letters; 256 at most"),
@@ -69,6 +81,7 @@ constexpr Member KERNEL_MEMBERS[] = {
     Flag("routes", false, "installed routes are written into the kernel's tables"),
     Flag("rules", false,
          "with `routes`: rules lead what comes in over an interface into its VLAN's table only"),
+    Multipath(),
     Number("table_base", LOWEST_TABLE, HIGHEST_TABLE, 40000,
            "a VLAN has the table of this number plus its id, the default VLAN the main table"),
 };

@@ -289,6 +289,8 @@ std::string Expected(const Member& member) {
       return "an array";
     case Kind::VLAN_NAMES:
       return "an object of VLANs and names of interfaces";
+    case Kind::VLAN_NUMBERS:
+      return "an object of VLANs and numbers";
     case Kind::ANY_OBJECT:
       return "an object";
     case Kind::ELSEWHERE:

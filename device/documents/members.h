@@ -46,6 +46,7 @@ enum class Kind {
   ARRAY,           // an array of values like `element`
   ROUTES,          // a LIST of static routes
   VLAN_NAMES,      // an object: a VLAN from 0 to `high` as name, an interface of it as value
+  VLAN_NUMBERS,    // an object: a VLAN from 0 to `high` as name, a number like `element` as value
   ELSEWHERE,       // a mistake here: it counts in another document, as `meaning` says
 };
 
@@ -90,7 +91,7 @@ struct Member {
   const char* meaning = nullptr;
   const char* const* words = nullptr;  // ends with a null
   const Object* object = nullptr;      // of an OBJECT, a LIST or ROUTES
-  const Member* element = nullptr;     // of an ARRAY
+  const Member* element = nullptr;     // of an ARRAY or VLAN_NUMBERS
   const Row* row = nullptr;            // of a ROW_NAME
 };
 

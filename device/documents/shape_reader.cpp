@@ -14,10 +14,17 @@ namespace {
 constexpr std::size_t NO_INDEX = static_cast<std::size_t>(-1);
 constexpr std::uint32_t FAMILY_IP6 = 1;
 
-const char INTERFACE_OF_A_VLAN[] = "the name of an interface";
-
 bool IsList(const Member& member) {
   return member.kind == Kind::LIST || member.kind == Kind::ROUTES;
+}
+
+bool IsOfVlans(const Member& member) {
+  return member.kind == Kind::VLAN_NAMES || member.kind == Kind::VLAN_NUMBERS;
+}
+
+/// What a VLAN's value is to be.
+std::string ExpectedOfVlan(const Member& member) {
+  return member.element != nullptr ? Expected(*member.element) : "the name of an interface";
 }
 
 }  // namespace
@@ -89,7 +96,7 @@ const Member* ShapeReader::NextMember(bool& isListed) {
     case Type::INDEXED:
       isListed = IsList(*frame.member);
       return isListed ? frame.member : frame.member->element;
-    case Type::VLAN_NAMES:
+    case Type::VLANS:
       return frame.member;
     default:
       return nullptr;
@@ -132,8 +139,8 @@ void ShapeReader::TakeScalar(const Scalar& scalar, std::size_t offset) {
       Tell(Severity::ERROR, offset,
            "wrong kind of value, expected an object, found " + Describe(scalar));
     }
-  } else if (Top().type == Type::VLAN_NAMES) {
-    TakeVlanName(*member, scalar, offset);
+  } else if (Top().type == Type::VLANS) {
+    TakeOfVlan(*member, scalar, offset);
   } else {
     TakeMember(*member, scalar, offset);
   }
@@ -158,17 +165,24 @@ void ShapeReader::TakeMember(const Member& member, const Scalar& scalar, std::si
   m_visitor.Take(member, scalar, value, offset);
 }
 
-void ShapeReader::TakeVlanName(const Member& member, const Scalar& scalar, std::size_t offset) {
+void ShapeReader::TakeOfVlan(const Member& member, const Scalar& scalar, std::size_t offset) {
   const Frame& frame = Top();
+  Value value;
   const auto vlan = program::ReadDecimal(frame.name, member.low, member.high);
   const std::string range = std::to_string(member.low) + " to " + std::to_string(member.high);
   if (!vlan) {
     Refuse(member, "not a VLAN", "a VLAN from " + range + " as the name", Quote(frame.name),
            frame.nameOffset);
+  } else if (member.element != nullptr) {
+    if (const char* const problem = ReadScalar(*member.element, scalar, value)) {
+      Refuse(*member.element, problem, scalar, offset);
+      return;
+    }
+    value.row.vlan = *vlan;
+    m_visitor.Take(member, scalar, value, offset);
   } else if (scalar.type != Scalar::TEXT) {
-    Refuse(member, "wrong kind of value", INTERFACE_OF_A_VLAN, Describe(scalar), offset);
+    Refuse(member, "wrong kind of value", ExpectedOfVlan(member), Describe(scalar), offset);
   } else {
-    Value value;
     value.number = *vlan;
     m_visitor.Take(member, scalar, value, offset);
   }
@@ -185,11 +199,11 @@ void ShapeReader::Null(std::size_t offset) {
   bool isListed = false;
   const Member* const member = NextMember(isListed);
   if (member != nullptr) {
-    const bool isNamesMember = Top().type == Type::VLAN_NAMES;
+    const bool isOfVlan = Top().type == Type::VLANS;
     Refuse(*member, "no value",
-           isListed        ? "an object"
-           : isNamesMember ? INTERFACE_OF_A_VLAN
-                           : Expected(*member),
+           isListed   ? "an object"
+           : isOfVlan ? ExpectedOfVlan(*member)
+                      : Expected(*member),
            "null", offset);
     return;
   }
@@ -288,17 +302,17 @@ void ShapeReader::Begin(bool isArray, std::size_t offset) {
 }
 
 void ShapeReader::BeginMember(const Member& member, bool isArray, std::size_t offset) {
-  const bool isNamesMember = Top().type == Type::VLAN_NAMES;  // whose values are texts
+  const bool isOfVlan = Top().type == Type::VLANS;  // whose values are texts or numbers
   if (IsList(member) || (member.kind == Kind::ARRAY && isArray)) {
     PushList(member, isArray, offset);
   } else if (member.kind == Kind::OBJECT && !isArray) {
     PushObject(member, offset);
   } else if (member.kind == Kind::ANY_OBJECT && !isArray) {
     PushAny(member, offset);
-  } else if (member.kind == Kind::VLAN_NAMES && !isArray && !isNamesMember) {
-    Push(Type::VLAN_NAMES, &member, offset);
+  } else if (IsOfVlans(member) && !isArray && !isOfVlan) {
+    Push(Type::VLANS, &member, offset);
   } else {
-    Refuse(member, "wrong kind of value", isNamesMember ? INTERFACE_OF_A_VLAN : Expected(member),
+    Refuse(member, "wrong kind of value", isOfVlan ? ExpectedOfVlan(member) : Expected(member),
            isArray ? "an array" : "an object", offset);
     m_skipped = 1;
   }
@@ -330,7 +344,7 @@ void ShapeReader::End() {
         m_any = nullptr;
       }
       break;
-    case Type::VLAN_NAMES:
+    case Type::VLANS:
       break;
   }
   --m_depth;

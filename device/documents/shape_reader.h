@@ -40,7 +40,8 @@ class ShapeVisitor {
   /// Hears what is in an ANY_OBJECT, from its BeginObject to its EndObject.
   virtual JsonEvents& BeginAny(const Member& member) = 0;
   /// A value that is what its member wants. Of an array's element `member` is the array's element;
-  /// of VLAN_NAMES the value's number is the VLAN and the scalar's text the interface.
+  /// of VLAN_NAMES the value's number is the VLAN and the scalar's text the interface; of VLAN_NUMBERS
+  /// the VLAN is that of the value's row.
   virtual void Take(const Member& member, const Scalar& scalar, const Value& value,
                     std::size_t offset) = 0;
 };
@@ -76,10 +77,10 @@ class ShapeReader : public JsonEvents {
 
  private:
   enum class Type {
-    OBJECT,   // of a shape
-    NAMED,    // a list written as an object
-    INDEXED,  // a list written as an array, or an array
-    VLAN_NAMES,
+    OBJECT,       // of a shape
+    NAMED,        // a list written as an object
+    INDEXED,      // a list written as an array, or an array
+    VLANS,        // VLAN_NAMES or VLAN_NUMBERS
     FREE_OBJECT,  // nobody reads what is in it
     FREE_ARRAY
   };
@@ -118,7 +119,7 @@ class ShapeReader : public JsonEvents {
   void BeginMember(const Member& member, bool isArray, std::size_t offset);
   void TakeScalar(const Scalar& scalar, std::size_t offset);
   void TakeMember(const Member& member, const Scalar& scalar, std::size_t offset);
-  void TakeVlanName(const Member& member, const Scalar& scalar, std::size_t offset);
+  void TakeOfVlan(const Member& member, const Scalar& scalar, std::size_t offset);
   const Member* NextMember(bool& isListed);
   bool SkipsValue();
   void FindMember(Frame& frame, std::string_view name);

@@ -1,7 +1,10 @@
 #include "walk.h"
 
+#include <map>
+
 #include "comparisons.h"
 #include "device/documents/document_shapes.h"
+#include "device/program/counted.h"
 #include "words.h"
 
 namespace plan {
@@ -22,6 +25,26 @@ std::string LinksText(const documents::LinkSettings& settings) {
   }
   return "links " + ListOf(settings.taken) +
          (settings.ignored.empty() ? "" : " without " + ListOf(settings.ignored));
+}
+
+void CompareNextHops(const std::map<unsigned short, unsigned char>& now,
+                     const std::map<unsigned short, unsigned char>& then, Teller& teller) {
+  std::map<unsigned short, unsigned char> all = then;
+  all.insert(now.begin(), now.end());
+  const auto most = [](const auto& settings, unsigned short vlan) {
+    const auto found = settings.find(vlan);
+    return found == settings.end() ? 1u : found->second;
+  };
+  for (const auto& one : all) {
+    const unsigned short vlan = one.first;
+    if (most(now, vlan) != most(then, vlan)) {
+      teller.Tell(Thing::SETTING, How::CHANGED, [&] {
+        return "routes of VLAN " + std::to_string(vlan) + " have up to " +
+               program::Counted(most(then, vlan), "next hop", "next hops") +
+               " in the kernel, was " + std::to_string(most(now, vlan));
+      });
+    }
+  }
 }
 
 void CompareSettings(const documents::Device& now, const documents::Device& then, Teller& teller) {
@@ -48,6 +71,7 @@ void CompareSettings(const documents::Device& now, const documents::Device& then
                                      : "rules are taken out of the kernel";
     });
   }
+  CompareNextHops(now.kernel.multipath, then.kernel.multipath, teller);
   if (now.kernel.tableBase != then.kernel.tableBase) {
     teller.Tell(Thing::SETTING, How::CHANGED, [&] {
       return "kernel tables from " + std::to_string(then.kernel.tableBase) + " on, was " +

@@ -340,6 +340,10 @@ class Writer {
         return Typed("object")
             .Add("propertyNames", Json().Add("pattern", Json::Text(Digits(0, member.high))))
             .Add("additionalProperties", TextLike(Graphic()));
+      case Kind::VLAN_NUMBERS:
+        return Typed("object")
+            .Add("propertyNames", Json().Add("pattern", Json::Text(Digits(0, member.high))))
+            .Add("additionalProperties", Value(*member.element));
       case Kind::ELSEWHERE:
         return Json().Add("not", Json());
       default:

@@ -80,6 +80,8 @@ std::string TypeOf(const Member& member) {
       return member.element->object != nullptr ? "array of objects" : "array of texts";
     case Kind::VLAN_NAMES:
       return "object: VLAN to name";
+    case Kind::VLAN_NUMBERS:
+      return "object: VLAN to number";
     default:
       return "text";
   }
@@ -132,6 +134,8 @@ std::string RangeOf(const Member& member) {
       return RangeOf(*member.element);
     case Kind::VLAN_NAMES:
       return "VLANs " + Range(member.low, member.high);
+    case Kind::VLAN_NUMBERS:
+      return "VLANs " + Range(member.low, member.high) + ", numbers " + RangeOf(*member.element);
     default:
       return "";
   }

@@ -310,6 +310,54 @@ TEST_F(ReadDeviceDocument, RulesGoWithRoutes) {
                           "\"routes\" as well, found none"));
 }
 
+TEST_F(ReadDeviceDocument, SaysHowManyNextHopsRoutesOfAVlanHave) {
+  const Device document = Read(
+      R"({"default_vlan": 1, "kernel": {"routes": true, "multipath": {"10": 4, "0": 64, "20": 1}}})");
+  EXPECT_THAT(document.kernel.multipath, ElementsAre(testing::Pair(0, 64), testing::Pair(10, 4)));
+  EXPECT_THAT(lines, IsEmpty());
+  const Device without = Read(R"({"default_vlan": 1, "kernel": {"routes": true}})");
+  EXPECT_FALSE(document.kernel == without.kernel);
+  EXPECT_TRUE(document.kernel.HasSamePlaces(without.kernel));
+  Read(R"({"default_vlan": 1, "kernel": {"multipath": {"10": 4}}})");
+  EXPECT_THAT(lines, ElementsAre("device.json:1:31: warning: kernel.multipath: several next hops "
+                                 "without routes, expected \"routes\" as well, found none"));
+}
+
+TEST_F(ReadDeviceDocument, TakesNoOtherNumbersOfNextHops) {
+  const Device document = Read(R"({"default_vlan": 1, "kernel": {"routes": true, "multipath": {
+"10": 4, "x": 2,
+"11": 0,
+"12": 65,
+"13": "4",
+"14": null,
+"15": {},
+"32768": 2,
+"010": 5, "10": 6}}})");
+  EXPECT_THAT(document.kernel.multipath, ElementsAre(testing::Pair(10, 4)));
+  const std::string expected = "expected a whole number from 1 to 64, found ";
+  EXPECT_THAT(
+      lines,
+      ElementsAre(
+          "device.json:2:10: kernel.multipath.x: not a VLAN, expected a VLAN from 0 to 32767 as "
+          "the "
+          "name, found \"x\"",
+          "device.json:3:7: kernel.multipath.11: out of range, " + expected + "0",
+          "device.json:4:7: kernel.multipath.12: out of range, " + expected + "65",
+          "device.json:5:7: kernel.multipath.13: wrong kind of value, " + expected + "\"4\"",
+          "device.json:6:7: kernel.multipath.14: no value, " + expected + "null",
+          "device.json:7:7: kernel.multipath.15: wrong kind of value, " + expected + "an object",
+          "device.json:8:1: kernel.multipath.32768: not a VLAN, expected a VLAN from 0 to 32767 as "
+          "the name, found \"32768\"",
+          "device.json:9:8: kernel.multipath.010: a VLAN that stands twice, expected one number "
+          "for "
+          "VLAN 10, found another, 5",
+          testing::HasSubstr("device.json:9:11: kernel.multipath.10: ")));
+  Read(R"({"default_vlan": 1, "kernel": {"multipath": [4]}})");
+  EXPECT_EQ(lines.back(),
+            "device.json:1:45: kernel.multipath: wrong kind of value, expected an object of VLANs "
+            "and numbers, found an array");
+}
+
 TEST_F(ReadDeviceDocument, KeepsTheKernelsOwnTablesFromVlans) {
   EXPECT_EQ(Read(R"({"default_vlan": 1, "kernel": {"table_base": 255}})").kernel.tableBase, 40000u);
   EXPECT_EQ(Read(R"({"default_vlan": 1, "kernel": {"table_base": 4294901761}})").kernel.tableBase,

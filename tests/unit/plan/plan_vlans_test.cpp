@@ -167,6 +167,18 @@ TEST(PlanOfVlans, TellsWhatIsDoneInTheKernel) {
                                                "1 setting changed; 0 requests"));
   EXPECT_THAT(list(rules, routes), ElementsAre("device", "  ~ rules are taken out of the kernel",
                                                "1 setting changed; 0 requests"));
+  const std::string several = R"(, "kernel": {"routes": true, "multipath": {"20": 4, "30": 2}})";
+  const std::string other = R"(, "kernel": {"routes": true, "multipath": {"10": 1, "30": 8}})";
+  EXPECT_THAT(
+      list(routes, several),
+      ElementsAre("device", "  ~ routes of VLAN 20 have up to 4 next hops in the kernel, was 1",
+                  "  ~ routes of VLAN 30 have up to 2 next hops in the kernel, was 1",
+                  "2 settings changed; 0 requests"));
+  EXPECT_THAT(
+      list(several, other),
+      ElementsAre("device", "  ~ routes of VLAN 20 have up to 1 next hop in the kernel, was 4",
+                  "  ~ routes of VLAN 30 have up to 8 next hops in the kernel, was 2",
+                  "2 settings changed; 0 requests"));
   const std::string links = R"(, "kernel": {"interfaces": ["eth*", "lo"], "ignore": ["eth9"]})";
   EXPECT_THAT(list("", links),
               ElementsAre("device", "  ~ links eth* lo without eth9 are interfaces, was no links",
