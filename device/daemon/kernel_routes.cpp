@@ -9,6 +9,7 @@
 namespace vantacored {
 
 using routing_stack::ForwardingChange;
+using routing_stack::NextHopBeside;
 using routing_stack::RouteCandidate;
 
 namespace {
@@ -22,6 +23,13 @@ kernel::Address AddressOf(const unsigned char (&bytes)[16]) {
   kernel::Address address;
   std::copy(std::begin(bytes), std::end(bytes), address.begin());
   return address;
+}
+
+routing_stack::RoutePrefix PrefixOf(const RouteCandidate& candidate) {
+  routing_stack::RoutePrefix prefix;
+  std::copy(std::begin(candidate.destination), std::end(candidate.destination), prefix.destination);
+  prefix.length = candidate.prefixLength;
+  return prefix;
 }
 
 }  // namespace
@@ -43,6 +51,8 @@ KernelRoutes::~KernelRoutes() { m_port.RemoveTap(*this); }
 void KernelRoutes::Apply(const documents::Device& device) {
   const documents::KernelSettings old = std::exchange(m_settings, device.kernel);
   m_defaultVlan = m_defaultVlan.value_or(device.defaultVlan);
+  m_port.SetMostNextHops(device.kernel.writesRoutes ? device.kernel.multipath
+                                                    : documents::KernelSettings().multipath);
   m_problem.clear();
   if (!m_settings.writesRoutes) {
     if (old.writesRoutes && m_sink) {
@@ -55,7 +65,7 @@ void KernelRoutes::Apply(const documents::Device& device) {
     }
     return;
   }
-  if (m_sink && m_settings == old) {
+  if (m_sink && m_settings.HasSamePlaces(old)) {
     return;
   }
   if (!m_sink && !Open()) {
@@ -152,7 +162,7 @@ void KernelRoutes::ReadSlice() {
     if (candidate.isInstalled) {
       Want(KeyOf(instance, candidate.destination, candidate.prefixLength),
            candidate.protocol == routing_stack::RouteProtocol::kConnected, candidate.nextHop,
-           candidate.ifIndex);
+           candidate.ifIndex, m_facts.NextHopsBeside(instance, PrefixOf(candidate)));
     }
   }
   if (slice.empty()) {
@@ -185,24 +195,31 @@ std::optional<kernel::RouteKey> KernelRoutes::FindKey(unsigned short vlan, bool 
 
 // The kernel puts the networks of its own addresses into its main table itself.
 void KernelRoutes::Want(const kernel::RouteKey& key, bool isConnected,
-                        const unsigned char (&nextHop)[16], std::uint32_t ifIndex) {
+                        const unsigned char (&nextHop)[16], std::uint32_t ifIndex,
+                        const std::vector<NextHopBeside>& beside) {
   if (ifIndex == 0 || (isConnected && key.table == kernel::MAIN_TABLE)) {
     m_sink->Forgo(key);
   } else if (isConnected) {
     m_sink->Want(key, kernel::NextHop{{}, ifIndex});
-  } else {
+  } else if (beside.empty()) {
     m_sink->Want(key, kernel::NextHop{AddressOf(nextHop), ifIndex});
+  } else {
+    std::vector<kernel::NextHop> all{{AddressOf(nextHop), ifIndex}};
+    for (const NextHopBeside& hop : beside) {
+      all.push_back({AddressOf(hop.nextHop), hop.ifIndex});
+    }
+    m_sink->Want(key, kernel::NextHops(all));
   }
 }
 
 void KernelRoutes::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
-                                     const std::vector<routing_stack::NextHopBeside>&,
+                                     const std::vector<NextHopBeside>& beside,
                                      routing_stack::RowType) {
   const kernel::RouteKey key = KeyOf(route.instance, route.destination, route.prefix_length);
   if (change == ForwardingChange::kGone) {
     m_sink->Forgo(key);
   } else {
-    Want(key, route.route_proto == CODE_CONNECTED, route.next_hop, route.if_index);
+    Want(key, route.route_proto == CODE_CONNECTED, route.next_hop, route.if_index, beside);
   }
 }
 

@@ -89,7 +89,7 @@ class KernelRoutes final : private routing_stack::Listener {
                          std::uint32_t length) const;
   std::uint32_t TableOf(std::uint32_t vlan) const;
   void Want(const kernel::RouteKey& key, bool isConnected, const unsigned char (&nextHop)[16],
-            std::uint32_t ifIndex);
+            std::uint32_t ifIndex, const std::vector<routing_stack::NextHopBeside>& beside);
   void WaitForSettled();
   void End();
   void LookWhetherSettled();

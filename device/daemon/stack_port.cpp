@@ -183,6 +183,17 @@ bool SoftwareStackPort::HasRule(const rows::RuleRow& row) const {
   return rule && rule->isUp;
 }
 
+void SoftwareStackPort::SetMostNextHops(const std::map<unsigned short, unsigned char>& most) {
+  for (const auto& [vlan, before] : std::exchange(m_mostNextHops, most)) {
+    if (most.count(vlan) == 0) {
+      m_stack.GetUpkeep().SetMostNextHops(vlan, 1);
+    }
+  }
+  for (const auto& [vlan, number] : most) {
+    m_stack.GetUpkeep().SetMostNextHops(vlan, number);
+  }
+}
+
 // Each end may let the library issue what waited for its row, whose answers come from the next
 // runs.
 bool SoftwareStackPort::EndLostRequests() {

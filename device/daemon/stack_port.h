@@ -55,6 +55,9 @@ class SoftwareStackPort final : public rows::StackPort, private routing_stack::L
   std::vector<rows::RuleRow> ReadRules(const rows::RuleRow* last, std::size_t most) const override;
   bool HasRule(const rows::RuleRow& row) const override;
 
+  /// How many next hops routes have, by VLAN; 1 for those that are not named.
+  void SetMostNextHops(const std::map<unsigned short, unsigned char>& most);
+
   /// Runs the stack that is current, which has to be this one.
   bool EndLostRequests() override;
 
@@ -71,6 +74,7 @@ class SoftwareStackPort final : public rows::StackPort, private routing_stack::L
   const routing_stack::Facts& m_facts;
   const std::function<std::uint64_t()> m_now;
   rows::StackListener* m_listener = nullptr;
+  std::map<unsigned short, unsigned char> m_mostNextHops;
   std::vector<routing_stack::Listener*> m_taps;
   std::vector<routing_stack::Listener*> m_forwardingTaps;  // of these, those that want to know
   std::map<routing_stack::RowName, unsigned int> m_refusals;

@@ -32,7 +32,8 @@ views::Candidate ToCandidate(unsigned short vlan, bool ip6, const RouteCandidate
   candidate.ageSeconds = from.isInstalled ? from.installedAge : from.age;
   candidate.isUp = from.isUp;
   candidate.isReached = from.isReached;
-  candidate.isInstalled = from.isInstalled;
+  candidate.isInstalled = from.isInstalled || from.isBeside;
+  candidate.isBeside = from.isBeside;
   return candidate;
 }
 

@@ -263,8 +263,9 @@ void Explainer::TellCandidates(const std::vector<Candidate>& candidates) {
     explained.item = m_facts.Describe(
         candidate, candidate.protocol == Protocol::STATIC ? FindKnown(candidate) : nullptr);
     explained.interface = m_names.Of(explained.item);
-    explained.verdict =
-        candidate.isInstalled ? JudgeWinner(candidates) : JudgeLoser(candidate, explained.item);
+    explained.verdict = candidate.isBeside      ? "installed: equal to the first one, and beside it"
+                        : candidate.isInstalled ? JudgeWinner(candidates)
+                                                : JudgeLoser(candidate, explained.item);
     m_result.candidates.push_back(std::move(explained));
   }
 }

@@ -32,7 +32,8 @@ struct Candidate {
   std::uint32_t ageSeconds = 0;  // since it was installed; of others, since it came
   bool isUp = true;              // it was asked for to be in use
   bool isReached = false;        // its next hop resolves over an interface that is up
-  bool isInstalled = false;      // it is the one of its prefix that forwards
+  bool isInstalled = false;      // it forwards: it is the one of its prefix, or beside it
+  bool isBeside = false;         // it forwards, and another one of its prefix comes first
 };
 
 /// Candidates of one family of a VLAN, by Protocol.
@@ -64,7 +65,7 @@ class Tables {
   /// All candidates of a prefix, the best one first.
   virtual std::vector<Candidate> FindCandidates(unsigned short vlan,
                                                 const Prefix& prefix) const = 0;
-  /// The installed one; nothing if there is none, or another one is about to take its place. Costs
+  /// The installed one, which comes first; nothing if there is none, or another one is about to take its place. Costs
   /// a search, however many candidates there are.
   virtual std::optional<Candidate> FindInstalled(unsigned short vlan,
                                                  const Prefix& prefix) const = 0;

@@ -62,8 +62,8 @@ std::string Entry(const std::vector<Route>& routes, bool isIp6) {
     std::ostringstream netmask;
     netmask << (mask >> 24) << '.' << (mask >> 16 & 255) << '.' << (mask >> 8 & 255) << '.'
             << (mask & 255);
-    text += (text.empty() ? "" : ", ") + ("\"" + route.prefix) + R"(": {"network": ")" +
-            route.prefix.substr(0, slash) +
+    text += (text.empty() ? "" : ", ") + ("\"" + route.prefix + " " + route.gateway) +
+            R"(": {"network": ")" + route.prefix.substr(0, slash) +
             (isIp6 ? R"(", "prefix": )" + length : R"(", "netmask": ")" + netmask.str() + '"') +
             R"(, "gateway": ")" + route.gateway + "\"}";
   }
@@ -159,12 +159,17 @@ std::vector<std::string> KernelTest::OurRoutes() {
   for (const char* const family : {"-4", "-6"}) {
     std::istringstream lines(Ip(std::string(family) + " route show table all proto 201"));
     for (std::string line; std::getline(lines, line);) {
-      for (const char* const noise : {" metric 220", " metric 221", " pref medium", " linkdown"}) {
+      for (const char* const noise :
+           {" metric 220", " metric 221", " pref medium", " linkdown", " weight 1"}) {
         const std::size_t at = line.find(noise);
         line.erase(std::min(at, line.size()), at == std::string::npos ? 0 : std::strlen(noise));
       }
       line.erase(line.find_last_not_of(' ') + 1);
-      routes.push_back(line);
+      if (line.front() == '\t') {  // one of several next hops
+        routes.back() += line.replace(0, 1, " ");
+      } else {
+        routes.push_back(line);
+      }
     }
   }
   std::sort(routes.begin(), routes.end());

@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "device/intent/redistribution_plan.h"
+#include "device/stack/upkeep.h"
 #include "device/views/no_tables.h"
 #include "stack/sms.h"
 #include "tests/support/device_fixture.h"
@@ -133,6 +134,21 @@ TEST_F(StackTablesTest, TheAgeIsThatOfTheInstallationIfThereIsOne) {
   EXPECT_LT(candidates[0].ageSeconds, 100u) << "it came before, and was not installed";
   EXPECT_GE(candidates[1].ageSeconds, 50u);
   EXPECT_LT(candidates[1].ageSeconds, 100u);
+}
+
+TEST_F(StackTablesTest, OneBesideTheInstalledOneForwardsToo) {
+  Route("10.9.0.0/16", "10.1.0.1");
+  Route("10.9.0.0/16", "10.1.0.2");
+  Route("10.9.0.0/16", "10.1.0.3");
+  stack.GetUpkeep().SetMostNextHops(10, 2);
+  ASSERT_TRUE(Settle());
+  const auto candidates = tables.FindCandidates(10, PrefixOf("10.9.0.0/16"));
+  ASSERT_EQ(3u, candidates.size());
+  EXPECT_TRUE(candidates[0].isInstalled && !candidates[0].isBeside);
+  EXPECT_TRUE(candidates[1].isInstalled && candidates[1].isBeside);
+  EXPECT_FALSE(candidates[2].isInstalled || candidates[2].isBeside);
+  EXPECT_EQ(candidates[0].target.gateway,
+            tables.FindInstalled(10, PrefixOf("10.9.0.0/16"))->target.gateway);
 }
 
 TEST_F(StackTablesTest, SlicesGoOnAfterACandidateThatHasGone) {

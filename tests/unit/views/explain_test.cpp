@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "device/stack/upkeep.h"
 #include "tests/unit/views/view_fixture.h"
 
 namespace {
@@ -206,6 +207,18 @@ TEST_F(ExplainWord, TellsOfAnAddressThatIsRefused) {
             "             no document says so\n"
             "             the address is refused: wrong value (status 3)\n"
             "Candidates   none\n");
+}
+
+TEST_F(ExplainWord, TellsWhatStandsBesideTheInstalledOne) {
+  StartWith(Entry(10, One() + "," +
+                          Route("s", "20.1.0.0", "255.255.0.0", R"("gateway": "10.1.2.2")") + "," +
+                          Route("t", "20.1.0.0", "255.255.0.0", R"("gateway": "10.1.2.3")")));
+  stack.GetUpkeep().SetMostNextHops(10, 2);
+  ASSERT_TRUE(SettleAll());
+  const std::string text = About("20.1.0.0/16");
+  EXPECT_THAT(text, HasSubstr("installed: the first of those that are equal\n"));
+  EXPECT_THAT(text, HasSubstr("installed: equal to the first one, and beside it\n"));
+  EXPECT_THAT(text, HasSubstr("lost: equal, and another one comes first\n"));
 }
 
 TEST_F(ExplainWord, TellsWhyCandidatesWonAndLost) {
