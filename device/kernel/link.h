@@ -44,14 +44,16 @@ struct Link {
   bool isBroadcast = false;
   bool isMulticast = false;
   std::uint32_t mtu = 0;
-  std::optional<std::uint16_t> tag;    // of a VLAN sub-interface, its 802.1Q id
-  std::vector<LinkAddress> addresses;  // in the order in which they came
+  std::optional<std::uint16_t> tag;       // of a VLAN sub-interface, its 802.1Q id
+  std::uint32_t master = 0;               // the index of the link that enslaves it, 0 for none
+  std::optional<std::uint32_t> vrfTable;  // of a VRF device, its table; 0 if that is not told
+  std::vector<LinkAddress> addresses;     // in the order in which they came
 
   friend bool operator==(const Link& a, const Link& b) {
     return std::tie(a.index, a.name, a.isUp, a.isLoopback, a.isPointToPoint, a.isBroadcast,
-                    a.isMulticast, a.mtu, a.tag, a.addresses) ==
+                    a.isMulticast, a.mtu, a.tag, a.master, a.vrfTable, a.addresses) ==
            std::tie(b.index, b.name, b.isUp, b.isLoopback, b.isPointToPoint, b.isBroadcast,
-                    b.isMulticast, b.mtu, b.tag, b.addresses);
+                    b.isMulticast, b.mtu, b.tag, b.master, b.vrfTable, b.addresses);
   }
 };
 

@@ -47,23 +47,37 @@ void TakeNumber(const nlattr& attribute, Number& number) {
   }
 }
 
-std::optional<std::uint16_t> ReadTag(const nlattr& information) {
-  bool isVlan = false;
-  std::optional<std::uint16_t> tag;
+// What a link is besides a link: its kind, then what that kind says of it. An attribute of this
+// number means another thing for each kind, so the data count once the kind is known; the kernel
+// may tell them in any order.
+void ReadKind(const nlattr& information, Link& link) {
+  std::string kind;
+  const nlattr* data = nullptr;
   ForEachNested(information, [&](const nlattr& attribute) {
     if (mnl_attr_get_type(&attribute) == IFLA_INFO_KIND) {
-      isVlan = TextOf(attribute) == "vlan";
+      kind = TextOf(attribute);
     } else if (mnl_attr_get_type(&attribute) == IFLA_INFO_DATA) {
-      ForEachNested(attribute, [&](const nlattr& data) {
-        if (mnl_attr_get_type(&data) == IFLA_VLAN_ID) {
-          std::uint16_t id = 0;
-          TakeNumber(data, id);
-          tag = id;
+      data = &attribute;
+    }
+  });
+  const auto forEach = [data](unsigned short type, const auto& take) {
+    if (data != nullptr) {
+      ForEachNested(*data, [&](const nlattr& attribute) {
+        if (mnl_attr_get_type(&attribute) == type) {
+          take(attribute);
         }
       });
     }
-  });
-  return isVlan ? tag : std::nullopt;
+  };
+  if (kind == "vlan") {
+    forEach(IFLA_VLAN_ID, [&link](const nlattr& attribute) {
+      TakeNumber(attribute, link.tag.emplace(std::uint16_t{0}));
+    });
+  } else if (kind == "vrf") {
+    link.vrfTable = 0;
+    forEach(IFLA_VRF_TABLE,
+            [&link](const nlattr& attribute) { TakeNumber(attribute, *link.vrfTable); });
+  }
 }
 
 }  // namespace
@@ -107,8 +121,11 @@ std::optional<FoundLink> ReadLink(const nlmsghdr& header) {
         isWhole = true;
         TakeNumber(attribute, link.mtu);
         break;
+      case IFLA_MASTER:
+        TakeNumber(attribute, link.master);
+        break;
       case IFLA_LINKINFO:
-        link.tag = ReadTag(attribute);
+        ReadKind(attribute, link);
         break;
       default:
         break;

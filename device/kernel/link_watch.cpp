@@ -209,7 +209,8 @@ void LinkWatch::Change(std::uint32_t index) {
 }
 
 void LinkWatch::CallBack() {
-  if (m_hasRead && HasChanged() && !IsReading()) {
+  if (m_hasRead && (HasChanged() || !m_hasToldRead) && !IsReading()) {
+    m_hasToldRead = true;
     m_hasChanged();
   }
 }

@@ -31,7 +31,8 @@ class LinkWatch {
 
   /// `open` throws std::runtime_error if there is no way to the kernel, and so does the constructor
   /// then. `changed` is called when TakeChanged has something and no reading is under way, which shows
-  /// what comes before what goes; once for what one turn has brought.
+  /// what comes before what goes; once for what one turn has brought. And it is called when all links
+  /// have been read for the first time.
   /// The first reading is begun.
   LinkWatch(uv_loop_s* loop, const OpenChannel& open, Log log, std::function<void()> changed);
   LinkWatch(const LinkWatch&) = delete;
@@ -54,6 +55,8 @@ class LinkWatch {
   /// goes before.
   void Compare(std::function<void(std::optional<std::size_t> untold)> done);
 
+  /// Whether all links have been read once.
+  bool HasRead() const { return m_hasRead; }
   /// Whether a reading is under way.
   bool IsReading() const { return m_readingOf != Reading::NOTHING; }
   /// How often more came from the kernel than the socket holds.
@@ -94,6 +97,7 @@ class LinkWatch {
   bool m_isInterrupted = false;
   unsigned int m_interruptions = 0;
   bool m_hasRead = false;  // once
+  bool m_hasToldRead = false;
   bool m_hasToldFailure = false;
   // What the present dump has shown, or news since it began.
   std::set<std::uint32_t> m_seenLinks;

@@ -129,6 +129,78 @@ TEST(LinkMessages, OnlyAVlanSubInterfaceHasATag) {
   EXPECT_EQ(std::nullopt, other.ReadOne<FoundLink>().link.tag);
 }
 
+void PutVrf(Writing& message, const char* kind, std::optional<std::uint32_t> table,
+            bool isKindFirst = true) {
+  nlattr* const information = mnl_attr_nest_start(&message.Header(), IFLA_LINKINFO);
+  if (isKindFirst) {
+    message.Text(IFLA_INFO_KIND, kind);
+  }
+  nlattr* const data = mnl_attr_nest_start(&message.Header(), IFLA_INFO_DATA);
+  if (table) {
+    message.Number(IFLA_VRF_TABLE, *table);
+  }
+  mnl_attr_nest_end(&message.Header(), data);
+  if (!isKindFirst) {
+    message.Text(IFLA_INFO_KIND, kind);
+  }
+  mnl_attr_nest_end(&message.Header(), information);
+}
+
+TEST(LinkMessages, OnlyAVrfDeviceHasATable) {
+  const auto tableOf = [](const char* kind, std::optional<std::uint32_t> table, bool isKindFirst) {
+    Writing message = LinkMessage();
+    PutVrf(message, kind, table, isKindFirst);
+    const kernel::Link link = message.ReadOne<FoundLink>().link;
+    EXPECT_EQ(std::nullopt, link.tag);
+    return link.vrfTable;
+  };
+  using Table = std::optional<std::uint32_t>;
+  for (const bool isKindFirst : {true, false}) {
+    EXPECT_EQ(Table(70000), tableOf("vrf", 70000, isKindFirst));
+    EXPECT_EQ(Table(0), tableOf("vrf", std::nullopt, isKindFirst)) << "it is one all the same";
+    EXPECT_EQ(Table(), tableOf("dummy", 100, isKindFirst));
+  }
+  Writing little = LinkMessage();
+  nlattr* const information = mnl_attr_nest_start(&little.Header(), IFLA_LINKINFO);
+  little.Text(IFLA_INFO_KIND, "vrf");
+  nlattr* const data = mnl_attr_nest_start(&little.Header(), IFLA_INFO_DATA);
+  mnl_attr_put_u16(&little.Header(), IFLA_VRF_TABLE, 100);
+  mnl_attr_nest_end(&little.Header(), data);
+  mnl_attr_nest_end(&little.Header(), information);
+  EXPECT_EQ(Table(0), little.ReadOne<FoundLink>().link.vrfTable) << "a number of another size";
+}
+
+// What is nested says lengths of its own.
+TEST(LinkMessages, WhatIsNestedEndsWhereItsMessageDoes) {
+  Writing message = LinkMessage();
+  PutVrf(message, "vrf", 100);
+  std::vector<std::uint32_t> bytes(message.Header().nlmsg_len / 4);
+  std::memcpy(bytes.data(), &message.Header(), message.Header().nlmsg_len);
+  auto* const whole = reinterpret_cast<char*>(bytes.data());
+  std::size_t tables = 0;
+  for (std::size_t at = sizeof(nlmsghdr) + sizeof(ifinfomsg); at < bytes.size() * 4; at += 2) {
+    std::uint16_t old;
+    std::memcpy(&old, whole + at, sizeof old);
+    for (const std::uint16_t length : {std::uint16_t{0}, std::uint16_t{3}, std::uint16_t{5},
+                                       std::uint16_t{200}, std::uint16_t{0xFFFF}}) {
+      std::memcpy(whole + at, &length, sizeof length);
+      for (const kernel::Message& found :
+           kernel::ReadMessages(bytes.data(), bytes.size() * 4).messages) {
+        tables += std::get<FoundLink>(found).link.vrfTable == 100u ? 1 : 0;
+      }
+    }
+    std::memcpy(whole + at, &old, sizeof old);
+  }
+  EXPECT_GT(tables, 0u) << "most of it does not matter to the table";
+}
+
+TEST(LinkMessages, ALinkThatIsEnslavedTellsByWhom) {
+  Writing message = LinkMessage();
+  EXPECT_EQ(0u, message.ReadOne<FoundLink>().link.master);
+  message.Number(IFLA_MASTER, 7);
+  EXPECT_EQ(7u, message.ReadOne<FoundLink>().link.master);
+}
+
 TEST(LinkMessages, NewsAndDumpsAreToldApart) {
   Writing message = LinkMessage();
   message.Header().nlmsg_seq = 7;

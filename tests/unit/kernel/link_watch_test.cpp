@@ -40,6 +40,7 @@ class Watch : public testing::Test {
   void OpenAndRead() {
     Open();
     RunUntil([this] { return !watch->IsReading(); });
+    Turn();
     TakeAll();
   }
   void RunUntil(const std::function<bool()>& isOver) {
@@ -95,6 +96,34 @@ TEST_F(Watch, AKernelThatDoesNotAnswerAtOnceIsWaitedForInTheLoop) {
   RunUntil([this] { return !watch->IsReading(); });
   ExpectAll();
   EXPECT_THAT(lines, SizeIs(1));
+}
+
+TEST_F(Watch, AFirstReadingWithoutAnythingIsTold) {
+  Open();
+  EXPECT_FALSE(watch->HasRead());
+  RunUntil([this] { return calls != 0; });
+  EXPECT_TRUE(watch->HasRead());
+  EXPECT_FALSE(watch->HasChanged());
+  Compare();
+  Turn();
+  EXPECT_EQ(1, calls) << "only the first one";
+}
+
+TEST_F(Watch, AMasterIsNewsOfTheLink) {
+  fake.Set(2, "eth0");
+  OpenAndRead();
+  fake.links[2].master = 5;
+  fake.Set(2, "eth0");
+  Turn();
+  EXPECT_THAT(TakeAll(), ElementsAre(2));
+  EXPECT_EQ(5u, watch->GetLinks().at(2).master);
+  fake.links[5].vrfTable = 100;
+  fake.Set(5, "blue");
+  fake.links[5].vrfTable = 200;
+  fake.Set(5, "blue");
+  Turn();
+  EXPECT_THAT(TakeAll(), ElementsAre(5));
+  EXPECT_EQ(watch->GetLinks().at(5).vrfTable, 200u);
 }
 
 TEST_F(Watch, NewsAreTakenAndToldOnceATurn) {
