@@ -16,7 +16,7 @@ struct CheckedLink {
   std::string name;  // printable
   std::uint32_t index = 0;
   std::uint32_t vlan = 0;
-  const char* rule = "";  // what the VLAN follows from: "document", "tag", "name" or "default"
+  const char* rule = "";  // what the VLAN follows from: as DescribeRule says
   std::string problem;    // why it is left out; empty if it is not
 };
 

@@ -71,9 +71,18 @@ std::vector<Tarsel::Ip6Prefix> Ip6Of(const kernel::Link& link) {
   return prefixes;
 }
 
-intent::Link LinkOf(const kernel::Link& link) {
-  return {link.index, link.name, FlagsOf(link), link.mtu,
-          link.isUp,  link.tag,  Ip4Of(link),   Ip6Of(link)};
+intent::Link LinkOf(const kernel::Link& link, const kernel::Vrfs& vrfs) {
+  const kernel::Vrfs::Vrf* const vrf = link.master != 0 ? vrfs.Find(link.master) : nullptr;
+  return {link.index,
+          link.name,
+          FlagsOf(link),
+          link.mtu,
+          link.isUp,
+          link.tag,
+          Ip4Of(link),
+          Ip6Of(link),
+          link.vrfTable.has_value(),
+          vrf != nullptr ? vrf->name : ""};
 }
 
 }  // namespace
@@ -83,9 +92,13 @@ KernelLinks::KernelLinks(uv_loop_s* loop, keepers::Interfaces& interfaces, Hooks
 
 KernelLinks::~KernelLinks() = default;
 
+bool KernelLinks::IsNeeded(const documents::Device& device) const {
+  return !device.links.taken.empty() || (!device.links.vrfs.empty() && device.kernel.writesRoutes);
+}
+
 void KernelLinks::Start(const documents::Device& device) {
   m_settings = device.links;
-  if (!m_settings.taken.empty() && Open()) {
+  if (IsNeeded(device) && Open()) {
     m_watch->ReadNow();
     while (!m_watch->IsReading() && HasChanges()) {
       HandOn(ALL);
@@ -95,7 +108,7 @@ void KernelLinks::Start(const documents::Device& device) {
 
 void KernelLinks::Apply(const documents::Device& device) {
   m_settings = device.links;
-  if (m_settings.taken.empty()) {
+  if (!IsNeeded(device)) {
     Close();
   } else if (m_watch || Open()) {
     TellProblems();
@@ -128,6 +141,8 @@ void KernelLinks::Close() {
   m_told.clear();
   m_going.clear();
   m_coming.clear();
+  m_vrfs.Clear();
+  m_areVrfsKnown = false;
   intent::LinkChanges changes;
   for (const auto& [index, link] : m_interfaces.GetLinks()) {
     changes.emplace(index, std::nullopt);
@@ -141,6 +156,9 @@ void KernelLinks::Close() {
 void KernelLinks::HandOnSlice() {
   if (m_watch && m_watch->IsReading()) {
     return;  // its end comes here again
+  }
+  if (m_watch && !m_areVrfsKnown && !HasChanges()) {
+    TakeVrfs({});  // an earlier reading that was given up has shown everything
   }
   if (HasChanges()) {
     HandOn(LINKS_A_TURN);
@@ -156,11 +174,34 @@ bool KernelLinks::HasChanges() const {
   return m_watch && (m_watch->HasChanged() || !m_going.empty() || !m_coming.empty());
 }
 
+// A link that is enslaved is in the VLAN of its VRF device: it changes with that.
+void KernelLinks::TakeVrfs(const std::vector<std::uint32_t>& changed) {
+  const kernel::LinkWatch::Links& links = m_watch->GetLinks();
+  bool areOthers = !std::exchange(m_areVrfsKnown, m_watch->HasRead()) && m_areVrfsKnown;
+  for (const std::uint32_t index : changed) {
+    const auto now = links.find(index);
+    if (!m_vrfs.Take(index, now != links.end() ? &now->second : nullptr)) {
+      continue;
+    }
+    areOthers = true;
+    for (const auto& [slave, link] : links) {
+      if (link.master == index) {
+        m_coming.insert(slave);
+      }
+    }
+  }
+  if (areOthers) {
+    m_hooks.vrfsChanged();
+  }
+}
+
 // The registry finds interfaces by their names as well: a name has to go with one link before it
 // comes with another. So what goes goes first, however many slices that takes.
 void KernelLinks::HandOn(std::size_t most) {
   const kernel::LinkWatch::Links& links = m_watch->GetLinks();
-  for (const std::uint32_t index : m_watch->TakeChanged(ALL)) {
+  const std::vector<std::uint32_t> changed = m_watch->TakeChanged(ALL);
+  TakeVrfs(changed);
+  for (const std::uint32_t index : changed) {
     const auto now = links.find(index);
     const auto known = m_interfaces.GetLinks().find(index);
     const bool hasGone = known != m_interfaces.GetLinks().end() &&
@@ -177,7 +218,8 @@ void KernelLinks::HandOn(std::size_t most) {
     const std::uint32_t index = *from.begin();
     from.erase(index);
     const auto now = areGoing ? links.end() : links.find(index);
-    changes.emplace(index, now != links.end() ? std::optional(LinkOf(now->second)) : std::nullopt);
+    changes.emplace(index,
+                    now != links.end() ? std::optional(LinkOf(now->second, m_vrfs)) : std::nullopt);
   }
   if (m_interfaces.TakeLinks(changes)) {
     m_hooks.interfacesChanged();

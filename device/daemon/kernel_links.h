@@ -15,6 +15,7 @@
 #include "device/documents/device.h"
 #include "device/keepers/interfaces.h"
 #include "device/kernel/link_watch.h"
+#include "device/kernel/vrfs.h"
 #include "device/loop/loop_handles.h"
 #include "device/rows/comparer.h"
 #include "device/views/host.h"
@@ -22,7 +23,9 @@
 namespace vantacored {
 
 /// Hands what the kernel tells of its links on to the interfaces, once the device document has said
-/// which it takes, in slices. Until then nothing is opened and nothing costs anything.
+/// which it takes, in slices, and knows the VRF devices among them. A document that takes no links but
+/// names VRF devices for its routes has the links read, too. Until then nothing is opened and nothing
+/// costs anything.
 class KernelLinks {
  public:
   struct Hooks {
@@ -32,6 +35,9 @@ class KernelLinks {
     std::function<void(const std::string& line)> complain;
     /// Interfaces have come or gone.
     std::function<void()> interfacesChanged;
+    /// VRF devices have come or gone or are others, or are known for the first time; before the links
+    /// that they enslave are handed on.
+    std::function<void()> vrfsChanged;
   };
 
   /// The interfaces are borrowed.
@@ -52,8 +58,12 @@ class KernelLinks {
 
   /// Whether everything that the kernel has told has been handed on.
   bool IsSettled() const { return !HasChanges() && !(m_watch && m_watch->IsReading()); }
-  /// Null while no links are taken.
+  /// Null while no links are read.
   const kernel::LinkWatch* GetWatch() const { return m_watch.get(); }
+  /// The VRF devices that are there; none before all links have been read.
+  const kernel::Vrfs& GetVrfs() const { return m_vrfs; }
+  /// Whether they are known.
+  bool AreVrfsKnown() const { return m_areVrfsKnown; }
   /// Each link that the device takes, or would if it could.
   std::vector<views::LinkState> Describe() const;
   /// Reads all links again, and calls `done` from the loop when everything that has been told by
@@ -63,8 +73,10 @@ class KernelLinks {
 
  private:
   void EndVerification(unsigned int number, const std::optional<rows::Verdict>& verdict);
+  bool IsNeeded(const documents::Device& device) const;
   bool Open();
   void Close();
+  void TakeVrfs(const std::vector<std::uint32_t>& changed);
   bool HasChanges() const;
   void HandOn(std::size_t most);
   void HandOnSlice();
@@ -76,6 +88,8 @@ class KernelLinks {
   std::unique_ptr<kernel::LinkWatch> m_watch;
   documents::LinkSettings m_settings;
   std::string m_problem;  // why there is no watch though links are to be taken
+  kernel::Vrfs m_vrfs;
+  bool m_areVrfsKnown = false;
   // What is still to be handed on: links that have gone, or have another name, then all others.
   std::set<std::uint32_t> m_going;
   std::set<std::uint32_t> m_coming;

@@ -1,6 +1,7 @@
 #include "kernel_routes.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -32,6 +33,12 @@ routing_stack::RoutePrefix PrefixOf(const RouteCandidate& candidate) {
   return prefix;
 }
 
+// Its table is still to be said.
+kernel::RouteKey KeyOf(std::uint32_t instance, const unsigned char (&destination)[16],
+                       std::uint32_t length) {
+  return {0, (instance & IP6_BIT) != 0, static_cast<unsigned char>(length), AddressOf(destination)};
+}
+
 }  // namespace
 
 KernelRoutes::KernelRoutes(uv_loop_s* loop, SoftwareStackPort& port,
@@ -47,10 +54,8 @@ KernelRoutes::KernelRoutes(uv_loop_s* loop, SoftwareStackPort& port,
 
 KernelRoutes::~KernelRoutes() { m_port.RemoveTap(*this); }
 
-// The library takes the default VLAN once, at its start, and so does this.
-void KernelRoutes::Apply(const documents::Device& device) {
+void KernelRoutes::Apply(const documents::Device& device, const KernelTables& tables) {
   const documents::KernelSettings old = std::exchange(m_settings, device.kernel);
-  m_defaultVlan = m_defaultVlan.value_or(device.defaultVlan);
   m_port.SetMostNextHops(device.kernel.writesRoutes ? device.kernel.multipath
                                                     : documents::KernelSettings().multipath);
   m_problem.clear();
@@ -60,23 +65,88 @@ void KernelRoutes::Apply(const documents::Device& device) {
       m_sink->ForgoAllForNow();
       m_isToRead = false;
       m_instancesToRead.clear();
+      m_oldTables.clear();
       m_sweep.Stop();
       m_isWaiting = true;
     }
+    m_tables = tables;
     return;
   }
   if (m_sink && m_settings.HasSamePlaces(old)) {
+    Move(tables);
     return;
   }
+  m_tables = tables;
   if (!m_sink && !Open()) {
     return;
   }
   if (!old.writesRoutes) {
     m_port.AddTap(*this);
   }
+  ReadAnew();
+}
+
+void KernelRoutes::ReadAnew() {
   m_sink->ForgoAllForNow();
   m_isToRead = !m_facts.Instances().empty();
   WaitForSettled();
+}
+
+void KernelRoutes::Move(const KernelTables& tables) {
+  const KernelTables old = std::exchange(m_tables, tables);
+  if (!m_sink || !m_settings.writesRoutes) {
+    return;
+  }
+  std::set<unsigned short> vlans;
+  for (const KernelTables* const each : {&old, &tables}) {
+    for (const auto& [vlan, table] : each->GetVrfTables()) {
+      if (old.Of(vlan) != tables.Of(vlan) || old.HasVrf(vlan) != tables.HasVrf(vlan)) {
+        vlans.insert(vlan);
+      }
+    }
+  }
+  for (const unsigned short vlan : vlans) {
+    const auto from = old.Of(vlan);
+    const auto to = tables.Of(vlan);
+    if (from) {
+      m_oldTables[vlan].insert(*from);
+    }
+    if (to) {
+      m_oldTables[vlan].erase(*to);
+    }
+  }
+  if (IsMoveBlocked()) {
+    ReadAnew();
+    return;
+  }
+  for (const unsigned short vlan : vlans) {
+    ReadVlan(vlan);
+  }
+}
+
+// What two VLANs have one after the other cannot be told apart.
+bool KernelRoutes::IsMoveBlocked() const {
+  return std::any_of(m_oldTables.begin(), m_oldTables.end(), [this](const auto& entry) {
+    return std::any_of(entry.second.begin(), entry.second.end(), [&](std::uint32_t table) {
+      const auto owner = m_tables.FindOwner(table);
+      return owner && *owner != entry.first;
+    });
+  });
+}
+
+// The last one of the list is being read, and has to be read again if it is one of these.
+void KernelRoutes::ReadVlan(unsigned short vlan) {
+  if (m_instancesToRead.empty()) {
+    m_lastRead.reset();
+  }
+  for (const std::uint32_t instance : {std::uint32_t{vlan}, vlan | IP6_BIT}) {
+    const auto end =
+        m_instancesToRead.empty() ? m_instancesToRead.end() : std::prev(m_instancesToRead.end());
+    if (std::find(m_instancesToRead.begin(), end, instance) == end) {
+      m_instancesToRead.insert(m_instancesToRead.begin(), instance);
+    }
+  }
+  m_reading.Post([this] { ReadSlice(); });
 }
 
 bool KernelRoutes::Open() {
@@ -97,6 +167,7 @@ void KernelRoutes::WaitForSettled() {
   m_isWaiting = true;
   m_isOverdue = false;
   m_instancesToRead.clear();
+  m_oldTables.clear();
   m_sweep.Start(std::uint64_t{m_sweepAfterSeconds} * 1000, [this] {
     m_hooks.log("The device has not settled in " +
                 program::Counted(m_sweepAfterSeconds, "second", "seconds") +
@@ -126,8 +197,11 @@ void KernelRoutes::LookWhetherSettled() {
   }
 }
 
+// Whether everything that the stack has installed is known.
+bool KernelRoutes::IsChosen() const { return !m_facts.HasWork() && m_instancesToRead.empty(); }
+
 void KernelRoutes::LookWhetherChosen() {
-  if (!m_facts.HasWork()) {
+  if (IsChosen()) {
     for (const auto& call : std::exchange(m_whenChosen, {})) {
       call();
     }
@@ -153,16 +227,20 @@ void KernelRoutes::Sweep() {
 // Changes that come meanwhile are heard as always, so each slice is right when it is read.
 void KernelRoutes::ReadSlice() {
   if (m_instancesToRead.empty()) {
+    m_oldTables.clear();
     return;
   }
   const std::uint32_t instance = m_instancesToRead.back();
+  const std::uint32_t vlan = instance & ~IP6_BIT;
   const std::vector<RouteCandidate> slice =
       m_facts.CandidatesAfter(instance, m_lastRead ? &*m_lastRead : nullptr, CANDIDATES_A_TURN);
   for (const RouteCandidate& candidate : slice) {
     if (candidate.isInstalled) {
-      Want(KeyOf(instance, candidate.destination, candidate.prefixLength),
-           candidate.protocol == routing_stack::RouteProtocol::kConnected, candidate.nextHop,
-           candidate.ifIndex, m_facts.NextHopsBeside(instance, PrefixOf(candidate)));
+      const kernel::RouteKey key = KeyOf(instance, candidate.destination, candidate.prefixLength);
+      LeaveOldTables(vlan, key);
+      Want(vlan, key, candidate.protocol == routing_stack::RouteProtocol::kConnected,
+           candidate.nextHop, candidate.ifIndex,
+           m_facts.NextHopsBeside(instance, PrefixOf(candidate)));
     }
   }
   if (slice.empty()) {
@@ -174,32 +252,45 @@ void KernelRoutes::ReadSlice() {
   m_reading.Post([this] { ReadSlice(); });
 }
 
-kernel::RouteKey KernelRoutes::KeyOf(std::uint32_t instance, const unsigned char (&destination)[16],
-                                     std::uint32_t length) const {
-  return {TableOf(instance & ~IP6_BIT), (instance & IP6_BIT) != 0,
-          static_cast<unsigned char>(length), AddressOf(destination)};
-}
-
-std::uint32_t KernelRoutes::TableOf(std::uint32_t vlan) const {
-  return vlan == *m_defaultVlan ? kernel::MAIN_TABLE : m_settings.tableBase + vlan;
-}
-
 std::optional<kernel::RouteKey> KernelRoutes::FindKey(unsigned short vlan, bool isIp6,
                                                       const kernel::Address& destination,
                                                       unsigned char length) const {
-  if (!m_sink) {
+  const auto table = m_tables.Of(vlan);
+  if (!m_sink || !table) {
     return std::nullopt;
   }
-  return kernel::RouteKey{TableOf(vlan), isIp6, length, destination};
+  return kernel::RouteKey{*table, isIp6, length, destination};
 }
 
-// The kernel puts the networks of its own addresses into its main table itself.
-void KernelRoutes::Want(const kernel::RouteKey& key, bool isConnected,
+void KernelRoutes::LeaveOldTables(std::uint32_t vlan, kernel::RouteKey key) {
+  const auto old = m_oldTables.find(vlan);
+  if (old != m_oldTables.end()) {
+    for (const std::uint32_t table : old->second) {
+      key.table = table;
+      m_sink->Forgo(key);
+    }
+  }
+}
+
+void KernelRoutes::Forgo(std::uint32_t vlan, kernel::RouteKey key) {
+  if (const auto table = m_tables.Of(vlan)) {
+    key.table = *table;
+    m_sink->Forgo(key);
+  }
+}
+
+// The kernel puts the networks of its own addresses into its main table itself, and into those of
+// VRF devices.
+void KernelRoutes::Want(std::uint32_t vlan, kernel::RouteKey key, bool isConnected,
                         const unsigned char (&nextHop)[16], std::uint32_t ifIndex,
                         const std::vector<NextHopBeside>& beside) {
-  if (ifIndex == 0 || (isConnected && key.table == kernel::MAIN_TABLE)) {
-    m_sink->Forgo(key);
-  } else if (isConnected) {
+  const auto table = m_tables.Of(vlan);
+  if (!table || ifIndex == 0 || (isConnected && m_tables.HasKernelsNetworks(vlan))) {
+    Forgo(vlan, key);
+    return;
+  }
+  key.table = *table;
+  if (isConnected) {
     m_sink->Want(key, kernel::NextHop{{}, ifIndex});
   } else if (beside.empty()) {
     m_sink->Want(key, kernel::NextHop{AddressOf(nextHop), ifIndex});
@@ -215,11 +306,13 @@ void KernelRoutes::Want(const kernel::RouteKey& key, bool isConnected,
 void KernelRoutes::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
                                      const std::vector<NextHopBeside>& beside,
                                      routing_stack::RowType) {
+  const std::uint32_t vlan = route.instance & ~IP6_BIT;
   const kernel::RouteKey key = KeyOf(route.instance, route.destination, route.prefix_length);
+  LeaveOldTables(vlan, key);
   if (change == ForwardingChange::kGone) {
-    m_sink->Forgo(key);
+    Forgo(vlan, key);
   } else {
-    Want(key, route.route_proto == CODE_CONNECTED, route.next_hop, route.if_index, beside);
+    Want(vlan, key, route.route_proto == CODE_CONNECTED, route.next_hop, route.if_index, beside);
   }
 }
 
@@ -253,7 +346,7 @@ void KernelRoutes::Verify(std::size_t mostLines,
     done(std::move(verdict));
     return;
   }
-  if (m_facts.HasWork()) {
+  if (!IsChosen()) {
     m_whenChosen.push_back([this, mostLines, done = std::move(done)] { Verify(mostLines, done); });
     return;
   }

@@ -5,8 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "device/documents/device.h"
@@ -14,6 +16,7 @@
 #include "device/loop/loop_handles.h"
 #include "device/rows/comparer.h"
 #include "device/stack/facts.h"
+#include "kernel_tables.h"
 #include "stack_port.h"
 
 namespace vantacored {
@@ -40,10 +43,14 @@ class KernelRoutes final : private routing_stack::Listener {
   KernelRoutes& operator=(const KernelRoutes&) = delete;
   ~KernelRoutes() override;
 
-  /// What the configuration in force says; once it has been applied. When routes are no longer to
-  /// be written, those that are there go. Without a way to the kernel a line says so, and nothing
-  /// is written until this is called again.
-  void Apply(const documents::Device& device);
+  /// What the configuration in force says, and the tables that follow from it; once it has been
+  /// applied. When routes are no longer to be written, those that are there go. Without a way to the
+  /// kernel a line says so, and nothing is written until this is called again.
+  void Apply(const documents::Device& device, const KernelTables& tables);
+  /// VRF devices have come or gone. The routes of a VLAN that has another table now are written there,
+  /// and taken out of the old one; a VLAN without a table has none until it has one again.
+  void Move(const KernelTables& tables);
+  const KernelTables& GetTables() const { return m_tables; }
 
   /// At the end of each turn of the loop; two tests unless something waits for the device to settle
   /// or for the stack.
@@ -58,11 +65,12 @@ class KernelRoutes final : private routing_stack::Listener {
 
   /// Whether nothing is under way to the kernel. Without a sink nothing ever is.
   bool IsSettled() const {
-    return !m_sink || (m_sink->IsSettled() && (!m_isWaiting || !m_settings.writesRoutes));
+    return !m_sink || (m_sink->IsSettled() && m_instancesToRead.empty() &&
+                       (!m_isWaiting || !m_settings.writesRoutes));
   }
   /// Null while routes are not written.
   const kernel::RouteSink* GetSink() const { return m_sink.get(); }
-  /// The kernel's route for a prefix of a VLAN; nothing while routes are not written.
+  /// The kernel's route for a prefix of a VLAN; nothing while its routes are not written.
   std::optional<kernel::RouteKey> FindKey(unsigned short vlan, bool isIp6,
                                           const kernel::Address& destination,
                                           unsigned char length) const;
@@ -85,14 +93,18 @@ class KernelRoutes final : private routing_stack::Listener {
   void Restarted() override;
 
   bool Open();
-  kernel::RouteKey KeyOf(std::uint32_t instance, const unsigned char (&destination)[16],
-                         std::uint32_t length) const;
-  std::uint32_t TableOf(std::uint32_t vlan) const;
-  void Want(const kernel::RouteKey& key, bool isConnected, const unsigned char (&nextHop)[16],
-            std::uint32_t ifIndex, const std::vector<routing_stack::NextHopBeside>& beside);
+  void ReadAnew();
+  void ReadVlan(unsigned short vlan);
+  bool IsMoveBlocked() const;
+  void Forgo(std::uint32_t vlan, kernel::RouteKey key);
+  void Want(std::uint32_t vlan, kernel::RouteKey key, bool isConnected,
+            const unsigned char (&nextHop)[16], std::uint32_t ifIndex,
+            const std::vector<routing_stack::NextHopBeside>& beside);
+  void LeaveOldTables(std::uint32_t vlan, kernel::RouteKey key);
   void WaitForSettled();
   void End();
   void LookWhetherSettled();
+  bool IsChosen() const;
   void LookWhetherChosen();
   void ReadSlice();
   void Sweep();
@@ -105,7 +117,9 @@ class KernelRoutes final : private routing_stack::Listener {
   std::unique_ptr<kernel::RouteSink> m_sink;
   documents::KernelSettings m_settings;
   std::string m_problem;  // why nothing is written though it should be
-  std::optional<unsigned short> m_defaultVlan;
+  KernelTables m_tables;
+  // By VLAN, tables that its routes are being taken out of: each route that comes by, until all have.
+  std::map<std::uint32_t, std::set<std::uint32_t>> m_oldTables;
   bool m_isWaiting = false;                      // for the device to settle, before a sweep
   bool m_isOverdue = false;                      // it has not in the time that it may take
   bool m_isToRead = false;                       // before that, the forwarding table as it stands

@@ -66,8 +66,8 @@ rows::Verdict VerdictOf(const kernel::RuleLedger& ledger, const kernel::RuleKeep
 KernelRules::KernelRules(uv_loop_s* loop, const keepers::Interfaces& interfaces, Hooks hooks)
     : m_loop(loop), m_interfaces(interfaces), m_hooks(std::move(hooks)) {}
 
-void KernelRules::Apply(const documents::Device& device) {
-  m_tableBase = device.kernel.tableBase;
+void KernelRules::Apply(const documents::Device& device, const KernelTables& tables) {
+  m_tables = tables;
   m_isEnding = !device.kernel.writesRules || !device.kernel.writesRoutes;
   m_problem.clear();
   if (!m_isEnding) {
@@ -132,13 +132,14 @@ kernel::Rules KernelRules::FindWanted() const {
   kernel::Rules wanted;
   for (const auto& [key, interface] : m_interfaces.Get()) {
     const bool isNew = vlans.emplace(key.second, key.first).second;
-    if (!isNew || key.first == m_interfaces.GetDefaultVlan() || key.second == LOOPBACK_INDEX) {
+    const auto table = m_tables.Of(key.first);
+    if (!isNew || !table || !m_tables.NeedsRules(key.first) || key.second == LOOPBACK_INDEX) {
       continue;
     }
     const std::string name = NameOf(key.second, interface);
     for (const bool isIp6 : {false, true}) {
       if (!name.empty()) {
-        wanted.insert({isIp6, name, m_tableBase + key.first, {}});
+        wanted.insert({isIp6, name, *table, {}});
         wanted.insert({isIp6, name, 0, {}});
       }
     }

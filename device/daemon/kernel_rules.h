@@ -13,11 +13,12 @@
 #include "device/keepers/interfaces.h"
 #include "device/kernel/rule_keeper.h"
 #include "device/rows/comparer.h"
+#include "kernel_tables.h"
 
 namespace vantacored {
 
 /// Wants two rules of each family for every interface whose VLAN's routes stand in a table of their
-/// own, once the device document has said so: one leads what comes in there into that table, and
+/// own that is not a VRF device's, once the device document has said so: one leads what comes in there into that table, and
 /// the other one ends its lookup. Until then nothing is opened and nothing costs anything.
 class KernelRules {
  public:
@@ -33,7 +34,12 @@ class KernelRules {
   /// What the configuration in force says; once it has been applied. When rules are no longer to be
   /// written, those that are there go. Without a way to the kernel a line says so, and nothing is
   /// written until this is called again.
-  void Apply(const documents::Device& device);
+  void Apply(const documents::Device& device, const KernelTables& tables);
+  /// VRF devices have come or gone.
+  void Move(const KernelTables& tables) {
+    m_tables = tables;
+    Refresh();
+  }
   /// Interfaces have come or gone, or the kernel's names of some may be others.
   void Refresh();
   /// So too, and rules may have gone.
@@ -70,7 +76,7 @@ class KernelRules {
   const keepers::Interfaces& m_interfaces;
   const Hooks m_hooks;
   std::unique_ptr<kernel::RuleKeeper> m_keeper;
-  std::uint32_t m_tableBase = 0;
+  KernelTables m_tables;
   bool m_isEnding = false;  // all rules go, and then the keeper
   std::string m_problem;    // why none are written; empty if they are, or are not to be
 };

@@ -26,27 +26,40 @@ KernelSide::KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, Softwar
                [this, changed = hooks.interfacesChanged] {
                  m_rules.Refresh();
                  changed();
-               }}),
+               },
+               [this] { VrfsChanged(); }}),
+      m_vrfs(m_links, interfaces, {hooks.log, hooks.complain}),
       m_routes(
           loop, port, facts, sweepAfterSeconds,
-          {OpenKernel, hooks.log, hooks.now, hooks.isStackSettled, [this] { m_rules.Compare(); }}),
+          {OpenKernel, hooks.log, hooks.now,
+           [this, isSettled = hooks.isStackSettled] { return m_vrfs.AreKnown() && isSettled(); },
+           [this] { m_rules.Compare(); }}),
       m_rules(loop, interfaces, {OpenKernel, hooks.log, hooks.now}),
       m_switches(loop) {}
 
 void KernelSide::Start(const documents::Device& device) {
   m_links.Start(device);
-  m_routes.Apply(device);
+  m_vrfs.Apply(device);
+  m_routes.Apply(device, m_vrfs.GetTables());
+}
+
+// Routes of a VLAN have to know its table before its interfaces come.
+void KernelSide::VrfsChanged() {
+  m_vrfs.Look();
+  m_routes.Move(m_vrfs.GetTables());
+  m_rules.Move(m_vrfs.GetTables());
 }
 
 void KernelSide::Started(const documents::Device& device) {
   m_links.TellProblems();
-  m_rules.Apply(device);
+  m_rules.Apply(device, m_vrfs.GetTables());
 }
 
 void KernelSide::Apply(const documents::Device& device) {
   m_links.Apply(device);
-  m_routes.Apply(device);
-  m_rules.Apply(device);
+  m_vrfs.Apply(device);
+  m_routes.Apply(device, m_vrfs.GetTables());
+  m_rules.Apply(device, m_vrfs.GetTables());
 }
 
 const char* KernelSide::FindUnsettled() const {
@@ -78,6 +91,7 @@ views::KernelState KernelSide::Describe() const {
     state.missing = totals.missing;
     state.strays = totals.strays;
     state.overruns += sink->CountOverruns();
+    state.vrfs = m_vrfs.Describe();
   }
   if (const kernel::RuleKeeper* const keeper = m_rules.GetKeeper()) {
     const kernel::RuleLedger& ledger = keeper->GetLedger();
@@ -158,6 +172,7 @@ void KernelSide::VerifyRoutes(std::size_t mostLines,
   };
   m_routes.Verify(mostLines, [=](const Verdict& routes) {
     add(routes);
+    add(m_vrfs.Verify(mostLines));
     m_rules.Verify(mostLines, [=](const Verdict& rules) {
       add(rules);
       m_switches.Verify(MakeSwitchCheck(m_interfaces, m_routes), mostLines,

@@ -16,6 +16,7 @@
 #include "kernel_links.h"
 #include "kernel_routes.h"
 #include "kernel_rules.h"
+#include "kernel_vrfs.h"
 #include "stack_port.h"
 #include "switch_check.h"
 
@@ -79,11 +80,13 @@ class KernelSide {
   void VerifyRoutes(std::size_t mostLines, std::function<void(std::vector<rows::Verdict>)> done);
 
  private:
+  void VrfsChanged();
   views::KernelRefusal Describe(const kernel::RouteKey& key, const kernel::Refusal& refusal) const;
 
   const keepers::Interfaces& m_interfaces;
   const Hooks m_hooks;
   KernelLinks m_links;
+  KernelVrfs m_vrfs;
   KernelRoutes m_routes;
   KernelRules m_rules;
   SwitchVerifier m_switches;

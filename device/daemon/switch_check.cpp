@@ -34,9 +34,10 @@ std::function<kernel::Obstacles()> MakeSwitchCheck(const keepers::Interfaces& in
   if (routes.GetSink() == nullptr) {
     return {};
   }
-  std::vector<std::pair<std::uint32_t, bool>> entrances;  // by index, whether with an own table
+  std::vector<std::pair<std::uint32_t, bool>>
+      entrances;  // by index, whether by a rule into its table
   for (const auto& [key, interface] : interfaces.Get()) {
-    entrances.emplace_back(key.second, key.first != interfaces.GetDefaultVlan());
+    entrances.emplace_back(key.second, routes.GetTables().NeedsRules(key.first));
   }
   const kernel::RouteLedger& ledger = routes.GetSink()->GetLedger();
   const kernel::Families families{ledger.CountWanted() != ledger.CountWantedIp6(),

@@ -59,7 +59,8 @@ struct KernelSettings {
   bool writesRoutes = false;
   /// Rules keep the VLANs apart; only with routes.
   bool writesRules = false;
-  /// A VLAN other than the default one has the table of this number plus its id.
+  /// A VLAN other than the default one has the table of this number plus its id, unless it has a
+  /// VRF device (LinkSettings::vrfs).
   std::uint32_t tableBase = 40000;
   /// By VLAN, how many next hops a route has at most, where that is more than one: those of equal
   /// candidates. Only with routes.
@@ -82,12 +83,14 @@ struct LinkSettings {
   std::vector<std::string> ignored;  // although they are among the others
   /// By name, the VLANs of those that the document has among its interfaces.
   std::map<std::string, unsigned short> vlans;
+  /// By the name of a VRF device, the VLAN of what it enslaves; no VLAN twice.
+  std::map<std::string, unsigned short> vrfs;
 
   /// Whether a link of this name is an interface of the device.
   bool Take(const std::string& name) const;
 
   friend bool operator==(const LinkSettings& a, const LinkSettings& b) {
-    return a.taken == b.taken && a.ignored == b.ignored && a.vlans == b.vlans;
+    return a.taken == b.taken && a.ignored == b.ignored && a.vlans == b.vlans && a.vrfs == b.vrfs;
   }
   friend bool operator!=(const LinkSettings& a, const LinkSettings& b) { return !(a == b); }
 };

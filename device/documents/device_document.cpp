@@ -62,8 +62,8 @@ class Builder : public ShapeVisitor {
     if (isInterface && outcome.isComplete && HasRoom(INTERFACE_BYTES, outcome.offset)) {
       AddInterface(outcome.offset);
     }
-    if (!isInterface && !m_device.kernel.writesRoutes) {
-      TellWithoutRoutes(outcome.offset);
+    if (!isInterface) {
+      JudgeKernel(outcome.offset);
     }
   }
 
@@ -85,6 +85,9 @@ class Builder : public ShapeVisitor {
         break;
       case Kind::NUMBER:
         TakeNumber(member, value.number, offset);
+        break;
+      case Kind::VLANS_BY_NAME:
+        TakeVrf(static_cast<unsigned short>(value.number), offset);
         break;
       case Kind::IP4_PREFIX:
         m_draft.interface.ip4 = {NetworkOf(value)};
@@ -147,6 +150,40 @@ class Builder : public ShapeVisitor {
                          std::to_string(m_mostBytes >> 20) + " MiB, found more");
     }
     return m_bytes <= m_mostBytes;
+  }
+
+  // What does nothing alone.
+  void JudgeKernel(std::size_t offset) {
+    const auto warn = [&](const char* name, const char* problem) {
+      m_findings.Add(Severity::WARNING, offset, MemberPath(m_reader->Path(), name), problem);
+    };
+    if (m_device.kernel.writesRules && !m_device.kernel.writesRoutes) {
+      warn("rules", "rules without routes, expected \"routes\" as well, found none");
+    }
+    if (!m_device.kernel.multipath.empty() && !m_device.kernel.writesRoutes) {
+      warn("multipath",
+           "several next hops without routes, expected \"routes\" as well, found none");
+    }
+    if (!m_device.links.vrfs.empty() && m_device.links.taken.empty() &&
+        !m_device.kernel.writesRoutes) {
+      warn("vrfs",
+           "VRF devices of no use, expected \"interfaces\" or \"routes\" as well, found none");
+    }
+  }
+
+  // A name that stands twice the reader finds; there the first one counts, too.
+  void TakeVrf(unsigned short vlan, std::size_t offset) {
+    if (m_device.links.vrfs.count(m_reader->ValueName()) != 0) {
+      return;
+    }
+    if (m_vrfVlans.insert(vlan).second) {
+      m_device.links.vrfs.emplace(m_reader->ValueName(), vlan);
+    } else {
+      m_findings.Add(Severity::ERROR, offset, m_reader->ValuePath(),
+                     "a VLAN that stands twice, expected one VRF device for VLAN " +
+                         std::to_string(vlan) + ", found another, " +
+                         program::Quote(m_reader->ValueName()));
+    }
   }
 
   // Of an interface, or in a list of patterns, whose elements have no name of their own.
@@ -228,21 +265,6 @@ class Builder : public ShapeVisitor {
       m_device.interfaces.emplace(key, std::move(m_draft.interface));
       m_origins.push_back(
           {key, {offset, m_reader->Path()}, std::move(m_draft.ip4), std::move(m_draft.ip6)});
-    }
-  }
-
-  // What is for routes only.
-  void TellWithoutRoutes(std::size_t offset) {
-    const auto tell = [&](const char* member, const char* what) {
-      m_findings.Add(
-          Severity::WARNING, offset, MemberPath(m_reader->Path(), member),
-          std::string(what) + " without routes, expected \"routes\" as well, found none");
-    };
-    if (m_device.kernel.writesRules) {
-      tell("rules", "rules");
-    }
-    if (!m_device.kernel.multipath.empty()) {
-      tell("multipath", "several next hops");
     }
   }
 
@@ -338,6 +360,7 @@ class Builder : public ShapeVisitor {
   std::map<unsigned short, Primary> m_primaries;           // by VLAN, the first of each
   std::map<unsigned short, std::string> m_multipathPaths;  // so too
   std::vector<Origin> m_origins;
+  std::set<unsigned short> m_vrfVlans;
   JsonTree m_nothing;  // nothing in the document is left undeclared
 };
 

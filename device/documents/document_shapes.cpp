@@ -74,16 +74,30 @@ constexpr Member Multipath() {
   return member;
 }
 
+// The kernel has no longer ones.
+constexpr Member VRF_NAME = Text("", Kind::INTERFACE_NAME, 1, 15);
+
+constexpr Member Vrfs() {
+  Member member = Plain("vrfs", Kind::VLANS_BY_NAME, "none",
+                        "the names are VRF devices: what they enslave is in the VLAN, whose routes "
+                        "are in the table of the VRF device; each VLAN once");
+  member.element = &VRF_NAME;
+  member.high = MAX_VLAN;
+  return member;
+}
+
 constexpr Member KERNEL_MEMBERS[] = {
     ArrayOf("interfaces", LINK_NAMES,
             "names of links that are interfaces, `*` stands for any letters; 256 at most"),
     ArrayOf("ignore", LINK_NAMES, "names of links that are none all the same; 256 at most"),
+    Vrfs(),
     Flag("routes", false, "installed routes are written into the kernel's tables"),
     Flag("rules", false,
          "with `routes`: rules lead what comes in over an interface into its VLAN's table only"),
     Multipath(),
     Number("table_base", LOWEST_TABLE, HIGHEST_TABLE, 40000,
-           "a VLAN has the table of this number plus its id, the default VLAN the main table"),
+           "a VLAN without a VRF device has the table of this number plus its id, the default VLAN "
+           "the main table"),
 };
 constexpr Object KERNEL_SETTINGS = ObjectWith("kernel", KERNEL_MEMBERS, false);
 

@@ -291,6 +291,8 @@ std::string Expected(const Member& member) {
       return "an object of VLANs and names of interfaces";
     case Kind::VLAN_NUMBERS:
       return "an object of VLANs and numbers";
+    case Kind::VLANS_BY_NAME:
+      return "an object of names and VLANs";
     case Kind::ANY_OBJECT:
       return "an object";
     case Kind::ELSEWHERE:

@@ -47,6 +47,7 @@ enum class Kind {
   ROUTES,          // a LIST of static routes
   VLAN_NAMES,      // an object: a VLAN from 0 to `high` as name, an interface of it as value
   VLAN_NUMBERS,    // an object: a VLAN from 0 to `high` as name, a number like `element` as value
+  VLANS_BY_NAME,   // an object: a name like `element` as name, a VLAN from `low` to `high` as value
   ELSEWHERE,       // a mistake here: it counts in another document, as `meaning` says
 };
 
@@ -91,8 +92,8 @@ struct Member {
   const char* meaning = nullptr;
   const char* const* words = nullptr;  // ends with a null
   const Object* object = nullptr;      // of an OBJECT, a LIST or ROUTES
-  const Member* element = nullptr;     // of an ARRAY or VLAN_NUMBERS
-  const Row* row = nullptr;            // of a ROW_NAME
+  const Member* element = nullptr;  // of an ARRAY or VLAN_NUMBERS; of VLANS_BY_NAME, of its names
+  const Row* row = nullptr;         // of a ROW_NAME
 };
 
 /// Whether the member has this name.

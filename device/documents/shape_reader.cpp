@@ -14,6 +14,9 @@ namespace {
 constexpr std::size_t NO_INDEX = static_cast<std::size_t>(-1);
 constexpr std::uint32_t FAMILY_IP6 = 1;
 
+// What a value of VLANS_BY_NAME is like.
+Member VlanOf(const Member& member) { return documents::Number("", member.low, member.high, 0); }
+
 bool IsList(const Member& member) {
   return member.kind == Kind::LIST || member.kind == Kind::ROUTES;
 }
@@ -97,6 +100,7 @@ const Member* ShapeReader::NextMember(bool& isListed) {
       isListed = IsList(*frame.member);
       return isListed ? frame.member : frame.member->element;
     case Type::VLANS:
+    case Type::VLANS_BY_NAME:
       return frame.member;
     default:
       return nullptr;
@@ -141,6 +145,8 @@ void ShapeReader::TakeScalar(const Scalar& scalar, std::size_t offset) {
     }
   } else if (Top().type == Type::VLANS) {
     TakeOfVlan(*member, scalar, offset);
+  } else if (Top().type == Type::VLANS_BY_NAME) {
+    TakeVlanByName(*member, scalar, offset);
   } else {
     TakeMember(*member, scalar, offset);
   }
@@ -188,6 +194,27 @@ void ShapeReader::TakeOfVlan(const Member& member, const Scalar& scalar, std::si
   }
 }
 
+void ShapeReader::TakeVlanByName(const Member& member, const Scalar& scalar, std::size_t offset) {
+  const Frame& frame = Top();
+  const Member vlan = VlanOf(member);
+  Value value;
+  if (const char* const problem = ReadScalar(*member.element, {Scalar::TEXT, frame.name}, value)) {
+    Refuse(member, problem, Expected(*member.element) + " as the name", Quote(frame.name),
+           frame.nameOffset);
+  } else if (const char* const wrong = ReadScalar(vlan, scalar, value)) {
+    Refuse(vlan, wrong, scalar, offset);
+  } else {
+    m_visitor.Take(member, scalar, value, offset);
+  }
+}
+
+// What the value of a member should have been.
+std::string ShapeReader::ExpectedIn(const Frame& frame, const Member& member) {
+  return frame.type == Type::VLANS           ? ExpectedOfVlan(member)
+         : frame.type == Type::VLANS_BY_NAME ? Expected(VlanOf(member))
+                                             : Expected(member);
+}
+
 void ShapeReader::Null(std::size_t offset) {
   if (SkipsValue()) {
     return;
@@ -199,12 +226,8 @@ void ShapeReader::Null(std::size_t offset) {
   bool isListed = false;
   const Member* const member = NextMember(isListed);
   if (member != nullptr) {
-    const bool isOfVlan = Top().type == Type::VLANS;
-    Refuse(*member, "no value",
-           isListed   ? "an object"
-           : isOfVlan ? ExpectedOfVlan(*member)
-                      : Expected(*member),
-           "null", offset);
+    Refuse(*member, "no value", isListed ? "an object" : ExpectedIn(Top(), *member), "null",
+           offset);
     return;
   }
   if (m_any != nullptr) {
@@ -302,17 +325,20 @@ void ShapeReader::Begin(bool isArray, std::size_t offset) {
 }
 
 void ShapeReader::BeginMember(const Member& member, bool isArray, std::size_t offset) {
-  const bool isOfVlan = Top().type == Type::VLANS;  // whose values are texts or numbers
+  // The values of these are scalars.
+  const bool isInNames = Top().type == Type::VLANS || Top().type == Type::VLANS_BY_NAME;
   if (IsList(member) || (member.kind == Kind::ARRAY && isArray)) {
     PushList(member, isArray, offset);
   } else if (member.kind == Kind::OBJECT && !isArray) {
     PushObject(member, offset);
   } else if (member.kind == Kind::ANY_OBJECT && !isArray) {
     PushAny(member, offset);
-  } else if (IsOfVlans(member) && !isArray && !isOfVlan) {
+  } else if (IsOfVlans(member) && !isArray && !isInNames) {
     Push(Type::VLANS, &member, offset);
+  } else if (member.kind == Kind::VLANS_BY_NAME && !isArray && !isInNames) {
+    Push(Type::VLANS_BY_NAME, &member, offset);
   } else {
-    Refuse(member, "wrong kind of value", isOfVlan ? ExpectedOfVlan(member) : Expected(member),
+    Refuse(member, "wrong kind of value", ExpectedIn(Top(), member),
            isArray ? "an array" : "an object", offset);
     m_skipped = 1;
   }
@@ -345,6 +371,7 @@ void ShapeReader::End() {
       }
       break;
     case Type::VLANS:
+    case Type::VLANS_BY_NAME:
       break;
   }
   --m_depth;

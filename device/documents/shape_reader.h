@@ -41,7 +41,8 @@ class ShapeVisitor {
   virtual JsonEvents& BeginAny(const Member& member) = 0;
   /// A value that is what its member wants. Of an array's element `member` is the array's element;
   /// of VLAN_NAMES the value's number is the VLAN and the scalar's text the interface; of VLAN_NUMBERS
-  /// the VLAN is that of the value's row.
+  /// the VLAN is that of the value's row. Of VLANS_BY_NAME the value's number is the VLAN; ValueName
+  /// tells the name.
   virtual void Take(const Member& member, const Scalar& scalar, const Value& value,
                     std::size_t offset) = 0;
 };
@@ -64,6 +65,8 @@ class ShapeReader : public JsonEvents {
   std::size_t Index() const { return m_frames[m_depth - 2].index; }
   /// For visitors: the path of the value that they take.
   std::string ValuePath() const { return PathTo(m_depth); }
+  /// For visitors: the name of the value that they take, if it is in an object.
+  const std::string& ValueName() const { return m_frames[m_depth - 1].name; }
 
   void Name(std::string_view name, std::size_t offset) override;
   void Text(std::string_view text, std::size_t offset) override;
@@ -77,10 +80,11 @@ class ShapeReader : public JsonEvents {
 
  private:
   enum class Type {
-    OBJECT,       // of a shape
-    NAMED,        // a list written as an object
-    INDEXED,      // a list written as an array, or an array
-    VLANS,        // VLAN_NAMES or VLAN_NUMBERS
+    OBJECT,   // of a shape
+    NAMED,    // a list written as an object
+    INDEXED,  // a list written as an array, or an array
+    VLANS,    // VLAN_NAMES or VLAN_NUMBERS
+    VLANS_BY_NAME,
     FREE_OBJECT,  // nobody reads what is in it
     FREE_ARRAY
   };
@@ -108,6 +112,7 @@ class ShapeReader : public JsonEvents {
     bool IsObject() const { return type != Type::INDEXED && type != Type::FREE_ARRAY; }
   };
 
+  static std::string ExpectedIn(const Frame& frame, const Member& member);
   Frame& Top() { return m_frames[m_depth - 1]; }
   void Push(Type type, const Member* member, std::size_t offset);
   void PushObject(const Member& member, std::size_t offset);
@@ -120,6 +125,7 @@ class ShapeReader : public JsonEvents {
   void TakeScalar(const Scalar& scalar, std::size_t offset);
   void TakeMember(const Member& member, const Scalar& scalar, std::size_t offset);
   void TakeOfVlan(const Member& member, const Scalar& scalar, std::size_t offset);
+  void TakeVlanByName(const Member& member, const Scalar& scalar, std::size_t offset);
   const Member* NextMember(bool& isListed);
   bool SkipsValue();
   void FindMember(Frame& frame, std::string_view name);

@@ -37,6 +37,10 @@ LinkPlace FindVlan(const LinkSettings& settings, unsigned short defaultVlan, con
   if (link.tag) {
     return {*link.tag, LinkRule::TAG};
   }
+  const auto vrf = link.vrf.empty() ? settings.vrfs.end() : settings.vrfs.find(link.vrf);
+  if (vrf != settings.vrfs.end()) {
+    return {vrf->second, LinkRule::VRF};
+  }
   if (const auto number = NumberOfName(link.name)) {
     return {*number, LinkRule::NAME};
   }
@@ -46,8 +50,8 @@ LinkPlace FindVlan(const LinkSettings& settings, unsigned short defaultVlan, con
 }  // namespace
 
 bool operator==(const Link& a, const Link& b) {
-  return std::tie(a.index, a.name, a.flags, a.mtu, a.up, a.tag, a.ip4) ==
-             std::tie(b.index, b.name, b.flags, b.mtu, b.up, b.tag, b.ip4) &&
+  return std::tie(a.index, a.name, a.flags, a.mtu, a.up, a.tag, a.ip4, a.isVrf, a.vrf) ==
+             std::tie(b.index, b.name, b.flags, b.mtu, b.up, b.tag, b.ip4, b.isVrf, b.vrf) &&
          a.ip6 == b.ip6;
 }
 
@@ -57,6 +61,8 @@ const char* DescribeRule(LinkRule rule) {
       return "document";
     case LinkRule::TAG:
       return "tag";
+    case LinkRule::VRF:
+      return "vrf";
     case LinkRule::NAME:
       return "name";
     default:
@@ -66,7 +72,7 @@ const char* DescribeRule(LinkRule rule) {
 
 std::optional<LinkPlace> FindPlace(const LinkSettings& settings, unsigned short defaultVlan,
                                    const Link& link) {
-  if (!settings.Take(link.name)) {
+  if (!settings.Take(link.name) || (link.isVrf && settings.vlans.count(link.name) == 0)) {
     return std::nullopt;
   }
   LinkPlace place = FindVlan(settings, defaultVlan, link);

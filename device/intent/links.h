@@ -22,6 +22,8 @@ struct Link {
   std::optional<std::uint16_t> tag;        // of a VLAN sub-interface, its 802.1Q id
   std::vector<documents::Ip4Network> ip4;  // the primary one first, no address twice
   std::vector<Tarsel::Ip6Prefix> ip6;      // each with its host bits, no address twice
+  bool isVrf = false;                      // a VRF device itself
+  std::string vrf;  // the name of the VRF device that enslaves it, if one does
 
   friend bool operator==(const Link& a, const Link& b);
 };
@@ -32,8 +34,8 @@ using Links = std::map<std::uint32_t, Link>;
 using LinkChanges = std::map<std::uint32_t, std::optional<Link>>;
 
 /// What a link's VLAN follows from.
-enum class LinkRule { DOCUMENT, TAG, NAME, DEFAULT };
-/// "document", "tag", "name" or "default".
+enum class LinkRule { DOCUMENT, TAG, VRF, NAME, DEFAULT };
+/// "document", "tag", "vrf", "name" or "default".
 const char* DescribeRule(LinkRule rule);
 
 /// What becomes of a link that the device takes.
@@ -47,8 +49,10 @@ struct LinkPlace {
 /// The problem of a link whose place an interface of the document has.
 constexpr const char* HAS_NO_PLACE = "an interface of the document has its VLAN and index";
 
-/// The document's word comes before the 802.1Q id, that before the number after the last dot of its
-/// name, and the default VLAN is the last. Nothing for a link that the device does not take.
+/// The document's word comes before the 802.1Q id, that before the VLAN of the VRF device that
+/// enslaves it, that before the number after the last dot of its name, and the default VLAN is the
+/// last. Nothing for a link that the device does not take. A VRF device is taken only if the
+/// document has it among its interfaces: no pattern makes it one.
 std::optional<LinkPlace> FindPlace(const documents::LinkSettings& settings,
                                    unsigned short defaultVlan, const Link& link);
 

@@ -47,6 +47,14 @@ void CompareNextHops(const std::map<unsigned short, unsigned char>& now,
   }
 }
 
+std::string VrfsText(const documents::LinkSettings& settings) {
+  std::string text;
+  for (const auto& [name, vlan] : settings.vrfs) {
+    text += (text.empty() ? "" : ", ") + name + " for VLAN " + std::to_string(vlan);
+  }
+  return text.empty() ? "none" : text;
+}
+
 void CompareSettings(const documents::Device& now, const documents::Device& then, Teller& teller) {
   if (now.defaultVlan != then.defaultVlan) {
     teller.Tell(Thing::SETTING, How::CHANGED, [&] {
@@ -57,6 +65,11 @@ void CompareSettings(const documents::Device& now, const documents::Device& then
   if (now.links.taken != then.links.taken || now.links.ignored != then.links.ignored) {
     teller.Tell(Thing::SETTING, How::CHANGED, [&] {
       return LinksText(then.links) + " are interfaces, was " + LinksText(now.links);
+    });
+  }
+  if (now.links.vrfs != then.links.vrfs) {
+    teller.Tell(Thing::SETTING, How::CHANGED, [&] {
+      return "VRF devices: " + VrfsText(then.links) + ", was " + VrfsText(now.links);
     });
   }
   if (now.kernel.writesRoutes != then.kernel.writesRoutes) {

@@ -34,6 +34,14 @@ struct RuleState {
   std::uint64_t strays = 0;   // so too
 };
 
+/// A VRF device that the document names.
+struct VrfState {
+  std::string name;
+  unsigned short vlan = 0;
+  std::optional<std::uint32_t> table;  // where the VLAN's routes are written, if anywhere
+  std::string problem;                 // why nowhere
+};
+
 /// What became of the routes that are written into the machine's kernel, and of what it tells.
 struct KernelState {
   bool isWritten = false;  // or else everything about routes is 0
@@ -49,6 +57,7 @@ struct KernelState {
   std::uint64_t overruns = 0;  // of a socket
   std::uint64_t untold = 0;    // changes of links that only a reading has shown
   RuleState rules;
+  std::vector<VrfState> vrfs;  // by VLAN
 };
 
 /// A route that the kernel does not take, or an old one that it does not give up.

@@ -81,6 +81,26 @@ void AddRefusals(Json& json, const Host& host) {
   json.EndArray();
 }
 
+std::string DescribeVrf(const VrfState& vrf) {
+  const std::string vlan = "VLAN " + std::to_string(vrf.vlan);
+  return vrf.table
+             ? vlan + " in table " + std::to_string(*vrf.table) + " of the VRF device " + vrf.name
+             : "no routes of " + vlan + ": " + vrf.problem;
+}
+
+void AddVrfs(Json& json, const KernelState& kernel) {
+  json.Key("vrfs").BeginArray();
+  for (const VrfState& vrf : kernel.vrfs) {
+    json.BeginObject().Key("name").Text(vrf.name);
+    json.Key("vlan").Number(std::uint64_t{vrf.vlan}).Key("table");
+    vrf.table ? json.Number(std::uint64_t{*vrf.table}) : json.Null();
+    json.Key("problem");
+    vrf.problem.empty() ? json.Null() : json.Text(vrf.problem);
+    json.EndObject();
+  }
+  json.EndArray();
+}
+
 // What an operator asks who wonders where an interface has come from, or where it is.
 void AddLinkLines(std::string& text, const Host& host) {
   const char* label = "links";
@@ -235,6 +255,9 @@ std::string StatusView::WriteText() const {
                   Counted(kernel.rules.wanted, "rule", "rules") + " installed, " +
                   std::to_string(kernel.rules.refused) + " refused");
     }
+    for (const VrfState& vrf : kernel.vrfs) {
+      AddLine(text, "", DescribeVrf(vrf));
+    }
     for (const std::string& obstacle : m_obstacles) {
       AddLine(text, "", obstacle);
     }
@@ -295,6 +318,7 @@ std::string StatusView::WriteJson() const {
   json.Key("wanted").Number(std::uint64_t{kernel.rules.wanted});
   json.Key("installed").Number(std::uint64_t{kernel.rules.standing});
   json.Key("refused").Number(std::uint64_t{kernel.rules.refused}).EndObject();
+  AddVrfs(json, kernel);
   json.Key("obstacles").BeginArray();
   for (const std::string& obstacle : m_obstacles) {
     json.Text(obstacle);

@@ -333,6 +333,9 @@ def check_kernel(device):
     if [(refusal['route'], refusal['reason_text']) for refusal in kernel['refusals']] != \
             [('10.9.0.0/16 in table 254', 'Operation not permitted')]:
         problems.append('status: the kernel is %s' % kernel)
+    if kernel['vrfs'] != [{'name': 'blue', 'vlan': 20, 'table': None,
+                           'problem': 'its VRF device blue is not there'}]:
+        problems.append('status: the VRF devices are %s' % kernel['vrfs'])
     for answer in expect(device, 'route refused')['routes'], [expect(device, 'explain 10.9.0.0/16')]:
         if [one['kernel_refusal']['reason_text'] for one in answer] != ['Operation not permitted']:
             problems.append('the refusal is not told: %s' % answer)
@@ -386,7 +389,7 @@ def main():
     links = {'default_vlan': 1, 'kernel': {'interfaces': ['lo']}}
     with running(BIN, lambda device: device.fill(links, {})) as device:
         check_links(device)
-    kernel = {'default_vlan': 10, 'kernel': {'routes': True}, 'interfaces': [
+    kernel = {'default_vlan': 10, 'kernel': {'routes': True, 'vrfs': {'blue': 20}}, 'interfaces': [
         {'name': 'eth0', 'vlan': 10, 'index': 3, 'ipv4': '10.1.0.1/16'}]}
     one = {'a': {'vid': 10, 'STATIC_ROUTES': {'one': route('10.9.0.0')}}}
     with running(BIN, lambda device: device.fill(kernel, one)) as device:

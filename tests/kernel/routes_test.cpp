@@ -210,6 +210,31 @@ TEST_F(KernelRoutes, ARefusedRouteIsADifferenceUntilTheAddressIsThere) {
   EXPECT_THAT(OurRoutes(), SizeIs(3));
 }
 
+// No kernel of a test has one of this name; what follows when it comes, vrf_test.cpp tells.
+TEST_F(KernelRoutes, AVlanWhoseVrfDeviceIsNotThereHasNone) {
+  WriteDevice(R"({"routes": true, "rules": true, "vrfs": {"blue": 20}})");
+  WriteRoutes({{"10.9.0.0/16", "10.1.0.2"}}, {{"10.9.0.0/16", "10.1.0.2"}});
+  Start();
+  daemon->ReadErrorsUntil(
+      "No routes of VLAN 20 are written into the kernel: its VRF device blue is not there");
+  EXPECT_THAT(Verify(), HasSubstr("FAIL  kernel: no routes of VLAN 20 are written: its VRF device "
+                                  "blue is not there\n"));
+  EXPECT_THAT(Verify(), HasSubstr("PASS  routes in the kernel: 1 as wanted\n"));
+  EXPECT_THAT(Ask("status", "sessions"),
+              HasSubstr("no routes of VLAN 20: its VRF device blue is not there\n"));
+  EXPECT_THAT(
+      Ask("status json", "sessions"),
+      HasSubstr(
+          R"("vrfs":[{"name":"blue","vlan":20,"table":null,"problem":"its VRF device blue is not there"}])"));
+  EXPECT_THAT(OurRoutes(), ElementsAre("10.9.0.0/16 via 10.1.0.2 dev r1"));
+  EXPECT_THAT(Ip("rule show"), Not(HasSubstr("proto 201")));
+  WriteDevice();
+  EXPECT_THAT(Ask("diff", "request"), HasSubstr("VRF devices: none, was blue for VLAN 20"));
+  Reload();
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), SizeIs(3));
+}
+
 TEST_F(KernelRoutes, AKilledDaemonFindsItsRoutes) {
   WriteRoutes({{"10.8.0.0/16", "10.1.0.2"}, {"10.9.0.0/16", "10.1.0.2"}});
   Start();

@@ -56,6 +56,21 @@ TEST_F(Check, TellsErrorsBeforeWarnings) {
   ExpectResult(Run({"--strict"}), 1, ERROR + ExampleNetwork::WARNINGS);
 }
 
+TEST_F(Check, TellsWhatIsWrongWithVrfDevices) {
+  Clean();
+  network.folder.Write("device.json", R"({"default_vlan": 10,
+    "kernel": {"routes": true, "vrfs": {"blue": 20, "red": 20, "green": 32768}}})");
+  const Result result = Run();
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.errors,
+              HasSubstr("device.json:2:60: kernel.vrfs.red: a VLAN that stands twice, expected one "
+                        "VRF device for VLAN 20, found another, \"red\"\n"));
+  EXPECT_THAT(result.errors, HasSubstr("device.json:2:73: kernel.vrfs.green: out of range, "
+                                       "expected a whole number from 0 to 32767, found 32768\n"));
+  network.folder.Write("device.json", R"({"default_vlan": 10, "kernel": {"vrfs": {"blue": 20}}})");
+  EXPECT_THAT(Run().errors, HasSubstr("warning: kernel.vrfs: VRF devices of no use"));
+}
+
 TEST_F(Check, NeedsAFolder) {
   const std::string nowhere = network.folder.PathOf("nowhere");
   ExpectResult(RunDaemon({"--check", nowhere}, ""), 1, nowhere + ": No such file or directory\n");

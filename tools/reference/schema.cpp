@@ -344,6 +344,10 @@ class Writer {
         return Typed("object")
             .Add("propertyNames", Json().Add("pattern", Json::Text(Digits(0, member.high))))
             .Add("additionalProperties", Value(*member.element));
+      case Kind::VLANS_BY_NAME:
+        return Typed("object")
+            .Add("propertyNames", Value(*member.element))
+            .Add("additionalProperties", Number(member));
       case Kind::ELSEWHERE:
         return Json().Add("not", Json());
       default:

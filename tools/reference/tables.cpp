@@ -82,6 +82,8 @@ std::string TypeOf(const Member& member) {
       return "object: VLAN to name";
     case Kind::VLAN_NUMBERS:
       return "object: VLAN to number";
+    case Kind::VLANS_BY_NAME:
+      return "object: name to VLAN";
     default:
       return "text";
   }
@@ -136,6 +138,8 @@ std::string RangeOf(const Member& member) {
       return "VLANs " + Range(member.low, member.high);
     case Kind::VLAN_NUMBERS:
       return "VLANs " + Range(member.low, member.high) + ", numbers " + RangeOf(*member.element);
+    case Kind::VLANS_BY_NAME:
+      return "names: " + RangeOf(*member.element) + "; VLANs " + Range(member.low, member.high);
     default:
       return "";
   }

@@ -48,15 +48,17 @@ class LinksOfTheKernel : public testing::Test {
   FakeLinkChannel* m_channel = nullptr;
   keepers::Interfaces m_interfaces;
   documents::Device m_taken;
-  KernelLinks m_links{m_loop.Get(),
-                      m_interfaces,
-                      {[this](kernel::Subscription) {
-                         auto made = std::make_unique<FakeLinkChannel>(m_fake);
-                         m_channel = made.get();
-                         return made;
-                       },
-                       [](const std::string&) {}, [](const std::string&) {}, [] {}}};
+  KernelLinks m_links{
+      m_loop.Get(),
+      m_interfaces,
+      {[this](kernel::Subscription) {
+         auto made = std::make_unique<FakeLinkChannel>(m_fake);
+         m_channel = made.get();
+         return made;
+       },
+       [](const std::string&) {}, [](const std::string&) {}, [] {}, [this] { ++m_vrfChanges; }}};
   std::vector<std::string> m_verdicts;
+  int m_vrfChanges = 0;
 };
 
 TEST_F(LinksOfTheKernel, AreVerifiedByAReadingOfAllOfThem) {

@@ -49,7 +49,7 @@ TEST_F(RefusedKernel, ItsLinksFailAVerification) {
   vantacored::KernelLinks links(
       m_turns.Get(), m_interfaces,
       {Refuse, [](const std::string&) {},
-       [this](const std::string& line) { m_lines.push_back(line); }, [] {}});
+       [this](const std::string& line) { m_lines.push_back(line); }, [] {}, [] {}});
   documents::Device device;
   links.Start(device);
   EXPECT_FALSE(VerdictOf(links));
@@ -72,10 +72,10 @@ TEST_F(RefusedKernel, ItsRoutesFailAVerification) {
       {Refuse, [this](const std::string& line) { m_lines.push_back(line); },
        [] { return std::uint64_t{0}; }, [] { return true; }, [] {}});
   documents::Device device;
-  routes.Apply(device);
+  routes.Apply(device, {1, 40000, {}});
   EXPECT_FALSE(VerdictOf(routes));
   device.kernel.writesRoutes = true;
-  routes.Apply(device);
+  routes.Apply(device, {1, 40000, {}});
   EXPECT_THAT(m_lines, ElementsAre("No routes are written into the kernel: no socket"));
   const auto failed = VerdictOf(routes);
   ASSERT_TRUE(failed);
@@ -83,7 +83,7 @@ TEST_F(RefusedKernel, ItsRoutesFailAVerification) {
   EXPECT_EQ(failed->fails, 1u);
   EXPECT_THAT(failed->lines, ElementsAre("kernel: no routes are written: no socket"));
   device.kernel.writesRoutes = false;
-  routes.Apply(device);
+  routes.Apply(device, {1, 40000, {}});
   EXPECT_FALSE(VerdictOf(routes)) << "none are to be written any more";
 }
 
@@ -94,11 +94,11 @@ TEST_F(RefusedKernel, ItsRulesFailAVerification) {
        [] { return std::uint64_t{0}; }});
   documents::Device device;
   device.kernel.writesRoutes = true;
-  rules.Apply(device);
+  rules.Apply(device, {1, 40000, {}});
   EXPECT_FALSE(VerdictOf(rules));
   EXPECT_THAT(m_lines, testing::IsEmpty()) << "none are to be written";
   device.kernel.writesRules = true;
-  rules.Apply(device);
+  rules.Apply(device, {1, 40000, {}});
   EXPECT_THAT(m_lines, ElementsAre("No rules are written into the kernel: no socket"));
   const auto failed = VerdictOf(rules);
   ASSERT_TRUE(failed);

@@ -402,6 +402,64 @@ TEST_F(ReadDeviceDocument, NamesOfLinksAreFew) {
   EXPECT_THAT(lines, ElementsAre(testing::HasSubstr("too many names, expected at most 256")));
 }
 
+TEST_F(ReadDeviceDocument, SaysWhichVlanEachVrfDeviceIs) {
+  const Device document = Read(
+      R"({"default_vlan": 1, "kernel": {"routes": true, "vrfs": {"blue": 20, "red": 0, "x": 32767}}})");
+  EXPECT_THAT(document.links.vrfs, ElementsAre(testing::Pair("blue", 20), testing::Pair("red", 0),
+                                               testing::Pair("x", 32767)));
+  EXPECT_TRUE(document.links != Read(R"({"default_vlan": 1})").links);
+  EXPECT_THAT(lines, IsEmpty());
+}
+
+TEST_F(ReadDeviceDocument, AVlanHasOneVrfDevice) {
+  const Device document =
+      Read(R"({"default_vlan": 1, "kernel": {"routes": true, "vrfs": {"red": 20, "blue": 20}}})");
+  EXPECT_THAT(document.links.vrfs, ElementsAre(testing::Pair("red", 20)));
+  EXPECT_THAT(lines, ElementsAre("device.json:1:76: kernel.vrfs.blue: a VLAN that stands twice, "
+                                 "expected one VRF device for VLAN 20, found another, \"blue\""));
+  lines.clear();
+  const Device twice = Read(
+      R"({"default_vlan": 1, "kernel": {"routes": true, "vrfs": {"red": 20, "red": 30, "blue": 30}}})");
+  EXPECT_THAT(twice.links.vrfs, ElementsAre(testing::Pair("blue", 30), testing::Pair("red", 20)));
+  EXPECT_THAT(lines, ElementsAre(testing::HasSubstr("a member that stands twice")));
+}
+
+TEST_F(ReadDeviceDocument, WhatIsNoVrfDeviceAndNoVlanIsFound) {
+  const Device document = Read(R"({"default_vlan": 1, "kernel": {"routes": true, "vrfs": {
+      "a b": 1,
+      "sixteen-letters-": 2,
+      "": 3,
+      "high": 32768,
+      "text": "20",
+      "null": null,
+      "list": [20],
+      "object": {"blue": 20},
+      "fifteen-letters": 4}}})");
+  EXPECT_THAT(document.links.vrfs, ElementsAre(testing::Pair("fifteen-letters", 4)));
+  const std::string name = "expected 1 to 15 printable characters without blanks as the name";
+  const std::string vlan = "expected a whole number from 0 to 32767";
+  EXPECT_THAT(lines, testing::SizeIs(8));
+  for (const std::string& line : lines) {
+    EXPECT_THAT(line, testing::AnyOf(testing::HasSubstr(name), testing::HasSubstr(vlan)));
+  }
+  lines.clear();
+  Read(R"({"default_vlan": 1, "kernel": {"routes": true, "vrfs": [20]}})");
+  EXPECT_THAT(lines, ElementsAre(testing::HasSubstr("expected an object of names and VLANs")));
+}
+
+TEST_F(ReadDeviceDocument, VrfDevicesAreForLinksOrRoutes) {
+  const char* const warning =
+      "device.json:1:31: warning: kernel.vrfs: VRF devices of no use, expected \"interfaces\" or "
+      "\"routes\" as well, found none";
+  Read(R"({"default_vlan": 1, "kernel": {"vrfs": {"blue": 20}}})");
+  EXPECT_THAT(lines, ElementsAre(warning));
+  lines.clear();
+  Read(R"({"default_vlan": 1, "kernel": {"vrfs": {"blue": 20}, "interfaces": ["eth*"]}})");
+  EXPECT_THAT(lines, IsEmpty());
+  Read(R"({"default_vlan": 1, "kernel": {"vrfs": {}}})");
+  EXPECT_THAT(lines, IsEmpty());
+}
+
 // An interface and the kernel's settings come one after the other.
 TEST_F(ReadDeviceDocument, TakesNoInterfaceForTheKernelsSettings) {
   const Device document = Read(

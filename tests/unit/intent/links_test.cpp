@@ -27,7 +27,7 @@ Link Named(const std::string& name, std::optional<std::uint16_t> tag = std::null
 
 documents::LinkSettings Taking(const std::vector<std::string>& taken,
                                const std::vector<std::string>& ignored = {}) {
-  return {taken, ignored, {{"eth5.20", 50}}};
+  return {taken, ignored, {{"eth5.20", 50}}, {}};
 }
 
 std::string PlaceText(const documents::LinkSettings& settings, const Link& link) {
@@ -49,6 +49,34 @@ TEST(LinkPlaces, TheFirstRuleThatFitsSaysTheVlan) {
   for (const char* const name : {"eth1.", "eth1.x", "eth.2x", "eth20", ".", "eth1.-2"}) {
     EXPECT_EQ("7 default", PlaceText(all, Named(name))) << name;
   }
+}
+
+TEST(LinkPlaces, AVrfDeviceSaysTheVlanOfWhatItEnslaves) {
+  auto all = Taking({"*"});
+  all.vrfs = {{"blue", 30}};
+  const auto enslaved = [](Link link, const std::string& vrf) {
+    link.vrf = vrf;
+    return link;
+  };
+  EXPECT_EQ("30 vrf", PlaceText(all, enslaved(Named("eth1"), "blue")));
+  EXPECT_EQ("30 vrf", PlaceText(all, enslaved(Named("eth1.20"), "blue")));
+  EXPECT_EQ("60 tag", PlaceText(all, enslaved(Named("eth1.20", 60), "blue")));
+  EXPECT_EQ("50 document", PlaceText(all, enslaved(Named("eth5.20"), "blue")));
+  EXPECT_EQ("20 name", PlaceText(all, enslaved(Named("eth1.20"), "red")));
+  EXPECT_EQ("7 default", PlaceText(all, enslaved(Named("eth1"), "red")));
+  EXPECT_EQ("7 default", PlaceText(Taking({"*"}), enslaved(Named("eth1"), "blue")));
+}
+
+TEST(LinkPlaces, AVrfDeviceIsAnInterfaceOnlyByTheDocument) {
+  auto all = Taking({"*"});
+  all.vrfs = {{"blue", 30}};
+  Link blue = Named("blue");
+  blue.isVrf = true;
+  EXPECT_EQ("none", PlaceText(all, blue));
+  all.vlans["blue"] = 40;
+  EXPECT_EQ("40 document", PlaceText(all, blue));
+  all.ignored = {"blue"};
+  EXPECT_EQ("none", PlaceText(all, blue));
 }
 
 TEST(LinkPlaces, OnlyLinksThatAreTakenHaveOne) {

@@ -183,6 +183,13 @@ TEST(PlanOfVlans, TellsWhatIsDoneInTheKernel) {
   EXPECT_THAT(list("", links),
               ElementsAre("device", "  ~ links eth* lo without eth9 are interfaces, was no links",
                           testing::_));
+  const std::string vrfs = R"(, "kernel": {"routes": true, "vrfs": {"red": 30, "blue": 20}})";
+  EXPECT_THAT(list(routes, vrfs),
+              ElementsAre("device", "  ~ VRF devices: blue for VLAN 20, red for VLAN 30, was none",
+                          "1 setting changed; 0 requests"));
+  EXPECT_THAT(list(vrfs, routes),
+              ElementsAre("device", "  ~ VRF devices: none, was blue for VLAN 20, red for VLAN 30",
+                          "1 setting changed; 0 requests"));
   EXPECT_THAT(list("", R"(, "kernel": {"routes": false, "table_base": 40000})"),
               ElementsAre("no change"));
 }

@@ -39,7 +39,7 @@ TEST_F(Metrics, TellOfTheProcess) {
 
 TEST_F(Metrics, CountWhatBecomesOfRoutesInTheKernel) {
   EXPECT_EQ(Sample("vantacore_kernel_routes_wanted"), 0);
-  m_kernel = {true, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, {true, 10, 11, 12, 13, 14}};
+  m_kernel = {true, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, {true, 10, 11, 12, 13, 14}, {}};
   const std::map<std::string, double> samples = Samples();
   EXPECT_EQ(samples.at("vantacore_kernel_routes_wanted"), 1);
   EXPECT_EQ(samples.at("vantacore_kernel_routes_installed"), 2);

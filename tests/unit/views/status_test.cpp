@@ -94,6 +94,24 @@ TEST_F(Status, TellsOfTheKernelIfRoutesAreWrittenThere) {
   EXPECT_EQ(rules["refused"], 1);
 }
 
+TEST_F(Status, TellsWhereTheRoutesOfVrfDevicesAre) {
+  StartWith(WITH_ROUTE);
+  EXPECT_EQ(Object()["kernel"]["vrfs"].size(), 0u);
+  m_kernel.isWritten = true;
+  m_kernel.vrfs = {{"blue", 20, 100, ""}, {"red", 30, std::nullopt, "it is not \"there\""}};
+  EXPECT_THAT(Text(), HasSubstr("                VLAN 20 in table 100 of the VRF device blue\n"
+                                "                no routes of VLAN 30: it is not \"there\"\n"));
+  const Json::Value vrfs = Object()["kernel"]["vrfs"];
+  ASSERT_EQ(vrfs.size(), 2u);
+  EXPECT_EQ(vrfs[0]["name"], "blue");
+  EXPECT_EQ(vrfs[0]["vlan"], 20);
+  EXPECT_EQ(vrfs[0]["table"], 100);
+  EXPECT_TRUE(vrfs[0]["problem"].isNull());
+  EXPECT_EQ(vrfs[1]["name"], "red");
+  EXPECT_TRUE(vrfs[1]["table"].isNull());
+  EXPECT_EQ(vrfs[1]["problem"], "it is not \"there\"");
+}
+
 TEST_F(Status, TellsThatTheFolderDiffers) {
   StartWith(WITH_ROUTE);
   WriteVlans(R"("a": {"vid": 10})");
