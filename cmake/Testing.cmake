@@ -8,16 +8,17 @@ function(vantacore_compile_quickly target)
 endfunction()
 
 # vantacore_add_test(NAME name SOURCES file... [APART file...] [LIBS target...] [LABELS label...]
-#                    [ISOLATED] [OPTIMISED] [TIMEOUT seconds] [RUNNER word...])
+#                    [ISOLATED] [OPTIMISED] [UNLISTED] [TIMEOUT seconds] [RUNNER word...])
 #
 # One executable and one ctest entry. It is linked with googletest, the library, the software device
 # and tests/support. ISOLATED runs each test in a process of its own (tests/support/isolated_main.cpp),
 # which every test needs that touches a singleton of the library. OPTIMISED is for suites that compute
 # much themselves. APART are those of the SOURCES that are never joined: they give a name in their
 # unnamed namespace to something else than another file of the suite does. RUNNER is a command that runs
-# the suite, whose path is appended, and judges it.
+# the suite, whose path is appended, and judges it. UNLISTED has no ctest entry: the machine that builds
+# the suite may not be able to run it.
 function(vantacore_add_test)
-  cmake_parse_arguments(PARSE_ARGV 0 TEST "ISOLATED;OPTIMISED" "NAME;TIMEOUT"
+  cmake_parse_arguments(PARSE_ARGV 0 TEST "ISOLATED;OPTIMISED;UNLISTED" "NAME;TIMEOUT"
     "SOURCES;APART;LIBS;LABELS;RUNNER")
   if(NOT TEST_NAME OR NOT TEST_SOURCES OR TEST_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "vantacore_add_test: NAME and SOURCES are required, "
@@ -40,6 +41,9 @@ function(vantacore_add_test)
     ${TEST_LIBS} test_support
     $<IF:$<BOOL:${TEST_ISOLATED}>,vantacore_isolated_main,GTest::gtest_main>
     GTest::gmock GTest::gtest vantacore_system)
+  if(TEST_UNLISTED)
+    return()
+  endif()
   set(command ${TEST_NAME})
   if(TEST_RUNNER)
     set(command ${TEST_RUNNER} $<TARGET_FILE:${TEST_NAME}>)
