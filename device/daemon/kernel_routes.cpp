@@ -227,7 +227,6 @@ void KernelRoutes::Sweep() {
 // Changes that come meanwhile are heard as always, so each slice is right when it is read.
 void KernelRoutes::ReadSlice() {
   if (m_instancesToRead.empty()) {
-    m_oldTables.clear();
     return;
   }
   const std::uint32_t instance = m_instancesToRead.back();
@@ -246,6 +245,9 @@ void KernelRoutes::ReadSlice() {
   if (slice.empty()) {
     m_instancesToRead.pop_back();
     m_lastRead.reset();
+    if (m_instancesToRead.empty()) {
+      m_oldTables.clear();
+    }
   } else {
     m_lastRead = slice.back();
   }

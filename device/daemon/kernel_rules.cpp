@@ -8,14 +8,13 @@
 #include <string>
 #include <utility>
 
+#include "device/kernel/link.h"
 #include "device/program/counted.h"
 
 namespace vantacored {
 
 namespace {
 
-// The kernel's name for it is that of what the machine itself sends, which is no VLAN's.
-constexpr std::uint32_t LOOPBACK_INDEX = 1;
 constexpr const char* RULES = "rules in the kernel";  // as `verify` calls them
 
 // A link's name is the kernel's; a document may call others as it likes. Empty: it is not there.
@@ -133,7 +132,9 @@ kernel::Rules KernelRules::FindWanted() const {
   for (const auto& [key, interface] : m_interfaces.Get()) {
     const bool isNew = vlans.emplace(key.second, key.first).second;
     const auto table = m_tables.Of(key.first);
-    if (!isNew || !table || !m_tables.NeedsRules(key.first) || key.second == LOOPBACK_INDEX) {
+    // What the machine itself sends is no VLAN's.
+    if (!isNew || !table || !m_tables.NeedsRules(key.first) ||
+        key.second == kernel::LOOPBACK_INDEX) {
       continue;
     }
     const std::string name = NameOf(key.second, interface);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "device/kernel/link.h"
 #include "device/kernel/route.h"
 #include "device/program/printable.h"
 
@@ -10,7 +11,6 @@ namespace vantacored {
 namespace {
 
 constexpr const char* VRFS = "VRF devices";  // as `verify` calls them
-constexpr std::uint32_t LOOPBACK_INDEX = 1;  // no VRF device can have it
 constexpr std::size_t MOST_OF_A_VRF_NAME = 64;
 
 bool IsKernelsOwn(std::uint32_t table) {
@@ -140,7 +140,7 @@ std::vector<std::string> KernelVrfs::FindStrangers() const {
   for (const auto& [key, interface] : m_interfaces.Get()) {
     const auto [vlan, index] = key;
     const auto link = links.find(index);
-    if (link == links.end() || index == LOOPBACK_INDEX || m_problems.count(vlan) != 0) {
+    if (link == links.end() || index == kernel::LOOPBACK_INDEX || m_problems.count(vlan) != 0) {
       continue;
     }
     const kernel::Vrfs::Vrf* const vrf =

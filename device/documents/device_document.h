@@ -5,8 +5,8 @@
 //       { "name": "eth0", "vlan": 10, "index": 3, "flags": ["broadcast", "multicast"], "mtu": 1500,
 //         "up": true, "joined": false, "ipv4": "10.1.0.1/16", "ipv6": ["2001:db8:1::1/64"] } ],
 //     "primary_interfaces": { "10": "eth0" },
-//     "kernel": { "interfaces": ["eth*"], "ignore": ["eth9"],
-//                 "vrfs": { "blue": 20 }, "routes": true, "rules": true, "table_base": 40000 } }
+//     "kernel": { "interfaces": ["eth*"], "ignore": ["eth9"], "vrfs": { "blue": 20 },
+//                 "routes": true, "rules": true, "multipath": { "10": 4 }, "table_base": 40000 } }
 //
 // "name", "vlan" and "index" are required. An interface is up and has an MTU of 1500 unless the
 // document says otherwise; "joined" says that a remote has joined on it. It has one IPv4 address,

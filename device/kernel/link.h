@@ -12,6 +12,10 @@
 
 namespace kernel {
 
+/// That of the loopback interface, in each namespace. Its name is that of what the machine itself
+/// sends.
+constexpr std::uint32_t LOOPBACK_INDEX = 1;
+
 /// An address with the length of its network.
 struct LinkAddress {
   bool isIp6 = false;

@@ -1,10 +1,17 @@
 #include "next_hops.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 
 namespace kernel {
+
+namespace {
+
+constexpr std::size_t POINTER_BYTES = sizeof(void*);
+
+}  // namespace
 
 struct NextHops::Shared {
   std::size_t owners = 1;
@@ -50,15 +57,15 @@ bool NextHops::AreSame(const NextHops& a, const NextHops& b) {
 }
 
 void NextHops::Point(Shared* shared) {
-  static_assert(sizeof shared <= sizeof m_one.gateway);
+  static_assert(POINTER_BYTES <= sizeof m_one.gateway);
   m_one = {};
-  std::memcpy(m_one.gateway.data(), &shared, sizeof shared);
+  std::memcpy(m_one.gateway.data(), &shared, POINTER_BYTES);
   m_one.ifIndex = SEVERAL;
 }
 
 NextHops::Shared* NextHops::GetShared() const {
   Shared* shared = nullptr;
-  std::memcpy(&shared, m_one.gateway.data(), sizeof shared);
+  std::memcpy(&shared, m_one.gateway.data(), POINTER_BYTES);
   return shared;
 }
 

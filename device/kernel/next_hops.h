@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "route.h"
@@ -32,9 +33,7 @@ class NextHops {
   }
   NextHops(NextHops&& other) noexcept : m_one(other.m_one) { other.m_one = {}; }
   NextHops& operator=(NextHops other) noexcept {
-    const NextHop mine = m_one;
-    m_one = other.m_one;
-    other.m_one = mine;
+    std::swap(m_one, other.m_one);
     return *this;
   }
   ~NextHops() {

@@ -254,10 +254,10 @@ void Rib::Install(const Prefix& prefix, RibEntry* before, RibEntry* after, bool 
   if (!IsHeard()) {
     return;
   }
-  if (after == nullptr) {
-    Tell(ForwardingChange::kGone, *before);
-  } else {
+  if (after != nullptr) {
     Tell(before == nullptr ? ForwardingChange::kCame : ForwardingChange::kReplaced, *after);
+  } else if (before != nullptr) {
+    Tell(ForwardingChange::kGone, *before);
   }
 }
 

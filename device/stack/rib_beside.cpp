@@ -60,18 +60,16 @@ bool Rib::ChooseBeside(const Prefix& prefix) {
   if (before == m_beside.end() ? chosen.empty() : before->second == chosen) {
     return false;
   }
-  if (before != m_beside.end()) {
-    for (RibEntry* const entry : before->second) {
-      entry->beside = false;
-    }
+  std::vector<RibEntry*>& kept = m_beside[prefix];
+  for (RibEntry* const entry : kept) {
+    entry->beside = false;
   }
   for (RibEntry* const entry : chosen) {
     entry->beside = true;
   }
-  if (chosen.empty()) {
-    m_beside.erase(before);
-  } else {
-    m_beside[prefix] = std::move(chosen);
+  kept.swap(chosen);
+  if (kept.empty()) {
+    m_beside.erase(prefix);
   }
   return true;
 }

@@ -22,7 +22,6 @@ enum EntityWord {
   kRipWord = 14
 };
 
-constexpr std::uint32_t kIp6InstanceBit = 0x8000;
 constexpr std::uint32_t kHighestInstance = 0xFFFF;
 
 Family FamilyOfInstance(std::uint32_t word, std::uint32_t instance) {

@@ -9,8 +9,6 @@ namespace routing_stack {
 
 namespace {
 
-constexpr std::uint32_t kIp6InstanceBit = 0x8000;
-
 /// The prefix that an address row connects; false if the row is not valid in the instance.
 bool ConnectedPrefix(const AddressKey& key, const AddressRow& row, Family family, Prefix* prefix) {
   if (key.family != family || key.interface.ifIndex == 0 || key.address.IsUnspecified() ||

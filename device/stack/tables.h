@@ -30,6 +30,9 @@
 
 namespace routing_stack {
 
+/// Of the number of an instance whose family is IPv6.
+constexpr std::uint32_t kIp6InstanceBit = 0x8000;
+
 /// Outcomes of a request or a walk. A final refusal is kWrongValue for a value that is never right,
 /// kInconsistent for values that do not fit each other.
 enum Status : unsigned int {

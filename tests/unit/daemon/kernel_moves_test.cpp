@@ -73,8 +73,9 @@ class MovedRoutes : public test_support::DeviceFixture {
   /// "10.9.1.0/24 in table 254 via 10.1.0.1 dev 10", by table.
   Lines Ours() const {
     Lines lines;
-    for (const auto& [key, nextHop] : m_kernel.OurRoutes()) {
-      lines.push_back(kernel::DescribeKey(key) + " " + kernel::DescribeNextHop(nextHop, key.isIp6));
+    for (const auto& [key, nextHops] : m_kernel.OurRoutes()) {
+      lines.push_back(kernel::DescribeKey(key) + " " +
+                      kernel::DescribeNextHops(nextHops, key.isIp6));
     }
     EXPECT_EQ(lines.size(), m_kernel.CountOurs()) << "one stands twice";
     return lines;
@@ -218,6 +219,21 @@ TEST_F(MovedRoutes, ATableMayGoFromOneVlanToAnother) {
                                   "10.9.1.0/24 in table 40020 via 10.1.0.1 dev 20",
                                   "10.1.0.0/24 in table 40030 dev 30",
                                   "10.9.1.0/24 in table 40030 via 10.1.0.1 dev 30"));
+}
+
+// Everything is read anew only where it has to be.
+TEST_F(MovedRoutes, ATableThatHasBeenLeftMayBeAnotherVlansAtOnce) {
+  Apply({{20, 100}});
+  Move({{20, 200}});
+  RunUntilSettled();
+  const std::size_t wanted = m_routes.GetSink()->GetLedger().CountWanted();
+  EXPECT_EQ(4u, wanted);
+  Move({{20, 200}, {30, 100}});
+  EXPECT_EQ(wanted, m_routes.GetSink()->GetLedger().CountWanted()) << "nothing is forgotten";
+  RunUntilSettled();
+  EXPECT_THAT(Ours(), ElementsAre("10.9.1.0/24 in table 100 via 10.1.0.1 dev 30",
+                                  "10.9.1.0/24 in table 200 via 10.1.0.1 dev 20",
+                                  "10.9.1.0/24 in table 254 via 10.1.0.1 dev 10"));
 }
 
 TEST_F(MovedRoutes, TheSameTableAsAVrfDevicesLosesOnlyTheNetworks) {

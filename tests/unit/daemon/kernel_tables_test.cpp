@@ -8,12 +8,12 @@ namespace {
 
 using vantacored::KernelTables;
 
-constexpr auto NONE = std::nullopt;
+constexpr auto NO_TABLE = std::nullopt;
 using Table = std::optional<std::uint32_t>;
 using Owner = std::optional<unsigned short>;
 
 TEST(KernelTablesTest, AVrfDeviceComesBeforeTheMainTableAndThatBeforeTheBase) {
-  const KernelTables tables(10, 40000, {{20, 100}, {30, NONE}});
+  const KernelTables tables(10, 40000, {{20, 100}, {30, NO_TABLE}});
   EXPECT_EQ(Table(254), tables.Of(10));
   EXPECT_EQ(Table(100), tables.Of(20));
   EXPECT_EQ(Table(), tables.Of(30)) << "its VRF device is away";
@@ -22,7 +22,7 @@ TEST(KernelTablesTest, AVrfDeviceComesBeforeTheMainTableAndThatBeforeTheBase) {
 }
 
 TEST(KernelTablesTest, TheKernelHasItsNetworksInItsOwnTables) {
-  const KernelTables tables(10, 40000, {{20, 100}, {30, NONE}});
+  const KernelTables tables(10, 40000, {{20, 100}, {30, NO_TABLE}});
   for (const unsigned int vlan : {10, 20, 30}) {
     EXPECT_TRUE(tables.HasKernelsNetworks(vlan)) << vlan;
     EXPECT_FALSE(tables.NeedsRules(vlan)) << vlan;
@@ -34,7 +34,7 @@ TEST(KernelTablesTest, TheKernelHasItsNetworksInItsOwnTables) {
 }
 
 TEST(KernelTablesTest, ATableIsOneVlansAtMost) {
-  const KernelTables tables(10, 40000, {{20, 100}, {30, NONE}});
+  const KernelTables tables(10, 40000, {{20, 100}, {30, NO_TABLE}});
   EXPECT_EQ(Owner(10), tables.FindOwner(254));
   EXPECT_EQ(Owner(20), tables.FindOwner(100));
   EXPECT_EQ(Owner(40), tables.FindOwner(40040));

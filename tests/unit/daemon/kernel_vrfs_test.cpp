@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -88,10 +89,14 @@ class VrfsOfTheKernel : public testing::Test {
   keepers::Interfaces m_interfaces;
   documents::Device m_device;
   std::vector<FakeLinkChannel::Accident> m_accidents;
+  bool m_isRefused = false;
   Lines m_lines;
   KernelLinks m_links{m_loop.Get(),
                       m_interfaces,
                       {[this](kernel::Subscription) {
+                         if (m_isRefused) {
+                           throw std::runtime_error("no socket");
+                         }
                          auto channel = std::make_unique<FakeLinkChannel>(m_fake);
                          channel->accidents = m_accidents;
                          return channel;
@@ -280,6 +285,27 @@ TEST_F(VrfsOfTheKernel, AreKnownThoughTheReadingThatShowedThemWasNotCompleted) {
     uv_run(m_loop.Get(), UV_RUN_ONCE);
   }
   EXPECT_EQ(Table(), 100u);
+}
+
+TEST_F(VrfsOfTheKernel, NoWayToTheKernelIsToldAndEndsTheVlan) {
+  m_isRefused = true;
+  Start();
+  EXPECT_FALSE(m_vrfs.AreKnown());
+  EXPECT_EQ(Table(), std::nullopt);
+  EXPECT_THAT(m_lines, ElementsAre("! No routes of VLAN 20 are written into the kernel: the "
+                                   "kernel's links cannot be read"));
+  EXPECT_THAT(Verify(), ElementsAre("kernel: no routes of VLAN 20 are written: the kernel's links "
+                                    "cannot be read",
+                                    "1 of 1"));
+}
+
+TEST_F(VrfsOfTheKernel, OneThatIsNotThereIsOneDifferenceAndNotOneMoreForEachInterface) {
+  m_device.links.vlans = {{"eth0", 20}};
+  Start();
+  EXPECT_THAT(Places(), ElementsAre("eth0 20 document", "eth1 10 default"));
+  EXPECT_THAT(Verify(), ElementsAre("kernel: no routes of VLAN 20 are written: its VRF device blue "
+                                    "is not there",
+                                    "1 of 1"));
 }
 
 TEST_F(VrfsOfTheKernel, ADocumentWithoutThemHasNone) {

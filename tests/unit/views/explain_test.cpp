@@ -210,11 +210,10 @@ TEST_F(ExplainWord, TellsOfAnAddressThatIsRefused) {
 }
 
 TEST_F(ExplainWord, TellsWhatStandsBesideTheInstalledOne) {
+  stack.GetUpkeep().SetMostNextHops(10, 2);
   StartWith(Entry(10, One() + "," +
                           Route("s", "20.1.0.0", "255.255.0.0", R"("gateway": "10.1.2.2")") + "," +
                           Route("t", "20.1.0.0", "255.255.0.0", R"("gateway": "10.1.2.3")")));
-  stack.GetUpkeep().SetMostNextHops(10, 2);
-  ASSERT_TRUE(SettleAll());
   const std::string text = About("20.1.0.0/16");
   EXPECT_THAT(text, HasSubstr("installed: the first of those that are equal\n"));
   EXPECT_THAT(text, HasSubstr("installed: equal to the first one, and beside it\n"));
