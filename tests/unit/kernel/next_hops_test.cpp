@@ -24,7 +24,7 @@ using test_kernel::Key;
 using test_kernel::KEY;
 using testing::IsEmpty;
 
-const kernel::RouteKey KEY6 = Key("2001:db8:9::/48");
+const kernel::RouteKey PREFIX6 = Key("2001:db8:9::/48");
 
 std::string Text(const NextHops& nextHops) { return kernel::DescribeNextHops(nextHops, false); }
 
@@ -108,7 +108,7 @@ struct Words {
   std::vector<kernel::Message> Read() { return kernel::ReadMessages(words.data(), size).messages; }
 };
 
-Words AddMessage(const kernel::RouteKey& key, const NextHops& nextHops) {
+Words MessageThatAdds(const kernel::RouteKey& key, const NextHops& nextHops) {
   kernel::Batch batch;
   batch.Add(key, nextHops, 220, 7);
   const std::vector<char> bytes = batch.Finish();
@@ -120,8 +120,8 @@ Words AddMessage(const kernel::RouteKey& key, const NextHops& nextHops) {
 TEST(NextHopMessages, SeveralComeBackAsTheyWereAskedFor) {
   const NextHops mixed({Hop("10.1.2.1"), Hop("", 4), Hop("10.1.2.1", 70000)});
   const NextHops ip6({Hop("2001:db8:1::1"), Hop("fe80::1", 4), Hop("fe80::1", 5)});
-  for (const auto& [key, nextHops] : {std::pair(KEY, mixed), std::pair(KEY6, ip6)}) {
-    Words words = AddMessage(key, nextHops);
+  for (const auto& [key, nextHops] : {std::pair(KEY, mixed), std::pair(PREFIX6, ip6)}) {
+    Words words = MessageThatAdds(key, nextHops);
     EXPECT_EQ(RT_SCOPE_UNIVERSE, words.Route().rtm_scope);
     const auto found = std::get<FoundRoute>(words.Read().at(0));
     EXPECT_TRUE(found.key == key);
@@ -131,7 +131,7 @@ TEST(NextHopMessages, SeveralComeBackAsTheyWereAskedFor) {
     EXPECT_FALSE(found.hasDeadNextHop);
   }
   const NextHops attached({Hop("", 4), Hop("", 5)});
-  EXPECT_EQ(RT_SCOPE_LINK, AddMessage(KEY, attached).Route().rtm_scope);
+  EXPECT_EQ(RT_SCOPE_LINK, MessageThatAdds(KEY, attached).Route().rtm_scope);
 }
 
 TEST(NextHopMessages, AsManyAsThereMayBeAreOneMessage) {
@@ -140,9 +140,9 @@ TEST(NextHopMessages, AsManyAsThereMayBeAreOneMessage) {
     all.push_back(Hop("2001:db8::" + std::to_string(i), i));
   }
   const NextHops most(all);
-  EXPECT_TRUE(std::get<FoundRoute>(AddMessage(KEY6, most).Read().at(0)).nextHops == most);
+  EXPECT_TRUE(std::get<FoundRoute>(MessageThatAdds(PREFIX6, most).Read().at(0)).nextHops == most);
   all.push_back(Hop("2001:db8::ffff"));
-  Words more = AddMessage(KEY6, NextHops(std::vector<NextHop>(all.begin() + 2, all.end())));
+  Words more = MessageThatAdds(PREFIX6, NextHops(std::vector<NextHop>(all.begin() + 2, all.end())));
   EXPECT_TRUE(std::get<FoundRoute>(more.Read().at(0)).nextHops.has_value());
 }
 
@@ -172,7 +172,7 @@ TEST(NextHopMessages, ABatchIsNoLongerThanASocketTakes) {
 // None of these is like one of ours, so it is not known where it leads.
 TEST(NextHopMessages, WhatIsNotInEqualSharesOrOfAnotherFormLeadsElsewhere) {
   const auto changed = [](auto change) {
-    Words words = AddMessage(KEY, Hops("10.1.2.1 10.1.3.1"));
+    Words words = MessageThatAdds(KEY, Hops("10.1.2.1 10.1.3.1"));
     change(words);
     const auto messages = words.Read();
     return messages.size() == 1 && std::get<FoundRoute>(messages[0]).nextHops.has_value();
@@ -199,7 +199,7 @@ TEST(NextHopMessages, WhatIsNotInEqualSharesOrOfAnotherFormLeadsElsewhere) {
 
 // What is in its attributes is left alone when one of them says that it is longer than it is.
 TEST(NextHopMessages, AnAttributeThatLeavesItsNextHopIsNotRead) {
-  Words words = AddMessage(KEY, Hops("10.1.2.1 10.1.3.1"));
+  Words words = MessageThatAdds(KEY, Hops("10.1.2.1 10.1.3.1"));
   RTNH_DATA(&words.First())->rta_len = 64;
   const auto found = std::get<FoundRoute>(words.Read().at(0));
   ASSERT_TRUE(found.nextHops);
@@ -207,7 +207,7 @@ TEST(NextHopMessages, AnAttributeThatLeavesItsNextHopIsNotRead) {
 }
 
 TEST(NextHopMessages, OneThatIsOutOfUseIsTold) {
-  Words words = AddMessage(KEY, Hops("10.1.2.1 10.1.3.1"));
+  Words words = MessageThatAdds(KEY, Hops("10.1.2.1 10.1.3.1"));
   words.Second().rtnh_flags = RTNH_F_LINKDOWN;
   EXPECT_FALSE(std::get<FoundRoute>(words.Read().at(0)).hasDeadNextHop);
   words.Second().rtnh_flags = RTNH_F_DEAD | RTNH_F_LINKDOWN;
@@ -221,7 +221,7 @@ TEST(NextHopMessages, AnyBytesAreRead) {
   std::size_t understood = 0;
   const unsigned int runs = test_models::Scaled(20000);
   for (unsigned int i = 0; i < runs; ++i) {
-    Words words = AddMessage(KEY6, Hops("2001:db8::1 fe80::1 fe80::2"));
+    Words words = MessageThatAdds(PREFIX6, Hops("2001:db8::1 fe80::1 fe80::2"));
     for (unsigned int changes = random.Below(4); changes > 0; --changes) {
       words.Get()[random.Below(static_cast<unsigned int>(words.size))] =
           static_cast<char>(random.Below(256));
