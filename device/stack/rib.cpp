@@ -267,7 +267,7 @@ void Rib::Install(const Prefix& prefix, RibEntry* before, RibEntry* after, bool 
 // A next hop that has got another interface leaves its candidates where they are; who follows the
 // forwarding table is told them once more. What leads over next hops that have not changed is what
 // it was: another candidate of its prefix has got or lost its next hop.
-void Rib::Refresh(const Prefix& prefix, bool tellsMoves) {
+void Rib::Refresh(const Prefix& prefix) {
   RibEntry* const before = Best(prefix);
   for (auto place = m_entries.lower_bound(BeginOf(prefix));
        place != m_entries.end() && place->GetPrefix() == prefix; ++place) {
@@ -278,7 +278,7 @@ void Rib::Refresh(const Prefix& prefix, bool tellsMoves) {
     }
   }
   RibEntry* const after = Best(prefix);
-  const bool mayHaveMoved = tellsMoves && after != nullptr && after == before && HasMoved(*after);
+  const bool mayHaveMoved = after != nullptr && after == before && HasMoved(*after);
   Install(prefix, before, after, mayHaveMoved, after != before ? m_clock() : 0);
 }
 
@@ -288,7 +288,7 @@ void Rib::Work() {
     return;
   }
   if (Link* const candidate = m_hops.Work(IsHeard() || KnowsSeveral())) {
-    Refresh(static_cast<RibEntry*>(candidate)->GetPrefix(), true);
+    Refresh(static_cast<RibEntry*>(candidate)->GetPrefix());
   }
 }
 
@@ -301,7 +301,7 @@ void Rib::RefreshNext() {
   }
   m_refreshedUpTo = next->GetPrefix();
   m_rankingBegun = true;
-  Refresh(m_refreshedUpTo, false);
+  Refresh(m_refreshedUpTo);
 }
 
 bool Rib::Shrink() {

@@ -225,9 +225,9 @@ class Rib {
   /// have changed.
   bool HasMoved(const RibEntry& best) const;
   void Place(RibEntry& entry, const CandidateValues& values, std::uint64_t now);
-  /// Chooses again for one prefix, after changes of next hops or distances. With `tellsMoves` the
+  /// Chooses again for one prefix, after changes of next hops, distances or the number of next hops. The
   /// chosen one is told, too, if it was chosen before and may be reached over another interface.
-  void Refresh(const Prefix& prefix, bool tellsMoves);
+  void Refresh(const Prefix& prefix);
   void RefreshNext();
   bool IsHeard() const { return *m_forwarding.listener != nullptr; }
   void Tell(ForwardingChange change, const RibEntry& entry) const;

@@ -2,6 +2,10 @@
 
 #include <arpa/inet.h>
 
+#include <iterator>
+#include <map>
+#include <vector>
+
 #include "device/stack/upkeep.h"
 #include "stack_test.h"
 
@@ -49,10 +53,12 @@ class BesideLog : public routing_stack::Listener {
     const char* const words[] = {"came ", "replaced ", "gone"};
     const bool hasGone = change == ForwardingChange::kGone;
     const std::string first = TextOf(route.next_hop, route.if_index, route.instance);
-    lines.push_back(words[static_cast<int>(change)] +
-                    (hasGone ? "" : TextOf(first, beside, route.instance)));
+    const std::string leads = hasGone ? "" : TextOf(first, beside, route.instance);
+    lines.push_back(words[static_cast<int>(change)] + leads);
+    last[{std::begin(route.destination), std::end(route.destination)}] = leads;
   }
   Lines lines;
+  std::map<std::vector<unsigned char>, std::string> last;  // by destination
 };
 
 /// VLAN 10 may have three next hops a route. It has the networks 10.1.2.0/24 on interface 3 and
@@ -251,6 +257,29 @@ TEST_F(BesideTest, AnotherNumberHoldsForWhatStands) {
   EXPECT_EQ("10.1.2.1 if 3", Leads());
   stack.GetUpkeep().SetMostNextHops(11, 4);
   EXPECT_THAT(Heard(), IsEmpty()) << "another VLAN";
+}
+
+// The number is said beside the queue of requests, so it may come between a change and what follows
+// from that.
+TEST_F(BesideTest, AnotherNumberLosesNothingThatTheStackIsAbout) {
+  constexpr unsigned kRoutes = 20;
+  for (unsigned i = 0; i < kRoutes; ++i) {
+    AddRoute(10, "10.9." + std::to_string(i) + ".0/24", "10.1.2.200");
+  }
+  RunAll();
+  log.last.clear();
+  stack.GetControl().SetSliceEvents(1);
+  AddAddress(10, 4, "10.1.2.129/25");
+  while (log.last.size() < kRoutes / 2) {
+    ASSERT_EQ(0, RunOnce()) << "there is nothing left to do";
+  }
+  ASSERT_LT(log.last.size(), kRoutes);
+  stack.GetUpkeep().SetMostNextHops(10, 2);
+  RunAll();
+  EXPECT_EQ(kRoutes, log.last.size());
+  for (const auto& route : log.last) {
+    EXPECT_EQ("10.1.2.200 if 4", route.second);
+  }
 }
 
 TEST_F(BesideTest, SixtyFourAreTheMost) {
