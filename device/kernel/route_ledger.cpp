@@ -342,9 +342,7 @@ void RouteLedger::TakeFound(const FoundRoute& found) {
     return;
   }
   entry.seen |= slot;
-  if (found.nextHops) {
-    entry.standingHops[IndexOf(slot)] = *found.nextHops;
-  }
+  entry.standingHops[IndexOf(slot)] = found.nextHops.value_or(NextHops());
   if (IsWanted(entry)) {
     FindWanted(node, slot, found.nextHops == entry.nextHops && !found.hasDeadNextHop);
   } else {

@@ -110,6 +110,18 @@ TEST_F(KernelMultipath, WhatWasChangedByHandIsPutBack) {
   EXPECT_THAT(OurRoutes(), ElementsAre(BOTH, BOTH6));
 }
 
+// With shares and a hop that no route of ours has: what stood in its place names it no more.
+TEST_F(KernelMultipath, WhatIsNotLikeARouteOfOursGoes) {
+  Begin();
+  const std::string metric =
+      Ip("route show 10.9.0.0/16").find("metric 221") != std::string::npos ? "221" : "220";
+  Ip("route replace 10.9.0.0/16 proto 201 metric " + metric +
+     " nexthop via 10.1.0.2 weight 3 nexthop via 10.2.0.2 nexthop via 10.2.0.7");
+  EXPECT_THAT(Verify(), HasSubstr("FAIL  kernel: route 10.9.0.0/16 in table 254 was missing"));
+  AwaitPass();
+  EXPECT_THAT(OurRoutes(), ElementsAre(BOTH, BOTH6));
+}
+
 // In IPv6 the kernel takes both for one route.
 TEST_F(KernelMultipath, AStrangersNextHopBesideOursStaysInIp6) {
   Begin();

@@ -307,6 +307,25 @@ TEST_F(NextHopLedger, OneMoreOrOneLessIsNotAsWanted) {
   }
 }
 
+// Somebody has put in its place what no route of ours is like, under our number.
+TEST_F(NextHopLedger, WhatASlotWasIsForgottenWhenItIsSomethingElse) {
+  ledger.Want(KEY, Hops("10.1.2.1 10.1.3.1"));
+  SendAll();
+  ledger.BeginComparison();
+  for (FoundRoute route : kernel.Dump(false)) {
+    route.nextHops.reset();
+    ledger.TakeFound(route);
+  }
+  ledger.EndComparison();
+  EndPass();
+  ledger.Want(KEY, Hop("10.1.2.1"));
+  ledger.Want(KEY, Hops("10.1.2.1 10.1.3.1"));
+  EXPECT_EQ(0u, ledger.CountStanding());
+  kernel.tables[KEY].begin()->second.nextHops = Hops("10.1.7.1 10.1.8.1 10.1.9.1");
+  EXPECT_EQ(2u, SendAll());
+  EXPECT_EQ("via 10.1.2.1 dev 3, via 10.1.3.1 dev 4", Leads());
+}
+
 TEST_F(NextHopLedger, WhatStandsFromAnEarlierRunCostsNoRequest) {
   kernel.tables[KEY][OUR_PRIORITIES[1]] = {::kernel::OUR_PROTOCOL, Hops("10.1.2.1 10.1.3.1"),
                                            false};
