@@ -82,6 +82,8 @@ CANNOT_TELL = (
                    ' "primary_interfaces": {"1": "eth0", "01": "eth0"}}'),)),
     ('`multipath` names one VLAN', 'a VLAN that stands twice, expected one number', (
         ('device', '{"default_vlan": 1, "kernel": {"multipath": {"1": 2, "01": 2}}}'),)),
+    ('`vrfs` has two names', 'a VLAN that stands twice, expected one VRF device', (
+        ('device', '{"default_vlan": 1, "kernel": {"routes": true, "vrfs": {"a": 2, "b": 2}}}'),)),
     ('two entries have the same `vid`', 'a VLAN that stands twice, expected one entry', (
         ('vlans', '{"VLAN_CONFIGURATIONS": {"one": {"vid": 10}, "two": {"vid": 10}}}'),)),
     ('two rows of a list', 'two rows with one key', (
