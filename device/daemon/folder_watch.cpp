@@ -152,6 +152,9 @@ void FolderWatch::LookAtFolder(bool isQuiet) {
 // A look that nothing has led to may have met somebody who is writing.
 void FolderWatch::Seen(const documents::FolderContent& content, bool differs, bool isQuiet) {
   m_seen = content;
+  if (isQuiet && !m_isBeingWritten) {
+    LookAfterRefusal();
+  }
   if (m_seen.digest == m_judged && m_hooks.applied() == m_appliedThen) {
     return;
   }
@@ -164,6 +167,13 @@ void FolderWatch::Seen(const documents::FolderContent& content, bool differs, bo
   }
 }
 
+// What was refused may have stood there in between only.
+void FolderWatch::LookAfterRefusal() {
+  if (m_refused && !std::exchange(m_refused, std::nullopt)->LooksLike(m_seen)) {
+    m_judged = {};
+  }
+}
+
 void FolderWatch::Judge(bool differs) {
   const documents::Digest before = std::exchange(m_judged, m_seen.digest);
   m_appliedThen = m_hooks.applied();
@@ -173,12 +183,15 @@ void FolderWatch::Judge(bool differs) {
   if (undone ? *undone == m_seen.digest : !differs) {
     return;
   }
-  m_hooks.reload([this, before](bool hasPassed) {
+  m_hooks.reload([this, before, met = m_seen](bool hasPassed) {
     if (hasPassed && m_hooks.applied() == m_judged) {
       m_appliedThen = m_judged;
     } else if (!hasPassed && m_hooks.isOnTrial()) {  // somebody was quicker
       m_judged = before;
       m_isDue = true;
+    } else if (!hasPassed) {
+      m_refused = met;
+      m_isDue = m_isDue || !m_isQuietAwaited;
     }
   });
 }

@@ -70,6 +70,7 @@ class FolderWatch {
   void WhenToLook(unsigned int, void*);
   void LookAtFolder(bool isQuiet);
   void Seen(const documents::FolderContent& content, bool differs, bool isQuiet);
+  void LookAfterRefusal();
   void Judge(bool differs);
 
   const std::string m_directory;  // ends with a slash
@@ -89,8 +90,10 @@ class FolderWatch {
   bool m_isDue = false;             // a look, when the start or a trial is over
   documents::FolderContent m_seen;  // at the last look
   documents::Digest m_judged{};     // the content that was
-  // What had been applied by then: a reload may find another content than the look that led to it.
+  // A reload may find another content than the look that led to it. What had been applied by then, and
+  // what that look had met, if the reload was refused.
   std::optional<documents::Digest> m_appliedThen;
+  std::optional<documents::FolderContent> m_refused;
   std::string m_problem;  // that was told last
 };
 

@@ -1,5 +1,6 @@
 #include "folder_content.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -28,6 +29,13 @@ FileStamp Read(const std::string& path, const FileStamp& looks, const FileStamp*
 }
 
 }  // namespace
+
+bool FolderContent::LooksLike(const FolderContent& other) const {
+  return std::equal(stamps.begin(), stamps.end(), other.stamps.begin(), other.stamps.end(),
+                    [](const auto& one, const auto& that) {
+                      return one.first == that.first && one.second.LooksLike(that.second);
+                    });
+}
 
 FolderContent ReadContent(const std::string& directory, const FolderContent& before) {
   FolderContent content;

@@ -16,6 +16,9 @@ struct FolderContent {
   std::map<std::string, FileStamp> stamps;
   /// Of all of them. If each document can be used it is that of the folder (DigestOf).
   Digest digest{};
+
+  /// Whether each document is the same by all that can be told without reading it.
+  bool LooksLike(const FolderContent& other) const;
 };
 
 /// Looks at the documents of the folder, which ends with a slash. A file that looks as it did in

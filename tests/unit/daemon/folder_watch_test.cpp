@@ -27,7 +27,11 @@ class FolderWatch : public apply_test::ReloaderFixture {
                         [this](std::function<void(bool)> end) {
                           ++m_asked;
                           m_beforeReload();
-                          m_reloader->Reload({nullptr, std::move(end), "a change of the folder"},
+                          const auto ended = [this, end = std::move(end)](bool hasPassed) {
+                            m_afterReload();
+                            end(hasPassed);
+                          };
+                          m_reloader->Reload({nullptr, ended, "a change of the folder"},
                                              {false, 0, false, true});
                         },
                         [this] { return m_reloader->GetTrial().has_value(); },
@@ -99,6 +103,7 @@ class FolderWatch : public apply_test::ReloaderFixture {
   std::optional<vantacored::FolderWatch> m_watch;
   unsigned int m_asked = 0;
   std::function<void()> m_beforeReload = [] {};
+  std::function<void()> m_afterReload = [] {};
   std::vector<std::string> m_complaints;
 };
 
@@ -194,6 +199,29 @@ TEST_F(FolderWatch, WhatAReloadHasReadInItsPlaceIsNotTakenForIt) {
       m_headlines,
       ElementsAre(StartsWith("Revision 2, reload by a change of the folder: 1 route added"),
                   StartsWith("Revision 3, reload by a change of the folder: 1 route added")));
+}
+
+// Somebody writes the same once more, and the reload meets the file cut off.
+TEST_F(FolderWatch, WhatIsThereAgainAfterARefusalIsApplied) {
+  StartWatched(Route("10.1.2.1"));
+  WriteVlans(Route("10.1.2.2"));
+  m_beforeReload = [this] {
+    if (m_asked == 1) {
+      m_files.Write("vlans.json", "{");
+    }
+  };
+  m_afterReload = [this] {
+    if (m_asked == 1) {
+      WriteVlans(Route("10.1.2.2"));
+    }
+  };
+  PassAndApply();
+  PassAndApply(2 * LOOK);
+  EXPECT_EQ(m_asked, 2u);
+  EXPECT_THAT(reported.lines, SizeIs(1));
+  EXPECT_THAT(
+      m_headlines,
+      ElementsAre(StartsWith("Revision 2, reload by a change of the folder: 1 route added")));
 }
 
 // What is in force is no change, though the look that led to it had met something else.
