@@ -21,6 +21,8 @@ using system_test::DaemonProcess;
 
 namespace {
 
+const std::string IP = "PATH=$PATH:/usr/sbin:/sbin ip ";
+
 // Somebody who is not root is root in a user namespace of his own.
 int EnterNamespace() {
   static const bool isRoot = geteuid() == 0;
@@ -117,9 +119,14 @@ void KernelTest::Switch(const std::string& name, int value) {
   EXPECT_TRUE(file) << name;
 }
 
+void KernelTest::TryIp(const std::string& words) {
+  int status = 0;
+  RunShell(IP + words, status);
+}
+
 std::string KernelTest::Ip(const std::string& words) {
   int status = 0;
-  const std::string output = RunShell("PATH=$PATH:/usr/sbin:/sbin ip " + words, status);
+  const std::string output = RunShell(IP + words, status);
   EXPECT_EQ(0, status) << "ip " << words << ": " << output;
   return output;
 }

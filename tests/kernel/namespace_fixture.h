@@ -36,6 +36,8 @@ class KernelTest : public testing::Test {
   static void Switch(const std::string& name, int value);
   /// Runs a command of iproute2 and returns what it prints; the test fails if it fails.
   static std::string Ip(const std::string& words);
+  /// The same of what somebody else may have done in the same moment, so that it may fail.
+  static void TryIp(const std::string& words);
   /// Runs many commands of iproute2, as fast as it can.
   static void IpBatch(const std::vector<std::string>& lines);
   /// Stops the daemon, lets more happen than its sockets hold, then `lines`, and lets it go on.

@@ -111,10 +111,9 @@ class RandomEvents : public KernelTest {
     const std::vector<std::string> ours = OurRoutes();
     if (random.Percent(50) && !ours.empty()) {
       const std::string& line = ours[random.Below(static_cast<unsigned int>(ours.size()))];
-      Ip("route flush proto 201 table " +
-         (line.find("table") == std::string::npos ? std::string("main")
-                                                  : line.substr(line.find("table") + 6, 5)) +
-         " || true");  // it may have gone meanwhile
+      TryIp("route flush proto 201 table " + (line.find("table") == std::string::npos
+                                                  ? std::string("main")
+                                                  : line.substr(line.find("table") + 6, 5)));
     } else if (links[0].isUp) {
       Ip("route replace 10.77.0.0/16 dev r1 proto 201 metric 220");
     }
@@ -128,14 +127,13 @@ class RandomEvents : public KernelTest {
         if (!ours.empty()) {
           const std::string& line = ours[random.Below(static_cast<unsigned int>(ours.size()))];
           const bool isIp6 = line.find("6 ") == 0;
-          Ip(std::string(isIp6 ? "-6" : "-4") + " rule delete priority " +
-             line.substr(isIp6 ? 2 : 0, 5) +
-             " protocol 201 || true");  // it may have gone meanwhile
+          TryIp(std::string(isIp6 ? "-6" : "-4") + " rule delete priority " +
+                line.substr(isIp6 ? 2 : 0, 5) + " protocol 201");
         }
         break;
       case 1:
         if (areRulesWanted) {  // otherwise nobody looks any more
-          Ip("rule add iif r1 lookup 77 priority 22000 protocol 201 || true");  // may be there
+          TryIp("rule add iif r1 lookup 77 priority 22000 protocol 201");
         }
         break;
       default:
