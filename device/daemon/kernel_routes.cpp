@@ -202,6 +202,7 @@ bool KernelRoutes::IsChosen() const { return !m_facts.HasWork() && m_instancesTo
 
 void KernelRoutes::LookWhetherChosen() {
   if (IsChosen()) {
+    m_oldTables.clear();
     for (const auto& call : std::exchange(m_whenChosen, {})) {
       call();
     }
@@ -245,9 +246,6 @@ void KernelRoutes::ReadSlice() {
   if (slice.empty()) {
     m_instancesToRead.pop_back();
     m_lastRead.reset();
-    if (m_instancesToRead.empty()) {
-      m_oldTables.clear();
-    }
   } else {
     m_lastRead = slice.back();
   }

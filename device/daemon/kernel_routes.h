@@ -52,13 +52,13 @@ class KernelRoutes final : private routing_stack::Listener {
   void Move(const KernelTables& tables);
   const KernelTables& GetTables() const { return m_tables; }
 
-  /// At the end of each turn of the loop; two tests unless something waits for the device to settle
+  /// At the end of each turn of the loop; three tests unless something waits for the device to settle
   /// or for the stack.
   void Look() {
     if (m_isWaiting) {
       LookWhetherSettled();
     }
-    if (!m_whenChosen.empty()) {
+    if (!m_whenChosen.empty() || !m_oldTables.empty()) {
       LookWhetherChosen();
     }
   }
@@ -118,7 +118,8 @@ class KernelRoutes final : private routing_stack::Listener {
   documents::KernelSettings m_settings;
   std::string m_problem;  // why nothing is written though it should be
   KernelTables m_tables;
-  // By VLAN, tables that its routes are being taken out of: each route that comes by, until all have.
+  // By VLAN, tables that its routes are being taken out of: each route that comes by, until all have,
+  // also those of a VLAN that goes meanwhile, which the stack tells of slice by slice.
   std::map<std::uint32_t, std::set<std::uint32_t>> m_oldTables;
   bool m_isWaiting = false;                      // for the device to settle, before a sweep
   bool m_isOverdue = false;                      // it has not in the time that it may take

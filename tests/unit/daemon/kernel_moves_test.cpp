@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <uv.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,6 +30,8 @@ constexpr auto AWAY = std::nullopt;
 
 class MovedRoutes : public test_support::DeviceFixture {
  protected:
+  static constexpr int MANY = 5000;
+
   void SetUp() override {
     Start(MOVED_DEFAULT);
     Reload(R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10}, "b": {"vid": 20}, "c": {"vid": 30}}})",
@@ -51,6 +54,16 @@ class MovedRoutes : public test_support::DeviceFixture {
     const unsigned char hop[16] = {10, 1, 0, gateway};
     sms_update_route(1, isThere ? 1 : 6, 1, 1, destination, 24, hop, Tarsel::PATH_TYPE_STATIC, 0,
                      static_cast<unsigned short>(vlan), 7);
+  }
+  /// More than two slices.
+  void ManyRoutesOf20() {
+    for (int i = 0; i < MANY; ++i) {
+      const unsigned char destination[16] = {20, static_cast<unsigned char>(i / 250),
+                                             static_cast<unsigned char>(i % 250)};
+      const unsigned char hop[16] = {10, 1, 0, 1};
+      sms_update_route(1, 1, 1, 1, destination, 24, hop, Tarsel::PATH_TYPE_STATIC, 0, 20, 7);
+    }
+    ASSERT_TRUE(Settle());
   }
   void Apply(KernelTables::VrfTables vrfs) {
     m_routes.Apply(m_device, {MOVED_DEFAULT, 40000, std::move(vrfs)});
@@ -184,14 +197,7 @@ TEST_F(MovedRoutes, WhatChangesDuringAMoveIsNotLost) {
 
 // The slice that is being read ends in the middle of the VLAN's routes.
 TEST_F(MovedRoutes, MoreThanASliceIsMovedAndMovedAgain) {
-  constexpr int MANY = 5000;
-  for (int i = 0; i < MANY; ++i) {
-    const unsigned char destination[16] = {20, static_cast<unsigned char>(i / 250),
-                                           static_cast<unsigned char>(i % 250)};
-    const unsigned char hop[16] = {10, 1, 0, 1};
-    sms_update_route(1, 1, 1, 1, destination, 24, hop, Tarsel::PATH_TYPE_STATIC, 0, 20, 7);
-  }
-  ASSERT_TRUE(Settle());
+  ManyRoutesOf20();
   Apply({{20, 100}});
   ASSERT_THAT(OursOf20(), SizeIs(MANY + 1));
   Move({{20, 200}});
@@ -201,6 +207,31 @@ TEST_F(MovedRoutes, MoreThanASliceIsMovedAndMovedAgain) {
   RunUntilSettled();
   EXPECT_THAT(OursOf20(), SizeIs(MANY + 1));
   EXPECT_THAT(OursOf20(), testing::Each(testing::HasSubstr("in table 300 ")));
+}
+
+// The stack frees the routes of a VLAN that goes slice by slice, and none of them can be read.
+TEST_F(MovedRoutes, AVlanThatGoesDuringItsMoveLeavesNothing) {
+  ManyRoutesOf20();
+  Apply({{20, 100}});
+  ASSERT_THAT(OursOf20(), SizeIs(MANY + 1));
+  Reload(R"({"VLAN_CONFIGURATIONS": {"a": {"vid": 10}, "c": {"vid": 30}}})", "vlans.json");
+  Control().SetSliceEvents(10);
+  const auto isThere = [this] {
+    const auto instances = stack.GetFacts().Instances();
+    return std::count(instances.begin(), instances.end(), 20u) != 0;
+  };
+  while (isThere() && loop.RunNext()) {
+  }
+  ASSERT_FALSE(isThere());
+  ASSERT_TRUE(stack.GetFacts().HasWork());
+  Move({{20, 200}});
+  for (int i = 0; i < 20; ++i) {
+    Turn();
+  }
+  ASSERT_TRUE(Settle());
+  RunUntilSettled();
+  EXPECT_THAT(OursOf20(), IsEmpty());
+  EXPECT_THAT(Ours(), SizeIs(3)) << "those of the other VLANs";
 }
 
 TEST_F(MovedRoutes, ATableMayGoFromOneVlanToAnother) {
