@@ -114,6 +114,8 @@ bool LinkWatch::HearPacket() {
     case Channel::Outcome::FAILED:
       if (IsReading()) {
         Fail();
+      } else if (!m_hasToldFailure) {
+        BeginReading();  // what was lost with it, nobody knows
       }
       return false;
     case Channel::Outcome::MESSAGES:

@@ -50,6 +50,8 @@ class FakeLinkChannel : public kernel::Channel {
   /// The socket is full: what has not been received stays, and tells so first. Until that has been
   /// received all news are lost without a word, as a kernel does.
   void Overrun();
+  /// What was sent last cannot be received, for a reason that is no overrun.
+  void Fail() { Tell(Outcome::FAILED, {}); }
 
   /// What becomes of the next dumps, the last one first.
   enum class Accident { NONE, INTERRUPTED, REFUSED, UNSENT };

@@ -329,6 +329,34 @@ TEST_F(Watch, ARefusedReadingIsTriedAgain) {
   ExpectAll();
 }
 
+TEST_F(Watch, AfterAFailureEverythingIsRead) {
+  OpenAndRead();
+  fake.isSilent = true;
+  fake.Set(2, "eth0");
+  channel->Fail();
+  RunUntil([this] { return watch->HasChanged() && !watch->IsReading(); });
+  ExpectAll();
+  EXPECT_THAT(lines, ElementsAre(HasSubstr("had changed without a word")));
+}
+
+// A socket that only fails is asked once a second, not in each turn.
+TEST_F(Watch, OneFailureAfterTheOtherIsToldOnce) {
+  OpenAndRead();
+  const std::size_t before = channel->dumps;
+  channel->beforeDump = [this] { channel->Fail(); };
+  for (int i = 0; i < 3; ++i) {
+    channel->Fail();
+    Turn();
+  }
+  EXPECT_EQ(before + 1, channel->dumps);
+  EXPECT_THAT(lines, ElementsAre(HasSubstr("cannot be read")));
+  channel->beforeDump = [] {};
+  fake.isSilent = true;
+  fake.Set(2, "eth0");
+  RunUntil([this] { return watch->HasChanged() && !watch->IsReading(); });
+  ExpectAll();
+}
+
 TEST_F(Watch, WithoutAWayToTheKernelThereIsNone) {
   EXPECT_THROW(
       LinkWatch(
