@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "namespace_fixture.h"
@@ -37,7 +38,9 @@ class RandomEvents : public KernelTest {
 
   void WriteLinks() {
     folder.Write("device.json", std::string(R"({"default_vlan": 10,
-        "kernel": {"interfaces": ["r*"], "routes": true, "rules": )") +
+        "kernel": {"interfaces": ["r*"], "routes": true, "multipath": {"10": )") +
+                                    std::to_string(most[0]) + R"(, "20": )" +
+                                    std::to_string(most[1]) + R"(}, "rules": )" +
                                     (areRulesWanted ? "true" : "false") + R"(},
         "interfaces": [{"name": "r2", "vlan": 20, "index": 99}]})");
   }
@@ -47,14 +50,15 @@ class RandomEvents : public KernelTest {
   void ChangeRoutes() {
     for (auto& list : routes) {
       if (random.Percent(60)) {
-        std::map<std::string, Route> some;
-        for (unsigned int i = random.Below(5); i != 0; --i) {
-          const std::string prefix = "10.9." + std::to_string(random.Below(6)) + ".0/24";
-          some[prefix] = {prefix, "10." + std::to_string(1 + random.Below(3)) + ".0." +
-                                      std::to_string(2 + random.Below(3))};
+        std::map<std::pair<std::string, std::string>, Route> some;
+        for (unsigned int i = random.Below(12); i != 0; --i) {
+          const std::string prefix = "10.9." + std::to_string(random.Below(4)) + ".0/24";
+          const std::string gateway = "10." + std::to_string(1 + random.Below(3)) + ".0." +
+                                      std::to_string(2 + random.Below(3));
+          some[{prefix, gateway}] = {prefix, gateway};
         }
         list.clear();
-        for (const auto& [prefix, route] : some) {
+        for (const auto& [key, route] : some) {
           list.push_back(route);
         }
       }
@@ -67,6 +71,16 @@ class RandomEvents : public KernelTest {
 
   void FlipRules() {
     areRulesWanted = !areRulesWanted;
+    WriteLinks();
+    if (daemon) {
+      Reload(" force");
+    }
+  }
+
+  void ChangeMultipath() {
+    for (unsigned int& each : most) {
+      each = 1 + random.Below(3);
+    }
     WriteLinks();
     if (daemon) {
       Reload(" force");
@@ -154,7 +168,7 @@ class RandomEvents : public KernelTest {
   }
 
   void Happen() {
-    const unsigned int what = random.Below(11);
+    const unsigned int what = random.Below(12);
     events.push_back(what);
     switch (what) {
       case 0:
@@ -181,9 +195,24 @@ class RandomEvents : public KernelTest {
       case 9:
         FlipRules();
         break;
+      case 10:
+        ChangeMultipath();
+        break;
       default:
         random.Percent(30) ? Restart() : FlipLink();
     }
+  }
+
+  /// By prefix, in the order in which the stack prefers them, and no more than the VLAN may have.
+  std::map<std::string, std::vector<std::string>> ReachableGateways(std::size_t which) const {
+    std::map<std::string, std::vector<std::string>> gateways;
+    for (const Route& route : routes[which]) {
+      if (links[which].networks.count(route.gateway.substr(0, route.gateway.rfind('.'))) != 0 &&
+          gateways[route.prefix].size() < most[which]) {
+        gateways[route.prefix].push_back(route.gateway);
+      }
+    }
+    return gateways;
   }
 
   /// What the kernel must hold under our number.
@@ -200,9 +229,14 @@ class RandomEvents : public KernelTest {
           lines.push_back(network + ".0/24 dev r2" + table + " scope link");
         }
       }
-      for (const Route& route : routes[which]) {
-        if (link.networks.count(route.gateway.substr(0, route.gateway.rfind('.'))) != 0) {
-          lines.push_back(route.prefix + " via " + route.gateway + " dev " + NameOf(which) + table);
+      for (const auto& [prefix, gateways] : ReachableGateways(which)) {
+        if (gateways.size() == 1) {
+          lines.push_back(prefix + " via " + gateways[0] + " dev " + NameOf(which) + table);
+          continue;
+        }
+        lines.push_back(prefix + table);
+        for (const std::string& gateway : gateways) {
+          lines.back() += " nexthop via " + gateway + " dev " + NameOf(which);
         }
       }
     }
@@ -222,7 +256,8 @@ class RandomEvents : public KernelTest {
 
   test_models::Random random;
   std::array<ModelLink, 2> links;
-  std::array<std::vector<Route>, 2> routes;
+  std::array<std::vector<Route>, 2> routes;   // sorted
+  std::array<unsigned int, 2> most = {2, 1};  // next hops of a route
   std::set<std::string> strangers;
   bool areRulesWanted = true;
   bool isStrangersRule = false;
@@ -237,6 +272,7 @@ TEST_F(RandomEvents, InTheEndTheKernelHoldsWhatItMust) {
   AwaitPass();
   ASSERT_EQ(OurRoutes().size(), 3u) << "the model and the kernel would agree about nothing";
   ASSERT_EQ(Expected(), OurRoutes());
+  unsigned int runsWithSeveral = 0;
   for (unsigned int run = 0; run < test_models::Scaled(50); ++run) {
     events.clear();
     for (unsigned int i = 1 + random.Below(EVENTS); i != 0; --i) {
@@ -244,7 +280,11 @@ TEST_F(RandomEvents, InTheEndTheKernelHoldsWhatItMust) {
     }
     AwaitCarrier();
     AwaitPass();
-    ASSERT_EQ(Expected(), OurRoutes()) << Story(run);
+    const std::vector<std::string> expected = Expected();
+    ASSERT_EQ(expected, OurRoutes()) << Story(run);
+    runsWithSeveral += std::any_of(expected.begin(), expected.end(), [](const std::string& line) {
+      return line.find(" nexthop ") != std::string::npos;
+    });
     ASSERT_EQ(areRulesWanted ? kernel_test::RulesOf("r2", 40020) : std::vector<std::string>(),
               OurRules())
         << Story(run);
@@ -256,6 +296,7 @@ TEST_F(RandomEvents, InTheEndTheKernelHoldsWhatItMust) {
       FAIL() << "run " << run;
     }
   }
+  test_models::ExpectAtLeast(runsWithSeveral, 1, "sequences that end with several next hops");
 }
 
 }  // namespace
