@@ -302,8 +302,15 @@ class Bird(Process):
         return "blackhole" in self.ask(f"show route {prefix}/24")
 
 
+def built_program(options, name):
+    path = os.path.join(options.build, "bin", name)
+    if not os.path.exists(path):
+        raise Failure(f"there is no {path}; tools/build dev {name} builds it")
+    return path
+
+
 def daemon_program(options):
-    return os.path.join(options.build, "bin", "vantacored")
+    return built_program(options, "vantacored")
 
 
 def bird_program():
