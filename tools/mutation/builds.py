@@ -3,7 +3,7 @@
 Only the files that see the slip are compiled. A shared library is linked anew from its objects, and
 the suites find it by LD_LIBRARY_PATH. A static library gets the new objects in place of its own, and
 each suite or program that links it is linked anew. The copies have no debug information, which would
-take most of the time. system_tests is compiled anew, so that it finds its programs by PATH.
+take most of the time. Suites of processes are compiled anew, so that they find their programs by PATH.
 """
 
 import collections
@@ -19,7 +19,7 @@ import sys
 
 COMPILE = ['-O0', '-g0', '-w']
 PROGRAMS = ('vantacored', 'vantacorectl')
-PROCESSES = 'system_tests'
+PROCESSES = ('system_tests', 'kernel_tests')
 
 
 def run(command, folder):
@@ -49,7 +49,7 @@ class Copy:
             entries = json.load(file)
         self.compile_commands = {self.output_of(e): shlex.split(e['command']) for e in entries}
         self.readers = self.find_readers()
-        self.targets = self.find_targets([*suites, *(PROGRAMS if PROCESSES in suites else ())])
+        self.targets = self.find_targets([*suites, *(PROGRAMS if set(PROCESSES) & set(suites) else ())])
         self.copy_objects(suites)
 
     @staticmethod
@@ -100,22 +100,22 @@ class Copy:
         for name in PROGRAMS:
             if 'bin/' + name in self.targets:
                 shutil.copy2(f'{self.build}/bin/{name}', self.objects + '/bin')
-        if PROCESSES in suites:
-            self.compile_processes()
+        for suite in sorted(set(PROCESSES) & set(suites)):
+            self.compile_processes(suite)
 
     def copy_stripped(self, name):
         os.makedirs(os.path.dirname(os.path.join(self.objects, name)), exist_ok=True)
         demand(['objcopy', '--strip-debug', os.path.join(self.build, name),
                 os.path.join(self.objects, name)], self.root)
 
-    def compile_processes(self):
+    def compile_processes(self, suite):
         def compile_object(name):
             words = list(self.compile_commands[name])
             words[words.index('-o') + 1] = os.path.join(self.objects, name)
             words = [re.sub(r'^(-D\w+_COMMAND)=.*/(\w+)"$', r'\1="\2"', word) for word in words]
             demand(words + ['-g0'], self.build)
 
-        words = self.targets['bin/' + PROCESSES]
+        words = self.targets['bin/' + suite]
         with concurrent.futures.ThreadPoolExecutor(self.jobs) as pool:
             list(pool.map(compile_object, [word for word in words if word.endswith('.o')]))
         demand(words, self.objects)
