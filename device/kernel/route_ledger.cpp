@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace kernel {
 
@@ -287,9 +288,7 @@ void RouteLedger::ForgetRefusal(Node& node) {
 }
 
 void RouteLedger::LoseAnswers() {
-  const std::deque<Request> lost = std::move(m_inFlight);
-  m_inFlight.clear();
-  for (const Request& request : lost) {
+  for (const Request& request : std::exchange(m_inFlight, {})) {
     if (request.node != nullptr) {
       request.node->second.isUnderWay = false;
       Schedule(*request.node);

@@ -89,7 +89,11 @@ void FakeChannel::SendDump(Received rows, std::uint32_t sequence) {
   } else {
     end.messages.emplace_back(kernel::DumpEnd{sequence, 0});
   }
-  Tell(Outcome::MESSAGES, std::move(end));
+  if (accident == Accident::LATE) {
+    m_late = std::move(end);
+  } else {
+    Tell(Outcome::MESSAGES, std::move(end));
+  }
   if (afterDump) {
     afterDump();
   }

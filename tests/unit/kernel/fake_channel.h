@@ -27,8 +27,10 @@ class FakeChannel : public ::kernel::Channel {
 
   std::vector<int> sendErrors;  // of the next sends, the last one first
   /// What becomes of the next answers and dumps, the last one first.
-  enum class Accident { NONE, OVERRUN, INTERRUPTED, REFUSED, WITHOUT_FAMILY };
+  enum class Accident { NONE, OVERRUN, INTERRUPTED, REFUSED, WITHOUT_FAMILY, LATE };
   std::vector<Accident> accidents;
+  /// Answers a dump that is LATE.
+  void AnswerLate() { Tell(Outcome::MESSAGES, std::exchange(m_late, {})); }
   std::size_t batches = 0;
   std::size_t dumps = 0;
   std::function<void()> afterDump;
@@ -38,6 +40,7 @@ class FakeChannel : public ::kernel::Channel {
   void SendDump(::kernel::Received rows, std::uint32_t sequence);
 
   FakeKernel& m_kernel;
+  ::kernel::Received m_late;
   std::mutex m_mutex;  // of m_waiting
   std::deque<std::pair<Outcome, ::kernel::Received>> m_waiting;
   const program::OwnedDescriptor m_descriptor{eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};

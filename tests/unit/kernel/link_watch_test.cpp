@@ -297,6 +297,8 @@ TEST_F(Watch, AReadingThatChangesUnderItBeginsAnew) {
   channel->accidents = {LinkAccident::INTERRUPTED, LinkAccident::NONE};
   EXPECT_EQ(std::optional<std::size_t>(0), Compare());
   EXPECT_EQ(before + 4, channel->dumps) << "links, addresses, and both again";
+  channel->accidents.assign(5, LinkAccident::INTERRUPTED);
+  EXPECT_EQ(std::optional<std::size_t>(0), Compare());
   channel->accidents.assign(6, LinkAccident::INTERRUPTED);
   EXPECT_EQ(std::nullopt, Compare());
   EXPECT_EQ(std::optional<std::size_t>(0), Compare());

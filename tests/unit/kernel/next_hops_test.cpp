@@ -131,7 +131,9 @@ TEST(NextHopMessages, SeveralComeBackAsTheyWereAskedFor) {
     EXPECT_FALSE(found.hasDeadNextHop);
   }
   const NextHops attached({Hop("", 4), Hop("", 5)});
-  EXPECT_EQ(RT_SCOPE_LINK, MessageThatAdds(KEY, attached).Route().rtm_scope);
+  Words words = MessageThatAdds(KEY, attached);
+  EXPECT_EQ(RT_SCOPE_LINK, words.Route().rtm_scope);
+  EXPECT_TRUE(std::get<FoundRoute>(words.Read().at(0)).nextHops == attached);
 }
 
 TEST(NextHopMessages, AsManyAsThereMayBeAreOneMessage) {

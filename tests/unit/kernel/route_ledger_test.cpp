@@ -4,7 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <functional>
+#include <set>
+#include <vector>
 
 #include "ledger_driver.h"
 
@@ -68,6 +72,22 @@ TEST_F(RouteLedger, WhatIsNotWantedAnyMoreGoes) {
   EXPECT_FALSE(IsInstalled(KEY));
   ExpectNumbers(0, 0, 0);
   EXPECT_EQ(1u, ledger.GetTotals().deleted);
+}
+
+TEST_F(RouteLedger, RoutesOfIp6AreCountedAmongAll) {
+  ledger.Want(KEY, Hop("10.1.2.1"));
+  ledger.Want(KEY6, Hop("fe80::1"));
+  ledger.Want(KEY6, Hop("fe80::2"));
+  EXPECT_EQ(1u, ledger.CountWantedIp6());
+  ledger.Want(Key("2001:db8:a::/48"), Hop("fe80::1"));
+  EXPECT_EQ(2u, ledger.CountWantedIp6());
+  ledger.Forgo(KEY6);
+  ledger.Forgo(KEY6);
+  ledger.Forgo(KEY);
+  EXPECT_EQ(1u, ledger.CountWantedIp6());
+  EXPECT_EQ(1u, ledger.CountWanted());
+  ledger.ForgoAllForNow();
+  EXPECT_EQ(0u, ledger.CountWantedIp6());
 }
 
 TEST_F(RouteLedger, WhatGoesBeforeItWasSentCostsNothing) {
@@ -469,6 +489,57 @@ TEST_F(RouteLedger, APassIsDoneInSlicesWhileRoutesCome) {
   EXPECT_EQ(ledger.CountWanted(), ledger.CountStanding());
 }
 
+// Its tables grow while the pass is in the middle of each of them, and what has not been visited may
+// then stand where the pass has been.
+TEST_F(RouteLedger, ATableThatGrowsDuringAPassHidesNothing) {
+  constexpr int OLD = 20000;
+  for (int i = 0; i < OLD; ++i) {
+    ledger.Want(Key("10." + std::to_string(i / 250) + "." + std::to_string(i % 250) + ".0/24"),
+                Hop("10.1.2.1"));
+  }
+  SendAll(1000);
+  kernel.tables.clear();
+  ledger.BeginComparison();
+  ReadTables();
+  ledger.EndComparison();
+  for (int i = 0; ledger.ContinuePass(10); ++i) {
+    for (int j = 0; j < 20 && i < 2000; ++j) {
+      ledger.Want(Key("11." + std::to_string(i / 250) + "." + std::to_string(i % 250) + "." +
+                      std::to_string(j) + "/32"),
+                  Hop("10.1.2.1"));
+    }
+  }
+  EXPECT_EQ(std::size_t{OLD}, ledger.GetComparison().missing);
+}
+
+TEST(RouteKeys, ThatFollowOneAnotherAreSpreadEvenly) {
+  static constexpr std::size_t KEYS = 6400;
+  static constexpr std::size_t SHARDS = 64;  // by the highest bits
+  const auto expectSpread = [](const std::function<kernel::RouteKey(unsigned int)>& make) {
+    std::set<std::size_t> hashes;
+    std::vector<std::size_t> shards(SHARDS);
+    for (unsigned int i = 0; i < KEYS; ++i) {
+      const std::size_t hash = kernel::RouteKeyHash()(make(i));
+      hashes.insert(hash);
+      ++shards[hash >> (8 * sizeof hash - 6)];
+    }
+    EXPECT_GE(hashes.size(), KEYS - 3);
+    EXPECT_LT(*std::max_element(shards.begin(), shards.end()), 2 * KEYS / SHARDS);
+  };
+  const auto numbered = [](const kernel::RouteKey& first, std::size_t byte, unsigned int number) {
+    kernel::RouteKey key = first;
+    key.destination[byte] = static_cast<unsigned char>(number >> 8);
+    key.destination[byte + 1] = static_cast<unsigned char>(number);
+    return key;
+  };
+  expectSpread([&](unsigned int i) { return numbered(Key("10.0.0.0/24"), 1, i); });
+  expectSpread([&](unsigned int i) { return numbered(Key("10.0.0.0/32"), 2, i); });
+  expectSpread([&](unsigned int i) { return numbered(Key("2001:db8::/48"), 4, i); });
+  expectSpread([&](unsigned int i) { return numbered(Key("2001:db8::/128"), 14, i); });
+  expectSpread([](unsigned int i) { return Key("10.9.0.0/16", 40000 + i); });
+  EXPECT_NE(kernel::RouteKeyHash()(Key("10.0.0.0/8")), kernel::RouteKeyHash()(Key("10.0.0.0/9")));
+}
+
 // ---- earlier lives
 
 class EarlierRun : public testing::Test, protected test_kernel::LedgerDriver {
@@ -537,6 +608,19 @@ TEST_F(EarlierRun, ForgettingAllForNowIsAnotherOne) {
   EndPass();
   EXPECT_EQ(1u, SendAll());
   EXPECT_EQ(1u, kernel.CountOurs());
+}
+
+// Somebody has put another one in its place meanwhile.
+TEST_F(EarlierRun, WhatLeadsElsewhereLaterIsNotTakenOver) {
+  Compare();
+  kernel.tables[KEY][OUR_PRIORITIES[0]].nextHops = Hop("10.1.2.7");
+  Compare();
+  ledger.Want(KEY, Hop("10.1.2.1"));
+  EXPECT_EQ(0u, ledger.CountStanding());
+  SendAll();
+  EXPECT_EQ(1u, ledger.CountStanding());
+  EXPECT_EQ(Hop("10.1.2.1"), kernel.OurRoutes().at(KEY));
+  EXPECT_EQ(1u, kernel.tables[KEY].size());
 }
 
 TEST_F(EarlierRun, ASweepDuringAComparisonIsNotLost) {

@@ -63,6 +63,12 @@ class Sink : public testing::Test {
   void Settle() {
     RunUntil([this] { return sink->IsSettled(); });
   }
+  void RunFor(std::uint64_t milliseconds) {
+    bool isOver = false;
+    loop::Timer timer(m_loop.Get());
+    timer.Start(milliseconds, [&] { isOver = true; });
+    RunUntil([&] { return isOver; });
+  }
   RouteSink::Result Compare() {
     std::optional<RouteSink::Result> result;
     sink->Compare([&](const RouteSink::Result& found) { result = found; });
@@ -166,6 +172,15 @@ TEST_F(Sink, AnInterruptedDumpIsReadAgain) {
   EXPECT_EQ(0u, fake.requests);
 }
 
+TEST_F(Sink, ADumpIsReadAgainFiveTimes) {
+  Open();
+  Settle();
+  Reading().accidents.assign(5, Accident::INTERRUPTED);
+  EXPECT_TRUE(Compare().isComplete);
+  Reading().accidents.assign(6, Accident::INTERRUPTED);
+  EXPECT_FALSE(Compare().isComplete);
+}
+
 TEST_F(Sink, AnOverrunOfADumpIsAnInterruption) {
   accidentsOfReading = {Accident::OVERRUN};
   Open();
@@ -185,6 +200,33 @@ TEST_F(Sink, ATableThatCannotBeReadIsReadLater) {
               ElementsAre("The kernel's tables cannot be read; it is tried again each second"));
   Settle();
   ExpectInstalled(1);
+}
+
+TEST_F(Sink, EachTimeWithoutTablesIsTold) {
+  Open();
+  Settle();
+  for (std::size_t times = 1; times <= 2; ++times) {
+    Reading().accidents = {Accident::REFUSED};
+    EXPECT_FALSE(Compare().isComplete);
+    EXPECT_THAT(lines, SizeIs(times));
+    EXPECT_TRUE(Compare().isComplete);
+  }
+}
+
+TEST_F(Sink, WhatComesAfterAFailedReadingIsPassedOver) {
+  Open();
+  Settle();
+  Reading().accidents = {Accident::LATE};
+  bool hasEnded = false;
+  sink->Compare([&](const auto& result) { hasEnded = !result.isComplete; });
+  const std::size_t dumps = Reading().dumps;
+  Reading().Tell(Channel::Outcome::FAILED);
+  RunUntil([&] { return hasEnded; });
+  Reading().AnswerLate();
+  for (int i = 0; i < 5; ++i) {
+    uv_run(m_loop.Get(), UV_RUN_NOWAIT);
+  }
+  EXPECT_EQ(dumps, Reading().dumps) << "the next one begins in a second";
 }
 
 TEST_F(Sink, AFamilyThatTheMachineHasNotIsEmpty) {
@@ -287,6 +329,28 @@ TEST_F(Sink, AChangeOfALinkIsACauseToAskAndToCompare) {
   RunUntil([&] { return sink->CountComparisons() == comparisons + 1; });
   Settle();
   ExpectInstalled(2);
+  EXPECT_EQ(0u, sink->CountOverruns());
+}
+
+TEST_F(Sink, WithoutNewsThereIsNoCauseToCompare) {
+  Open();
+  Settle();
+  Hearing().Tell(Channel::Outcome::NOTHING);
+  RunFor(500);
+  EXPECT_EQ(1u, sink->CountComparisons());
+}
+
+// What it loses until then, nobody hears of.
+TEST_F(Sink, ASocketThatHasOverrunIsACauseWhenItIsEmpty) {
+  Open();
+  Settle();
+  Hearing().Tell(Channel::Outcome::OVERRUN);
+  for (std::size_t i = 1; i < kernel::PACKETS_A_TURN; ++i) {
+    Hearing().Tell(Channel::Outcome::MESSAGES);
+  }
+  uv_run(m_loop.Get(), UV_RUN_NOWAIT);
+  uv_sleep(300);  // the comparison that this has caused begins before the socket is looked at
+  RunUntil([this] { return sink->CountComparisons() == 3; });
 }
 
 TEST_F(Sink, ALinkThatChangesAllTheTimeDoesNotPutOffTheComparison) {
@@ -299,6 +363,24 @@ TEST_F(Sink, ALinkThatChangesAllTheTimeDoesNotPutOffTheComparison) {
   };
   flap();
   RunUntil([this] { return sink->CountComparisons() == 3; });
+}
+
+// It may have passed by what has changed; and a second one beside it would take its rows for its own.
+TEST_F(Sink, AChangeDuringAComparisonIsACauseForAnotherOneAfterIt) {
+  Open();
+  Settle();
+  const std::size_t comparisons = sink->CountComparisons();
+  Reading().accidents = {Accident::LATE};
+  bool hasEnded = false;
+  sink->Compare([&](const auto&) { hasEnded = true; });
+  const std::size_t dumps = Reading().dumps;
+  Hearing().Tell(Channel::Outcome::MESSAGES);
+  RunFor(500);  // twice as long as more news are waited for
+  EXPECT_EQ(dumps, Reading().dumps);
+  EXPECT_FALSE(hasEnded);
+  Reading().AnswerLate();
+  RunUntil([&] { return hasEnded; });
+  RunUntil([&] { return sink->CountComparisons() == comparisons + 2; });
 }
 
 TEST_F(Sink, AnOverrunOfWhatIsHeardIsCounted) {

@@ -167,7 +167,35 @@ TEST_F(Keeper, RulesThatCannotBeReadAreToldOnceAndReadLater) {
 TEST_F(Keeper, RulesThatChangeAllTheTimeCannotBeRead) {
   Open(std::vector<Accident>(6, Accident::INTERRUPTED));
   EXPECT_FALSE(Compare().isComplete);
+  channel->accidents.assign(5, Accident::INTERRUPTED);
   EXPECT_TRUE(Compare().isComplete);
+}
+
+TEST_F(Keeper, EachTimeWithoutRulesIsTold) {
+  Begin();
+  for (std::size_t times = 1; times <= 2; ++times) {
+    channel->accidents = {Accident::REFUSED};
+    EXPECT_FALSE(Compare().isComplete);
+    EXPECT_THAT(lines, SizeIs(times));
+    EXPECT_TRUE(Compare().isComplete);
+  }
+}
+
+TEST_F(Keeper, WhatComesAfterAFailedReadingIsPassedOver) {
+  Begin();
+  channel->accidents = {Accident::LATE};
+  bool hasEnded = false;
+  keeper->Compare([&](const auto& result) { hasEnded = !result.isComplete; });
+  const std::size_t before = channel->dumps;
+  RunUntil([&] { return channel->dumps > before; });
+  channel->Tell(kernel::Channel::Outcome::FAILED);
+  RunUntil([&] { return hasEnded; });
+  const std::size_t dumps = channel->dumps;
+  channel->AnswerLate();
+  for (int i = 0; i < 5; ++i) {
+    uv_run(m_loop.Get(), UV_RUN_NOWAIT);
+  }
+  EXPECT_EQ(dumps, channel->dumps) << "the next one begins in a second";
 }
 
 TEST_F(Keeper, AMachineWithoutIp6HasRulesOfIp4) {

@@ -182,6 +182,7 @@ TEST(KernelRuleMessages, ARuleOfAnotherFormIsDeletedByItsOwnWords) {
   message.Header().nlmsg_pid = 4712;
   message.Header().nlmsg_flags = NLM_F_MULTI;
   EXPECT_TRUE(found == message.Read());
+  EXPECT_EQ(0u, found->table) << "its own words say it";
   RuleMessage deleted = Deleted(*found);
   EXPECT_EQ(RTM_DELRULE, deleted.Header().nlmsg_type);
   EXPECT_EQ(NLM_F_REQUEST | NLM_F_ACK, deleted.Header().nlmsg_flags);
@@ -189,6 +190,26 @@ TEST(KernelRuleMessages, ARuleOfAnotherFormIsDeletedByItsOwnWords) {
   EXPECT_EQ(0u, deleted.Header().nlmsg_pid);
   EXPECT_EQ(message.Size(), deleted.Size());
   EXPECT_TRUE(deleted.Read() == found);
+}
+
+// Messages begin at multiples of four, whatever length the kernel has told.
+TEST(KernelRuleMessages, WhatComesBehindTheDeletionOfAnyRuleIsRead) {
+  RuleMessage message = Added(LOOKUP);
+  message.Cut(message.Size() - 3);
+  const auto found = message.Read();
+  ASSERT_TRUE(found && !found->oddMessage.empty());
+  RuleBatch batch;
+  batch.Delete(*found, 1);
+  batch.Add(LOOKUP, 2);
+  const std::vector<char>& bytes = batch.Finish();
+  nlmsghdr header;
+  std::memcpy(&header, bytes.data(), sizeof header);
+  const std::size_t second = NLMSG_ALIGN(header.nlmsg_len);
+  ASSERT_LE(second + sizeof header, bytes.size());
+  std::memcpy(&header, &bytes[second], sizeof header);
+  EXPECT_EQ(RTM_NEWRULE, header.nlmsg_type);
+  EXPECT_EQ(2u, header.nlmsg_seq);
+  EXPECT_EQ(bytes.size(), second + header.nlmsg_len);
 }
 
 TEST(KernelRuleMessages, CutShortTheyAreNoneOrOfAnotherForm) {
