@@ -202,7 +202,9 @@ bool KernelRoutes::IsChosen() const { return !m_facts.HasWork() && m_instancesTo
 
 void KernelRoutes::LookWhetherChosen() {
   if (IsChosen()) {
-    m_oldTables.clear();
+    if (!m_facts.IsHeld()) {  // else some of its work is still to be told of
+      m_oldTables.clear();
+    }
     for (const auto& call : std::exchange(m_whenChosen, {})) {
       call();
     }

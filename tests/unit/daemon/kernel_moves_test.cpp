@@ -225,9 +225,15 @@ TEST_F(MovedRoutes, AVlanThatGoesDuringItsMoveLeavesNothing) {
   ASSERT_FALSE(isThere());
   ASSERT_TRUE(stack.GetFacts().HasWork());
   Move({{20, 200}});
-  for (int i = 0; i < 20; ++i) {
-    Turn();
-  }
+  const auto turns = [this] {
+    for (int i = 0; i < 20; ++i) {
+      Turn();
+    }
+  };
+  turns();
+  Control().Hold();
+  turns();
+  Control().Release();
   ASSERT_TRUE(Settle());
   RunUntilSettled();
   EXPECT_THAT(OursOf20(), IsEmpty());
