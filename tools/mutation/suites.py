@@ -17,8 +17,8 @@ WAITING = 600
 IDLE = 12
 TENTH = os.sysconf('SC_CLK_TCK') / 10
 MEMORY = 4 << 30
-# Processes mostly wait, so that several runs of a suite of processes share its tests.
-SHARES = {'system_tests': 6, 'kernel_tests': 4}
+# Suites that mostly wait, for processes or for time to pass: several runs share the tests.
+SHARES = {'system_tests': 6, 'kernel_tests': 4, 'unit_kernel': 4}
 
 
 def passes(root, program, suite, environment):
