@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <uv.h>
 
+#include <algorithm>
 #include <optional>
 #include <stdexcept>
 
@@ -329,6 +330,13 @@ TEST_F(Watch, ARefusedReadingIsTriedAgain) {
   fake.Set(2, "eth0");
   Compare();
   ExpectAll();
+  channel->accidents = {LinkAccident::REFUSED};
+  EXPECT_EQ(std::nullopt, Compare());
+  EXPECT_EQ(2, std::count_if(lines.begin(), lines.end(),
+                             [](const std::string& line) {
+                               return line.find("cannot be read") != std::string::npos;
+                             }))
+      << "each time once";
 }
 
 TEST_F(Watch, AfterAFailureEverythingIsRead) {
