@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
+#include "device/log/log_format.h"
 #include "device/loop/listening_socket.h"
 #include "device/program/options.h"
-#include "log_format.h"
 
 namespace vantacored {
 

@@ -21,11 +21,12 @@
 #include <ctime>
 #include <utility>
 
-#include "asker_log.h"
 #include "device/base/trace_control.h"
 #include "device/console/batch_session.h"
 #include "device/console/terminal_session.h"
 #include "device/documents/members.h"
+#include "device/log/asker_log.h"
+#include "device/log/log_components.h"
 #include "device/loop/disposal.h"
 #include "device/program/counted.h"
 #include "device/rows/verify.h"
@@ -33,7 +34,6 @@
 #include "device/views/moments.h"
 #include "device/views/status_view.h"
 #include "hang_up.h"
-#include "log_components.h"
 #include "passed_sockets.h"
 #include "state_place.h"
 #include "tarsel/trace.h"

@@ -7,11 +7,11 @@
 #include "check_folder.h"
 #include "command_line.h"
 #include "daemon.h"
+#include "device/machine/kernel_clean.h"
 #include "device/program/printable.h"
 #include "device/program/standard_streams.h"
 #include "diff_folders.h"
 #include "hang_up.h"
-#include "kernel_clean.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "device/loop/work.h"
+#include "device/machine/kernel_side.h"
 #include "device/rows/verify.h"
 #include "device/views/old_requests.h"
 #include "device/views/sources.h"
-#include "kernel_side.h"
 
 namespace vantacored {
 

@@ -4,7 +4,7 @@
 #include <utility>
 #include <variant>
 
-#include "stack_rows.h"
+#include "device/ports/stack_rows.h"
 #include "vantacore/dc_router_mgr.h"
 
 namespace vantacored {

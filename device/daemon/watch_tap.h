@@ -6,9 +6,9 @@
 
 #include "device/apply/reloader.h"
 #include "device/keepers/interfaces.h"
+#include "device/ports/stack_port.h"
 #include "device/stack/facts.h"
 #include "device/views/feed.h"
-#include "stack_port.h"
 
 namespace vantacored {
 

@@ -12,7 +12,7 @@
 namespace rows {
 
 /// The routers know what is wanted of their rows, and ask for it when documents change. Through
-/// this they tell how the rows stand, and ask once more. device/daemon implements it with
+/// this they tell how the rows stand, and ask once more. device/ports implements it with
 /// device/routers (row_upkeep.h there). A host with other protocol routers may do without
 /// (no_protocol_rows.h). Everything is called on the loop's thread, and nothing calls back.
 class ProtocolRowsPort {

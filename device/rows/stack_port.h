@@ -1,7 +1,7 @@
 // What the keepers and whoever uses them need to know of the routing stack.
 //
 // The library tells the host no answer. What the host wants to know all the same, it asks the
-// stack: device/daemon implements this interface with the software stack's headers (stack_port.h
+// stack: device/ports implements this interface with the software stack's headers (stack_port.h
 // there is the example to follow). A device maker's host implements it with the real stack, or
 // begins with NoStackPort (no_stack_port.h), which knows nothing, and overrides what its stack can
 // tell.

@@ -1,6 +1,6 @@
 // What views need to know of the stack's routing tables.
 //
-// device/daemon implements this with the software stack's facts (stack_tables.h there). A host with
+// device/ports implements this with the software stack's facts (stack_tables.h there). A host with
 // another stack implements what its stack can tell; one whose stack tells nothing begins with
 // NoTables, and its views show what is wanted and asked.
 #ifndef DEVICE_VIEWS_TABLES_H

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "device/apply/reloader.h"
-#include "device/daemon/protocol_rows.h"
-#include "device/daemon/stack_port.h"
 #include "device/keepers/interfaces.h"
 #include "device/loop/loop.h"
+#include "device/ports/protocol_rows.h"
+#include "device/ports/stack_port.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/trace_capture.h"
 

@@ -21,7 +21,8 @@ CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|UsageError|Explain)\(
 # What is wrong with an option is a result.
 RESULT = re.compile(r'\breturn [^;{]*;')
 COMPLAINING = ('device/apply', 'device/console', 'device/daemon', 'device/documents', 'device/intent',
-               'device/keepers', 'device/program', 'device/revisions', 'device/routes', 'device/rows')
+               'device/keepers', 'device/log', 'device/machine', 'device/ports', 'device/program',
+               'device/revisions', 'device/routes', 'device/rows')
 WITH_RESULTS = ('command_line.cpp', 'options.cpp')
 # Here every text of several words is told to somebody, except in the declarations of members.
 TELLING = ('device/documents', 'device/revisions')
@@ -46,7 +47,8 @@ def read(path):
 
 
 FOLDERS = ('src/*', 'device/routers', 'device/loop', 'device/documents', 'device/intent', 'device/rows',
-           'device/routes', 'device/keepers', 'device/apply', 'device/console', 'device/daemon')
+           'device/ports', 'device/routes', 'device/keepers', 'device/apply', 'device/console', 'device/log',
+           'device/machine', 'device/daemon')
 
 
 def messages(root):

@@ -53,6 +53,8 @@ ENGINES = [
 ]
 ROOMS = [
     room('program', 'unit_program', 'unit_daemon', 'unit_documents', STARTS),
+    room('log', 'unit_log', 'unit_log_memory', 'unit_apply',
+         'system_tests Log.*:LogFormats.*:Reload.*:Service.*:Daemon.*'),
     room('loop', 'unit_loop', 'unit_rows', 'unit_route_keeper', 'unit_apply', SESSIONS),
     room('documents', 'unit_documents', 'issues', 'unit_intent', 'unit_keepers', 'unit_apply', 'scenarios',
          RELOADS),
@@ -62,6 +64,8 @@ ROOMS = [
     room('revisions', 'unit_revisions -FailingCalls.*', 'unit_revisions FailingCalls.*', bar=90.0),
     room('rows', 'unit_rows', 'unit_route_keeper', 'unit_rule_keeper', 'unit_keepers', 'unit_apply', 'promises',
          'accidents', 'faults', RELOADS),
+    room('ports', 'unit_ports', 'unit_route_keeper', 'unit_keepers', 'unit_apply', 'unit_daemon', 'unit_device_views',
+         'promises', 'accidents', SESSIONS, 'system_tests Reload.*'),
     room('routes', 'unit_route_keeper', 'unit_rule_keeper', 'unit_apply', 'promises', 'accidents', 'scenarios',
          'faults', RELOADS),
     room('keepers', 'unit_keepers', 'unit_apply', 'promises', 'accidents', 'unit_console', 'scenarios',
@@ -70,7 +74,8 @@ ROOMS = [
          'system_tests Transactions.*:Diff.*:Starts.*:MissingFiles.*', RELOADS),
     room('views', 'unit_views', 'unit_device_views', 'unit_state_views', CHANGES, ANSWERS, bar=85.0),
     room('console', 'unit_console', SESSIONS, ORDERS, bar=85.0),
-    room('daemon', 'unit_daemon', 'unit_daemon_memory', 'unit_keepers', 'unit_apply', 'promises', 'restart_memory',
+    room('machine', 'unit_machine', 'kernel_tests'),
+    room('daemon', 'unit_daemon', 'unit_log', 'unit_apply', 'promises', 'restart_memory',
          SESSIONS, 'system_tests Reload.*:Check.*:Log.*:LogFormats.*:HangUp.*:Pace.*:'
          'ClientOfADaemon.*:MetricsSocket.*:Service.*:PassedSocket.*'),
     room('wire', 'unit_wire', 'system_tests Client.*'),

@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "device/apply/reloader.h"
-#include "device/daemon/asker_log.h"
-#include "device/daemon/protocol_rows.h"
-#include "device/daemon/stack_port.h"
+#include "device/log/asker_log.h"
 #include "device/loop/loop.h"
+#include "device/ports/protocol_rows.h"
+#include "device/ports/stack_port.h"
 #include "device/stack/stack_control.h"
 #include "tarsel/trace.h"
 #include "tests/support/device_fixture.h"

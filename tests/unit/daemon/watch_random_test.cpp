@@ -9,8 +9,8 @@
 #include <tuple>
 #include <utility>
 
-#include "device/daemon/stack_rows.h"
 #include "device/daemon/watch_tap.h"
+#include "device/ports/stack_rows.h"
 #include "tests/unit/apply/reloader_fixture.h"
 
 namespace {

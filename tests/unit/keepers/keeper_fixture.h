@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "device/daemon/stack_port.h"
 #include "device/keepers/interfaces.h"
+#include "device/ports/stack_port.h"
 #include "device/rows/keeper.h"
 #include "tests/support/device_fixture.h"
 

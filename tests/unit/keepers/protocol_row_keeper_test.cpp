@@ -1,6 +1,6 @@
 #include "device/keepers/protocol_row_keeper.h"
 
-#include "device/daemon/protocol_rows.h"
+#include "device/ports/protocol_rows.h"
 #include "device/stack/protocol_rows.h"
 #include "tests/unit/keepers/keeper_fixture.h"
 

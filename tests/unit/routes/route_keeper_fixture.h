@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "device/base/timer_loop.h"
-#include "device/daemon/stack_port.h"
 #include "device/loop/loop.h"
+#include "device/ports/stack_port.h"
 #include "device/routes/route_keeper.h"
 #include "device/rows/differences.h"
 #include "device/stack/stack_control.h"

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "device/daemon/stack_port.h"
 #include "device/loop/loop.h"
+#include "device/ports/stack_port.h"
 #include "device/routes/rule_keeper.h"
 #include "tests/support/device_fixture.h"
 #include "tests/support/recording_console.h"

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "device/daemon/stack_tables.h"
+#include "device/ports/stack_tables.h"
 #include "device/views/device_questions.h"
 #include "tests/unit/apply/reloader_fixture.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "device/daemon/stack_tables.h"
+#include "device/ports/stack_tables.h"
 #include "device/views/device_questions.h"
 #include "tests/unit/apply/reloader_fixture.h"
 
