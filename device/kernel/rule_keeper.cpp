@@ -80,13 +80,13 @@ void RuleKeeper::Work() {
       m_readingOf != Reading::NOTHING) {
     return;
   }
-  if (!m_ledger.HasRequests() && std::exchange(m_hasDeleted, false)) {
-    m_isToCompare = true;
-  }
-  if (std::exchange(m_isToCompare, false)) {
+  const bool isAskedFor = std::exchange(m_isToCompare, false);
+  const bool isAfterDeletion = !m_ledger.HasRequests() && std::exchange(m_hasDeleted, false);
+  if (isAskedFor || isAfterDeletion) {
     m_askers.swap(m_nextAskers);
     m_interruptions = 0;
-    m_ledger.AskAgain(true);
+    // A deletion that is refused must not bring about the next one at once.
+    m_ledger.AskAgain(isAskedFor);
     BeginReading(Reading::IP4);
     return;
   }

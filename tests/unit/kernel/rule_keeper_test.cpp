@@ -229,6 +229,23 @@ TEST_F(Keeper, ARefusalIsToldOnceAndAskedAgain) {
   EXPECT_THAT(lines, SizeIs(1));
 }
 
+// The comparison that follows a deletion must not bring about the next one.
+TEST_F(Keeper, ADeletionThatIsRefusedIsAskedForAfterAPause) {
+  Begin();
+  fake.rules.refuse = [](const kernel::Rule&, bool) { return EPERM; };
+  fake.rules.requests.clear();
+  keeper->Want({});
+  RunUntil([this] { return !lines.empty(); });
+  EXPECT_TRUE(keeper->IsSettled());
+  EXPECT_THAT(fake.rules.requests, SizeIs(4));
+  EXPECT_THAT(lines, ElementsAre(HasSubstr("refuses to delete the rule iif r2 ")));
+  fake.rules.refuse = nullptr;
+  RunUntil([this] { return fake.rules.ours.empty(); });
+  EXPECT_THAT(fake.rules.requests, SizeIs(8));
+  Settle();
+  EXPECT_EQ(0u, keeper->GetLedger().CountRefused());
+}
+
 TEST_F(Keeper, ARefusalIsAskedAgainWithAComparison) {
   fake.rules.refuse = [](const kernel::Rule&, bool) { return EPERM; };
   Begin();
