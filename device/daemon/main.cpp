@@ -7,6 +7,7 @@
 #include "check_folder.h"
 #include "command_line.h"
 #include "daemon.h"
+#include "device/kernel/netlink_socket.h"
 #include "device/machine/kernel_clean.h"
 #include "device/program/printable.h"
 #include "device/program/standard_streams.h"
@@ -32,7 +33,7 @@ int main(int argc, char** argv) {
       return program::PrintEnding("vantacored", *ending);
     }
     if (line.isKernelClean) {
-      return vantacored::CleanKernel();
+      return vantacored::CleanKernel(kernel::OpenNetlinkSocket);
     }
     if (!line.diffDirectory.empty()) {
       return vantacored::DiffFolders(line.configDirectory, line.diffDirectory);

@@ -26,7 +26,6 @@ namespace kernel {
 /// Belongs to the loop's thread; calls back from the loop only.
 class LinkWatch {
  public:
-  using OpenChannel = std::function<std::unique_ptr<Channel>(Subscription)>;
   using Log = std::function<void(const std::string& line)>;
 
   /// `open` throws std::runtime_error if there is no way to the kernel, and so does the constructor

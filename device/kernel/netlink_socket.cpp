@@ -91,4 +91,8 @@ Channel::Outcome NetlinkSocket::Receive(Received& received) {
   return Outcome::MESSAGES;
 }
 
+std::unique_ptr<Channel> OpenNetlinkSocket(Subscription subscription) {
+  return std::make_unique<NetlinkSocket>(subscription);
+}
+
 }  // namespace kernel

@@ -3,6 +3,7 @@
 #define DEVICE_KERNEL_NETLINK_SOCKET_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,6 +37,9 @@ class Channel {
 /// What a socket hears without having asked.
 enum class Subscription { NOTHING, LINKS_AND_ADDRESSES };
 
+/// Makes a way to the kernel. Throws std::runtime_error, with the cause, if there is none.
+using OpenChannel = std::function<std::unique_ptr<Channel>(Subscription)>;
+
 /// In the network namespace that the process is in when it is made.
 class NetlinkSocket final : public Channel {
  public:
@@ -50,6 +54,9 @@ class NetlinkSocket final : public Channel {
   const program::OwnedDescriptor m_descriptor;
   std::vector<std::uint32_t> m_buffer;  // aligned as the messages are
 };
+
+/// An OpenChannel for NetlinkSocket.
+std::unique_ptr<Channel> OpenNetlinkSocket(Subscription subscription);
 
 }  // namespace kernel
 

@@ -30,7 +30,6 @@ namespace kernel {
 /// where they are.
 class RouteSink {
  public:
-  using OpenChannel = std::function<std::unique_ptr<Channel>(Subscription)>;
   using Log = std::function<void(const std::string& line)>;
 
   /// `now` tells milliseconds and never goes back. `open` throws std::runtime_error if there is no

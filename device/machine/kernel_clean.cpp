@@ -29,11 +29,11 @@ bool AreGone(const kernel::Cleaned& cleaned, const char* one, const char* severa
 
 }  // namespace
 
-int CleanKernel() {
-  kernel::NetlinkSocket forRoutes(kernel::Subscription::NOTHING);
-  kernel::NetlinkSocket forRules(kernel::Subscription::NOTHING);  // where no answer is a route's
-  const kernel::Cleaned routes = kernel::RemoveOurRoutes(forRoutes);
-  const kernel::Cleaned rules = kernel::RemoveOurRules(forRules);
+int CleanKernel(const kernel::OpenChannel& open) {
+  const auto forRoutes = open(kernel::Subscription::NOTHING);
+  const auto forRules = open(kernel::Subscription::NOTHING);  // where no answer is a route's
+  const kernel::Cleaned routes = kernel::RemoveOurRoutes(*forRoutes);
+  const kernel::Cleaned rules = kernel::RemoveOurRules(*forRules);
   std::printf("%s and %s removed\n", Counted(routes.removed, "route", "routes").c_str(),
               Counted(rules.removed, "rule", "rules").c_str());
   const bool areRoutesGone = AreGone(routes, "route", "routes");

@@ -30,7 +30,7 @@ std::string DescribeRest(const kernel::Cleaned& cleaned, const char* one, const 
 }  // namespace
 
 // Routes first: until its rules go, no VLAN's packets are looked up in another's table.
-Flushed FlushKernel(const kernel::RouteSink::OpenChannel& open) {
+Flushed FlushKernel(const kernel::OpenChannel& open) {
   try {
     const auto end = std::chrono::steady_clock::now() + LONGEST;
     const kernel::Cleaned routes =

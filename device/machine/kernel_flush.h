@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "device/kernel/route_sink.h"
+#include "device/kernel/netlink_socket.h"
 
 namespace vantacored {
 
@@ -15,7 +15,7 @@ struct Flushed {
 
 /// Removes what --kernel-clean removes, in ten seconds at most. Nobody else of the process writes
 /// into the kernel meanwhile.
-Flushed FlushKernel(const kernel::RouteSink::OpenChannel& open);
+Flushed FlushKernel(const kernel::OpenChannel& open);
 
 }  // namespace vantacored
 

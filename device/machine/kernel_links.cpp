@@ -97,7 +97,6 @@ bool KernelLinks::IsNeeded(const documents::Device& device) const {
 }
 
 void KernelLinks::Start(const documents::Device& device) {
-  m_settings = device.links;
   if (IsNeeded(device) && Open()) {
     m_watch->ReadNow();
     while (!m_watch->IsReading() && HasChanges()) {
@@ -107,7 +106,6 @@ void KernelLinks::Start(const documents::Device& device) {
 }
 
 void KernelLinks::Apply(const documents::Device& device) {
-  m_settings = device.links;
   if (!IsNeeded(device)) {
     Close();
   } else if (m_watch || Open()) {

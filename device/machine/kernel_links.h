@@ -29,7 +29,7 @@ namespace vantacored {
 class KernelLinks {
  public:
   struct Hooks {
-    kernel::LinkWatch::OpenChannel open;
+    kernel::OpenChannel open;
     kernel::LinkWatch::Log log;
     /// Takes a line that somebody should look at.
     std::function<void(const std::string& line)> complain;
@@ -86,7 +86,6 @@ class KernelLinks {
   keepers::Interfaces& m_interfaces;
   const Hooks m_hooks;
   std::unique_ptr<kernel::LinkWatch> m_watch;
-  documents::LinkSettings m_settings;
   std::string m_problem;  // why there is no watch though links are to be taken
   kernel::Vrfs m_vrfs;
   bool m_areVrfsKnown = false;

@@ -26,7 +26,7 @@ namespace vantacored {
 class KernelRoutes final : private routing_stack::Listener {
  public:
   struct Hooks {
-    kernel::RouteSink::OpenChannel open;
+    kernel::OpenChannel open;
     kernel::RouteSink::Log log;
     std::function<std::uint64_t()> now;  // milliseconds, never going back
     /// Whether the stack has all that is in force, and nothing is under way. Asked from the loop.

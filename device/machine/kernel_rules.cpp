@@ -31,8 +31,8 @@ rows::Verdict VerdictOf(const kernel::RuleLedger& ledger, const kernel::RuleKeep
   rows::Verdict verdict;
   verdict.kind = RULES;
   verdict.rows = ledger.CountWanted();
-  const auto fail = [&](const std::string& line) {
-    ++verdict.fails;
+  const auto fail = [&](const std::string& line, std::size_t rules = 1) {
+    verdict.fails += rules;
     if (verdict.lines.size() < mostLines) {
       verdict.lines.push_back("kernel: " + line);
     }
@@ -55,7 +55,7 @@ rows::Verdict VerdictOf(const kernel::RuleLedger& ledger, const kernel::RuleKeep
   }
   const std::size_t absent = ledger.CountWanted() - ledger.CountStanding();
   if (absent > told) {
-    fail(program::Counted(absent - told, "rule is", "rules are") + " under way");
+    fail(program::Counted(absent - told, "rule is", "rules are") + " under way", absent - told);
   }
   return verdict;
 }

@@ -23,7 +23,7 @@ namespace vantacored {
 class KernelRules {
  public:
   struct Hooks {
-    kernel::RuleKeeper::OpenChannel open;
+    kernel::OpenChannel open;
     kernel::RuleKeeper::Log log;
     std::function<std::uint64_t()> now;  // milliseconds, never going back
   };

@@ -3,18 +3,9 @@
 #include <memory>
 #include <utility>
 
-#include "device/kernel/netlink_socket.h"
 #include "kernel_flush.h"
 
 namespace vantacored {
-
-namespace {
-
-std::unique_ptr<kernel::Channel> OpenKernel(kernel::Subscription subscription) {
-  return std::make_unique<kernel::NetlinkSocket>(subscription);
-}
-
-}  // namespace
 
 KernelSide::KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, SoftwareStackPort& port,
                        const routing_stack::Facts& facts, unsigned int sweepAfterSeconds,
@@ -22,7 +13,7 @@ KernelSide::KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, Softwar
     : m_interfaces(interfaces),
       m_hooks(hooks),
       m_links(loop, interfaces,
-              {OpenKernel, hooks.log, hooks.complain,
+              {hooks.open, hooks.log, hooks.complain,
                [this, changed = hooks.interfacesChanged] {
                  m_rules.Refresh();
                  changed();
@@ -31,10 +22,10 @@ KernelSide::KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, Softwar
       m_vrfs(m_links, interfaces, {hooks.log, hooks.complain}),
       m_routes(
           loop, port, facts, sweepAfterSeconds,
-          {OpenKernel, hooks.log, hooks.now,
+          {hooks.open, hooks.log, hooks.now,
            [this, isSettled = hooks.isStackSettled] { return m_vrfs.AreKnown() && isSettled(); },
            [this] { m_rules.Compare(); }}),
-      m_rules(loop, interfaces, {OpenKernel, hooks.log, hooks.now}),
+      m_rules(loop, interfaces, {hooks.open, hooks.log, hooks.now}),
       m_switches(loop) {}
 
 void KernelSide::Start(const documents::Device& device) {
@@ -152,7 +143,7 @@ void KernelSide::Flush() {
   if (!m_routes.Shut()) {  // without routes there are no rules
     return;
   }
-  const Flushed flushed = FlushKernel(OpenKernel);
+  const Flushed flushed = FlushKernel(m_hooks.open);
   (flushed.isComplete ? m_hooks.log : m_hooks.complain)(flushed.line);
 }
 

@@ -10,6 +10,7 @@
 
 #include "device/documents/device.h"
 #include "device/keepers/interfaces.h"
+#include "device/kernel/netlink_socket.h"
 #include "device/ports/stack_port.h"
 #include "device/rows/comparer.h"
 #include "device/stack/facts.h"
@@ -35,6 +36,7 @@ class KernelSide {
     /// Whether the stack has all that is in force, and nothing is under way.
     std::function<bool()> isStackSettled;
     std::function<std::uint64_t()> now;  // milliseconds, never going back
+    kernel::OpenChannel open = kernel::OpenNetlinkSocket;
   };
 
   /// Everything but the hooks is borrowed. `sweepAfterSeconds`: how long routes of an earlier run
