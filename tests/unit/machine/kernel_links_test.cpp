@@ -32,6 +32,7 @@ class LinksOfTheKernel : public testing::Test {
   void Verify() {
     m_links.Verify([this](std::optional<rows::Verdict> verdict) {
       m_verdicts.push_back(verdict ? std::to_string(verdict->fails) + " failed" : "none");
+      m_verdictLines = verdict ? verdict->lines : std::vector<std::string>();
     });
   }
   void RunUntilSettled() {
@@ -56,8 +57,12 @@ class LinksOfTheKernel : public testing::Test {
          m_channel = made.get();
          return made;
        },
-       [](const std::string&) {}, [](const std::string&) {}, [] {}, [this] { ++m_vrfChanges; }}};
+       [](const std::string&) {}, [this](const std::string& line) { m_complaints.push_back(line); },
+       [this] { ++m_interfaceChanges; }, [this] { ++m_vrfChanges; }}};
+  std::vector<std::string> m_complaints;
+  int m_interfaceChanges = 0;
   std::vector<std::string> m_verdicts;
+  std::vector<std::string> m_verdictLines;  // of the last one
   int m_vrfChanges = 0;
 };
 
@@ -98,6 +103,108 @@ TEST_F(LinksOfTheKernel, AVerificationThatCannotReadThemFails) {
   Verify();
   RunUntilSettled();
   EXPECT_THAT(m_verdicts, ElementsAre("1 failed"));
+  EXPECT_THAT(m_verdictLines, ElementsAre("kernel: its links could not be read"));
+}
+
+TEST_F(LinksOfTheKernel, AreInterfacesWithTheirFlags) {
+  m_interfaces.Apply(m_taken, {});
+  const auto flagsOf = [this] {
+    RunUntilSettled();
+    return m_interfaces.Get().at({1, 2}).flags;
+  };
+  kernel::Link& link = m_fake.links.at(2);
+  EXPECT_EQ(0u, flagsOf());
+  link.isLoopback = true;
+  m_fake.Set(2, "eth0");
+  EXPECT_EQ(2u, flagsOf());
+  link.isLoopback = false;
+  link.isPointToPoint = true;
+  m_fake.Set(2, "eth0");
+  EXPECT_EQ(4u, flagsOf());
+  link.isPointToPoint = false;
+  link.isBroadcast = true;
+  m_fake.Set(2, "eth0");
+  EXPECT_EQ(8u, flagsOf());
+  link.isMulticast = true;
+  m_fake.Set(2, "eth0");
+  EXPECT_EQ(24u, flagsOf());
+}
+
+// Whichever came first: a secondary address of a wide scope stands behind a primary one of the link's.
+TEST_F(LinksOfTheKernel, AreInterfacesWithTheirPrimaryAddressFirst) {
+  m_interfaces.Apply(m_taken, {});
+  kernel::LinkAddress ofTheLink = test_kernel::LinkAddressOf("10.1.0.2/24");
+  ofTheLink.scope = 253;
+  kernel::LinkAddress pointToPoint = test_kernel::LinkAddressOf("10.4.0.1/24");
+  pointToPoint.other = test_kernel::LinkAddressOf("10.4.0.2/24").address;
+  m_fake.AddAddress(2, test_kernel::LinkAddressOf("10.1.0.3/24", true));
+  m_fake.AddAddress(2, ofTheLink);
+  m_fake.AddAddress(2, test_kernel::LinkAddressOf("10.2.0.1/16"));
+  m_fake.AddAddress(2, test_kernel::LinkAddressOf("10.2.0.1/24"));
+  m_fake.AddAddress(2, pointToPoint);
+  m_fake.AddAddress(2, test_kernel::LinkAddressOf("2001:db8::2/64"));
+  m_fake.AddAddress(2, test_kernel::LinkAddressOf("2001:db8::1/64"));
+  RunUntilSettled();
+  const documents::Interface& interface = m_interfaces.Get().at({1, 2});
+  std::vector<std::string> ip4;
+  for (const documents::Ip4Network& network : interface.ip4) {
+    ip4.push_back(std::string(network.address.ToString().c_str()) + " " +
+                  network.mask.ToString().c_str());
+  }
+  EXPECT_THAT(ip4, ElementsAre("10.2.0.1 255.255.0.0", "10.4.0.1 255.255.255.255",
+                               "10.1.0.2 255.255.255.0", "10.1.0.3 255.255.255.0"));
+  ASSERT_THAT(interface.ip6, SizeIs(2));
+  EXPECT_TRUE(documents::Ip6PrefixOrder()(interface.ip6[0], interface.ip6[1]));
+}
+
+// A name has to go with one link before it comes with another.
+TEST_F(LinksOfTheKernel, MaySwapTheirNames) {
+  m_interfaces.Apply(m_taken, {});
+  m_interfaceChanges = 0;
+  std::vector<std::string> actions;
+  m_interfaces.SetListener([&actions](const keepers::InterfaceChange& change) {
+    const std::string who = change.name + " " + std::to_string(change.key.second);
+    if (actions.empty() || actions.back() != who) {
+      actions.push_back(who);
+    }
+  });
+  m_fake.Set(2, "eth1");
+  m_fake.Set(3, "eth0");
+  RunUntilSettled();
+  EXPECT_EQ(2, m_interfaceChanges) << "both have gone, and then both have come";
+  EXPECT_THAT(actions, ElementsAre("eth0 2", "eth1 3", "eth1 2", "eth0 3"));
+  EXPECT_EQ("eth1", m_interfaces.Get().at({1, 2}).name);
+  EXPECT_EQ("eth0", m_interfaces.Get().at({1, 3}).name);
+  m_interfaces.SetListener({});
+}
+
+TEST_F(LinksOfTheKernel, AreToldOfOnlyWhenOneComesOrGoes) {
+  m_interfaces.Apply(m_taken, {});
+  m_interfaceChanges = 0;
+  m_fake.Set(2, "eth0", false);
+  RunUntilSettled();
+  EXPECT_EQ(0, m_interfaceChanges);
+  m_fake.Remove(2);
+  RunUntilSettled();
+  EXPECT_EQ(1, m_interfaceChanges);
+}
+
+// Once, and again when the reason is another or it has been taken meanwhile.
+TEST_F(LinksOfTheKernel, ThatAreLeftOutAreToldOf) {
+  m_interfaces.Apply(m_taken, {});
+  m_fake.Set(4, "eth2.40000");
+  RunUntilSettled();
+  ASSERT_THAT(m_complaints, SizeIs(1));
+  EXPECT_THAT(m_complaints[0], testing::StartsWith("The link eth2.40000 is left out: "));
+  m_links.TellProblems();
+  m_fake.Set(4, "eth2.40000", false);
+  RunUntilSettled();
+  EXPECT_THAT(m_complaints, SizeIs(1));
+  m_fake.Set(4, "eth2.7");
+  RunUntilSettled();
+  m_fake.Set(4, "eth2.40000");
+  RunUntilSettled();
+  EXPECT_THAT(m_complaints, SizeIs(2));
 }
 
 }  // namespace

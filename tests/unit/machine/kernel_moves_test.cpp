@@ -310,6 +310,38 @@ TEST_F(MovedRoutes, NothingIsSweptBeforeTheDeviceHasSettled) {
   EXPECT_EQ(0u, m_routes.GetSink()->GetLedger().GetTotals().deleted);
 }
 
+// What two VLANs have one after the other is read anew, once the device has settled.
+TEST_F(MovedRoutes, ATableThatGoesFromOneVlanToAnotherWaitsForTheDevice) {
+  Apply({{20, 100}, {30, 200}});
+  m_isSettled = false;
+  m_kernel.requests = 0;
+  Move({{20, 200}, {30, 100}});
+  for (int i = 0; i < 20; ++i) {
+    Turn();
+  }
+  EXPECT_EQ(0u, m_kernel.requests);
+  EXPECT_FALSE(m_routes.IsSettled());
+  m_isSettled = true;
+  RunUntilSettled();
+  EXPECT_THAT(Ours(), ElementsAre("10.9.1.0/24 in table 100 via 10.1.0.1 dev 30",
+                                  "10.9.1.0/24 in table 200 via 10.1.0.1 dev 20",
+                                  "10.9.1.0/24 in table 254 via 10.1.0.1 dev 10"));
+}
+
+// A reading that is begun anew begins with the first route.
+TEST_F(MovedRoutes, AReadingThatIsBrokenOffLosesNothing) {
+  ManyRoutesOf20();
+  Apply({{20, 100}});
+  Move({{20, 200}});
+  Turn();
+  Turn();
+  Move({{20, 300}, {30, 200}});
+  RunUntilSettled();
+  EXPECT_THAT(OursOf20(), SizeIs(MANY + 1));
+  EXPECT_THAT(OursOf20(), testing::Each(testing::HasSubstr("in table 300 ")));
+  EXPECT_THAT(Ours(), SizeIs(MANY + 3));
+}
+
 TEST_F(MovedRoutes, AVerificationWaitsForTheMove) {
   Apply({{20, 100}});
   Move({{20, 200}});

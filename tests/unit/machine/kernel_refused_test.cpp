@@ -61,6 +61,7 @@ TEST_F(RefusedKernel, ItsLinksFailAVerification) {
   EXPECT_EQ(failed->kind, "links of the kernel");
   EXPECT_EQ(failed->fails, 1u);
   EXPECT_THAT(failed->lines, ElementsAre("kernel: none of its links is taken: no socket"));
+  EXPECT_EQ(failed->rows, 0u);
   device.links.taken = {};
   links.Apply(device);
   EXPECT_FALSE(VerdictOf(links)) << "none is to be taken any more";
@@ -82,6 +83,7 @@ TEST_F(RefusedKernel, ItsRoutesFailAVerification) {
   EXPECT_EQ(failed->kind, "routes in the kernel");
   EXPECT_EQ(failed->fails, 1u);
   EXPECT_THAT(failed->lines, ElementsAre("kernel: no routes are written: no socket"));
+  EXPECT_EQ(failed->rows, 0u);
   device.kernel.writesRoutes = false;
   routes.Apply(device, {1, 40000, {}});
   EXPECT_FALSE(VerdictOf(routes)) << "none are to be written any more";
@@ -105,6 +107,10 @@ TEST_F(RefusedKernel, ItsRulesFailAVerification) {
   EXPECT_EQ(failed->kind, "rules in the kernel");
   EXPECT_EQ(failed->fails, 1u);
   EXPECT_THAT(failed->lines, ElementsAre("kernel: no rules are written: no socket"));
+  EXPECT_EQ(failed->rows, 0u);
+  device.kernel.writesRules = false;
+  rules.Apply(device, {1, 40000, {}});
+  EXPECT_FALSE(VerdictOf(rules)) << "none are to be written any more";
 }
 
 }  // namespace
