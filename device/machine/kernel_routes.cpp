@@ -386,6 +386,7 @@ void KernelRoutes::Verify(std::size_t mostLines,
     const std::size_t told =
         comparison.missing + ledger.CountRefused() - ledger.CountRefusedDeletions();
     if (absent > told) {
+      verdict.besides = verdict.lines.size() < mostLines ? absent - told - 1 : 0;
       add(program::Counted(absent - told, "route is", "routes are") + " under way");
     }
     done(std::move(verdict));

@@ -35,6 +35,7 @@ rows::Verdict VerdictOf(const kernel::RuleLedger& ledger, const kernel::RuleKeep
     verdict.fails += rules;
     if (verdict.lines.size() < mostLines) {
       verdict.lines.push_back("kernel: " + line);
+      verdict.besides = rules - 1;
     }
   };
   if (!result.isComplete) {

@@ -31,6 +31,7 @@ struct Verdict {
   /// What there is to say of a part that has no rows: then `rows` is 0, and fails are not rows that
   /// are not as wanted. Empty for a kind of rows.
   std::string note = {};
+  std::size_t besides = 0;  // fails that the last line speaks for beside its own
 };
 
 /// Passes over all keepers, in slices of the loop's turns: one when Compare is called, and all the

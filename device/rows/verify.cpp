@@ -64,6 +64,7 @@ std::vector<std::string> DescribeVerdicts(const std::vector<Verdict>& verdicts,
   std::size_t allKept = 0;
   std::size_t fails = 0;
   std::size_t rowFails = 0;
+  std::size_t shown = 0;
   std::string parts;
   const char* asWanted = AS_WANTED;
   for (const Verdict& verdict : verdicts) {
@@ -84,17 +85,17 @@ std::vector<std::string> DescribeVerdicts(const std::vector<Verdict>& verdicts,
         kept.push_back("KEPT  " + line);
       }
     }
-    for (const std::string& line : verdict.lines) {
-      if (failed.size() < mostFails) {
-        failed.push_back("FAIL  " + line);
-      }
+    const std::size_t room = mostFails - failed.size();
+    for (std::size_t i = 0; i < std::min(room, verdict.lines.size()); ++i) {
+      failed.push_back("FAIL  " + verdict.lines[i]);
     }
+    shown += verdict.lines.size() > room ? room : verdict.lines.size() + verdict.besides;
   }
   std::vector<std::string> lines = std::move(passed);
   lines.insert(lines.end(), kept.begin(), kept.end());
   lines.insert(lines.end(), failed.begin(), failed.end());
-  if (fails > failed.size()) {
-    lines.push_back("... and " + std::to_string(fails - failed.size()) + " more");
+  if (fails > shown) {
+    lines.push_back("... and " + std::to_string(fails - shown) + " more");
   }
   lines.push_back((fails == 0 ? "PASS: " : "FAIL: ") +
                   (rowFails == 0 ? Counted(rows, "row", "rows") + asWanted

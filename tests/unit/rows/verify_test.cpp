@@ -70,6 +70,20 @@ TEST(Verify, TellsEachKindAndTheTotals) {
               ElementsAre("FAIL  the stack is not ready", "FAIL: 1 row is not as wanted, of 0"));
 }
 
+TEST(Verify, DoesNotCallMoreWhatALineSpeaksFor) {
+  rows::Verdict routes{"routes", 9, 4, {"a", "3 routes are under way"}};
+  routes.besides = 2;
+  const rows::Verdict rules{"rules", 3, 1, {"b"}};
+  EXPECT_THAT(DescribeVerdicts({routes, rules}, 9),
+              ElementsAre("FAIL  a", "FAIL  3 routes are under way", "FAIL  b",
+                          "FAIL: 5 rows are not as wanted, of 12"));
+  EXPECT_THAT(DescribeVerdicts({routes, rules}, 2),
+              ElementsAre("FAIL  a", "FAIL  3 routes are under way", "... and 1 more",
+                          "FAIL: 5 rows are not as wanted, of 12"));
+  EXPECT_THAT(DescribeVerdicts({routes, rules}, 1),
+              ElementsAre("FAIL  a", "... and 4 more", "FAIL: 5 rows are not as wanted, of 12"));
+}
+
 TEST(Verify, NamesThePartsWithoutRowsThatHaveFailed) {
   rows::Verdict folder;
   folder.kind = "folder";
