@@ -74,7 +74,7 @@ ROOMS = [
          'system_tests Transactions.*:Diff.*:Starts.*:MissingFiles.*', RELOADS),
     room('views', 'unit_views', 'unit_device_views', 'unit_state_views', CHANGES, ANSWERS, bar=85.0),
     room('console', 'unit_console', SESSIONS, ORDERS, bar=85.0),
-    room('machine', 'unit_machine', 'kernel_tests'),
+    room('machine', 'unit_machine', 'kernel_tests', bar=85.0),
     room('daemon', 'unit_daemon', 'unit_log', 'unit_apply', 'promises', 'restart_memory',
          SESSIONS, 'system_tests Reload.*:Check.*:Log.*:LogFormats.*:HangUp.*:Pace.*:'
          'ClientOfADaemon.*:MetricsSocket.*:Service.*:PassedSocket.*'),

@@ -205,6 +205,10 @@ TEST_F(LinksOfTheKernel, ThatAreLeftOutAreToldOf) {
   m_fake.Set(4, "eth2.40000");
   RunUntilSettled();
   EXPECT_THAT(m_complaints, SizeIs(2));
+  m_links.Apply({});
+  m_links.Apply(m_taken);
+  RunUntilSettled();
+  EXPECT_THAT(m_complaints, SizeIs(3));
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 namespace {
 
 using test_kernel::FakeChannel;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -104,19 +105,18 @@ class MovedRoutes : public test_support::DeviceFixture {
     return lines;
   }
 
+  KernelRoutes::Hooks Hooks() {
+    return {[this](kernel::Subscription) { return std::make_unique<FakeChannel>(m_kernel); },
+            [this](const std::string& line) { m_lines.push_back(line); },
+            [] { return uv_hrtime() / 1000000; }, [this] { return m_isSettled; }, [] {}};
+  }
+
   loop::Loop m_turns;
   test_kernel::FakeKernel m_kernel;
   documents::Device m_device;
   Lines m_lines;
   vantacored::SoftwareStackPort m_port{stack, [this] { return loop.Now() / 1000; }};
-  KernelRoutes m_routes{
-      m_turns.Get(),
-      m_port,
-      stack.GetFacts(),
-      60,
-      {[this](kernel::Subscription) { return std::make_unique<FakeChannel>(m_kernel); },
-       [this](const std::string& line) { m_lines.push_back(line); },
-       [] { return uv_hrtime() / 1000000; }, [this] { return m_isSettled; }, [] {}}};
+  KernelRoutes m_routes{m_turns.Get(), m_port, stack.GetFacts(), 60, Hooks()};
   bool m_isSettled = true;
 };
 
@@ -340,6 +340,33 @@ TEST_F(MovedRoutes, AReadingThatIsBrokenOffLosesNothing) {
   EXPECT_THAT(OursOf20(), SizeIs(MANY + 1));
   EXPECT_THAT(OursOf20(), testing::Each(testing::HasSubstr("in table 300 ")));
   EXPECT_THAT(Ours(), SizeIs(MANY + 3));
+}
+
+// A device that has settled in time is not said to have failed to when the time is over.
+TEST_F(MovedRoutes, WhatSettlesInTimeIsNotOverdue) {
+  KernelRoutes routes(m_turns.Get(), m_port, stack.GetFacts(), 1, Hooks());
+  const auto runFor = [&](std::uint64_t milliseconds) {
+    const std::uint64_t end = uv_hrtime() + milliseconds * 1000000;
+    while (uv_hrtime() < end) {
+      uv_run(m_turns.Get(), UV_RUN_NOWAIT);
+      routes.Look();
+    }
+  };
+  routes.Apply(m_device, {MOVED_DEFAULT, 40000, {}});
+  runFor(1200);
+  EXPECT_TRUE(routes.IsSettled());
+  EXPECT_THAT(m_lines, IsEmpty());
+  m_isSettled = false;
+  m_device.kernel.tableBase = 50000;
+  routes.Apply(m_device, {MOVED_DEFAULT, 50000, {}});
+  runFor(1200);
+  EXPECT_THAT(m_lines, Contains("The device has not settled in 1 second: what the kernel has of an "
+                                "earlier run is removed"));
+  EXPECT_THAT(Ours(), ElementsAre("10.9.1.0/24 in table 254 via 10.1.0.1 dev 10",
+                                  "10.1.0.0/24 in table 50020 dev 20",
+                                  "10.9.1.0/24 in table 50020 via 10.1.0.1 dev 20",
+                                  "10.1.0.0/24 in table 50030 dev 30",
+                                  "10.9.1.0/24 in table 50030 via 10.1.0.1 dev 30"));
 }
 
 TEST_F(MovedRoutes, AVerificationWaitsForTheMove) {

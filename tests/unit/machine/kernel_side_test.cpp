@@ -31,7 +31,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using Lines = std::vector<std::string>;
 
-constexpr std::uint32_t BLUE = 5;
+constexpr std::uint32_t VRF_LINK = 5;  // blue
 
 /// eth0 in the default VLAN 10, eth1.20 in VLAN 20, a static route in each.
 class Machine : public test_support::DeviceFixture {
@@ -101,7 +101,10 @@ class Machine : public test_support::DeviceFixture {
       for (const rows::Verdict& verdict : verdicts) {
         if (verdict.kind != "forwarding switches") {  // those of the machine that runs the tests
           lines.push_back(std::to_string(verdict.fails) + " of " + std::to_string(verdict.rows) +
-                          " " + verdict.kind);
+                          " " + verdict.kind +
+                          (verdict.besides != 0
+                               ? ", " + std::to_string(verdict.besides) + " in the last line"
+                               : ""));
           lines.insert(lines.end(), verdict.lines.begin(), verdict.lines.end());
         }
       }
@@ -230,7 +233,13 @@ TEST_F(Machine, VerifyTellsWhatIsRefusedInEitherDirection) {
 }
 
 TEST_F(Machine, VerifyTellsWhatIsStillUnderWay) {
+  m_fake.Set(6, "eth4.20");
   Begin();
+  m_kernel.rules.refuse = [](const kernel::Rule&, bool isDeletion) {
+    return isDeletion ? EPERM : 0;
+  };
+  m_fake.Remove(6);
+  RunUntilSettled();
   m_kernel.rules.ours.erase(RuleFor("eth1.20"));
   m_kernel.refuse = [](const kernel::RouteKey& key, bool) {
     return key.destination[2] == 7 ? ENETUNREACH : 0;
@@ -244,10 +253,14 @@ TEST_F(Machine, VerifyTellsWhatIsStillUnderWay) {
   Route(10, 9);
   ASSERT_TRUE(Settle());
   m_channels[0]->sendErrors = {ENOBUFS};
-  EXPECT_THAT(Verify(), ElementsAre("4 of 6 routes in the kernel", testing::HasSubstr("missing"),
-                                    testing::HasSubstr("refused"), "kernel: 2 routes are under way",
-                                    "5 of 8 rules in the kernel", testing::HasSubstr("missing"),
-                                    "kernel: 4 rules are under way"));
+  EXPECT_THAT(
+      Verify(),
+      ElementsAre("4 of 6 routes in the kernel, 1 in the last line", testing::HasSubstr("missing"),
+                  testing::HasSubstr("refused"), "kernel: 2 routes are under way",
+                  "9 of 8 rules in the kernel, 3 in the last line", testing::HasSubstr("missing"),
+                  testing::HasSubstr("iif eth4.20 unreachable is not given up"),
+                  testing::HasSubstr("given up"), testing::HasSubstr("given up"),
+                  testing::HasSubstr("given up"), "kernel: 4 rules are under way"));
 }
 
 TEST_F(Machine, CountsWhatItsSocketsCouldNotHold) {
@@ -403,10 +416,15 @@ TEST_F(Machine, RoutesGoWhenTheDocumentWantsThemNoMore) {
   Route(10, 2);
   Route(20, 1, false);
   m_device.links.vrfs = {{"blue", 20}};
-  m_fake.links[BLUE].vrfTable = 100;
-  m_fake.Set(BLUE, "blue");
+  m_fake.links[VRF_LINK].vrfTable = 100;
+  m_fake.Set(VRF_LINK, "blue");
   Apply();
+  for (int i = 0; i < 20; ++i) {
+    Turn();
+  }
   EXPECT_THAT(Ours(), IsEmpty());
+  EXPECT_FALSE(m_side.FindRefusal(10, *views::ReadPrefix("10.9.1.0/24")));
+  EXPECT_THAT(m_side.ListRefusals(10), IsEmpty());
   m_device.links.vrfs.clear();
   m_device.kernel.writesRoutes = true;
   Apply();
@@ -421,9 +439,9 @@ TEST_F(Machine, RoutesAndRulesFollowTheVrfDevice) {
   Begin();
   EXPECT_THAT(Ours(), ElementsAre("10.9.1.0/24 in table 254 via 10.1.0.1 dev 2"));
   EXPECT_THAT(m_kernel.rules.ours, IsEmpty()) << "a VLAN with a VRF device needs none";
-  m_fake.links[BLUE].vrfTable = 100;
-  m_fake.Set(BLUE, "blue");
-  m_fake.links.at(3).master = BLUE;
+  m_fake.links[VRF_LINK].vrfTable = 100;
+  m_fake.Set(VRF_LINK, "blue");
+  m_fake.links.at(3).master = VRF_LINK;
   m_fake.Set(3, "eth1.20");
   RunUntilSettled();
   EXPECT_THAT(Ours(), ElementsAre("10.9.1.0/24 in table 100 via 10.1.0.1 dev 3",
@@ -432,7 +450,7 @@ TEST_F(Machine, RoutesAndRulesFollowTheVrfDevice) {
                                     "0 of 0 rules in the kernel"));
   ASSERT_THAT(m_side.Describe().vrfs, SizeIs(1));
   EXPECT_EQ(100u, m_side.Describe().vrfs[0].table);
-  m_fake.Remove(BLUE);
+  m_fake.Remove(VRF_LINK);
   RunUntilSettled();
   EXPECT_THAT(Ours(), ElementsAre("10.9.1.0/24 in table 254 via 10.1.0.1 dev 2"));
   EXPECT_THAT(m_lines,
