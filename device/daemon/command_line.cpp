@@ -115,14 +115,14 @@ enum : int {
   RELOAD_ON_CHANGE
 };
 
-std::optional<LogFormat::Kind> FindKind(const std::string& word) {
+std::optional<logging::LogFormat::Kind> FindKind(const std::string& word) {
   if (word == "plain") {
-    return LogFormat::Kind::PLAIN;
+    return logging::LogFormat::Kind::PLAIN;
   }
   if (word == "full") {
-    return LogFormat::Kind::FULL;
+    return logging::LogFormat::Kind::FULL;
   }
-  return word == "journal" ? std::optional(LogFormat::Kind::JOURNAL) : std::nullopt;
+  return word == "journal" ? std::optional(logging::LogFormat::Kind::JOURNAL) : std::nullopt;
 }
 
 std::string TakeOwner(const std::string& name, loop::SocketAccess& access) {

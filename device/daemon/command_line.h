@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "device/log/log_format.h"
+#include "device/logging/log_format.h"
 #include "device/loop/listening_socket.h"
 #include "device/program/options.h"
 
@@ -23,7 +23,7 @@ struct CommandLine {
   bool hasLab = false;      // the console has the words of the lab
   std::string metricsPath;  // the socket for scrapers; empty: none
   int logLevel = 1;
-  std::optional<LogFormat::Kind> logFormat;  // nothing: FindLogKind
+  std::optional<logging::LogFormat::Kind> logFormat;  // nothing: FindLogKind
   bool isDaemon = false;
   std::string stateDirectory;    // where revisions are kept; empty: with isDaemon the user's folder
   bool reloadsOnChange = false;  // a change of the folder is applied

@@ -25,8 +25,8 @@
 #include "device/console/batch_session.h"
 #include "device/console/terminal_session.h"
 #include "device/documents/members.h"
-#include "device/log/asker_log.h"
-#include "device/log/log_components.h"
+#include "device/logging/asker_log.h"
+#include "device/logging/log_components.h"
 #include "device/loop/disposal.h"
 #include "device/program/counted.h"
 #include "device/rows/verify.h"
@@ -46,10 +46,12 @@ using program::Counted;
 namespace {
 
 // Shown by default, like the library's own lines about configuration that cannot be used.
-void Log(const std::string& line) { LogAs(Severity::NOTICE, line); }
+void Log(const std::string& line) { logging::LogAs(logging::Severity::NOTICE, line); }
 
 void Complain(documents::Severity severity, const std::string& line) {
-  LogAs(severity == documents::Severity::ERROR ? Severity::ERROR : Severity::WARNING, line);
+  logging::LogAs(severity == documents::Severity::ERROR ? logging::Severity::ERROR
+                                                        : logging::Severity::WARNING,
+                 line);
 }
 
 std::int64_t WallMilliseconds() {
@@ -73,8 +75,8 @@ Daemon::Daemon(const CommandLine& line)
     : m_line(line),
       m_startedAt(NowMilliseconds()),
       m_log(m_loop.Get(), STDERR_FILENO,
-            LogFormat(line.logFormat.value_or(
-                FindLogKind(STDERR_FILENO, std::getenv("JOURNAL_STREAM"))))),
+            logging::LogFormat(line.logFormat.value_or(
+                logging::FindLogKind(STDERR_FILENO, std::getenv("JOURNAL_STREAM"))))),
       m_timers(m_loop.Get()),
       m_stack(NowMilliseconds),
       m_descriptors(m_loop.Get()),
@@ -129,7 +131,7 @@ apply::ReloadHooks Daemon::MakeReloadHooks() {
     Log(line);
     m_watchTap.HearLine(line);
   };
-  hooks.overheard = HearWhile;
+  hooks.overheard = logging::HearWhile;
   hooks.library = [this](const std::function<void()>& work) { m_loop.Apart(work); };
   hooks.begins = [this] { m_serviceManager.ReloadBegins(); };
   hooks.over = [this] {
@@ -344,7 +346,7 @@ std::size_t Daemon::CountSessions() const {
 
 console::Answers Daemon::MakeAnswers() {
   return {&m_questions, [](unsigned int level, const std::string& component) {
-            return SetLogLevel(level, component);
+            return logging::SetLogLevel(level, component);
           }};
 }
 
@@ -378,7 +380,7 @@ loop::Activity Daemon::Activity() {
           }};
 }
 
-KernelSide::Hooks Daemon::MakeKernelHooks() {
+machine::KernelSide::Hooks Daemon::MakeKernelHooks() {
   return {Log,
           [this](const std::string& problem) {
             Complain(documents::Severity::WARNING, problem);

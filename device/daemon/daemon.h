@@ -14,7 +14,7 @@
 #include "device/console/lab.h"
 #include "device/console/session.h"
 #include "device/keepers/interfaces.h"
-#include "device/log/log_writer.h"
+#include "device/logging/log_writer.h"
 #include "device/loop/loop.h"
 #include "device/loop/memory_return.h"
 #include "device/loop/settled_wait.h"
@@ -68,7 +68,7 @@ class Daemon {
   console::FolderCommands MakeFolderCommands();
   loop::Activity Activity();
   bool IsSettled() const { return m_reloader.IsSettled() && m_kernel.IsSettled(); }
-  KernelSide::Hooks MakeKernelHooks();
+  machine::KernelSide::Hooks MakeKernelHooks();
   FolderWatch::Hooks MakeFolderHooks();
   ServiceManager::State DescribeState() const;
   Traffic GetTraffic() const;
@@ -80,21 +80,21 @@ class Daemon {
   const CommandLine m_line;
   const std::uint64_t m_startedAt;  // in milliseconds
   loop::Loop m_loop;
-  LogWriter m_log;  // outlives whatever logs
+  logging::LogWriter m_log;  // outlives whatever logs
   Tarsel::UvLoop m_timers;
   routing_stack::RoutingStack m_stack;
   keepers::Interfaces m_interfaces;
   StackDescriptors m_descriptors;
   WalkRunner m_walks;
-  SoftwareStackPort m_stackPort;
-  ProtocolRows m_protocolRows;
+  ports::SoftwareStackPort m_stackPort;
+  ports::ProtocolRows m_protocolRows;
   views::Feed m_feed;
   apply::Reloader m_reloader;
-  const StackTables m_tables;
+  const ports::StackTables m_tables;
   const views::Host m_host;
   views::DeviceQuestions m_questions;
   WatchTap m_watchTap;
-  KernelSide m_kernel;
+  machine::KernelSide m_kernel;
   Verification m_verification;
   loop::SettledWait m_settled;  // the session's
   Pace m_pace;

@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
       return program::PrintEnding("vantacored", *ending);
     }
     if (line.isKernelClean) {
-      return vantacored::CleanKernel(kernel::OpenNetlinkSocket);
+      return machine::CleanKernel(kernel::OpenNetlinkSocket);
     }
     if (!line.diffDirectory.empty()) {
       return vantacored::DiffFolders(line.configDirectory, line.diffDirectory);

@@ -24,7 +24,7 @@ class Verification {
   using Done = std::function<void(const Verdicts& verdicts)>;
 
   /// Everything is borrowed.
-  Verification(uv_loop_s* loop, const views::Sources& sources, KernelSide& kernel)
+  Verification(uv_loop_s* loop, const views::Sources& sources, machine::KernelSide& kernel)
       : m_loop(loop), m_sources(sources), m_kernel(kernel), m_requests(loop, sources) {}
 
   /// Calls `done` from the loop with a verdict for each part in the scope that there is, but not if
@@ -39,7 +39,7 @@ class Verification {
 
   uv_loop_s* const m_loop;
   const views::Sources m_sources;
-  KernelSide& m_kernel;
+  machine::KernelSide& m_kernel;
   views::OldRequests m_requests;
   std::list<loop::Work> m_checks;  // one for each that is under way
 };

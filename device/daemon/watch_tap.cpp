@@ -100,8 +100,8 @@ struct EventOf {
 
 }  // namespace
 
-WatchTap::WatchTap(views::Feed& feed, SoftwareStackPort& port, keepers::Interfaces& interfaces,
-                   const apply::Reloader& reloader)
+WatchTap::WatchTap(views::Feed& feed, ports::SoftwareStackPort& port,
+                   keepers::Interfaces& interfaces, const apply::Reloader& reloader)
     : m_feed(feed), m_port(port), m_interfaces(interfaces), m_reloader(reloader) {
   m_feed.CallWhenWatchedChanges([this] { WatchedChanges(); });
 }
@@ -194,8 +194,8 @@ void WatchTap::Answered(const routing_stack::RowName& row, int rowStatus, unsign
   if (!m_feed.IsWatched(Kind::REQUEST)) {
     return;
   }
-  views::RequestEvent event{RowOf(row), IsIp6(row.instance), rowStatus == ROW_STATUS_DESTROY,
-                            status};
+  views::RequestEvent event{ports::RowOf(row), ports::IsIp6(row.instance),
+                            rowStatus == ROW_STATUS_DESTROY, status};
   const unsigned short vlan = rows::VlanOf(event.row);
   const bool isHastened = GetDifferences().IsHastened(event.row);
   m_feed.Publish(vlan, CauseOf(row.type, vlan, isHastened), std::move(event));
@@ -211,7 +211,7 @@ bool WatchTap::WantsForwarding() const { return m_areRoutesWatched; }
 // A protocol's candidate comes and goes without a request.
 void WatchTap::ForwardingChanged(ForwardingChange change, const amb_cipr_rtm_route& route,
                                  const std::vector<routing_stack::NextHopBeside>&, RowType cause) {
-  RouteEvent event{HowOf(change), ToTarget(route)};
+  RouteEvent event{HowOf(change), ports::ToTarget(route)};
   if (change == ForwardingChange::kGone) {
     event.target.gateway = {};
   } else {

@@ -20,7 +20,7 @@ namespace vantacored {
 class WatchTap final : private routing_stack::Listener {
  public:
   /// Everything is borrowed. Nobody else is told when what is watched changes.
-  WatchTap(views::Feed& feed, SoftwareStackPort& port, keepers::Interfaces& interfaces,
+  WatchTap(views::Feed& feed, ports::SoftwareStackPort& port, keepers::Interfaces& interfaces,
            const apply::Reloader& reloader);
   WatchTap(const WatchTap&) = delete;
   WatchTap& operator=(const WatchTap&) = delete;
@@ -60,7 +60,7 @@ class WatchTap final : private routing_stack::Listener {
   }
 
   views::Feed& m_feed;
-  SoftwareStackPort& m_port;
+  ports::SoftwareStackPort& m_port;
   keepers::Interfaces& m_interfaces;
   const apply::Reloader& m_reloader;
   bool m_isWatching = false;

@@ -6,7 +6,7 @@
 #include "device/program/counted.h"
 #include "device/program/exit_status.h"
 
-namespace vantacored {
+namespace machine {
 
 using program::Counted;
 
@@ -41,4 +41,4 @@ int CleanKernel(const kernel::OpenChannel& open) {
   return areRoutesGone && areRulesGone ? program::EXIT_DONE : program::EXIT_FAILED;
 }
 
-}  // namespace vantacored
+}  // namespace machine

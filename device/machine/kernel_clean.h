@@ -4,13 +4,13 @@
 
 #include "device/kernel/netlink_socket.h"
 
-namespace vantacored {
+namespace machine {
 
 /// Removes every route and rule of this device from the kernel, says on standard output how many,
 /// and returns the exit status: 0, or 1 if some remain or the kernel cannot be asked. Throws
 /// what `open` throws.
 int CleanKernel(const kernel::OpenChannel& open);
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

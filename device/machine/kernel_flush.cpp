@@ -8,7 +8,7 @@
 #include "device/kernel/clean.h"
 #include "device/program/counted.h"
 
-namespace vantacored {
+namespace machine {
 
 using program::Counted;
 
@@ -51,4 +51,4 @@ Flushed FlushKernel(const kernel::OpenChannel& open) {
   }
 }
 
-}  // namespace vantacored
+}  // namespace machine

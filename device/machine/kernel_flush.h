@@ -6,7 +6,7 @@
 
 #include "device/kernel/netlink_socket.h"
 
-namespace vantacored {
+namespace machine {
 
 struct Flushed {
   std::string line;  // how many are gone, and what remains
@@ -17,6 +17,6 @@ struct Flushed {
 /// into the kernel meanwhile.
 Flushed FlushKernel(const kernel::OpenChannel& open);
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

@@ -8,7 +8,7 @@
 #include "device/program/counted.h"
 #include "device/program/printable.h"
 
-namespace vantacored {
+namespace machine {
 
 namespace {
 
@@ -299,4 +299,4 @@ void KernelLinks::EndVerification(unsigned int number,
   }
 }
 
-}  // namespace vantacored
+}  // namespace machine

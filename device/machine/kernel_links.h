@@ -20,7 +20,7 @@
 #include "device/rows/comparer.h"
 #include "device/views/host.h"
 
-namespace vantacored {
+namespace machine {
 
 /// Hands what the kernel tells of its links on to the interfaces, once the device document has said
 /// which it takes, in slices, and knows the VRF devices among them. A document that takes no links but
@@ -99,6 +99,6 @@ class KernelLinks {
   std::vector<std::function<void()>> m_whenHandedOn;  // called once
 };
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "device/program/counted.h"
 
-namespace vantacored {
+namespace machine {
 
 using routing_stack::ForwardingChange;
 using routing_stack::NextHopBeside;
@@ -41,7 +41,7 @@ kernel::RouteKey KeyOf(std::uint32_t instance, const unsigned char (&destination
 
 }  // namespace
 
-KernelRoutes::KernelRoutes(uv_loop_s* loop, SoftwareStackPort& port,
+KernelRoutes::KernelRoutes(uv_loop_s* loop, ports::SoftwareStackPort& port,
                            const routing_stack::Facts& facts, unsigned int sweepAfterSeconds,
                            Hooks hooks)
     : m_loop(loop),
@@ -393,4 +393,4 @@ void KernelRoutes::Verify(std::size_t mostLines,
   });
 }
 
-}  // namespace vantacored
+}  // namespace machine

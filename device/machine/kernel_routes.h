@@ -19,7 +19,7 @@
 #include "device/stack/facts.h"
 #include "kernel_tables.h"
 
-namespace vantacored {
+namespace machine {
 
 /// Hands each change of the stack's forwarding table on to a RouteSink, once the device document
 /// has said so. Until then nothing is opened, nothing is heard and nothing costs anything.
@@ -37,7 +37,7 @@ class KernelRoutes final : private routing_stack::Listener {
 
   /// `sweepAfterSeconds`: how long routes of an earlier run stay at most while the device has not
   /// settled. The port and the facts are borrowed.
-  KernelRoutes(uv_loop_s* loop, SoftwareStackPort& port, const routing_stack::Facts& facts,
+  KernelRoutes(uv_loop_s* loop, ports::SoftwareStackPort& port, const routing_stack::Facts& facts,
                unsigned int sweepAfterSeconds, Hooks hooks);
   KernelRoutes(const KernelRoutes&) = delete;
   KernelRoutes& operator=(const KernelRoutes&) = delete;
@@ -110,7 +110,7 @@ class KernelRoutes final : private routing_stack::Listener {
   void Sweep();
 
   uv_loop_s* const m_loop;
-  SoftwareStackPort& m_port;
+  ports::SoftwareStackPort& m_port;
   const routing_stack::Facts& m_facts;
   const unsigned int m_sweepAfterSeconds;
   const Hooks m_hooks;
@@ -131,6 +131,6 @@ class KernelRoutes final : private routing_stack::Listener {
   loop::Timer m_sweep;
 };
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

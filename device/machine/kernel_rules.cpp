@@ -11,7 +11,7 @@
 #include "device/kernel/link.h"
 #include "device/program/counted.h"
 
-namespace vantacored {
+namespace machine {
 
 namespace {
 
@@ -165,4 +165,4 @@ void KernelRules::Verify(std::size_t mostLines,
   });
 }
 
-}  // namespace vantacored
+}  // namespace machine

@@ -15,7 +15,7 @@
 #include "device/rows/comparer.h"
 #include "kernel_tables.h"
 
-namespace vantacored {
+namespace machine {
 
 /// Wants two rules of each family for every interface whose VLAN's routes stand in a table of their
 /// own that is not a VRF device's, once the device document has said so: one leads what comes in there into that table, and
@@ -81,6 +81,6 @@ class KernelRules {
   std::string m_problem;    // why none are written; empty if they are, or are not to be
 };
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

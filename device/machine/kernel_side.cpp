@@ -5,11 +5,11 @@
 
 #include "kernel_flush.h"
 
-namespace vantacored {
+namespace machine {
 
-KernelSide::KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, SoftwareStackPort& port,
-                       const routing_stack::Facts& facts, unsigned int sweepAfterSeconds,
-                       const Hooks& hooks)
+KernelSide::KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces,
+                       ports::SoftwareStackPort& port, const routing_stack::Facts& facts,
+                       unsigned int sweepAfterSeconds, const Hooks& hooks)
     : m_interfaces(interfaces),
       m_hooks(hooks),
       m_links(loop, interfaces,
@@ -175,4 +175,4 @@ void KernelSide::VerifyRoutes(std::size_t mostLines,
   });
 }
 
-}  // namespace vantacored
+}  // namespace machine

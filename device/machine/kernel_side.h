@@ -21,7 +21,7 @@
 #include "kernel_vrfs.h"
 #include "switch_check.h"
 
-namespace vantacored {
+namespace machine {
 
 /// Links in, routes and rules out, and what the machine's switches say to that. A device whose document says
 /// nothing of the kernel opens nothing and pays nothing for it. Belongs to the loop's thread.
@@ -41,7 +41,7 @@ class KernelSide {
 
   /// Everything but the hooks is borrowed. `sweepAfterSeconds`: how long routes of an earlier run
   /// stay at most while the device has not settled.
-  KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, SoftwareStackPort& port,
+  KernelSide(uv_loop_s* loop, keepers::Interfaces& interfaces, ports::SoftwareStackPort& port,
              const routing_stack::Facts& facts, unsigned int sweepAfterSeconds, const Hooks& hooks);
 
   /// What the configuration that a start has chosen says, before anything of it is applied: links
@@ -94,6 +94,6 @@ class KernelSide {
   SwitchVerifier m_switches;
 };
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

@@ -2,7 +2,7 @@
 
 #include "device/kernel/route.h"
 
-namespace vantacored {
+namespace machine {
 
 namespace {
 
@@ -37,4 +37,4 @@ bool KernelTables::HasKernelsNetworks(std::uint32_t vlan) const {
   return HasVrf(vlan) || vlan == m_defaultVlan;
 }
 
-}  // namespace vantacored
+}  // namespace machine

@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-namespace vantacored {
+namespace machine {
 
 /// Plain data.
 class KernelTables {
@@ -40,6 +40,6 @@ class KernelTables {
   VrfTables m_vrfs;
 };
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

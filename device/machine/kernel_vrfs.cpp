@@ -6,7 +6,7 @@
 #include "device/kernel/route.h"
 #include "device/program/printable.h"
 
-namespace vantacored {
+namespace machine {
 
 namespace {
 
@@ -182,4 +182,4 @@ std::optional<rows::Verdict> KernelVrfs::Verify(std::size_t mostLines) const {
   return verdict;
 }
 
-}  // namespace vantacored
+}  // namespace machine

@@ -17,7 +17,7 @@
 #include "kernel_links.h"
 #include "kernel_tables.h"
 
-namespace vantacored {
+namespace machine {
 
 /// Brings together what the device document says of VRF devices and which of them are there, and
 /// tells when a VLAN has lost its table or has one again. Belongs to the loop's thread.
@@ -64,6 +64,6 @@ class KernelVrfs {
   std::map<unsigned short, std::string> m_told;      // the last line about a VLAN
 };
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace vantacored {
+namespace machine {
 
 namespace {
 
@@ -71,4 +71,4 @@ void SwitchVerifier::Verify(std::function<kernel::Obstacles()> check, std::size_
       });
 }
 
-}  // namespace vantacored
+}  // namespace machine

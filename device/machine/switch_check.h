@@ -13,7 +13,7 @@
 #include "device/rows/comparer.h"
 #include "kernel_routes.h"
 
-namespace vantacored {
+namespace machine {
 
 /// Returns what tells, in any thread, which switches stand against the routes that are written now;
 /// empty if none are written.
@@ -35,6 +35,6 @@ class SwitchVerifier {
   std::list<loop::Work> m_looking;  // one for each that is under way
 };
 
-}  // namespace vantacored
+}  // namespace machine
 
 #endif

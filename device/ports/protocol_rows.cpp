@@ -3,7 +3,7 @@
 #include "device/routers/row_upkeep.h"
 #include "device/rows/standings.h"
 
-namespace vantacored {
+namespace ports {
 
 using routers::RowStanding;
 using rows::ProtocolRow;
@@ -69,4 +69,4 @@ std::size_t ProtocolRows::CountUnderWay(
       });
 }
 
-}  // namespace vantacored
+}  // namespace ports

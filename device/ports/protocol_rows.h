@@ -5,7 +5,7 @@
 #include "device/rows/protocol_rows_port.h"
 #include "device/rows/stack_port.h"
 
-namespace vantacored {
+namespace ports {
 
 /// A row whose request the stack has finished without an answer is not under way any more.
 class ProtocolRows : public rows::ProtocolRowsPort {
@@ -25,6 +25,6 @@ class ProtocolRows : public rows::ProtocolRowsPort {
   const rows::StackPort& m_port;
 };
 
-}  // namespace vantacored
+}  // namespace ports
 
 #endif

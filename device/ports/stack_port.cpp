@@ -7,7 +7,7 @@
 #include "stack_rows.h"
 #include "vantacore/dc_router_mgr.h"
 
-namespace vantacored {
+namespace ports {
 
 using routing_stack::InstanceEntry;
 using routing_stack::NextHopBeside;
@@ -248,4 +248,4 @@ void SoftwareStackPort::ForwardingChanged(routing_stack::ForwardingChange change
   }
 }
 
-}  // namespace vantacored
+}  // namespace ports

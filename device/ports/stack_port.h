@@ -11,7 +11,7 @@
 #include "device/stack/facts.h"
 #include "device/stack/routing_stack.h"
 
-namespace vantacored {
+namespace ports {
 
 /// Forwards to the stack's facts and to its upkeep. It is the stack's listener as long as it lives,
 /// and keeps by row which requests were refused last.
@@ -81,6 +81,6 @@ class SoftwareStackPort final : public rows::StackPort, private routing_stack::L
   rows::AnswerCounts m_answers;
 };
 
-}  // namespace vantacored
+}  // namespace ports
 
 #endif

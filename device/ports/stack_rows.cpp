@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace vantacored {
+namespace ports {
 
 using routing_stack::InstanceEntry;
 using routing_stack::RedistributionRow;
@@ -169,4 +169,4 @@ RedistributionRow KeyOf(const rows::RuleRow& row) {
   return {InstanceOf(row.destination.vlan, row.destination.ip6), row.source, row.destination.code};
 }
 
-}  // namespace vantacored
+}  // namespace ports

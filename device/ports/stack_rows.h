@@ -9,7 +9,7 @@
 #include "device/rows/stack_port.h"
 #include "device/stack/facts.h"
 
-namespace vantacored {
+namespace ports {
 
 using AddressBytes = std::array<unsigned char, 16>;
 
@@ -35,6 +35,6 @@ amb_stubs_i3_ea KeyOf(const rows::AddressRow& row);
 routing_stack::StaticRoute KeyOf(const documents::RouteTarget& target, std::uint32_t ifIndex);
 routing_stack::RedistributionRow KeyOf(const rows::RuleRow& row);
 
-}  // namespace vantacored
+}  // namespace ports
 
 #endif

@@ -6,7 +6,7 @@
 #include "device/rows/row.h"
 #include "stack_rows.h"
 
-namespace vantacored {
+namespace ports {
 
 using routing_stack::RedistributionRow;
 using routing_stack::RouteCandidate;
@@ -158,4 +158,4 @@ std::vector<views::HandedOn> StackTables::ReadHandedOn(unsigned short vlan, bool
   }
 }
 
-}  // namespace vantacored
+}  // namespace ports

@@ -10,7 +10,7 @@
 #include "device/stack/facts.h"
 #include "device/views/tables.h"
 
-namespace vantacored {
+namespace ports {
 
 /// Each question is one of the stack's facts; nothing is kept here.
 class StackTables final : public views::Tables {
@@ -39,6 +39,6 @@ class StackTables final : public views::Tables {
   const routing_stack::Facts& m_facts;
 };
 
-}  // namespace vantacored
+}  // namespace ports
 
 #endif

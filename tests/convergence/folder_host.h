@@ -96,8 +96,8 @@ class FolderHost : public test_support::Device {
   ::loop::Loop m_loop;
   std::vector<std::string> m_logged;
   keepers::Interfaces m_interfaces;
-  vantacored::SoftwareStackPort m_port;
-  vantacored::ProtocolRows m_protocolRows;
+  ports::SoftwareStackPort m_port;
+  ports::ProtocolRows m_protocolRows;
   apply::Reloader m_reloader;
 };
 

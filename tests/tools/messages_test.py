@@ -21,7 +21,7 @@ CALL = re.compile(r'\b(?:Complain|report|m_report|Expected|UsageError|Explain)\(
 # What is wrong with an option is a result.
 RESULT = re.compile(r'\breturn [^;{]*;')
 COMPLAINING = ('device/apply', 'device/console', 'device/daemon', 'device/documents', 'device/intent',
-               'device/keepers', 'device/log', 'device/machine', 'device/ports', 'device/program',
+               'device/keepers', 'device/logging', 'device/machine', 'device/ports', 'device/program',
                'device/revisions', 'device/routes', 'device/rows')
 WITH_RESULTS = ('command_line.cpp', 'options.cpp')
 # Here every text of several words is told to somebody, except in the declarations of members.
@@ -47,7 +47,7 @@ def read(path):
 
 
 FOLDERS = ('src/*', 'device/routers', 'device/loop', 'device/documents', 'device/intent', 'device/rows',
-           'device/ports', 'device/routes', 'device/keepers', 'device/apply', 'device/console', 'device/log',
+           'device/ports', 'device/routes', 'device/keepers', 'device/apply', 'device/console', 'device/logging',
            'device/machine', 'device/daemon')
 
 

@@ -53,7 +53,7 @@ ENGINES = [
 ]
 ROOMS = [
     room('program', 'unit_program', 'unit_daemon', 'unit_documents', STARTS),
-    room('log', 'unit_log', 'unit_log_memory', 'unit_apply',
+    room('logging', 'unit_logging', 'unit_logging_memory', 'unit_apply',
          'system_tests Log.*:LogFormats.*:Reload.*:Service.*:Daemon.*'),
     room('loop', 'unit_loop', 'unit_rows', 'unit_route_keeper', 'unit_apply', SESSIONS),
     room('documents', 'unit_documents', 'issues', 'unit_intent', 'unit_keepers', 'unit_apply', 'scenarios',
@@ -75,8 +75,8 @@ ROOMS = [
     room('views', 'unit_views', 'unit_device_views', 'unit_state_views', CHANGES, ANSWERS, bar=85.0),
     room('console', 'unit_console', SESSIONS, ORDERS, bar=85.0),
     room('machine', 'unit_machine', 'kernel_tests', bar=85.0),
-    room('daemon', 'unit_daemon', 'unit_log', 'unit_apply', 'promises', 'restart_memory',
-         SESSIONS, 'system_tests Reload.*:Check.*:Log.*:LogFormats.*:HangUp.*:Pace.*:'
+    room('daemon', 'unit_daemon', SESSIONS,
+         'system_tests Reload.*:Check.*:Log.*:LogFormats.*:HangUp.*:Pace.*:'
          'ClientOfADaemon.*:MetricsSocket.*:Service.*:PassedSocket.*'),
     room('wire', 'unit_wire', 'system_tests Client.*'),
     room('editor', 'unit_editor', 'system_tests Terminal.*:Client.*Prompt*:*/Prompt.*'),

@@ -42,7 +42,7 @@ class NoStackPort : public apply_test::ReloaderFixture {
                                reported.lines.push_back(line);
                              }
                            },
-                           vantacored::HearWhile, [](const std::function<void()>& work) { work(); },
+                           logging::HearWhile, [](const std::function<void()>& work) { work(); },
                            [] {}, [this] { ++m_restarts; }},
         apply::History::Place{}, apply::ReloaderOptions{apply::Guard::OFF, false, 60});
   }

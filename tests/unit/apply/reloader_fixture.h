@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "device/apply/reloader.h"
-#include "device/log/asker_log.h"
+#include "device/logging/asker_log.h"
 #include "device/loop/loop.h"
 #include "device/ports/protocol_rows.h"
 #include "device/ports/stack_port.h"
@@ -73,7 +73,7 @@ class ReloaderFixture : public test_support::DeviceFixture {
               }
               (test_support::IsHeadline(line) ? m_headlines : reported.lines).push_back(line);
             },
-            vantacored::HearWhile,
+            logging::HearWhile,
             [this](const std::function<void()>& work) {
               ++m_libraryWorks;
               if (!m_libraryLine.empty()) {
@@ -201,8 +201,8 @@ class ReloaderFixture : public test_support::DeviceFixture {
   test_support::ReportedLines reported;  // what the log gets, except for headlines
   std::vector<std::string> m_headlines;
   keepers::Interfaces m_interfaces;
-  vantacored::SoftwareStackPort m_port{stack, [this] { return loop.Now() / 1000; }};
-  vantacored::ProtocolRows m_protocolRows{m_port};
+  ports::SoftwareStackPort m_port{stack, [this] { return loop.Now() / 1000; }};
+  ports::ProtocolRows m_protocolRows{m_port};
   std::optional<apply::Reloader> m_reloader;
   std::function<void(const std::string&)> m_hearLine;  // what the log gets, headlines included
   std::optional<bool> m_isTaken;                       // by the start

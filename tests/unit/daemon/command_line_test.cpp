@@ -70,7 +70,7 @@ TEST_F(ParseCommandLine, TakesTheSmallestAndTheLargestNumbers) {
 }
 
 TEST_F(ParseCommandLine, TakesTheLogsFormats) {
-  using Kind = vantacored::LogFormat::Kind;
+  using Kind = logging::LogFormat::Kind;
   EXPECT_FALSE(Parse({"--config=there"}));
   EXPECT_EQ(line.logFormat, std::nullopt);
   for (const auto& [word, kind] :

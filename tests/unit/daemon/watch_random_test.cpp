@@ -44,7 +44,7 @@ class WatchRandom : public apply_test::ReloaderFixture {
                                                                 {3, views::Protocol::STATIC}};
     Table table;
     for (const amb_cipr_rtm_route& route : stack.GetFacts().Routes()) {
-      const documents::RouteTarget target = vantacored::ToTarget(route);
+      const documents::RouteTarget target = ports::ToTarget(route);
       table[{target.vlan, target.ip6, target.destination, target.length}] = {
           target.gateway, route.if_index, protocols.at(route.route_proto), route.metric1};
     }

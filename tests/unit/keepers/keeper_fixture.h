@@ -48,7 +48,7 @@ class KeeperFixture : public test_support::DeviceFixture {
   /// The stack's rows whose line in the dump begins with the word, without it.
   std::vector<std::string> Rows(const std::string& word);
 
-  vantacored::SoftwareStackPort port{stack, [this] { return loop.Now() / 1000; }};
+  ports::SoftwareStackPort port{stack, [this] { return loop.Now() / 1000; }};
   keepers::Interfaces interfaces;
 };
 

@@ -37,7 +37,7 @@ class ProtocolRowKeeper : public keepers_test::KeeperFixture {
     return rows.CountUnderWay([](const rows::ProtocolRow&) { return true; });
   }
 
-  vantacored::ProtocolRows rows{port};
+  ports::ProtocolRows rows{port};
   keepers::ProtocolRowKeeper keeper{rows};
 };
 

@@ -30,7 +30,7 @@ class KernelClean : public testing::Test {
     int opened = 0;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    const int status = vantacored::CleanKernel([&](kernel::Subscription) {
+    const int status = machine::CleanKernel([&](kernel::Subscription) {
       auto channel = std::make_unique<FakeChannel>(fake);
       if (opened++ == unreadable) {
         channel->accidents = {Accident::REFUSED};

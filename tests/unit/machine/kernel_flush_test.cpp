@@ -24,8 +24,8 @@ class KernelFlush : public testing::Test {
     fake.tables[Key("10.8.0.0/16", 40020)][221] = {kernel::OUR_PROTOCOL, Hop("10.1.2.1")};
     fake.tables[Key("10.9.0.0/16")][5] = {4, Hop("10.1.2.1")};
   }
-  vantacored::Flushed Flush() {
-    return vantacored::FlushKernel([this](kernel::Subscription subscription) {
+  machine::Flushed Flush() {
+    return machine::FlushKernel([this](kernel::Subscription subscription) {
       EXPECT_EQ(kernel::Subscription::NOTHING, subscription);
       auto channel = std::make_unique<FakeChannel>(fake);
       channel->sendErrors = std::exchange(sendErrors, {});
@@ -39,7 +39,7 @@ class KernelFlush : public testing::Test {
 
 TEST_F(KernelFlush, TellsHowManyHaveGone) {
   fake.rules.ours = {test_kernel::RuleFor("r2", 20)};
-  const vantacored::Flushed flushed = Flush();
+  const machine::Flushed flushed = Flush();
   EXPECT_EQ("2 routes and 1 rule of this device are taken out of the kernel", flushed.line);
   EXPECT_TRUE(flushed.isComplete);
   EXPECT_EQ(0u, fake.CountOurs());
@@ -52,7 +52,7 @@ TEST_F(KernelFlush, TellsWhatTheKernelDoesNotGiveUp) {
   fake.refuse = [](const kernel::RouteKey& key, bool) { return key.table == 40020 ? EPERM : 0; };
   fake.rules.ours = {test_kernel::RuleFor("r2", 20)};
   fake.rules.refuse = [](const kernel::Rule&, bool) { return EBUSY; };
-  const vantacored::Flushed flushed = Flush();
+  const machine::Flushed flushed = Flush();
   EXPECT_EQ(
       "1 route and 0 rules of this device are taken out of the kernel; it does not give up 1 "
       "route: "
@@ -64,7 +64,7 @@ TEST_F(KernelFlush, TellsWhatTheKernelDoesNotGiveUp) {
 TEST_F(KernelFlush, TellsWhyNothingIsKnown) {
   sendErrors = {EACCES};
   fake.rules.ours = {test_kernel::RuleFor("r2", 20)};
-  const vantacored::Flushed flushed = Flush();
+  const machine::Flushed flushed = Flush();
   EXPECT_EQ(
       "0 routes and 1 rule of this device are taken out of the kernel; which routes remain is not "
       "known: Permission denied",
@@ -73,8 +73,8 @@ TEST_F(KernelFlush, TellsWhyNothingIsKnown) {
 }
 
 TEST_F(KernelFlush, TellsThatThereIsNoWayToTheKernel) {
-  const vantacored::Flushed flushed =
-      vantacored::FlushKernel([](kernel::Subscription) -> std::unique_ptr<kernel::Channel> {
+  const machine::Flushed flushed =
+      machine::FlushKernel([](kernel::Subscription) -> std::unique_ptr<kernel::Channel> {
         throw std::runtime_error("no socket");
       });
   EXPECT_EQ("What this device has in the kernel remains there: no socket", flushed.line);

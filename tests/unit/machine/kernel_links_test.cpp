@@ -14,11 +14,11 @@
 
 namespace {
 
+using machine::KernelLinks;
 using test_kernel::FakeLinkChannel;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-using vantacored::KernelLinks;
 
 class LinksOfTheKernel : public testing::Test {
  protected:

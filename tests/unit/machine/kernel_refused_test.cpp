@@ -30,7 +30,7 @@ class RefusedKernel : public test_support::DeviceFixture {
       verdict = std::move(found);
       ++ends;
     };
-    if constexpr (std::is_same_v<Part, vantacored::KernelLinks>) {
+    if constexpr (std::is_same_v<Part, machine::KernelLinks>) {
       part.Verify(done);
     } else {
       part.Verify(10, done);
@@ -41,12 +41,12 @@ class RefusedKernel : public test_support::DeviceFixture {
 
   loop::Loop m_turns;
   keepers::Interfaces m_interfaces;
-  vantacored::SoftwareStackPort m_port{stack, [this] { return loop.Now() / 1000; }};
+  ports::SoftwareStackPort m_port{stack, [this] { return loop.Now() / 1000; }};
   std::vector<std::string> m_lines;
 };
 
 TEST_F(RefusedKernel, ItsLinksFailAVerification) {
-  vantacored::KernelLinks links(
+  machine::KernelLinks links(
       m_turns.Get(), m_interfaces,
       {Refuse, [](const std::string&) {},
        [this](const std::string& line) { m_lines.push_back(line); }, [] {}, [] {}});
@@ -68,7 +68,7 @@ TEST_F(RefusedKernel, ItsLinksFailAVerification) {
 }
 
 TEST_F(RefusedKernel, ItsRoutesFailAVerification) {
-  vantacored::KernelRoutes routes(
+  machine::KernelRoutes routes(
       m_turns.Get(), m_port, stack.GetFacts(), 60,
       {Refuse, [this](const std::string& line) { m_lines.push_back(line); },
        [] { return std::uint64_t{0}; }, [] { return true; }, [] {}});
@@ -90,10 +90,9 @@ TEST_F(RefusedKernel, ItsRoutesFailAVerification) {
 }
 
 TEST_F(RefusedKernel, ItsRulesFailAVerification) {
-  vantacored::KernelRules rules(
-      m_turns.Get(), m_interfaces,
-      {Refuse, [this](const std::string& line) { m_lines.push_back(line); },
-       [] { return std::uint64_t{0}; }});
+  machine::KernelRules rules(m_turns.Get(), m_interfaces,
+                             {Refuse, [this](const std::string& line) { m_lines.push_back(line); },
+                              [] { return std::uint64_t{0}; }});
   documents::Device device;
   device.kernel.writesRoutes = true;
   rules.Apply(device, {1, 40000, {}});

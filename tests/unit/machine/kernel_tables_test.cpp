@@ -6,7 +6,7 @@
 
 namespace {
 
-using vantacored::KernelTables;
+using machine::KernelTables;
 
 constexpr auto NO_TABLE = std::nullopt;
 using Table = std::optional<std::uint32_t>;

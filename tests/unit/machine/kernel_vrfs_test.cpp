@@ -16,11 +16,11 @@
 
 namespace {
 
+using machine::KernelLinks;
+using machine::KernelVrfs;
 using test_kernel::FakeLinkChannel;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using vantacored::KernelLinks;
-using vantacored::KernelVrfs;
 using Lines = std::vector<std::string>;
 
 constexpr std::uint32_t BLUE = 5;

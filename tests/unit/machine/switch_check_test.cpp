@@ -23,7 +23,7 @@ class Switches : public testing::Test {
   }
 
   loop::Loop m_loop;
-  vantacored::SwitchVerifier m_verifier{m_loop.Get()};
+  machine::SwitchVerifier m_verifier{m_loop.Get()};
   std::vector<std::optional<rows::Verdict>> m_verdicts;
 };
 

@@ -92,7 +92,7 @@ class StackPortTest : public test_support::DeviceFixture {
     Control().Script(type, answer, times);
   }
 
-  vantacored::SoftwareStackPort port{stack, [this] { return loop.Now() / 1000; }};
+  ports::SoftwareStackPort port{stack, [this] { return loop.Now() / 1000; }};
   Listener listener;
 };
 
@@ -380,7 +380,7 @@ TEST_F(StackPortTest, AStackThatStandsStillOrAnswersLateIsNotWaitedFor) {
 TEST_F(StackPortTest, TheStackIsRunForTenMillisecondsAtMost) {
   Control().SetSliceEvents(1);
   std::uint64_t time = 0;
-  vantacored::SoftwareStackPort hasty(stack, [&time] { return time += 2; });
+  ports::SoftwareStackPort hasty(stack, [&time] { return time += 2; });
   for (unsigned int index = 1; index <= 100; ++index) {
     SendInterface(10, 4, index);
   }
@@ -391,7 +391,7 @@ TEST_F(StackPortTest, TheStackIsRunForTenMillisecondsAtMost) {
 
 TEST_F(StackPortTest, APortThatGoesHearsNothingMore) {
   {
-    vantacored::SoftwareStackPort another(stack, [] { return std::uint64_t{0}; });
+    ports::SoftwareStackPort another(stack, [] { return std::uint64_t{0}; });
     another.SetListener(&listener);
     SendInterface(10);
     ASSERT_TRUE(Settle());

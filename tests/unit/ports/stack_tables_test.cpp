@@ -90,7 +90,7 @@ class StackTablesTest : public test_support::DeviceFixture {
     return prefix ? Describe(*prefix) : "none";
   }
 
-  const vantacored::StackTables tables{stack.GetFacts()};
+  const ports::StackTables tables{stack.GetFacts()};
 };
 
 TEST_F(StackTablesTest, ACandidateIsShownWithWhatDecides) {

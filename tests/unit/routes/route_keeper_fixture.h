@@ -72,7 +72,7 @@ class RouteKeeperFixture : public test_support::DeviceFixture {
   std::vector<std::pair<rows::RouteRow, rows::Standing>> Pass(std::size_t most = 1000);
 
   loop::Loop turns;
-  vantacored::SoftwareStackPort port{stack, [this] { return loop.Now() / 1000; }};
+  ports::SoftwareStackPort port{stack, [this] { return loop.Now() / 1000; }};
   std::vector<std::string> lines;  // of the log
   std::optional<routes::RouteKeeper> keeper;
   rows::Differences differences;

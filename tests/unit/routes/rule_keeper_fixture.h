@@ -114,7 +114,7 @@ class RuleKeeperFixture : public test_support::DeviceFixture {
   }
 
   loop::Loop turns;
-  vantacored::SoftwareStackPort port{stack, [this] { return loop.Now() / 1000; }};
+  ports::SoftwareStackPort port{stack, [this] { return loop.Now() / 1000; }};
   std::vector<std::string> lines;
   rows::Differences differences{turns.Get(), port,
                                 [this](const std::string& line) { lines.push_back(line); },

@@ -82,7 +82,7 @@ class StateFixture : public apply_test::ReloaderFixture {
     ASSERT_EQ(m_reloader->GetKnowledge().GetDifferences().Count(), 1u);
   }
 
-  vantacored::StackTables m_tables{stack.GetFacts()};
+  ports::StackTables m_tables{stack.GetFacts()};
   std::size_t m_sessions = 3;
   std::uint64_t m_lost = 0;
   views::KernelState m_kernel;

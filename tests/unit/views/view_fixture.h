@@ -86,7 +86,7 @@ class ViewFixture : public apply_test::ReloaderFixture {
     return candidate;
   }
 
-  vantacored::StackTables m_tables{stack.GetFacts()};
+  ports::StackTables m_tables{stack.GetFacts()};
   views::Host m_host{m_turns};
   views::Feed m_feed{m_turns.Get(), [this] { return static_cast<std::int64_t>(m_port.Now()); }};
   views::DeviceQuestions m_questions{{*m_reloader, m_interfaces, m_port, m_tables, m_host, m_feed}};

@@ -1,12 +1,12 @@
 // What the log says of lines that were lost.
-#ifndef DEVICE_LOG_LOST_LINES_H
-#define DEVICE_LOG_LOST_LINES_H
+#ifndef DEVICE_LOGGING_LOST_LINES_H
+#define DEVICE_LOGGING_LOST_LINES_H
 
 #include <array>
 #include <cstdint>
 #include <string_view>
 
-namespace vantacored {
+namespace logging {
 
 /// Lines that could not be written, until somebody can be told. Needs no memory.
 class LostLines {
@@ -29,6 +29,6 @@ class LostLines {
   std::array<char, 512> m_text{};
 };
 
-}  // namespace vantacored
+}  // namespace logging
 
 #endif

@@ -1,6 +1,6 @@
 // The log's way to its reader, who may have stopped reading.
-#ifndef DEVICE_LOG_LOG_WRITER_H
-#define DEVICE_LOG_LOG_WRITER_H
+#ifndef DEVICE_LOGGING_LOG_WRITER_H
+#define DEVICE_LOGGING_LOG_WRITER_H
 
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +14,7 @@
 #include "log_outlet.h"
 #include "lost_lines.h"
 
-namespace vantacored {
+namespace logging {
 
 /// While it lives, everything that is logged goes through it, assertions too. If the reader keeps
 /// up, each message is written at once, so that it keeps its place among other output. Otherwise
@@ -73,6 +73,6 @@ class LogWriter {
   LostLines m_lost;           // that nobody has been told of
 };
 
-}  // namespace vantacored
+}  // namespace logging
 
 #endif

@@ -1,4 +1,4 @@
-#include "device/log/log_relay.h"
+#include "device/logging/log_relay.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -45,7 +45,7 @@ class LogRelay : public testing::Test {
     }
     return text;
   }
-  static void Send(const vantacored::LogRelay& relay, const std::string& text) {
+  static void Send(const logging::LogRelay& relay, const std::string& text) {
     ASSERT_EQ(send(relay.Get(), text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
   }
 
@@ -59,7 +59,7 @@ class LogRelay : public testing::Test {
 // Nothing tells when the thread has tried to write. Where it has not before the next reader comes, that
 // reader gets all lines, and the trial says nothing; so each trial leaves it more time.
 TEST_F(LogRelay, TellsTheNextReaderHowManyLinesAreMissing) {
-  vantacored::LogRelay relay(Writer(), vantacored::LogFormat());
+  logging::LogRelay relay(Writer(), logging::LogFormat());
   std::string text = "one\ntwo\nthree\n";
   for (unsigned trial = 1; trial <= 100 && text == "one\ntwo\nthree\n"; ++trial) {
     CloseReader();
@@ -74,7 +74,7 @@ TEST_F(LogRelay, TellsTheNextReaderHowManyLinesAreMissing) {
 
 TEST_F(LogRelay, HasFinishedWhenAllIsWritten) {
   constexpr std::chrono::milliseconds MOST{5000};
-  vantacored::LogRelay relay(Writer(), vantacored::LogFormat());
+  logging::LogRelay relay(Writer(), logging::LogFormat());
   Send(relay, "one\n");
   const auto begin = std::chrono::steady_clock::now();
   relay.Finish(static_cast<int>(MOST.count()));
@@ -84,7 +84,7 @@ TEST_F(LogRelay, HasFinishedWhenAllIsWritten) {
 
 // They are the event loop's. Its thread takes them when it comes to that.
 TEST_F(LogRelay, TakesNoSignals) {
-  const vantacored::LogRelay relay(Writer(), vantacored::LogFormat());
+  const logging::LogRelay relay(Writer(), logging::LogFormat());
   Send(relay, "one\n");
   ASSERT_EQ(ReadUntil("\n"), "one\n");
   for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGUSR1}) {
@@ -102,7 +102,7 @@ TEST_F(LogRelay, TakesNoSignals) {
 // The thread would go on with the processor's time of a whole daemon.
 TEST_F(LogRelay, FinishesWithoutAReader) {
   constexpr std::chrono::milliseconds MOST{5000};
-  vantacored::LogRelay relay(Writer(), vantacored::LogFormat());
+  logging::LogRelay relay(Writer(), logging::LogFormat());
   CloseReader();
   Send(relay, "one\n");
   const auto begin = std::chrono::steady_clock::now();

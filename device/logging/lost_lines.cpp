@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace vantacored {
+namespace logging {
 
 void LostLines::Add(std::string_view text, int problem) {
   const auto ends = std::count(text.begin(), text.end(), '\n');
@@ -24,4 +24,4 @@ std::string_view LostLines::Format(bool isMidLine, const char* prefix) {
   return {m_text.data(), std::min(static_cast<std::size_t>(size), m_text.size() - 1)};
 }
 
-}  // namespace vantacored
+}  // namespace logging

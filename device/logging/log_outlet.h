@@ -1,6 +1,6 @@
 // Writes the log to its descriptor, without ever waiting.
-#ifndef DEVICE_LOG_LOG_OUTLET_H
-#define DEVICE_LOG_LOG_OUTLET_H
+#ifndef DEVICE_LOGGING_LOG_OUTLET_H
+#define DEVICE_LOGGING_LOG_OUTLET_H
 
 #include <sys/types.h>
 
@@ -11,7 +11,7 @@
 #include "log_format.h"
 #include "log_relay.h"
 
-namespace vantacored {
+namespace logging {
 
 /// Writes to a descriptor that may be shared with other processes. Its mode is not changed:
 /// non-blocking mode belongs to the open file description and would make the others lose output.
@@ -47,6 +47,6 @@ class LogOutlet {
   const program::OwnedDescriptor m_room;
 };
 
-}  // namespace vantacored
+}  // namespace logging
 
 #endif

@@ -1,5 +1,5 @@
 // What askers hear of the log, and that the log gets it all the same.
-#include "device/log/asker_log.h"
+#include "device/logging/asker_log.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ TEST(AskerLog, LetsAllAskersHearWhatHasNoLevel) {
   const test_support::TraceCapture log;
   Lines one;
   Lines other;
-  vantacored::HearWhile({WriteTo(one), WriteTo(other)}, Say);
+  logging::HearWhile({WriteTo(one), WriteTo(other)}, Say);
   Say();
   EXPECT_THAT(one, ElementsAre("of the folder\n"));
   EXPECT_EQ(other, one);
@@ -40,7 +40,7 @@ TEST(AskerLog, LetsAllAskersHearWhatHasNoLevel) {
 TEST(AskerLog, LetsTheOthersHearWhenOneFails) {
   const test_support::TraceCapture log;
   Lines other;
-  vantacored::HearWhile(
+  logging::HearWhile(
       {[](const std::string&) { throw std::runtime_error("has gone"); }, WriteTo(other)}, Say);
   EXPECT_THAT(other, ElementsAre("of the folder\n"));
   EXPECT_EQ(log.Lines().size(), 2u);
@@ -48,7 +48,7 @@ TEST(AskerLog, LetsTheOthersHearWhenOneFails) {
 
 TEST(AskerLog, WorksWithoutAskers) {
   const test_support::TraceCapture log;
-  vantacored::HearWhile({}, Say);
+  logging::HearWhile({}, Say);
   EXPECT_EQ(log.Lines().size(), 2u);
 }
 
@@ -56,7 +56,7 @@ TEST(AskerLog, WorksWithoutAskers) {
 TEST(AskerLog, WritesToStandardErrorWithoutALog) {
   Lines heard;
   testing::internal::CaptureStderr();
-  vantacored::HearWhile({WriteTo(heard)}, Say);
+  logging::HearWhile({WriteTo(heard)}, Say);
   Say();
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "of the folder\nof the library\nof the folder\nof the library\n");

@@ -2,7 +2,7 @@
 
 #include "device/base/trace_control.h"
 
-namespace vantacored {
+namespace logging {
 
 namespace {
 
@@ -53,4 +53,4 @@ bool SetLogLevel(unsigned int level, std::string_view component) {
   return isKnown;
 }
 
-}  // namespace vantacored
+}  // namespace logging

@@ -1,6 +1,6 @@
 // What stands before each line of the log.
-#ifndef DEVICE_LOG_LOG_FORMAT_H
-#define DEVICE_LOG_LOG_FORMAT_H
+#ifndef DEVICE_LOGGING_LOG_FORMAT_H
+#define DEVICE_LOGGING_LOG_FORMAT_H
 
 #include <array>
 #include <ctime>
@@ -8,7 +8,7 @@
 
 #include "log_components.h"
 
-namespace vantacored {
+namespace logging {
 
 /// How grave a line is: the priorities of a system's log.
 enum class Severity { ERROR = 3, WARNING = 4, NOTICE = 5, INFO = 6, DEBUG = 7 };
@@ -56,6 +56,6 @@ class LogFormat {
 /// Otherwise PLAIN.
 LogFormat::Kind FindLogKind(int fd, const char* journalStream);
 
-}  // namespace vantacored
+}  // namespace logging
 
 #endif

@@ -1,4 +1,4 @@
-#include "device/log/log_writer.h"
+#include "device/logging/log_writer.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -30,9 +30,9 @@
 
 namespace {
 
+using logging::LogFormat;
+using logging::LogWriter;
 using testing::EndsWith;
-using vantacored::LogFormat;
-using vantacored::LogWriter;
 
 enum class Kind { PIPE, SOCKET, TERMINAL, PIPE_OF_ANOTHER };
 
@@ -298,8 +298,8 @@ TEST(LogWriterOfAPipe, WritesEachLineWithItsPrefix) {
   Log log(Kind::PIPE, FULL);
   Tarsel::TRACE("one\ntwo\n");
   Tarsel::TRACE(0, "without an end");
-  vantacored::LogAs(vantacored::Severity::WARNING, "look");
-  vantacored::LogAs(vantacored::Severity::ERROR, "at it");
+  logging::LogAs(logging::Severity::WARNING, "look");
+  logging::LogAs(logging::Severity::ERROR, "at it");
   Tarsel::TRACE("again\n");
   Tarsel::OnAssert("a == b", "file.cpp", 7);
   const std::string time = "2026-11-22T10:15:00.005+00:00 ";

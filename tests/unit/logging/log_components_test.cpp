@@ -1,5 +1,5 @@
 // Whose line it is, and how much of whose lines is shown.
-#include "device/log/log_components.h"
+#include "device/logging/log_components.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,17 +13,17 @@
 
 namespace {
 
+using logging::SetLogLevel;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using vantacored::SetLogLevel;
 
 class LogComponents : public testing::Test {
  protected:
   LogComponents() {
-    vantacored::NameLogComponents();
+    logging::NameLogComponents();
     Tarsel::DcRouterMgr::GetInstance();
     Tarsel::SetTraceSink([this](int, const std::string& message) {
-      lines.push_back(std::string(NameOf(vantacored::GetLogComponent())) + ": " + message);
+      lines.push_back(std::string(NameOf(logging::GetLogComponent())) + ": " + message);
     });
   }
   ~LogComponents() override {

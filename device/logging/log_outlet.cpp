@@ -11,7 +11,7 @@
 #include <climits>
 #include <string>
 
-namespace vantacored {
+namespace logging {
 
 namespace {
 
@@ -74,4 +74,4 @@ void LogOutlet::Finish(int milliseconds) {
   }
 }
 
-}  // namespace vantacored
+}  // namespace logging

@@ -12,7 +12,7 @@
 #include <optional>
 #include <string>
 
-#include "device/log/log_writer.h"
+#include "device/logging/log_writer.h"
 #include "tarsel/trace.h"
 
 namespace {
@@ -44,7 +44,7 @@ class LogMemory : public testing::Test {
     ASSERT_EQ(pipe(m_ends), 0);
     ASSERT_EQ(fcntl(m_ends[0], F_SETPIPE_SZ, PIPE_SIZE), static_cast<int>(PIPE_SIZE));
     fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
-    m_writer.emplace(&m_loop, m_ends[1], vantacored::LogFormat());
+    m_writer.emplace(&m_loop, m_ends[1], logging::LogFormat());
   }
   void TearDown() override {
     m_writer.reset();
@@ -64,7 +64,7 @@ class LogMemory : public testing::Test {
  private:
   uv_loop_t m_loop;
   int m_ends[2] = {-1, -1};
-  std::optional<vantacored::LogWriter> m_writer;
+  std::optional<logging::LogWriter> m_writer;
 };
 
 std::string LineOf(std::size_t size) { return std::string(size - 1, '.') + "\n"; }

@@ -1,10 +1,10 @@
 // The parts of the device that write the log, and how much of each is shown.
-#ifndef DEVICE_LOG_LOG_COMPONENTS_H
-#define DEVICE_LOG_LOG_COMPONENTS_H
+#ifndef DEVICE_LOGGING_LOG_COMPONENTS_H
+#define DEVICE_LOGGING_LOG_COMPONENTS_H
 
 #include <string_view>
 
-namespace vantacored {
+namespace logging {
 
 /// The numbers are those of the sources that the messages have (Tarsel::TraceSource).
 enum class Component : unsigned int {
@@ -26,6 +26,6 @@ Component GetLogComponent();
 /// all. Returns false if there is no component of that name; then nothing changes.
 bool SetLogLevel(unsigned int level, std::string_view component);
 
-}  // namespace vantacored
+}  // namespace logging
 
 #endif

@@ -8,7 +8,7 @@
 #include "device/base/trace_control.h"
 #include "tarsel/trace.h"
 
-namespace vantacored {
+namespace logging {
 
 namespace {
 
@@ -58,4 +58,4 @@ void HearWhile(const std::vector<program::Report>& askers, const std::function<v
   work();
 }
 
-}  // namespace vantacored
+}  // namespace logging

@@ -14,7 +14,7 @@
 #include "device/base/trace_control.h"
 #include "device/program/printable.h"
 
-namespace vantacored {
+namespace logging {
 
 namespace {
 
@@ -173,4 +173,4 @@ void LogWriter::Keep(std::string_view text) {
   Watch();
 }
 
-}  // namespace vantacored
+}  // namespace logging

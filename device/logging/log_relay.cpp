@@ -14,7 +14,7 @@
 
 #include "lost_lines.h"
 
-namespace vantacored {
+namespace logging {
 
 namespace {
 
@@ -113,4 +113,4 @@ void LogRelay::Finish(int milliseconds) {
   poll(&end, 1, milliseconds);
 }
 
-}  // namespace vantacored
+}  // namespace logging

@@ -1,10 +1,10 @@
 // A thread that writes to a descriptor which cannot be written without waiting.
-#ifndef DEVICE_LOG_LOG_RELAY_H
-#define DEVICE_LOG_LOG_RELAY_H
+#ifndef DEVICE_LOGGING_LOG_RELAY_H
+#define DEVICE_LOGGING_LOG_RELAY_H
 
 #include "log_format.h"
 
-namespace vantacored {
+namespace logging {
 
 /// Takes bytes at a socket and writes them to the descriptor in a thread of its own, which waits
 /// instead of the event loop. The thread only reads and writes: it calls nothing of the library,
@@ -27,6 +27,6 @@ class LogRelay {
   int m_socket = -1;
 };
 
-}  // namespace vantacored
+}  // namespace logging
 
 #endif

@@ -1,5 +1,5 @@
 // What stands before each line of the log: the time in its zone, the level as a word, the component.
-#include "device/log/log_format.h"
+#include "device/logging/log_format.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -16,12 +16,12 @@
 
 namespace {
 
+using logging::Component;
+using logging::FindLogKind;
+using logging::LogFormat;
+using logging::Severity;
+using logging::SeverityOf;
 using testing::StartsWith;
-using vantacored::Component;
-using vantacored::FindLogKind;
-using vantacored::LogFormat;
-using vantacored::Severity;
-using vantacored::SeverityOf;
 using Form = LogFormat::Kind;
 
 constexpr int NONE = Tarsel::TRACE_NO_LEVEL;

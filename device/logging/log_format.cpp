@@ -7,7 +7,7 @@
 #include "device/base/trace_control.h"
 #include "tarsel/trace.h"
 
-namespace vantacored {
+namespace logging {
 
 namespace {
 
@@ -118,4 +118,4 @@ LogFormat::Kind FindLogKind(int fd, const char* journalStream) {
   return journalStream == stream ? LogFormat::Kind::JOURNAL : LogFormat::Kind::PLAIN;
 }
 
-}  // namespace vantacored
+}  // namespace logging
