@@ -80,8 +80,8 @@ class Sink : public testing::Test {
     EXPECT_EQ(count, sink->GetLedger().CountStanding());
   }
 
-  loop::Loop m_loop;
   test_kernel::FakeKernel fake;
+  loop::Loop m_loop;  // whose pool works on the kernel, as long as it is there
   std::vector<FakeChannel*> channels;
   std::vector<Accident> accidentsOfReading;
   std::vector<std::string> lines;

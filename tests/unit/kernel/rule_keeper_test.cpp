@@ -66,8 +66,8 @@ class Keeper : public testing::Test {
     return result.value_or(RuleKeeper::Result{});
   }
 
-  loop::Loop m_loop;
   test_kernel::FakeKernel fake;
+  loop::Loop m_loop;  // whose pool works on the kernel, as long as it is there
   FakeChannel* channel = nullptr;
   std::vector<std::string> lines;
   std::optional<RuleKeeper> keeper;
@@ -235,14 +235,12 @@ TEST_F(Keeper, ADeletionThatIsRefusedIsAskedForAfterAPause) {
   fake.rules.refuse = [](const kernel::Rule&, bool) { return EPERM; };
   fake.rules.requests.clear();
   keeper->Want({});
-  RunUntil([this] { return !lines.empty(); });
-  EXPECT_TRUE(keeper->IsSettled());
-  EXPECT_THAT(fake.rules.requests, SizeIs(4));
+  RunUntil([this] { return !lines.empty() && keeper->IsSettled(); });
+  EXPECT_LE(fake.rules.requests.size(), 8u) << "twice at most, on a machine that took a second";
   EXPECT_THAT(lines, ElementsAre(HasSubstr("refuses to delete the rule iif r2 ")));
   fake.rules.refuse = nullptr;
-  RunUntil([this] { return fake.rules.ours.empty(); });
-  EXPECT_THAT(fake.rules.requests, SizeIs(8));
-  Settle();
+  RunUntil([this] { return keeper->GetLedger().GetTotals().deleted == 4 && keeper->IsSettled(); });
+  EXPECT_THAT(fake.rules.ours, IsEmpty());
   EXPECT_EQ(0u, keeper->GetLedger().CountRefused());
 }
 
@@ -262,8 +260,8 @@ TEST_F(Keeper, ARefusalIsAskedAgainAtAWord) {
   for (int i = 0; i < 8; ++i) {
     fake.rules.requests.clear();
     EXPECT_EQ(4u, keeper->Retry());
-    RunUntil([this] { return fake.rules.requests.size() == 4; });
     Settle();
+    EXPECT_THAT(fake.rules.requests, SizeIs(4));
   }
   fake.rules.refuse = nullptr;
   keeper->Retry();
