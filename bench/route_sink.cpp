@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
-#include <memory>
 #include <string>
 
 #include "device/kernel/netlink_socket.h"
@@ -72,12 +71,9 @@ Spent RunUntil(uv_loop_t* loop, const IsOver& isOver) {
 
 int Measure(unsigned int routes, const kernel::NextHop& nextHop) {
   loop::Loop loop;
-  kernel::RouteSink sink(
-      loop.Get(), Now,
-      [](kernel::Subscription subscription) {
-        return std::make_unique<kernel::NetlinkSocket>(subscription);
-      },
-      [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
+  kernel::RouteSink sink(loop.Get(), Now, kernel::OpenNetlinkSocket, [](const std::string& line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+  });
   const auto isSettled = [&sink] { return sink.IsSettled(); };
   RunUntil(loop.Get(), isSettled);
   const std::uint64_t before = views::FindResidentBytes();
